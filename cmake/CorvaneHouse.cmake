@@ -1,0 +1,77 @@
+# How every room of the house is built: language, warnings, sanitizers, and the three kinds of target.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+option(CORVANE_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
+option(CORVANE_COVERAGE "Measure line coverage" OFF)
+set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+
+# The directory that the program and its libraries are installed in and look for each other in.
+set(CORVANE_PRODUCT_DIR "/usr/lib/Corvane/Corvane")
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+endif()
+
+add_library(corvane_warnings INTERFACE)
+target_compile_options(corvane_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    $<$<BOOL:${CORVANE_WARNINGS_AS_ERRORS}>:-Werror>)
+
+if(CORVANE_SANITIZE)
+    add_compile_options(-fsanitize=${CORVANE_SANITIZE} -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${CORVANE_SANITIZE})
+endif()
+if(CORVANE_COVERAGE)
+    add_compile_options(--coverage)
+    add_link_options(--coverage)
+endif()
+add_compile_definitions(QT_NO_CAST_FROM_BYTEARRAY)
+
+# corvane_room(NAME SOURCES file... [LINK target...] [QT])
+# One folder as one static library `corvane_NAME`. QT turns on moc, uic and rcc.
+function(corvane_room name)
+    cmake_parse_arguments(ARG "QT" "" "SOURCES;LINK" ${ARGN})
+    add_library(corvane_${name} STATIC ${ARG_SOURCES})
+    target_include_directories(corvane_${name} PUBLIC "${CMAKE_SOURCE_DIR}")
+    target_link_libraries(corvane_${name} PUBLIC ${ARG_LINK} PRIVATE corvane_warnings)
+    if(ARG_QT)
+        set_target_properties(corvane_${name} PROPERTIES AUTOMOC ON AUTOUIC ON AUTORCC ON)
+    endif()
+endfunction()
+
+# corvane_test(NAME SOURCES file... [LINK target...] [QT] [SANDBOX] [LABELS label...] [TIMEOUT s])
+# One GoogleTest program registered with CTest, case by case. QT runs it offscreen; SANDBOX runs it
+# inside the private root of tests/support/sandbox, where the product's fixed paths are its own.
+function(corvane_test name)
+    cmake_parse_arguments(ARG "QT;SANDBOX" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}")
+    target_link_libraries(${name} PRIVATE ${ARG_LINK} GTest::gtest GTest::gmock corvane_warnings)
+    if(ARG_QT)
+        set_target_properties(${name} PROPERTIES AUTOMOC ON)
+        target_link_libraries(${name} PRIVATE corvane_qt_test_main Qt6::Test)
+    else()
+        target_link_libraries(${name} PRIVATE GTest::gtest_main)
+    endif()
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    set(command "$<TARGET_FILE:${name}>")
+    if(ARG_SANDBOX)
+        set(command "${CMAKE_SOURCE_DIR}/tests/support/sandbox" ${command})
+    endif()
+    # One CTest entry a program: starting a program per case costs more than the cases themselves.
+    add_test(NAME ${name} COMMAND ${command})
+    set_tests_properties(${name} PROPERTIES
+        TIMEOUT ${ARG_TIMEOUT}
+        LABELS "${ARG_LABELS}"
+        SKIP_RETURN_CODE 77
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;TZ=UTC;LC_ALL=C.UTF-8")
+endfunction()

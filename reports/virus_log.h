@@ -1,0 +1,8 @@
+#pragma once
+
+/// The component code under which the scanner's window logs.
+inline constexpr unsigned int kScannerUiComponent = 8000;
+
+/// Adds one record to the virus log: what was done to which file because of which virus.
+bool ZQVRAddRecVirusReport(unsigned int component, const char* filePath, const char* virusName,
+                           const char* action);
