@@ -1,8 +1,7 @@
 #pragma once
 
-#include <string>
-
 #include <fcntl.h>
+#include <string>
 
 /// Descriptor of the process's single named lock, -1 when none is held.
 extern int g_fdlock;

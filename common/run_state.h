@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdint>
-
 #include <sys/types.h>
 
 #include "abi/scanapi.h"
@@ -11,9 +10,9 @@
 // State of the process and of the scan run that more than one room reads.
 
 // Set at start-up, then only read.
-extern pid_t g_pCurrproc_pid;   ///< this process, as registered with the on-access service
-extern char g_szAppPath[256];   ///< the application directory, always ending in "/"
-extern char g_szLogFile[256];   ///< the diagnostic log, empty until start-up has set it
+extern pid_t g_pCurrproc_pid;  ///< this process, as registered with the on-access service
+extern char g_szAppPath[256];  ///< the application directory, always ending in "/"
+extern char g_szLogFile[256];  ///< the diagnostic log, empty until start-up has set it
 
 /// The settings in force. Written by the GUI thread while no scan runs, read by the scan thread.
 extern tagSCNOPTS g_scnopts;
@@ -22,14 +21,14 @@ extern tagSCNOPTS g_scnopts;
 extern PFNGETVER pfnGetVer;
 
 // Counters of the run, zeroed when it starts.
-extern std::atomic<std::uint32_t> g_uiTotCnt;    ///< scanned
-extern std::atomic<std::uint32_t> g_uiInfCnt;    ///< infected
-extern std::atomic<std::uint32_t> g_uiDeleCnt;   ///< deleted
-extern std::atomic<std::uint32_t> g_uiReprCnt;   ///< repaired
-extern std::atomic<std::uint32_t> g_uiSkipCnt;   ///< skipped
-extern std::atomic<std::uint32_t> g_uiIOErrCnt;  ///< unreadable
+extern std::atomic<std::uint32_t> g_uiTotCnt;          ///< scanned
+extern std::atomic<std::uint32_t> g_uiInfCnt;          ///< infected
+extern std::atomic<std::uint32_t> g_uiDeleCnt;         ///< deleted
+extern std::atomic<std::uint32_t> g_uiReprCnt;         ///< repaired
+extern std::atomic<std::uint32_t> g_uiSkipCnt;         ///< skipped
+extern std::atomic<std::uint32_t> g_uiIOErrCnt;        ///< unreadable
 extern std::atomic<std::uint64_t> g_totalfilestoscan;  ///< the progress bar's total
-extern std::atomic<bool> StopCount;              ///< counting or scanning is to end
+extern std::atomic<bool> StopCount;                    ///< counting or scanning is to end
 
 // Times of the run, written by the scan thread before it posts the end of the scan.
 extern char g_szStrTime[100];  ///< "Start Time : %H:%M:%S\r\n"
@@ -40,8 +39,8 @@ extern double g_dDiffTime;     ///< seconds between the two
 void ResetRunCounters();
 
 // The report that the viewer shows. GUI thread only.
-extern char g_szRptName[50];   ///< its name, at most 49 characters
-extern char g_szRptPath[1024]; ///< its full path
+extern char g_szRptName[50];    ///< its name, at most 49 characters
+extern char g_szRptPath[1024];  ///< its full path
 
 /// What the reports page lists.
 enum ReportKind : short {

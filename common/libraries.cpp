@@ -1,0 +1,86 @@
+#include "common/libraries.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <dlfcn.h>
+#include <string>
+
+#include "common/log.h"
+#include "common/paths.h"
+
+char szErrMsg[2048]{};
+
+namespace {
+
+constexpr std::size_t kMaxLibraryPath = 260;
+
+unsigned int ErrorOr(int fallback) {
+    return static_cast<unsigned int>(errno != 0 ? errno : fallback);
+}
+
+}  // namespace
+
+void* ZQLoadLibrary(const char* fileName) {
+    if (fileName == nullptr) {
+        WriteToLog(kCommonLog, "ZQLoadLibrary: Invalid parameters");
+        return nullptr;
+    }
+    errno = 0;
+    void* library = ::dlopen(fileName, RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) {
+        const int loadError = errno;
+        const char* reason = ::dlerror();
+        (void)std::snprintf(szErrMsg, sizeof szErrMsg, "In ZQLoadLibrary(): dlopen Error!!!%s",
+                            reason != nullptr ? reason : "");
+        WriteToLog(kCommonLog, szErrMsg);
+        errno = loadError;
+    }
+    return library;
+}
+
+void* ZQGetProcAddress(void* library, const char* symbol) {
+    if (library == nullptr || symbol == nullptr) {
+        return nullptr;
+    }
+    return ::dlsym(library, symbol);
+}
+
+void ZQFreeLibrary(void* library) {
+    if (library != nullptr) {
+        ::dlclose(library);
+    }
+}
+
+void* LoadDylibAndGetPFN(const char* library, const char* symbol, void** handle,
+                         unsigned int* error) {
+    if (library == nullptr || symbol == nullptr || handle == nullptr || error == nullptr) {
+        return nullptr;
+    }
+    *error = 0;
+    void* loaded = *handle;
+    if (loaded == nullptr) {
+        char directory[kMaxLibraryPath];
+        if (GetZqPath(directory, sizeof directory) == 0) {
+            return nullptr;
+        }
+        // The length of a library's path is limited, and the limit is a cut.
+        const std::string path = (std::string(directory) + library).substr(0, kMaxLibraryPath);
+        loaded = ZQLoadLibrary(path.c_str());
+        if (loaded == nullptr) {
+            // The loader leaves no error number for a file that is there but no library.
+            *error = ErrorOr(ELIBBAD);
+            return nullptr;
+        }
+    }
+    errno = 0;
+    void* address = ZQGetProcAddress(loaded, symbol);
+    if (address == nullptr) {
+        *error = ErrorOr(ENOSYS);
+        if (*handle == nullptr) {
+            ZQFreeLibrary(loaded);
+        }
+        return nullptr;
+    }
+    *handle = loaded;
+    return address;
+}

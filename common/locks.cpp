@@ -1,0 +1,124 @@
+#include "common/locks.h"
+
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "common/shared_file.h"
+
+int g_fdlock = -1;
+
+namespace {
+
+// How often the lock file may be replaced under us before we give up.
+constexpr int kMaxAttempts = 16;
+
+struct flock FirstByte(short type) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 0;
+    lock.l_len = 1;
+    return lock;
+}
+
+// Lock and unlock have to name the same range, so both take it from here.
+int LockWholeFile(int fd, short type, int command) {
+    if (fd < 1) {  // 0 as well: no data file is ever standard input
+        return -1;
+    }
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 0;
+    lock.l_len = 0;
+    int result = -1;
+    do {
+        result = ::fcntl(fd, command, &lock);
+    } while (result != 0 && errno == EINTR);
+    return result != 0 ? -1 : 0;
+}
+
+// Whether `path` still names the open file: whoever held the lock before deletes its file.
+bool IsStillNamed(int fd, const char* path) {
+    struct stat open {};
+    struct stat named {};
+    return ::fstat(fd, &open) == 0 && ::lstat(path, &named) == 0 && open.st_dev == named.st_dev &&
+           open.st_ino == named.st_ino;
+}
+
+}  // namespace
+
+bool Get_Lock(const char* path) {
+    if (path == nullptr) {
+        return false;
+    }
+    g_fdlock = -1;
+    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+        FileDescriptor file = OpenSharedFile(path, O_WRONLY, 0666);
+        if (!file) {
+            return false;
+        }
+        struct flock lock = FirstByte(F_WRLCK);
+        const bool locked = ::fcntl(file.Get(), F_SETLK, &lock) == 0;
+        (void)::fchmod(file.Get(), 0666);
+        if (!locked) {
+            return false;
+        }
+        if (IsStillNamed(file.Get(), path)) {
+            g_fdlock = file.Release();
+            return true;
+        }
+    }
+    return false;
+}
+
+void Release_Lock(const char* path) {
+    // Deleted before the lock is let go: a process that takes the lock in between would lose the
+    // file it has just locked.
+    if (path != nullptr) {
+        (void)::fchmodat(AT_FDCWD, path, 0666, AT_SYMLINK_NOFOLLOW);
+        (void)::unlink(path);
+    }
+    if (g_fdlock >= 0) {
+        ::close(std::exchange(g_fdlock, -1));
+    }
+}
+
+ZQFileLock::ZQFileLock(const char* path) : m_lock(FirstByte(F_WRLCK)) {
+    m_lock.l_pid = ::getpid();
+    if (path != nullptr) {
+        m_path = path;
+    }
+}
+
+int ZQFileLock::AcquireLock() {
+    if (m_fd >= 0) {
+        return 0;
+    }
+    FileDescriptor file = OpenSharedFile(m_path.c_str(), O_RDWR, 0666);
+    m_lock.l_type = F_WRLCK;
+    if (!file || ::fcntl(file.Get(), F_SETLK, &m_lock) != 0) {
+        return -1;
+    }
+    m_fd = file.Release();
+    return 0;
+}
+
+int ZQFileLock::ReleaseLock() {
+    if (m_fd >= 0) {
+        m_lock.l_type = F_UNLCK;
+        (void)::fcntl(m_fd, F_SETLK, &m_lock);
+        ::close(std::exchange(m_fd, -1));
+    }
+    return 0;
+}
+
+int LockFileHandle(int fd) {
+    return LockWholeFile(fd, F_WRLCK, F_SETLKW);
+}
+
+int UnlockFileHandle(int fd) {
+    return LockWholeFile(fd, F_UNLCK, F_SETLK);
+}

@@ -1,0 +1,32 @@
+#include "common/run_state.h"
+
+pid_t g_pCurrproc_pid = 0;
+char g_szAppPath[256]{};
+char g_szLogFile[256]{};
+
+tagSCNOPTS g_scnopts = kDefaultScanSettings;
+PFNGETVER pfnGetVer = nullptr;
+
+std::atomic<std::uint32_t> g_uiTotCnt{0};
+std::atomic<std::uint32_t> g_uiInfCnt{0};
+std::atomic<std::uint32_t> g_uiDeleCnt{0};
+std::atomic<std::uint32_t> g_uiReprCnt{0};
+std::atomic<std::uint32_t> g_uiSkipCnt{0};
+std::atomic<std::uint32_t> g_uiIOErrCnt{0};
+std::atomic<std::uint64_t> g_totalfilestoscan{0};
+std::atomic<bool> StopCount{false};
+
+char g_szStrTime[100]{};
+char g_szEndTime[100]{};
+double g_dDiffTime = 0.0;
+
+void ResetRunCounters() {
+    for (auto* counter :
+         {&g_uiTotCnt, &g_uiInfCnt, &g_uiDeleCnt, &g_uiReprCnt, &g_uiSkipCnt, &g_uiIOErrCnt}) {
+        *counter = 0;
+    }
+}
+
+char g_szRptName[50]{};
+char g_szRptPath[1024]{};
+short g_siRptKind = kScanReports;
