@@ -1,0 +1,136 @@
+#include "tests/unit/house/include_rules.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+TEST(IncludeRules, HoldInThisTree) {
+    const fs::path root = CORVANE_SOURCE_DIR;
+    ASSERT_TRUE(fs::exists(root / "app"));
+    EXPECT_THAT(FindBrokenIncludeRules(root), IsEmpty());
+}
+
+// Small trees made up to break one rule each.
+class MadeUpTree : public testing::Test {
+protected:
+    void SetUp() override {
+        std::string name = testing::TempDir() + "corvane-include-rules-XXXXXX";
+        ASSERT_NE(mkdtemp(name.data()), nullptr);
+        m_root = name;
+    }
+
+    void TearDown() override { fs::remove_all(m_root); }
+
+    void Write(const std::string& name, const std::string& text = {}) {
+        fs::create_directories((m_root / name).parent_path());
+        std::ofstream(m_root / name) << text;
+    }
+
+    std::vector<std::string> Broken() const { return FindBrokenIncludeRules(m_root); }
+
+    fs::path m_root;
+};
+
+TEST_F(MadeUpTree, ArrowsThatPointDownAreFine) {
+    Write("abi/a.h");
+    Write("common/c.h", "#include <string>\n#include \"abi/a.h\"\n");
+    Write("widgets/w.h", "#include <QWidget>\n#include \"common/c.h\"\n");
+    Write("reports/r.h", "#include \"widgets/w.h\"\n#include \"common/c.h\"\n");
+    Write("scan/s.h", "#include \"reports/r.h\"\n");
+    Write("update/u.h", "#include \"scan/s.h\"\n");
+    Write("app/main.cpp",
+          "#include \"update/u.h\"\n#include \"abi/a.h\"\n#include \"ui_main.h\"\n");
+    Write("product/one/p.cpp", "#include \"product/one/p.h\"\n#include \"common/c.h\"\n");
+    Write("product/one/p.h", "#include \"abi/a.h\"\n");
+    Write("tests/t.cpp", "#include \"app/main.h\"\n#include \"product/one/p.h\"\n");
+    Write("app/main.h");
+    EXPECT_THAT(Broken(), IsEmpty());
+}
+
+TEST_F(MadeUpTree, AnArrowThatPointsUpIsFound) {
+    Write("scan/s.h");
+    Write("reports/deep/er.cpp", "  #  include\t\"scan/s.h\"\n");
+    EXPECT_THAT(Broken(),
+                ElementsAre("reports/deep/er.cpp includes scan/s.h: the arrow points up"));
+}
+
+TEST_F(MadeUpTree, EveryFloorIsHigherThanTheOneBelow) {
+    Write("app/x.h");
+    Write("scan/x.h", "#include \"app/x.h\"\n");
+    Write("reports/x.h", "#include \"help/x.h\"\n");
+    Write("help/x.h", "#include \"app/x.h\"\n");
+    Write("schedule/x.h", "#include \"app/x.h\"\n");
+    Write("update/x.h", "#include \"app/x.h\"\n");
+    Write("widgets/x.h", "#include \"reports/x.h\"\n");
+    Write("common/x.h", "#include \"widgets/x.h\"\n");
+    Write("abi/x.h", "#include \"common/x.h\"\n");
+    EXPECT_THAT(Broken(), ElementsAre("abi/x.h includes common/x.h: the arrow points up",
+                                      "common/x.h includes widgets/x.h: the arrow points up",
+                                      "help/x.h includes app/x.h: the arrow points up",
+                                      "reports/x.h includes help/x.h: the arrow points up",
+                                      "scan/x.h includes app/x.h: the arrow points up",
+                                      "schedule/x.h includes app/x.h: the arrow points up",
+                                      "update/x.h includes app/x.h: the arrow points up",
+                                      "widgets/x.h includes reports/x.h: the arrow points up"));
+}
+
+TEST_F(MadeUpTree, ACircleOnOneFloorIsFoundOnce) {
+    Write("scan/s.h", "#include \"update/u.h\"\n");
+    Write("update/u.h", "#include \"help/h.h\"\n");
+    Write("help/h.h", "#include \"scan/s.h\"\n");
+    EXPECT_THAT(Broken(), ElementsAre("circle: help -> scan -> update -> help"));
+}
+
+TEST_F(MadeUpTree, AProductLibraryUsesAbiAndCommonOnly) {
+    Write("scan/s.h");
+    Write("product/two/q.h");
+    Write("product/one/p.cpp", "#include \"scan/s.h\"\n#include \"product/two/q.h\"\n");
+    Write("app/a.cpp", "#include \"product/two/q.h\"\n");
+    EXPECT_THAT(
+        Broken(),
+        ElementsAre("app/a.cpp includes product/two/q.h: the product's libraries are loaded at run "
+                    "time, never built in",
+                    "product/one/p.cpp includes product/two/q.h: a product library uses abi and "
+                    "common only",
+                    "product/one/p.cpp includes scan/s.h: a product library uses abi and common "
+                    "only"));
+}
+
+TEST_F(MadeUpTree, NothingInstalledUsesTestsOrBench) {
+    Write("tests/t.h");
+    Write("bench/b.h");
+    Write("common/c.cpp", "#include \"tests/t.h\"\n");
+    Write("product/one/p.cpp", "#include \"bench/b.h\"\n");
+    EXPECT_THAT(Broken(),
+                ElementsAre("common/c.cpp includes tests/t.h: nothing that is installed uses the "
+                            "tests",
+                            "product/one/p.cpp includes bench/b.h: nothing that is installed uses "
+                            "the tests"));
+}
+
+TEST_F(MadeUpTree, CommonAndAbiUseNoQt) {
+    Write("common/c.cpp", "#include <QString>\n");
+    Write("abi/a.h", "#include <QtGlobal>\n");
+    EXPECT_THAT(Broken(), ElementsAre("abi/a.h includes QtGlobal: common and abi use no Qt",
+                                      "common/c.cpp includes QString: common and abi use no Qt"));
+}
+
+TEST_F(MadeUpTree, AHeaderIsNamedFromTheRootAndExists) {
+    Write("common/c.h");
+    Write("common/c.cpp",
+          "#include \"c.h\"\n#include \"../abi/a.h\"\n#include \"common/gone.h\"\n");
+    EXPECT_THAT(Broken(), ElementsAre("common/c.cpp includes ../abi/a.h: no such header below the "
+                                      "root",
+                                      "common/c.cpp includes c.h: no such header below the root",
+                                      "common/c.cpp includes common/gone.h: no such header below "
+                                      "the root"));
+}
+
+}  // namespace
