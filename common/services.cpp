@@ -16,7 +16,7 @@ std::string FindScript(std::string_view name) {
         return {};
     }
     for (const std::string_view directory : kScriptDirectories) {
-        const std::string path = std::string(directory).append(name);
+        std::string path = std::string(directory).append(name);
         if (IsValidPath(path.c_str()) != 0) {
             return path;
         }

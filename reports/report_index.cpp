@@ -34,7 +34,7 @@ bool ReserveRecord(int fd) {
     do {
         result = ::fallocate(fd, FALLOC_FL_KEEP_SIZE, status.st_size, sizeof(tagScanIndexEntry));
     } while (result != 0 && errno == EINTR);
-    return result == 0 || (errno != ENOSPC && errno != EDQUOT);
+    return result == 0 || (errno != ENOSPC && errno != EDQUOT && errno != EFBIG);
 }
 
 void CountOneMore(int fd) {
