@@ -1,0 +1,266 @@
+#include "app/dlg_main.h"
+
+#include <QCloseEvent>
+#include <QKeyEvent>
+
+#include "ui_dlg_main.h"
+
+#include "app/messages.h"
+#include "app/scan_options_file.h"
+
+dlgMain::dlgMain() : m_ui(std::make_unique<Ui::dlgMain>()) {
+    m_ui->setupUi(this);
+    m_ui->navigation->setBackgroundRole(QPalette::Base);
+    ConnectButtons();
+    ConnectPages();
+    MarkCurrentPage();
+    init();
+}
+
+dlgMain::~dlgMain() {
+    destroy();
+}
+
+void dlgMain::ConnectButtons() {
+    connect(m_ui->btnScan, &QToolButton::clicked, this, &dlgMain::OnScnClick);
+    connect(m_ui->btnOptions, &QToolButton::clicked, this, &dlgMain::OnOptClick);
+    connect(m_ui->btnReports, &QToolButton::clicked, this, &dlgMain::OnRptClick);
+    connect(m_ui->btnUpdate, &QToolButton::clicked, this, &dlgMain::OnUpdtClicked);
+    connect(m_ui->btnSchedule, &QToolButton::clicked, this, &dlgMain::OnSchClick);
+    connect(m_ui->btnAbout, &QToolButton::clicked, this, &dlgMain::OnAbtClick);
+    connect(m_ui->btnHelp, &QToolButton::clicked, this, &dlgMain::OnHelpClick);
+    connect(m_ui->btnExit, &QToolButton::clicked, this, &dlgMain::close);
+
+    // A click presses its button by itself, also when its page is then refused.
+    for (const QToolButton* button : {m_ui->btnScan, m_ui->btnOptions, m_ui->btnReports,
+                                      m_ui->btnUpdate, m_ui->btnSchedule, m_ui->btnAbout}) {
+        connect(button, &QToolButton::clicked, this, &dlgMain::MarkCurrentPage);
+    }
+}
+
+void dlgMain::ConnectPages() {
+    connect(m_ui->scanPage, &ScanPage::FoldersClicked, this, &dlgMain::OnScnDirClick);
+    connect(m_ui->scanPage, &ScanPage::FileClicked, this, &dlgMain::OnScnFlClick);
+
+    const SettingsPage* settings = m_ui->settingsPage;
+    connect(settings, &SettingsPage::ArchivesToggled, this, &dlgMain::OnScnCmpChkd);
+    connect(settings, &SettingsPage::AdwareToggled, this, &dlgMain::OnScnadspChkd);
+    connect(settings, &SettingsPage::DumbToggled, this, &dlgMain::OnScndmbChkd);
+    connect(settings, &SettingsPage::PackedToggled, this, &dlgMain::OnScnPackChkd);
+    connect(settings, &SettingsPage::ActionChanged, this, &dlgMain::OnActChange);
+    connect(settings, &SettingsPage::SaveClicked, this, &dlgMain::OnSaveOptsClick);
+    connect(settings, &SettingsPage::CancelClicked, this, &dlgMain::OnCnclSvClick);
+}
+
+// ---- Pages and guards
+
+void dlgMain::ShowPage(Page page) {
+    m_ui->pages->setCurrentIndex(page);
+    MarkCurrentPage();
+}
+
+void dlgMain::MarkCurrentPage() {
+    const int current = m_ui->pages->currentIndex();
+    m_ui->btnScan->setChecked(current == kScanPage);
+    m_ui->btnOptions->setChecked(current == kSettingsPage);
+    m_ui->btnReports->setChecked(current == kReportsPage);
+    m_ui->btnUpdate->setChecked(current == kUpdatePage);
+    m_ui->btnAbout->setChecked(current == kAboutPage);
+    m_ui->btnSchedule->setChecked(current == kSchedulePage);
+}
+
+bool dlgMain::SettlePages() {
+    if (!SaveOrNot()) {
+        OnOptClick();
+        return false;
+    }
+    if (!ApplyNetSettingsOrNot()) {
+        OnUpdtClicked();
+        return false;
+    }
+    return true;
+}
+
+bool dlgMain::SaveOrNot() {
+    if (!m_ui->settingsPage->HasChanges()) {
+        return true;
+    }
+    switch (AskYesNoCancel(this, tr("Corvane Settings"), tr("Do you want to save the changes?"))) {
+        case Answer::kYes:
+            OnSaveOptsClick();
+            return true;
+        case Answer::kNo:
+            OnCnclSvClick();
+            return true;
+        case Answer::kCancel:
+            break;
+    }
+    ShowPage(kSettingsPage);
+    return false;
+}
+
+// The update page holds nothing yet that could be unsaved.
+bool dlgMain::ApplyNetSettingsOrNot() {
+    return true;
+}
+
+void dlgMain::OnScnClick() {
+    if (!SettlePages()) {
+        return;
+    }
+    m_ui->btnScan->setFocus();
+    ShowPage(kScanPage);
+}
+
+void dlgMain::OnOptClick() {
+    if (!m_passwordLock.Ask(this)) {
+        return;
+    }
+    if (!ApplyNetSettingsOrNot()) {
+        m_passwordLock.ReleaseLibrary();
+        OnUpdtClicked();
+        return;
+    }
+    m_passwordLock.KeepLibrary();
+    ShowPage(kSettingsPage);
+}
+
+void dlgMain::OnRptClick() {
+    if (SaveOrNot() && ApplyNetSettingsOrNot()) {
+        ShowPage(kReportsPage);
+    }
+}
+
+void dlgMain::OnUpdtClicked() {
+    if (SaveOrNot()) {
+        ShowPage(kUpdatePage);
+    }
+}
+
+void dlgMain::OnSchClick() {
+    if (SaveOrNot() && ApplyNetSettingsOrNot()) {
+        ShowPage(kSchedulePage);
+    }
+}
+
+void dlgMain::OnAbtClick() {
+    if (SaveOrNot() && ApplyNetSettingsOrNot()) {
+        ShowPage(kAboutPage);
+    }
+}
+
+void dlgMain::closeEvent(QCloseEvent* event) {
+    event->setAccepted(SettlePages());
+}
+
+bool dlgMain::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_ui->reportsPage && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Delete) {
+        OnRptDelClick();
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+// ---- The scan page
+
+void dlgMain::OnScnDirClick() {
+    m_ui->scanPage->ScanFolders();
+}
+void dlgMain::OnScnFlClick() {
+    m_ui->scanPage->ScanFile();
+}
+
+// ---- The settings page
+
+bool dlgMain::LoadScnOptions(PSCNOPTS options) {
+    return LoadScanOptionsFile(options);
+}
+void dlgMain::OnScnCmpChkd() {
+    m_ui->settingsPage->NoteChange();
+}
+void dlgMain::OnScnadspChkd() {
+    m_ui->settingsPage->NoteChange();
+}
+void dlgMain::OnScndmbChkd() {
+    m_ui->settingsPage->NoteChange();
+}
+void dlgMain::OnScnPackChkd() {
+    m_ui->settingsPage->NoteChange();
+}
+void dlgMain::OnActChange() {
+    m_ui->settingsPage->NoteChange();
+}
+void dlgMain::OnSaveOptsClick() {
+    m_ui->settingsPage->Save();
+}
+void dlgMain::OnCnclSvClick() {
+    m_ui->settingsPage->Reload();
+}
+
+// ---- Slots whose pages are not there yet
+
+void dlgMain::LoadUpdtOptions() {}
+void dlgMain::updateUiChange(P_UPDTOPTS options) {
+    m_updateOptions = *options;
+}
+void dlgMain::IntCentreSelected(bool /*selected*/) {}
+void dlgMain::OnBkupChecked(bool /*checked*/) {}
+void dlgMain::OnEnableApplyBtn(bool /*enable*/) {}
+void dlgMain::UpdateChange() {}
+void dlgMain::OnCancelUpdClick() {}
+void dlgMain::OnApplyOptClick() {}
+void dlgMain::OnUpdtPathClicked() {}
+void dlgMain::OnBkupFolderClicked() {}
+void dlgMain::EnableApplyOnTxtChange() {}
+
+void dlgMain::OnRptRwClick(int /*button*/, int /*row*/, int /*column*/,
+                           const QPoint& /*position*/) {}
+void dlgMain::OnRptRwDblClick(QTreeWidgetItem* /*row*/, const QPoint& /*position*/,
+                              int /*column*/) {}
+void dlgMain::OnRptShwClick() {}
+void dlgMain::OnRptDelClick() {}
+void dlgMain::DelEntry() {}
+void dlgMain::OnReportToggle() {}
+
+void dlgMain::OnNewSchClick() {
+    SayNotThereYet();
+}
+void dlgMain::OnEditSchClick() {
+    SayNotThereYet();
+}
+void dlgMain::OnRemoveSchClick() {
+    SayNotThereYet();
+}
+void dlgMain::OnSchScnRwDblClick(QTreeWidgetItem* /*row*/, const QPoint& /*position*/,
+                                 int /*column*/) {}
+
+void dlgMain::OnUpdateNowClick() {
+    SayNotThereYet();
+}
+void dlgMain::OnIntSettingClicked() {
+    SayNotThereYet();
+}
+void dlgMain::OnHelpClick() {
+    SayNotThereYet();
+}
+void dlgMain::OnUrlClicked() {
+    SayNotThereYet();
+}
+
+void dlgMain::SayNotThereYet() {
+    ShowInformation(this, QStringLiteral("Corvane"),
+                    tr("This is not there yet. It comes with a later version of Corvane."));
+}
+
+// ---- Texts
+
+void dlgMain::languageChange() {
+    m_ui->retranslateUi(this);
+}
+
+void dlgMain::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::LanguageChange) {
+        languageChange();
+    }
+    QWidget::changeEvent(event);
+}

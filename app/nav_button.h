@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QToolButton>
+
+/// A large button of the main window's left column: picture and name side by side, and a bar in the
+/// palette's highlight colour while its page is the current one.
+class NavButton : public QToolButton {
+    Q_OBJECT
+
+public:
+    explicit NavButton(QWidget* parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+
+#include <QCoreApplication>
+
+class QWidget;
+
+/// Closes a library opened with dlopen.
+struct LibraryCloser {
+    void operator()(void* library) const;
+};
+using LoadedLibrary = std::unique_ptr<void, LibraryCloser>;
+
+/// The administrator's password in front of a page. The settings database holds and checks it; the
+/// program stores and compares no password. GUI thread only.
+class PasswordLock {
+    Q_DECLARE_TR_FUNCTIONS(PasswordLock)
+
+public:
+    /// Asks for the password when one is set, with `parent` under the dialogs. True when the page
+    /// may be opened; otherwise the user has seen why not, or has cancelled.
+    bool Ask(QWidget* parent);
+
+    /// The page was opened: the library that Ask() loaded stays loaded for good.
+    void KeepLibrary();
+
+    /// The page was not opened: the library is unloaded again.
+    void ReleaseLibrary();
+
+private:
+    bool AskWith(void* library, QWidget* parent);
+
+    LoadedLibrary m_library;  // of the question under way
+    LoadedLibrary m_kept;
+};

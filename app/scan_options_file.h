@@ -1,0 +1,18 @@
+#pragma once
+
+#include "common/scan_settings.h"
+
+// The scanner settings file: "zqscn.opt" in the application directory, three bytes. GUI thread
+// only.
+
+/// Fills `options` from the file, which is made with the defaults when it is missing; a short file
+/// leaves the defaults in what it does not hold. True, but false for a null record.
+bool LoadScanOptionsFile(tagSCNOPTS* options);
+
+enum class FileOutcome { kDone, kNotOpened, kFailed };
+
+/// Reads the file over a zeroed record. Never makes the file.
+FileOutcome ReadScanOptionsFile(tagSCNOPTS& options);
+
+/// Writes the record over the start of the file. Never makes the file.
+FileOutcome WriteScanOptionsFile(const tagSCNOPTS& options);

@@ -1,0 +1,106 @@
+#include "app/scan_page.h"
+
+#include <sys/stat.h>
+
+#include <QEvent>
+#include <QFileDialog>
+
+#include "ui_scan_page.h"
+
+#include "app/messages.h"
+#include "common/path_list.h"
+#include "common/run_state.h"
+#include "reports/complete_scan.h"
+#include "reports/report_generator.h"
+#include "scan/detection_filters.h"
+#include "scan/dlg_scn_prgrs.h"
+#include "scan/scanner.h"
+#include "widgets/dlg_sc_dir.h"
+
+namespace {
+
+constexpr auto kTitle = "Corvane Scan";
+
+/// Nothing of the last run is left: neither what was detected nor what the engine was told about
+/// it.
+void PrepareRun() {
+    g_iCntLabViruses = 0;
+    g_iCleanFileSeqCnt = 0;
+    Scanner::m_ScanOptns.extraFlags &= static_cast<std::uint16_t>(~kLabScanFlag);
+    Scanner::SetScanOptions(&g_scnopts);
+    Scanner::ResetFPTFlags();
+}
+
+bool Exists(const QByteArray& name) {
+    struct stat status {};
+    return stat(name.constData(), &status) == 0;
+}
+
+}  // namespace
+
+ScanPage::ScanPage(QWidget* parent) : QWidget(parent), m_ui(std::make_unique<Ui::ScanPage>()) {
+    m_ui->setupUi(this);
+    connect(m_ui->btnScnDir, &QAbstractButton::clicked, this, &ScanPage::FoldersClicked);
+    connect(m_ui->btnScnFl, &QAbstractButton::clicked, this, &ScanPage::FileClicked);
+}
+
+ScanPage::~ScanPage() = default;
+
+void ScanPage::ScanFolders() {
+    PrepareRun();
+    dlgScDir picker(window());
+    if (picker.exec() == QDialog::Accepted && g_pPLstHead != nullptr) {
+        ScanPathList();
+    }
+    FreePathList(g_pPLstHead, g_pPLstCurr);
+}
+
+void ScanPage::ScanFile() {
+    PrepareRun();
+    QFileDialog picker(window(), tr("Select file to scan"), QStringLiteral("/home"));
+    // The toolkit's own dialog: a desktop's dialog would not show the hidden files.
+    picker.setOption(QFileDialog::DontUseNativeDialog);
+    picker.setFileMode(QFileDialog::ExistingFile);
+    picker.setFilter(QDir::AllEntries | QDir::AllDirs | QDir::Hidden | QDir::System);
+    if (picker.exec() != QDialog::Accepted || picker.selectedFiles().isEmpty()) {
+        return;
+    }
+    const QString chosen = picker.selectedFiles().constFirst();
+    const QByteArray name = QFile::encodeName(chosen);
+    if (!Exists(name)) {
+        ShowWarning(window(), kTitle,
+                    tr("The file\n%1\ncannot be reached by this name. Nothing was scanned; to scan "
+                       "it, scan its folder.")
+                        .arg(chosen));
+        return;
+    }
+    if (!AppendPath(g_pPLstHead, g_pPLstCurr, name.constData())) {
+        ShowWarning(window(), kTitle,
+                    tr("The name of the file\n%1\nis longer than 255 bytes. Nothing was scanned; "
+                       "to scan it, scan a folder above it.")
+                        .arg(chosen));
+        return;
+    }
+    ScanPathList();
+    FreePathList(g_pPLstHead, g_pPLstCurr);
+}
+
+void ScanPage::ScanPathList() {
+    g_pRptObj = std::make_unique<ReportGen>(g_pPLstHead);
+    {
+        dlgScnPrgrs progress(window());
+        WriteCmpScnRptforAdmin();
+        progress.SetPathListToScan(g_pPLstHead);
+        progress.myexec();
+        // The list and the report go first, the dialog last: it has joined its thread by then.
+        FreePathList(g_pPLstHead, g_pPLstCurr);
+        g_pRptObj.reset();
+    }
+}
+
+void ScanPage::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::LanguageChange) {
+        m_ui->retranslateUi(this);
+    }
+    QWidget::changeEvent(event);
+}

@@ -1,0 +1,22 @@
+#include "app/shared_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+FileDescriptor OpenSharedFile(const char* path) {
+    return FileDescriptor(open(path, O_RDWR | O_CLOEXEC | O_NOFOLLOW));
+}
+
+FileDescriptor OpenSharedFileForReading(const char* path) {
+    return FileDescriptor(open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+}
+
+FileDescriptor CreateSharedFile(const char* path) {
+    return FileDescriptor(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+}
+
+void ShareWithEveryone(const FileDescriptor& file) {
+    if (file.IsOpen()) {
+        fchmod(file.Get(), 0666);
+    }
+}
