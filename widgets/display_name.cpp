@@ -1,0 +1,78 @@
+#include "widgets/display_name.h"
+
+#include <QByteArrayView>
+#include <QList>
+#include <QStringDecoder>
+
+namespace {
+
+constexpr char32_t kControlPictures = 0x2400;
+constexpr char32_t kDelete = 0x7F;
+constexpr char16_t kPictureOfDelete = 0x2421;
+
+// Length of the UTF-8 sequence that `bytes` begins with, by its first byte; 0 when none begins so.
+std::size_t SequenceLength(unsigned char first) {
+    if (first < 0x80) {
+        return 1;
+    }
+    if (first >= 0xC2 && first <= 0xDF) {
+        return 2;
+    }
+    if (first >= 0xE0 && first <= 0xEF) {
+        return 3;
+    }
+    return first >= 0xF0 && first <= 0xF4 ? 4 : 0;
+}
+
+// The character that `bytes` begins with, or nothing when it is not UTF-8.
+QString DecodeSequence(std::string_view bytes) {
+    QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = decode(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));
+    return decode.hasError() ? QString() : text;
+}
+
+QString Hex(char32_t value, int digits) {
+    return QString::number(static_cast<uint>(value), 16).toUpper().rightJustified(digits, u'0');
+}
+
+// Characters that break the line or turn the writing direction round. Joiners stay: names in many
+// languages need them.
+bool IsMisleading(char32_t character) {
+    return (character >= 0x80 && character < 0xA0) || character == 0x061C || character == 0x200E ||
+           character == 0x200F || (character >= 0x2028 && character <= 0x202E) ||
+           (character >= 0x2066 && character <= 0x2069);
+}
+
+void AppendCharacter(QString& text, const QString& decoded) {
+    const char32_t character = decoded.toUcs4().value(0);
+    if (character < U' ') {
+        text += QChar(static_cast<char16_t>(kControlPictures + character));
+    } else if (character == kDelete) {
+        text += QChar(kPictureOfDelete);
+    } else if (IsMisleading(character)) {
+        text += QStringLiteral("\\u") + Hex(character, 4);
+    } else {
+        text += decoded;
+    }
+}
+
+}  // namespace
+
+QString DisplayName(std::string_view bytes) {
+    QString text;
+    while (!bytes.empty()) {
+        const auto first = static_cast<unsigned char>(bytes.front());
+        const std::size_t length = SequenceLength(first);
+        const QString decoded = length != 0 && length <= bytes.size()
+                                    ? DecodeSequence(bytes.substr(0, length))
+                                    : QString();
+        if (decoded.isEmpty()) {
+            text += QStringLiteral("\\x") + Hex(first, 2);
+            bytes.remove_prefix(1);
+        } else {
+            AppendCharacter(text, decoded);
+            bytes.remove_prefix(length);
+        }
+    }
+    return text;
+}
