@@ -1,0 +1,9 @@
+# Sourced by ./dev: makes the Debian package.
+# shellcheck shell=bash
+
+Verb_package() {
+    Build release
+    Stage release
+    Say "Packaging"
+    packaging/make-deb build/release/stage build/release
+}

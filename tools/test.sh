@@ -1,0 +1,29 @@
+# Sourced by ./dev: builds and runs every test.
+# shellcheck shell=bash
+
+Verb_test() {
+    local preset=dev started=$SECONDS status=0
+    local -a extra=()
+    if [[ ${1:-} == --preset ]]; then
+        [[ -n ${2:-} ]] || Die "--preset needs a name"
+        preset=$2
+        shift 2
+    fi
+    [[ ${CI:-} != true ]] || extra+=(--output-on-failure)
+    Build "$preset"
+    Say "Testing ($preset)"
+    # Skipped tests say why only in their own output, so that is asked for below.
+    ctest --test-dir "build/$preset" --parallel "$(nproc)" "${extra[@]}" "$@" || status=$?
+    if [[ $preset == coverage ]]; then
+        ReportCoverage
+    fi
+    Say "Took $((SECONDS - started)) seconds; each test's output is in build/$preset/Testing/Temporary/LastTest.log"
+    return "$status"
+}
+
+# Lines run by the tests, room by room.
+ReportCoverage() {
+    InstallPackages coverage
+    gcovr --root . --object-directory build/coverage \
+        --filter '(abi|common|widgets|reports|scan|update|schedule|help|app|product)/' --sort-percentage
+}
