@@ -1,0 +1,257 @@
+// corvane-admin: sets, changes and clears the settings password.
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <exception>
+#include <span>
+#include <string>
+#include <string_view>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "common/paths.h"
+#include "product/corvane_admin/password_input.h"
+#include "product/libdbmod/password_hash.h"
+#include "product/libdbmod/settings_database.h"
+
+namespace {
+
+enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
+
+constexpr char kUsage[] =
+    "Usage: corvane-admin set-password [--stdin]\n"
+    "       corvane-admin clear-password\n"
+    "       corvane-admin status\n"
+    "       corvane-admin init\n"
+    "       corvane-admin --help | --version\n"
+    "\n"
+    "Sets, changes and clears the password that guards the settings page of\n"
+    "Corvane Endpoint Protection. The password is read from the terminal, or from\n"
+    "standard input when that is no terminal or --stdin is given.\n";
+
+std::string DatabasePath() {
+    return std::string(kProductDirectory) + kSettingsDatabaseName;
+}
+
+ExitStatus Complain(const std::string& message) {
+    std::fprintf(stderr, "corvane-admin: %s\n", message.c_str());
+    return kExitFailed;
+}
+
+/// What went wrong with the database and what to do about it.
+std::string Explain(const DatabaseResult& result) {
+    const std::string path = DatabasePath();
+    switch (result.status) {
+        case DatabaseStatus::Missing:
+            return "there is no settings database; \"corvane-admin init\" makes one: " + path;
+        case DatabaseStatus::Exists:
+            return "the settings database was made by someone else at the same time: " + path;
+        case DatabaseStatus::Forbidden:
+            return "the settings database may not be written: " + path;
+        case DatabaseStatus::Untrusted:
+            return "the settings database is a link, no plain file, a stranger's or writable by "
+                   "others; it is left alone: " +
+                   path;
+        case DatabaseStatus::Locked:
+            return "the settings database is in use by another process; try again: " + path;
+        case DatabaseStatus::DiskFull:
+            return "there is no room left on the disk for the settings database: " + path;
+        case DatabaseStatus::Damaged:
+            return "the settings database is damaged; move it away and run \"corvane-admin "
+                   "init\": " +
+                   path;
+        case DatabaseStatus::Ok:
+        case DatabaseStatus::Interrupted:
+        case DatabaseStatus::Failed:
+            break;
+    }
+    const std::string reason =
+        result.systemError != 0 ? std::strerror(result.systemError) : "unknown error";
+    return "the settings database cannot be used: " + path + ": " + reason;
+}
+
+/// The message for a password that cannot be taken, or null.
+const char* Objection(InputStatus status, const SecretText& password) {
+    switch (status) {
+        case InputStatus::Ok:
+            return password.Length() == 0
+                       ? "the password is empty; to remove it use \"corvane-admin clear-password\""
+                       : nullptr;
+        case InputStatus::Ended:
+            return "no password was given";
+        case InputStatus::TooLong:
+            return "the password is longer than 511 bytes";
+        case InputStatus::ZeroByte:
+            return "the password holds a zero byte";
+        case InputStatus::Failed:
+            break;
+    }
+    return "the password could not be read";
+}
+
+/// Reads the new password: twice from a terminal, once from anything else.
+bool ReadNewPassword(bool fromStandardInput, SecretText& password) {
+    const bool ask = !fromStandardInput && isatty(STDIN_FILENO) == 1;
+    const InputStatus status = ask ? AskPassword(STDIN_FILENO, "New settings password: ", password)
+                                   : ReadPasswordLine(STDIN_FILENO, password);
+    if (const char* objection = Objection(status, password)) {
+        Complain(objection);
+        return false;
+    }
+    if (ask) {
+        SecretText repeated;
+        if (AskPassword(STDIN_FILENO, "The same again: ", repeated) != InputStatus::Ok ||
+            !(repeated == password)) {
+            Complain("the two passwords are not the same");
+            return false;
+        }
+    }
+    return true;
+}
+
+ExitStatus SetPassword(bool fromStandardInput) {
+    // Before the question: nobody should think of a password for a database that is not there.
+    PasswordState old;
+    DatabaseResult result = ReadPasswordState(DatabasePath(), DatabaseAccess::ReadWrite, old);
+    if (!result.IsOk()) {
+        return Complain(Explain(result));
+    }
+    PasswordState state;
+    {
+        SecretText password;
+        if (!ReadNewPassword(fromStandardInput, password)) {
+            return kExitFailed;
+        }
+        state.hash = HashPassword(password.Text());
+    }
+    if (!state.IsSet()) {
+        return Complain(std::string("the password could not be hashed: ") + std::strerror(errno));
+    }
+    state.changedAt = std::time(nullptr);
+    result = WritePasswordState(DatabasePath(), state);
+    if (!result.IsOk()) {
+        return Complain(Explain(result) + "\nThe settings password is unchanged.");
+    }
+    std::puts(old.IsSet() ? "The settings password has been changed."
+                          : "The settings password has been set.");
+    return kExitOk;
+}
+
+ExitStatus ClearPassword() {
+    PasswordState state;
+    state.changedAt = std::time(nullptr);
+    const DatabaseResult result = WritePasswordState(DatabasePath(), state);
+    if (!result.IsOk()) {
+        return Complain(Explain(result) + "\nThe settings password is unchanged.");
+    }
+    std::puts("The settings password has been cleared.");
+    return kExitOk;
+}
+
+ExitStatus ShowStatus() {
+    PasswordState state;
+    const DatabaseResult result =
+        ReadPasswordState(DatabasePath(), DatabaseAccess::ReadWrite, state);
+    if (!result.IsOk()) {
+        return Complain(Explain(result));
+    }
+    std::fputs(state.IsSet() ? "A settings password is set" : "No settings password is set",
+               stdout);
+    const std::time_t changedAt = state.changedAt;
+    std::tm local{};
+    char text[64];
+    if (changedAt != 0 && localtime_r(&changedAt, &local) != nullptr &&
+        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S %z", &local) != 0) {
+        std::printf(" (last changed %s)", text);
+    }
+    std::puts(".");
+    return kExitOk;
+}
+
+/// Safe to run again, as a package does at every upgrade: a sound database stays as it is.
+ExitStatus Init() {
+    PasswordState state;
+    DatabaseResult result = ReadPasswordState(DatabasePath(), DatabaseAccess::ReadWrite, state);
+    if (result.IsOk()) {
+        std::puts("The settings database is already there.");
+        return kExitOk;
+    }
+    if (result.status == DatabaseStatus::Missing) {
+        result = CreateDatabase(DatabasePath());
+        if (result.IsOk()) {
+            std::puts("The settings database has been made; no password is set.");
+            return kExitOk;
+        }
+        if (result.status == DatabaseStatus::Missing) {
+            return Complain(std::string("there is no product directory: ") + kProductDirectory);
+        }
+    }
+    return Complain(Explain(result));
+}
+
+/// What was given is never repeated: it could be a password.
+ExitStatus WrongUsage() {
+    std::fputs(kUsage, stderr);
+    return kExitUsage;
+}
+
+ExitStatus RunCommand(std::span<char*> arguments) {
+    if (arguments.size() < 2) {
+        return WrongUsage();
+    }
+    const std::string_view command = arguments[1];
+    const auto options = arguments.subspan(2);
+    if (command == "set-password") {
+        const bool fromStandardInput =
+            options.size() == 1 && std::string_view(options[0]) == "--stdin";
+        if (!options.empty() && !fromStandardInput) {
+            return WrongUsage();
+        }
+        return SetPassword(fromStandardInput);
+    }
+    if (!options.empty()) {
+        return WrongUsage();
+    }
+    if (command == "clear-password") {
+        return ClearPassword();
+    }
+    if (command == "status") {
+        return ShowStatus();
+    }
+    return command == "init" ? Init() : WrongUsage();
+}
+
+/// No core file with a password in it, and no file of ours that others may write.
+void ProtectSecrets() {
+    constexpr rlimit kNoCore{0, 0};
+    setrlimit(RLIMIT_CORE, &kNoCore);
+    umask(022);
+    std::signal(SIGXFSZ, SIG_IGN);  // A file-size limit is answered like a full disk.
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::span<char*> arguments(argv, static_cast<std::size_t>(argc));
+    if (arguments.size() == 2 && std::string_view(arguments[1]) == "--help") {
+        std::fputs(kUsage, stdout);
+        return kExitOk;
+    }
+    if (arguments.size() == 2 && std::string_view(arguments[1]) == "--version") {
+        std::puts("corvane-admin " CORVANE_VERSION);
+        return kExitOk;
+    }
+    if (geteuid() != 0) {
+        return Complain("only root can manage the settings password");
+    }
+    ProtectSecrets();
+    try {
+        return RunCommand(arguments);
+    } catch (const std::exception& error) {
+        return Complain(error.what());
+    }
+}

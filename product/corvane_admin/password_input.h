@@ -1,0 +1,44 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+#include "product/libdbmod/password_hash.h"
+
+/// A password on its way from the keyboard to the hash: one buffer, wiped when it goes.
+class SecretText {
+public:
+    SecretText() = default;
+    ~SecretText() { Clear(); }
+    SecretText(const SecretText&) = delete;
+    SecretText& operator=(const SecretText&) = delete;
+
+    /// False when the text is full.
+    bool Append(char c);
+    void Clear();
+
+    [[nodiscard]] const char* Text() const { return m_text.data(); }
+    [[nodiscard]] std::size_t Length() const { return m_length; }
+    bool operator==(const SecretText& other) const;
+
+private:
+    std::array<char, kMaxPasswordBytes + 1> m_text{};
+    std::size_t m_length = 0;
+};
+
+enum class InputStatus {
+    Ok,
+    Ended,    ///< the input ended before a line began
+    TooLong,  ///< over kMaxPasswordBytes bytes; the line was read to its end all the same
+    ZeroByte,
+    Failed,  ///< see errno
+};
+
+/// Reads one line from `fd`, byte by byte so that what follows the line stays unread. The newline
+/// is left away, and may be missing from the last line. `text` is empty unless the result is Ok.
+InputStatus ReadPasswordLine(int fd, SecretText& text);
+
+/// Asks on the terminal `fd` without showing what is typed. A signal that ends or stops the program
+/// takes effect after the terminal has been put back; after a stop the question is asked again.
+InputStatus AskPassword(int fd, std::string_view prompt, SecretText& text);
