@@ -1,0 +1,6 @@
+#pragma once
+
+/// Raises the limit on open descriptors to what the system allows this process: a walk holds one
+/// open for each level of the tree. True when the limit is at its highest afterwards. Called once,
+/// at start-up.
+bool RaiseDescriptorLimit();

@@ -1,0 +1,363 @@
+#include "scan/dlg_scn_prgrs.h"
+
+#include <string>
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QEventLoop>
+#include <QFile>
+#include <QKeyEvent>
+#include <QMessageBox>
+#include <QMovie>
+#include <QPixmap>
+
+#include "ui_dlg_scn_prgrs.h"
+
+#include "common/run_state.h"
+#include "common/text_field.h"
+#include "reports/report_generator.h"
+#include "scan/dlg_vir_fnd.h"
+#include "scan/file_count_thread.h"
+#include "scan/prompt_handshake.h"
+#include "scan/scan_thread.h"
+#include "scan/zq_event.h"
+
+namespace {
+
+constexpr int kCurrentFileWidth = 70;
+constexpr int kLastInfectedWidth = 50;
+constexpr int kShowInterval = 33;     // milliseconds: some thirty pictures a second
+constexpr int kEndPollInterval = 10;  // milliseconds
+constexpr char kSeparator[] =
+    "\n------------------------------------------------------------------\n\n";
+
+void Log(const std::string& text) {
+    if (g_pRptObj != nullptr) {
+        g_pRptObj->Log(text.c_str());
+    }
+}
+
+std::string FileNameOf(const ZqEvent& event) {
+    return std::string(FieldText(event.Info().fileName));
+}
+
+std::string VirusNameOf(const ZqEvent& event) {
+    return std::string(FieldText(event.Info().virusName));
+}
+
+QString AnimationFile(qreal pixelRatio) {
+    const QString directory = QFile::decodeName(g_szAppPath) + QStringLiteral("qimages/");
+    const QString sharp = directory + QStringLiteral("bl3@2x.gif");
+    return pixelRatio > 1 && QFile::exists(sharp) ? sharp : directory + QStringLiteral("bl3.gif");
+}
+
+}  // namespace
+
+dlgScnPrgrs::dlgScnPrgrs(QWidget* parent, const char* name, bool modal, Qt::WindowFlags flags)
+    : ScanDialog(parent, flags), m_ui(std::make_unique<Ui::dlgScnPrgrs>()) {
+    m_ui->setupUi(this);
+    if (name != nullptr) {
+        setObjectName(QString::fromUtf8(name));
+    }
+    setModal(modal);
+    m_view.Attach(ProgressView::kCurrentFile, m_ui->currentFileLabel);
+    m_view.Attach(ProgressView::kLastInfected, m_ui->lastInfectedLabel);
+    m_view.Attach(ProgressView::kLastVirus, m_ui->lastVirusLabel);
+    m_view.Attach(ProgressView::kScanned, m_ui->scannedLabel);
+    m_view.Attach(ProgressView::kInfected, m_ui->infectedLabel);
+    m_view.Attach(ProgressView::kRepaired, m_ui->repairedLabel);
+    m_view.Attach(ProgressView::kDeleted, m_ui->deletedLabel);
+    m_view.Attach(ProgressView::kSkipped, m_ui->skippedLabel);
+    m_view.Attach(m_ui->progressBar);
+    connect(m_ui->btnStop, &QPushButton::clicked, this, &dlgScnPrgrs::OnStopClick);
+    connect(m_ui->btnViewRpt, &QPushButton::clicked, this, &dlgScnPrgrs::OnViewRptClick);
+    connect(m_ui->btnClose, &QPushButton::clicked, this, &dlgScnPrgrs::OnScnCloseClick);
+    init();
+}
+
+dlgScnPrgrs::~dlgScnPrgrs() {
+    destroy();
+}
+
+void dlgScnPrgrs::init() {
+    m_movieFile = AnimationFile(devicePixelRatioF());
+    m_movie = std::make_unique<QMovie>(m_movieFile);
+    m_ui->animationLabel->setMovie(m_movie.get());
+    QApplication::processEvents();
+    m_stop.Clear();
+    m_thread.reset();
+    m_paths = nullptr;
+    m_ui->btnStop->setEnabled(false);
+}
+
+void dlgScnPrgrs::destroy() {
+    if (m_thread != nullptr) {
+        EndThread();
+        m_thread.reset();
+    }
+    if (g_zqFileInfo == &m_asked) {
+        g_zqFileInfo = nullptr;
+    }
+}
+
+void dlgScnPrgrs::SetPathListToScan(tagPathList* paths) {
+    if (paths != nullptr) {
+        m_paths = paths;
+    }
+}
+
+void dlgScnPrgrs::GetPathListToScan(tagPathList** paths) {
+    if (paths != nullptr) {
+        *paths = m_paths;
+    }
+}
+
+int dlgScnPrgrs::myexec() {
+    m_ui->animationLabel->setMovie(m_movie.get());
+    m_movie->start();
+    QApplication::processEvents();
+    m_ui->btnClose->setEnabled(false);
+    m_ui->btnViewRpt->setEnabled(false);
+    m_ui->btnStop->setEnabled(true);
+    m_ui->btnStop->setFocus();
+    g_totalfilestoscan = 0;
+    m_view.ResetBar(kUnknownTotal);
+    m_view.Show();
+    m_thread = std::make_unique<ScanThrd>(this);
+    m_running = true;
+    m_thread->start();
+    const int result = exec();
+    // The caller frees the paths and the report next.
+    WaitForScan();
+    return result;
+}
+
+void dlgScnPrgrs::WaitForScan() {
+    if (m_running) {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        QEventLoop loop;
+        m_waitLoop = &loop;
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+        m_waitLoop = nullptr;
+        QApplication::restoreOverrideCursor();
+    }
+    m_thread->Join();
+}
+
+void dlgScnPrgrs::EndThread() {
+    // Only when the dialog is destroyed under a running scan: there is no one left to ask.
+    m_stop.Set();
+    StopCount = true;
+    while (!m_thread->wait(kEndPollInterval)) {
+        QCoreApplication::removePostedEvents(this);
+        WakePrompt();
+    }
+    m_thread->Join();
+}
+
+void dlgScnPrgrs::customEvent(QEvent* event) {
+    const ZqEvent* step = AsZqEvent(event);
+    if (step == nullptr) {
+        return;
+    }
+    switch (static_cast<int>(step->type())) {
+        case kEvtScanningFile:
+            OnScanningFile(*step);
+            break;
+        case kEvtScanFinished:
+            OnScanFinished();
+            break;
+        case kEvtInfected:
+            OnInfected(*step);
+            break;
+        case kEvtPrompt:
+            OnPrompt(*step);
+            break;
+        case kEvtDeleted:
+            m_view.SetCount(ProgressView::kDeleted, ++g_uiDeleCnt);
+            Log("\n[Deleted]");
+            break;
+        case kEvtRepaired:
+            m_view.SetCount(ProgressView::kRepaired, ++g_uiReprCnt);
+            Log("\n[Repaired]");
+            break;
+        case kEvtSkipped:
+            m_view.SetCount(ProgressView::kSkipped, ++g_uiSkipCnt);
+            Log("\n[Skipped]");
+            break;
+        case kEvtPathStarted:
+            Log("Scanning: ");
+            Log(step->Text() != nullptr ? step->Text() : "");
+            break;
+        case kEvtPathDone:
+            Log(kSeparator);
+            break;
+        case kEvtUnreadable:
+            ++g_uiIOErrCnt;  // no label shows it
+            Log("\n[Access denied]");
+            break;
+        case kEvtNeedsDecision:
+            OnNeedsDecision(*step);
+            break;
+        case kEvtConfirmStop:
+            OnConfirmStop();
+            break;
+        case kEvtAdvance:
+            m_view.Advance();
+            break;
+        case kEvtCountingDone:
+            m_view.SetTotal(g_totalfilestoscan);
+            break;
+        case kEvtFillBar:
+            m_view.SetProgress(g_totalfilestoscan);
+            break;
+        default:
+            break;
+    }
+    ShowSoon();
+}
+
+void dlgScnPrgrs::ShowSoon() {
+    if (m_view.IsHoldingBack() && !m_showTimer.isActive()) {
+        m_view.Show();
+        m_showTimer.start(kShowInterval, this);
+    }
+}
+
+void dlgScnPrgrs::timerEvent(QTimerEvent* event) {
+    if (event->timerId() != m_showTimer.timerId()) {
+        ScanDialog::timerEvent(event);
+        return;
+    }
+    m_showTimer.stop();
+    ShowSoon();
+}
+
+void dlgScnPrgrs::OnScanningFile(const ZqEvent& event) {
+    m_view.SetPath(ProgressView::kCurrentFile,
+                   event.Text() != nullptr ? event.Text() : FileNameOf(event).c_str(),
+                   kCurrentFileWidth);
+    m_view.SetCount(ProgressView::kScanned, ++g_uiTotCnt);
+}
+
+void dlgScnPrgrs::OnScanFinished() {
+    if (g_pRptObj != nullptr) {
+        g_pRptObj->WriteSummary(m_stop.IsSet());
+        g_pRptObj->MakeIndexEntry();
+    }
+    m_stop.Set();
+    m_running = false;
+    m_showTimer.stop();
+    m_view.Show();
+    m_ui->btnClose->setEnabled(true);
+    m_ui->btnViewRpt->setEnabled(true);
+    m_ui->btnClose->setFocus();
+    m_ui->btnStop->setEnabled(false);
+    // After a stop too.
+    m_ui->statusLabel->setText(tr("Scanning completed successfully"));
+    m_movie->setPaused(true);
+    m_ui->animationLabel->setPixmap(QPixmap(m_movieFile));
+    if (m_waitLoop != nullptr) {
+        m_waitLoop->quit();
+    }
+}
+
+void dlgScnPrgrs::OnInfected(const ZqEvent& event) {
+    const std::string fileName = FileNameOf(event);
+    const std::string virusName = VirusNameOf(event);
+    m_view.SetPath(ProgressView::kLastInfected, fileName.c_str(), kLastInfectedWidth);
+    m_view.SetText(ProgressView::kLastVirus, virusName);
+    m_view.SetCount(ProgressView::kInfected, ++g_uiInfCnt);
+    Log("\n\nScanning: ");
+    Log(fileName);
+    Log("\nInfected: ");
+    Log(virusName);
+}
+
+bool dlgScnPrgrs::IsClosedOverScan() const {
+    return m_running && !isVisible();
+}
+
+void dlgScnPrgrs::OnPrompt(const ZqEvent& event) {
+    m_asked = event.Info();
+    g_zqFileInfo = &m_asked;
+    m_movie->setPaused(true);
+    if (!IsClosedOverScan()) {
+        showvirus();
+    }
+    WakePrompt();
+    m_movie->setPaused(false);
+}
+
+void dlgScnPrgrs::showvirus() {
+    dlgVirFnd prompt(this);
+    if (prompt.exec() == QDialog::Rejected) {
+        m_stop.Set();
+    }
+}
+
+void dlgScnPrgrs::OnNeedsDecision(const ZqEvent& event) {
+    --g_uiSkipCnt;  // not shown until the next skipped file
+    Log("\n\nScanning: ");
+    Log(FileNameOf(event));
+    Log("\n");
+    Log(VirusNameOf(event));
+}
+
+void dlgScnPrgrs::OnConfirmStop() {
+    m_movie->setPaused(true);
+    if (!IsClosedOverScan()) {
+        QMessageBox box(QMessageBox::Question, tr("Corvane Scan"), tr("Do you want to stop scan?"),
+                        QMessageBox::Yes | QMessageBox::No, this);
+        box.setTextFormat(Qt::PlainText);
+        box.setEscapeButton(QMessageBox::No);
+        if (box.exec() != QMessageBox::Yes) {
+            m_movie->setPaused(false);
+            m_stop.Clear();
+        }
+    }
+    WakePrompt();
+}
+
+void dlgScnPrgrs::OnStopClick() {
+    m_stop.Set();
+}
+
+void dlgScnPrgrs::MyReject() {
+    close();
+}
+
+void dlgScnPrgrs::OnScnCloseClick() {
+    done(Accepted);
+}
+
+void dlgScnPrgrs::OnViewRptClick() {
+    // The one place where the report viewer is still missing.
+    QMessageBox box(QMessageBox::Information, tr("Corvane Scanner"),
+                    tr("The report viewer is not available yet."), QMessageBox::Ok, this);
+    box.setTextFormat(Qt::PlainText);
+    box.exec();
+}
+
+void dlgScnPrgrs::closeEvent(QCloseEvent* event) {
+    if (!m_stop.IsSet()) {
+        m_stop.Set();  // the scan is asked to stop first
+        event->ignore();
+        return;
+    }
+    event->accept();
+}
+
+void dlgScnPrgrs::keyPressEvent(QKeyEvent* event) {
+    // Every other key ends here on purpose, and so does Escape with a modifier while scanning.
+    if (event->key() != Qt::Key_Escape) {
+        return;
+    }
+    if (m_stop.IsSet()) {
+        event->accept();
+        close();
+    } else if (event->modifiers() == Qt::NoModifier) {
+        m_stop.Set();
+        event->ignore();
+    }
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include <QDialog>
+
+#include "abi/scanapi.h"
+
+namespace Ui {
+class dlgVirFnd;
+}
+
+/// The last choice made in the prompt; the next prompt, in a later scan too, starts from it.
+/// GUI thread only.
+extern std::int32_t g_scnActn;
+
+/// The detection that is being asked about, null when none is. GUI thread only.
+extern const tagZQFILEINFO* g_zqFileInfo;
+
+/// Asks what to do with the infected file in g_zqFileInfo and puts the answer into g_myScnopts.
+/// The result is 1 for Ok and 0 for Cancel.
+class dlgVirFnd : public QDialog {
+    Q_OBJECT
+
+public:
+    explicit dlgVirFnd(QWidget* parent = nullptr, const char* name = nullptr, bool modal = true,
+                       Qt::WindowFlags flags = {});
+    ~dlgVirFnd() override;
+
+    /// Runs from the constructor.
+    void init();
+
+public slots:
+    void OnOkClicked();
+    void OnCancelClicked();
+    void actionSelected();
+
+private:
+    std::unique_ptr<Ui::dlgVirFnd> m_ui;
+};
