@@ -1,0 +1,86 @@
+// The callback when there is no memory left: its own program, because it replaces operator new.
+
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <new>
+
+#include "common/run_state.h"
+#include "scan/detection_filters.h"
+#include "scan/engine_callback.h"
+#include "scan/scanner.h"
+#include "tests/unit/scan/recording_dialog.h"
+
+namespace {
+
+thread_local bool outOfMemory = false;
+
+void* Allocate(std::size_t size) {
+    void* memory = outOfMemory ? nullptr : std::malloc(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    return Allocate(size);
+}
+void* operator new[](std::size_t size) {
+    return Allocate(size);
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace {
+
+using ::testing::IsEmpty;
+
+int ReplyWithoutMemory(RecordingDialog& dialog, int code) {
+    tagZQFILEINFO info{};
+    info.code = static_cast<std::int16_t>(code);
+    const int reply = OnScanThread([&] {
+        outOfMemory = true;
+        const int answer = ZqCallBack(&info, dialog.Context());
+        outOfMemory = false;
+        return answer;
+    });
+    return reply;
+}
+
+TEST(EngineCallbackMemory, AFileWhoseDetectionCannotBeShownIsLeftAlone) {
+    RecordingDialog dialog;
+    g_iCleanFileSeqCnt = 0;
+    g_myScnopts = {};
+    for (std::uint16_t action = 0; action <= 4; ++action) {
+        g_scnopts.action = action;
+        EXPECT_EQ(ReplyWithoutMemory(dialog, 1001), 2003) << action;
+        EXPECT_EQ(ReplyWithoutMemory(dialog, 1007), 2003) << action;
+    }
+    EXPECT_THAT(dialog.Types(), IsEmpty());
+}
+
+TEST(EngineCallbackMemory, OtherMessagesLetTheEngineGoOn) {
+    RecordingDialog dialog;
+    ResetRunCounters();
+    g_scnopts.action = kActionDelete;
+    for (const int code : {1002, 1003, 1004, 1005, 3001, 3002, 3003, 3004, 3006, 4711}) {
+        EXPECT_EQ(ReplyWithoutMemory(dialog, code), 2005) << code;
+    }
+    EXPECT_EQ(g_uiSkipCnt, 0U);
+    EXPECT_THAT(dialog.Types(), IsEmpty());
+}
+
+}  // namespace
