@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <vector>
 
 // The indexes "main.rpt" (on-demand scans) and "updt.rpt" (updates): a header of 12 bytes, then one
 // record a report in the order in which they were written. Integers are little-endian.
@@ -53,3 +55,17 @@ enum class IndexLock {
 /// as it was, as far as the file system lets room be set aside beforehand) and when the record
 /// could not be written whole. Waits for the lock when asked to use it. Any thread.
 bool AppendReportIndexEntry(const char* path, const tagScanIndexEntry& entry, IndexLock lock);
+
+/// Records that are read at most. Reports of one kind have 10,000 names, so an index with more than
+/// this was not made by us.
+inline constexpr std::size_t kMaxIndexRecords = 100'000;
+
+/// Reads the records of the index at `path` in file order; none when its header counts none. The
+/// header's count is not trusted further, and a record torn at the end of the file is filled up
+/// with zeros. False when the index cannot be opened. Any thread.
+bool ReadReportIndex(const char* path, std::vector<tagScanIndexEntry>& out);
+
+/// Replaces the whole index at `path` by its header and `entries`; its mode becomes 0666.
+/// False when it cannot be opened for writing (it is never created here) or not be written whole.
+/// Any thread.
+bool RewriteReportIndex(const char* path, std::span<const tagScanIndexEntry> entries);

@@ -1,0 +1,191 @@
+#include "reports/dlg_report.h"
+
+#include <algorithm>
+
+#include <QEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMessageBox>
+#include <QPrintDialog>
+#include <QPrinter>
+#include <QSaveFile>
+#include <QShortcut>
+#include <QTextDocument>
+
+#include "ui_dlg_report.h"
+
+#include "common/text_field.h"
+#include "reports/current_report.h"
+#include "reports/find_bar.h"
+#include "widgets/messages.h"
+
+dlgReport::dlgReport(QWidget* parent)
+    : QDialog(parent),
+      m_ui(std::make_unique<Ui::dlgReport>()),
+      m_kind(static_cast<ReportKind>(g_siRptKind)) {
+    m_ui->setupUi(this);
+    m_findBar = new FindBar(m_ui->edtViewRpt, this);
+    m_ui->layout->insertWidget(1, m_findBar);
+    connect(m_ui->btnPrev, &QPushButton::clicked, this, &dlgReport::OnPrevClick);
+    connect(m_ui->btnNext, &QPushButton::clicked, this, &dlgReport::OnNextClick);
+    connect(m_ui->btnPrint, &QPushButton::clicked, this, &dlgReport::OnPrint);
+    connect(m_ui->btnRptSavAs, &QPushButton::clicked, this, &dlgReport::OnSavAsClick);
+    connect(m_ui->btnRptClose, &QPushButton::clicked, this, &dlgReport::OnRptCloseClick);
+    AddShortcuts();
+    init();
+}
+
+dlgReport::~dlgReport() {
+    destroy();
+}
+
+void dlgReport::AddShortcuts() {
+    const auto add = [this](QKeySequence keys, void (FindBar::*act)()) {
+        connect(new QShortcut(keys, this), &QShortcut::activated, m_findBar, act);
+    };
+    add(QKeySequence(Qt::CTRL | Qt::Key_F), &FindBar::Open);
+    add(QKeySequence(Qt::Key_F3), &FindBar::FindNext);
+    add(QKeySequence(Qt::SHIFT | Qt::Key_F3), &FindBar::FindPrevious);
+}
+
+void dlgReport::init() {
+    m_printer = std::make_unique<QPrinter>();
+    if (auto listed = ListReports(m_kind)) {
+        m_reports = std::move(*listed);
+        FindCurrentReport();
+    } else if (m_kind != kScheduledReports) {
+        ShowCritical(this, "Corvane", tr("Unable to open report file"));
+    }
+    ShowStepsPossible();
+    setModal(true);
+    DisplayReport();
+    m_ui->edtViewRpt->setFocus();
+}
+
+void dlgReport::destroy() {
+    m_reports.clear();
+    m_printer.reset();
+}
+
+// The report may be in none of the lists, as after its index was rewritten: it is shown all the
+// same.
+void dlgReport::FindCurrentReport() {
+    const auto found = std::find_if(m_reports.begin(), m_reports.end(), [](const auto& listing) {
+        return listing.report == FieldText(g_szRptName);
+    });
+    m_current = found == m_reports.end() ? -1 : found - m_reports.begin();
+}
+
+bool dlgReport::CanStep(int direction) const {
+    const std::ptrdiff_t target = m_current + direction;
+    return m_current >= 0 && target >= 0 && target < static_cast<std::ptrdiff_t>(m_reports.size());
+}
+
+void dlgReport::ShowStepsPossible() {
+    m_ui->btnPrev->setEnabled(CanStep(-1));
+    m_ui->btnNext->setEnabled(CanStep(1));
+}
+
+bool dlgReport::DisplayReport() {
+    auto text = ReadReportText(std::string(FieldText(g_szRptPath)));
+    if (!text) {
+        ShowCritical(this, "Corvane Scan", tr("Unable to open report file"));
+        return false;
+    }
+    m_ui->edtViewRpt->SetReport(std::move(*text));
+    m_findBar->ReportChanged();
+    return true;
+}
+
+void dlgReport::OnNextClick() {
+    Step(1);
+}
+
+void dlgReport::OnPrevClick() {
+    Step(-1);
+}
+
+// Passes over reports that cannot be read, to the next readable one or the end of the list.
+void dlgReport::Step(int direction) {
+    while (CanStep(direction)) {
+        m_current += direction;
+        ShowStepsPossible();
+        SetCurrentReport(m_kind, m_reports[static_cast<std::size_t>(m_current)].report);
+        if (DisplayReport()) {
+            return;
+        }
+    }
+}
+
+void dlgReport::OnPrint() {
+    QPrintDialog dialog(m_printer.get(), this);
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    QTextDocument document;
+    document.setDefaultFont(m_ui->edtViewRpt->font());
+    document.setPlainText(m_ui->edtViewRpt->ReportText());
+    document.print(m_printer.get());
+    QGuiApplication::restoreOverrideCursor();
+}
+
+QString dlgReport::ProposedFileName() const {
+    switch (m_kind) {
+        case kUpdateReports:
+            return QStringLiteral("/home/Update Report.txt");
+        case kScheduledReports:
+            return QStringLiteral("/home/Schedule Report.txt");
+        default:
+            return QStringLiteral("/home/Scan Report.txt");
+    }
+}
+
+void dlgReport::OnSavAsClick() {
+    while (true) {
+        // The question about an existing file is our own, with our own words.
+        const QString fileName = QFileDialog::getSaveFileName(
+            this, tr("Save As"), ProposedFileName(), tr("All Files (*)"), nullptr,
+            QFileDialog::DontConfirmOverwrite);
+        if (fileName.isEmpty()) {
+            return;
+        }
+        if (QFileInfo::exists(fileName) &&
+            !AskYesNo(
+                this, "Corvane",
+                tr("The File ' %1 ' already exists.\nDo you want to replace the existing file?")
+                    .arg(fileName))) {
+            continue;
+        }
+        if (SaveReport(fileName)) {
+            return;
+        }
+    }
+}
+
+bool dlgReport::SaveReport(const QString& fileName) {
+    // The old file stays whole until the new one is: a full disk loses neither.
+    QSaveFile file(fileName);
+    file.setDirectWriteFallback(true);
+    const std::string& bytes = m_ui->edtViewRpt->ReportBytes();
+    const auto size = static_cast<qint64>(bytes.size());
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes.data(), size) == size &&
+        file.commit()) {
+        return true;
+    }
+    ShowCritical(this, "Corvane",
+                 tr("Unable to save the report as ' %1 '.\n%2").arg(fileName, file.errorString()));
+    return false;
+}
+
+void dlgReport::OnRptCloseClick() {
+    close();
+}
+
+void dlgReport::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::LanguageChange) {
+        m_ui->retranslateUi(this);
+    }
+    QDialog::changeEvent(event);
+}

@@ -1,0 +1,200 @@
+#include "reports/reports_page.h"
+
+#include <unistd.h>
+#include <vector>
+
+#include <QEvent>
+#include <QHeaderView>
+#include <QTreeWidget>
+
+#include "ui_reports_page.h"
+
+#include "common/text_field.h"
+#include "reports/current_report.h"
+#include "reports/dlg_report.h"
+#include "reports/scheduled_index.h"
+#include "widgets/display_name.h"
+#include "widgets/messages.h"
+
+namespace {
+
+enum Column { kFinished, kSubject, kReport };
+
+// The bytes behind a column's text, which may not be UTF-8.
+constexpr int kBytesRole = Qt::UserRole;
+
+ReportKind CurrentKind() {
+    return static_cast<ReportKind>(g_siRptKind);
+}
+
+void SetColumn(QTreeWidgetItem* row, Column column, const std::string& bytes) {
+    row->setText(column, DisplayName(bytes));
+    row->setData(column, kBytesRole,
+                 QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size())));
+}
+
+std::string ColumnBytes(const QTreeWidgetItem* row, Column column) {
+    return row->data(column, kBytesRole).toByteArray().toStdString();
+}
+
+}  // namespace
+
+ReportsPage::ReportsPage(QWidget* parent)
+    : QWidget(parent), m_ui(std::make_unique<Ui::ReportsPage>()) {
+    m_ui->setupUi(this);
+    QTreeWidget* list = m_ui->lstReports;
+    list->header()->resizeSection(kFinished, 210);
+    list->header()->resizeSection(kSubject, 260);
+    connect(m_ui->cmbReports, &QComboBox::currentIndexChanged, this, &ReportsPage::KindChosen);
+    connect(list, &QTreeWidget::itemDoubleClicked, this, &ReportsPage::RowDoubleClicked);
+    connect(list, &QTreeWidget::itemClicked, this, &ReportsPage::RowClicked);
+    connect(m_ui->btnShwRpt, &QPushButton::clicked, this, &ReportsPage::ShowClicked);
+    connect(m_ui->btnDelRpt, &QPushButton::clicked, this, &ReportsPage::DeleteClicked);
+    SayWhatIsEmpty();
+}
+
+ReportsPage::~ReportsPage() = default;
+
+QTreeWidget* ReportsPage::List() const {
+    return m_ui->lstReports;
+}
+
+void ReportsPage::TakeKind() {
+    g_siRptKind = static_cast<short>(m_ui->cmbReports->currentIndex());
+    Fill();
+}
+
+void ReportsPage::Fill() {
+    QTreeWidget* list = m_ui->lstReports;
+    list->clear();
+    list->setSortingEnabled(false);  // rows stay in the order of the index
+    const auto reports = ListReports(CurrentKind());
+    if (!reports) {
+        SayWhatIsEmpty();
+        if (CurrentKind() != kScheduledReports) {
+            ShowCritical(this, "Corvane",
+                         tr("Unable to open Report File. \n Close all the application and try "
+                            "again"));
+        }
+        return;
+    }
+    QList<QTreeWidgetItem*> rows;
+    rows.reserve(static_cast<qsizetype>(reports->size()));
+    for (const ReportListing& report : *reports) {
+        auto* row = new QTreeWidgetItem;
+        SetColumn(row, kFinished, report.finished);
+        SetColumn(row, kSubject, report.subject);
+        SetColumn(row, kReport, report.report);
+        rows.append(row);
+    }
+    list->addTopLevelItems(rows);
+    EnableButtons();
+}
+
+void ReportsPage::ShowSelected() {
+    ShowRow(SelectedRow());
+}
+
+void ReportsPage::ShowRow(const QTreeWidgetItem* row) {
+    if (row == nullptr) {
+        return;
+    }
+    SetCurrentReport(CurrentKind(), ColumnBytes(row, kReport));
+    dlgReport(this).exec();
+}
+
+void ReportsPage::DeleteSelected() {
+    QTreeWidgetItem* row = SelectedRow();
+    if (row == nullptr) {
+        return;
+    }
+    if (CurrentKind() == kScheduledReports) {
+        if (!DeleteScheduledReport(row)) {
+            return;
+        }
+        SelectNeighbour(row);
+        delete row;
+    } else {
+        SelectNeighbour(row);
+        if (const auto path = ReportPath(CurrentKind(), ColumnBytes(row, kReport))) {
+            unlink(path->c_str());
+        }
+        delete row;
+        RewriteIndex();
+    }
+    EnableButtons();
+}
+
+bool ReportsPage::DeleteScheduledReport(const QTreeWidgetItem* row) {
+    unsigned int err = kIndexOk;
+    if (DeleteReportForFile(kScheduledIndexKind, ColumnBytes(row, kReport).c_str(), getuid(),
+                            &err)) {
+        return true;
+    }
+    ShowWarning(this, tr("Schedule Scan"), tr("Error in report delete."));
+    return false;
+}
+
+void ReportsPage::RewriteIndex() {
+    const QTreeWidget* list = m_ui->lstReports;
+    std::vector<tagScanIndexEntry> entries(static_cast<std::size_t>(list->topLevelItemCount()));
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const QTreeWidgetItem* row = list->topLevelItem(static_cast<int>(i));
+        CopyToUnterminatedField(entries[i].finished, ColumnBytes(row, kFinished));
+        CopyToUnterminatedField(entries[i].subject, ColumnBytes(row, kSubject));
+        CopyToUnterminatedField(entries[i].reportName, ColumnBytes(row, kReport));
+    }
+    if (!RewriteReportIndex(ReportIndexPath(CurrentKind()).c_str(), entries)) {
+        ShowCritical(this, "Corvane",
+                     tr("Unable to open Report File. \n Close all the application and try again"));
+    }
+}
+
+QTreeWidgetItem* ReportsPage::SelectedRow() const {
+    const QList<QTreeWidgetItem*> selected = m_ui->lstReports->selectedItems();
+    return selected.isEmpty() ? nullptr : selected.first();
+}
+
+void ReportsPage::SelectNeighbour(const QTreeWidgetItem* row) {
+    QTreeWidget* list = m_ui->lstReports;
+    QTreeWidgetItem* neighbour = list->itemBelow(row);
+    if (neighbour == nullptr) {
+        neighbour = list->itemAbove(row);
+    }
+    list->setCurrentItem(neighbour);
+}
+
+void ReportsPage::EnableButtons() {
+    const bool hasReports = m_ui->lstReports->topLevelItemCount() != 0;
+    m_ui->btnDelRpt->setEnabled(hasReports);
+    m_ui->btnShwRpt->setEnabled(hasReports);
+    SayWhatIsEmpty();
+}
+
+void ReportsPage::SayWhatIsEmpty() {
+    const bool isEmpty = m_ui->lstReports->topLevelItemCount() == 0;
+    switch (CurrentKind()) {
+        case kUpdateReports:
+            m_ui->lblEmpty->setText(
+                tr("No update reports yet.\nEvery update of the virus database leaves one here."));
+            break;
+        case kScheduledReports:
+            m_ui->lblEmpty->setText(
+                tr("No reports of scheduled scans yet.\nEvery scheduled scan leaves one here."));
+            break;
+        default:
+            m_ui->lblEmpty->setText(
+                tr("No scan reports yet.\nScan a file or a folder: its report will be here."));
+            break;
+    }
+    m_ui->listOrEmpty->setCurrentWidget(isEmpty ? static_cast<QWidget*>(m_ui->pageEmpty)
+                                                : m_ui->lstReports);
+}
+
+void ReportsPage::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::LanguageChange) {
+        m_ui->retranslateUi(this);
+        SayWhatIsEmpty();
+    }
+    QWidget::changeEvent(event);
+}
