@@ -1,0 +1,95 @@
+#include "product/scanapi/conversation.h"
+
+#include "common/log.h"
+#include "common/text_field.h"
+#include "product/scanapi/detection_kind.h"
+#include "product/scanapi/file_remover.h"
+
+namespace scanapi {
+
+namespace {
+
+constexpr std::int16_t kNoMessage = 0;
+constexpr std::string_view kCutMark = "...";
+
+}  // namespace
+
+void PutFileName(tagZQFILEINFO& info, std::string_view fileName) {
+    if (fileName.size() < kEngineFileNameSize) {
+        CopyToField(info.fileName, fileName);
+        return;
+    }
+    std::string cut(fileName.substr(0, kEngineFileNameSize - 1 - kCutMark.size()));
+    cut += kCutMark;
+    CopyToField(info.fileName, cut);
+}
+
+int Conversation::Say(std::int16_t code, std::string_view fileName, std::string_view virusName) {
+    tagZQFILEINFO info{};
+    info.code = code;
+    PutFileName(info, fileName);
+    if (!virusName.empty()) {
+        const DetectionKind kind = KindOf(virusName);
+        CopyToField(info.virusName, NameForProgram(virusName, fileName));
+        info.detectionClass = kind.detectionClass;
+        info.detectionSubClass = kind.subClass;
+    }
+    return m_callback(&info, m_context);
+}
+
+bool Conversation::Member(std::string_view memberPath) {
+    return Say(kMsgScanningMember, memberPath) != kReplyStop;
+}
+
+bool Conversation::StopWanted() {
+    return Say(kNoMessage, m_file.Path()) == kReplyStop;
+}
+
+bool Conversation::Conclude(const ScanOutcome& outcome) {
+    switch (outcome.verdict) {
+        case Verdict::Clean:
+            Say(kMsgFileClean, m_file.Path());
+            return true;
+        case Verdict::Infected:
+            Detected(outcome);
+            return true;
+        case Verdict::PassedOver:
+            // Neither clean nor unreadable: nobody looked, as the user asked.
+            return true;
+        case Verdict::Unreadable:
+        case Verdict::Stopped:
+        case Verdict::NeedsThread:
+            break;
+    }
+    Say(kMsgCannotRead, m_file.Path());
+    return false;
+}
+
+void Conversation::Detected(const ScanOutcome& outcome) {
+    int reply = Say(kMsgVirusFound, outcome.infectedPath, outcome.virusName);
+    if (reply == kReplyRepair) {
+        // Nothing can be disinfected here; the program then says what else to do.
+        reply = Say(kMsgRepairFailed, m_file.Path(), outcome.virusName);
+    }
+    // From here on it is the outermost file that is acted on, also for a virus inside an archive.
+    if (reply == kReplyDelete) {
+        Delete(outcome.virusName);
+    } else if (reply == kReplyLeave) {
+        Say(kMsgSkipped, m_file.Path(), outcome.virusName);
+    }
+    // Dismissed, stopped or already counted by the program: the file stays and nothing is said.
+}
+
+void Conversation::Delete(const std::string& virusName) {
+    const RemovalResult result = RemoveScannedFile(m_file);
+    if (result == RemovalResult::Removed) {
+        Say(kMsgDeleted, m_file.Path(), virusName);
+        return;
+    }
+    const std::string line =
+        "scanapi: (" + m_file.Path() + ") was not deleted: " + RemovalText(result);
+    WriteToLog(kCommonLog, line.c_str());
+    Say(kMsgSkipped, m_file.Path(), virusName);
+}
+
+}  // namespace scanapi

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "abi/scanapi.h"
+#include "product/scanapi/library_scan.h"
+
+namespace scanapi {
+
+/// What is said to the program about one file, and what it answers. Every call is made on the
+/// thread that called ZqScanFileEx.
+class Conversation {
+public:
+    Conversation(PFNZQCALLBACK callback, void* context, const TargetFile& file)
+        : m_callback(callback), m_context(context), m_file(file) {}
+
+    /// Tells of a member about to be scanned. False when the program wants to stop.
+    bool Member(std::string_view memberPath);
+
+    /// True when the program wants to stop. Asked with a message of no meaning, which the program
+    /// answers and takes no notice of.
+    bool StopWanted();
+
+    /// Reports the outcome and carries out what the program decides. True when the file was
+    /// scanned whole or passed over as asked.
+    bool Conclude(const ScanOutcome& outcome);
+
+private:
+    int Say(std::int16_t code, std::string_view fileName, std::string_view virusName = {});
+    void Detected(const ScanOutcome& outcome);
+    void Delete(const std::string& virusName);
+
+    PFNZQCALLBACK m_callback;
+    void* m_context;
+    const TargetFile& m_file;
+};
+
+/// Fills the name field; a name too long for it ends in "..." to show that it was cut.
+void PutFileName(tagZQFILEINFO& info, std::string_view fileName);
+
+}  // namespace scanapi

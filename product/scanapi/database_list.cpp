@@ -1,0 +1,143 @@
+#include "product/scanapi/database_list.h"
+
+#include <algorithm>
+#include <array>
+#include <clamav.h>
+#include <dirent.h>
+#include <fcntl.h>
+#include <map>
+#include <memory>
+#include <string_view>
+#include <sys/stat.h>
+#include <tuple>
+
+#include "common/file_descriptor.h"
+#include "common/io.h"
+
+namespace scanapi {
+
+namespace {
+
+constexpr std::size_t kHeadSize = 512;
+
+constexpr std::array<std::string_view, 3> kContainers{"cvd", "cld", "cud"};
+// What must be known before the signatures that it concerns are loaded.
+constexpr std::array<std::string_view, 7> kFirst{"ign", "ign2", "fp", "sfp", "crb", "ftm", "cfg"};
+constexpr std::array<std::string_view, 26> kLoose{
+    "db",  "hdb", "hdu", "hsb", "hsu", "ldb", "ldu", "mdb", "mdu", "msb",  "msu", "ndb",  "ndu",
+    "pdb", "gdb", "wdb", "idb", "cdb", "cbc", "cat", "ioc", "imp", "pwdb", "yar", "yara", "zmd",
+};
+
+struct DirectoryCloser {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+struct HeaderFree {
+    void operator()(cl_cvd* header) const { cl_cvdfree(header); }
+};
+
+bool IsOneOf(const auto& names, std::string_view name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string_view FileNameOf(std::string_view path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+std::string_view ExtensionOf(std::string_view path) {
+    const auto name = FileNameOf(path);
+    const auto dot = name.rfind('.');
+    return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
+}
+
+std::string_view StemOf(std::string_view path) {
+    const auto name = FileNameOf(path);
+    return name.substr(0, name.rfind('.'));
+}
+
+bool IsDatabaseName(std::string_view path) {
+    const auto extension = ExtensionOf(path);
+    return IsOneOf(kContainers, extension) || IsOneOf(kFirst, extension) ||
+           IsOneOf(kLoose, extension);
+}
+
+// Text from its first byte on: what loose databases are made of.
+bool LooksLikeText(std::string_view head) {
+    return !head.empty() && head.find('\0') == std::string_view::npos;
+}
+
+bool ReadHead(Database& database) {
+    const FileDescriptor file(open(database.path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat state {};
+    if (!file || fstat(file.Get(), &state) != 0 || !S_ISREG(state.st_mode)) {
+        return false;
+    }
+    database.built = state.st_mtime;
+    std::array<char, kHeadSize> buffer{};
+    const auto got = ReadFull(file.Get(), std::as_writable_bytes(std::span(buffer)));
+    if (got <= 0) {
+        return false;
+    }
+    if (!IsOneOf(kContainers, ExtensionOf(database.path))) {
+        return LooksLikeText({buffer.data(), static_cast<std::size_t>(got)});
+    }
+    const std::unique_ptr<cl_cvd, HeaderFree> header(cl_cvdhead(database.path.c_str()));
+    if (header == nullptr || state.st_size <= static_cast<off_t>(kHeadSize)) {
+        return false;
+    }
+    database.version = header->version;
+    database.built = static_cast<std::time_t>(header->stime);
+    return true;
+}
+
+void ListFolder(const std::string& folder, DatabaseList& list) {
+    const std::unique_ptr<DIR, DirectoryCloser> directory(opendir(folder.c_str()));
+    if (directory == nullptr) {
+        return;
+    }
+    std::map<std::string, Database, std::less<>> containers;
+    while (const dirent* entry = readdir(directory.get())) {
+        Database database{folder + '/' + entry->d_name, 0, 0};
+        if (!IsDatabaseName(database.path)) {
+            continue;
+        }
+        if (!ReadHead(database)) {
+            list.damaged.push_back(std::move(database.path));
+        } else if (!IsOneOf(kContainers, ExtensionOf(database.path))) {
+            list.usable.push_back(std::move(database));
+        } else {
+            // "daily.cvd" and "daily.cld" are the same database at two ages.
+            auto& newest = containers[std::string(StemOf(database.path))];
+            if (newest.path.empty() || newest.version < database.version) {
+                newest = std::move(database);
+            }
+        }
+    }
+    for (auto& [stem, database] : containers) {
+        list.usable.push_back(std::move(database));
+    }
+}
+
+// Lists of exceptions come first, then the daily database, which has some for the main one.
+int RankOf(const Database& database) {
+    if (IsOneOf(kFirst, ExtensionOf(database.path))) {
+        return 0;
+    }
+    return StemOf(database.path) == "daily" ? 1 : 2;
+}
+
+}  // namespace
+
+DatabaseList FindDatabases(const std::string& engineDirectory) {
+    DatabaseList list;
+    ListFolder(engineDirectory + "defs", list);
+    ListFolder(kSystemDatabaseDirectory, list);
+    std::sort(list.usable.begin(), list.usable.end(),
+              [](const Database& left, const Database& right) {
+                  return std::tuple(RankOf(left), std::string_view(left.path)) <
+                         std::tuple(RankOf(right), std::string_view(right.path));
+              });
+    std::sort(list.damaged.begin(), list.damaged.end());
+    return list;
+}
+
+}  // namespace scanapi

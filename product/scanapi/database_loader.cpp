@@ -1,0 +1,148 @@
+#include "product/scanapi/database_loader.h"
+
+#include <array>
+#include <exception>
+#include <utility>
+
+#include "common/log.h"
+#include "product/scanapi/library_scan.h"
+#include "product/scanapi/scan_profile.h"
+
+namespace scanapi {
+
+namespace {
+
+// Signatures of unwanted programs are always loaded and their hits dropped where nobody asked for
+// them: switching them on then needs no second load.
+constexpr unsigned int kLoadOptions = CL_DB_STDOPT | CL_DB_PUA;
+
+struct Setting {
+    cl_engine_field field;
+    long long value;
+};
+
+constexpr std::array<Setting, 7> kSettings{{
+    {CL_ENGINE_MAX_FILESIZE, kMaxFileSize},
+    {CL_ENGINE_MAX_SCANSIZE, kMaxScanSize},
+    {CL_ENGINE_MAX_RECURSION, kMaxNesting},
+    {CL_ENGINE_MAX_FILES, kMaxMembers},
+    {CL_ENGINE_MAX_SCANTIME, kMaxScanMilliseconds},
+    // One matcher for all patterns finds the same and is quicker than two.
+    {CL_ENGINE_AC_ONLY, 1},
+    // The library remembers clean contents without the options they were scanned with: what was
+    // clean with archives unread would stay clean once they are read.
+    {CL_ENGINE_DISABLE_CACHE, 1},
+}};
+
+}  // namespace
+
+void LogLeftOut(const std::string& path, const char* reason) {
+    const std::string line = "scanapi: database (" + path + ") left out: " + reason;
+    WriteToLog(kCommonLog, line.c_str());
+}
+
+DatabaseLoader::DatabaseLoader(std::vector<Database> databases, std::string scratch)
+    : m_databases(std::move(databases)),
+      m_scratch(std::move(scratch)),
+      m_thread([this] { Run(); }) {}
+
+void DatabaseLoader::Stop() {
+    Cancel();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+    const std::lock_guard lock(m_mutex);
+    m_engine.reset();
+}
+
+LibraryEngine DatabaseLoader::Wait() {
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_finished || m_cancelled; });
+    return m_engine;
+}
+
+void DatabaseLoader::Cancel() {
+    const std::lock_guard lock(m_mutex);
+    m_cancelled = true;
+    m_changed.notify_all();
+}
+
+void DatabaseLoader::Finish(LibraryEngine engine) {
+    const std::lock_guard lock(m_mutex);
+    m_engine = std::move(engine);
+    m_finished = true;
+    m_changed.notify_all();
+}
+
+void DatabaseLoader::Run() noexcept {
+    try {
+        LoadAll();
+    } catch (const std::exception& error) {
+        WriteToLog(kCommonLog, error.what());
+    }
+    const std::lock_guard lock(m_mutex);
+    m_finished = true;
+    m_changed.notify_all();
+}
+
+LibraryEngine DatabaseLoader::NewEngine() {
+    LibraryEngine engine(cl_engine_new(), [](cl_engine* held) {
+        if (held != nullptr) {
+            cl_engine_free(held);
+        }
+    });
+    if (engine == nullptr) {
+        return nullptr;
+    }
+    for (const auto& [field, value] : kSettings) {
+        if (cl_engine_set_num(engine.get(), field, value) != CL_SUCCESS) {
+            return nullptr;
+        }
+    }
+    if (cl_engine_set_str(engine.get(), CL_ENGINE_TMPDIR, m_scratch.c_str()) != CL_SUCCESS) {
+        return nullptr;
+    }
+    // Loading cannot be broken off, but it can be made to skip all that is left.
+    cl_engine_set_clcb_sigload(
+        engine.get(),
+        [](const char*, const char*, unsigned int, void* loader) {
+            return static_cast<DatabaseLoader*>(loader)->m_cancelled ? 1 : 0;
+        },
+        this);
+    InstallScanCallbacks(engine.get());
+    return engine;
+}
+
+void DatabaseLoader::LoadAll() {
+    while (!m_cancelled) {
+        LibraryEngine engine = NewEngine();
+        unsigned int signatures = 0;
+        auto damaged = m_databases.end();
+        for (auto each = m_databases.begin();
+             engine != nullptr && each != m_databases.end() && !m_cancelled; ++each) {
+            const auto result =
+                cl_load(each->path.c_str(), engine.get(), &signatures, kLoadOptions);
+            if (result != CL_SUCCESS && !m_cancelled) {
+                LogLeftOut(each->path, cl_strerror(result));
+                damaged = each;
+                break;
+            }
+        }
+        if (m_cancelled) {
+            return;
+        }
+        if (damaged != m_databases.end()) {
+            // Half of it is in the engine already: start again without it.
+            m_databases.erase(damaged);
+            continue;
+        }
+        if (engine == nullptr || signatures == 0 || cl_engine_compile(engine.get()) != CL_SUCCESS) {
+            WriteToLog(kCommonLog, "scanapi: no usable database, files cannot be scanned");
+            return;
+        }
+        Finish(std::move(engine));
+        return;
+    }
+}
+
+}  // namespace scanapi

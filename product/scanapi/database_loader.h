@@ -1,0 +1,57 @@
+#pragma once
+
+#include <atomic>
+#include <clamav.h>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "product/scanapi/database_list.h"
+
+namespace scanapi {
+
+using LibraryEngine = std::shared_ptr<cl_engine>;
+
+/// Loads databases into one libclamav engine on a thread of its own.
+class DatabaseLoader {
+public:
+    /// Starts loading; `scratch` is where the engine will unpack files.
+    DatabaseLoader(std::vector<Database> databases, std::string scratch);
+
+    ~DatabaseLoader() { Stop(); }
+
+    DatabaseLoader(const DatabaseLoader&) = delete;
+    DatabaseLoader& operator=(const DatabaseLoader&) = delete;
+
+    /// Waits until loading has ended. Null when it failed or was given up; any thread.
+    LibraryEngine Wait();
+
+    /// Makes the loading end soon and every Wait() return.
+    void Cancel();
+
+    /// Cancels, waits for the thread, which takes a moment only, and lets go of the engine.
+    void Stop();
+
+private:
+    void Run() noexcept;
+    void LoadAll();
+    LibraryEngine NewEngine();
+    void Finish(LibraryEngine engine);
+
+    std::vector<Database> m_databases;
+    std::string m_scratch;
+    std::atomic<bool> m_cancelled = false;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_finished = false;
+    LibraryEngine m_engine;
+    std::thread m_thread;
+};
+
+/// One line in the common log for a database that is left out.
+void LogLeftOut(const std::string& path, const char* reason);
+
+}  // namespace scanapi

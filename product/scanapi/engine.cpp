@@ -1,0 +1,221 @@
+#include "product/scanapi/engine.h"
+
+#include <chrono>
+#include <new>
+#include <span>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+#include "common/log.h"
+#include "common/text_field.h"
+#include "product/scanapi/version_record.h"
+
+namespace scanapi {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr int kOpened = 1;
+
+// Files up to this size are read into one buffer that is used again and again; mapping them costs
+// more than scanning them.
+constexpr std::size_t kBufferSize = 1U << 20U;
+
+// How often the program is asked whether to stop while a long scan says nothing.
+constexpr milliseconds kPollInterval(100);
+// How long a scan that is to stop may take to notice before it is left behind.
+constexpr milliseconds kStopPatience(500);
+constexpr std::size_t kMaxWorkers = 3;
+
+}  // namespace
+
+std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
+    SilenceLibrary();
+    if (cl_init(CL_INIT_DEFAULT) != CL_SUCCESS) {
+        return nullptr;
+    }
+    DatabaseList list = FindDatabases(std::string(FieldText(options.engineDirectory)));
+    for (const std::string& path : list.damaged) {
+        LogLeftOut(path, "it is not a database");
+    }
+    if (list.usable.empty()) {
+        WriteToLog(kCommonLog, "scanapi: no usable database found");
+        return nullptr;
+    }
+    auto scratch = ScratchDirectory::Make(std::string(FieldText(options.temporaryDirectory)));
+    if (scratch == nullptr) {
+        WriteToLog(kCommonLog, "scanapi: no place to unpack files in");
+        return nullptr;
+    }
+    return std::shared_ptr<Engine>(new Engine(options, std::move(list.usable), std::move(scratch)));
+}
+
+Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases,
+               std::unique_ptr<ScratchDirectory> scratch)
+    : m_engineDirectory(FieldText(options.engineDirectory)),
+      m_databases(std::move(databases)),
+      m_scratch(std::move(scratch)),
+      m_loader(std::make_unique<DatabaseLoader>(m_databases, m_scratch->Path())),
+      m_profile(ProfileFromOptions(options)) {}
+
+void Engine::Close() {
+    m_closing = true;
+    m_loader->Cancel();
+    const std::lock_guard scanning(m_scanMutex);
+    m_workers.clear();
+    m_loader->Stop();
+    m_scratch.reset();
+    const std::lock_guard lock(m_stateMutex);
+    m_files.clear();
+}
+
+tagZQVERINFO Engine::Version() const {
+    return ReadVersion(m_engineDirectory, m_databases);
+}
+
+void Engine::SetCallback(PFNZQCALLBACK callback) {
+    const std::lock_guard lock(m_stateMutex);
+    m_callback = callback;
+}
+
+void Engine::SetOptions(const tagSCANAPI_OPTIONS& options) {
+    const std::lock_guard lock(m_stateMutex);
+    m_profile = ProfileFromOptions(options);
+}
+
+int Engine::OpenFile(const char* name, std::uint64_t& handle) {
+    // Files are opened only when they can be scanned at once: what is held open cannot go away.
+    m_loader->Wait();
+    EngineOpenStatus status = kOpenFailed;
+    if (m_closing) {
+        return status;
+    }
+    auto file = TargetFile::Open(name, status);
+    if (file == nullptr) {
+        return status;
+    }
+    const std::lock_guard lock(m_stateMutex);
+    handle = ++m_lastHandle;
+    m_files.emplace(handle, std::move(file));
+    return kOpened;
+}
+
+bool Engine::CloseFile(std::uint64_t handle) {
+    const std::lock_guard lock(m_stateMutex);
+    return m_files.erase(handle) != 0;
+}
+
+bool Engine::ScanFile(std::uint64_t handle, void* context) {
+    const std::lock_guard scanning(m_scanMutex);
+    std::shared_ptr<TargetFile> file;
+    PFNZQCALLBACK callback = nullptr;
+    ScanProfile profile;
+    {
+        const std::lock_guard lock(m_stateMutex);
+        const auto found = m_files.find(handle);
+        if (found == m_files.end() || m_callback == nullptr || m_closing) {
+            return false;
+        }
+        file = found->second;
+        callback = m_callback;
+        profile = m_profile;
+    }
+    Conversation conversation(callback, context, *file);
+    ScanOutcome outcome;
+    try {
+        outcome = Scan(file, profile, conversation);
+    } catch (const std::bad_alloc&) {
+        outcome = {};
+    }
+    return conversation.Conclude(outcome);
+}
+
+ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProfile& profile,
+                         Conversation& conversation) {
+    const LibraryEngine engine = m_loader->Wait();
+    if (engine == nullptr) {
+        if (!m_failureLogged.exchange(true)) {
+            WriteToLog(kCommonLog, "scanapi: no database was loaded, files are not scanned");
+        }
+        return {};
+    }
+    if (!file->IsReadable() || file->Size() > static_cast<std::size_t>(kMaxFileSize)) {
+        return {};
+    }
+    FileBytes bytes;
+    if (file->Size() <= kBufferSize) {
+        if (m_buffer.buffer == nullptr) {
+            m_buffer.buffer = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
+        }
+        const auto got = file->ReadStart(std::span(m_buffer.buffer.get(), file->Size()));
+        if (got < 0) {
+            return {};
+        }
+        m_buffer.size = static_cast<std::size_t>(got);
+        ScanOutcome outcome =
+            ScanBytes(engine.get(), profile, *file, std::span(m_buffer.buffer.get(), m_buffer.size),
+                      ScanManner{});
+        if (outcome.verdict != Verdict::NeedsThread) {
+            return outcome;
+        }
+        bytes = std::move(m_buffer);
+    }
+    const auto job = std::make_shared<ScanJob>(engine, profile, file, std::move(bytes));
+    return ScanOnWorker(job, conversation);
+}
+
+ScanOutcome Engine::ScanOnWorker(const std::shared_ptr<ScanJob>& job, Conversation& conversation) {
+    const ScanOutcome stopped{Verdict::Stopped, {}, {}};
+    if (!Dispatch(job, conversation)) {
+        return stopped;
+    }
+    bool stopping = false;
+    auto deadline = std::chrono::steady_clock::time_point::max();
+    while (std::chrono::steady_clock::now() < deadline) {
+        const auto news = job->WaitForNews(kPollInterval);
+        for (const std::string& member : news.members) {
+            stopping = stopping || !conversation.Member(member);
+        }
+        if (news.finished) {
+            if (FileBytes bytes = job->TakeBytes(); bytes.buffer != nullptr) {
+                m_buffer = std::move(bytes);
+            }
+            return job->TakeOutcome();
+        }
+        stopping = stopping || m_closing || (news.members.empty() && conversation.StopWanted());
+        if (stopping && deadline == std::chrono::steady_clock::time_point::max()) {
+            job->Stop();
+            deadline = std::chrono::steady_clock::now() + kStopPatience;
+        }
+    }
+    // Deep in one large member nothing asks the scan to end. It goes on alone to the bounds set for
+    // it, and its result is thrown away.
+    return stopped;
+}
+
+bool Engine::Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& conversation) {
+    while (true) {
+        for (const auto& worker : m_workers) {
+            if (worker->Start(job)) {
+                return true;
+            }
+        }
+        if (m_workers.size() < kMaxWorkers) {
+            m_workers.push_back(std::make_unique<ScanWorker>());
+            continue;
+        }
+        // All of them are still at files that were left behind.
+        if (m_closing || conversation.StopWanted()) {
+            return false;
+        }
+        std::this_thread::sleep_for(kPollInterval);
+    }
+}
+
+void Engine::ResetRunFlags() {
+    m_failureLogged = false;
+}
+
+}  // namespace scanapi

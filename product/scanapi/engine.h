@@ -1,0 +1,70 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "abi/scanapi.h"
+#include "product/scanapi/conversation.h"
+#include "product/scanapi/database_loader.h"
+#include "product/scanapi/scan_worker.h"
+#include "product/scanapi/scratch_directory.h"
+
+namespace scanapi {
+
+/// The engine between ZqInitScan and ZqDeinitScan. Its functions may be called from any thread; one
+/// file is scanned at a time, and a callback may call all but ScanFile and Close.
+class Engine {
+public:
+    /// Looks for databases and begins to load them. Null when there is none that could be used.
+    static std::shared_ptr<Engine> Start(const tagSCANAPI_OPTIONS& options);
+
+    /// Gives up loading and stops a scan under way; opening and scanning fail from here on.
+    void Close();
+
+    [[nodiscard]] tagZQVERINFO Version() const;
+    void SetCallback(PFNZQCALLBACK callback);
+    void SetOptions(const tagSCANAPI_OPTIONS& options);
+
+    /// Waits until the databases are loaded. Anything but kOpenFailed and kOpenRefused is success.
+    int OpenFile(const char* name, std::uint64_t& handle);
+    bool CloseFile(std::uint64_t handle);
+
+    /// True when the file was scanned whole, or passed over as the options ask.
+    bool ScanFile(std::uint64_t handle, void* context);
+    void ResetRunFlags();
+
+private:
+    Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases,
+           std::unique_ptr<ScratchDirectory> scratch);
+
+    ScanOutcome Scan(const std::shared_ptr<TargetFile>& file, const ScanProfile& profile,
+                     Conversation& conversation);
+    ScanOutcome ScanOnWorker(const std::shared_ptr<ScanJob>& job, Conversation& conversation);
+    bool Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& conversation);
+
+    const std::string m_engineDirectory;
+    const std::vector<Database> m_databases;
+    // What is unpacked outlives those who unpack: the folder is destroyed after loader and workers.
+    std::unique_ptr<ScratchDirectory> m_scratch;
+    std::unique_ptr<DatabaseLoader> m_loader;
+
+    std::mutex m_scanMutex;  ///< held for the scan of a file
+    FileBytes m_buffer;
+    std::vector<std::unique_ptr<ScanWorker>> m_workers;
+
+    std::mutex m_stateMutex;  ///< guards what follows
+    ScanProfile m_profile;
+    PFNZQCALLBACK m_callback = nullptr;
+    std::unordered_map<std::uint64_t, std::shared_ptr<TargetFile>> m_files;
+    std::uint64_t m_lastHandle = 0;
+
+    std::atomic<bool> m_closing = false;
+    std::atomic<bool> m_failureLogged = false;
+};
+
+}  // namespace scanapi

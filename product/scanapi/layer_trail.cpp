@@ -1,0 +1,72 @@
+#include "product/scanapi/layer_trail.h"
+
+#include <algorithm>
+
+namespace scanapi {
+
+namespace {
+
+// An archive may list far more than is ever scanned; past this a member keeps its short name.
+constexpr std::size_t kMaxListed = 4096;
+// How far ahead a listed member is looked for, so that a hostile listing costs nothing.
+constexpr std::size_t kLookAhead = 256;
+
+std::string_view LastPart(std::string_view path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+}  // namespace
+
+void LayerTrail::Listed(std::string_view memberPath) {
+    if (m_layers.empty() || memberPath.ends_with('/')) {
+        return;
+    }
+    auto& listed = m_layers.back().listed;
+    // A zip entry is told of twice.
+    if (listed.size() < kMaxListed && (listed.empty() || listed.back() != memberPath)) {
+        listed.emplace_back(memberPath);
+    }
+}
+
+std::string LayerTrail::TakeListed(Layer& archive, std::string_view name) {
+    const std::size_t end = std::min(archive.listed.size(), archive.firstUnmet + kLookAhead);
+    for (std::size_t i = archive.firstUnmet; i < end; ++i) {
+        if (LastPart(archive.listed[i]) == name) {
+            archive.firstUnmet = i + 1;
+            return archive.listed[i];
+        }
+    }
+    return std::string(name);
+}
+
+void LayerTrail::Entered(std::uint32_t level, std::string_view name, int descriptor) {
+    m_layers.resize(std::min<std::size_t>(level, m_layers.size()));
+    Layer layer;
+    layer.descriptor = descriptor;
+    if (!m_layers.empty() && !name.empty()) {
+        layer.name = TakeListed(m_layers.back(), name);
+    }
+    m_layers.push_back(std::move(layer));
+}
+
+void LayerTrail::BackTo(int descriptor) {
+    for (std::size_t i = m_layers.size(); i > 0; --i) {
+        if (m_layers[i - 1].descriptor == descriptor) {
+            m_layers.resize(i);
+            return;
+        }
+    }
+}
+
+std::string LayerTrail::Path(std::string_view outer) const {
+    std::string path(outer);
+    for (const Layer& layer : m_layers) {
+        if (!layer.name.empty()) {
+            path += '/';
+            path += layer.name;
+        }
+    }
+    return path;
+}
+
+}  // namespace scanapi

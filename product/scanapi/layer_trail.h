@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace scanapi {
+
+/// Where in a nested file the scan stands, kept from what libclamav tells while it unpacks. It
+/// gives a member's full path before it scans any, and then only the last part of the path of the
+/// one being scanned; the two are brought together here.
+class LayerTrail {
+public:
+    /// An archive listed a member with its full path.
+    void Listed(std::string_view memberPath);
+
+    /// The layer at `level` (0: the file itself) is about to be scanned. `name` is empty for layers
+    /// without a name of their own, such as the inside of a gzip file.
+    void Entered(std::uint32_t level, std::string_view name, int descriptor);
+
+    /// The innermost layer that is read through `descriptor` (-1: from memory): layers below it are
+    /// done with.
+    void BackTo(int descriptor);
+
+    /// "outer/member/inner member", without unnamed layers.
+    [[nodiscard]] std::string Path(std::string_view outer) const;
+
+private:
+    struct Layer {
+        std::string name;
+        int descriptor = -1;
+        std::vector<std::string> listed;  ///< members not yet met
+        std::size_t firstUnmet = 0;
+    };
+
+    static std::string TakeListed(Layer& archive, std::string_view name);
+
+    std::vector<Layer> m_layers;
+};
+
+}  // namespace scanapi

@@ -1,0 +1,243 @@
+#include "product/scanapi/library_scan.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <unistd.h>
+#include <vector>
+
+#include "product/scanapi/detection_kind.h"
+#include "product/scanapi/layer_trail.h"
+
+namespace scanapi {
+
+namespace {
+
+struct Hit {
+    std::string name;
+    std::string path;
+};
+
+/// What one scan's callbacks share. The library hands it back to each of them.
+struct ScanContext {
+    const TargetFile& file;
+    const ScanProfile& profile;
+    const ScanManner& manner;
+    LayerTrail trail;
+    std::vector<Hit> hits;
+    bool passedOver = false;
+    bool needsThread = false;
+    bool readFailed = false;
+    bool broken = false;   ///< a callback ran out of memory
+    bool announce = true;  ///< members are told of once, also when a file is scanned twice
+
+    [[nodiscard]] bool Stopping() const {
+        return manner.stop != nullptr && manner.stop->load(std::memory_order_relaxed);
+    }
+    [[nodiscard]] bool Ended() const { return passedOver || needsThread || broken || Stopping(); }
+};
+
+struct MapCloser {
+    void operator()(cl_fmap_t* map) const { cl_fmap_close(map); }
+};
+using MapOwner = std::unique_ptr<cl_fmap_t, MapCloser>;
+
+constexpr std::string_view kUnknownType = "CL_TYPE_BINARY_DATA";
+
+// Types that hold no other file and so end soon: all else goes to the worker thread.
+bool IsPlainType(std::string_view type) {
+    static constexpr std::array<std::string_view, 13> kPlain{
+        kUnknownType,           "CL_TYPE_TEXT_ASCII", "CL_TYPE_TEXT_UTF8", "CL_TYPE_TEXT_UTF16LE",
+        "CL_TYPE_TEXT_UTF16BE", "CL_TYPE_ELF",        "CL_TYPE_GRAPHICS",  "CL_TYPE_PNG",
+        "CL_TYPE_JPEG",         "CL_TYPE_GIF",        "CL_TYPE_TIFF",      "CL_TYPE_HTML",
+        "CL_TYPE_SCRIPT",
+    };
+    return std::find(kPlain.begin(), kPlain.end(), type) != kPlain.end();
+}
+
+std::string_view TextOf(const char* text) {
+    return text == nullptr ? std::string_view() : std::string_view(text);
+}
+
+// Ends the scan: the library takes CL_VIRUS as a detection, which Judge() drops.
+constexpr cl_error_t kEndScan = CL_VIRUS;
+
+cl_error_t Inspect(ScanContext& context, int descriptor, std::string_view type,
+                   std::string_view name, std::uint32_t level, std::uint32_t attributes) {
+    if (context.Ended()) {
+        return kEndScan;
+    }
+    if (level == 0) {
+        context.trail.Entered(0, {}, descriptor);
+        context.passedOver = type == kUnknownType && !context.profile.readUnknownTypes;
+        context.needsThread = !context.manner.onMember && !IsPlainType(type);
+        return context.Ended() ? kEndScan : CL_CLEAN;
+    }
+    if ((attributes & LAYER_ATTRIBUTES_NORMALIZED) != 0) {
+        // The same text once more, in a form that is easier to match.
+        return CL_CLEAN;
+    }
+    if (!context.manner.onMember) {
+        context.needsThread = true;
+        return kEndScan;
+    }
+    context.trail.Entered(level, name, descriptor);
+    if (!name.empty() && context.announce) {
+        context.manner.onMember(context.trail.Path(context.file.Path()));
+    }
+    return context.Stopping() ? kEndScan : CL_CLEAN;
+}
+
+cl_error_t OnInspection(int descriptor, const char* type, const char** /*ancestors*/,
+                        std::size_t /*parentSize*/, const char* name, std::size_t /*size*/,
+                        const char* /*bytes*/, std::uint32_t level, std::uint32_t attributes,
+                        void* opaque) {
+    auto& context = *static_cast<ScanContext*>(opaque);
+    try {
+        return Inspect(context, descriptor, TextOf(type), TextOf(name), level, attributes);
+    } catch (...) {
+        context.broken = true;
+        return kEndScan;
+    }
+}
+
+cl_error_t OnListed(const char* /*containerType*/, unsigned long /*containerSize*/,
+                    const char* name, unsigned long /*size*/, int /*encrypted*/,
+                    unsigned int /*position*/, void* opaque) {
+    auto& context = *static_cast<ScanContext*>(opaque);
+    try {
+        context.trail.Listed(TextOf(name));
+    } catch (...) {
+        context.broken = true;
+    }
+    return context.Ended() ? kEndScan : CL_CLEAN;
+}
+
+void OnFound(int descriptor, const char* virusName, void* opaque) {
+    auto& context = *static_cast<ScanContext*>(opaque);
+    if (context.Ended()) {
+        return;
+    }
+    try {
+        LayerTrail trail = context.trail;
+        trail.BackTo(descriptor);
+        context.hits.push_back({std::string(TextOf(virusName)), trail.Path(context.file.Path())});
+    } catch (...) {
+        context.broken = true;
+    }
+}
+
+off_t OnRead(void* opaque, void* buffer, std::size_t count, off_t offset) {
+    auto& context = *static_cast<ScanContext*>(opaque);
+    while (!context.Stopping()) {
+        const auto got = pread(context.file.Descriptor(), buffer, count, offset);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        // The end of the file before its known size: it was cut short under the scan.
+        context.readFailed = context.readFailed || got < 0 || (got == 0 && count > 0);
+        return got;
+    }
+    errno = ECANCELED;
+    return -1;
+}
+
+cl_error_t Run(const cl_engine* engine, cl_fmap_t* map, std::uint32_t extraGeneral,
+               ScanContext& context) {
+    cl_scan_options options = context.profile.library;
+    options.general |= extraGeneral;
+    const char* virusName = nullptr;
+    unsigned long scanned = 0;
+    const auto result = cl_scanmap_callback(map, context.file.BaseName().c_str(), &virusName,
+                                            &scanned, engine, &options, &context);
+    if (result == CL_VIRUS && context.hits.empty() && virusName != nullptr && !context.Ended()) {
+        context.hits.push_back({virusName, context.file.Path()});
+    }
+    return result;
+}
+
+bool IsReported(const ScanContext& context, const Hit& hit) {
+    return !MeansNotWholeScanned(hit.name) &&
+           (context.profile.reportUnwanted || !IsUnwanted(hit.name));
+}
+
+ScanOutcome Judge(ScanContext& context, cl_error_t result) {
+    if (context.passedOver) {
+        return {Verdict::PassedOver, {}, {}};
+    }
+    if (context.needsThread) {
+        return {Verdict::NeedsThread, {}, {}};
+    }
+    const auto hit = std::find_if(context.hits.begin(), context.hits.end(),
+                                  [&](const Hit& each) { return IsReported(context, each); });
+    if (hit != context.hits.end()) {
+        return {Verdict::Infected, std::move(hit->name), std::move(hit->path)};
+    }
+    if (context.Stopping()) {
+        return {Verdict::Stopped, {}, {}};
+    }
+    const bool incomplete =
+        std::any_of(context.hits.begin(), context.hits.end(),
+                    [](const Hit& each) { return MeansNotWholeScanned(each.name); });
+    const bool failed = result != CL_CLEAN && result != CL_VIRUS;
+    if (incomplete || failed || context.readFailed || context.broken) {
+        return {Verdict::Unreadable, {}, {}};
+    }
+    return {Verdict::Clean, {}, {}};
+}
+
+template <typename MapMaker>
+ScanOutcome ScanMapped(const cl_engine* engine, const ScanProfile& profile, const TargetFile& file,
+                       const ScanManner& manner, MapMaker makeMap) {
+    ScanContext context{file, profile, manner, {}, {}};
+    {
+        const MapOwner map(makeMap(context));
+        if (map == nullptr) {
+            return {Verdict::Unreadable, {}, {}};
+        }
+        const auto result = Run(engine, map.get(), 0, context);
+        const bool onlyUnwanted = result == CL_VIRUS && !context.Ended() &&
+                                  !profile.reportUnwanted && !context.hits.empty() &&
+                                  std::all_of(context.hits.begin(), context.hits.end(),
+                                              [](const Hit& hit) { return IsUnwanted(hit.name); });
+        if (!onlyUnwanted) {
+            return Judge(context, result);
+        }
+    }
+    // The unwanted program that nobody asked about may have hidden what was found after it.
+    context.announce = false;
+    const MapOwner map(makeMap(context));
+    if (map == nullptr) {
+        return {Verdict::Unreadable, {}, {}};
+    }
+    return Judge(context, Run(engine, map.get(), CL_SCAN_GENERAL_ALLMATCHES, context));
+}
+
+}  // namespace
+
+void InstallScanCallbacks(cl_engine* engine) {
+    cl_engine_set_clcb_file_inspection(engine, OnInspection);
+    cl_engine_set_clcb_meta(engine, OnListed);
+    cl_engine_set_clcb_virus_found(engine, OnFound);
+}
+
+ScanOutcome ScanBytes(const cl_engine* engine, const ScanProfile& profile, const TargetFile& file,
+                      std::span<const std::byte> bytes, const ScanManner& manner) {
+    return ScanMapped(engine, profile, file, manner, [bytes](ScanContext&) {
+        return cl_fmap_open_memory(bytes.data(), bytes.size());
+    });
+}
+
+ScanOutcome ScanDescriptor(const cl_engine* engine, const ScanProfile& profile,
+                           const TargetFile& file, const ScanManner& manner) {
+    return ScanMapped(engine, profile, file, manner, [&file](ScanContext& context) {
+        return cl_fmap_open_handle(&context, 0, file.Size(), OnRead, 1);
+    });
+}
+
+void SilenceLibrary() {
+    cl_set_clcb_msg([](cl_msg, const char*, const char*, void*) {});
+}
+
+}  // namespace scanapi

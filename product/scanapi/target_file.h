@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+#include <sys/stat.h>
+
+#include "abi/scanapi.h"
+#include "common/file_descriptor.h"
+
+namespace scanapi {
+
+/// One regular file held open for a scan, with the folder it was found in.
+class TargetFile {
+public:
+    /// Opens `path` without blocking. Null on failure, with the reason in `status`: kOpenRefused
+    /// for what is no regular file or lies on a pseudo file system, kOpenFailed for what is not
+    /// there. A regular file that may not be read is opened all the same and IsReadable() is false:
+    /// its scan then says so.
+    static std::shared_ptr<TargetFile> Open(const char* path, EngineOpenStatus& status);
+
+    [[nodiscard]] const std::string& Path() const { return m_path; }
+    [[nodiscard]] const std::string& BaseName() const { return m_baseName; }
+    [[nodiscard]] bool IsReadable() const { return m_file.IsOpen(); }
+    [[nodiscard]] int Descriptor() const { return m_file.Get(); }
+    [[nodiscard]] int FolderDescriptor() const { return m_folder.Get(); }
+
+    /// The file's state when it was opened, before a byte of it was read.
+    [[nodiscard]] const struct stat& Opened() const { return m_opened; }
+    [[nodiscard]] std::size_t Size() const { return static_cast<std::size_t>(m_opened.st_size); }
+
+    /// Fills `buffer` from the start of the file; the bytes read, -1 when a read failed.
+    [[nodiscard]] std::ptrdiff_t ReadStart(std::span<std::byte> buffer) const;
+
+private:
+    std::string m_path;
+    std::string m_baseName;
+    FileDescriptor m_folder;
+    FileDescriptor m_file;
+    struct stat m_opened {};
+};
+
+/// True for a file system whose files are made up by the kernel as they are read.
+bool IsPseudoFileSystem(unsigned long magic);
+
+}  // namespace scanapi
