@@ -11,6 +11,7 @@
 dlgMain::dlgMain() : m_ui(std::make_unique<Ui::dlgMain>()) {
     m_ui->setupUi(this);
     m_ui->navigation->setBackgroundRole(QPalette::Base);
+    m_ui->divider->setForegroundRole(QPalette::Mid);
     ConnectButtons();
     ConnectPages();
     MarkCurrentPage();
@@ -30,12 +31,6 @@ void dlgMain::ConnectButtons() {
     connect(m_ui->btnAbout, &QToolButton::clicked, this, &dlgMain::OnAbtClick);
     connect(m_ui->btnHelp, &QToolButton::clicked, this, &dlgMain::OnHelpClick);
     connect(m_ui->btnExit, &QToolButton::clicked, this, &dlgMain::close);
-
-    // A click presses its button by itself, also when its page is then refused.
-    for (const QToolButton* button : {m_ui->btnScan, m_ui->btnOptions, m_ui->btnReports,
-                                      m_ui->btnUpdate, m_ui->btnSchedule, m_ui->btnAbout}) {
-        connect(button, &QToolButton::clicked, this, &dlgMain::MarkCurrentPage);
-    }
 }
 
 void dlgMain::ConnectPages() {

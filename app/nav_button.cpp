@@ -7,6 +7,8 @@
 namespace {
 
 constexpr int kMarkWidth = 4;
+constexpr int kMarkRoom = 10;  // the mark and the gap behind it
+constexpr int kPadding = 8;
 constexpr int kRounding = 6;
 
 }  // namespace
@@ -16,6 +18,10 @@ NavButton::NavButton(QWidget* parent) : QToolButton(parent) {
     setAutoRaise(true);
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+}
+
+QSize NavButton::sizeHint() const {
+    return QToolButton::sizeHint() + QSize(kMarkRoom + kPadding, kPadding);
 }
 
 void NavButton::paintEvent(QPaintEvent* /*event*/) {
@@ -32,9 +38,11 @@ void NavButton::paintEvent(QPaintEvent* /*event*/) {
                                 kMarkWidth / 2.0, kMarkWidth / 2.0);
         wash.setAlphaF(0.16F);
         painter.setBrush(wash);
-        painter.drawRoundedRect(rect().adjusted(kMarkWidth + 2, 0, 0, 0), kRounding, kRounding);
+        painter.drawRoundedRect(rect().adjusted(kMarkRoom - kPadding / 2, 0, 0, 0), kRounding,
+                                kRounding);
         // The mark says it all: the style need not draw the button pressed as well.
         option.state &= ~(QStyle::State_On | QStyle::State_Sunken);
     }
+    option.rect = rect().adjusted(kMarkRoom, 0, 0, 0);
     painter.drawComplexControl(QStyle::CC_ToolButton, option);
 }

@@ -10,6 +10,11 @@ class NavButton : public QToolButton {
 public:
     explicit NavButton(QWidget* parent = nullptr);
 
+    [[nodiscard]] QSize sizeHint() const override;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
+
+    /// A click presses nothing by itself: the page may be refused, so the window sets the mark.
+    void nextCheckState() override {}
 };
