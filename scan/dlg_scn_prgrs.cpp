@@ -148,8 +148,8 @@ void dlgScnPrgrs::EndThread() {
     // Only when the dialog is destroyed under a running scan: there is no one left to ask.
     m_stop.Set();
     StopCount = true;
+    CloseEvents();
     while (!m_thread->wait(kEndPollInterval)) {
-        QCoreApplication::removePostedEvents(this);
         WakePrompt();
     }
     m_thread->Join();

@@ -8,7 +8,7 @@
 #include "abi/scanapi.h"
 #include "common/path_list.h"
 #include "scan/progress_view.h"
-#include "scan/stop_flag.h"
+#include "scan/scan_dialog.h"
 
 class QEventLoop;
 class QMovie;

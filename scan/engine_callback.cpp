@@ -5,8 +5,8 @@
 #include "reports/virus_log.h"
 #include "scan/detection_filters.h"
 #include "scan/prompt_handshake.h"
+#include "scan/scan_dialog.h"
 #include "scan/scanner.h"
-#include "scan/stop_flag.h"
 #include "scan/zq_event.h"
 
 namespace {

@@ -1,9 +1,8 @@
 #include "scan/file_count_thread.h"
 
-#include <QDialog>
-
 #include "common/run_state.h"
 #include "scan/directory_walker.h"
+#include "scan/scan_dialog.h"
 #include "scan/zq_event.h"
 
 namespace {
@@ -25,7 +24,7 @@ std::uint32_t GetFileCount(const char* directory) {
     return DirectoryWalker(visitor).Walk(directory);
 }
 
-FileCountThrd::FileCountThrd(const tagPathList* paths, QDialog* dialog)
+FileCountThrd::FileCountThrd(const tagPathList* paths, ScanDialog* dialog)
     : m_paths(paths), m_dialog(dialog) {}
 
 void FileCountThrd::Join() {

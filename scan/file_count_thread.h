@@ -7,7 +7,7 @@
 
 #include "common/path_list.h"
 
-class QDialog;
+class ScanDialog;
 
 /// The progress bar's total while it is not known, and for a tree without files.
 inline constexpr std::uint64_t kUnknownTotal = 200000;
@@ -20,7 +20,7 @@ std::uint32_t GetFileCount(const char* directory);
 class FileCountThrd : public QThread {
 public:
     /// Neither the list nor the dialog is owned; both outlive the thread.
-    FileCountThrd(const tagPathList* paths, QDialog* dialog);
+    FileCountThrd(const tagPathList* paths, ScanDialog* dialog);
 
     /// Waits until the thread has ended, at once when it was never started.
     void Join();
@@ -30,7 +30,7 @@ protected:
 
 private:
     const tagPathList* m_paths;
-    QDialog* m_dialog;
+    ScanDialog* m_dialog;
     // QThread::wait() orders memory too, but where the thread sanitizer cannot see it.
     std::atomic<bool> m_ended{false};
 };

@@ -14,6 +14,12 @@ namespace {
 // Nine digits at most are shown: a count of a thousand million or more loses its last one.
 constexpr std::size_t kCountTextSize = 10;
 
+QString CountText(std::uint32_t count) {
+    std::array<char, kCountTextSize> text{};
+    std::snprintf(text.data(), text.size(), "%u", count);
+    return QString::fromLatin1(text.data());
+}
+
 }  // namespace
 
 void ProgressView::Attach(Label label, QLabel* widget) {
@@ -35,9 +41,10 @@ void ProgressView::SetText(Label label, std::string_view text) {
 }
 
 void ProgressView::SetCount(Label label, std::uint32_t count) {
-    std::array<char, kCountTextSize> text{};
-    std::snprintf(text.data(), text.size(), "%u", count);
-    SetText(label, text.data());
+    Field& field = m_fields[label];
+    field.count = count;
+    field.isCount = true;
+    field.changed = m_changed = true;
 }
 
 void ProgressView::ResetBar(std::uint64_t total) {
@@ -60,12 +67,18 @@ void ProgressView::SetProgressValue(std::int64_t progress) {
     m_barChanged = m_changed = true;
 }
 
+QString ProgressView::TextOf(const Field& field) {
+    if (field.isCount) {
+        return CountText(field.count);
+    }
+    return field.width > 0 ? ShortDisplayPath(field.text.c_str(), field.width)
+                           : DisplayText(field.text);
+}
+
 void ProgressView::Show() {
     for (Field& field : m_fields) {
         if (field.changed && field.widget != nullptr) {
-            field.widget->setText(field.width > 0
-                                      ? ShortDisplayPath(field.text.c_str(), field.width)
-                                      : DisplayText(field.text));
+            field.widget->setText(TextOf(field));
         }
         field.changed = false;
     }

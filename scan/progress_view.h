@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include <QString>
+
 class QLabel;
 class QProgressBar;
 
@@ -50,9 +52,12 @@ private:
         QLabel* widget = nullptr;
         std::string text;
         int width = 0;  // 0: shown whole
+        std::uint32_t count = 0;
+        bool isCount = false;
         bool changed = false;
     };
 
+    static QString TextOf(const Field& field);
     void SetProgressValue(std::int64_t progress);
     void ShowBar();
 

@@ -14,8 +14,8 @@
 #include "scan/file_count_thread.h"
 #include "scan/prompt_handshake.h"
 #include "scan/read_ahead.h"
+#include "scan/scan_dialog.h"
 #include "scan/scanner.h"
-#include "scan/stop_flag.h"
 #include "scan/zq_event.h"
 
 namespace {
@@ -67,8 +67,9 @@ void ScanFile(const char* path, QDialog* dialog) {
     if (path == nullptr) {
         return;
     }
-    PostZqEvent(dialog, kEvtAdvance);
-    PostZqEvent(dialog, kEvtScanningFile, path);
+    auto* scanDialog = static_cast<ScanDialog*>(dialog);
+    PostZqEvent(scanDialog, kEvtAdvance);
+    PostZqEvent(scanDialog, kEvtScanningFile, path);
     {
         Scanner scanner;
         if (scanner.Open(path) == 0) {

@@ -7,7 +7,7 @@
 
 #include "abi/scanapi.h"
 
-class QObject;
+class ScanDialog;
 
 /// The events of a scan run, posted by its threads to the progress dialog.
 enum ZQEvent : int {
@@ -43,26 +43,16 @@ public:
     [[nodiscard]] const tagZQFILEINFO& Info() const;
 
 private:
-    friend void PostCounted(QObject* receiver, std::unique_ptr<ZqEvent> event);
-
     std::unique_ptr<std::string> m_text;
     std::unique_ptr<tagZQFILEINFO> m_info;  // most events carry none, and it is a kilobyte
-    bool m_counted = false;                 // among the events that wait
 };
 
-/// Events that may wait at a dialog before the threads that post them wait too.
-inline constexpr int kMaxWaitingEvents = 1024;
-
-/// Posts an event to the progress dialog from a worker thread. When kMaxWaitingEvents wait there,
-/// this waits too, so that memory stays flat whatever the size of the tree. Never waits on the
-/// receiver's own thread, nor for a question (kEvtPrompt, kEvtConfirmStop): its thread waits for
+/// Posts an event to the progress dialog from a worker thread. When about a thousand events wait
+/// there this waits too, so that memory stays flat whatever the size of the tree. It never waits on
+/// the dialog's own thread, nor for a question (kEvtPrompt, kEvtConfirmStop): its thread waits for
 /// the answer anyway.
-void PostZqEvent(QObject* receiver, ZQEvent type, const tagZQFILEINFO* info);
-void PostZqEvent(QObject* receiver, ZQEvent type, const char* text = nullptr);
+void PostZqEvent(ScanDialog* dialog, ZQEvent type, const tagZQFILEINFO* info);
+void PostZqEvent(ScanDialog* dialog, ZQEvent type, const char* text = nullptr);
 
-/// What a receiver calls first: the event as the ZqEvent it is, null when its type is none of
-/// them. Orders what the posting thread wrote before this thread's reads.
+/// What customEvent() was given as the ZqEvent it is, null when its type is none of them.
 const ZqEvent* AsZqEvent(const QEvent* event);
-
-/// How many events wait now. Any thread.
-int WaitingEvents();
