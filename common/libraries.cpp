@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <dlfcn.h>
 #include <string>
+#include <unistd.h>
 
 #include "common/log.h"
 #include "common/paths.h"
@@ -14,8 +15,13 @@ namespace {
 
 constexpr std::size_t kMaxLibraryPath = 260;
 
-unsigned int ErrorOr(int fallback) {
-    return static_cast<unsigned int>(errno != 0 ? errno : fallback);
+// Why a library could not be loaded. The loader itself often leaves no error number, and none of
+// its own for a file that is there but no library.
+unsigned int LoadError(const std::string& path) {
+    if (errno == 0 && ::access(path.c_str(), R_OK) == 0) {
+        errno = ELIBBAD;
+    }
+    return static_cast<unsigned int>(errno);
 }
 
 }  // namespace
@@ -67,15 +73,14 @@ void* LoadDylibAndGetPFN(const char* library, const char* symbol, void** handle,
         const std::string path = (std::string(directory) + library).substr(0, kMaxLibraryPath);
         loaded = ZQLoadLibrary(path.c_str());
         if (loaded == nullptr) {
-            // The loader leaves no error number for a file that is there but no library.
-            *error = ErrorOr(ELIBBAD);
+            *error = LoadError(path);
             return nullptr;
         }
     }
     errno = 0;
     void* address = ZQGetProcAddress(loaded, symbol);
     if (address == nullptr) {
-        *error = ErrorOr(ENOSYS);
+        *error = static_cast<unsigned int>(errno != 0 ? errno : ENOSYS);
         if (*handle == nullptr) {
             ZQFreeLibrary(loaded);
         }

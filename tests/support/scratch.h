@@ -1,0 +1,129 @@
+#pragma once
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+// Small helpers that tests of files and processes share.
+
+/// A folder of the test's own that goes away with the object.
+class ScratchFolder {
+public:
+    ScratchFolder() {
+        std::string name = (std::filesystem::temp_directory_path() / "corvane-XXXXXX").string();
+        if (::mkdtemp(name.data()) == nullptr) {
+            std::abort();
+        }
+        m_path = name + "/";
+    }
+    ~ScratchFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    /// The folder's path, "/" at its end.
+    [[nodiscard]] const std::string& Path() const { return m_path; }
+    [[nodiscard]] std::string operator/(std::string_view name) const {
+        return m_path + std::string(name);
+    }
+
+private:
+    std::string m_path;
+};
+
+/// A file system of `size` (as "64k") on `folder`, to fill up. Not mounted where that is forbidden.
+class TinyDisk {
+public:
+    TinyDisk(std::string folder, const std::string& size) : m_folder(std::move(folder)) {
+        const std::string options = "size=" + size;
+        m_mounted = ::mount("corvane-test", m_folder.c_str(), "tmpfs", 0, options.c_str()) == 0;
+    }
+    ~TinyDisk() {
+        if (m_mounted) {
+            ::umount2(m_folder.c_str(), MNT_DETACH);
+        }
+    }
+    TinyDisk(const TinyDisk&) = delete;
+    TinyDisk& operator=(const TinyDisk&) = delete;
+    [[nodiscard]] bool IsMounted() const { return m_mounted; }
+
+private:
+    std::string m_folder;
+    bool m_mounted = false;
+};
+
+inline bool InSandbox() {
+    return std::getenv("CORVANE_SANDBOX") != nullptr;
+}
+
+inline std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+inline void WriteFile(const std::string& path, std::string_view content) {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+}
+
+/// Permission bits of a file, 0 when it is missing; a link is not followed.
+inline unsigned int ModeOf(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
+}
+
+inline bool Exists(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0;
+}
+
+/// Runs `work` in a forked process without waiting for it; its result is the exit status.
+inline pid_t StartChild(const std::function<int()>& work) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(work());
+    }
+    return child;
+}
+
+/// The exit status of a child, -1 when a signal ended it.
+inline int JoinChild(pid_t child) {
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return -1;
+        }
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+/// Runs `work` in a forked process and gives its result, 0 to 255.
+inline int InChild(const std::function<int()>& work) {
+    return JoinChild(StartChild(work));
+}
+
+/// Waits until `condition` holds, at most ten seconds.
+inline bool WaitUntil(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}

@@ -1,0 +1,170 @@
+// The records exchanged with the loadable libraries, byte for byte as those were built to read
+// them.
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <type_traits>
+
+#include "abi/libdbmod.h"
+#include "abi/opsitf.h"
+#include "abi/scanapi.h"
+#include "abi/system_time.h"
+#include "common/scan_settings.h"
+
+namespace {
+
+template <typename Record>
+std::string Image(const Record& record) {
+    static_assert(std::is_trivially_copyable_v<Record>);
+    std::string bytes(sizeof record, '\0');
+    std::memcpy(bytes.data(), &record, sizeof record);
+    return bytes;
+}
+
+// A record that is zero all over, its padding included.
+template <typename Record>
+void Clear(Record& record) {
+    std::memset(static_cast<void*>(&record), 0, sizeof record);
+}
+
+std::string Zeros(std::size_t count) {
+    return std::string(count, '\0');
+}
+
+TEST(Records, SystemTimeHasEightLittleEndianFieldsInOrder) {
+    const tagSYSTEMTIME time{0x07EA, 0x0B, 0x06, 0x15, 0x17, 0x3B, 0x3A, 0x03E7};
+    EXPECT_EQ(Image(time),
+              std::string("\xEA\x07\x0B\x00\x06\x00\x15\x00\x17\x00\x3B\x00\x3A\x00\xE7\x03", 16));
+    EXPECT_TRUE((std::is_same_v<tagSYSTEMTIME, tagZQSYSTEMTIME>));
+}
+
+TEST(Records, VersionIsTwoNumbersAndADate) {
+    const tagZQVERINFO version{0x0102, 0x0304, {2026, 2, 3, 4, 5, 6, 7, 8}};
+    EXPECT_EQ(Image(version), std::string("\x02\x01\x04\x03"
+                                          "\xEA\x07\x02\x00\x03\x00\x04\x00"
+                                          "\x05\x00\x06\x00\x07\x00\x08\x00",
+                                          20));
+}
+
+TEST(Records, FileInfoPlacesEveryField) {
+    tagZQFILEINFO info;
+    Clear(info);
+    info.code = 0x03E9;
+    std::memset(info.fileName, 'f', sizeof info.fileName);
+    std::memset(info.virusName, 'v', sizeof info.virusName);
+    info.detectionClass = 0x1122;
+    info.detectionSubClass = 0x3344;
+    EXPECT_EQ(Image(info), std::string("\xE9\x03") + std::string(1024, 'f') + Zeros(6) +
+                               std::string(50, 'v') + "\x22\x11\x44\x33" + Zeros(10));
+    EXPECT_EQ(Image(info).size(), 1096U);
+}
+
+TEST(Records, EngineOptionsPlaceEveryField) {
+    tagSCANAPI_OPTIONS options;
+    Clear(options);
+    options.size = 546;
+    options.fixed1 = 1;
+    options.fixed2 = 5;
+    options.scanArchives = 0x0A0B;
+    options.scanPacked = 0x0C0D;
+    std::memset(options.engineDirectory, 'e', sizeof options.engineDirectory);
+    std::memset(options.temporaryDirectory, 't', sizeof options.temporaryDirectory);
+    options.dumbScan = 0x0E0F;
+    options.adwareLevel = 0x1011;
+    options.extraFlags = kLabScanFlag;
+    EXPECT_EQ(Image(options), std::string("\x22\x02\x01\x00\x05\x00\x0B\x0A\x0D\x0C", 10) +
+                                  std::string(256, 'e') + std::string(256, 't') +
+                                  std::string("\x0F\x0E\x11\x10\x00\x80", 6) + Zeros(18));
+    EXPECT_EQ(Image(options).size(), 546U);
+}
+
+TEST(Records, ClientSettingPlacesEveryField) {
+    tagCLIENTSETTINGDATA data;
+    Clear(data);
+    data.size = 256;
+    data.category = 14;
+    data.value = 1;
+    data.passwordSet = 0x01020304;
+    EXPECT_EQ(Image(data), std::string("\x00\x01\x00\x00\x0E\x00\x00\x00\x01\x00\x00\x00", 12) +
+                               Zeros(16) + "\x04\x03\x02\x01" + Zeros(224));
+    EXPECT_EQ(Image(data).size(), 256U);
+}
+
+TEST(Records, DatabaseResultPlacesEveryField) {
+    const tagDBRESULT result{16, 1000, 5, 0};
+    EXPECT_EQ(Image(result),
+              std::string("\x10\x00\x00\x00\xE8\x03\x00\x00\x05\x00\x00\x00\x00\x00\x00\x00", 16));
+}
+
+TEST(Records, PasswordRecordPlacesEveryField) {
+    tagPASSWORDRECORD record;
+    Clear(record);
+    record.size = 64;
+    record.isSet = 1;
+    record.changedAt = 0x0102030405060708;
+    EXPECT_EQ(Image(record), std::string("\x40\x00\x00\x00\x01\x00\x00\x00", 8) +
+                                 "\x08\x07\x06\x05\x04\x03\x02\x01" + Zeros(48));
+    EXPECT_EQ(Image(record).size(), 64U);
+}
+
+TEST(Records, ScannerSettingsAreThreeBytes) {
+    EXPECT_EQ(Image(tagSCNOPTS{0x0102, 0x0B}), std::string("\x02\x01\x0B"));
+    EXPECT_EQ(Image(kDefaultScanSettings), std::string("\x01\x00\x0B", 3));
+    EXPECT_EQ(Image(tagMYSCNOPTS{0x0003, 1}), std::string("\x03\x00\x01", 3));
+}
+
+TEST(Codes, EngineMessages) {
+    EXPECT_EQ(kMsgVirusFound, 1001);
+    EXPECT_EQ(kMsgFileClean, 1002);
+    EXPECT_EQ(kMsgScanningMember, 1003);
+    EXPECT_EQ(kMsgNeedsDecision, 1004);
+    EXPECT_EQ(kMsgCannotRead, 1005);
+    EXPECT_EQ(kMsgVirusFoundSecondKind, 1007);
+    EXPECT_EQ(kMsgRepaired, 3001);
+    EXPECT_EQ(kMsgRepairFailed, 3002);
+    EXPECT_EQ(kMsgDeleted, 3003);
+    EXPECT_EQ(kMsgSkipped, 3004);
+    EXPECT_EQ(kMsgMarkedForDeletion, 3006);
+}
+
+TEST(Codes, EngineReplies) {
+    EXPECT_EQ(kReplyDismiss, 2000);
+    EXPECT_EQ(kReplyRepair, 2001);
+    EXPECT_EQ(kReplyDelete, 2002);
+    EXPECT_EQ(kReplyLeave, 2003);
+    EXPECT_EQ(kReplyStop, 2004);
+    EXPECT_EQ(kReplyGoOn, 2005);
+    EXPECT_EQ(kOpenFailed, 0);
+    EXPECT_EQ(kOpenRefused, 4001);
+}
+
+TEST(Codes, SettingsDatabase) {
+    EXPECT_EQ(kPasswordCategory, 14U);
+    EXPECT_EQ(kPasswordValue, 1U);
+    EXPECT_EQ(kDbPasswordAccepted, 1000U);
+}
+
+TEST(Codes, ScannerSettings) {
+    EXPECT_EQ(kActionRepairOnly, 0);
+    EXPECT_EQ(kActionRepairOrDelete, 1);
+    EXPECT_EQ(kActionDelete, 2);
+    EXPECT_EQ(kActionReportOnly, 3);
+    EXPECT_EQ(kActionPrompt, 4);
+    EXPECT_EQ(kScanArchives, 1);
+    EXPECT_EQ(kScanAdware, 2);
+    EXPECT_EQ(kScanDumb, 4);
+    EXPECT_EQ(kScanPacked, 8);
+}
+
+TEST(Names, OfLibrariesAndEntryPoints) {
+    EXPECT_STREQ(kScanApiLibrary, "scanapi.so");
+    EXPECT_STREQ(kOpsLibrary, "opsitf.so");
+    EXPECT_STREQ(kOpsIgnoreProcess, "OPSIgnoreProcess");
+    EXPECT_STREQ(kOpsUnignoreProcess, "OPSUnignoreProcess");
+    EXPECT_STREQ(kDbLibrary, "libdbmod.so");
+    EXPECT_STREQ(kDbGetClientSettingData, "AvGetClientSettingData");
+    EXPECT_STREQ(kDbVerifyPassword, "AvVerfiyPassword");
+}
+
+}  // namespace
