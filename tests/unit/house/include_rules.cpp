@@ -175,11 +175,11 @@ private:
         }
         for (const std::string& next : arrows->second) {
             if (next == way.front()) {
-                std::string text = "circle:";
+                std::string text = "circle: ";
                 for (const auto& step : way) {
-                    text += " " + step + " ->";
+                    text.append(step).append(" -> ");
                 }
-                m_broken.push_back(text + " " + next);
+                m_broken.push_back(text.append(next));
             } else if (next > way.front() && std::find(way.begin(), way.end(), next) == way.end()) {
                 way.push_back(next);
                 Follow(next, way);
