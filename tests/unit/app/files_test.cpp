@@ -1,0 +1,198 @@
+// The option files: bytes, modes, defaults, and what a damaged file gives.
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/stat.h>
+
+#include "app/scan_options_file.h"
+#include "app/shared_file.h"
+#include "app/start_up.h"
+#include "app/update_options.h"
+#include "common/run_state.h"
+#include "common/text_field.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class OptionFiles : public ::testing::Test {
+protected:
+    OptionFiles() {
+        std::string pattern = fs::temp_directory_path() / "corvane-files-XXXXXX";
+        m_folder = mkdtemp(pattern.data());
+        CopyToField(g_szAppPath, m_folder.string() + "/");
+    }
+    ~OptionFiles() override { fs::remove_all(m_folder); }
+
+    void Put(const std::string& name, const std::string& bytes, mode_t mode = 0600) const {
+        std::ofstream(m_folder / name, std::ios::binary) << bytes;
+        chmod((m_folder / name).c_str(), mode);
+    }
+    [[nodiscard]] std::string Get(const std::string& name) const {
+        std::ifstream file(m_folder / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    [[nodiscard]] int Mode(const std::string& name) const {
+        struct stat status {};
+        return stat((m_folder / name).c_str(), &status) == 0
+                   ? static_cast<int>(status.st_mode & 07777)
+                   : -1;
+    }
+
+    fs::path m_folder;
+};
+
+TEST_F(OptionFiles, NoRecordToLoadInto) {
+    EXPECT_FALSE(LoadScanOptionsFile(nullptr));
+}
+
+TEST_F(OptionFiles, MissingSettingsAreMadeWithTheDefaults) {
+    tagSCNOPTS options{9, 0xFF};
+    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_EQ(options.action, 1);
+    EXPECT_EQ(options.flags, 11);
+    EXPECT_EQ(Get("zqscn.opt"), std::string("\x01\x00\x0B", 3));
+    EXPECT_EQ(Mode("zqscn.opt"), 0666);
+}
+
+TEST_F(OptionFiles, SettingsAreLoadedAndShared) {
+    Put("zqscn.opt", std::string("\x04\x00\x05", 3));
+    tagSCNOPTS options{};
+    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_EQ(options.action, 4);
+    EXPECT_EQ(options.flags, 5);
+    EXPECT_EQ(Mode("zqscn.opt"), 0666);
+}
+
+TEST_F(OptionFiles, OneByteIsTheAction) {
+    Put("zqscn.opt", "\x03");
+    tagSCNOPTS options{};
+    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_EQ(options.action, 3);
+    EXPECT_EQ(options.flags, 11);
+    EXPECT_EQ(Get("zqscn.opt"), "\x03");
+}
+
+TEST_F(OptionFiles, TwoBytesKeepTheDefaultFlags) {
+    Put("zqscn.opt", "\x02\x01");
+    tagSCNOPTS options{};
+    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_EQ(options.action, 0x0102);
+    EXPECT_EQ(options.flags, 11);
+}
+
+TEST_F(OptionFiles, NoValueIsRejected) {
+    Put("zqscn.opt", std::string("\x07\x00\xF0more", 7));
+    tagSCNOPTS options{};
+    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_EQ(options.action, 7);
+    EXPECT_EQ(options.flags, 0xF0);
+}
+
+TEST_F(OptionFiles, LinkInTheSettingsPlaceIsNotFollowed) {
+    Put("secret", std::string("\x02\x00\x01", 3));
+    fs::create_symlink("secret", m_folder / "zqscn.opt");
+    tagSCNOPTS options{};
+    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_EQ(options.action, 1);
+    EXPECT_EQ(options.flags, 11);
+    EXPECT_EQ(Mode("secret"), 0600);
+    EXPECT_EQ(WriteScanOptionsFile({4, 4}), FileOutcome::kNotOpened);
+    EXPECT_EQ(Get("secret"), std::string("\x02\x00\x01", 3));
+}
+
+TEST_F(OptionFiles, ReadingStartsFromZero) {
+    Put("zqscn.opt", "\x03");
+    tagSCNOPTS options{9, 0xFF};
+    EXPECT_EQ(ReadScanOptionsFile(options), FileOutcome::kDone);
+    EXPECT_EQ(options.action, 3);
+    EXPECT_EQ(options.flags, 0);
+    EXPECT_EQ(Mode("zqscn.opt"), 0666);
+}
+
+TEST_F(OptionFiles, ReadingAndWritingNeverMakeTheFile) {
+    tagSCNOPTS options{9, 0xFF};
+    EXPECT_EQ(ReadScanOptionsFile(options), FileOutcome::kNotOpened);
+    EXPECT_EQ(WriteScanOptionsFile(options), FileOutcome::kNotOpened);
+    EXPECT_FALSE(fs::exists(m_folder / "zqscn.opt"));
+}
+
+TEST_F(OptionFiles, WritingChangesThreeBytes) {
+    Put("zqscn.opt", "abcdef");
+    EXPECT_EQ(WriteScanOptionsFile({3, 13}), FileOutcome::kDone);
+    EXPECT_EQ(Get("zqscn.opt"), std::string("\x03\x00\x0D"
+                                            "def",
+                                            6));
+    EXPECT_EQ(Mode("zqscn.opt"), 0666);
+}
+
+TEST_F(OptionFiles, MissingUpdateOptionsAreMadeWithTheStartUpDefault) {
+    const tagUpdtOpts options = LoadUpdateOptionsAtStart();
+    EXPECT_EQ(options.flags, 9U);
+    EXPECT_EQ(options.reserved, 1U);
+    EXPECT_EQ(Get("zqupdate.opt"), std::string("\x09\0\0\0\x01\0\0\0", 8) + std::string(512, '\0'));
+    EXPECT_EQ(Mode("zqupdate.opt"), 0666);
+}
+
+TEST_F(OptionFiles, ShortUpdateOptionsAreFilledWithZeros) {
+    Put("zqupdate.opt", std::string("\x04\0\0\0\x01\0\0\0/mirror", 15));
+    const tagUpdtOpts options = LoadUpdateOptionsAtStart();
+    EXPECT_EQ(options.flags, 4U);
+    EXPECT_EQ(FieldText(options.path), "/mirror");
+    EXPECT_EQ(FieldText(options.backupFolder), "");
+    EXPECT_EQ(Mode("zqupdate.opt"), 0666);
+    EXPECT_EQ(Get("zqupdate.opt").size(), 15U);
+}
+
+TEST_F(OptionFiles, SharedFileIsMadePrivate) {
+    const std::string path = m_folder / "made";
+    const mode_t before = umask(0);
+    const FileDescriptor file = CreateSharedFile(path.c_str());
+    umask(before);
+    EXPECT_TRUE(file.IsOpen());
+    EXPECT_EQ(Mode("made"), 0600);
+    EXPECT_FALSE(CreateSharedFile(path.c_str()).IsOpen());
+    EXPECT_NE(fcntl(file.Get(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST_F(OptionFiles, ApplicationDirectoryEndsInOneSlash) {
+    EXPECT_TRUE(RecordApplicationDirectory("/opt/program"));
+    EXPECT_STREQ(g_szAppPath, "/opt/program/");
+    EXPECT_TRUE(RecordApplicationDirectory("/opt/other/"));
+    EXPECT_STREQ(g_szAppPath, "/opt/other/");
+    EXPECT_TRUE(RecordApplicationDirectory("/"));
+    EXPECT_STREQ(g_szAppPath, "/");
+}
+
+TEST_F(OptionFiles, ApplicationDirectoryThatCannotBeRecorded) {
+    ASSERT_TRUE(RecordApplicationDirectory("/before"));
+    EXPECT_FALSE(RecordApplicationDirectory(""));
+    EXPECT_FALSE(RecordApplicationDirectory("/\xc3\xa4"));
+    EXPECT_FALSE(RecordApplicationDirectory("/" + std::string(254, 'a')));
+    EXPECT_STREQ(g_szAppPath, "/before/");
+    EXPECT_TRUE(RecordApplicationDirectory("/" + std::string(253, 'a')));
+    EXPECT_EQ(std::string(g_szAppPath), "/" + std::string(253, 'a') + "/");
+}
+
+TEST_F(OptionFiles, TemporaryDirectoryIsMade) {
+    const std::string path = m_folder / "scratch";
+    EXPECT_TRUE(MakeTemporaryDirectory(path.c_str()));
+    EXPECT_TRUE(fs::is_directory(path));
+    EXPECT_EQ(Mode("scratch"), 0666);
+    chmod(path.c_str(), 0700);
+    EXPECT_TRUE(MakeTemporaryDirectory(path.c_str()));
+    EXPECT_EQ(Mode("scratch"), 0700);
+    EXPECT_FALSE(MakeTemporaryDirectory((m_folder / "missing" / "scratch").c_str()));
+}
+
+TEST_F(OptionFiles, ScanLogNameKeepsItsDoubledSlash) {
+    OpenScanLog();
+    EXPECT_STREQ(g_szLogFile, "/tmp//zqscanfile");
+    CopyToField(g_szLogFile, "");
+}
+
+}  // namespace

@@ -1,0 +1,671 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de_DE" sourcelanguage="en">
+<context>
+    <name>FolderPicker</name>
+    <message>
+        <source>Select Directory</source>
+        <translation>Ordner auswählen</translation>
+    </message>
+    <message>
+        <source>Tick the &amp;folders to scan. A ticked folder is scanned with everything in it.</source>
+        <translation>&amp;Ordner ankreuzen, die gescannt werden sollen. Ein angekreuzter Ordner wird mit seinem ganzen Inhalt gescannt.</translation>
+    </message>
+    <message>
+        <source>Folders</source>
+        <translation>Ordner</translation>
+    </message>
+    <message>
+        <source>Folders of this computer. Space ticks or unticks a folder, Right opens it.</source>
+        <translation>Ordner dieses Rechners. Die Leertaste kreuzt einen Ordner an oder ab, die Pfeiltaste nach rechts öffnet ihn.</translation>
+    </message>
+    <message>
+        <source>Folder</source>
+        <translation>Ordner</translation>
+    </message>
+    <message>
+        <source>Scan the ticked folders (Alt+S)</source>
+        <translation>Die angekreuzten Ordner scannen (Alt+S)</translation>
+    </message>
+    <message>
+        <source>Scan the ticked folders</source>
+        <translation>Die angekreuzten Ordner scannen</translation>
+    </message>
+    <message>
+        <source>&amp;Scan</source>
+        <translation>&amp;Scannen</translation>
+    </message>
+    <message>
+        <source>Close without scanning (Alt+C)</source>
+        <translation>Schließen, ohne zu scannen (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>Abbre&amp;chen</translation>
+    </message>
+    <message>
+        <source>Corvane Scan</source>
+        <translation>Corvane-Scan</translation>
+    </message>
+    <message>
+        <source>These folders cannot be scanned because their paths are longer than 255 bytes. They are left out:</source>
+        <translation>Diese Ordner können nicht gescannt werden, weil ihre Pfade länger als 255 Bytes sind. Sie werden ausgelassen:</translation>
+    </message>
+    <message>
+        <source>Please select directory to scan.</source>
+        <translation>Bitte einen Ordner auswählen, der gescannt werden soll.</translation>
+    </message>
+</context>
+<context>
+    <name>Messages</name>
+    <message>
+        <source>&amp;Yes</source>
+        <translation>&amp;Ja</translation>
+    </message>
+    <message>
+        <source>&amp;No</source>
+        <translation>&amp;Nein</translation>
+    </message>
+</context>
+<context>
+    <name>PasswordLock</name>
+    <message>
+        <source>Unable to read the settings, Please try again.</source>
+        <translation>Die Einstellungen können nicht gelesen werden, bitte erneut versuchen.</translation>
+    </message>
+    <message>
+        <source>Enter password:</source>
+        <translation>Passwort eingeben:</translation>
+    </message>
+    <message>
+        <source>Invalid password</source>
+        <translation>Ungültiges Passwort</translation>
+    </message>
+</context>
+<context>
+    <name>PlaceholderPage</name>
+    <message>
+        <source>This page is not there yet. It comes with a later version of Corvane.</source>
+        <translation>Diese Seite gibt es noch nicht. Sie kommt mit einer späteren Version von Corvane.</translation>
+    </message>
+</context>
+<context>
+    <name>ScanPage</name>
+    <message>
+        <source>Scanner</source>
+        <translation>Virenscanner</translation>
+    </message>
+    <message>
+        <source>Home Page</source>
+        <translation>Startseite</translation>
+    </message>
+    <message>
+        <source>Select file to scan (Alt+F)</source>
+        <translation>Datei zum Scannen auswählen (Alt+F)</translation>
+    </message>
+    <message>
+        <source>Select file to scan</source>
+        <translation>Datei zum Scannen auswählen</translation>
+    </message>
+    <message>
+        <source>Scan a file</source>
+        <translation>Eine Datei scannen</translation>
+    </message>
+    <message>
+        <source>Choose one file and look into it for viruses.</source>
+        <translation>Eine Datei auswählen und in ihr nach Viren suchen.</translation>
+    </message>
+    <message>
+        <source>Alt+F</source>
+        <translation>Alt+F</translation>
+    </message>
+    <message>
+        <source>Select Directory to scan (Alt+D)</source>
+        <translation>Ordner zum Scannen auswählen (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Select Directory to scan</source>
+        <translation>Ordner zum Scannen auswählen</translation>
+    </message>
+    <message>
+        <source>Scan folders</source>
+        <translation>Ordner scannen</translation>
+    </message>
+    <message>
+        <source>Tick the folders whose files are to be scanned.</source>
+        <translation>Die Ordner ankreuzen, deren Dateien gescannt werden sollen.</translation>
+    </message>
+    <message>
+        <source>Alt+D</source>
+        <translation>Alt+D</translation>
+    </message>
+    <message>
+        <source>The file
+%1
+cannot be reached by this name. Nothing was scanned; to scan it, scan its folder.</source>
+        <translation>Die Datei
+%1
+ist unter diesem Namen nicht erreichbar. Es wurde nichts gescannt; um sie zu scannen, bitte ihren Ordner scannen.</translation>
+    </message>
+    <message>
+        <source>The name of the file
+%1
+is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above it.</source>
+        <translation>Der Name der Datei
+%1
+ist länger als 255 Bytes. Es wurde nichts gescannt; um sie zu scannen, bitte einen Ordner darüber scannen.</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsPage</name>
+    <message>
+        <source>Scanner Settings</source>
+        <translation>Scanner-Einstellungen</translation>
+    </message>
+    <message>
+        <source>Advanced Options</source>
+        <translation>Erweiterte Optionen</translation>
+    </message>
+    <message>
+        <source>Scan adware and spyware (Alt+D)</source>
+        <translation>Adware und Spyware scannen (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Scan Adware/Spyware</source>
+        <translation>Adware/Spyware scannen</translation>
+    </message>
+    <message>
+        <source>Scan A&amp;dware/Spyware</source>
+        <translation>A&amp;dware/Spyware scannen</translation>
+    </message>
+    <message>
+        <source>Alt+D</source>
+        <translation>Alt+D</translation>
+    </message>
+    <message>
+        <source>Scan dumb files (Alt+M)</source>
+        <translation>Dateien unbekannter Art scannen (Alt+M)</translation>
+    </message>
+    <message>
+        <source>Dumb Scan</source>
+        <translation>Formlos scannen</translation>
+    </message>
+    <message>
+        <source>Du&amp;mb Scan</source>
+        <translation>For&amp;mlos scannen</translation>
+    </message>
+    <message>
+        <source>Alt+M</source>
+        <translation>Alt+M</translation>
+    </message>
+    <message>
+        <source>Scan archive files (Alt+V)</source>
+        <translation>Archivdateien scannen (Alt+V)</translation>
+    </message>
+    <message>
+        <source>Scan Archives</source>
+        <translation>Archive scannen</translation>
+    </message>
+    <message>
+        <source>Scan Archi&amp;ves</source>
+        <translation>Archi&amp;ve scannen</translation>
+    </message>
+    <message>
+        <source>Alt+V</source>
+        <translation>Alt+V</translation>
+    </message>
+    <message>
+        <source>Scan packed files (Alt+N)</source>
+        <translation>Gepackte Programme scannen (Alt+N)</translation>
+    </message>
+    <message>
+        <source>Scan Packed</source>
+        <translation>Gepackte Programme scannen</translation>
+    </message>
+    <message>
+        <source>Sca&amp;n Packed</source>
+        <translation>Gepackte Programme sca&amp;nnen</translation>
+    </message>
+    <message>
+        <source>Alt+N</source>
+        <translation>Alt+N</translation>
+    </message>
+    <message>
+        <source>Ac&amp;tion on Virus Found</source>
+        <translation>Ak&amp;tion bei Virenfund</translation>
+    </message>
+    <message>
+        <source>Select action on virus found (Alt+T)</source>
+        <translation>Aktion bei einem Virenfund auswählen (Alt+T)</translation>
+    </message>
+    <message>
+        <source>Action on Virus Found</source>
+        <translation>Aktion bei Virenfund</translation>
+    </message>
+    <message>
+        <source>Repair only</source>
+        <translation>Nur reparieren</translation>
+    </message>
+    <message>
+        <source>Repair, delete if unrepairable</source>
+        <translation>Reparieren, sonst löschen</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Löschen</translation>
+    </message>
+    <message>
+        <source>Report only</source>
+        <translation>Nur melden</translation>
+    </message>
+    <message>
+        <source>Prompt</source>
+        <translation>Nachfragen</translation>
+    </message>
+    <message>
+        <source>Drop the changes (Alt+C)</source>
+        <translation>Änderungen verwerfen (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>Abbre&amp;chen</translation>
+    </message>
+    <message>
+        <source>Alt+C</source>
+        <translation>Alt+C</translation>
+    </message>
+    <message>
+        <source>Save scanner settings</source>
+        <translation>Scanner-Einstellungen speichern</translation>
+    </message>
+    <message>
+        <source>Apply</source>
+        <translation>Anwenden</translation>
+    </message>
+    <message>
+        <source>A&amp;pply</source>
+        <translation>Ü&amp;bernehmen</translation>
+    </message>
+    <message>
+        <source>Alt+P</source>
+        <translation>Alt+B</translation>
+    </message>
+    <message>
+        <source>Bad or Missing Configuration, or you do not have sufficient privileges</source>
+        <translation>Die Konfiguration fehlt oder ist fehlerhaft, oder Ihre Rechte reichen nicht aus</translation>
+    </message>
+    <message>
+        <source>Unable to save options. 
+ Close all the application and try again</source>
+        <translation>Die Optionen können nicht gespeichert werden. 
+ Bitte alle Anwendungen schließen und erneut versuchen</translation>
+    </message>
+    <message>
+        <source>Bad or Missing Configuration</source>
+        <translation>Die Konfiguration fehlt oder ist fehlerhaft</translation>
+    </message>
+</context>
+<context>
+    <name>dlgMain</name>
+    <message>
+        <source>Corvane</source>
+        <translation>Corvane</translation>
+    </message>
+    <message>
+        <source>Scan (Alt+S)</source>
+        <translation>Scannen (Alt+S)</translation>
+    </message>
+    <message>
+        <source>Scan</source>
+        <translation>Scannen</translation>
+    </message>
+    <message>
+        <source>&amp;Scan</source>
+        <translation>&amp;Scannen</translation>
+    </message>
+    <message>
+        <source>Alt+S</source>
+        <translation>Alt+S</translation>
+    </message>
+    <message>
+        <source>Configure Corvane (Alt+O)</source>
+        <translation>Corvane einstellen (Alt+O)</translation>
+    </message>
+    <message>
+        <source>Options</source>
+        <translation>Optionen</translation>
+    </message>
+    <message>
+        <source>&amp;Options</source>
+        <translation>&amp;Optionen</translation>
+    </message>
+    <message>
+        <source>Alt+O</source>
+        <translation>Alt+O</translation>
+    </message>
+    <message>
+        <source>View Reports of Corvane activities (Alt+R)</source>
+        <translation>Berichte über die Tätigkeit von Corvane ansehen (Alt+R)</translation>
+    </message>
+    <message>
+        <source>Reports</source>
+        <translation>Berichte</translation>
+    </message>
+    <message>
+        <source>&amp;Reports</source>
+        <translation>Be&amp;richte</translation>
+    </message>
+    <message>
+        <source>Alt+R</source>
+        <translation>Alt+R</translation>
+    </message>
+    <message>
+        <source>Update Corvane online (Alt+U)</source>
+        <translation>Corvane online aktualisieren (Alt+U)</translation>
+    </message>
+    <message>
+        <source>Update</source>
+        <translation>Aktualisieren</translation>
+    </message>
+    <message>
+        <source>&amp;Update</source>
+        <translation>Akt&amp;ualisieren</translation>
+    </message>
+    <message>
+        <source>Alt+U</source>
+        <translation>Alt+U</translation>
+    </message>
+    <message>
+        <source>Configure Schedule Scan (Alt+L)</source>
+        <translation>Geplante Scans einstellen (Alt+L)</translation>
+    </message>
+    <message>
+        <source>Schedule</source>
+        <translation>Planen</translation>
+    </message>
+    <message>
+        <source>Schedu&amp;le</source>
+        <translation>P&amp;lanen</translation>
+    </message>
+    <message>
+        <source>Alt+L</source>
+        <translation>Alt+L</translation>
+    </message>
+    <message>
+        <source>About Corvane (Alt+A)</source>
+        <translation>Info über Corvane (Alt+B)</translation>
+    </message>
+    <message>
+        <source>About</source>
+        <translation>Über Corvane</translation>
+    </message>
+    <message>
+        <source>&amp;About</source>
+        <translation>Ü&amp;ber Corvane</translation>
+    </message>
+    <message>
+        <source>Alt+A</source>
+        <translation>Alt+B</translation>
+    </message>
+    <message>
+        <source>Display Corvane help (Alt+H)</source>
+        <translation>Hilfe zu Corvane anzeigen (Alt+H)</translation>
+    </message>
+    <message>
+        <source>Help</source>
+        <translation>Hilfe</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>&amp;Hilfe</translation>
+    </message>
+    <message>
+        <source>Alt+H</source>
+        <translation>Alt+H</translation>
+    </message>
+    <message>
+        <source>Exit Corvane scanner (Alt+X)</source>
+        <translation>Corvane beenden (Alt+E)</translation>
+    </message>
+    <message>
+        <source>Exit</source>
+        <translation>Beenden</translation>
+    </message>
+    <message>
+        <source>E&amp;xit</source>
+        <translation>B&amp;eenden</translation>
+    </message>
+    <message>
+        <source>Alt+X</source>
+        <translation>Alt+E</translation>
+    </message>
+    <message>
+        <source>Schedule Scan</source>
+        <translation>Geplante Scans</translation>
+    </message>
+    <message>
+        <source>Corvane Settings</source>
+        <translation>Corvane-Einstellungen</translation>
+    </message>
+    <message>
+        <source>Do you want to save the changes?</source>
+        <translation>Sollen die Änderungen gespeichert werden?</translation>
+    </message>
+    <message>
+        <source>This is not there yet. It comes with a later version of Corvane.</source>
+        <translation>Das gibt es noch nicht. Es kommt mit einer späteren Version von Corvane.</translation>
+    </message>
+    <message>
+        <source>Loading... Scan Option Settings</source>
+        <translation>Laden … Scan-Einstellungen</translation>
+    </message>
+    <message>
+        <source>Loading... Update Module</source>
+        <translation>Laden … Aktualisierung</translation>
+    </message>
+    <message>
+        <source>Loading...</source>
+        <translation>Laden …</translation>
+    </message>
+    <message>
+        <source>Unable to load Scan API Library</source>
+        <translation>Die Bibliothek des Virenscanners kann nicht geladen werden</translation>
+    </message>
+    <message>
+        <source>API Library loaded successfully</source>
+        <translation>Bibliothek erfolgreich geladen</translation>
+    </message>
+    <message>
+        <source>Unable to open Report File. 
+ Close all the application and try again</source>
+        <translation>Die Berichtsdatei kann nicht geöffnet werden. 
+ Bitte alle Anwendungen schließen und erneut versuchen</translation>
+    </message>
+    <message>
+        <source>Unable to unload Scan API Library</source>
+        <translation>Die Bibliothek des Virenscanners kann nicht entladen werden</translation>
+    </message>
+</context>
+<context>
+    <name>dlgScnPrgrs</name>
+    <message>
+        <source>Corvane Scanner</source>
+        <translation>Corvane-Scanner</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>Status</translation>
+    </message>
+    <message>
+        <source>Scanning...</source>
+        <translation>Scan läuft …</translation>
+    </message>
+    <message>
+        <source>Current file</source>
+        <translation>Aktuelle Datei</translation>
+    </message>
+    <message>
+        <source>Scan progress</source>
+        <translation>Fortschritt des Scans</translation>
+    </message>
+    <message>
+        <source>Files</source>
+        <translation>Dateien</translation>
+    </message>
+    <message>
+        <source>Scanned</source>
+        <translation>Gescannt</translation>
+    </message>
+    <message>
+        <source>0</source>
+        <translation>0</translation>
+    </message>
+    <message>
+        <source>Infected</source>
+        <translation>Infiziert</translation>
+    </message>
+    <message>
+        <source>Action</source>
+        <translation>Aktion</translation>
+    </message>
+    <message>
+        <source>Repaired</source>
+        <translation>Repariert</translation>
+    </message>
+    <message>
+        <source>Deleted</source>
+        <translation>Gelöscht</translation>
+    </message>
+    <message>
+        <source>Skipped</source>
+        <translation>Übergangen</translation>
+    </message>
+    <message>
+        <source>Last Infected file</source>
+        <translation>Letzte infizierte Datei</translation>
+    </message>
+    <message>
+        <source>Last Virus Found</source>
+        <translation>Letzter gefundener Virus</translation>
+    </message>
+    <message>
+        <source>Stop &amp;Scan</source>
+        <translation>&amp;Scan anhalten</translation>
+    </message>
+    <message>
+        <source>Stop scan (Alt+S)</source>
+        <translation>Scan anhalten (Alt+S)</translation>
+    </message>
+    <message>
+        <source>View &amp;Report</source>
+        <translation>Be&amp;richt ansehen</translation>
+    </message>
+    <message>
+        <source>View report (Alt+R)</source>
+        <translation>Bericht ansehen (Alt+R)</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>S&amp;chließen</translation>
+    </message>
+    <message>
+        <source>Cancel (Alt+C)</source>
+        <translation>Abbrechen (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Scanning completed successfully</source>
+        <translation>Scan erfolgreich abgeschlossen</translation>
+    </message>
+    <message>
+        <source>Corvane Scan</source>
+        <translation>Corvane-Scan</translation>
+    </message>
+    <message>
+        <source>Do you want to stop scan?</source>
+        <translation>Soll der Scan angehalten werden?</translation>
+    </message>
+    <message>
+        <source>The report viewer is not available yet.</source>
+        <translation>Die Berichtsansicht gibt es noch nicht.</translation>
+    </message>
+</context>
+<context>
+    <name>dlgVirFnd</name>
+    <message>
+        <source>Virus found!</source>
+        <translation>Virus gefunden!</translation>
+    </message>
+    <message>
+        <source>Virus detected</source>
+        <translation>Virus erkannt</translation>
+    </message>
+    <message>
+        <source>File name</source>
+        <translation>Dateiname</translation>
+    </message>
+    <message>
+        <source>Virus name</source>
+        <translation>Virusname</translation>
+    </message>
+    <message>
+        <source>Acti&amp;on</source>
+        <translation>Akti&amp;on</translation>
+    </message>
+    <message>
+        <source>Action on virus found (Alt+O)</source>
+        <translation>Aktion bei Virenfund (Alt+O)</translation>
+    </message>
+    <message>
+        <source>Action</source>
+        <translation>Aktion</translation>
+    </message>
+    <message>
+        <source>Repair only</source>
+        <translation>Nur reparieren</translation>
+    </message>
+    <message>
+        <source>Repair, delete if unrepairable</source>
+        <translation>Reparieren, sonst löschen</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Löschen</translation>
+    </message>
+    <message>
+        <source>Skip</source>
+        <translation>Übergehen</translation>
+    </message>
+    <message>
+        <source>&amp;Apply action to all </source>
+        <translation>Auf &amp;alle anwenden </translation>
+    </message>
+    <message>
+        <source>Apply action to all</source>
+        <translation>Auf alle anwenden</translation>
+    </message>
+    <message>
+        <source>O&amp;k</source>
+        <translation>O&amp;k</translation>
+    </message>
+    <message>
+        <source>Ok (Alt+K)</source>
+        <translation>Ok (Alt+K)</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>Abbre&amp;chen</translation>
+    </message>
+    <message>
+        <source>Cancel (Alt+C)</source>
+        <translation>Abbrechen (Alt+C)</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,671 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en_US" sourcelanguage="en">
+<context>
+    <name>FolderPicker</name>
+    <message>
+        <source>Select Directory</source>
+        <translation>Select Directory</translation>
+    </message>
+    <message>
+        <source>Tick the &amp;folders to scan. A ticked folder is scanned with everything in it.</source>
+        <translation>Tick the &amp;folders to scan. A ticked folder is scanned with everything in it.</translation>
+    </message>
+    <message>
+        <source>Folders</source>
+        <translation>Folders</translation>
+    </message>
+    <message>
+        <source>Folders of this computer. Space ticks or unticks a folder, Right opens it.</source>
+        <translation>Folders of this computer. Space ticks or unticks a folder, Right opens it.</translation>
+    </message>
+    <message>
+        <source>Folder</source>
+        <translation>Folder</translation>
+    </message>
+    <message>
+        <source>Scan the ticked folders (Alt+S)</source>
+        <translation>Scan the ticked folders (Alt+S)</translation>
+    </message>
+    <message>
+        <source>Scan the ticked folders</source>
+        <translation>Scan the ticked folders</translation>
+    </message>
+    <message>
+        <source>&amp;Scan</source>
+        <translation>&amp;Scan</translation>
+    </message>
+    <message>
+        <source>Close without scanning (Alt+C)</source>
+        <translation>Close without scanning (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>&amp;Cancel</translation>
+    </message>
+    <message>
+        <source>Corvane Scan</source>
+        <translation>Corvane Scan</translation>
+    </message>
+    <message>
+        <source>These folders cannot be scanned because their paths are longer than 255 bytes. They are left out:</source>
+        <translation>These folders cannot be scanned because their paths are longer than 255 bytes. They are left out:</translation>
+    </message>
+    <message>
+        <source>Please select directory to scan.</source>
+        <translation>Please select directory to scan.</translation>
+    </message>
+</context>
+<context>
+    <name>Messages</name>
+    <message>
+        <source>&amp;Yes</source>
+        <translation>&amp;Yes</translation>
+    </message>
+    <message>
+        <source>&amp;No</source>
+        <translation>&amp;No</translation>
+    </message>
+</context>
+<context>
+    <name>PasswordLock</name>
+    <message>
+        <source>Unable to read the settings, Please try again.</source>
+        <translation>Unable to read the settings, Please try again.</translation>
+    </message>
+    <message>
+        <source>Enter password:</source>
+        <translation>Enter password:</translation>
+    </message>
+    <message>
+        <source>Invalid password</source>
+        <translation>Invalid password</translation>
+    </message>
+</context>
+<context>
+    <name>PlaceholderPage</name>
+    <message>
+        <source>This page is not there yet. It comes with a later version of Corvane.</source>
+        <translation>This page is not there yet. It comes with a later version of Corvane.</translation>
+    </message>
+</context>
+<context>
+    <name>ScanPage</name>
+    <message>
+        <source>Scanner</source>
+        <translation>Scanner</translation>
+    </message>
+    <message>
+        <source>Home Page</source>
+        <translation>Home Page</translation>
+    </message>
+    <message>
+        <source>Select file to scan (Alt+F)</source>
+        <translation>Select file to scan (Alt+F)</translation>
+    </message>
+    <message>
+        <source>Select file to scan</source>
+        <translation>Select file to scan</translation>
+    </message>
+    <message>
+        <source>Scan a file</source>
+        <translation>Scan a file</translation>
+    </message>
+    <message>
+        <source>Choose one file and look into it for viruses.</source>
+        <translation>Choose one file and look into it for viruses.</translation>
+    </message>
+    <message>
+        <source>Alt+F</source>
+        <translation>Alt+F</translation>
+    </message>
+    <message>
+        <source>Select Directory to scan (Alt+D)</source>
+        <translation>Select Directory to scan (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Select Directory to scan</source>
+        <translation>Select Directory to scan</translation>
+    </message>
+    <message>
+        <source>Scan folders</source>
+        <translation>Scan folders</translation>
+    </message>
+    <message>
+        <source>Tick the folders whose files are to be scanned.</source>
+        <translation>Tick the folders whose files are to be scanned.</translation>
+    </message>
+    <message>
+        <source>Alt+D</source>
+        <translation>Alt+D</translation>
+    </message>
+    <message>
+        <source>The file
+%1
+cannot be reached by this name. Nothing was scanned; to scan it, scan its folder.</source>
+        <translation>The file
+%1
+cannot be reached by this name. Nothing was scanned; to scan it, scan its folder.</translation>
+    </message>
+    <message>
+        <source>The name of the file
+%1
+is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above it.</source>
+        <translation>The name of the file
+%1
+is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above it.</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsPage</name>
+    <message>
+        <source>Scanner Settings</source>
+        <translation>Scanner Settings</translation>
+    </message>
+    <message>
+        <source>Advanced Options</source>
+        <translation>Advanced Options</translation>
+    </message>
+    <message>
+        <source>Scan adware and spyware (Alt+D)</source>
+        <translation>Scan adware and spyware (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Scan Adware/Spyware</source>
+        <translation>Scan Adware/Spyware</translation>
+    </message>
+    <message>
+        <source>Scan A&amp;dware/Spyware</source>
+        <translation>Scan A&amp;dware/Spyware</translation>
+    </message>
+    <message>
+        <source>Alt+D</source>
+        <translation>Alt+D</translation>
+    </message>
+    <message>
+        <source>Scan dumb files (Alt+M)</source>
+        <translation>Scan dumb files (Alt+M)</translation>
+    </message>
+    <message>
+        <source>Dumb Scan</source>
+        <translation>Dumb Scan</translation>
+    </message>
+    <message>
+        <source>Du&amp;mb Scan</source>
+        <translation>Du&amp;mb Scan</translation>
+    </message>
+    <message>
+        <source>Alt+M</source>
+        <translation>Alt+M</translation>
+    </message>
+    <message>
+        <source>Scan archive files (Alt+V)</source>
+        <translation>Scan archive files (Alt+V)</translation>
+    </message>
+    <message>
+        <source>Scan Archives</source>
+        <translation>Scan Archives</translation>
+    </message>
+    <message>
+        <source>Scan Archi&amp;ves</source>
+        <translation>Scan Archi&amp;ves</translation>
+    </message>
+    <message>
+        <source>Alt+V</source>
+        <translation>Alt+V</translation>
+    </message>
+    <message>
+        <source>Scan packed files (Alt+N)</source>
+        <translation>Scan packed files (Alt+N)</translation>
+    </message>
+    <message>
+        <source>Scan Packed</source>
+        <translation>Scan Packed</translation>
+    </message>
+    <message>
+        <source>Sca&amp;n Packed</source>
+        <translation>Sca&amp;n Packed</translation>
+    </message>
+    <message>
+        <source>Alt+N</source>
+        <translation>Alt+N</translation>
+    </message>
+    <message>
+        <source>Ac&amp;tion on Virus Found</source>
+        <translation>Ac&amp;tion on Virus Found</translation>
+    </message>
+    <message>
+        <source>Select action on virus found (Alt+T)</source>
+        <translation>Select action on virus found (Alt+T)</translation>
+    </message>
+    <message>
+        <source>Action on Virus Found</source>
+        <translation>Action on Virus Found</translation>
+    </message>
+    <message>
+        <source>Repair only</source>
+        <translation>Repair only</translation>
+    </message>
+    <message>
+        <source>Repair, delete if unrepairable</source>
+        <translation>Repair, delete if unrepairable</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>Report only</source>
+        <translation>Report only</translation>
+    </message>
+    <message>
+        <source>Prompt</source>
+        <translation>Prompt</translation>
+    </message>
+    <message>
+        <source>Drop the changes (Alt+C)</source>
+        <translation>Drop the changes (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>&amp;Cancel</translation>
+    </message>
+    <message>
+        <source>Alt+C</source>
+        <translation>Alt+C</translation>
+    </message>
+    <message>
+        <source>Save scanner settings</source>
+        <translation>Save scanner settings</translation>
+    </message>
+    <message>
+        <source>Apply</source>
+        <translation>Apply</translation>
+    </message>
+    <message>
+        <source>A&amp;pply</source>
+        <translation>A&amp;pply</translation>
+    </message>
+    <message>
+        <source>Alt+P</source>
+        <translation>Alt+P</translation>
+    </message>
+    <message>
+        <source>Bad or Missing Configuration, or you do not have sufficient privileges</source>
+        <translation>Bad or Missing Configuration, or you do not have sufficient privileges</translation>
+    </message>
+    <message>
+        <source>Unable to save options. 
+ Close all the application and try again</source>
+        <translation>Unable to save options. 
+ Close all the application and try again</translation>
+    </message>
+    <message>
+        <source>Bad or Missing Configuration</source>
+        <translation>Bad or Missing Configuration</translation>
+    </message>
+</context>
+<context>
+    <name>dlgMain</name>
+    <message>
+        <source>Corvane</source>
+        <translation>Corvane</translation>
+    </message>
+    <message>
+        <source>Scan (Alt+S)</source>
+        <translation>Scan (Alt+S)</translation>
+    </message>
+    <message>
+        <source>Scan</source>
+        <translation>Scan</translation>
+    </message>
+    <message>
+        <source>&amp;Scan</source>
+        <translation>&amp;Scan</translation>
+    </message>
+    <message>
+        <source>Alt+S</source>
+        <translation>Alt+S</translation>
+    </message>
+    <message>
+        <source>Configure Corvane (Alt+O)</source>
+        <translation>Configure Corvane (Alt+O)</translation>
+    </message>
+    <message>
+        <source>Options</source>
+        <translation>Options</translation>
+    </message>
+    <message>
+        <source>&amp;Options</source>
+        <translation>&amp;Options</translation>
+    </message>
+    <message>
+        <source>Alt+O</source>
+        <translation>Alt+O</translation>
+    </message>
+    <message>
+        <source>View Reports of Corvane activities (Alt+R)</source>
+        <translation>View Reports of Corvane activities (Alt+R)</translation>
+    </message>
+    <message>
+        <source>Reports</source>
+        <translation>Reports</translation>
+    </message>
+    <message>
+        <source>&amp;Reports</source>
+        <translation>&amp;Reports</translation>
+    </message>
+    <message>
+        <source>Alt+R</source>
+        <translation>Alt+R</translation>
+    </message>
+    <message>
+        <source>Update Corvane online (Alt+U)</source>
+        <translation>Update Corvane online (Alt+U)</translation>
+    </message>
+    <message>
+        <source>Update</source>
+        <translation>Update</translation>
+    </message>
+    <message>
+        <source>&amp;Update</source>
+        <translation>&amp;Update</translation>
+    </message>
+    <message>
+        <source>Alt+U</source>
+        <translation>Alt+U</translation>
+    </message>
+    <message>
+        <source>Configure Schedule Scan (Alt+L)</source>
+        <translation>Configure Schedule Scan (Alt+L)</translation>
+    </message>
+    <message>
+        <source>Schedule</source>
+        <translation>Schedule</translation>
+    </message>
+    <message>
+        <source>Schedu&amp;le</source>
+        <translation>Schedu&amp;le</translation>
+    </message>
+    <message>
+        <source>Alt+L</source>
+        <translation>Alt+L</translation>
+    </message>
+    <message>
+        <source>About Corvane (Alt+A)</source>
+        <translation>About Corvane (Alt+A)</translation>
+    </message>
+    <message>
+        <source>About</source>
+        <translation>About</translation>
+    </message>
+    <message>
+        <source>&amp;About</source>
+        <translation>&amp;About</translation>
+    </message>
+    <message>
+        <source>Alt+A</source>
+        <translation>Alt+A</translation>
+    </message>
+    <message>
+        <source>Display Corvane help (Alt+H)</source>
+        <translation>Display Corvane help (Alt+H)</translation>
+    </message>
+    <message>
+        <source>Help</source>
+        <translation>Help</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>&amp;Help</translation>
+    </message>
+    <message>
+        <source>Alt+H</source>
+        <translation>Alt+H</translation>
+    </message>
+    <message>
+        <source>Exit Corvane scanner (Alt+X)</source>
+        <translation>Exit Corvane scanner (Alt+X)</translation>
+    </message>
+    <message>
+        <source>Exit</source>
+        <translation>Exit</translation>
+    </message>
+    <message>
+        <source>E&amp;xit</source>
+        <translation>E&amp;xit</translation>
+    </message>
+    <message>
+        <source>Alt+X</source>
+        <translation>Alt+X</translation>
+    </message>
+    <message>
+        <source>Schedule Scan</source>
+        <translation>Schedule Scan</translation>
+    </message>
+    <message>
+        <source>Corvane Settings</source>
+        <translation>Corvane Settings</translation>
+    </message>
+    <message>
+        <source>Do you want to save the changes?</source>
+        <translation>Do you want to save the changes?</translation>
+    </message>
+    <message>
+        <source>This is not there yet. It comes with a later version of Corvane.</source>
+        <translation>This is not there yet. It comes with a later version of Corvane.</translation>
+    </message>
+    <message>
+        <source>Loading... Scan Option Settings</source>
+        <translation>Loading... Scan Option Settings</translation>
+    </message>
+    <message>
+        <source>Loading... Update Module</source>
+        <translation>Loading... Update Module</translation>
+    </message>
+    <message>
+        <source>Loading...</source>
+        <translation>Loading...</translation>
+    </message>
+    <message>
+        <source>Unable to load Scan API Library</source>
+        <translation>Unable to load Scan API Library</translation>
+    </message>
+    <message>
+        <source>API Library loaded successfully</source>
+        <translation>API Library loaded successfully</translation>
+    </message>
+    <message>
+        <source>Unable to open Report File. 
+ Close all the application and try again</source>
+        <translation>Unable to open Report File. 
+ Close all the application and try again</translation>
+    </message>
+    <message>
+        <source>Unable to unload Scan API Library</source>
+        <translation>Unable to unload Scan API Library</translation>
+    </message>
+</context>
+<context>
+    <name>dlgScnPrgrs</name>
+    <message>
+        <source>Corvane Scanner</source>
+        <translation>Corvane Scanner</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>Status</translation>
+    </message>
+    <message>
+        <source>Scanning...</source>
+        <translation>Scanning...</translation>
+    </message>
+    <message>
+        <source>Current file</source>
+        <translation>Current file</translation>
+    </message>
+    <message>
+        <source>Scan progress</source>
+        <translation>Scan progress</translation>
+    </message>
+    <message>
+        <source>Files</source>
+        <translation>Files</translation>
+    </message>
+    <message>
+        <source>Scanned</source>
+        <translation>Scanned</translation>
+    </message>
+    <message>
+        <source>0</source>
+        <translation>0</translation>
+    </message>
+    <message>
+        <source>Infected</source>
+        <translation>Infected</translation>
+    </message>
+    <message>
+        <source>Action</source>
+        <translation>Action</translation>
+    </message>
+    <message>
+        <source>Repaired</source>
+        <translation>Repaired</translation>
+    </message>
+    <message>
+        <source>Deleted</source>
+        <translation>Deleted</translation>
+    </message>
+    <message>
+        <source>Skipped</source>
+        <translation>Skipped</translation>
+    </message>
+    <message>
+        <source>Last Infected file</source>
+        <translation>Last Infected file</translation>
+    </message>
+    <message>
+        <source>Last Virus Found</source>
+        <translation>Last Virus Found</translation>
+    </message>
+    <message>
+        <source>Stop &amp;Scan</source>
+        <translation>Stop &amp;Scan</translation>
+    </message>
+    <message>
+        <source>Stop scan (Alt+S)</source>
+        <translation>Stop scan (Alt+S)</translation>
+    </message>
+    <message>
+        <source>View &amp;Report</source>
+        <translation>View &amp;Report</translation>
+    </message>
+    <message>
+        <source>View report (Alt+R)</source>
+        <translation>View report (Alt+R)</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>&amp;Close</translation>
+    </message>
+    <message>
+        <source>Cancel (Alt+C)</source>
+        <translation>Cancel (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Scanning completed successfully</source>
+        <translation>Scanning completed successfully</translation>
+    </message>
+    <message>
+        <source>Corvane Scan</source>
+        <translation>Corvane Scan</translation>
+    </message>
+    <message>
+        <source>Do you want to stop scan?</source>
+        <translation>Do you want to stop scan?</translation>
+    </message>
+    <message>
+        <source>The report viewer is not available yet.</source>
+        <translation>The report viewer is not available yet.</translation>
+    </message>
+</context>
+<context>
+    <name>dlgVirFnd</name>
+    <message>
+        <source>Virus found!</source>
+        <translation>Virus found!</translation>
+    </message>
+    <message>
+        <source>Virus detected</source>
+        <translation>Virus detected</translation>
+    </message>
+    <message>
+        <source>File name</source>
+        <translation>File name</translation>
+    </message>
+    <message>
+        <source>Virus name</source>
+        <translation>Virus name</translation>
+    </message>
+    <message>
+        <source>Acti&amp;on</source>
+        <translation>Acti&amp;on</translation>
+    </message>
+    <message>
+        <source>Action on virus found (Alt+O)</source>
+        <translation>Action on virus found (Alt+O)</translation>
+    </message>
+    <message>
+        <source>Action</source>
+        <translation>Action</translation>
+    </message>
+    <message>
+        <source>Repair only</source>
+        <translation>Repair only</translation>
+    </message>
+    <message>
+        <source>Repair, delete if unrepairable</source>
+        <translation>Repair, delete if unrepairable</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>Skip</source>
+        <translation>Skip</translation>
+    </message>
+    <message>
+        <source>&amp;Apply action to all </source>
+        <translation>&amp;Apply action to all </translation>
+    </message>
+    <message>
+        <source>Apply action to all</source>
+        <translation>Apply action to all</translation>
+    </message>
+    <message>
+        <source>O&amp;k</source>
+        <translation>O&amp;k</translation>
+    </message>
+    <message>
+        <source>Ok (Alt+K)</source>
+        <translation>Ok (Alt+K)</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>&amp;Cancel</translation>
+    </message>
+    <message>
+        <source>Cancel (Alt+C)</source>
+        <translation>Cancel (Alt+C)</translation>
+    </message>
+</context>
+</TS>
