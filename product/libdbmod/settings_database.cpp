@@ -23,7 +23,7 @@ constexpr int kLayoutVersion = 1;
 // something can turn a set password into none.
 constexpr std::string_view kNoPassword = "no password is set";
 
-constexpr off_t kMaxDatabaseSize = 1024 * 1024;
+constexpr off_t kMaxDatabaseSize = off_t{1024} * 1024;
 constexpr int kMaxFieldBytes = 64 * 1024;
 constexpr int kReadTimeoutMs = 500;
 constexpr int kWriteTimeoutMs = 5000;
