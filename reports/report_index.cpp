@@ -23,30 +23,48 @@ void OpenToEveryUser(int fd) {
     (void)::fchmod(fd, 0666);
 }
 
-// Sets room for one more record aside, so that a full disk shows before the record is counted.
-// False only when there is no room: many file systems cannot tell.
-bool ReserveRecord(int fd) {
-    struct stat status {};
-    if (::fstat(fd, &status) != 0) {
-        return true;
+// Adds `difference` to the count of the index at `path`. False when that cannot be opened.
+bool ChangeCount(const char* path, int difference, IndexLock lock) {
+    const FileDescriptor index(::open(path, O_RDWR | O_CLOEXEC));
+    if (!index) {
+        return false;
     }
-    int result = 0;
-    do {
-        result = ::fallocate(fd, FALLOC_FL_KEEP_SIZE, status.st_size, sizeof(tagScanIndexEntry));
-    } while (result != 0 && errno == EINTR);
-    return result == 0 || (errno != ENOSPC && errno != EDQUOT && errno != EFBIG);
-}
-
-void CountOneMore(int fd) {
+    const int fd = index.Get();
+    if (lock == IndexLock::kWhileCounting) {
+        (void)LockFileHandle(fd);
+    }
     std::uint32_t count = 0;
     if (::lseek(fd, kCountOffset, SEEK_SET) < 0 ||
         ReadFull(fd, BytesOf(count)) != static_cast<std::ptrdiff_t>(sizeof count)) {
         count = 0;
     }
-    ++count;
+    count += static_cast<std::uint32_t>(difference);
     if (::lseek(fd, kCountOffset, SEEK_SET) >= 0) {
         WriteAll(fd, BytesOf(std::as_const(count)));
     }
+    if (lock == IndexLock::kWhileCounting) {
+        (void)UnlockFileHandle(fd);
+    }
+    OpenToEveryUser(fd);
+    return true;
+}
+
+// Appends the record in one write, so that it lands whole whoever else adds one. Of a record that
+// found no room nothing is left: every record behind it would be read from the wrong place.
+bool AppendWhole(int fd, const tagScanIndexEntry& entry) {
+    ssize_t written = 0;
+    do {
+        written = ::write(fd, &entry, sizeof entry);
+    } while (written < 0 && errno == EINTR);
+    if (written == static_cast<ssize_t>(sizeof entry)) {
+        return true;
+    }
+    const off_t end = ::lseek(fd, 0, SEEK_CUR);
+    struct stat status {};
+    if (written > 0 && ::fstat(fd, &status) == 0 && status.st_size == end) {
+        (void)::ftruncate(fd, end - written);
+    }
+    return false;
 }
 
 }  // namespace
@@ -78,76 +96,15 @@ bool AppendReportIndexEntry(const char* path, const tagScanIndexEntry& entry, In
     if (path == nullptr) {
         return false;
     }
-    {
-        const FileDescriptor index(::open(path, O_RDWR | O_CLOEXEC));
-        if (!index) {
-            return false;
-        }
-        if (lock == IndexLock::kWhileCounting) {
-            (void)LockFileHandle(index.Get());
-        }
-        const bool hasRoom = ReserveRecord(index.Get());
-        if (hasRoom) {
-            CountOneMore(index.Get());
-        }
-        if (lock == IndexLock::kWhileCounting) {
-            (void)UnlockFileHandle(index.Get());
-        }
-        if (!hasRoom) {
-            return false;
-        }
-        OpenToEveryUser(index.Get());
+    if (!ChangeCount(path, 1, lock)) {
+        return false;
     }
-    // Unlocked from here on: a record lands whole at the end of the file whoever else adds one.
+    // Not locked here: nobody but a writer of the count has to wait.
     const FileDescriptor index(::open(path, O_WRONLY | O_APPEND | O_CLOEXEC));
-    if (!index) {
+    if (!index || !AppendWhole(index.Get(), entry)) {
+        (void)ChangeCount(path, -1, lock);
         return false;
-    }
-    const bool written = WriteAll(index.Get(), BytesOf(entry));
-    OpenToEveryUser(index.Get());
-    return written;
-}
-
-bool ReadReportIndex(const char* path, std::vector<tagScanIndexEntry>& out) {
-    out.clear();
-    if (path == nullptr) {
-        return false;
-    }
-    const FileDescriptor index(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!index) {
-        return false;
-    }
-    tagReportIndexHeader header{};
-    if (ReadFull(index.Get(), BytesOf(header)) == static_cast<std::ptrdiff_t>(sizeof header) &&
-        header.count != 0) {
-        tagScanIndexEntry entry{};
-        while (out.size() < kMaxIndexRecords && ReadFull(index.Get(), BytesOf(entry)) > 0) {
-            out.push_back(entry);
-            entry = {};
-        }
     }
     OpenToEveryUser(index.Get());
     return true;
-}
-
-bool RewriteReportIndex(const char* path, std::span<const tagScanIndexEntry> entries) {
-    if (path == nullptr) {
-        return false;
-    }
-    const FileDescriptor index(::open(path, O_WRONLY | O_CLOEXEC));
-    if (!index) {
-        return false;
-    }
-    tagReportIndexHeader header = kEmptyIndex;
-    header.count = static_cast<std::uint32_t>(entries.size());
-    const off_t size =
-        static_cast<off_t>(sizeof header + entries.size() * sizeof(tagScanIndexEntry));
-    // Written over the old contents and cut afterwards: a disk that is full loses nothing.
-    (void)LockFileHandle(index.Get());
-    const bool written = WriteAll(index.Get(), BytesOf(std::as_const(header))) &&
-                         WriteAll(index.Get(), std::as_bytes(entries)) &&
-                         ::ftruncate(index.Get(), size) == 0;
-    (void)UnlockFileHandle(index.Get());
-    OpenToEveryUser(index.Get());
-    return written;
 }

@@ -51,9 +51,9 @@ enum class IndexLock {
 
 /// Adds `entry` at the end of the index at `path` and counts it. Its mode becomes 0666.
 ///
-/// False when the index is missing or cannot be opened, when the disk is full (the index then stays
-/// as it was, as far as the file system lets room be set aside beforehand) and when the record
-/// could not be written whole. Waits for the lock when asked to use it. Any thread.
+/// False when the index is missing or cannot be opened, and when the record could not be written
+/// whole, as on a full disk: the index is then as it was. Waits for the lock when asked to use it.
+/// Any thread.
 bool AppendReportIndexEntry(const char* path, const tagScanIndexEntry& entry, IndexLock lock);
 
 /// Records that are read at most. Reports of one kind have 10,000 names, so an index with more than
