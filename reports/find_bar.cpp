@@ -116,7 +116,7 @@ void FindBar::SayCount() {
     } else if (count == 0) {
         m_ui->lblMatches->setText(tr("No match"));
     } else if (m_current < 0) {
-        m_ui->lblMatches->setText(tr("%n match(es)", nullptr, count));
+        m_ui->lblMatches->setText(count == 1 ? tr("1 match") : tr("%1 matches").arg(count));
     } else {
         m_ui->lblMatches->setText(tr("%1 of %2").arg(m_current + 1).arg(count));
     }

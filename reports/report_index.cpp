@@ -108,3 +108,47 @@ bool AppendReportIndexEntry(const char* path, const tagScanIndexEntry& entry, In
     OpenToEveryUser(index.Get());
     return true;
 }
+
+bool ReadReportIndex(const char* path, std::vector<tagScanIndexEntry>& out) {
+    out.clear();
+    if (path == nullptr) {
+        return false;
+    }
+    const FileDescriptor index(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!index) {
+        return false;
+    }
+    tagReportIndexHeader header{};
+    if (ReadFull(index.Get(), BytesOf(header)) == static_cast<std::ptrdiff_t>(sizeof header) &&
+        header.count != 0) {
+        tagScanIndexEntry entry{};
+        while (out.size() < kMaxIndexRecords && ReadFull(index.Get(), BytesOf(entry)) > 0) {
+            out.push_back(entry);
+            entry = {};
+        }
+    }
+    OpenToEveryUser(index.Get());
+    return true;
+}
+
+bool RewriteReportIndex(const char* path, std::span<const tagScanIndexEntry> entries) {
+    if (path == nullptr) {
+        return false;
+    }
+    const FileDescriptor index(::open(path, O_WRONLY | O_CLOEXEC));
+    if (!index) {
+        return false;
+    }
+    tagReportIndexHeader header = kEmptyIndex;
+    header.count = static_cast<std::uint32_t>(entries.size());
+    const auto size =
+        static_cast<off_t>(sizeof header + entries.size() * sizeof(tagScanIndexEntry));
+    // Written over the old contents and cut afterwards: a disk that is full loses nothing.
+    (void)LockFileHandle(index.Get());
+    const bool written = WriteAll(index.Get(), BytesOf(std::as_const(header))) &&
+                         WriteAll(index.Get(), std::as_bytes(entries)) &&
+                         ::ftruncate(index.Get(), size) == 0;
+    (void)UnlockFileHandle(index.Get());
+    OpenToEveryUser(index.Get());
+    return written;
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QMessageBox>
+#include <QPointer>
+#include <QTimer>
+
+/// Answers modal windows as a user would: each expected one, in turn, is handed to its function
+/// when it appears. One that appears and is not expected is rejected and fails the test, and so
+/// does an expected one that never appears.
+class ModalDriver : public QObject {
+public:
+    using Answer = std::function<void(QDialog*)>;
+
+    ModalDriver() { Look(); }
+    ~ModalDriver() override { EXPECT_TRUE(m_answers.empty()) << m_answers.size() << " never seen"; }
+
+    void Expect(Answer answer) { m_answers.push_back(std::move(answer)); }
+
+    /// A message box with this caption and text, which is dismissed.
+    void ExpectMessage(QMessageBox::Icon icon, const QString& caption, const QString& text) {
+        Expect([=](QDialog* dialog) {
+            auto* box = qobject_cast<QMessageBox*>(dialog);
+            ASSERT_NE(box, nullptr) << "not a message box";
+            EXPECT_EQ(box->icon(), icon);
+            EXPECT_EQ(box->windowTitle(), caption);
+            EXPECT_EQ(box->text(), text);
+            EXPECT_EQ(box->textFormat(), Qt::PlainText);
+            box->done(QMessageBox::Ok);
+        });
+    }
+
+private:
+    void Look() {
+        // A new timer each time: answering may run an event loop of its own, in which we look on.
+        QTimer::singleShot(2, this, [this] {
+            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            const bool isNew = dialog != nullptr && dialog != m_answered;
+            Answer answer;
+            if (dialog != nullptr && !isNew && m_sinceAnswer.elapsed() > kLimitMilliseconds) {
+                ADD_FAILURE() << "left open: " << dialog->windowTitle().toStdString();
+                answer = [](QDialog* stuck) { stuck->reject(); };
+                m_sinceAnswer.start();
+            }
+            if (isNew) {
+                m_answered = dialog;
+                m_sinceAnswer.start();
+                if (m_answers.empty()) {
+                    ADD_FAILURE() << "unexpected: " << dialog->windowTitle().toStdString();
+                    answer = [](QDialog* unexpected) { unexpected->reject(); };
+                } else {
+                    answer = std::move(m_answers.front());
+                    m_answers.pop_front();
+                }
+            }
+            Look();
+            if (answer) {
+                answer(dialog);
+            }
+        });
+    }
+
+    // How long an answered window may stay before it is taken for one that nobody closes.
+    static constexpr qint64 kLimitMilliseconds = 20000;
+
+    std::deque<Answer> m_answers;
+    QElapsedTimer m_sinceAnswer;
+    QPointer<QDialog> m_answered;
+};
