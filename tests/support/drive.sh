@@ -5,6 +5,7 @@
 readonly kProductDir=/usr/lib/Corvane/Corvane
 # Seconds; long enough for a busy machine under a sanitizer, reached only by a failure.
 : "${kWindowLimit:=60}"
+runAs=()
 
 # WaitFor SECONDS COMMAND...: until COMMAND succeeds; fails after SECONDS.
 WaitFor() {
@@ -40,11 +41,12 @@ StopDisplay() {
     displayPid=
 }
 
-# StartProgram FOLDER [ARGUMENT...]: the installed program; its output goes to FOLDER/program.log.
+# StartProgram FOLDER [ARGUMENT...]: the installed program; its output goes to FOLDER/program.log. The
+# array `runAs` holds a command to start it with, when there is one.
 StartProgram() {
     local folder=$1
     shift
-    "$kProductDir/corvane" "$@" >>"$folder/program.log" 2>&1 &
+    "${runAs[@]}" "$kProductDir/corvane" "$@" >>"$folder/program.log" 2>&1 &
     programPid=$!
 }
 
@@ -82,15 +84,24 @@ HasFocus() {
 }
 
 # Press TITLE KEY...: keys to the window with this title. No window manager runs on the virtual
-# display, so the window is given the focus first.
+# display, so the window is given the focus first. A button shows itself pressed for a tenth of a second
+# before it acts on its accelerator, which no window tells: the keys after one come at a person's pace.
 Press() {
-    local title=$1 window
+    local title=$1 window key
+    local -a quick=()
     shift
     WaitForWindow "$title" || return
     window=$(WindowId "$title") || return
     xdotool windowfocus "$window"
     WaitFor "$kWindowLimit" HasFocus "$window" || return
-    [[ $# -eq 0 ]] || xdotool key --clearmodifiers --delay 4 "$@"
+    for key in "$@"; do
+        quick+=("$key")
+        if [[ $key == alt+* ]]; then
+            xdotool key --clearmodifiers --delay 4 "${quick[@]}" sleep 0.15 || return
+            quick=()
+        fi
+    done
+    [[ ${#quick[@]} -eq 0 ]] || xdotool key --clearmodifiers --delay 4 "${quick[@]}"
 }
 
 # TypeText TITLE TEXT
