@@ -72,8 +72,8 @@ TEST_F(MainWindowStart, KeepsItsFilesAndSharesThem) {
 TEST_F(MainWindowStart, LoadsAndUnloadsTheEngine) {
     const StagedProgram program;
     EXPECT_EQ(program.Run(), 0);
-    EXPECT_THAT(program.EngineCalls(), Contains(StartsWith("init")));
-    EXPECT_THAT(program.EngineCalls(), Contains(StartsWith("deinit")));
+    EXPECT_THAT(program.EngineCalls(), Contains(StartsWith("ZqInitScan ")));
+    EXPECT_THAT(program.EngineCalls(), Contains("ZqDeinitScan"));
 }
 
 TEST_F(MainWindowStart, SplashMissing) {
@@ -116,7 +116,7 @@ TEST_F(MainWindowStart, ReportIndexCannotBeMade) {
                     Contains("critical Corvane | Unable to open Report File. \\n Close all the "
                              "application and try again"))
             << index;
-        EXPECT_THAT(program.EngineCalls(), Contains(StartsWith("deinit"))) << index;
+        EXPECT_THAT(program.EngineCalls(), Contains("ZqDeinitScan")) << index;
         EXPECT_FALSE(fs::exists(program.Directory() / "nowhere")) << index;
     }
 }

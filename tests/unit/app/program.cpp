@@ -1,5 +1,6 @@
 #include "tests/unit/app/program.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -26,8 +27,15 @@ constexpr uid_t kNobody = 65534;
 [[noreturn]] void Execute(const fs::path& program, const std::vector<std::string>& arguments,
                           std::vector<std::string> environment,
                           const StagedProgram::Conditions& conditions) {
+    const std::vector<std::string> own = environment;
+    const auto isReplaced = [&own](const std::string& entry) {
+        const std::string name = entry.substr(0, entry.find('=') + 1);
+        return name == "WAYLAND_DISPLAY=" ||
+               std::any_of(own.begin(), own.end(),
+                           [&name](const std::string& each) { return each.starts_with(name); });
+    };
     for (char** entry = environ; *entry != nullptr; ++entry) {
-        if (!std::string(*entry).starts_with("WAYLAND_DISPLAY=")) {
+        if (!isReplaced(*entry)) {
             environment.emplace_back(*entry);
         }
     }
@@ -63,6 +71,8 @@ StagedProgram::StagedProgram(const std::string& name) {
     std::string pattern = "/var/lib/corvane-app-XXXXXX";
     m_scratch = mkdtemp(pattern.data());
     chmod(m_scratch.c_str(), 0777);
+    fs::create_directory(m_scratch / "runtime");
+    chmod((m_scratch / "runtime").c_str(), 0700);
     m_directory = m_scratch / name;
     fs::create_directories(m_directory / "qimages");
     chmod(m_directory.c_str(), 0777);
@@ -102,7 +112,7 @@ pid_t StagedProgram::Start(const std::vector<std::string>& arguments,
     environment.push_back("FAKE_SCANAPI_LOG=" + (m_scratch / "engine").string());
     environment.emplace_back("QT_QPA_GENERIC_PLUGINS=corvanetestdriver");
     environment.emplace_back("QT_PLUGIN_PATH=" CORVANE_TEST_DRIVER_DIR);
-    environment.emplace_back("XDG_RUNTIME_DIR=" + m_scratch.string());
+    environment.push_back("XDG_RUNTIME_DIR=" + (m_scratch / "runtime").string());
     const pid_t child = fork();
     if (child == 0) {
         Execute(m_directory / "corvane", arguments, std::move(environment), conditions);
