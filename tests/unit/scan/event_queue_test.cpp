@@ -1,0 +1,126 @@
+#include "scan/event_queue.h"
+
+#include <atomic>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+
+#include "common/text_field.h"
+#include "tests/support/scratch.h"
+
+namespace {
+
+std::unique_ptr<ZqEvent> Event(ZQEvent type = kEvtAdvance) {
+    return std::make_unique<ZqEvent>(type, static_cast<const char*>(nullptr));
+}
+
+TEST(ZqEvent, CarriesAnOwnedTextOrARecord) {
+    std::string text = "/a/b";
+    const ZqEvent withText(kEvtScanningFile, text.c_str());
+    text = "gone";
+    EXPECT_STREQ(withText.Text(), "/a/b");
+    EXPECT_EQ(withText.type(), 1100);
+    EXPECT_EQ(withText.Info().code, 0);
+    EXPECT_EQ(withText.Info().fileName[0], '\0');
+
+    tagZQFILEINFO info{};
+    info.code = 1001;
+    info.detectionClass = 4;
+    info.detectionSubClass = 39;
+    CopyToField(info.fileName, "/f");
+    CopyToField(info.virusName, "V");
+    const ZqEvent withRecord(kEvtInfected, &info);
+    info = {};
+    EXPECT_EQ(withRecord.Text(), nullptr);
+    EXPECT_EQ(withRecord.Info().code, 1001);
+    EXPECT_EQ(withRecord.Info().detectionClass, 4);
+    EXPECT_EQ(withRecord.Info().detectionSubClass, 39);
+    EXPECT_STREQ(withRecord.Info().fileName, "/f");
+    EXPECT_STREQ(withRecord.Info().virusName, "V");
+
+    EXPECT_EQ(ZqEvent(kEvtPathDone, static_cast<const char*>(nullptr)).Text(), nullptr);
+    EXPECT_EQ(ZqEvent(kEvtInfected, static_cast<const tagZQFILEINFO*>(nullptr)).Info().code, 0);
+}
+
+TEST(ZqEvent, IsToldFromOtherEventsByItsType) {
+    EXPECT_EQ(AsZqEvent(Event(kEvtScanningFile).get())->type(), 1100);
+    EXPECT_EQ(AsZqEvent(Event(kEvtFillBar).get())->type(), 1115);
+    const QEvent before(static_cast<QEvent::Type>(1099));
+    const QEvent behind(static_cast<QEvent::Type>(1116));
+    EXPECT_EQ(AsZqEvent(&before), nullptr);
+    EXPECT_EQ(AsZqEvent(&behind), nullptr);
+}
+
+TEST(EventQueue, WakesTheReceiverOnceForAllThatWait) {
+    EventQueue queue;
+    EXPECT_TRUE(queue.Put(Event(), true));
+    EXPECT_FALSE(queue.Put(Event(), true));
+    EXPECT_EQ(queue.TakeAll().size(), 2U);
+    // It looks again before it sleeps, so it need not be woken yet.
+    EXPECT_FALSE(queue.Put(Event(), true));
+    EXPECT_EQ(queue.TakeAll().size(), 1U);
+    EXPECT_EQ(queue.TakeAll().size(), 0U);
+    EXPECT_TRUE(queue.Put(Event(), true));
+}
+
+TEST(EventQueue, KeepsTheOrder) {
+    EventQueue queue;
+    (void)queue.Put(Event(kEvtPathStarted), true);
+    (void)queue.Put(Event(kEvtAdvance), true);
+    (void)queue.Put(Event(kEvtPathDone), true);
+    const auto taken = queue.TakeAll();
+    ASSERT_EQ(taken.size(), 3U);
+    EXPECT_EQ(taken[0]->type(), 1108);
+    EXPECT_EQ(taken[1]->type(), 1113);
+    EXPECT_EQ(taken[2]->type(), 1109);
+}
+
+TEST(EventQueue, LetsThreadsWaitForRoom) {
+    EventQueue queue;
+    std::atomic<int> put{0};
+    std::thread first([&] {
+        for (int event = 0; event < 5000; ++event) {
+            (void)queue.Put(Event(), true);
+            ++put;
+        }
+    });
+    std::thread second([&] {
+        for (int event = 0; event < 5000; ++event) {
+            (void)queue.Put(Event(), true);
+            ++put;
+        }
+    });
+    EXPECT_TRUE(WaitUntil([&] { return queue.Size() == EventQueue::kRoom; }));
+    EXPECT_EQ(put, 512);
+    // One that must not wait still gets in.
+    (void)queue.Put(Event(), false);
+    EXPECT_EQ(queue.Size(), 513U);
+    std::size_t taken = 0;
+    EXPECT_TRUE(WaitUntil([&] {
+        const std::size_t some = queue.TakeAll().size();
+        EXPECT_LE(some, 513U);
+        taken += some;
+        return taken == 10001;
+    }));
+    first.join();
+    second.join();
+}
+
+TEST(EventQueue, ClosedItDropsEventsAndHoldsNobodyUp) {
+    EventQueue queue;
+    std::atomic<bool> through{false};
+    std::thread poster([&] {
+        for (int event = 0; event < 5000; ++event) {
+            (void)queue.Put(Event(), true);
+        }
+        through = true;
+    });
+    EXPECT_TRUE(WaitUntil([&] { return queue.Size() == EventQueue::kRoom; }));
+    EXPECT_FALSE(through);
+    queue.Close();
+    poster.join();
+    EXPECT_EQ(queue.Size(), 0U);
+    EXPECT_FALSE(queue.Put(Event(), true));
+}
+
+}  // namespace
