@@ -6,9 +6,7 @@
 
 namespace {
 
-constexpr char32_t kControlPictures = 0x2400;
 constexpr char32_t kDelete = 0x7F;
-constexpr char16_t kPictureOfDelete = 0x2421;
 
 // Length of the UTF-8 sequence that `bytes` begins with, by its first byte; 0 when none begins so.
 std::size_t SequenceLength(unsigned char first) {
@@ -43,17 +41,29 @@ bool IsMisleading(char32_t character) {
            (character >= 0x2066 && character <= 0x2069);
 }
 
-void AppendCharacter(QString& text, const QString& decoded) {
-    const char32_t character = decoded.toUcs4().value(0);
-    if (character < U' ') {
-        text += QChar(static_cast<char16_t>(kControlPictures + character));
-    } else if (character == kDelete) {
-        text += QChar(kPictureOfDelete);
-    } else if (IsMisleading(character)) {
-        text += QStringLiteral("\\u") + Hex(character, 4);
-    } else {
-        text += decoded;
+QString HexByte(char32_t byte) {
+    return QStringLiteral("\\x") + Hex(byte, 2);
+}
+
+QString Control(char32_t character) {
+    switch (character) {
+        case U'\n':
+            return QStringLiteral("\\n");
+        case U'\r':
+            return QStringLiteral("\\r");
+        case U'\t':
+            return QStringLiteral("\\t");
+        default:
+            return HexByte(character);
     }
+}
+
+QString Visible(const QString& decoded) {
+    const char32_t character = decoded.toUcs4().value(0);
+    if (character < U' ' || character == kDelete) {
+        return Control(character);
+    }
+    return IsMisleading(character) ? QStringLiteral("\\u") + Hex(character, 4) : decoded;
 }
 
 }  // namespace
@@ -67,10 +77,10 @@ QString DisplayName(std::string_view bytes) {
                                     ? DecodeSequence(bytes.substr(0, length))
                                     : QString();
         if (decoded.isEmpty()) {
-            text += QStringLiteral("\\x") + Hex(first, 2);
+            text += HexByte(first);
             bytes.remove_prefix(1);
         } else {
-            AppendCharacter(text, decoded);
+            text += Visible(decoded);
             bytes.remove_prefix(length);
         }
     }

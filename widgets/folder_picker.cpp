@@ -15,6 +15,7 @@
 #include "ui_folder_picker.h"
 
 #include "widgets/display_name.h"
+#include "widgets/folder_item_delegate.h"
 #include "widgets/state_chk_lst_view.h"
 
 QIcon folderClosed;
@@ -72,6 +73,7 @@ FolderPicker::FolderPicker(QWidget* parent, FolderListing listing)
     m_ui->setupUi(this);
     QTreeWidget* tree = m_ui->folderTree;
     tree->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    tree->setItemDelegate(new FolderItemDelegate(tree));
     tree->installEventFilter(this);
     connect(tree, &QTreeWidget::itemChanged, this, &FolderPicker::OnUserTicked);
     connect(tree, &QTreeWidget::itemPressed, this, [this] { m_tickedByThisClick = nullptr; });

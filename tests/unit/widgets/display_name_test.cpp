@@ -38,10 +38,11 @@ TEST(DisplayNameTest, NamesThatDifferInOneBadByteLookDifferent) {
     EXPECT_NE(Shown("caf\xE9"), Shown("caf\xE8"));
 }
 
-TEST(DisplayNameTest, ShowsControlCharactersAsTheirPictures) {
-    EXPECT_EQ(Shown("two\nlines"), "two\xE2\x90\x8Alines");
-    EXPECT_EQ(Shown("\t\r\x1B\x01"), "\xE2\x90\x89\xE2\x90\x8D\xE2\x90\x9B\xE2\x90\x81");
-    EXPECT_EQ(Shown("\x7F"), "\xE2\x90\xA1");
+TEST(DisplayNameTest, ShowsControlCharactersAsTheyAreWritten) {
+    EXPECT_EQ(Shown("two\nlines"), "two\\nlines");
+    EXPECT_EQ(Shown("\t\r\x1B\x01"), "\\t\\r\\x1B\\x01");
+    EXPECT_EQ(Shown("\x7F"), "\\x7F");
+    EXPECT_EQ(Shown(std::string_view("\0", 1)), "\\x00");
     EXPECT_EQ(Shown("\xC2\x85"), "\\u0085");
 }
 
