@@ -1,48 +1,12 @@
-// The callback when there is no memory left: its own program, because it replaces operator new.
-
-#include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <new>
 
 #include "common/run_state.h"
 #include "scan/detection_filters.h"
 #include "scan/engine_callback.h"
 #include "scan/scanner.h"
+#include "tests/unit/scan/failing_new.h"
 #include "tests/unit/scan/recording_dialog.h"
-
-namespace {
-
-thread_local bool outOfMemory = false;
-
-void* Allocate(std::size_t size) {
-    void* memory = outOfMemory ? nullptr : std::malloc(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return Allocate(size);
-}
-void* operator new[](std::size_t size) {
-    return Allocate(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
@@ -52,9 +16,9 @@ int ReplyWithoutMemory(RecordingDialog& dialog, int code) {
     tagZQFILEINFO info{};
     info.code = static_cast<std::int16_t>(code);
     const int reply = OnScanThread([&] {
-        outOfMemory = true;
+        SetOutOfMemory(true);
         const int answer = ZqCallBack(&info, dialog.Context());
-        outOfMemory = false;
+        SetOutOfMemory(false);
         return answer;
     });
     return reply;

@@ -12,7 +12,7 @@
 #include <QEvent>
 
 #include "scan/prompt_handshake.h"
-#include "scan/stop_flag.h"
+#include "scan/scan_dialog.h"
 #include "scan/zq_event.h"
 
 /// A progress dialog that keeps the events of the scan instead of showing them.

@@ -1,0 +1,5 @@
+#pragma once
+
+/// While on, operator new of this thread fails as if there were no memory left. Linking
+/// failing_new.cpp replaces operator new in the whole program.
+void SetOutOfMemory(bool on);
