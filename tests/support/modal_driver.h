@@ -23,6 +23,12 @@ public:
 
     void Expect(Answer answer) { m_answers.push_back(std::move(answer)); }
 
+    /// Windows of this class belong to the test itself and are left alone.
+    template <typename Dialog>
+    void Ignore() {
+        m_isIgnored = [](QDialog* dialog) { return qobject_cast<Dialog*>(dialog) != nullptr; };
+    }
+
     /// A message box with this caption and text, which is dismissed.
     void ExpectMessage(QMessageBox::Icon icon, const QString& caption, const QString& text) {
         Expect([=](QDialog* dialog) {
@@ -41,6 +47,9 @@ private:
         // A new timer each time: answering may run an event loop of its own, in which we look on.
         QTimer::singleShot(2, this, [this] {
             auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            if (dialog != nullptr && m_isIgnored && m_isIgnored(dialog)) {
+                dialog = nullptr;
+            }
             const bool isNew = dialog != nullptr && dialog != m_answered;
             Answer answer;
             if (dialog != nullptr && !isNew && m_sinceAnswer.elapsed() > kLimitMilliseconds) {
@@ -70,6 +79,7 @@ private:
     static constexpr qint64 kLimitMilliseconds = 20000;
 
     std::deque<Answer> m_answers;
+    std::function<bool(QDialog*)> m_isIgnored;
     QElapsedTimer m_sinceAnswer;
     QPointer<QDialog> m_answered;
 };

@@ -387,6 +387,8 @@ TEST_F(DlgReportTest, ACancelledPrintDialogPrintsNothing) {
 
 class SaveAsTest : public DlgReportTest {
 protected:
+    SaveAsTest() { m_driver.Ignore<dlgReport>(); }
+
     // The save dialog appears; `fileName` is chosen in it, or it is cancelled.
     void Choose(const std::string& fileName) {
         m_driver.Expect([=, this](QDialog* dialog) {
