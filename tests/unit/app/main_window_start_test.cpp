@@ -37,7 +37,13 @@ TEST_F(MainWindowStart, ShowsItsStepsAndThenItself) {
         program.Seen(),
         ElementsAre("splash Loading... Scan Option Settings", "splash Loading... Update Module",
                     "splash Loading...", "splash API Library loaded successfully", "window Corvane",
-                    "heading Scanner", "font Tahoma 10", "centred"));
+                    "heading Scanner", "font Tahoma 10", "centred", "pictures 1"));
+}
+
+TEST_F(MainWindowStart, PicturesAreSharpAtTwiceTheSize) {
+    const StagedProgram program;
+    EXPECT_EQ(program.Run({}, {{"QT_SCALE_FACTOR=2"}, {}, false}), 0);
+    EXPECT_THAT(program.Seen(), Contains("pictures 2"));
 }
 
 TEST_F(MainWindowStart, MakesItsFiles) {

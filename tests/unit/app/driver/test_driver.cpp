@@ -4,8 +4,9 @@
 // CORVANE_DRIVER_LOG   the file for the lines; a line break inside a text is written "\n"
 // CORVANE_DRIVER_HOLD  the main window is closed only when this file is there
 
-#include <cstdlib>
+#include <algorithm>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QFile>
 #include <QGenericPlugin>
@@ -83,11 +84,25 @@ private:
             const bool centred = window.x() == (desktop.width() - window.width()) / 2 &&
                                  window.y() == (desktop.height() - window.height()) / 2;
             Note(centred ? "centred" : "not centred");
+            Note(QStringLiteral("pictures %1").arg(PictureSharpness(window)));
         }
         const QString hold = qEnvironmentVariable("CORVANE_DRIVER_HOLD");
         if (hold.isEmpty() || QFile::exists(hold)) {
             window.close();
         }
+    }
+
+    /// How many pixels of a picture there are for one pixel of a button's place, at the least.
+    static int PictureSharpness(const QWidget& window) {
+        int sharpness = 100;
+        for (const auto* button : window.findChildren<QAbstractButton*>()) {
+            if (!button->icon().isNull()) {
+                const QPixmap picture =
+                    button->icon().pixmap(button->iconSize(), window.devicePixelRatio());
+                sharpness = std::min(sharpness, picture.width() / button->iconSize().width());
+            }
+        }
+        return sharpness;
     }
 
     QTimer m_timer;

@@ -1,0 +1,210 @@
+// The password in front of the settings page: every answer of the settings database.
+
+#include <fstream>
+
+#include <QInputDialog>
+#include <QLineEdit>
+
+#include "tests/gui/app/window_fixture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr char kLibrary[] = "/usr/lib/Corvane/Corvane/libdbmod.so";
+constexpr char kUnreadable[] = "Unable to read the settings, Please try again.";
+
+// Answers of the database: reading result, "password set", check result, outcome code.
+constexpr char kNoPassword[] = "1 0 1 1001";
+constexpr char kAccepted[] = "1 1 1 1000";
+constexpr char kRefused[] = "1 1 1 1001";
+
+bool IsLibraryLoaded() {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find("/libdbmod.so") != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+class Password : public WindowTest {
+protected:
+    static void ExpectWarning(ModalDriver& user, const QString& text) {
+        user.ExpectMessage(QMessageBox::Warning, "Corvane", text);
+    }
+    /// Types a password and confirms it, or cancels.
+    static void ExpectQuestion(ModalDriver& user, const QString& typed, int result) {
+        user.Expect([typed, result](QDialog* dialog) {
+            auto* input = qobject_cast<QInputDialog*>(dialog);
+            ASSERT_NE(input, nullptr);
+            EXPECT_EQ(input->windowTitle(), "Corvane");
+            EXPECT_EQ(input->labelText(), "Enter password:");
+            EXPECT_EQ(input->textEchoMode(), QLineEdit::Password);
+            input->setTextValue(typed);
+            input->done(result);
+        });
+    }
+    void ExpectRefused() {
+        EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
+        EXPECT_TRUE(Find<QAbstractButton>("btnScan").isChecked());
+        EXPECT_FALSE(Find<QAbstractButton>("btnOptions").isChecked());
+        EXPECT_FALSE(IsLibraryLoaded());
+    }
+    void ExpectOpened() {
+        EXPECT_EQ(CurrentPage(), dlgMain::kSettingsPage);
+        EXPECT_TRUE(Find<QAbstractButton>("btnOptions").isChecked());
+        EXPECT_TRUE(IsLibraryLoaded());
+    }
+};
+
+TEST_F(Password, LibraryMissing) {
+    fs::remove(kLibrary);
+    Open();
+    ModalDriver user;
+    ExpectWarning(
+        user, QString(kLibrary) + ": cannot open shared object file: No such file or directory");
+    Click("btnOptions");
+    ExpectRefused();
+}
+
+TEST_F(Password, EntryPointMissing) {
+    const std::pair<const char*, const char*> kVariants[] = {
+        {"without_get", "AvGetClientSettingData"}, {"without_verify", "AvVerfiyPassword"}};
+    Open();
+    for (const auto& [variant, symbol] : kVariants) {
+        InstallDatabase(variant);
+        ModalDriver user;
+        ExpectWarning(user, QString(kLibrary) + ": undefined symbol: " + symbol);
+        Click("btnOptions");
+        ExpectRefused();
+    }
+    EXPECT_THAT(DatabaseCalls(), IsEmpty());
+}
+
+TEST_F(Password, SettingUnreadable) {
+    SetDatabaseAnswers("0 0 1 1000");
+    Open();
+    ModalDriver user;
+    ExpectWarning(user, kUnreadable);
+    Click("btnOptions");
+    ExpectRefused();
+    EXPECT_THAT(DatabaseCalls(), ElementsAre("get 14 1"));
+}
+
+TEST_F(Password, NoneSet) {
+    SetDatabaseAnswers(kNoPassword);
+    Open();
+    ModalDriver user;
+    Click("btnOptions");
+    ExpectOpened();
+    EXPECT_THAT(DatabaseCalls(), ElementsAre("get 14 1"));
+}
+
+TEST_F(Password, OnlyOneMeansSet) {
+    SetDatabaseAnswers("1 2 1 1001");
+    Open();
+    ModalDriver user;
+    Click("btnOptions");
+    ExpectOpened();
+}
+
+TEST_F(Password, Cancelled) {
+    SetDatabaseAnswers(kAccepted);
+    Open();
+    ModalDriver user;
+    ExpectQuestion(user, "secret", QDialog::Rejected);
+    Click("btnOptions");
+    ExpectRefused();
+    EXPECT_THAT(DatabaseCalls(), ElementsAre("get 14 1"));
+}
+
+TEST_F(Password, Empty) {
+    SetDatabaseAnswers(kAccepted);
+    Open();
+    ModalDriver user;
+    ExpectQuestion(user, "", QDialog::Accepted);
+    ExpectWarning(user, "Invalid password");
+    Click("btnOptions");
+    ExpectRefused();
+    EXPECT_THAT(DatabaseCalls(), ElementsAre("get 14 1"));
+}
+
+TEST_F(Password, Accepted) {
+    SetDatabaseAnswers(kAccepted);
+    Open();
+    ModalDriver user;
+    ExpectQuestion(user, QString::fromUtf8("gehe\xc3\xafm "), QDialog::Accepted);
+    Click("btnOptions");
+    ExpectOpened();
+    EXPECT_THAT(DatabaseCalls(), ElementsAre("get 14 1", "verify gehe\xc3\xafm "));
+}
+
+TEST_F(Password, Refused) {
+    SetDatabaseAnswers(kRefused);
+    Open();
+    ModalDriver user;
+    ExpectQuestion(user, "wrong", QDialog::Accepted);
+    ExpectWarning(user, "Invalid password");
+    Click("btnOptions");
+    ExpectRefused();
+}
+
+TEST_F(Password, CheckFailed) {
+    SetDatabaseAnswers("1 1 0 1000");
+    Open();
+    ModalDriver user;
+    ExpectQuestion(user, "secret", QDialog::Accepted);
+    ExpectWarning(user, kUnreadable);
+    Click("btnOptions");
+    ExpectRefused();
+}
+
+TEST_F(Password, OtherOutcomeDoesNothing) {
+    SetDatabaseAnswers("1 1 1 1002");
+    Open();
+    ModalDriver user;
+    ExpectQuestion(user, "secret", QDialog::Accepted);
+    Click("btnOptions");
+    ExpectRefused();
+}
+
+TEST_F(Password, LibraryStaysLoadedOnceThePageWasOpened) {
+    SetDatabaseAnswers(kAccepted);
+    Open();
+    ModalDriver user;
+    ExpectQuestion(user, "secret", QDialog::Accepted);
+    Click("btnOptions");
+    ExpectOpened();
+    Click("btnScan");
+    EXPECT_TRUE(IsLibraryLoaded());
+
+    SetDatabaseAnswers(kRefused);
+    ExpectQuestion(user, "wrong", QDialog::Accepted);
+    ExpectWarning(user, "Invalid password");
+    Click("btnOptions");
+    EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
+    EXPECT_TRUE(IsLibraryLoaded());
+}
+
+/// A window whose update page holds unsaved settings.
+class UnsettledWindow : public dlgMain {
+public:
+    bool ApplyNetSettingsOrNot() override { return false; }
+};
+
+TEST_F(Password, UnsavedUpdateSettingsLeadToTheUpdatePage) {
+    SetDatabaseAnswers(kAccepted);
+    Open<UnsettledWindow>();
+    ModalDriver user;
+    ExpectQuestion(user, "secret", QDialog::Accepted);
+    Click("btnOptions");
+    EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage);
+    EXPECT_TRUE(Find<QAbstractButton>("btnUpdate").isChecked());
+    EXPECT_FALSE(IsLibraryLoaded());
+}
+
+}  // namespace
