@@ -55,9 +55,13 @@ void DatabaseLoader::Stop() {
     m_engine.reset();
 }
 
-LibraryEngine DatabaseLoader::Wait() {
+bool DatabaseLoader::WaitFor(std::chrono::milliseconds limit) {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_finished || m_cancelled; });
+    return m_changed.wait_for(lock, limit, [this] { return m_finished || m_cancelled; });
+}
+
+LibraryEngine DatabaseLoader::Loaded() {
+    const std::lock_guard lock(m_mutex);
     return m_engine;
 }
 
@@ -67,20 +71,18 @@ void DatabaseLoader::Cancel() {
     m_changed.notify_all();
 }
 
-void DatabaseLoader::Finish(LibraryEngine engine) {
-    const std::lock_guard lock(m_mutex);
-    m_engine = std::move(engine);
-    m_finished = true;
-    m_changed.notify_all();
-}
-
 void DatabaseLoader::Run() noexcept {
+    LibraryEngine engine;
     try {
-        LoadAll();
+        engine = LoadAll();
     } catch (const std::exception& error) {
         WriteToLog(kCommonLog, error.what());
     }
+    if (engine == nullptr && !m_cancelled) {
+        WriteToLog(kCommonLog, "scanapi: no database could be loaded, files cannot be scanned");
+    }
     const std::lock_guard lock(m_mutex);
+    m_engine = std::move(engine);
     m_finished = true;
     m_changed.notify_all();
 }
@@ -113,36 +115,40 @@ LibraryEngine DatabaseLoader::NewEngine() {
     return engine;
 }
 
-void DatabaseLoader::LoadAll() {
-    while (!m_cancelled) {
-        LibraryEngine engine = NewEngine();
+bool DatabaseLoader::LoadInto(cl_engine* engine) {
+    for (auto each = m_databases.begin(); each != m_databases.end(); ++each) {
         unsigned int signatures = 0;
-        auto damaged = m_databases.end();
-        for (auto each = m_databases.begin();
-             engine != nullptr && each != m_databases.end() && !m_cancelled; ++each) {
-            const auto result =
-                cl_load(each->path.c_str(), engine.get(), &signatures, kLoadOptions);
-            if (result != CL_SUCCESS && !m_cancelled) {
-                LogLeftOut(each->path, cl_strerror(result));
-                damaged = each;
-                break;
-            }
-        }
+        const auto result = cl_load(each->path.c_str(), engine, &signatures, kLoadOptions);
         if (m_cancelled) {
-            return;
+            return false;
         }
-        if (damaged != m_databases.end()) {
-            // Half of it is in the engine already: start again without it.
-            m_databases.erase(damaged);
+        if (result != CL_SUCCESS) {
+            LogLeftOut(each->path, cl_strerror(result));
+            m_databases.erase(each);
+            return false;
+        }
+        m_signatures += signatures;
+    }
+    return true;
+}
+
+LibraryEngine DatabaseLoader::LoadAll() {
+    while (!m_cancelled && !m_databases.empty()) {
+        LibraryEngine engine = NewEngine();
+        if (engine == nullptr) {
+            return nullptr;
+        }
+        m_signatures = 0;
+        if (!LoadInto(engine.get())) {
+            // Half of a damaged database is in the engine by now: start again without it.
             continue;
         }
-        if (engine == nullptr || signatures == 0 || cl_engine_compile(engine.get()) != CL_SUCCESS) {
-            WriteToLog(kCommonLog, "scanapi: no usable database, files cannot be scanned");
-            return;
+        if (m_signatures == 0 || cl_engine_compile(engine.get()) != CL_SUCCESS) {
+            return nullptr;
         }
-        Finish(std::move(engine));
-        return;
+        return engine;
     }
+    return nullptr;
 }
 
 }  // namespace scanapi

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <clamav.h>
 #include <condition_variable>
 #include <memory>
@@ -26,10 +27,13 @@ public:
     DatabaseLoader(const DatabaseLoader&) = delete;
     DatabaseLoader& operator=(const DatabaseLoader&) = delete;
 
-    /// Waits until loading has ended. Null when it failed or was given up; any thread.
-    LibraryEngine Wait();
+    /// Waits at most `limit`; true when loading has ended or was given up. Any thread.
+    bool WaitFor(std::chrono::milliseconds limit);
 
-    /// Makes the loading end soon and every Wait() return.
+    /// What was loaded. Null while loading goes on and when it failed or was given up.
+    LibraryEngine Loaded();
+
+    /// Makes the loading end soon and every wait return.
     void Cancel();
 
     /// Cancels, waits for the thread, which takes a moment only, and lets go of the engine.
@@ -37,12 +41,13 @@ public:
 
 private:
     void Run() noexcept;
-    void LoadAll();
+    LibraryEngine LoadAll();
     LibraryEngine NewEngine();
-    void Finish(LibraryEngine engine);
+    bool LoadInto(cl_engine* engine);
 
     std::vector<Database> m_databases;
     std::string m_scratch;
+    unsigned int m_signatures = 0;  ///< loaded in this attempt
     std::atomic<bool> m_cancelled = false;
     std::mutex m_mutex;
     std::condition_variable m_changed;

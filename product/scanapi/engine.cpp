@@ -25,6 +25,8 @@ constexpr std::size_t kBufferSize = 1U << 20U;
 
 // How often the program is asked whether to stop while a long scan says nothing.
 constexpr milliseconds kPollInterval(100);
+// How long opening the first file waits for the databases.
+constexpr milliseconds kOpenPatience(500);
 // How long a scan that is to stop may take to notice before it is left behind.
 constexpr milliseconds kStopPatience(500);
 constexpr std::size_t kMaxWorkers = 3;
@@ -86,8 +88,9 @@ void Engine::SetOptions(const tagSCANAPI_OPTIONS& options) {
 }
 
 int Engine::OpenFile(const char* name, std::uint64_t& handle) {
-    // Files are opened only when they can be scanned at once: what is held open cannot go away.
-    m_loader->Wait();
+    // Most of the wait for the databases; the rest is waited for in the scan of the file, where the
+    // program can be asked whether to stop.
+    m_loader->WaitFor(kOpenPatience);
     EngineOpenStatus status = kOpenFailed;
     if (m_closing) {
         return status;
@@ -134,7 +137,12 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
 
 ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProfile& profile,
                          Conversation& conversation) {
-    const LibraryEngine engine = m_loader->Wait();
+    while (!m_loader->WaitFor(kPollInterval)) {
+        if (conversation.StopWanted()) {
+            return {Verdict::Stopped, {}, {}};
+        }
+    }
+    const LibraryEngine engine = m_loader->Loaded();
     if (engine == nullptr) {
         if (!m_failureLogged.exchange(true)) {
             WriteToLog(kCommonLog, "scanapi: no database was loaded, files are not scanned");

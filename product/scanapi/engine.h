@@ -30,7 +30,9 @@ public:
     void SetCallback(PFNZQCALLBACK callback);
     void SetOptions(const tagSCANAPI_OPTIONS& options);
 
-    /// Waits until the databases are loaded. Anything but kOpenFailed and kOpenRefused is success.
+    /// Waits for the databases, so that the first file is opened once it can be scanned; when they
+    /// take long, ScanFile waits for the rest. Anything but kOpenFailed and kOpenRefused is
+    /// success.
     int OpenFile(const char* name, std::uint64_t& handle);
     bool CloseFile(std::uint64_t handle);
 

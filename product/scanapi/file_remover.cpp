@@ -2,12 +2,13 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <string>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "common/log.h"
 
 namespace scanapi {
 
@@ -21,7 +22,6 @@ bool IsSameFile(const struct stat& left, const struct stat& right) {
     return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
 
-// The time of the last change of state is left out: a new name or mode makes no other file.
 bool HasSameContents(const struct stat& left, const struct stat& right) {
     return left.st_size == right.st_size && SameInstant(left.st_mtim, right.st_mtim);
 }
@@ -40,50 +40,58 @@ std::string UnguessableName() {
     return name;
 }
 
-// Moving a name never replaces another one.
-bool Move(int folder, const std::string& from, const std::string& to) {
-    if (renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0) {
-        return true;
-    }
-    if (errno != EINVAL && errno != ENOSYS) {
-        return false;
-    }
-    // A file system without that kind of move: a second name refuses to replace as well.
-    return linkat(folder, from.c_str(), folder, to.c_str(), 0) == 0 &&
-           unlinkat(folder, from.c_str(), 0) == 0;
+bool KnowsNoReplace(int error) {
+    return error != EINVAL && error != ENOSYS;
 }
 
-RemovalResult CheckName(const TargetFile& file, const std::string& name) {
+// To a name that nobody can foresee, so that there is nothing to replace.
+bool MoveAside(int folder, const std::string& from, const std::string& to) {
+    return renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0 ||
+           (!KnowsNoReplace(errno) && renameat(folder, from.c_str(), folder, to.c_str()) == 0);
+}
+
+// Back to its old name, unless somebody has taken that meanwhile: then it keeps the new one.
+bool MoveBack(int folder, const std::string& from, const std::string& to) {
+    return renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0 ||
+           (!KnowsNoReplace(errno) && linkat(folder, from.c_str(), folder, to.c_str(), 0) == 0 &&
+            unlinkat(folder, from.c_str(), 0) == 0);
+}
+
+RemovalResult CheckName(const TargetFile& file, const std::string& name, bool alsoState) {
     struct stat named {};
     if (fstatat(file.FolderDescriptor(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
-        return errno == ENOENT ? RemovalResult::Replaced : RemovalResult::NotPermitted;
+        return errno == ENOENT ? RemovalResult::Gone : RemovalResult::NotPermitted;
     }
     if (!IsSameFile(named, file.Opened())) {
         return RemovalResult::Replaced;
     }
-    return HasSameContents(named, file.Opened()) ? RemovalResult::Removed : RemovalResult::Changed;
+    // The time of the last change of state cannot be set back, but our own move changes it too.
+    const bool unchanged = HasSameContents(named, file.Opened()) &&
+                           (!alsoState || SameInstant(named.st_ctim, file.Opened().st_ctim));
+    return unchanged ? RemovalResult::Removed : RemovalResult::Changed;
 }
 
 }  // namespace
 
 RemovalResult RemoveScannedFile(const TargetFile& file) {
     // The file is still open, so nothing else can have come by its number.
-    const auto before = CheckName(file, file.BaseName());
+    const auto before = CheckName(file, file.BaseName(), true);
     if (before != RemovalResult::Removed) {
         return before;
     }
+    const int folder = file.FolderDescriptor();
     const std::string aside = UnguessableName();
-    if (aside.empty() || !Move(file.FolderDescriptor(), file.BaseName(), aside)) {
+    if (aside.empty() || !MoveAside(folder, file.BaseName(), aside)) {
         return RemovalResult::NotPermitted;
     }
     // Whatever took the name between the check and the move has been moved: look again.
-    auto result = CheckName(file, aside);
-    if (result == RemovalResult::Removed &&
-        unlinkat(file.FolderDescriptor(), aside.c_str(), 0) != 0) {
+    auto result = CheckName(file, aside, false);
+    if (result == RemovalResult::Removed && unlinkat(folder, aside.c_str(), 0) != 0) {
         result = RemovalResult::NotPermitted;
     }
-    if (result != RemovalResult::Removed) {
-        Move(file.FolderDescriptor(), aside, file.BaseName());
+    if (result != RemovalResult::Removed && !MoveBack(folder, aside, file.BaseName())) {
+        const std::string line = "scanapi: (" + file.Path() + ") now bears the name " + aside;
+        WriteToLog(kCommonLog, line.c_str());
     }
     return result;
 }
@@ -94,6 +102,8 @@ const char* RemovalText(RemovalResult result) {
             return "removed";
         case RemovalResult::Changed:
             return "it changed while it was scanned";
+        case RemovalResult::Gone:
+            return "it is no longer there";
         case RemovalResult::Replaced:
             return "its name now belongs to another file";
         case RemovalResult::NotPermitted:

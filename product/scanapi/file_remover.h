@@ -6,7 +6,8 @@ namespace scanapi {
 
 enum class RemovalResult {
     Removed,
-    Changed,       ///< the file's contents are no longer those that were scanned
+    Changed,       ///< the file is no longer as it was scanned
+    Gone,          ///< its name is no longer there
     Replaced,      ///< another file, or a link, now bears the name
     NotPermitted,  ///< the system refused
 };

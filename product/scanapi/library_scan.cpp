@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <memory>
+#include <optional>
 #include <unistd.h>
 #include <vector>
 
@@ -24,8 +25,13 @@ struct ScanContext {
     const TargetFile& file;
     const ScanProfile& profile;
     const ScanManner& manner;
-    LayerTrail trail;
-    std::vector<Hit> hits;
+    LayerTrail trail{};
+    std::vector<Hit> hits{};
+    std::optional<std::uint32_t> sealedLevel{};  ///< of an archive that nothing came out of so far
+    bool sealed = false;                         ///< such an archive was left unread
+    bool cutMember = false;                      ///< a member was unpacked in part only
+    bool entered = false;                        ///< the library began to look at the file
+    bool libraryFailed = false;                  ///< it complained of an error of its own
     bool passedOver = false;
     bool needsThread = false;
     bool readFailed = false;
@@ -35,6 +41,16 @@ struct ScanContext {
     [[nodiscard]] bool Stopping() const {
         return manner.stop != nullptr && manner.stop->load(std::memory_order_relaxed);
     }
+    // The reader of this kind of archive is a library of its own that is not always installed; the
+    // archive is then passed over without a word.
+    void Unseal(std::uint32_t level, std::string_view type) {
+        sealed = sealed || (sealedLevel && level <= *sealedLevel);
+        sealedLevel.reset();
+        if (type.starts_with("CL_TYPE_RAR") &&
+            (profile.library.parse & CL_SCAN_PARSE_ARCHIVE) != 0) {
+            sealedLevel = level;
+        }
+    }
     [[nodiscard]] bool Ended() const { return passedOver || needsThread || broken || Stopping(); }
 };
 
@@ -42,6 +58,9 @@ struct MapCloser {
     void operator()(cl_fmap_t* map) const { cl_fmap_close(map); }
 };
 using MapOwner = std::unique_ptr<cl_fmap_t, MapCloser>;
+
+// Files of at most this size are clean to the library unread.
+constexpr std::size_t kNeverMatched = 5;
 
 constexpr std::string_view kUnknownType = "CL_TYPE_BINARY_DATA";
 
@@ -63,11 +82,21 @@ std::string_view TextOf(const char* text) {
 // Ends the scan: the library takes CL_VIRUS as a detection, which Judge() drops.
 constexpr cl_error_t kEndScan = CL_VIRUS;
 
-cl_error_t Inspect(ScanContext& context, int descriptor, std::string_view type,
-                   std::string_view name, std::uint32_t level, std::uint32_t attributes) {
+struct Layer {
+    std::string_view type;
+    std::string_view name;
+    std::size_t size;
+    std::uint32_t level;
+    std::uint32_t attributes;
+};
+
+cl_error_t Inspect(ScanContext& context, int descriptor, const Layer& layer) {
+    const auto& [type, name, size, level, attributes] = layer;
+    context.entered = true;
     if (context.Ended()) {
         return kEndScan;
     }
+    context.Unseal(level, type);
     if (level == 0) {
         context.trail.Entered(0, {}, descriptor);
         context.passedOver = type == kUnknownType && !context.profile.readUnknownTypes;
@@ -82,6 +111,8 @@ cl_error_t Inspect(ScanContext& context, int descriptor, std::string_view type,
         context.needsThread = true;
         return kEndScan;
     }
+    // A zip member is cut at the bound without an alert.
+    context.cutMember = context.cutMember || size >= static_cast<std::size_t>(kMaxFileSize);
     context.trail.Entered(level, name, descriptor);
     if (!name.empty() && context.announce) {
         context.manner.onMember(context.trail.Path(context.file.Path()));
@@ -90,12 +121,12 @@ cl_error_t Inspect(ScanContext& context, int descriptor, std::string_view type,
 }
 
 cl_error_t OnInspection(int descriptor, const char* type, const char** /*ancestors*/,
-                        std::size_t /*parentSize*/, const char* name, std::size_t /*size*/,
+                        std::size_t /*parentSize*/, const char* name, std::size_t size,
                         const char* /*bytes*/, std::uint32_t level, std::uint32_t attributes,
                         void* opaque) {
     auto& context = *static_cast<ScanContext*>(opaque);
     try {
-        return Inspect(context, descriptor, TextOf(type), TextOf(name), level, attributes);
+        return Inspect(context, descriptor, {TextOf(type), TextOf(name), size, level, attributes});
     } catch (...) {
         context.broken = true;
         return kEndScan;
@@ -162,6 +193,20 @@ bool IsReported(const ScanContext& context, const Hit& hit) {
            (context.profile.reportUnwanted || !IsUnwanted(hit.name));
 }
 
+// The library calls many a file clean that it did not look at, or not to the end.
+bool WasScannedWhole(const ScanContext& context, cl_error_t result) {
+    const bool limited = std::any_of(context.hits.begin(), context.hits.end(), [](const Hit& each) {
+        return MeansNotWholeScanned(each.name);
+    });
+    const bool archiveUnread = context.sealed || context.sealedLevel || context.cutMember;
+    const bool failed = (result != CL_CLEAN && result != CL_VIRUS) || context.readFailed ||
+                        context.broken || context.libraryFailed;
+    // Without room to unpack it is not even looked at. The smallest files never are: nothing known
+    // is as small as that.
+    const bool passedBy = !context.entered && context.file.Size() > kNeverMatched;
+    return !limited && !archiveUnread && !failed && !passedBy;
+}
+
 ScanOutcome Judge(ScanContext& context, cl_error_t result) {
     if (context.passedOver) {
         return {Verdict::PassedOver, {}, {}};
@@ -177,20 +222,13 @@ ScanOutcome Judge(ScanContext& context, cl_error_t result) {
     if (context.Stopping()) {
         return {Verdict::Stopped, {}, {}};
     }
-    const bool incomplete =
-        std::any_of(context.hits.begin(), context.hits.end(),
-                    [](const Hit& each) { return MeansNotWholeScanned(each.name); });
-    const bool failed = result != CL_CLEAN && result != CL_VIRUS;
-    if (incomplete || failed || context.readFailed || context.broken) {
-        return {Verdict::Unreadable, {}, {}};
-    }
-    return {Verdict::Clean, {}, {}};
+    return {WasScannedWhole(context, result) ? Verdict::Clean : Verdict::Unreadable, {}, {}};
 }
 
 template <typename MapMaker>
 ScanOutcome ScanMapped(const cl_engine* engine, const ScanProfile& profile, const TargetFile& file,
                        const ScanManner& manner, MapMaker makeMap) {
-    ScanContext context{file, profile, manner, {}, {}};
+    ScanContext context{file, profile, manner};
     {
         const MapOwner map(makeMap(context));
         if (map == nullptr) {
@@ -237,7 +275,11 @@ ScanOutcome ScanDescriptor(const cl_engine* engine, const ScanProfile& profile,
 }
 
 void SilenceLibrary() {
-    cl_set_clcb_msg([](cl_msg, const char*, const char*, void*) {});
+    cl_set_clcb_msg([](cl_msg severity, const char*, const char*, void* opaque) {
+        if (severity == CL_MSG_ERROR && opaque != nullptr) {
+            static_cast<ScanContext*>(opaque)->libraryFailed = true;
+        }
+    });
 }
 
 }  // namespace scanapi

@@ -49,8 +49,8 @@ ScanOutcome ScanBytes(const cl_engine* engine, const ScanProfile& profile, const
 ScanOutcome ScanDescriptor(const cl_engine* engine, const ScanProfile& profile,
                            const TargetFile& file, const ScanManner& manner);
 
-/// Called by the library with every message it would print; keeps the last one of each thread's
-/// loading for the log.
+/// Keeps the library from printing. An error that it complains of while a file is scanned makes
+/// that file unreadable.
 void SilenceLibrary();
 
 }  // namespace scanapi

@@ -1,0 +1,75 @@
+#include "product/scanapi/layer_trail.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using scanapi::LayerTrail;
+
+class LayerTrailTest : public testing::Test {
+protected:
+    void SetUp() override { m_trail.Entered(0, {}, -1); }
+    LayerTrail m_trail;
+};
+
+TEST_F(LayerTrailTest, AShortNameBecomesTheListedPath) {
+    m_trail.Listed("a/");
+    m_trail.Listed("a/n.txt");
+    m_trail.Listed("a/n.txt");
+    m_trail.Listed("b/n.txt");
+    m_trail.Listed("b/n.txt");
+    m_trail.Entered(1, "n.txt", 4);
+    EXPECT_EQ(m_trail.Path("/x.zip"), "/x.zip/a/n.txt");
+    m_trail.Entered(1, "n.txt", 4);
+    EXPECT_EQ(m_trail.Path("/x.zip"), "/x.zip/b/n.txt");
+}
+
+TEST_F(LayerTrailTest, ANameThatWasNotListedIsTakenAsItIs) {
+    m_trail.Entered(1, "etc/passwd", 4);
+    EXPECT_EQ(m_trail.Path("/x.tar"), "/x.tar/etc/passwd");
+}
+
+TEST_F(LayerTrailTest, UnnamedLayersLeaveNoMark) {
+    m_trail.Entered(1, {}, 4);
+    m_trail.Entered(2, "a", 5);
+    EXPECT_EQ(m_trail.Path("/x.tgz"), "/x.tgz/a");
+}
+
+TEST_F(LayerTrailTest, TheListOfAnOuterArchiveOutlivesAnInnerOne) {
+    m_trail.Listed("one/in.zip");
+    m_trail.Listed("two/last.txt");
+    m_trail.Entered(1, "in.zip", 4);
+    m_trail.Listed("deep/x");
+    m_trail.Entered(2, "x", 5);
+    EXPECT_EQ(m_trail.Path("/x.zip"), "/x.zip/one/in.zip/deep/x");
+    m_trail.Entered(1, "last.txt", 4);
+    EXPECT_EQ(m_trail.Path("/x.zip"), "/x.zip/two/last.txt");
+}
+
+TEST_F(LayerTrailTest, BackToTheLayerThatADescriptorBelongsTo) {
+    m_trail.Entered(1, "a.zip", 4);
+    m_trail.Entered(2, "b", 5);
+    m_trail.BackTo(4);
+    EXPECT_EQ(m_trail.Path("/x.zip"), "/x.zip/a.zip");
+    m_trail.BackTo(99);
+    EXPECT_EQ(m_trail.Path("/x.zip"), "/x.zip/a.zip");
+    m_trail.BackTo(-1);
+    EXPECT_EQ(m_trail.Path("/x.zip"), "/x.zip");
+}
+
+TEST_F(LayerTrailTest, AHugeListCostsNoMemoryWithoutBound) {
+    for (int i = 0; i < 200000; ++i) {
+        m_trail.Listed("folder/" + std::to_string(i));
+    }
+    m_trail.Entered(1, "150000", 4);
+    EXPECT_EQ(m_trail.Path("/x"), "/x/150000");
+}
+
+TEST(LayerTrailAloneTest, ALevelWithoutItsParentsIsStillNamed) {
+    LayerTrail trail;
+    trail.Listed("nowhere");
+    trail.Entered(3, "orphan", 7);
+    EXPECT_EQ(trail.Path("/x"), "/x");
+}
+
+}  // namespace

@@ -1,0 +1,104 @@
+#include <chrono>
+#include <filesystem>
+
+#include "tests/unit/product/scanapi/archives.h"
+#include "tests/unit/product/scanapi/loaded_engine.h"
+
+namespace {
+
+using archives::Eicar;
+using Numbers = std::vector<int>;
+using Clock = std::chrono::steady_clock;
+namespace fs = std::filesystem;
+
+class LimitsTest : public EngineTest {};
+
+TEST_F(LimitsTest, AFileOfFiveGibibytesOfNothingIsNotCalledClean) {
+    Start();
+    const auto path = m_tree.Write("sparse", "");
+    fs::resize_file(path, 5ULL << 30U);
+    const auto before = Clock::now();
+    EXPECT_EQ(Scan(path), 0);
+    EXPECT_LT(Clock::now() - before, std::chrono::seconds(1));
+    EXPECT_EQ(Codes(), (Numbers{1005}));
+}
+
+TEST_F(LimitsTest, ASparseFileWithinTheBoundsIsReadWhole) {
+    Start();
+    const auto path = m_tree.Write("sparse", "");
+    fs::resize_file(path, 50ULL << 20U);
+    EXPECT_EQ(Scan(path), 1);
+    EXPECT_EQ(Codes(), (Numbers{1002}));
+}
+
+TEST_F(LimitsTest, AMemberBeyondTheSizeBoundMakesTheArchiveUnreadable) {
+    Start();
+    const auto path = m_tree.Write("bomb.zip", archives::ZipOfZeros("zeros", 120U << 20U));
+    EXPECT_LT(fs::file_size(path), 1U << 20U);
+    EXPECT_EQ(Scan(path), 0);
+    EXPECT_EQ(Files(1005), (std::vector<std::string>{path}));
+    EXPECT_TRUE(Files(1002).empty());
+}
+
+TEST_F(LimitsTest, TooDeepNestingMakesTheArchiveUnreadable) {
+    Start();
+    std::string archive = archives::Zip({{"e.com", Eicar()}});
+    for (int i = 0; i < 30; ++i) {
+        archive = archives::Zip({{"next.zip", archive}});
+    }
+    const auto path = m_tree.Write("deep.zip", archive);
+    EXPECT_EQ(Scan(path), 0);
+    EXPECT_EQ(Files(1005), (std::vector<std::string>{path}));
+    EXPECT_TRUE(Files(1002).empty());
+}
+
+TEST_F(LimitsTest, TooManyMembersMakeTheArchiveUnreadable) {
+    Start();
+    std::vector<archives::Member> members;
+    for (int i = 0; i < 11000; ++i) {
+        members.push_back({"m" + std::to_string(i), "content " + std::to_string(i)});
+    }
+    const auto path = m_tree.Write("many.zip", archives::Zip(members));
+    EXPECT_EQ(Scan(path), 0);
+    EXPECT_EQ(Files(1005), (std::vector<std::string>{path}));
+    EXPECT_TRUE(Files(1002).empty());
+}
+
+TEST_F(LimitsTest, AnEncryptedMemberMakesTheArchiveUnreadable) {
+    Start();
+    const auto path = m_tree.Write("locked.zip", archives::Zip({{"open.txt", "readable text"},
+                                                                {"locked", "no one knows", true}}));
+    EXPECT_EQ(Scan(path), 0);
+    EXPECT_EQ(Files(1005), (std::vector<std::string>{path}));
+    EXPECT_TRUE(Files(1002).empty());
+    EXPECT_TRUE(Files(1001).empty());
+}
+
+TEST_F(LimitsTest, AVirusBesideAnEncryptedMemberIsFound) {
+    Start();
+    const auto path = m_tree.Write(
+        "locked.zip", archives::Zip({{"locked", "no one knows", true}, {"bad.com", Eicar()}}));
+    EXPECT_EQ(Scan(path), 1);
+    EXPECT_EQ(Files(1001), (std::vector<std::string>{path + "/bad.com"}));
+    EXPECT_TRUE(Files(1005).empty());
+}
+
+TEST_F(LimitsTest, WithoutRoomToUnpackNothingIsCalledClean) {
+    Start();
+    EXPECT_EQ(Scan(m_tree.Write("first.txt", "there is room")), 1);
+    EXPECT_EQ(Codes(), (Numbers{1002}));
+    fs::remove_all(m_engine.Path("tmp"));
+    EXPECT_EQ(Scan(m_tree.Write("second.txt", "there is none")), 0);
+    EXPECT_EQ(Scan(m_tree.Write("e.com", Eicar())), 0);
+    EXPECT_EQ(Codes(), (Numbers{1002, 1005, 1005}));
+}
+
+TEST_F(LimitsTest, AnArchiveThatNoReaderIsThereForIsNotCalledClean) {
+    Start();
+    const auto path =
+        m_tree.Write("a.rar", std::string("Rar!\x1a\x07\x00", 7) + std::string(300, 'r'));
+    EXPECT_EQ(Scan(path), 0);
+    EXPECT_EQ(Codes(), (Numbers{1005}));
+}
+
+}  // namespace

@@ -1,0 +1,105 @@
+#include <chrono>
+#include <filesystem>
+
+#include "tests/unit/product/scanapi/archives.h"
+#include "tests/unit/product/scanapi/loaded_engine.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+class StopTest : public EngineTest {
+protected:
+    // The program's stop flag goes up at the first message for which `when` holds.
+    void StopWhen(std::function<bool(const Message&)> when) {
+        m_answer = [this, when = std::move(when)](const Message& message) {
+            if (!m_stop && when(message)) {
+                m_stop = true;
+                m_stoppedAt = Clock::now();
+            }
+            return static_cast<int>(m_stop ? kReplyStop : kReplyGoOn);
+        };
+    }
+    void ExpectEndedSoon() {
+        ASSERT_TRUE(m_stop) << "the scan ended before it could be stopped";
+        EXPECT_LT(Clock::now() - m_stoppedAt, milliseconds(1000));
+        EXPECT_TRUE(Files(1002).empty());
+        EXPECT_TRUE(Files(1001).empty());
+    }
+    Clock::time_point m_stoppedAt;
+};
+
+TEST_F(StopTest, BetweenTheMembersOfALargeArchive) {
+    Start();
+    std::vector<archives::Member> members;
+    for (int i = 0; i < 3000; ++i) {
+        members.push_back({"m" + std::to_string(i), std::to_string(i) + std::string(20000, 't')});
+    }
+    members.push_back({"last.com", archives::Eicar()});
+    const auto path = m_tree.Write("large.zip", archives::Zip(members));
+    StopWhen([this](const Message& message) {
+        return message.code == kMsgScanningMember && Files(1003).size() == 10;
+    });
+    EXPECT_EQ(Scan(path), 0);
+    ExpectEndedSoon();
+    EXPECT_LT(Files(1003).size(), 300U);
+    EXPECT_GE(Files(1003).size(), 10U);
+}
+
+// Nothing calls back while one large member is matched.
+TEST_F(StopTest, WithinOneLargeMember) {
+    InstallSignatures();
+    // Patterns that begin as the content does make the matching slow.
+    std::string patterns;
+    for (int i = 0; i < 20000; ++i) {
+        std::string hex = "6161616161616161";
+        for (int bit = 0; bit < 16; ++bit) {
+            hex += (i >> bit & 1) != 0 ? "62" : "61";
+        }
+        patterns += "Slow.Test." + std::to_string(i) + ":0:*:" + hex + "63\n";
+    }
+    m_engine.Write("defs/slow.ndb", patterns);
+    StartWith(Options());
+    const auto path = m_tree.Write("one.gz", archives::Gzip(std::string(60U << 20U, 'a')));
+    StopWhen([](const Message& message) { return message.code == 0; });
+    EXPECT_EQ(Scan(path), 0);
+    ExpectEndedSoon();
+
+    // The user changed his mind: the next files are scanned while the old scan runs out.
+    m_stop = false;
+    m_answer = nullptr;
+    m_messages.clear();
+    EXPECT_EQ(Scan(m_tree.Write("e.com", archives::Eicar())), 1);
+    EXPECT_EQ(Scan(m_tree.Write("a.zip", archives::Zip({{"e.com", archives::Eicar()}}))), 1);
+    EXPECT_EQ(Files(1001).size(), 2U);
+}
+
+TEST_F(StopTest, InALargePlainFile) {
+    Start();
+    const auto path = m_tree.Write("plain", std::string(90U << 20U, 'x'));
+    const auto before = Clock::now();
+    m_stop = true;
+    EXPECT_EQ(Scan(path), 0);
+    EXPECT_LT(Clock::now() - before, milliseconds(1000));
+    EXPECT_EQ(Files(1002).size(), 0U);
+}
+
+TEST_F(StopTest, WhileTheDatabasesAreLoading) {
+    InstallSignatures();
+    std::string hashes;
+    for (int i = 0; i < 1000000; ++i) {
+        char line[80];
+        hashes.append(line, static_cast<std::size_t>(std::snprintf(
+                                line, sizeof(line), "%08x%024x:%d:Load.Test.%d\n",
+                                static_cast<unsigned int>(i) * 2654435761U, i, 100 + i % 1000, i)));
+    }
+    m_engine.Write("defs/large.hdb", hashes);
+    StartWith(Options());
+    m_stop = true;
+    m_stoppedAt = Clock::now();
+    Scan(m_tree.Write("e.com", archives::Eicar()));
+    EXPECT_LT(Clock::now() - m_stoppedAt, milliseconds(1000));
+}
+
+}  // namespace
