@@ -66,6 +66,7 @@ private:
     bool m_mounted = false;
 };
 
+/// Whether the product's fixed paths are the test's to fill: inside tests/support/sandbox.
 inline bool InSandbox() {
     return std::getenv("CORVANE_SANDBOX") != nullptr;
 }
@@ -73,6 +74,13 @@ inline bool InSandbox() {
 inline std::string ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+/// Whether the whole root is private. Where the machine allows no namespaces the sandbox lends the
+/// machine's own root, and nothing of the system itself may be replaced there.
+inline bool HasPrivateRoot() {
+    return InSandbox() &&
+           ("\n" + ReadFile("/proc/self/mounts")).find("\ncorvane-sandbox / ") != std::string::npos;
 }
 
 inline void WriteFile(const std::string& path, std::string_view content) {

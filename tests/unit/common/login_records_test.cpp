@@ -22,8 +22,8 @@ std::string Record(const std::string& line, const std::string& user) {
 class LoginRecords : public testing::Test {
 protected:
     void SetUp() override {
-        if (!InSandbox()) {
-            GTEST_SKIP() << "the login records are only replaced inside the sandbox";
+        if (!HasPrivateRoot()) {
+            GTEST_SKIP() << "the login records are only replaced in a private root";
         }
         ::unlink(kRecords);
         WriteFile(kRecords, "x");
@@ -32,7 +32,7 @@ protected:
         }
     }
     void TearDown() override {
-        if (InSandbox()) {
+        if (HasPrivateRoot()) {
             ::unlink(kRecords);
         }
     }
@@ -91,8 +91,8 @@ TEST_F(LoginRecords, FailWhenTheyCannotBeRead) {
 class UserNames : public testing::Test {
 protected:
     void SetUp() override {
-        if (!InSandbox() || ::getuid() != 0) {
-            GTEST_SKIP() << "the user database is only replaced inside the sandbox, as root";
+        if (!HasPrivateRoot() || ::getuid() != 0) {
+            GTEST_SKIP() << "the user database is only replaced in a private root, as root";
         }
         m_before = ReadFile(kUsers);
     }

@@ -12,14 +12,14 @@ namespace {
 class Services : public testing::Test {
 protected:
     void SetUp() override {
-        if (!InSandbox()) {
-            GTEST_SKIP() << "service scripts are only installed inside the sandbox";
+        if (!HasPrivateRoot()) {
+            GTEST_SKIP() << "service scripts are only installed in a private root";
         }
         std::filesystem::create_directories("/etc/init.d");
         std::filesystem::remove_all("/etc/init.d/rc.d");
     }
     void TearDown() override {
-        if (InSandbox()) {
+        if (HasPrivateRoot()) {
             std::filesystem::remove_all("/etc/init.d/rc.d");
             for (const char* name : {"testsvc", "test svc", "test'svc;touch x"}) {
                 std::filesystem::remove(std::string("/etc/init.d/") + name);

@@ -17,8 +17,8 @@ namespace {
 class FullDisk : public ReportTest {
 protected:
     void SetUp() override {
-        if (!InSandbox()) {
-            GTEST_SKIP() << "disks are only mounted inside the sandbox";
+        if (!HasPrivateRoot()) {
+            GTEST_SKIP() << "disks are only mounted in a private root";
         }
         ASSERT_EQ(::mkdir((m_app / "disk").c_str(), 0777), 0);
         m_disk.emplace(m_app / "disk", "64k");
