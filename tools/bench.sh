@@ -2,7 +2,7 @@
 # shellcheck shell=bash
 
 Verb_bench() {
-    Build release
+    BuildProduct release bench/all screenshot
     Stage release
     bench/run "$@"
 }

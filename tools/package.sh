@@ -2,7 +2,7 @@
 # shellcheck shell=bash
 
 Verb_package() {
-    Build release
+    BuildProduct release
     Stage release
     Say "Packaging"
     packaging/make-deb build/release/stage build/release

@@ -15,7 +15,7 @@ Verb_run() {
         paths+=("$path")
         options+=(--show "$path")
     done
-    Build "$preset"
+    BuildProduct "$preset" screenshot
     Stage "$preset"
     output=$root/build/$preset/run
     mkdir -p -- "$output"
