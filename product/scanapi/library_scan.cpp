@@ -270,7 +270,9 @@ ScanOutcome ScanBytes(const cl_engine* engine, const ScanProfile& profile, const
 ScanOutcome ScanDescriptor(const cl_engine* engine, const ScanProfile& profile,
                            const TargetFile& file, const ScanManner& manner) {
     return ScanMapped(engine, profile, file, manner, [&file](ScanContext& context) {
-        return cl_fmap_open_handle(&context, 0, file.Size(), OnRead, 1);
+        // Without aging: pages that it let go of come back as "changed" and are then not scanned.
+        constexpr int kKeepPages = 0;
+        return cl_fmap_open_handle(&context, 0, file.Size(), OnRead, kKeepPages);
     });
 }
 
