@@ -1,29 +1,26 @@
 #include "scan/prompt_handshake.h"
 
-#include <QMutex>
-#include <QMutexLocker>
+#include <mutex>
 
-QWaitCondition g_waitForPrompt;
+std::condition_variable g_waitForPrompt;
 tagMYSCNOPTS g_myScnopts{};
 
 namespace {
 
-QMutex promptMutex;
+std::mutex promptMutex;
 bool answered = false;  // guarded by promptMutex
 
 }  // namespace
 
 void AskAndWait(const std::function<void()>& post) {
-    const QMutexLocker lock(&promptMutex);
+    std::unique_lock lock(promptMutex);
     answered = false;
     post();
-    while (!answered) {
-        g_waitForPrompt.wait(&promptMutex);
-    }
+    g_waitForPrompt.wait(lock, [] { return answered; });
 }
 
 void WakePrompt() {
-    const QMutexLocker lock(&promptMutex);
+    const std::scoped_lock lock(promptMutex);
     answered = true;
-    g_waitForPrompt.wakeAll();
+    g_waitForPrompt.notify_all();
 }

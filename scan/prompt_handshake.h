@@ -1,13 +1,12 @@
 #pragma once
 
+#include <condition_variable>
 #include <functional>
-
-#include <QWaitCondition>
 
 #include "common/scan_settings.h"
 
 /// Woken by the progress dialog when the user has answered; the only thing a scan waits for.
-extern QWaitCondition g_waitForPrompt;
+extern std::condition_variable g_waitForPrompt;
 
 /// The user's choice in the virus prompt; zeroed when a run starts. Written by the GUI thread while
 /// the scan thread waits for it.

@@ -49,7 +49,7 @@ TEST(PromptHandshake, AWakeUpWithoutAnAnswerIsWaitedThrough) {
     auto asking = std::async(std::launch::async, [&] { AskAndWait([&] { posted.set_value(); }); });
     posted.get_future().wait();
     for (int i = 0; i < 20; ++i) {
-        g_waitForPrompt.wakeAll();
+        g_waitForPrompt.notify_all();
         EXPECT_FALSE(IsReady(asking, 1ms));
     }
     WakePrompt();
