@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "common/log.h"
+#include "product/scanapi/left_behind.h"
 #include "product/scanapi/library_scan.h"
 #include "product/scanapi/scan_profile.h"
 
@@ -42,17 +43,27 @@ void LogLeftOut(const std::string& path, const char* reason) {
 }
 
 DatabaseLoader::DatabaseLoader(std::vector<Database> databases, std::string scratch)
-    : m_databases(std::move(databases)),
-      m_scratch(std::move(scratch)),
-      m_thread([this] { Run(); }) {}
+    : m_databases(std::move(databases)), m_scratch(std::move(scratch)) {}
+
+void DatabaseLoader::Start() {
+    m_thread = std::thread([self = shared_from_this()] { self->Run(); });
+}
 
 void DatabaseLoader::Stop() {
     Cancel();
-    if (m_thread.joinable()) {
-        m_thread.join();
+    if (!m_thread.joinable()) {
+        return;
     }
-    const std::lock_guard lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     m_engine.reset();
+    const bool ended = m_changed.wait_for(lock, kEndPatience, [this] { return m_finished; });
+    lock.unlock();
+    if (ended) {
+        m_thread.join();
+    } else {
+        KeepLibraryLoaded();
+        m_thread.detach();
+    }
 }
 
 bool DatabaseLoader::WaitFor(std::chrono::milliseconds limit) {
@@ -77,12 +88,17 @@ void DatabaseLoader::Run() noexcept {
         engine = LoadAll();
     } catch (const std::exception& error) {
         WriteToLog(kCommonLog, error.what());
+    } catch (...) {
+        // What follows says that nothing was loaded.
+        engine = nullptr;
     }
     if (engine == nullptr && !m_cancelled) {
         WriteToLog(kCommonLog, "scanapi: no database could be loaded, files cannot be scanned");
     }
     const std::lock_guard lock(m_mutex);
-    m_engine = std::move(engine);
+    if (!m_cancelled) {
+        m_engine = std::move(engine);
+    }
     m_finished = true;
     m_changed.notify_all();
 }

@@ -16,13 +16,14 @@ namespace scanapi {
 
 using LibraryEngine = std::shared_ptr<cl_engine>;
 
-/// Loads databases into one libclamav engine on a thread of its own.
-class DatabaseLoader {
+/// Loads databases into one libclamav engine on a thread of its own, which shares in the loader.
+class DatabaseLoader : public std::enable_shared_from_this<DatabaseLoader> {
 public:
-    /// Starts loading; `scratch` is where the engine will unpack files.
+    /// `scratch` is where the engine will unpack files.
     DatabaseLoader(std::vector<Database> databases, std::string scratch);
 
-    ~DatabaseLoader() { Stop(); }
+    /// Begins to load; called once.
+    void Start();
 
     DatabaseLoader(const DatabaseLoader&) = delete;
     DatabaseLoader& operator=(const DatabaseLoader&) = delete;
@@ -36,7 +37,8 @@ public:
     /// Makes the loading end soon and every wait return.
     void Cancel();
 
-    /// Cancels, waits for the thread, which takes a moment only, and lets go of the engine.
+    /// Cancels and lets go of the engine. Returns soon in any case: a thread deep in a large
+    /// database is left to end by itself.
     void Stop();
 
 private:

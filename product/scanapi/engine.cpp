@@ -59,13 +59,18 @@ Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> database
     : m_engineDirectory(FieldText(options.engineDirectory)),
       m_databases(std::move(databases)),
       m_scratch(std::move(scratch)),
-      m_loader(std::make_unique<DatabaseLoader>(m_databases, m_scratch->Path())),
-      m_profile(ProfileFromOptions(options)) {}
+      m_loader(std::make_shared<DatabaseLoader>(m_databases, m_scratch->Path())),
+      m_profile(ProfileFromOptions(options)) {
+    m_loader->Start();
+}
 
 void Engine::Close() {
     m_closing = true;
     m_loader->Cancel();
     const std::lock_guard scanning(m_scanMutex);
+    for (const auto& worker : m_workers) {
+        worker->End();
+    }
     m_workers.clear();
     m_loader->Stop();
     m_scratch.reset();
@@ -211,7 +216,7 @@ bool Engine::Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& convers
             }
         }
         if (m_workers.size() < kMaxWorkers) {
-            m_workers.push_back(std::make_unique<ScanWorker>());
+            m_workers.push_back(ScanWorker::Make());
             continue;
         }
         // All of them are still at files that were left behind.

@@ -51,13 +51,12 @@ private:
 
     const std::string m_engineDirectory;
     const std::vector<Database> m_databases;
-    // What is unpacked outlives those who unpack: the folder is destroyed after loader and workers.
     std::unique_ptr<ScratchDirectory> m_scratch;
-    std::unique_ptr<DatabaseLoader> m_loader;
+    const std::shared_ptr<DatabaseLoader> m_loader;
 
     std::mutex m_scanMutex;  ///< held for the scan of a file
     FileBytes m_buffer;
-    std::vector<std::unique_ptr<ScanWorker>> m_workers;
+    std::vector<std::shared_ptr<ScanWorker>> m_workers;
 
     std::mutex m_stateMutex;  ///< guards what follows
     ScanProfile m_profile;

@@ -2,22 +2,33 @@
 
 #include <utility>
 
+#include "product/scanapi/left_behind.h"
+
 namespace scanapi {
 
-ScanWorker::ScanWorker() : m_thread([this] { Run(); }) {}
+std::shared_ptr<ScanWorker> ScanWorker::Make() {
+    std::shared_ptr<ScanWorker> worker(new ScanWorker);
+    worker->m_thread = std::thread([worker] { worker->Run(); });
+    return worker;
+}
 
-ScanWorker::~ScanWorker() {
-    {
-        const std::lock_guard lock(m_mutex);
-        m_quit = true;
-        for (const auto& job : {m_job, m_next}) {
-            if (job != nullptr) {
-                job->Stop();
-            }
+void ScanWorker::End() {
+    std::unique_lock lock(m_mutex);
+    m_quit = true;
+    for (const auto& job : {m_job, m_next}) {
+        if (job != nullptr) {
+            job->Stop();
         }
-        m_changed.notify_all();
     }
-    m_thread.join();
+    m_changed.notify_all();
+    const bool ended = m_changed.wait_for(lock, kEndPatience, [this] { return m_ended; });
+    lock.unlock();
+    if (ended) {
+        m_thread.join();
+    } else {
+        KeepLibraryLoaded();
+        m_thread.detach();
+    }
 }
 
 bool ScanWorker::Start(std::shared_ptr<ScanJob> job) {
@@ -36,6 +47,8 @@ void ScanWorker::Run() noexcept {
     while (true) {
         m_changed.wait(lock, [this] { return m_quit || m_next != nullptr; });
         if (m_next == nullptr) {
+            m_ended = true;
+            m_changed.notify_all();
             return;
         }
         m_job = std::exchange(m_next, nullptr);

@@ -9,13 +9,14 @@
 
 namespace scanapi {
 
-/// A thread that carries out one job after another.
-class ScanWorker {
+/// A thread that carries out one job after another and shares in the worker.
+class ScanWorker : public std::enable_shared_from_this<ScanWorker> {
 public:
-    ScanWorker();
+    static std::shared_ptr<ScanWorker> Make();
 
-    /// Stops the job in hand and waits for the thread.
-    ~ScanWorker();
+    /// Stops the job in hand and ends the thread. Returns soon in any case: a thread deep in one
+    /// large member is left to end by itself. Called once.
+    void End();
 
     ScanWorker(const ScanWorker&) = delete;
     ScanWorker& operator=(const ScanWorker&) = delete;
@@ -24,6 +25,7 @@ public:
     bool Start(std::shared_ptr<ScanJob> job);
 
 private:
+    ScanWorker() = default;
     void Run() noexcept;
 
     std::mutex m_mutex;
@@ -31,6 +33,7 @@ private:
     std::shared_ptr<ScanJob> m_job;   ///< in hand
     std::shared_ptr<ScanJob> m_next;  ///< taken, not yet begun
     bool m_quit = false;
+    bool m_ended = false;
     std::thread m_thread;
 };
 

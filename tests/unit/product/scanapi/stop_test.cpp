@@ -21,6 +21,20 @@ protected:
             return static_cast<int>(m_stop ? kReplyStop : kReplyGoOn);
         };
     }
+    void StartSlow() {
+        InstallSignatures();
+        // Patterns that begin as the content does make the matching slow.
+        std::string patterns;
+        for (int i = 0; i < 20000; ++i) {
+            std::string hex = "6161616161616161";
+            for (int bit = 0; bit < 16; ++bit) {
+                hex += (i >> bit & 1) != 0 ? "62" : "61";
+            }
+            patterns += "Slow.Test." + std::to_string(i) + ":0:*:" + hex + "63\n";
+        }
+        m_engine.Write("defs/slow.ndb", patterns);
+        StartWith(Options());
+    }
     void ExpectEndedSoon() {
         ASSERT_TRUE(m_stop) << "the scan ended before it could be stopped";
         EXPECT_LT(Clock::now() - m_stoppedAt, milliseconds(1000));
@@ -49,18 +63,7 @@ TEST_F(StopTest, BetweenTheMembersOfALargeArchive) {
 
 // Nothing calls back while one large member is matched.
 TEST_F(StopTest, WithinOneLargeMember) {
-    InstallSignatures();
-    // Patterns that begin as the content does make the matching slow.
-    std::string patterns;
-    for (int i = 0; i < 20000; ++i) {
-        std::string hex = "6161616161616161";
-        for (int bit = 0; bit < 16; ++bit) {
-            hex += (i >> bit & 1) != 0 ? "62" : "61";
-        }
-        patterns += "Slow.Test." + std::to_string(i) + ":0:*:" + hex + "63\n";
-    }
-    m_engine.Write("defs/slow.ndb", patterns);
-    StartWith(Options());
+    StartSlow();
     const auto path = m_tree.Write("one.gz", archives::Gzip(std::string(60U << 20U, 'a')));
     StopWhen([](const Message& message) { return message.code == 0; });
     EXPECT_EQ(Scan(path), 0);
@@ -73,6 +76,19 @@ TEST_F(StopTest, WithinOneLargeMember) {
     EXPECT_EQ(Scan(m_tree.Write("e.com", archives::Eicar())), 1);
     EXPECT_EQ(Scan(m_tree.Write("a.zip", archives::Zip({{"e.com", archives::Eicar()}}))), 1);
     EXPECT_EQ(Files(1001).size(), 2U);
+}
+
+// The program may end, and unload the library, while a thread is still deep in a member.
+TEST_F(StopTest, ClosingWithinOneLargeMemberEndsSoon) {
+    StartSlow();
+    const auto path = m_tree.Write("one.gz", archives::Gzip(std::string(60U << 20U, 'a')));
+    StopWhen([](const Message& message) { return message.code == 0; });
+    EXPECT_EQ(Scan(path), 0);
+    ASSERT_TRUE(m_stop) << "the scan ended before it could be stopped";
+    const auto before = Clock::now();
+    m_library.deinit();
+    EXPECT_LT(Clock::now() - before, milliseconds(700));
+    EXPECT_TRUE(std::filesystem::is_empty(m_engine.Path("tmp")));
 }
 
 TEST_F(StopTest, InALargePlainFile) {
