@@ -91,10 +91,10 @@ void dlgScnPrgrs::init() {
 }
 
 void dlgScnPrgrs::destroy() {
-    if (m_thread != nullptr) {
+    if (m_running) {
         EndThread();
-        m_thread.reset();
     }
+    m_thread.reset();
     if (g_zqFileInfo == &m_asked) {
         g_zqFileInfo = nullptr;
     }
@@ -146,6 +146,7 @@ void dlgScnPrgrs::WaitForScan() {
 
 void dlgScnPrgrs::EndThread() {
     // Only when the dialog is destroyed under a running scan: there is no one left to ask.
+    m_running = false;
     m_stop.Set();
     StopCount = true;
     CloseEvents();

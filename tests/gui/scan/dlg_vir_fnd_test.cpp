@@ -1,0 +1,170 @@
+#include "scan/dlg_vir_fnd.h"
+
+#include <gtest/gtest.h>
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QTest>
+
+#include "common/text_field.h"
+#include "scan/prompt_handshake.h"
+
+namespace {
+
+class VirFnd : public ::testing::Test {
+protected:
+    void SetUp() override {
+        g_scnActn = 1;
+        g_myScnopts = {};
+        CopyToField(m_info.fileName, "/home/user/infected.com");
+        CopyToField(m_info.virusName, "EICAR-Test");
+        g_zqFileInfo = &m_info;
+    }
+    void TearDown() override {
+        g_zqFileInfo = nullptr;
+        g_scnActn = 1;
+        g_myScnopts = {};
+    }
+
+    template <typename Widget>
+    static Widget* Find(const dlgVirFnd& dialog, const char* name) {
+        auto* widget = dialog.findChild<Widget*>(name);
+        EXPECT_NE(widget, nullptr) << name;
+        return widget;
+    }
+    static QString Text(const dlgVirFnd& dialog, const char* label) {
+        return Find<QLabel>(dialog, label)->text();
+    }
+
+    tagZQFILEINFO m_info{};
+};
+
+TEST_F(VirFnd, TextsAndKeys) {
+    const dlgVirFnd dialog;
+    EXPECT_EQ(dialog.windowTitle(), "Virus found!");
+    EXPECT_TRUE(dialog.isModal());
+    EXPECT_EQ(Text(dialog, "headingLabel"), "Virus detected");
+    EXPECT_EQ(Text(dialog, "fileNameCaption"), "File name");
+    EXPECT_EQ(Text(dialog, "virusNameCaption"), "Virus name");
+    const auto* caption = Find<QLabel>(dialog, "actionCaption");
+    EXPECT_EQ(caption->text(), "Acti&on");
+    EXPECT_EQ(caption->toolTip(), "Action on virus found (Alt+O)");
+    auto* combo = Find<QComboBox>(dialog, "actionCombo");
+    EXPECT_EQ(caption->buddy(), combo);
+    ASSERT_EQ(combo->count(), 4);
+    EXPECT_EQ(combo->itemText(0), "Repair only");
+    EXPECT_EQ(combo->itemText(1), "Repair, delete if unrepairable");
+    EXPECT_EQ(combo->itemText(2), "Delete");
+    EXPECT_EQ(combo->itemText(3), "Skip");
+    const auto* check = Find<QCheckBox>(dialog, "applyToAllCheck");
+    EXPECT_EQ(check->text(), "&Apply action to all ");
+    EXPECT_EQ(check->shortcut(), QKeySequence("Alt+A"));
+    EXPECT_FALSE(check->isChecked());
+    const auto* ok = Find<QPushButton>(dialog, "btnOk");
+    EXPECT_EQ(ok->text(), "O&k");
+    EXPECT_EQ(ok->toolTip(), "Ok (Alt+K)");
+    EXPECT_EQ(ok->shortcut(), QKeySequence("Alt+K"));
+    const auto* cancel = Find<QPushButton>(dialog, "btnCancel");
+    EXPECT_EQ(cancel->text(), "&Cancel");
+    EXPECT_EQ(cancel->toolTip(), "Cancel (Alt+C)");
+    EXPECT_EQ(cancel->shortcut(), QKeySequence("Alt+C"));
+}
+
+TEST_F(VirFnd, ShowsWhatWasFound) {
+    const dlgVirFnd dialog;
+    EXPECT_EQ(Text(dialog, "fileNameLabel"), "/home/user/infected.com");
+    EXPECT_EQ(Text(dialog, "virusNameLabel"), "EICAR-Test");
+}
+
+TEST_F(VirFnd, ShortensTheFileNameTo32) {
+    CopyToField(m_info.fileName, "/0123456789/0123456789/0123456789/end.com");
+    const dlgVirFnd dialog;
+    // 13 bytes, three dots, 16 bytes.
+    EXPECT_EQ(Text(dialog, "fileNameLabel"), "/0123456789/0...23456789/end.com");
+}
+
+TEST_F(VirFnd, ShowsNamesAsPlainText) {
+    CopyToField(m_info.fileName, "/<b>x</b>\n.com");
+    CopyToField(m_info.virusName, "<i>V</i>");
+    const dlgVirFnd dialog;
+    EXPECT_EQ(Text(dialog, "fileNameLabel"), "/<b>x</b>" + QString(QChar(0xFFFD)) + ".com");
+    EXPECT_EQ(Text(dialog, "virusNameLabel"), "<i>V</i>");
+    EXPECT_EQ(Find<QLabel>(dialog, "fileNameLabel")->textFormat(), Qt::PlainText);
+    EXPECT_EQ(Find<QLabel>(dialog, "virusNameLabel")->textFormat(), Qt::PlainText);
+}
+
+TEST_F(VirFnd, FieldsWithoutTerminatorAreReadToTheirEnd) {
+    std::fill(std::begin(m_info.virusName), std::end(m_info.virusName), 'v');
+    std::fill(std::begin(m_info.fileName), std::end(m_info.fileName), 'f');
+    const dlgVirFnd dialog;
+    EXPECT_EQ(Text(dialog, "virusNameLabel"), QString(50, 'v'));
+    EXPECT_EQ(Text(dialog, "fileNameLabel"), QString(13, 'f') + "..." + QString(16, 'f'));
+}
+
+TEST_F(VirFnd, WithoutADetectionItIsEmpty) {
+    g_zqFileInfo = nullptr;
+    const dlgVirFnd dialog;
+    EXPECT_EQ(Text(dialog, "fileNameLabel"), "");
+}
+
+TEST_F(VirFnd, StartsFromTheLastChoice) {
+    const struct {
+        std::int32_t last;
+        int item;
+    } kRows[] = {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {4, 1}, {-1, 1}, {100000, 1}};
+    for (const auto& row : kRows) {
+        g_scnActn = row.last;
+        g_myScnopts = {7, 1};
+        const dlgVirFnd dialog;
+        EXPECT_EQ(Find<QComboBox>(dialog, "actionCombo")->currentIndex(), row.item) << row.last;
+        EXPECT_EQ(g_myScnopts.applyToAll, 0) << row.last;
+        EXPECT_EQ(g_myScnopts.choice, static_cast<std::uint16_t>(row.last)) << row.last;
+        EXPECT_EQ(g_scnActn, row.last);
+    }
+}
+
+TEST_F(VirFnd, ActivatingAnItemChoosesIt) {
+    dlgVirFnd dialog;
+    auto* combo = Find<QComboBox>(dialog, "actionCombo");
+    for (int item = 0; item < 4; ++item) {
+        combo->setCurrentIndex(item);
+        emit combo->activated(item);
+        EXPECT_EQ(g_myScnopts.choice, item);
+        EXPECT_EQ(g_scnActn, item);
+    }
+}
+
+TEST_F(VirFnd, OkTakesTheItemShown) {
+    g_scnActn = 9;  // shows item 1
+    dlgVirFnd dialog;
+    QTest::mouseClick(Find<QPushButton>(dialog, "btnOk"), Qt::LeftButton);
+    EXPECT_EQ(dialog.result(), 1);
+    EXPECT_EQ(g_myScnopts.choice, 1);
+    EXPECT_EQ(g_myScnopts.applyToAll, 0);
+    EXPECT_EQ(g_scnActn, 1);
+}
+
+TEST_F(VirFnd, OkWithTheCheckBoxAppliesToAll) {
+    dlgVirFnd dialog;
+    Find<QComboBox>(dialog, "actionCombo")->setCurrentIndex(3);
+    Find<QCheckBox>(dialog, "applyToAllCheck")->setChecked(true);
+    dialog.OnOkClicked();
+    EXPECT_EQ(dialog.result(), 1);
+    EXPECT_EQ(g_myScnopts.choice, 3);
+    EXPECT_EQ(g_myScnopts.applyToAll, 1);
+    EXPECT_EQ(g_scnActn, 3);
+}
+
+TEST_F(VirFnd, CancelKeepsTheChoiceAndAppliesNothingToAll) {
+    dlgVirFnd dialog;
+    dialog.setResult(1);
+    Find<QCheckBox>(dialog, "applyToAllCheck")->setChecked(true);
+    QTest::mouseClick(Find<QPushButton>(dialog, "btnCancel"), Qt::LeftButton);
+    EXPECT_EQ(dialog.result(), 0);
+    EXPECT_EQ(g_myScnopts.applyToAll, 0);
+    EXPECT_EQ(g_scnActn, 1);
+}
+
+}  // namespace
