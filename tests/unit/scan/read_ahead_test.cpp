@@ -1,0 +1,110 @@
+#include "scan/read_ahead.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include "scan/directory_block.h"
+#include "tests/unit/scan/hostile_tree.h"
+
+namespace {
+
+constexpr int kFiles = 200;
+
+class ReadAheadTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        for (int file = 0; file < kFiles; ++file) {
+            WriteFile(Name(file), std::string(5000, 'x'));
+        }
+        SetReadAhead(true);
+    }
+    void TearDown() override { SetReadAhead(true); }
+
+    [[nodiscard]] std::string Name(int file) const {
+        return m_scratch / ("file" + std::to_string(file));
+    }
+
+    /// Puts the files out of memory; false where the system does not do that.
+    [[nodiscard]] bool MakeCold() const {
+        for (int file = 0; file < kFiles; ++file) {
+            const FileDescriptor open(::open(Name(file).c_str(), O_RDONLY | O_CLOEXEC));
+            ::fsync(open.Get());
+            ::posix_fadvise(open.Get(), 0, 0, POSIX_FADV_DONTNEED);
+        }
+        return CountCold() == kFiles;
+    }
+    [[nodiscard]] int CountCold() const {
+        int cold = 0;
+        for (int file = 0; file < kFiles; ++file) {
+            const FileDescriptor open(::open(Name(file).c_str(), O_RDONLY | O_CLOEXEC));
+            char byte = 0;
+            const iovec target{&byte, 1};
+            cold += ::preadv2(open.Get(), &target, 1, 0, RWF_NOWAIT) == 1 ? 0 : 1;
+        }
+        return cold;
+    }
+
+    /// Goes through the folder as a walk does. How many entries it saw.
+    int Walk(ReadAhead& readAhead) const {
+        const FileDescriptor folder(
+            ::open(m_scratch.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        const auto block = std::make_unique<DirectoryBlock>();
+        int seen = 0;
+        while (block->Next(folder.Get())) {
+            ++seen;
+            readAhead.LookAhead(folder.Get(), *block);
+        }
+        return seen;
+    }
+
+    ScratchFolder m_scratch;
+};
+
+TEST_F(ReadAheadTest, ReadsColdFilesAndLosesNoEntry) {
+    if (!MakeCold()) {
+        GTEST_SKIP() << "this file system does not let its files go from memory";
+    }
+    ReadAhead readAhead;
+    EXPECT_EQ(Walk(readAhead), kFiles);
+    EXPECT_GT(readAhead.FilesReadAhead(), 100U);
+    EXPECT_TRUE(WaitUntil([this] { return CountCold() < kFiles - 20; }));
+}
+
+TEST_F(ReadAheadTest, StaysAwayFromFilesInMemory) {
+    ReadAhead readAhead;
+    EXPECT_EQ(Walk(readAhead), kFiles);
+    EXPECT_EQ(readAhead.FilesReadAhead(), 0U);
+}
+
+TEST_F(ReadAheadTest, CanBeTurnedOff) {
+    (void)MakeCold();
+    SetReadAhead(false);
+    ReadAhead readAhead;
+    EXPECT_EQ(Walk(readAhead), kFiles);
+    EXPECT_EQ(readAhead.FilesReadAhead(), 0U);
+}
+
+TEST(DirectoryBlock, LooksAheadWithoutTakingAnything) {
+    const ScratchFolder scratch;
+    for (const char* name : {"a", "b", "c"}) {
+        WriteFile(scratch / name, "");
+    }
+    const FileDescriptor folder(::open(scratch.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto block = std::make_unique<DirectoryBlock>();
+    EXPECT_FALSE(block->NextAhead());  // nothing was read yet
+    const auto first = block->Next(folder.Get());
+    ASSERT_TRUE(first);
+    const std::string second(block->NextAhead().value().name);
+    const std::string third(block->NextAhead().value().name);
+    EXPECT_FALSE(block->NextAhead());
+    EXPECT_EQ(block->AheadCount(), 2U);
+    EXPECT_EQ(block->Next(folder.Get()).value().name, second);
+    EXPECT_EQ(block->AheadCount(), 1U);
+    EXPECT_EQ(block->Next(folder.Get()).value().name, third);
+    EXPECT_EQ(block->AheadCount(), 0U);
+    EXPECT_FALSE(block->Next(folder.Get()));
+}
+
+}  // namespace
