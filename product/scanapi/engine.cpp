@@ -180,9 +180,8 @@ ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProf
 }
 
 ScanOutcome Engine::ScanOnWorker(const std::shared_ptr<ScanJob>& job, Conversation& conversation) {
-    const ScanOutcome stopped{Verdict::Stopped, {}, {}};
     if (!Dispatch(job, conversation)) {
-        return stopped;
+        return {Verdict::Stopped, {}, {}};
     }
     bool stopping = false;
     auto deadline = std::chrono::steady_clock::time_point::max();
@@ -205,7 +204,7 @@ ScanOutcome Engine::ScanOnWorker(const std::shared_ptr<ScanJob>& job, Conversati
     }
     // Deep in one large member nothing asks the scan to end. It goes on alone to the bounds set for
     // it, and its result is thrown away.
-    return stopped;
+    return {Verdict::Stopped, {}, {}};
 }
 
 bool Engine::Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& conversation) {
