@@ -8,10 +8,6 @@
         <translation>Ordner auswählen</translation>
     </message>
     <message>
-        <source>Tick the &amp;folders to scan. A ticked folder is scanned with everything in it.</source>
-        <translation>&amp;Ordner ankreuzen, die gescannt werden sollen. Ein angekreuzter Ordner wird mit seinem ganzen Inhalt gescannt.</translation>
-    </message>
-    <message>
         <source>Folders</source>
         <translation>Ordner</translation>
     </message>
@@ -58,6 +54,10 @@
     <message>
         <source>Please select directory to scan.</source>
         <translation>Bitte einen Ordner auswählen, der gescannt werden soll.</translation>
+    </message>
+    <message>
+        <source>Tick the &amp;folders to scan. Each is scanned with all it contains.</source>
+        <translation>&amp;Ordner ankreuzen, die gescannt werden sollen. Jeder wird mit seinem ganzen Inhalt gescannt.</translation>
     </message>
 </context>
 <context>

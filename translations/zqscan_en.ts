@@ -8,10 +8,6 @@
         <translation>Select Directory</translation>
     </message>
     <message>
-        <source>Tick the &amp;folders to scan. A ticked folder is scanned with everything in it.</source>
-        <translation>Tick the &amp;folders to scan. A ticked folder is scanned with everything in it.</translation>
-    </message>
-    <message>
         <source>Folders</source>
         <translation>Folders</translation>
     </message>
@@ -58,6 +54,10 @@
     <message>
         <source>Please select directory to scan.</source>
         <translation>Please select directory to scan.</translation>
+    </message>
+    <message>
+        <source>Tick the &amp;folders to scan. Each is scanned with all it contains.</source>
+        <translation>Tick the &amp;folders to scan. Each is scanned with all it contains.</translation>
     </message>
 </context>
 <context>
