@@ -4,5 +4,5 @@
 Verb_bench() {
     BuildProduct release bench/all screenshot
     Stage release
-    bench/run "$@"
+    bench/run build/release "$@"
 }

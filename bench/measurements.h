@@ -1,0 +1,18 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+/// Seconds on a clock that only goes forward.
+class Stopwatch {
+public:
+    [[nodiscard]] double Seconds() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+};
+
+/// The most memory this process has had in use so far, in KiB ("VmHWM"); 0 when unknown.
+long PeakMemory();
