@@ -20,7 +20,8 @@ constexpr std::size_t kHelpers = 4;
 constexpr std::size_t kFirstPause = kBatch;  // files, after one that was in memory
 constexpr std::size_t kLongestPause = 1024;  // so a cold part of the tree is noticed soon
 constexpr std::size_t kBatchesPerLook = 8;   // while files are cold
-constexpr off_t kLongestRead = 256 * 1024;   // bytes of each file; the kernel goes on from there
+constexpr off_t kLongestRead =
+    off_t{256} * 1024;  // bytes of each file; the kernel goes on from there
 
 std::atomic<bool> enabled{true};
 
