@@ -1,0 +1,77 @@
+#!/bin/bash
+# package_test.sh BUILD, inside tests/support/sandbox: the Debian package made, installed, upgraded,
+# removed and purged with dpkg.
+set -u
+
+e2eRoot=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/../.." && pwd -P)
+source "$e2eRoot/tests/e2e/e2e.sh"
+
+if [[ $EUID -ne 0 ]] || ! type -P dpkg-shlibdeps >/dev/null; then
+    echo "skipped: installing a package needs root, making one needs dpkg-dev"
+    exit 77
+fi
+
+scratch=$(mktemp -d)
+# A product that this machine may have is not what is tried out here.
+dpkg --purge corvane >/dev/null 2>&1
+rm -rf /usr/lib/Corvane
+
+package=$("$e2eRoot/packaging/make-deb" "$1/stage" "$scratch" | tail -n 1)
+Must "the package is made" test -s "$package"
+
+ControlField() {
+    dpkg-deb --field "$package" "$1"
+}
+
+# Depends on what its libraries come from; the dependencies are on this machine, as it was built here.
+for library in libclamav libqt6widgets6 libsqlite3 libcrypt1; do
+    Expect "it depends on $library" 1 "$(ControlField Depends | tr ',' '\n' | grep -c "^ *$library")"
+done
+Expect "all of it belongs to root" "root/root" \
+    "$(dpkg-deb --contents "$package" | awk '{print $2}' | sort -u)"
+Expect "only the owner may write what it brings" "" \
+    "$(dpkg-deb --contents "$package" | grep -v '^l' | cut -c 1-10 | grep -E '^.{5}w|^.{8}w')"
+
+# Reached through Must only.
+# shellcheck disable=SC2317
+Dpkg() {
+    dpkg "$@" >"$scratch/dpkg.log" 2>&1 || {
+        cat "$scratch/dpkg.log"
+        return 1
+    }
+}
+
+Modes() {
+    (cd "$kProductDir" && stat -c '%a %U %n' zqscn.opt zqupdate.opt main.rpt updt.rpt reports tmp settings.db)
+}
+
+Must "it installs" Dpkg --install "$package"
+Expect "modes and owners" "666 root zqscn.opt
+666 root zqupdate.opt
+666 root main.rpt
+666 root updt.rpt
+1777 root reports
+1777 root tmp
+644 root settings.db" "$(Modes)"
+Expect "scanner settings" 01000b "$(Bytes "$kProductDir/zqscn.opt")"
+Expect "update options" "0900000001000000$(printf '%01024d' 0)" "$(Bytes "$kProductDir/zqupdate.opt")"
+Expect "the scan index" 5a5152460000000000000000 "$(Bytes "$kProductDir/main.rpt")"
+Expect "the update index" 5a5152460000000000000000 "$(Bytes "$kProductDir/updt.rpt")"
+Expect "the command" "$kProductDir/corvane" "$(readlink -f /usr/bin/corvane)"
+Expect "no settings password" "No settings password is set." "$(corvane-admin status)"
+
+# What people have changed outlives an upgrade.
+SetAction 4
+printf 'secret\n' | corvane-admin set-password --stdin >/dev/null
+echo report >"$kProductDir/reports/scn0001.log"
+Must "it upgrades" Dpkg --install "$package"
+Expect "the settings are kept" 04000b "$(Bytes "$kProductDir/zqscn.opt")"
+Expect "the reports are kept" report "$(cat "$kProductDir/reports/scn0001.log")"
+Expect "the password is kept" 0 "$(corvane-admin status | grep -c '^No settings password')"
+
+Must "it is removed" Dpkg --remove corvane
+Expect "the program is gone" no "$([[ -e $kProductDir/corvane ]] && echo yes || echo no)"
+Expect "the reports stay" report "$(cat "$kProductDir/reports/scn0001.log")"
+Must "it is purged" Dpkg --purge corvane
+Expect "nothing is left" no "$([[ -e /usr/lib/Corvane ]] && echo yes || echo no)"
+Finish
