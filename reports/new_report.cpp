@@ -23,6 +23,9 @@ NewReport CreateNewReport(const char* prefix) {
             break;
         }
         const std::string path = directory + name.data();
+        if (path.size() >= kReportPathSize) {
+            break;  // whoever keeps it in a field would cut it into another file's path
+        }
         FileDescriptor file(
             open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
         if (file) {

@@ -1,19 +1,17 @@
 #include "reports/report_generator.h"
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <ctime>
-#include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "common/io.h"
-#include "common/paths.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "common/times.h"
+#include "reports/new_report.h"
 #include "reports/report_index.h"
 
 std::unique_ptr<ReportGen> g_pRptObj;
@@ -25,9 +23,6 @@ constexpr char kLegalNotice[] =
     "This program comes without any warranty.";
 
 constexpr std::string_view kActionHeading = "Action on Virus found\n";
-
-// How often another process may take the name we have just found free.
-constexpr int kMaxAttempts = 16;
 
 std::string Rule(std::size_t length) {
     return std::string(length, '-');
@@ -89,25 +84,15 @@ std::string TotalTime() {
 }  // namespace
 
 ReportGen::ReportGen(const tagPathList* paths) : m_paths(CopyPathList(paths)) {
-    const std::string directory = std::string(FieldText(g_szAppPath)) + "reports/";
-    for (int attempt = 0; attempt < kMaxAttempts && m_fd < 0; ++attempt) {
-        if (GetUniqueFileName(directory.c_str(), "scn", "log", m_reportName) == 0) {
-            return;
-        }
-        const std::string path = directory + m_reportName;
-        if (!CopyToField(m_reportPath, path)) {
-            return;  // cut, it would be another file's path
-        }
-        // Everybody may write in "reports/": only a file that is ours from its creation is used.
-        m_fd = ::open(m_reportPath, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
-        if (m_fd < 0 && errno != EEXIST && errno != EINTR) {
-            return;
-        }
+    NewReport report = CreateNewReport("scn");
+    if (!report.file) {
+        return;
     }
-    if (m_fd >= 0) {
-        CopyToField(g_szRptName, FieldText(m_reportName));
-        CopyToField(g_szRptPath, FieldText(m_reportPath));
-    }
+    CopyToField(m_reportPath, report.path);
+    CopyToField(m_reportName, report.name);
+    m_fd = report.file.Release();
+    CopyToField(g_szRptName, report.name);
+    CopyToField(g_szRptPath, report.path);
 }
 
 ReportGen::~ReportGen() {
