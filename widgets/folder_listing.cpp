@@ -37,8 +37,10 @@ mode_t TypeOf(int folder, const DirectoryEntry& entry, int flags) {
 
 // The file system's own word for the entry's type where it gives one, and a look where not.
 mode_t OwnTypeOf(int folder, const DirectoryEntry& entry) {
-    return entry.type != DT_UNKNOWN ? DTTOIF(entry.type)
-                                    : TypeOf(folder, entry, AT_SYMLINK_NOFOLLOW);
+    if (entry.type == DT_UNKNOWN) {
+        return TypeOf(folder, entry, AT_SYMLINK_NOFOLLOW);
+    }
+    return static_cast<mode_t>(DTTOIF(entry.type));
 }
 
 enum class FolderKind { kNone, kFolder, kLinkToFolder };

@@ -98,6 +98,7 @@ protected:
     }
     static std::vector<std::string> NamesIn(const StateChkLstView* item) {
         std::vector<std::string> names;
+        names.reserve(static_cast<std::size_t>(item->childCount()));
         for (int i = 0; i < item->childCount(); ++i) {
             names.push_back(item->Child(i)->Name());
         }
