@@ -30,7 +30,7 @@ public:
     [[nodiscard]] std::size_t AheadCount() const { return m_aheadCount; }
 
 private:
-    static constexpr std::size_t kSize = 32 * 1024;
+    static constexpr std::size_t kSize = std::size_t{32} * 1024;
 
     std::optional<DirectoryEntry> Take(std::size_t& position) const;
 
