@@ -16,8 +16,6 @@
 #include "common/paths.h"
 #include "tests/fakes/splash_picture.h"
 
-extern char** environ;
-
 namespace fs = std::filesystem;
 
 namespace {
@@ -42,11 +40,13 @@ constexpr uid_t kNobody = 65534;
     std::vector<std::string> texts{program};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
+    argv.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         argv.push_back(text.data());
     }
     argv.push_back(nullptr);
     std::vector<char*> envp;
+    envp.reserve(environment.size() + 1);
     for (std::string& text : environment) {
         envp.push_back(text.data());
     }
