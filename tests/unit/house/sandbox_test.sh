@@ -98,8 +98,11 @@ CheckOptions() {
     Expect "--output of a missing folder fails" 125 $?
     "$sandbox" 2>/dev/null
     Expect "no command is an error" 125 $?
-    got=$("$sandbox" "$sandbox" sh -c ': >/usr/lib/house-test && ls /usr/lib/house-test' 2>&1)
-    Expect "a sandbox works inside a sandbox" /usr/lib/house-test "$got"
+    # The kernel stacks two overlays and no third, as a container's own root may be one.
+    if [[ $(stat -f -c %T /) != overlayfs ]]; then
+        got=$("$sandbox" "$sandbox" sh -c ': >/usr/lib/house-test && ls /usr/lib/house-test' 2>&1)
+        Expect "a sandbox works inside a sandbox" /usr/lib/house-test "$got"
+    fi
 }
 
 # A machine that hands out no mount namespaces.
