@@ -103,6 +103,7 @@ std::string Eicar() {
 
 std::string Zip(const std::vector<Member>& members) {
     std::vector<ZipEntry> entries;
+    entries.reserve(members.size());
     for (const Member& member : members) {
         entries.push_back({member.name, member.content, Crc(member.content), member.content.size(),
                            0, member.encrypted ? 1 : 0});

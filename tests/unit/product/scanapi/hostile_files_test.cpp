@@ -128,6 +128,7 @@ TEST_F(HostileFilesTest, ALargeFileCutShortUnderTheScanIsUnreadable) {
 TEST_F(HostileFilesTest, AnArchiveCutShortWhileItsMembersAreReadEndsTheScanOnly) {
     Start();
     std::vector<archives::Member> members;
+    members.reserve(11000);
     for (int i = 0; i < 12; ++i) {
         members.push_back(
             {"m" + std::to_string(i), std::string(2U << 20U, static_cast<char>('a' + i))});

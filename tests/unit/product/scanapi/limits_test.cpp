@@ -55,6 +55,7 @@ TEST_F(LimitsTest, TooDeepNestingMakesTheArchiveUnreadable) {
 TEST_F(LimitsTest, TooManyMembersMakeTheArchiveUnreadable) {
     Start();
     std::vector<archives::Member> members;
+    members.reserve(11000);
     for (int i = 0; i < 11000; ++i) {
         members.push_back({"m" + std::to_string(i), "content " + std::to_string(i)});
     }

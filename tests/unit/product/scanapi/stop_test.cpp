@@ -47,6 +47,7 @@ protected:
 TEST_F(StopTest, BetweenTheMembersOfALargeArchive) {
     Start();
     std::vector<archives::Member> members;
+    members.reserve(11000);
     for (int i = 0; i < 3000; ++i) {
         members.push_back({"m" + std::to_string(i), std::to_string(i) + std::string(20000, 't')});
     }
