@@ -1,12 +1,14 @@
 #include "app/dlg_main.h"
 
 #include <QCloseEvent>
+#include <QCursor>
 #include <QKeyEvent>
+#include <QTreeWidget>
 
 #include "ui_dlg_main.h"
 
-#include "app/messages.h"
 #include "app/scan_options_file.h"
+#include "widgets/messages.h"
 
 dlgMain::dlgMain() : m_ui(std::make_unique<Ui::dlgMain>()) {
     m_ui->setupUi(this);
@@ -45,6 +47,18 @@ void dlgMain::ConnectPages() {
     connect(settings, &SettingsPage::ActionChanged, this, &dlgMain::OnActChange);
     connect(settings, &SettingsPage::SaveClicked, this, &dlgMain::OnSaveOptsClick);
     connect(settings, &SettingsPage::CancelClicked, this, &dlgMain::OnCnclSvClick);
+
+    const ReportsPage* reports = m_ui->reportsPage;
+    connect(reports, &ReportsPage::KindChosen, this, &dlgMain::OnReportToggle);
+    connect(reports, &ReportsPage::ShowClicked, this, &dlgMain::OnRptShwClick);
+    connect(reports, &ReportsPage::DeleteClicked, this, &dlgMain::OnRptDelClick);
+    connect(
+        reports, &ReportsPage::RowDoubleClicked, this,
+        [this](QTreeWidgetItem* row, int column) { OnRptRwDblClick(row, QCursor::pos(), column); });
+    connect(reports, &ReportsPage::RowClicked, this, [this](QTreeWidgetItem* row, int column) {
+        OnRptRwClick(Qt::LeftButton, m_ui->reportsPage->List()->indexOfTopLevelItem(row), column,
+                     QCursor::pos());
+    });
 }
 
 // ---- Pages and guards
@@ -123,6 +137,7 @@ void dlgMain::OnOptClick() {
 void dlgMain::OnRptClick() {
     if (SaveOrNot() && ApplyNetSettingsOrNot()) {
         ShowPage(kReportsPage);
+        m_ui->reportsPage->Fill();
     }
 }
 
@@ -149,7 +164,7 @@ void dlgMain::closeEvent(QCloseEvent* event) {
 }
 
 bool dlgMain::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == m_ui->reportsPage && event->type() == QEvent::KeyPress &&
+    if (watched == m_ui->reportsPage->List() && event->type() == QEvent::KeyPress &&
         static_cast<QKeyEvent*>(event)->key() == Qt::Key_Delete) {
         OnRptDelClick();
     }
@@ -192,6 +207,27 @@ void dlgMain::OnCnclSvClick() {
     m_ui->settingsPage->Reload();
 }
 
+// ---- The reports page
+
+void dlgMain::OnReportToggle() {
+    m_ui->reportsPage->TakeKind();
+}
+void dlgMain::OnRptShwClick() {
+    m_ui->reportsPage->ShowSelected();
+}
+void dlgMain::OnRptRwDblClick(QTreeWidgetItem* row, const QPoint& /*position*/, int /*column*/) {
+    m_ui->reportsPage->ShowRow(row);
+}
+// A single click only selects.
+void dlgMain::OnRptRwClick(int /*button*/, int /*row*/, int /*column*/,
+                           const QPoint& /*position*/) {}
+void dlgMain::OnRptDelClick() {
+    m_ui->reportsPage->DeleteSelected();
+}
+void dlgMain::DelEntry() {
+    m_ui->reportsPage->RewriteIndex();
+}
+
 // ---- Slots whose pages are not there yet
 
 void dlgMain::LoadUpdtOptions() {}
@@ -207,15 +243,6 @@ void dlgMain::OnApplyOptClick() {}
 void dlgMain::OnUpdtPathClicked() {}
 void dlgMain::OnBkupFolderClicked() {}
 void dlgMain::EnableApplyOnTxtChange() {}
-
-void dlgMain::OnRptRwClick(int /*button*/, int /*row*/, int /*column*/,
-                           const QPoint& /*position*/) {}
-void dlgMain::OnRptRwDblClick(QTreeWidgetItem* /*row*/, const QPoint& /*position*/,
-                              int /*column*/) {}
-void dlgMain::OnRptShwClick() {}
-void dlgMain::OnRptDelClick() {}
-void dlgMain::DelEntry() {}
-void dlgMain::OnReportToggle() {}
 
 void dlgMain::OnNewSchClick() {
     SayNotThereYet();

@@ -7,17 +7,18 @@
 #include <QPixmap>
 #include <QScreen>
 #include <QSplashScreen>
+#include <QTreeWidget>
 
 #include "ui_dlg_main.h"
 
 #include "app/dlg_main.h"
-#include "app/messages.h"
 #include "app/start_up.h"
 #include "common/locks.h"
 #include "common/paths.h"
 #include "common/run_state.h"
 #include "reports/report_index.h"
 #include "scan/scanner.h"
+#include "widgets/messages.h"
 
 namespace {
 
@@ -33,7 +34,7 @@ void ShowStep(QSplashScreen& splash, const QString& message, EventPass pass) {
 }  // namespace
 
 void dlgMain::init() {
-    m_ui->reportsPage->installEventFilter(this);
+    m_ui->reportsPage->List()->installEventFilter(this);
 
     const std::string picture = std::string(g_szAppPath) + "qimages/splash.bmp";
     if (IsValidPath(picture.c_str()) == 0) {

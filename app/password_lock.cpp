@@ -7,8 +7,8 @@
 #include <QInputDialog>
 
 #include "abi/libdbmod.h"
-#include "app/messages.h"
 #include "common/paths.h"
+#include "widgets/messages.h"
 
 namespace {
 

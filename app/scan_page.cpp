@@ -7,7 +7,6 @@
 
 #include "ui_scan_page.h"
 
-#include "app/messages.h"
 #include "common/path_list.h"
 #include "common/run_state.h"
 #include "reports/complete_scan.h"
@@ -16,6 +15,7 @@
 #include "scan/dlg_scn_prgrs.h"
 #include "scan/scanner.h"
 #include "widgets/dlg_sc_dir.h"
+#include "widgets/messages.h"
 
 namespace {
 

@@ -4,10 +4,10 @@
 
 #include "ui_settings_page.h"
 
-#include "app/messages.h"
 #include "app/scan_options_file.h"
 #include "common/run_state.h"
 #include "scan/scanner.h"
+#include "widgets/messages.h"
 
 namespace {
 

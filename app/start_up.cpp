@@ -14,11 +14,11 @@
 #include <QTranslator>
 
 #include "abi/opsitf.h"
-#include "app/messages.h"
 #include "common/libraries.h"
 #include "common/paths.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
+#include "widgets/messages.h"
 
 namespace {
 

@@ -1,6 +1,7 @@
 #include "scan/dlg_scn_prgrs.h"
 
 #include <string>
+#include <utility>
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -15,6 +16,7 @@
 
 #include "common/run_state.h"
 #include "common/text_field.h"
+#include "reports/dlg_report.h"
 #include "reports/report_generator.h"
 #include "scan/dlg_vir_fnd.h"
 #include "scan/file_count_thread.h"
@@ -333,11 +335,10 @@ void dlgScnPrgrs::OnScnCloseClick() {
 }
 
 void dlgScnPrgrs::OnViewRptClick() {
-    // The one place where the report viewer is still missing.
-    QMessageBox box(QMessageBox::Information, tr("Corvane Scanner"),
-                    tr("The report viewer is not available yet."), QMessageBox::Ok, this);
-    box.setTextFormat(Qt::PlainText);
-    box.exec();
+    // This is the report of a scan, whatever kind the reports page lists.
+    const short listedKind = std::exchange(g_siRptKind, kScanReports);
+    dlgReport(this).exec();
+    g_siRptKind = listedKind;
 }
 
 void dlgScnPrgrs::closeEvent(QCloseEvent* event) {

@@ -7,7 +7,7 @@
 #include "ui_dlg_vir_fnd.h"
 
 #include "common/text_field.h"
-#include "scan/display_text.h"
+#include "widgets/display_name.h"
 #include "scan/prompt_handshake.h"
 
 std::int32_t g_scnActn = 1;
@@ -48,7 +48,7 @@ void dlgVirFnd::init() {
     if (g_zqFileInfo != nullptr) {
         const std::string fileName(FieldText(g_zqFileInfo->fileName));
         m_ui->fileNameLabel->setText(ShortDisplayPath(fileName.c_str(), kFileNameWidth));
-        m_ui->virusNameLabel->setText(DisplayText(FieldText(g_zqFileInfo->virusName)));
+        m_ui->virusNameLabel->setText(DisplayName(FieldText(g_zqFileInfo->virusName)));
     }
 }
 

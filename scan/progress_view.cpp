@@ -7,7 +7,7 @@
 #include <QLabel>
 #include <QProgressBar>
 
-#include "scan/display_text.h"
+#include "widgets/display_name.h"
 
 namespace {
 
@@ -72,7 +72,7 @@ QString ProgressView::TextOf(const Field& field) {
         return CountText(field.count);
     }
     return field.width > 0 ? ShortDisplayPath(field.text.c_str(), field.width)
-                           : DisplayText(field.text);
+                           : DisplayName(field.text);
 }
 
 void ProgressView::Show() {

@@ -2,6 +2,57 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE" sourcelanguage="en">
 <context>
+    <name>FindBar</name>
+    <message>
+        <source>&amp;Find:</source>
+        <translation>&amp;Suchen:</translation>
+    </message>
+    <message>
+        <source>Text to find in the report</source>
+        <translation>Im Bericht zu suchender Text</translation>
+    </message>
+    <message>
+        <source>Previous match (Shift+F3)</source>
+        <translation>Voriger Treffer (Umschalt+F3)</translation>
+    </message>
+    <message>
+        <source>Previous match</source>
+        <translation>Voriger Treffer</translation>
+    </message>
+    <message>
+        <source>Next match (F3)</source>
+        <translation>Nächster Treffer (F3)</translation>
+    </message>
+    <message>
+        <source>Next match</source>
+        <translation>Nächster Treffer</translation>
+    </message>
+    <message>
+        <source>Close the search (Esc)</source>
+        <translation>Suche schließen (Esc)</translation>
+    </message>
+    <message>
+        <source>Close the search</source>
+        <translation>Suche schließen</translation>
+    </message>
+    <message>
+        <source>No match</source>
+        <translation>Kein Treffer</translation>
+    </message>
+    <message>
+        <source>1 match</source>
+        <translation>1 Treffer</translation>
+    </message>
+    <message>
+        <source>%1 matches</source>
+        <translation>%1 Treffer</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+</context>
+<context>
     <name>FolderPicker</name>
     <message>
         <source>Select Directory</source>
@@ -91,6 +142,109 @@
     <message>
         <source>This page is not there yet. It comes with a later version of Corvane.</source>
         <translation>Diese Seite gibt es noch nicht. Sie kommt mit einer späteren Version von Corvane.</translation>
+    </message>
+</context>
+<context>
+    <name>ReportsPage</name>
+    <message>
+        <source>Reports</source>
+        <translation>Berichte</translation>
+    </message>
+    <message>
+        <source>Reports for</source>
+        <translation>Berichte für</translation>
+    </message>
+    <message>
+        <source>Select which reports to list</source>
+        <translation>Auswählen, welche Berichte gezeigt werden</translation>
+    </message>
+    <message>
+        <source>Scanner</source>
+        <translation>Virenscanner</translation>
+    </message>
+    <message>
+        <source>Update</source>
+        <translation>Aktualisierung</translation>
+    </message>
+    <message>
+        <source>Schedule Scan</source>
+        <translation>Geplante Prüfung</translation>
+    </message>
+    <message>
+        <source>Select Entry to view the report</source>
+        <translation>Eintrag auswählen, um den Bericht anzusehen</translation>
+    </message>
+    <message>
+        <source>Date/Time</source>
+        <translation>Datum/Zeit</translation>
+    </message>
+    <message>
+        <source>Scanned Objects</source>
+        <translation>Geprüfte Objekte</translation>
+    </message>
+    <message>
+        <source>Report Summary</source>
+        <translation>Bericht</translation>
+    </message>
+    <message>
+        <source>&amp;Delete Report</source>
+        <translation>Bericht löschen</translation>
+    </message>
+    <message>
+        <source>Alt+D</source>
+        <translation>Alt+D</translation>
+    </message>
+    <message>
+        <source>Delete selected report (Alt+D)</source>
+        <translation>Ausgewählten Bericht löschen (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Show Re&amp;port</source>
+        <translation>Bericht anzeigen</translation>
+    </message>
+    <message>
+        <source>Alt+P</source>
+        <translation>Alt+P</translation>
+    </message>
+    <message>
+        <source>Show selected report (Alt+P)</source>
+        <translation>Ausgewählten Bericht anzeigen (Alt+P)</translation>
+    </message>
+    <message>
+        <source>Unable to open Report File. 
+ Close all the application and try again</source>
+        <translation>Die Berichtsdatei kann nicht geöffnet werden. 
+ Schließen Sie alle Anwendungen und versuchen Sie es erneut</translation>
+    </message>
+    <message>
+        <source>Error in report delete.</source>
+        <translation>Fehler beim Löschen des Berichts.</translation>
+    </message>
+    <message>
+        <source>No update reports yet.
+Every update of the virus database leaves one here.</source>
+        <translation>Noch keine Aktualisierungsberichte.
+Jede Aktualisierung der Virendatenbank hinterlässt hier einen.</translation>
+    </message>
+    <message>
+        <source>No reports of scheduled scans yet.
+Every scheduled scan leaves one here.</source>
+        <translation>Noch keine Berichte geplanter Prüfungen.
+Jede geplante Prüfung hinterlässt hier einen.</translation>
+    </message>
+    <message>
+        <source>No scan reports yet.
+Scan a file or a folder: its report will be here.</source>
+        <translation>Noch keine Prüfberichte.
+Prüfen Sie eine Datei oder einen Ordner: Der Bericht steht dann hier.</translation>
+    </message>
+    <message>
+        <source>Delete selected report</source>
+        <translation>Ausgewählten Bericht löschen</translation>
+    </message>
+    <message>
+        <source>Show selected report</source>
+        <translation>Ausgewählten Bericht anzeigen</translation>
     </message>
 </context>
 <context>
@@ -495,6 +649,125 @@ ist länger als 255 Bytes. Es wurde nichts gescannt; um sie zu scannen, bitte ei
     </message>
 </context>
 <context>
+    <name>dlgReport</name>
+    <message>
+        <source>Corvane Scan Report</source>
+        <translation>Corvane-Prüfbericht</translation>
+    </message>
+    <message>
+        <source>Report</source>
+        <translation>Bericht</translation>
+    </message>
+    <message>
+        <source>The report; find in it with Ctrl+F</source>
+        <translation>Der Bericht; mit Strg+F darin suchen</translation>
+    </message>
+    <message>
+        <source>&lt;&lt; &amp;Prev</source>
+        <translation>&lt;&lt; Zurück</translation>
+    </message>
+    <message>
+        <source>Alt+P</source>
+        <translation>Alt+P</translation>
+    </message>
+    <message>
+        <source>Previous report (Alt+P)</source>
+        <translation>Voriger Bericht (Alt+P)</translation>
+    </message>
+    <message>
+        <source>&amp;Next &gt;&gt;</source>
+        <translation>Weiter &gt;&gt;</translation>
+    </message>
+    <message>
+        <source>Alt+N</source>
+        <translation>Alt+N</translation>
+    </message>
+    <message>
+        <source>Next report (Alt+N)</source>
+        <translation>Nächster Bericht (Alt+N)</translation>
+    </message>
+    <message>
+        <source>P&amp;rint</source>
+        <translation>D&amp;rucken</translation>
+    </message>
+    <message>
+        <source>Alt+R</source>
+        <translation>Alt+R</translation>
+    </message>
+    <message>
+        <source>Print report (Alt+R)</source>
+        <translation>Bericht drucken (Alt+R)</translation>
+    </message>
+    <message>
+        <source>Save &amp;As</source>
+        <translation>Speichern &amp;als</translation>
+    </message>
+    <message>
+        <source>Alt+A</source>
+        <translation>Alt+A</translation>
+    </message>
+    <message>
+        <source>Save As report (Alt+A)</source>
+        <translation>Bericht speichern als (Alt+A)</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>S&amp;chließen</translation>
+    </message>
+    <message>
+        <source>Alt+C</source>
+        <translation>Alt+C</translation>
+    </message>
+    <message>
+        <source>Close (Alt+C)</source>
+        <translation>Schließen (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Unable to open report file</source>
+        <translation>Die Berichtsdatei kann nicht geöffnet werden</translation>
+    </message>
+    <message>
+        <source>Save As</source>
+        <translation>Speichern als</translation>
+    </message>
+    <message>
+        <source>All Files (*)</source>
+        <translation>Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>The File &apos; %1 &apos; already exists.
+Do you want to replace the existing file?</source>
+        <translation>Die Datei &apos; %1 &apos; ist bereits vorhanden.
+Möchten Sie die vorhandene Datei ersetzen?</translation>
+    </message>
+    <message>
+        <source>Unable to save the report as &apos; %1 &apos;.
+%2</source>
+        <translation>Der Bericht kann nicht als &apos; %1 &apos; gespeichert werden.
+%2</translation>
+    </message>
+    <message>
+        <source>Previous report</source>
+        <translation>Voriger Bericht</translation>
+    </message>
+    <message>
+        <source>Next report</source>
+        <translation>Nächster Bericht</translation>
+    </message>
+    <message>
+        <source>Print report</source>
+        <translation>Bericht drucken</translation>
+    </message>
+    <message>
+        <source>Save As report</source>
+        <translation>Bericht speichern als</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+</context>
+<context>
     <name>dlgScnPrgrs</name>
     <message>
         <source>Corvane Scanner</source>
@@ -591,10 +864,6 @@ ist länger als 255 Bytes. Es wurde nichts gescannt; um sie zu scannen, bitte ei
     <message>
         <source>Do you want to stop scan?</source>
         <translation>Soll der Scan angehalten werden?</translation>
-    </message>
-    <message>
-        <source>The report viewer is not available yet.</source>
-        <translation>Die Berichtsansicht gibt es noch nicht.</translation>
     </message>
 </context>
 <context>

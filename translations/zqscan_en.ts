@@ -2,6 +2,57 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en_US" sourcelanguage="en">
 <context>
+    <name>FindBar</name>
+    <message>
+        <source>&amp;Find:</source>
+        <translation>&amp;Find:</translation>
+    </message>
+    <message>
+        <source>Text to find in the report</source>
+        <translation>Text to find in the report</translation>
+    </message>
+    <message>
+        <source>Previous match (Shift+F3)</source>
+        <translation>Previous match (Shift+F3)</translation>
+    </message>
+    <message>
+        <source>Previous match</source>
+        <translation>Previous match</translation>
+    </message>
+    <message>
+        <source>Next match (F3)</source>
+        <translation>Next match (F3)</translation>
+    </message>
+    <message>
+        <source>Next match</source>
+        <translation>Next match</translation>
+    </message>
+    <message>
+        <source>Close the search (Esc)</source>
+        <translation>Close the search (Esc)</translation>
+    </message>
+    <message>
+        <source>Close the search</source>
+        <translation>Close the search</translation>
+    </message>
+    <message>
+        <source>No match</source>
+        <translation>No match</translation>
+    </message>
+    <message>
+        <source>1 match</source>
+        <translation>1 match</translation>
+    </message>
+    <message>
+        <source>%1 matches</source>
+        <translation>%1 matches</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 of %2</translation>
+    </message>
+</context>
+<context>
     <name>FolderPicker</name>
     <message>
         <source>Select Directory</source>
@@ -91,6 +142,109 @@
     <message>
         <source>This page is not there yet. It comes with a later version of Corvane.</source>
         <translation>This page is not there yet. It comes with a later version of Corvane.</translation>
+    </message>
+</context>
+<context>
+    <name>ReportsPage</name>
+    <message>
+        <source>Reports</source>
+        <translation>Reports</translation>
+    </message>
+    <message>
+        <source>Reports for</source>
+        <translation>Reports for</translation>
+    </message>
+    <message>
+        <source>Select which reports to list</source>
+        <translation>Select which reports to list</translation>
+    </message>
+    <message>
+        <source>Scanner</source>
+        <translation>Scanner</translation>
+    </message>
+    <message>
+        <source>Update</source>
+        <translation>Update</translation>
+    </message>
+    <message>
+        <source>Schedule Scan</source>
+        <translation>Schedule Scan</translation>
+    </message>
+    <message>
+        <source>Select Entry to view the report</source>
+        <translation>Select Entry to view the report</translation>
+    </message>
+    <message>
+        <source>Date/Time</source>
+        <translation>Date/Time</translation>
+    </message>
+    <message>
+        <source>Scanned Objects</source>
+        <translation>Scanned Objects</translation>
+    </message>
+    <message>
+        <source>Report Summary</source>
+        <translation>Report Summary</translation>
+    </message>
+    <message>
+        <source>&amp;Delete Report</source>
+        <translation>&amp;Delete Report</translation>
+    </message>
+    <message>
+        <source>Alt+D</source>
+        <translation>Alt+D</translation>
+    </message>
+    <message>
+        <source>Delete selected report (Alt+D)</source>
+        <translation>Delete selected report (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Show Re&amp;port</source>
+        <translation>Show Re&amp;port</translation>
+    </message>
+    <message>
+        <source>Alt+P</source>
+        <translation>Alt+P</translation>
+    </message>
+    <message>
+        <source>Show selected report (Alt+P)</source>
+        <translation>Show selected report (Alt+P)</translation>
+    </message>
+    <message>
+        <source>Unable to open Report File. 
+ Close all the application and try again</source>
+        <translation>Unable to open Report File. 
+ Close all the application and try again</translation>
+    </message>
+    <message>
+        <source>Error in report delete.</source>
+        <translation>Error in report delete.</translation>
+    </message>
+    <message>
+        <source>No update reports yet.
+Every update of the virus database leaves one here.</source>
+        <translation>No update reports yet.
+Every update of the virus database leaves one here.</translation>
+    </message>
+    <message>
+        <source>No reports of scheduled scans yet.
+Every scheduled scan leaves one here.</source>
+        <translation>No reports of scheduled scans yet.
+Every scheduled scan leaves one here.</translation>
+    </message>
+    <message>
+        <source>No scan reports yet.
+Scan a file or a folder: its report will be here.</source>
+        <translation>No scan reports yet.
+Scan a file or a folder: its report will be here.</translation>
+    </message>
+    <message>
+        <source>Delete selected report</source>
+        <translation>Delete selected report</translation>
+    </message>
+    <message>
+        <source>Show selected report</source>
+        <translation>Show selected report</translation>
     </message>
 </context>
 <context>
@@ -495,6 +649,125 @@ is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above i
     </message>
 </context>
 <context>
+    <name>dlgReport</name>
+    <message>
+        <source>Corvane Scan Report</source>
+        <translation>Corvane Scan Report</translation>
+    </message>
+    <message>
+        <source>Report</source>
+        <translation>Report</translation>
+    </message>
+    <message>
+        <source>The report; find in it with Ctrl+F</source>
+        <translation>The report; find in it with Ctrl+F</translation>
+    </message>
+    <message>
+        <source>&lt;&lt; &amp;Prev</source>
+        <translation>&lt;&lt; &amp;Prev</translation>
+    </message>
+    <message>
+        <source>Alt+P</source>
+        <translation>Alt+P</translation>
+    </message>
+    <message>
+        <source>Previous report (Alt+P)</source>
+        <translation>Previous report (Alt+P)</translation>
+    </message>
+    <message>
+        <source>&amp;Next &gt;&gt;</source>
+        <translation>&amp;Next &gt;&gt;</translation>
+    </message>
+    <message>
+        <source>Alt+N</source>
+        <translation>Alt+N</translation>
+    </message>
+    <message>
+        <source>Next report (Alt+N)</source>
+        <translation>Next report (Alt+N)</translation>
+    </message>
+    <message>
+        <source>P&amp;rint</source>
+        <translation>P&amp;rint</translation>
+    </message>
+    <message>
+        <source>Alt+R</source>
+        <translation>Alt+R</translation>
+    </message>
+    <message>
+        <source>Print report (Alt+R)</source>
+        <translation>Print report (Alt+R)</translation>
+    </message>
+    <message>
+        <source>Save &amp;As</source>
+        <translation>Save &amp;As</translation>
+    </message>
+    <message>
+        <source>Alt+A</source>
+        <translation>Alt+A</translation>
+    </message>
+    <message>
+        <source>Save As report (Alt+A)</source>
+        <translation>Save As report (Alt+A)</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>&amp;Close</translation>
+    </message>
+    <message>
+        <source>Alt+C</source>
+        <translation>Alt+C</translation>
+    </message>
+    <message>
+        <source>Close (Alt+C)</source>
+        <translation>Close (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Unable to open report file</source>
+        <translation>Unable to open report file</translation>
+    </message>
+    <message>
+        <source>Save As</source>
+        <translation>Save As</translation>
+    </message>
+    <message>
+        <source>All Files (*)</source>
+        <translation>All Files (*)</translation>
+    </message>
+    <message>
+        <source>The File &apos; %1 &apos; already exists.
+Do you want to replace the existing file?</source>
+        <translation>The File &apos; %1 &apos; already exists.
+Do you want to replace the existing file?</translation>
+    </message>
+    <message>
+        <source>Unable to save the report as &apos; %1 &apos;.
+%2</source>
+        <translation>Unable to save the report as &apos; %1 &apos;.
+%2</translation>
+    </message>
+    <message>
+        <source>Previous report</source>
+        <translation>Previous report</translation>
+    </message>
+    <message>
+        <source>Next report</source>
+        <translation>Next report</translation>
+    </message>
+    <message>
+        <source>Print report</source>
+        <translation>Print report</translation>
+    </message>
+    <message>
+        <source>Save As report</source>
+        <translation>Save As report</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Close</translation>
+    </message>
+</context>
+<context>
     <name>dlgScnPrgrs</name>
     <message>
         <source>Corvane Scanner</source>
@@ -591,10 +864,6 @@ is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above i
     <message>
         <source>Do you want to stop scan?</source>
         <translation>Do you want to stop scan?</translation>
-    </message>
-    <message>
-        <source>The report viewer is not available yet.</source>
-        <translation>The report viewer is not available yet.</translation>
     </message>
 </context>
 <context>

@@ -1,8 +1,12 @@
 #include "widgets/display_name.h"
 
+#include <vector>
+
 #include <QByteArrayView>
 #include <QList>
 #include <QStringDecoder>
+
+#include "common/paths.h"
 
 namespace {
 
@@ -85,4 +89,12 @@ QString DisplayName(std::string_view bytes) {
         }
     }
     return text;
+}
+
+QString ShortDisplayPath(const char* path, int width) {
+    if (path == nullptr) {
+        return {};
+    }
+    std::vector<char> shortened(static_cast<std::size_t>(width) + 1);
+    return DisplayName(GetShortPath(path, shortened.data(), width) == 1 ? shortened.data() : path);
 }

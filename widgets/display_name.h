@@ -12,3 +12,7 @@
 ///   turns the writing direction round       "\u202E"
 /// The result is plain text: show it with Qt::PlainText, since a name may look like markup.
 QString DisplayName(std::string_view bytes);
+
+/// The same of a path that is shortened to `width` bytes, its head and its tail kept. Empty for a
+/// null path.
+QString ShortDisplayPath(const char* path, int width);

@@ -3,14 +3,18 @@
 #include <fstream>
 
 #include <QApplication>
+#include <QComboBox>
 #include <QLabel>
 #include <QMessageBox>
 #include <QMetaMethod>
+#include <QPlainTextEdit>
 #include <QTest>
 #include <QToolButton>
 #include <QTranslator>
+#include <QTreeWidget>
 
 #include "common/run_state.h"
+#include "reports/dlg_report.h"
 #include "scan/scanner.h"
 #include "tests/gui/app/window_fixture.h"
 
@@ -120,7 +124,7 @@ TEST_F(MainWindow, EverythingThatTakesTheFocusIsNamedAndExplained) {
         EXPECT_FALSE(widget->accessibleName().isEmpty()) << widget->objectName().toStdString();
         EXPECT_FALSE(widget->toolTip().isEmpty()) << widget->objectName().toStdString();
     }
-    EXPECT_EQ(seen, 8 + 2 + 7);
+    EXPECT_EQ(seen, 8 + 2 + 7 + 4);
 }
 
 TEST_F(MainWindow, TabGoesDownTheButtonsAndThenIntoThePage) {
@@ -168,10 +172,8 @@ TEST_F(MainWindow, EveryButtonShowsAndMarksItsPage) {
 
 TEST_F(MainWindow, PagesToComeSaySo) {
     Open();
-    const std::pair<const char*, const char*> kPages[] = {{"reportsPage", "Reports"},
-                                                          {"updatePage", "Update"},
-                                                          {"aboutPage", "About"},
-                                                          {"schedulePage", "Schedule Scan"}};
+    const std::pair<const char*, const char*> kPages[] = {
+        {"updatePage", "Update"}, {"aboutPage", "About"}, {"schedulePage", "Schedule Scan"}};
     for (const auto& [name, heading] : kPages) {
         const auto& page = Find<QWidget>(name);
         EXPECT_EQ(page.findChild<QLabel*>("lblHeading")->text(), heading);
@@ -284,11 +286,74 @@ TEST_F(MainWindow, AboutReportsAndScheduleAreGuardedToo) {
 
 TEST_F(MainWindow, DeleteKeyInTheReportsDeletesAReport) {
     auto& window = Open<GuardedWindow>();
-    QTest::keyClick(&Find<QWidget>("reportsPage"), Qt::Key_Delete);
+    QTest::keyClick(&Find<QWidget>("lstReports"), Qt::Key_Delete);
     EXPECT_THAT(window.m_asked, ElementsAre("delete report"));
-    QTest::keyClick(&Find<QWidget>("reportsPage"), Qt::Key_D);
+    QTest::keyClick(&Find<QWidget>("lstReports"), Qt::Key_D);
     QTest::keyClick(&Find<QWidget>("schedulePage"), Qt::Key_Delete);
     EXPECT_THAT(window.m_asked, ElementsAre("delete report"));
+}
+
+std::string IndexOf(const std::vector<std::string>& names) {
+    std::string index("ZQRF\0\0\0\0", 8);
+    index += std::string{static_cast<char>(names.size()), 0, 0, 0};
+    for (const std::string& name : names) {
+        std::string record(542, '\0');
+        record.replace(0, 4, "date").replace(30, 5, "/home").replace(286, name.size(), name);
+        index += record;
+    }
+    return index;
+}
+
+TEST_F(MainWindow, ReportsPageListsShowsAndDeletesReports) {
+    Put("main.rpt", IndexOf({"a.log", "b.log"}));
+    Put("updt.rpt", IndexOf({"u.log"}));
+    Put("reports/b.log", "report b");
+    Open();
+    Click("btnReports");
+    auto& list = Find<QTreeWidget>("lstReports");
+    ASSERT_EQ(list.topLevelItemCount(), 2);
+    const auto showsReport = [](QDialog* dialog) {
+        auto* viewer = qobject_cast<dlgReport*>(dialog);
+        ASSERT_NE(viewer, nullptr);
+        EXPECT_EQ(viewer->findChild<QPlainTextEdit*>("edtViewRpt")->toPlainText(), "report b");
+        viewer->reject();
+    };
+    ModalDriver user;
+    user.Expect(showsReport);
+    list.setCurrentItem(list.topLevelItem(1));
+    Click("btnShwRpt");
+    user.Expect(showsReport);
+    emit list.itemDoubleClicked(list.topLevelItem(1), 0);
+    Click("btnDelRpt");
+    EXPECT_EQ(list.topLevelItemCount(), 1);
+    EXPECT_EQ(Get("reports/b.log"), std::nullopt);
+    EXPECT_EQ(Get("main.rpt"), IndexOf({"a.log"}));
+    Find<QComboBox>("cmbReports").setCurrentIndex(1);
+    ASSERT_EQ(list.topLevelItemCount(), 1);
+    EXPECT_EQ(list.topLevelItem(0)->text(2), "u.log");
+    EXPECT_EQ(g_siRptKind, 1);
+    g_siRptKind = 0;
+}
+
+TEST_F(MainWindow, ReportsAreListedAnewEachTimeThePageIsShown) {
+    Open();
+    Click("btnReports");
+    EXPECT_EQ(Find<QTreeWidget>("lstReports").topLevelItemCount(), 0);
+    Click("btnScan");
+    Put("main.rpt", IndexOf({"a.log"}));
+    Click("btnReports");
+    EXPECT_EQ(Find<QTreeWidget>("lstReports").topLevelItemCount(), 1);
+}
+
+TEST_F(MainWindow, DeleteKeyDeletesTheSelectedReport) {
+    Put("main.rpt", IndexOf({"a.log"}));
+    Open();
+    Click("btnReports");
+    auto& list = Find<QTreeWidget>("lstReports");
+    list.setCurrentItem(list.topLevelItem(0));
+    QTest::keyClick(&list, Qt::Key_Delete);
+    EXPECT_EQ(list.topLevelItemCount(), 0);
+    EXPECT_EQ(Get("main.rpt"), IndexOf({}));
 }
 
 TEST_F(MainWindow, TextsFollowTheLanguage) {
@@ -301,7 +366,8 @@ TEST_F(MainWindow, TextsFollowTheLanguage) {
     EXPECT_EQ(Find<QWidget>("scanPage").findChild<QLabel*>("lblHeading")->text(), "Virenscanner");
     EXPECT_EQ(Find<QAbstractButton>("btnSaveOpts").text(), "Ü&bernehmen");
     EXPECT_EQ(Find<QWidget>("reportsPage").findChild<QLabel*>("lblHeading")->text(), "Berichte");
-    EXPECT_EQ(Find<QWidget>("reportsPage").findChild<QLabel*>("lblNotThere")->text(),
+    EXPECT_EQ(Find<QAbstractButton>("btnDelRpt").text(), "Bericht löschen");
+    EXPECT_EQ(Find<QWidget>("updatePage").findChild<QLabel*>("lblNotThere")->text(),
               "Diese Seite gibt es noch nicht. Sie kommt mit einer späteren Version von Corvane.");
     QApplication::removeTranslator(&german);
     QApplication::processEvents();

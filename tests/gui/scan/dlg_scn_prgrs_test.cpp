@@ -9,12 +9,14 @@
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QMovie>
+#include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTest>
 
 #include "common/run_state.h"
 #include "common/text_field.h"
+#include "reports/dlg_report.h"
 #include "reports/report_generator.h"
 #include "scan/dlg_vir_fnd.h"
 #include "scan/prompt_handshake.h"
@@ -418,11 +420,21 @@ TEST_F(Progress, OtherKeysAreDropped) {
     EXPECT_FALSE(m_dialog->m_stop.IsSet());
 }
 
-TEST_F(Progress, TheViewerSaysThatItIsNotThere) {
+TEST_F(Progress, TheViewerShowsThisScansReport) {
+    g_siRptKind = kUpdateReports;  // what the reports page listed last
+    m_dialog->Send(kEvtScanFinished, "abc");
     ModalDriver driver;
-    driver.ExpectMessage(QMessageBox::Information, "Corvane Scanner",
-                         "The report viewer is not available yet.");
+    driver.Expect([](QDialog* dialog) {
+        auto* viewer = qobject_cast<dlgReport*>(dialog);
+        ASSERT_NE(viewer, nullptr);
+        EXPECT_TRUE(viewer->findChild<QPlainTextEdit*>("edtViewRpt")
+                        ->toPlainText()
+                        .startsWith("Scan Complete."));
+        viewer->reject();
+    });
     m_dialog->OnViewRptClick();
+    EXPECT_EQ(g_siRptKind, kUpdateReports) << "the reports page lists what it did";
+    g_siRptKind = kScanReports;
 }
 
 TEST_F(Progress, AFloodIsShownThirtyTimesASecond) {

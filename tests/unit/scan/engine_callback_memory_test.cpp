@@ -47,4 +47,13 @@ TEST(EngineCallbackMemory, OtherMessagesLetTheEngineGoOn) {
     EXPECT_THAT(dialog.Types(), IsEmpty());
 }
 
+TEST(EngineCallbackMemory, AnEventWithoutMemoryForItsTextIsAnEventStill) {
+    SetOutOfMemory(true);
+    const ZqEvent event(kEvtScanningFile, "/a/path");
+    SetOutOfMemory(false);
+    EXPECT_EQ(event.type(), 1100);
+    EXPECT_EQ(event.Text(), nullptr);
+    EXPECT_EQ(event.Info().fileName[0], '\0');
+}
+
 }  // namespace

@@ -51,4 +51,16 @@ TEST(DisplayNameTest, ShowsCharactersThatTurnTheWritingRoundOrBreakTheLine) {
     EXPECT_EQ(Shown("\xE2\x81\xA6\xE2\x80\x8F\xE2\x80\xA8"), "\\u2066\\u200F\\u2028");
 }
 
+TEST(ShortDisplayPathTest, ShortensByBytes) {
+    const std::string path = "/123456789012345678901234567890";  // 31
+    EXPECT_EQ(ShortDisplayPath(path.c_str(), 31), QString::fromLatin1(path.c_str()));
+    EXPECT_EQ(ShortDisplayPath(path.c_str(), 20), QStringLiteral("/123456...1234567890"));
+    EXPECT_EQ(ShortDisplayPath(nullptr, 20), QString());
+}
+
+TEST(ShortDisplayPathTest, ShowsWhatIsLeftOfACharacterThatWasCut) {
+    EXPECT_EQ(ShortDisplayPath("123456\xC3\xBC 012345678901", 20),
+              QStringLiteral("123456\\xC3...2345678901"));
+}
+
 }  // namespace
