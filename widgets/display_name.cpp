@@ -1,5 +1,6 @@
 #include "widgets/display_name.h"
 
+#include <algorithm>
 #include <vector>
 
 #include <QByteArrayView>
@@ -11,6 +12,10 @@
 namespace {
 
 constexpr char32_t kDelete = 0x7F;
+
+bool IsPlainAscii(char byte) {
+    return byte >= ' ' && byte <= '~';
+}
 
 // Length of the UTF-8 sequence that `bytes` begins with, by its first byte; 0 when none begins so.
 std::size_t SequenceLength(unsigned char first) {
@@ -73,6 +78,10 @@ QString Visible(const QString& decoded) {
 }  // namespace
 
 QString DisplayName(std::string_view bytes) {
+    // Nearly every name is this plain, and lists show thousands.
+    if (std::all_of(bytes.begin(), bytes.end(), IsPlainAscii)) {
+        return QString::fromLatin1(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    }
     QString text;
     while (!bytes.empty()) {
         const auto first = static_cast<unsigned char>(bytes.front());
