@@ -47,6 +47,12 @@ std::string VirusNameOf(const ZqEvent& event) {
     return std::string(FieldText(event.Info().virusName));
 }
 
+/// What waits to be drawn. Not what the user did: a second click of the button that started the
+/// scan, before this dialog is there to keep it off, would start another.
+void ProcessPendingEvents() {
+    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
+
 QString AnimationFile(qreal pixelRatio) {
     const QString directory = QFile::decodeName(g_szAppPath) + QStringLiteral("qimages/");
     const QString sharp = directory + QStringLiteral("bl3@2x.gif");
@@ -85,7 +91,7 @@ void dlgScnPrgrs::init() {
     m_movieFile = AnimationFile(devicePixelRatioF());
     m_movie = std::make_unique<QMovie>(m_movieFile);
     m_ui->animationLabel->setMovie(m_movie.get());
-    QApplication::processEvents();
+    ProcessPendingEvents();
     m_stop.Clear();
     m_thread.reset();
     m_paths = nullptr;
@@ -93,7 +99,7 @@ void dlgScnPrgrs::init() {
 }
 
 void dlgScnPrgrs::destroy() {
-    if (m_running) {
+    if (m_thread != nullptr && m_thread->isRunning()) {
         EndThread();
     }
     m_thread.reset();
@@ -117,7 +123,7 @@ void dlgScnPrgrs::GetPathListToScan(tagPathList** paths) {
 int dlgScnPrgrs::myexec() {
     m_ui->animationLabel->setMovie(m_movie.get());
     m_movie->start();
-    QApplication::processEvents();
+    ProcessPendingEvents();
     m_ui->btnClose->setEnabled(false);
     m_ui->btnViewRpt->setEnabled(false);
     m_ui->btnStop->setEnabled(true);
@@ -143,11 +149,14 @@ void dlgScnPrgrs::WaitForScan() {
         m_waitLoop = nullptr;
         QApplication::restoreOverrideCursor();
     }
+    if (m_running) {
+        EndThread();  // the program is quitting, which no event loop outlasts
+    }
     m_thread->Join();
 }
 
 void dlgScnPrgrs::EndThread() {
-    // Only when the dialog is destroyed under a running scan: there is no one left to ask.
+    // There is no one left to ask.
     m_running = false;
     m_stop.Set();
     StopCount = true;
