@@ -26,6 +26,7 @@
 #include "scan/prompt_handshake.h"
 #include "scan/scan_thread.h"
 #include "scan/scanner.h"
+#include "scan/zq_event.h"
 #include "tests/fakes/scanapi/fake_engine.h"
 #include "tests/unit/scan/hostile_tree.h"
 
@@ -39,6 +40,27 @@ using ::testing::SizeIs;
 using ::testing::UnorderedElementsAre;
 
 constexpr char kLine66[] = "------------------------------------------------------------------";
+
+/// Writes down what its threads tell it, and shows it.
+class RecordingProgress : public dlgScnPrgrs {
+public:
+    std::vector<std::string> m_steps;  // "1100 /path"
+
+protected:
+    void customEvent(QEvent* event) override {
+        const ZqEvent* step = AsZqEvent(event);
+        ASSERT_NE(step, nullptr);
+        std::string line = std::to_string(step->type());
+        if (step->Text() != nullptr) {
+            line += std::string(" ") + step->Text();
+        }
+        if (step->Info().fileName[0] != '\0') {
+            line += std::string(" record of ") + step->Info().fileName;
+        }
+        m_steps.push_back(line);
+        dlgScnPrgrs::customEvent(event);
+    }
+};
 
 class ScanRun : public ::testing::Test {
 protected:
@@ -72,7 +94,7 @@ protected:
         EXPECT_EQ(Scanner::InitScan(&g_scnopts), 1);
         CopyToField(g_szAppPath, m_application.Path());
         g_pRptObj = std::make_unique<ReportGen>(m_head);
-        dlgScnPrgrs dialog;
+        RecordingProgress dialog;
         m_dialog = &dialog;
         dialog.SetPathListToScan(m_head);
         QTimer poll;
@@ -90,6 +112,7 @@ protected:
         poll.start(2);
         const int result = dialog.myexec();
         m_dialog = nullptr;
+        m_steps = dialog.m_steps;
         return result;
     }
 
@@ -129,6 +152,7 @@ protected:
     tagPathList* m_head = nullptr;
     tagPathList* m_tail = nullptr;
     dlgScnPrgrs* m_dialog = nullptr;
+    std::vector<std::string> m_steps;  // of the last run
     bool m_closeWhenOver = true;
     std::deque<std::function<void(QDialog*)>> m_answers;
     QPointer<QDialog> m_answered;
@@ -166,6 +190,47 @@ TEST_F(ScanRun, ACleanTree) {
                 ::testing::MatchesRegex("End Time :  [0-9][0-9]:[0-9][0-9]:[0-9][0-9]\r\n"));
     EXPECT_GE(g_dDiffTime, 0);
     EXPECT_LT(g_dDiffTime, 60);
+}
+
+TEST_F(ScanRun, TheStepsOfATree) {
+    WriteFile(m_top + "/f", "x");
+    AddPath(m_top);
+    EXPECT_EQ(Run("member 1003 0 0 - f/member *\nsay 1001 1 1 V *\n"), 1);
+    // The counting thread tells its end whenever it gets there, but before the end of the scan.
+    EXPECT_EQ(std::erase(m_steps, "1114"), 1U);
+    EXPECT_THAT(m_steps,
+                ElementsAre("1108 " + m_top, "1113", "1100 " + m_top + "/f", "1100 f/member",
+                            "1102 record of " + m_top + "/f", "1109 " + m_top, "1115", "1101 abc"));
+}
+
+TEST_F(ScanRun, TheStepsOfASingleFile) {
+    WriteFile(m_top + "/f", "x");
+    AddPath(m_top + "/f");
+    EXPECT_EQ(Run(), 1);
+    EXPECT_THAT(m_steps, ElementsAre("1108 " + m_top + "/f", "1113", "1100 " + m_top + "/f", "1109",
+                                     "1115", "1101 abc"));
+}
+
+TEST_F(ScanRun, ARunStartsFromItsFirstPicture) {
+    WriteFile(m_top + "/f", "x");
+    AddPath(m_top + "/f");
+    bool looked = false;
+    m_whileRunning = [this, &looked] {
+        const auto isEnabled = [this](const char* button) {
+            return m_dialog->findChild<QPushButton*>(button)->isEnabled();
+        };
+        if (looked || isEnabled("btnClose")) {
+            return;
+        }
+        looked = true;
+        EXPECT_FALSE(isEnabled("btnViewRpt"));
+        EXPECT_TRUE(isEnabled("btnStop"));
+        EXPECT_TRUE(m_dialog->isModal());
+        EXPECT_EQ(m_dialog->findChild<QProgressBar*>("progressBar")->maximum(), 200000);
+        EXPECT_EQ(m_dialog->findChild<QLabel*>("statusLabel")->text(), "Scanning...");
+    };
+    EXPECT_EQ(Run("delay 300 *\n"), 1);
+    EXPECT_TRUE(looked);
 }
 
 TEST_F(ScanRun, ATreeWithoutFilesHasTheUsualTotal) {
@@ -323,6 +388,92 @@ TEST_F(ScanRun, ARefusedStopLetsTheScanGoOn) {
     EXPECT_EQ(g_uiTotCnt, 50U);
     EXPECT_FALSE(StopCount);
     EXPECT_NE(Report().find("Scan Complete.\n\n"), std::string::npos);
+}
+
+TEST_F(ScanRun, AStopMayBeRefusedAgainAndAgain) {
+    for (int file = 0; file < 60; ++file) {
+        WriteFile(m_top + "/f" + std::to_string(file), "x");
+    }
+    AddPath(m_top);
+    int asked = 0;
+    m_whileRunning = [this, &asked] {
+        // Not before the last answer has got through: the scan has gone on since.
+        if (asked < 5 && m_answers.empty() && !m_dialog->m_stop.IsSet() &&
+            g_uiTotCnt >= static_cast<std::uint32_t>(8 * (asked + 1))) {
+            ++asked;
+            m_answers.push_back([](QDialog* dialog) {
+                qobject_cast<QMessageBox*>(dialog)->button(QMessageBox::No)->click();
+            });
+            m_dialog->OnStopClick();
+        }
+    };
+    EXPECT_EQ(Run("delay 5 *\n"), 1);
+    EXPECT_EQ(asked, 5);
+    EXPECT_EQ(std::erase(m_steps, "1112 " + m_top), 5U);
+    EXPECT_EQ(g_uiTotCnt, 60U);
+    EXPECT_NE(Report().find("Scan Complete.\n\n"), std::string::npos);
+}
+
+TEST_F(ScanRun, AStopWhileASingleFileIsScannedAsksNothing) {
+    WriteFile(m_top + "/f", "x");
+    AddPath(m_top + "/f");
+    const std::string released = m_scratch / "released";
+    m_whileRunning = [this, &released] {
+        if (g_uiTotCnt == 1 && !m_dialog->m_stop.IsSet()) {
+            m_dialog->OnStopClick();
+            WriteFile(released, "");
+        }
+    };
+    g_scnopts.action = kActionPrompt;
+    EXPECT_EQ(Run("hold " + released + " *\nsay 1001 1 1 V *\n"), 1);
+    EXPECT_THAT(m_engine.Calls("callback"), ElementsAre(::testing::EndsWith(" -> 2004")));
+    EXPECT_EQ(g_uiInfCnt, 0U);
+    EXPECT_NE(Report().find("Scan Interrupted.\n\n"), std::string::npos);
+}
+
+TEST_F(ScanRun, AStopDuringThePromptOutweighsItsAnswer) {
+    WriteFile(m_top + "/f", "x");
+    AddPath(m_top);
+    g_scnopts.action = kActionPrompt;
+    m_answers.push_back([this](QDialog* prompt) {
+        m_dialog->OnStopClick();
+        prompt->findChild<QComboBox*>("actionCombo")->setCurrentIndex(2);
+        prompt->findChild<QPushButton*>("btnOk")->click();
+    });
+    m_answers.push_back([](QDialog* dialog) {
+        qobject_cast<QMessageBox*>(dialog)->button(QMessageBox::Yes)->click();
+    });
+    EXPECT_EQ(Run("say 1001 1 1 V *\nafter 1001 2002 3003\n"), 1);
+    EXPECT_EQ(g_uiDeleCnt, 0U);
+    EXPECT_THAT(m_engine.Calls("callback"), ElementsAre(::testing::EndsWith(" -> 2004")));
+}
+
+TEST_F(ScanRun, QuittingTheProgramEndsTheScan) {
+    for (int file = 0; file < 3000; ++file) {
+        WriteFile(m_top + "/f" + std::to_string(file), "x");
+    }
+    AddPath(m_top);
+    m_whileRunning = [] {
+        if (g_uiTotCnt >= 1) {
+            QApplication::exit();
+        }
+    };
+    QTimer::singleShot(0, [this] { EXPECT_EQ(Run("delay 2 *\n"), 0); });
+    QApplication::exec();
+    EXPECT_LT(g_uiTotCnt, 3000U);
+    EXPECT_LT(Opened().size(), 3000U);
+}
+
+TEST_F(ScanRun, QuittingWhileTheScanAsksEndsItToo) {
+    for (int file = 0; file < 20; ++file) {
+        WriteFile(m_top + "/f" + std::to_string(file), "x");
+    }
+    AddPath(m_top);
+    g_scnopts.action = kActionPrompt;
+    m_answers.push_back([](QDialog* /*prompt*/) { QApplication::exit(); });
+    QTimer::singleShot(0, [this] { EXPECT_EQ(Run("say 1001 1 1 V *\n"), 0); });
+    QApplication::exec();
+    EXPECT_THAT(Opened(), SizeIs(1));
 }
 
 TEST_F(ScanRun, AConfirmedStopEndsEveryLevelAndPath) {
