@@ -1,8 +1,19 @@
 #include "scan/zq_event.h"
 
+#include <new>
+
 namespace {
 
 constexpr tagZQFILEINFO kNoInfo{};
+
+/// Without memory for its text an event goes without: the step is counted all the same.
+std::unique_ptr<std::string> CopyOf(const char* text) noexcept {
+    try {
+        return text != nullptr ? std::make_unique<std::string>(text) : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 
 }  // namespace
 
@@ -11,8 +22,7 @@ ZqEvent::ZqEvent(ZQEvent type, const tagZQFILEINFO* info)
       m_info(info != nullptr ? std::make_unique<tagZQFILEINFO>(*info) : nullptr) {}
 
 ZqEvent::ZqEvent(ZQEvent type, const char* text)
-    : QEvent(static_cast<QEvent::Type>(type)),
-      m_text(text != nullptr ? std::make_unique<std::string>(text) : nullptr) {}
+    : QEvent(static_cast<QEvent::Type>(type)), m_text(CopyOf(text)) {}
 
 ZqEvent::~ZqEvent() = default;
 

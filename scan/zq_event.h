@@ -33,7 +33,8 @@ class ZqEvent : public QEvent {
 public:
     /// With a copy of the engine's record; a null record counts as zero.
     ZqEvent(ZQEvent type, const tagZQFILEINFO* info);
-    /// With an owned copy of `text` (may be null); the record is zero.
+    /// With an owned copy of `text` (may be null), without one when there is no memory for it; the
+    /// record is zero.
     ZqEvent(ZQEvent type, const char* text);
     ~ZqEvent() override;
 
