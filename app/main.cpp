@@ -13,8 +13,6 @@
 #include "scan/descriptor_limit.h"
 
 int main(int argc, char** argv) {
-    RaiseDescriptorLimit();
-
     RegisterWithOnAccessService();
     // The log has no name yet, so this line goes nowhere: the call stays in its place.
     WriteToLog(g_szLogFile, "OPSIgnoreProcess() success");
@@ -51,6 +49,7 @@ int main(int argc, char** argv) {
         return EXIT_SUCCESS;
     }
     OpenScanLog();
+    RaiseDescriptorLimit();
 
     auto mainWindow = std::make_unique<dlgMain>();
     mainWindow->show();
