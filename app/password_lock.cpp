@@ -16,12 +16,6 @@ constexpr auto kTitle = "Corvane";
 
 }  // namespace
 
-void LibraryCloser::operator()(void* library) const {
-    if (library != nullptr) {
-        dlclose(library);
-    }
-}
-
 bool PasswordLock::Ask(QWidget* parent) {
     const std::string path = std::string(kProductDirectory) + kDbLibrary;
     // Not through the product's loader: the message is the dynamic loader's own.

@@ -1,16 +1,10 @@
 #pragma once
 
-#include <memory>
-
 #include <QCoreApplication>
 
-class QWidget;
+#include "common/owners.h"
 
-/// Closes a library opened with dlopen.
-struct LibraryCloser {
-    void operator()(void* library) const;
-};
-using LoadedLibrary = std::unique_ptr<void, LibraryCloser>;
+class QWidget;
 
 /// The administrator's password in front of a page. The settings database holds and checks it; the
 /// program stores and compares no password. GUI thread only.
@@ -31,6 +25,6 @@ public:
 private:
     bool AskWith(void* library, QWidget* parent);
 
-    LoadedLibrary m_library;  // of the question under way
-    LoadedLibrary m_kept;
+    LibraryHandle m_library;  // of the question under way
+    LibraryHandle m_kept;
 };

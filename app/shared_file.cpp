@@ -7,10 +7,6 @@ FileDescriptor OpenSharedFile(const char* path) {
     return FileDescriptor(open(path, O_RDWR | O_CLOEXEC | O_NOFOLLOW));
 }
 
-FileDescriptor OpenSharedFileForReading(const char* path) {
-    return FileDescriptor(open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-}
-
 FileDescriptor CreateSharedFile(const char* path) {
     return FileDescriptor(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
 }

@@ -2,14 +2,11 @@
 
 #include "common/file_descriptor.h"
 
-// The option files and report indexes: small files in the application directory that every user of
+// The option files: small files in the application directory that every user of
 // the machine may change. They are made private and widened at once; links are never followed.
 
 /// Opens an existing file for reading and writing.
 FileDescriptor OpenSharedFile(const char* path);
-
-/// Opens an existing file for reading.
-FileDescriptor OpenSharedFileForReading(const char* path);
 
 /// Makes a file that is not there yet, with mode 0600, for reading and writing.
 FileDescriptor CreateSharedFile(const char* path);
