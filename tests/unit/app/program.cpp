@@ -52,6 +52,8 @@ constexpr uid_t kNobody = 65534;
     }
     envp.push_back(nullptr);
 
+    // What the one who runs the tests has left open must not count against the limit.
+    (void)close_range(STDERR_FILENO + 1, ~0U, 0);
     if (conditions.descriptorLimit) {
         const rlimit limit{*conditions.descriptorLimit, *conditions.descriptorLimit};
         setrlimit(RLIMIT_NOFILE, &limit);
