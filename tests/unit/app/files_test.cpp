@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
 #include <sys/stat.h>
 
@@ -14,6 +15,19 @@
 #include "app/update_options.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
+
+namespace {
+
+// The mode of the last directory that was made: what is set on it afterwards hides it.
+mode_t lastModeMade = 0;
+
+}  // namespace
+
+// Stands before the C library's own.
+extern "C" int mkdir(const char* path, mode_t mode) noexcept {
+    lastModeMade = mode;
+    return mkdirat(AT_FDCWD, path, mode);
+}
 
 namespace {
 
@@ -47,7 +61,16 @@ protected:
 };
 
 TEST_F(OptionFiles, NoRecordToLoadInto) {
+    if (std::getenv("CORVANE_SANDBOX") == nullptr) {
+        GTEST_SKIP() << "writes into the machine's own log: run it in tests/support/sandbox";
+    }
+    fs::remove("/zqcommon.log");
     EXPECT_FALSE(LoadScanOptionsFile(nullptr));
+    std::ifstream log("/zqcommon.log", std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(log), {}),
+              "LoadScnOptions: NULL parameter pscnopts\n");
+    EXPECT_FALSE(fs::exists(m_folder / "zqscn.opt"));
+    fs::remove("/zqcommon.log");
 }
 
 TEST_F(OptionFiles, MissingSettingsAreMadeWithTheDefaults) {
@@ -176,6 +199,18 @@ TEST_F(OptionFiles, ApplicationDirectoryThatCannotBeRecorded) {
     EXPECT_STREQ(g_szAppPath, "/before/");
     EXPECT_TRUE(RecordApplicationDirectory("/" + std::string(253, 'a')));
     EXPECT_EQ(std::string(g_szAppPath), "/" + std::string(253, 'a') + "/");
+}
+
+TEST_F(OptionFiles, DirectoriesAreMadeWithOneModeAndGivenAnother) {
+    const mode_t before = umask(0);
+    EXPECT_TRUE(MakeReportsDirectory());
+    EXPECT_EQ(lastModeMade, 0777U);
+    EXPECT_EQ(Mode("reports"), 0666);
+    const std::string path = m_folder / "scratch";
+    EXPECT_TRUE(MakeTemporaryDirectory(path.c_str()));
+    EXPECT_EQ(lastModeMade, 01411U) << "777 in decimal";
+    EXPECT_EQ(Mode("scratch"), 0666);
+    umask(before);
 }
 
 TEST_F(OptionFiles, TemporaryDirectoryIsMade) {

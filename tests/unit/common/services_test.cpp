@@ -70,8 +70,11 @@ TEST_F(Services, SucceedWhateverTheScriptSays) {
 }
 
 TEST_F(Services, RefuseAMissingScript) {
-    EXPECT_EQ(HandleService("testsvc", 1, &m_error), 0);
-    EXPECT_EQ(m_error, 120U);
+    for (const int operation : {1, 5}) {  // the script is looked for first
+        m_error = 99;
+        EXPECT_EQ(HandleService("testsvc", operation, &m_error), 0);
+        EXPECT_EQ(m_error, 120U);
+    }
 }
 
 TEST_F(Services, RefuseAnUnknownOperation) {
