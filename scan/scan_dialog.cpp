@@ -28,7 +28,9 @@ ScanDialog::~ScanDialog() {
 void PostZqEvent(ScanDialog* dialog, std::unique_ptr<ZqEvent> event) {
     const bool mayWait = !IsQuestion(*event) && dialog->thread() != QThread::currentThread();
     if (dialog->m_events.Put(std::move(event), mayWait)) {
-        QCoreApplication::postEvent(dialog, new QEvent(WakeUpType()));
+        auto wakeUp = std::make_unique<QEvent>(WakeUpType());
+        dialog->m_wakeUps.fetch_add(1, std::memory_order_release);
+        QCoreApplication::postEvent(dialog, wakeUp.release());
     }
 }
 
@@ -41,6 +43,7 @@ void PostZqEvent(ScanDialog* dialog, ZQEvent type, const char* text) {
 }
 
 bool ScanDialog::event(QEvent* event) {
+    m_wakeUps.load(std::memory_order_acquire);
     if (event->type() == WakeUpType()) {
         Deliver();
         return true;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <deque>
 #include <memory>
 
@@ -38,6 +40,9 @@ private:
     void Deliver();
 
     EventQueue m_events;
+    // The event loop's lock orders a wake-up event too, but where the thread sanitizer cannot see
+    // it.
+    std::atomic<std::uint32_t> m_wakeUps{0};
     std::deque<std::unique_ptr<ZqEvent>> m_helping;  // taken and not delivered yet
     QBasicTimer m_nextHelping;
 };
