@@ -72,8 +72,11 @@ protected:
         g_iCleanFileSeqCnt = 0;
         g_iCntLabViruses = 0;
         Scanner::m_ScanOptns.extraFlags = 0;
-        g_uiTotCnt = 77;  // of an earlier run
+        // Of an earlier run.
+        g_uiTotCnt = g_uiInfCnt = g_uiDeleCnt = g_uiReprCnt = g_uiSkipCnt = g_uiIOErrCnt = 77;
+        g_totalfilestoscan = 77;
         g_myScnopts = {2, 1};
+        StopCount = true;
     }
     ~ScanRun() override {
         EXPECT_TRUE(m_answers.empty()) << "a question was never asked";
@@ -174,6 +177,10 @@ TEST_F(ScanRun, ACleanTree) {
     EXPECT_EQ(Run(), 1);
     EXPECT_THAT(Opened(), UnorderedElementsAre(m_top + "/a", m_top + "/d/b"));
     EXPECT_EQ(g_uiTotCnt, 2U);
+    for (const auto* count :
+         {&g_uiInfCnt, &g_uiDeleCnt, &g_uiReprCnt, &g_uiSkipCnt, &g_uiIOErrCnt}) {
+        EXPECT_EQ(*count, 0U);
+    }
     EXPECT_EQ(g_totalfilestoscan, 2U);
     EXPECT_EQ(g_iCleanFileSeqCnt, 2);
     EXPECT_EQ(g_myScnopts.choice, 0);
@@ -534,6 +541,21 @@ TEST_F(ScanRun, TheTenthKindTurnsTheLabScanOn) {
     EXPECT_EQ(g_iCntLabViruses, 10);
     EXPECT_EQ(Scanner::m_ScanOptns.extraFlags, 0x8000);
     EXPECT_THAT(m_engine.Calls("ZqSetOptions"), SizeIs(1));
+}
+
+TEST_F(ScanRun, NineKindsDoNotTurnTheLabScanOn) {
+    std::string script;
+    for (int file = 0; file < 12; ++file) {
+        WriteFile(m_top + "/v" + std::to_string(100 + file), "x");
+        script +=
+            "say 1001 1 " + std::to_string(file % 9) + " V *v" + std::to_string(100 + file) + "\n";
+    }
+    AddPath(m_top);
+    EXPECT_EQ(Run(script), 1);
+    EXPECT_EQ(g_iCntLabViruses, 9);
+    EXPECT_EQ(g_uiInfCnt, 12U);
+    EXPECT_EQ(Scanner::m_ScanOptns.extraFlags, 0);
+    EXPECT_THAT(m_engine.Calls("ZqSetOptions"), IsEmpty());
 }
 
 TEST_F(ScanRun, AnEmptyListEndsAtOnce) {

@@ -300,6 +300,16 @@ TEST_F(Generator, AMissingIndexIsNotMade) {
     EXPECT_EQ(Report(), "text");
 }
 
+TEST_F(Generator, AScanWithoutAReportIsListedWithoutAName) {
+    std::filesystem::remove_all(m_app / "reports");
+    AddPath("/home/someone");
+    ReportGen report(m_paths);
+    EXPECT_TRUE(report.MakeIndexEntry());
+    const std::string index = ReadFile(m_index);
+    ASSERT_EQ(index.size(), 12U + 542U);
+    EXPECT_EQ(index.substr(42), Fields("/home/someone", ""));
+}
+
 TEST_F(Generator, TheGlobalReportStartsEmpty) {
     EXPECT_EQ(g_pRptObj, nullptr);
 }
