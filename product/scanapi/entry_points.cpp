@@ -1,9 +1,12 @@
 // The nine names the program looks up. Each hands its call to the one engine of the process and
 // lets nothing be thrown across the library's edge.
 
+#include <array>
+#include <cstddef>
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "abi/scanapi.h"
@@ -21,7 +24,9 @@ struct Holder {
 };
 
 Holder& TheHolder() {
-    static auto* holder = new Holder;
+    // In the library's own memory, so that nothing stays behind when it is unloaded.
+    alignas(Holder) static std::array<std::byte, sizeof(Holder)> memory;
+    static auto* holder = new (memory.data()) Holder;
     return *holder;
 }
 
@@ -59,7 +64,10 @@ CORVANE_EXPORT int ZqInitScan(tagSCANAPI_OPTIONS* options) noexcept {
         }
         auto engine = scanapi::Engine::Start(*options);
         const bool started = engine != nullptr;
-        Exchange(std::move(engine));
+        // Another thread may have started one meanwhile; the last one stays.
+        if (const auto overtaken = Exchange(std::move(engine))) {
+            overtaken->Close();
+        }
         return started ? 1 : 0;
     });
 }

@@ -1,3 +1,7 @@
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+
 #include "tests/unit/product/scanapi/archives.h"
 #include "tests/unit/product/scanapi/loaded_engine.h"
 
@@ -178,6 +182,128 @@ TEST_F(ConversationTest, OptionsOfAnotherSizeAreRefused) {
     auto options = Options();
     options.size = 545;
     EXPECT_EQ(m_library.init(&options), 0);
+}
+
+TEST_F(ConversationTest, RepliesWithoutMeaningChangeNothing) {
+    Start();
+    const auto path = m_tree.Write("e.com", Eicar());
+    const auto zip = m_tree.Write("a.zip", archives::Zip({{"t", "some text"}, {"e.com", Eicar()}}));
+    for (const int reply : {-1, 0, 1, 1001, 1999, 2006, 1 << 30}) {
+        m_messages.clear();
+        m_answer = [reply](const Message&) { return reply; };
+        EXPECT_EQ(Scan(path), 1);
+        EXPECT_EQ(Scan(zip), 1);
+        EXPECT_EQ(Codes(), (Numbers{1001, 1003, 1003, 1001})) << reply;
+        EXPECT_EQ(ReadAll(path), Eicar());
+        EXPECT_TRUE(std::filesystem::exists(zip));
+    }
+}
+
+TEST_F(ConversationTest, AHandleIsGoodForOneClose) {
+    Start();
+    const auto path = m_tree.Write("t", "some text");
+    std::uint64_t handle = 0;
+    ASSERT_NE(m_library.openFile(path.c_str(), &handle), 0);
+    std::uint64_t copy = handle;
+    EXPECT_EQ(m_library.scanFile(handle, this), 1);
+    EXPECT_EQ(m_library.scanFile(handle, this), 1);
+    EXPECT_NE(m_library.closeFile(&handle), 0);
+    EXPECT_EQ(m_library.closeFile(&copy), 0);
+    std::uint64_t next = 0;
+    ASSERT_NE(m_library.openFile(path.c_str(), &next), 0);
+    EXPECT_EQ(m_library.scanFile(next - 1, this), 0);
+    EXPECT_NE(m_library.closeFile(&next), 0);
+}
+
+// Options and handles change under a scan: it goes on with what it began with.
+TEST_F(ConversationTest, ACallbackMayCallTheEngine) {
+    Start();
+    const auto path = m_tree.Write(
+        "a.zip", archives::Zip({{"t", "some text"}, {"in.zip", archives::Zip({{"e", Eicar()}})}}));
+    std::uint64_t handle = 0;
+    m_answer = [&](const Message& message) {
+        auto options = Options();
+        options.scanArchives = 0;
+        m_library.setOptions(&options);
+        tagZQVERINFO version{};
+        m_library.getVersion(&version);
+        EXPECT_NE(version.major, 0);
+        m_library.resetFlags();
+        if (std::uint64_t closing = handle; message.code == kMsgScanningMember && handle != 0) {
+            EXPECT_NE(m_library.closeFile(&closing), 0);
+            handle = 0;
+        }
+        return message.code == kMsgVirusFound ? kReplyLeave : kReplyGoOn;
+    };
+    ASSERT_NE(m_library.openFile(path.c_str(), &handle), 0);
+    EXPECT_EQ(m_library.scanFile(handle, this), 1);
+    EXPECT_EQ(Files(1001), (std::vector<std::string>{path + "/in.zip/e"}));
+    // The next file is scanned by the new options.
+    m_messages.clear();
+    EXPECT_EQ(Scan(m_tree.Write("b.tar.gz", archives::Gzip(archives::Tar({{"e", Eicar()}})))), 1);
+    EXPECT_EQ(Codes(), (Numbers{1002}));
+}
+
+TEST_F(ConversationTest, ACallbackThatThrowsCostsOneFileOnly) {
+    Start();
+    std::vector<archives::Member> members;
+    members.reserve(5000);
+    for (int i = 0; i < 5000; ++i) {
+        members.push_back({"m" + std::to_string(i), "member " + std::to_string(i)});
+    }
+    const auto path = m_tree.Write("many.zip", archives::Zip(members));
+    const auto bad = m_tree.Write("bad.zip", archives::Zip({{"e.com", Eicar()}}));
+    // More often than there are threads that could be left waiting.
+    for (int round = 0; round < 5; ++round) {
+        m_answer = [](const Message& message) -> int {
+            if (message.code == kMsgScanningMember) {
+                throw std::runtime_error("out of something");
+            }
+            return kReplyGoOn;
+        };
+        EXPECT_EQ(Scan(path), 0);
+    }
+    m_answer = nullptr;
+    m_messages.clear();
+    EXPECT_EQ(Scan(bad), 1);
+    EXPECT_EQ(Codes(), (Numbers{1003, 1001, 3004}));
+}
+
+TEST_F(ConversationTest, StartsAndScansOnManyThreadsDoNoHarm) {
+    InstallSignatures();
+    const auto path = m_tree.Write("e.com", Eicar());
+    std::atomic<int> starters = 3;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 20; ++round) {
+                auto options = Options();
+                m_library.init(&options);
+                m_library.setCallback([](const tagZQFILEINFO*, void*) -> int { return 2003; });
+                if (round % 4 == 0) {
+                    m_library.deinit();
+                }
+            }
+            --starters;
+        });
+        threads.emplace_back([&] {
+            while (starters > 0) {
+                std::uint64_t handle = 0;
+                m_library.openFile(path.c_str(), &handle);
+                m_library.scanFile(handle, nullptr);
+                m_library.closeFile(&handle);
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(ReadAll(path), Eicar());
+    m_library.deinit();
+    EXPECT_TRUE(std::filesystem::is_empty(m_engine.Path("tmp")));
+    Start();
+    EXPECT_EQ(Scan(path), 1);
+    EXPECT_EQ(Codes(), (Numbers{1001, 3004}));
 }
 
 }  // namespace
