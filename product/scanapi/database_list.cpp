@@ -127,6 +127,12 @@ int RankOf(const Database& database) {
 
 }  // namespace
 
+bool DatabaseList::HasSignatures() const {
+    return std::any_of(usable.begin(), usable.end(), [](const Database& each) {
+        return !IsOneOf(kFirst, ExtensionOf(each.path));
+    });
+}
+
 DatabaseList FindDatabases(const std::string& engineDirectory) {
     DatabaseList list;
     ListFolder(engineDirectory + "defs", list);

@@ -19,6 +19,9 @@ struct Database {
 struct DatabaseList {
     std::vector<Database> usable;  ///< in the order they are to be loaded
     std::vector<std::string> damaged;
+
+    /// False when `usable` holds nothing, or nothing but exceptions and settings.
+    [[nodiscard]] bool HasSignatures() const;
 };
 
 /// Looks at the databases in `engineDirectory` + "defs/" and in the system's own directory. Reads

@@ -76,6 +76,11 @@ LibraryEngine DatabaseLoader::Loaded() {
     return m_engine;
 }
 
+std::vector<Database> DatabaseLoader::Databases() {
+    const std::lock_guard lock(m_mutex);
+    return m_databases;
+}
+
 void DatabaseLoader::Cancel() {
     const std::lock_guard lock(m_mutex);
     m_cancelled = true;
@@ -140,6 +145,7 @@ bool DatabaseLoader::LoadInto(cl_engine* engine) {
         }
         if (result != CL_SUCCESS) {
             LogLeftOut(each->path, cl_strerror(result));
+            const std::lock_guard lock(m_mutex);
             m_databases.erase(each);
             return false;
         }

@@ -34,6 +34,9 @@ public:
     /// What was loaded. Null while loading goes on and when it failed or was given up.
     LibraryEngine Loaded();
 
+    /// The databases that are loaded; until loading ends, those that are to be.
+    std::vector<Database> Databases();
+
     /// Makes the loading end soon and every wait return.
     void Cancel();
 

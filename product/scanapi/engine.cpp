@@ -42,7 +42,7 @@ std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
     for (const std::string& path : list.damaged) {
         LogLeftOut(path, "it is not a database");
     }
-    if (list.usable.empty()) {
+    if (!list.HasSignatures()) {
         WriteToLog(kCommonLog, "scanapi: no usable database found");
         return nullptr;
     }
@@ -57,9 +57,8 @@ std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
 Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases,
                std::unique_ptr<ScratchDirectory> scratch)
     : m_engineDirectory(FieldText(options.engineDirectory)),
-      m_databases(std::move(databases)),
       m_scratch(std::move(scratch)),
-      m_loader(std::make_shared<DatabaseLoader>(m_databases, m_scratch->Path())),
+      m_loader(std::make_shared<DatabaseLoader>(std::move(databases), m_scratch->Path())),
       m_profile(ProfileFromOptions(options)) {
     m_loader->Start();
 }
@@ -79,7 +78,7 @@ void Engine::Close() {
 }
 
 tagZQVERINFO Engine::Version() const {
-    return ReadVersion(m_engineDirectory, m_databases);
+    return ReadVersion(m_engineDirectory, m_loader->Databases());
 }
 
 void Engine::SetCallback(PFNZQCALLBACK callback) {
@@ -149,7 +148,7 @@ ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProf
     }
     const LibraryEngine engine = m_loader->Loaded();
     if (engine == nullptr) {
-        if (!m_failureLogged.exchange(true)) {
+        if (!m_closing && !m_failureLogged.exchange(true)) {
             WriteToLog(kCommonLog, "scanapi: no database was loaded, files are not scanned");
         }
         return {};
@@ -163,10 +162,10 @@ ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProf
             m_buffer.buffer = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
         }
         const auto got = file->ReadStart(std::span(m_buffer.buffer.get(), file->Size()));
-        if (got < 0) {
+        if (got != static_cast<std::ptrdiff_t>(file->Size())) {
             return {};
         }
-        m_buffer.size = static_cast<std::size_t>(got);
+        m_buffer.size = file->Size();
         ScanOutcome outcome =
             ScanBytes(engine.get(), profile, *file, std::span(m_buffer.buffer.get(), m_buffer.size),
                       ScanManner{});
@@ -180,6 +179,11 @@ ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProf
 }
 
 ScanOutcome Engine::ScanOnWorker(const std::shared_ptr<ScanJob>& job, Conversation& conversation) {
+    // Whatever ends this function, also an exception, the worker must not wait for it.
+    struct Stopper {
+        ScanJob& job;
+        ~Stopper() { job.Stop(); }
+    } const stopper{*job};
     if (!Dispatch(job, conversation)) {
         return {Verdict::Stopped, {}, {}};
     }

@@ -50,7 +50,6 @@ private:
     bool Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& conversation);
 
     const std::string m_engineDirectory;
-    const std::vector<Database> m_databases;
     std::unique_ptr<ScratchDirectory> m_scratch;
     const std::shared_ptr<DatabaseLoader> m_loader;
 

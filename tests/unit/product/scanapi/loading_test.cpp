@@ -39,6 +39,22 @@ protected:
         return count;
     }
 
+    // A database with a head, unsigned, that knows "numbered-test".
+    void WriteNumberedDatabase(const std::string& name, unsigned int number, long built) const {
+        const std::string fields = "ClamAV-VDB:21 Nov 2026 03-55 +0000:" + std::to_string(number) +
+                                   ":1:81:X:X:tests:" + std::to_string(built);
+        const std::string signatures = "Numbered.Test.One:0:*:6e756d62657265642d74657374\n";
+        const std::string stem = name.substr(0, name.find('.'));
+        const std::string info =
+            fields + '\n' + stem +
+            ".ndb:49:b9d0ca2e1c0e58b4a318aa876fddcc023ce342138a170cb5221acd220dcf7e6a\n";
+        std::string head = fields;
+        head.resize(512, ' ');
+        m_engine.Write("defs/" + name,
+                       head + archives::Gzip(archives::Tar(
+                                  {{stem + ".info", info}, {stem + ".ndb", signatures}})));
+    }
+
     void WriteMillionHashes() const {
         std::string hashes;
         for (int i = 0; i < 1000000; ++i) {
@@ -214,6 +230,49 @@ TEST_F(LoadingTest, WithoutAVersionFileItComesFromTheNewestDatabase) {
     EXPECT_EQ(version.databaseDate.year, 2031);
     EXPECT_EQ(version.databaseDate.month, 5);
     EXPECT_EQ(version.databaseDate.day, 8);
+}
+
+TEST_F(LoadingTest, ANumberedDatabaseGivesItsNumberAndDate) {
+    InstallSignatures();
+    WriteNumberedDatabase("daily.cud", 27512, 1795233353);  // 2026-11-21 03:55:53 UTC
+    WriteNumberedDatabase("older.cud", 62, 1631797200);
+    StartWith(Options());
+    EXPECT_EQ(Scan(m_tree.Write("a", "a numbered-test of it")), 1);
+    ASSERT_NE(Find(1001), nullptr) << Log();
+    EXPECT_EQ(Find(1001)->virus, "Numbered.Test.One.UNOFFICIAL");
+    tagZQVERINFO version{};
+    m_library.getVersion(&version);
+    EXPECT_EQ(version.major, 275);
+    EXPECT_EQ(version.minor, 12);
+    EXPECT_EQ(version.databaseDate.year, 2026);
+    EXPECT_EQ(version.databaseDate.month, 11);
+    EXPECT_EQ(version.databaseDate.day, 21);
+    EXPECT_EQ(version.databaseDate.hour, 3);
+    EXPECT_EQ(version.databaseDate.minute, 55);
+    EXPECT_EQ(version.databaseDate.second, 53);
+}
+
+TEST_F(LoadingTest, ADatabaseThatIsLeftOutLendsNoVersion) {
+    InstallSignatures();
+    WriteNumberedDatabase("good.cud", 6207, 1631797200);
+    // Its head is sound; the signature over the rest is not.
+    WriteNumberedDatabase("daily.cvd", 27512, 1795233353);
+    StartWith(Options());
+    EXPECT_EQ(Scan(m_tree.Write("a", "waits for the databases")), 1);
+    EXPECT_EQ(LogLinesWith("daily.cvd"), 1U);
+    tagZQVERINFO version{};
+    m_library.getVersion(&version);
+    EXPECT_EQ(version.major, 62);
+    EXPECT_EQ(version.minor, 7);
+}
+
+TEST_F(LoadingTest, ExceptionsAloneAreNoDatabase) {
+    m_engine.Write("defs/local.ign2", "Some.Virus-1\n");
+    m_engine.Write("defs/local.fp", "0123456789abcdef0123456789abcdef:44:Good.File\n");
+    auto options = Options();
+    EXPECT_EQ(m_library.init(&options), 0);
+    InstallSignatures();
+    EXPECT_NE(m_library.init(&options), 0);
 }
 
 TEST_F(LoadingTest, WithoutAnEngineTheVersionIsZero) {
