@@ -26,6 +26,10 @@ bool IsThereButClosed(int error) {
            error == ESTALE || error == EOVERFLOW;
 }
 
+bool HasOpenEffects(mode_t mode) {
+    return S_ISFIFO(mode) || S_ISCHR(mode) || S_ISBLK(mode);
+}
+
 struct SplitPath {
     std::string folder;
     std::string baseName;
@@ -68,6 +72,15 @@ std::shared_ptr<TargetFile> TargetFile::Open(const char* path, EngineOpenStatus&
     // The folder is held from here on, so that a folder swapped later changes nothing.
     target->m_folder.Reset(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!target->m_folder || target->m_baseName.empty()) {
+        return nullptr;
+    }
+    // Opening is not without effect on what is no file: a writer that waits at a FIFO would be let
+    // go, a tape would be wound back, a watchdog set off. What comes under the name only after this
+    // look is still refused below.
+    struct stat named {};
+    if (fstatat(target->m_folder.Get(), target->m_baseName.c_str(), &named, 0) == 0 &&
+        HasOpenEffects(named.st_mode)) {
+        status = kOpenRefused;
         return nullptr;
     }
     // A link is followed: the program hands one over only as the path that the user picked.

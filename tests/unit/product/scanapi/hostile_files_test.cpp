@@ -1,7 +1,11 @@
+#include <array>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <sys/inotify.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -42,6 +46,25 @@ TEST_F(HostileFilesTest, WhatIsNoRegularFileIsRefusedAtOnce) {
     const auto link = m_tree.Path("link");
     fs::create_symlink("/dev/zero", link);
     EXPECT_EQ(Open(link), 4001);
+}
+
+// A writer that waits at a FIFO would be let go by a reader that comes and leaves, and then be
+// killed by writing; opening devices has effects of all kinds.
+TEST_F(HostileFilesTest, FifosAndDevicesAreNotEvenOpened) {
+    Start();
+    const auto fifo = m_tree.Path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const auto plain = m_tree.Write("plain", "text");
+    const FileDescriptor watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    ASSERT_GE(inotify_add_watch(watch.Get(), fifo.c_str(), IN_OPEN), 0);
+    EXPECT_EQ(Open(fifo), 4001);
+    std::array<char, 4096> event{};
+    EXPECT_EQ(read(watch.Get(), event.data(), event.size()), -1);
+    EXPECT_EQ(errno, EAGAIN);
+    // The watch does see what is opened.
+    ASSERT_GE(inotify_add_watch(watch.Get(), plain.c_str(), IN_OPEN), 0);
+    EXPECT_NE(Open(plain), 0);
+    EXPECT_GT(read(watch.Get(), event.data(), event.size()), 0);
 }
 
 TEST_F(HostileFilesTest, ASocketCannotBeOpened) {
@@ -123,6 +146,53 @@ TEST_F(HostileFilesTest, ALargeFileCutShortUnderTheScanIsUnreadable) {
     EXPECT_EQ(m_library.scanFile(handle, this), 0);
     EXPECT_NE(m_library.closeFile(&handle), 0);
     EXPECT_EQ(Codes(), (Numbers{1005}));
+}
+
+TEST_F(HostileFilesTest, ASmallFileCutShortBeforeTheScanIsUnreadable) {
+    Start();
+    const auto path = m_tree.Write("small", std::string(1000, 'a'));
+    std::uint64_t handle = 0;
+    ASSERT_NE(m_library.openFile(path.c_str(), &handle), 0);
+    fs::resize_file(path, 100);
+    EXPECT_EQ(m_library.scanFile(handle, this), 0);
+    EXPECT_NE(m_library.closeFile(&handle), 0);
+    EXPECT_EQ(Codes(), (Numbers{1005}));
+}
+
+TEST_F(HostileFilesTest, WithoutDescriptorsFilesCannotBeOpenedAndNothingElseHappens) {
+    Start();
+    const auto path = m_tree.Write("e.com", Eicar());
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    rlimit few = before;
+    few.rlim_cur = 60;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+    std::vector<std::uint64_t> handles;
+    std::uint64_t handle = 0;
+    while (handles.size() < 100 && m_library.openFile(path.c_str(), &handle) != kOpenFailed) {
+        handles.push_back(handle);
+    }
+    EXPECT_EQ(handle, 0U);
+    EXPECT_GT(handles.size(), 5U);
+    EXPECT_LT(handles.size(), 100U);
+    for (auto& each : handles) {
+        EXPECT_NE(m_library.closeFile(&each), 0);
+    }
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(Scan(path), 1);
+    EXPECT_EQ(Codes(), (Numbers{1001, 3004}));
+}
+
+TEST_F(HostileFilesTest, NamesOfAllKindsAreScanned) {
+    Start();
+    for (const auto& name : {std::string(255, 'n'), std::string("%s%n"), std::string("a\nb"),
+                             std::string("-rf"), std::string("\xff\xfe"), std::string("<b>")}) {
+        m_messages.clear();
+        EXPECT_EQ(Scan(m_tree.Write("plain/" + name, "nothing in it")), 1);
+        EXPECT_EQ(Scan(m_tree.Write("bad/" + name, Eicar())), 1);
+        EXPECT_EQ(Scan(m_tree.Write("zip/" + name, archives::Zip({{"../../e.com", Eicar()}}))), 1);
+        EXPECT_EQ(Codes(), (Numbers{1002, 1001, 3004, 1003, 1001, 3004})) << name;
+    }
 }
 
 TEST_F(HostileFilesTest, AnArchiveCutShortWhileItsMembersAreReadEndsTheScanOnly) {
