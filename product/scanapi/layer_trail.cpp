@@ -28,6 +28,24 @@ void LayerTrail::Listed(std::string_view memberPath) {
     }
 }
 
+void LayerTrail::Expect(std::uint32_t position) {
+    if (m_layers.empty()) {
+        return;
+    }
+    // Members are listed in order, each twice; some readers go through the listing again.
+    Layer& archive = m_layers.back();
+    if (position > archive.lastExpected) {
+        archive.lastExpected = position;
+        ++archive.expected;
+    }
+}
+
+bool LayerTrail::AllEntered() const {
+    return !m_missed && std::all_of(m_layers.begin(), m_layers.end(), [](const Layer& layer) {
+        return layer.entered >= layer.expected;
+    });
+}
+
 std::string LayerTrail::TakeListed(Layer& archive, std::string_view name) {
     const std::size_t end = std::min(archive.listed.size(), archive.firstUnmet + kLookAhead);
     for (std::size_t i = archive.firstUnmet; i < end; ++i) {
@@ -40,7 +58,13 @@ std::string LayerTrail::TakeListed(Layer& archive, std::string_view name) {
 }
 
 void LayerTrail::Entered(std::uint32_t level, std::string_view name, int descriptor) {
-    m_layers.resize(std::min<std::size_t>(level, m_layers.size()));
+    while (m_layers.size() > level) {
+        m_missed = m_missed || m_layers.back().entered < m_layers.back().expected;
+        m_layers.pop_back();
+    }
+    if (!m_layers.empty()) {
+        ++m_layers.back().entered;
+    }
     Layer layer;
     layer.descriptor = descriptor;
     if (!m_layers.empty() && !name.empty()) {

@@ -16,6 +16,14 @@ public:
     /// An archive listed a member with its full path.
     void Listed(std::string_view memberPath);
 
+    /// The archive just entered has a member at `position` (from 1 on) in its listing that must be
+    /// entered before the archive was read whole. Telling of the same one again changes nothing.
+    /// Position 0 is that of a member met without a listing, and says nothing.
+    void Expect(std::uint32_t position);
+
+    /// False when an archive had members that were never entered.
+    [[nodiscard]] bool AllEntered() const;
+
     /// The layer at `level` (0: the file itself) is about to be scanned. `name` is empty for layers
     /// without a name of their own, such as the inside of a gzip file.
     void Entered(std::uint32_t level, std::string_view name, int descriptor);
@@ -33,11 +41,15 @@ private:
         int descriptor = -1;
         std::vector<std::string> listed;  ///< members not yet met
         std::size_t firstUnmet = 0;
+        std::uint32_t lastExpected = 0;  ///< position in the listing
+        std::size_t expected = 0;
+        std::size_t entered = 0;
     };
 
     static std::string TakeListed(Layer& archive, std::string_view name);
 
     std::vector<Layer> m_layers;
+    bool m_missed = false;  ///< in an archive that is done with
 };
 
 }  // namespace scanapi

@@ -20,6 +20,11 @@ struct Hit {
     std::string path;
 };
 
+// Archives from which, when they can be read, at least the name of a member comes.
+bool HasListing(std::string_view type) {
+    return type.starts_with("CL_TYPE_RAR") || type == "CL_TYPE_ZIP" || type == "CL_TYPE_7Z";
+}
+
 /// What one scan's callbacks share. The library hands it back to each of them.
 struct ScanContext {
     const TargetFile& file;
@@ -41,13 +46,12 @@ struct ScanContext {
     [[nodiscard]] bool Stopping() const {
         return manner.stop != nullptr && manner.stop->load(std::memory_order_relaxed);
     }
-    // The reader of this kind of archive is a library of its own that is not always installed; the
-    // archive is then passed over without a word.
+    // An archive whose listing is cut off, or whose reader is a library of its own that is not
+    // installed, is passed over without a word.
     void Unseal(std::uint32_t level, std::string_view type) {
         sealed = sealed || (sealedLevel && level <= *sealedLevel);
         sealedLevel.reset();
-        if (type.starts_with("CL_TYPE_RAR") &&
-            (profile.library.parse & CL_SCAN_PARSE_ARCHIVE) != 0) {
+        if (HasListing(type) && (profile.library.parse & CL_SCAN_PARSE_ARCHIVE) != 0) {
             sealedLevel = level;
         }
     }
@@ -73,6 +77,10 @@ bool IsPlainType(std::string_view type) {
         "CL_TYPE_SCRIPT",
     };
     return std::find(kPlain.begin(), kPlain.end(), type) != kPlain.end();
+}
+
+bool IsZipType(std::string_view type) {
+    return type == "CL_TYPE_ZIP" || type.starts_with("CL_TYPE_OOXML");
 }
 
 std::string_view TextOf(const char* text) {
@@ -133,12 +141,17 @@ cl_error_t OnInspection(int descriptor, const char* type, const char** /*ancesto
     }
 }
 
-cl_error_t OnListed(const char* /*containerType*/, unsigned long /*containerSize*/,
-                    const char* name, unsigned long /*size*/, int /*encrypted*/,
-                    unsigned int /*position*/, void* opaque) {
+cl_error_t OnListed(const char* containerType, unsigned long /*containerSize*/, const char* name,
+                    unsigned long size, int /*encrypted*/, unsigned int position, void* opaque) {
     auto& context = *static_cast<ScanContext*>(opaque);
     try {
+        context.sealedLevel.reset();
         context.trail.Listed(TextOf(name));
+        // A zip member that is damaged, or packed in a way that the library does not know, is
+        // passed over in silence.
+        if (IsZipType(TextOf(containerType)) && size > kNeverMatched) {
+            context.trail.Expect(position);
+        }
     } catch (...) {
         context.broken = true;
     }
@@ -198,7 +211,8 @@ bool WasScannedWhole(const ScanContext& context, cl_error_t result) {
     const bool limited = std::any_of(context.hits.begin(), context.hits.end(), [](const Hit& each) {
         return MeansNotWholeScanned(each.name);
     });
-    const bool archiveUnread = context.sealed || context.sealedLevel || context.cutMember;
+    const bool archiveUnread =
+        context.sealed || context.sealedLevel || context.cutMember || !context.trail.AllEntered();
     const bool failed = (result != CL_CLEAN && result != CL_VIRUS) || context.readFailed ||
                         context.broken || context.libraryFailed;
     // Without room to unpack it is not even looked at. The smallest files never are: nothing known
@@ -245,6 +259,7 @@ ScanOutcome ScanMapped(const cl_engine* engine, const ScanProfile& profile, cons
     }
     // The unwanted program that nobody asked about may have hidden what was found after it.
     context.announce = false;
+    context.trail = {};
     const MapOwner map(makeMap(context));
     if (map == nullptr) {
         return {Verdict::Unreadable, {}, {}};

@@ -106,7 +106,7 @@ std::string Zip(const std::vector<Member>& members) {
     entries.reserve(members.size());
     for (const Member& member : members) {
         entries.push_back({member.name, member.content, Crc(member.content), member.content.size(),
-                           0, member.encrypted ? 1 : 0});
+                           member.method, member.encrypted ? 1 : 0});
     }
     return ZipOf(entries);
 }

@@ -12,6 +12,7 @@ struct Member {
     std::string name;
     std::string content;
     bool encrypted = false;  ///< marked as such; what is stored is then no readable text
+    int method = 0;          ///< how a zip file says it is packed; it is stored all the same
 };
 
 /// The harmless file that every scanner reports, put together here so that none reports us.

@@ -72,4 +72,31 @@ TEST(LayerTrailAloneTest, ALevelWithoutItsParentsIsStillNamed) {
     EXPECT_EQ(trail.Path("/x"), "/x");
 }
 
+TEST_F(LayerTrailTest, EveryListedMemberMustBeEntered) {
+    EXPECT_TRUE(m_trail.AllEntered());
+    for (const std::uint32_t position : {1U, 1U, 2U, 2U, 1U, 2U}) {
+        m_trail.Expect(position);
+    }
+    EXPECT_FALSE(m_trail.AllEntered());
+    m_trail.Entered(1, "a", 4);
+    EXPECT_FALSE(m_trail.AllEntered());
+    m_trail.Entered(1, "b", 4);
+    EXPECT_TRUE(m_trail.AllEntered());
+}
+
+TEST_F(LayerTrailTest, AMissedMemberStaysMissed) {
+    m_trail.Expect(1);
+    m_trail.Entered(1, "inner.zip", 4);
+    m_trail.Expect(1);
+    m_trail.Entered(1, "next", 4);
+    EXPECT_FALSE(m_trail.AllEntered());
+}
+
+TEST_F(LayerTrailTest, AMemberMetWithoutAListingIsNotWaitedFor) {
+    m_trail.Entered(1, "a", 4);
+    m_trail.Expect(0);
+    m_trail.Entered(1, "b", 4);
+    EXPECT_TRUE(m_trail.AllEntered());
+}
+
 }  // namespace

@@ -94,6 +94,66 @@ TEST_F(LimitsTest, WithoutRoomToUnpackNothingIsCalledClean) {
     EXPECT_EQ(Codes(), (Numbers{1002, 1005, 1005}));
 }
 
+TEST_F(LimitsTest, AMemberPackedInAnUnknownWayMakesTheArchiveUnreadable) {
+    Start();
+    for (const int method : {14, 93, 95, 98}) {  // LZMA, Zstandard, xz, PPMd
+        m_messages.clear();
+        const auto path = m_tree.Write(
+            "new.zip", archives::Zip({{"open.txt", "readable text"},
+                                      {"dir/new", "packed by another method", false, method},
+                                      {"more.txt", "readable too"}}));
+        EXPECT_EQ(Scan(path), 0) << method;
+        EXPECT_EQ(Codes(), (Numbers{1003, 1003, 1005})) << method;
+        EXPECT_EQ(Files(1003), (std::vector<std::string>{path + "/open.txt", path + "/more.txt"}));
+        // The same one level further in.
+        m_messages.clear();
+        const auto nested = archives::Zip({{"in/new.zip", ReadAll(path)}, {"last", "last text"}});
+        EXPECT_EQ(Scan(m_tree.Write("outer.zip", nested)), 0) << method;
+        EXPECT_EQ(Codes().back(), 1005) << method;
+    }
+}
+
+TEST_F(LimitsTest, AnArchiveWithoutItsListingIsNotCalledClean) {
+    Start();
+    const auto zip = archives::Zip({{"a.txt", "readable text"}, {"b.txt", "readable too"}});
+    EXPECT_EQ(Scan(m_tree.Write("cut.zip", zip.substr(0, zip.find("PK\x01\x02")))), 0);
+    EXPECT_EQ(Scan(m_tree.Write(
+                  "cut.7z", std::string("7z\xbc\xaf\x27\x1c\0\x04", 8) + std::string(200, 'z'))),
+              0);
+    EXPECT_EQ(Codes(), (Numbers{1005, 1005}));
+}
+
+TEST_F(LimitsTest, EmptyTinyAndTwinMembersLeaveAnArchiveClean) {
+    Start();
+    const auto inner = archives::Zip({{"n.txt", "one more text"}, {"n.txt", "and another"}});
+    const auto zip = archives::Zip({{"folder/", ""},
+                                    {"empty", ""},
+                                    {"tiny", "12345"},
+                                    {"folder/n.txt", "first of that name"},
+                                    {"inner.zip", inner},
+                                    {"folder/n.txt", "second of that name"}});
+    EXPECT_EQ(Scan(m_tree.Write("a.zip", zip)), 1);
+    EXPECT_EQ(Codes().back(), 1002);
+    // Found by their headers alone within another file, and not through a listing.
+    EXPECT_EQ(Scan(m_tree.Write("carrier", std::string(3000, 'j') + zip)), 1);
+    EXPECT_EQ(Codes().back(), 1002);
+    EXPECT_EQ(Scan(m_tree.Write("none.zip", archives::Zip({}))), 1);
+    EXPECT_EQ(Files(1002).size(), 3U);
+}
+
+TEST_F(LimitsTest, MoreThanIsReadInAllMakesTheArchiveUnreadable) {
+    Start();
+    // Each within the bound for one member, 450 MiB together.
+    std::vector<archives::Member> members;
+    const auto part = archives::Gzip(std::string(90U << 20U, '\0'));
+    for (char name = 'a'; name < 'f'; ++name) {
+        members.push_back({std::string(1, name), part + name});
+    }
+    EXPECT_EQ(Scan(m_tree.Write("sum.zip", archives::Zip(members))), 0);
+    EXPECT_EQ(Codes().back(), 1005);
+    EXPECT_TRUE(Files(1002).empty());
+}
+
 TEST_F(LimitsTest, AnArchiveThatNoReaderIsThereForIsNotCalledClean) {
     Start();
     const auto path =
