@@ -22,7 +22,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
@@ -225,7 +224,7 @@ fs::path FileOfLength(const fs::path& start, std::size_t length) {
         }
     }
     fs::create_directories(path);
-    const fs::path file = path + "/f";
+    fs::path file = path + "/f";
     EXPECT_EQ(file.string().size(), length);
     std::ofstream(file) << "f";
     return file;

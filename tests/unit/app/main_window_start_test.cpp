@@ -49,7 +49,7 @@ TEST_F(MainWindowStart, PicturesAreSharpAtTwiceTheSize) {
 TEST_F(MainWindowStart, MakesItsFiles) {
     const StagedProgram program;
     EXPECT_EQ(program.Run(), 0);
-    const fs::path folder = program.Directory();
+    const fs::path& folder = program.Directory();
     EXPECT_EQ(FileBytes(folder / "zqscn.opt"), std::string("\x01\x00\x0B", 3));
     EXPECT_EQ(ModeOf(folder / "zqscn.opt"), 0666);
     EXPECT_EQ(FileBytes(folder / "zqupdate.opt"),
@@ -63,7 +63,7 @@ TEST_F(MainWindowStart, MakesItsFiles) {
 
 TEST_F(MainWindowStart, KeepsItsFilesAndSharesThem) {
     const StagedProgram program;
-    const fs::path folder = program.Directory();
+    const fs::path& folder = program.Directory();
     for (const char* name : {"zqscn.opt", "zqupdate.opt", "main.rpt", "updt.rpt"}) {
         std::ofstream(folder / name) << "kept as it is";
         chmod((folder / name).c_str(), 0600);

@@ -15,7 +15,6 @@ namespace fs = std::filesystem;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 constexpr char kLock[] = "/tmp/scan.lck";
 
@@ -23,7 +22,7 @@ class StartUp : public ProgramTest {};
 
 /// A "notify-send" that writes its arguments down, one a line; the folder it lies in.
 fs::path FakeNotifySend(const StagedProgram& program) {
-    const fs::path folder = program.Scratch() / "bin";
+    fs::path folder = program.Scratch() / "bin";
     fs::create_directory(folder);
     std::ofstream(folder / "notify-send") << "#!/bin/sh\nprintf '%s\\n' \"$@\" >'"
                                           << (program.Scratch() / "notice").string() << "'\n";
