@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 #include "common/paths.h"
-#include "product/corvane_admin/password_input.h"
+#include "product/libdbmod/admin/password_input.h"
 #include "product/libdbmod/password_hash.h"
 #include "product/libdbmod/settings_database.h"
 

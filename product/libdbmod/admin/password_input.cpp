@@ -1,4 +1,4 @@
-#include "product/corvane_admin/password_input.h"
+#include "product/libdbmod/admin/password_input.h"
 
 #include <cerrno>
 #include <csignal>
