@@ -232,7 +232,9 @@ void dlgMain::DelEntry() {
 
 void dlgMain::LoadUpdtOptions() {}
 void dlgMain::updateUiChange(P_UPDTOPTS options) {
-    m_updateOptions = *options;
+    if (options != nullptr) {
+        m_updateOptions = *options;
+    }
 }
 void dlgMain::IntCentreSelected(bool /*selected*/) {}
 void dlgMain::OnBkupChecked(bool /*checked*/) {}

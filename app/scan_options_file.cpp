@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "app/shared_file.h"
+#include "app/option_file.h"
 #include "common/io.h"
 #include "common/log.h"
 #include "common/run_state.h"
@@ -22,12 +22,12 @@ bool LoadScanOptionsFile(tagSCNOPTS* options) {
     }
     *options = kDefaultScanSettings;
     const std::string path = ScanOptionsPath();
-    FileDescriptor file = OpenSharedFile(path.c_str());
+    FileDescriptor file = OpenOptionFile(path.c_str());
     if (file) {
         // Bytes that the file lacks keep their defaults, and no value is rejected.
         ReadFull(file.Get(), BytesOf(*options));
     } else {
-        file = CreateSharedFile(path.c_str());
+        file = CreateOptionFile(path.c_str());
         if (file) {
             WriteAll(file.Get(), BytesOf(kDefaultScanSettings));
         }
@@ -38,7 +38,7 @@ bool LoadScanOptionsFile(tagSCNOPTS* options) {
 
 FileOutcome ReadScanOptionsFile(tagSCNOPTS& options) {
     options = {};
-    const FileDescriptor file = OpenSharedFile(ScanOptionsPath().c_str());
+    const FileDescriptor file = OpenOptionFile(ScanOptionsPath().c_str());
     if (!file) {
         return FileOutcome::kNotOpened;
     }
@@ -48,7 +48,7 @@ FileOutcome ReadScanOptionsFile(tagSCNOPTS& options) {
 }
 
 FileOutcome WriteScanOptionsFile(const tagSCNOPTS& options) {
-    const FileDescriptor file = OpenSharedFile(ScanOptionsPath().c_str());
+    const FileDescriptor file = OpenOptionFile(ScanOptionsPath().c_str());
     if (!file) {
         return FileOutcome::kNotOpened;
     }

@@ -2,20 +2,20 @@
 
 #include <string>
 
-#include "app/shared_file.h"
+#include "app/option_file.h"
 #include "common/io.h"
 #include "common/run_state.h"
 
 tagUpdtOpts LoadUpdateOptionsAtStart() {
     const std::string path = std::string(g_szAppPath) + "zqupdate.opt";
     tagUpdtOpts options{};
-    FileDescriptor file = OpenSharedFile(path.c_str());
+    FileDescriptor file = OpenOptionFile(path.c_str());
     if (file) {
         ReadFull(file.Get(), BytesOf(options));
     } else {
         options.flags = kUpdateAutomatically | kUpdateFromServer;
         options.reserved = 1;
-        file = CreateSharedFile(path.c_str());
+        file = CreateOptionFile(path.c_str());
         if (file) {
             WriteAll(file.Get(), BytesOf(options));
         }

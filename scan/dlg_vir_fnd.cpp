@@ -7,8 +7,8 @@
 #include "ui_dlg_vir_fnd.h"
 
 #include "common/text_field.h"
-#include "widgets/display_name.h"
 #include "scan/prompt_handshake.h"
+#include "widgets/display_name.h"
 
 std::int32_t g_scnActn = 1;
 const tagZQFILEINFO* g_zqFileInfo = nullptr;

@@ -16,6 +16,7 @@
 
 #include "widgets/display_name.h"
 #include "widgets/folder_item_delegate.h"
+#include "widgets/messages.h"
 #include "widgets/state_chk_lst_view.h"
 
 QIcon folderClosed;
@@ -275,7 +276,7 @@ void FolderPicker::OnFldScnClick() {
         TellWhatWasLeftOut();
     }
     if (!HasResult()) {
-        QMessageBox::information(this, tr("Corvane Scan"), tr("Please select directory to scan."));
+        ShowInformation(this, tr("Corvane Scan"), tr("Please select directory to scan."));
         return;
     }
     accept();

@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 
 #include "app/scan_options_file.h"
-#include "app/shared_file.h"
+#include "app/option_file.h"
 #include "app/start_up.h"
 #include "app/update_options.h"
 #include "common/run_state.h"
@@ -174,11 +174,11 @@ TEST_F(OptionFiles, ShortUpdateOptionsAreFilledWithZeros) {
 TEST_F(OptionFiles, SharedFileIsMadePrivate) {
     const std::string path = m_folder / "made";
     const mode_t before = umask(0);
-    const FileDescriptor file = CreateSharedFile(path.c_str());
+    const FileDescriptor file = CreateOptionFile(path.c_str());
     umask(before);
     EXPECT_TRUE(file.IsOpen());
     EXPECT_EQ(Mode("made"), 0600);
-    EXPECT_FALSE(CreateSharedFile(path.c_str()).IsOpen());
+    EXPECT_FALSE(CreateOptionFile(path.c_str()).IsOpen());
     EXPECT_NE(fcntl(file.Get(), F_GETFD) & FD_CLOEXEC, 0);
 }
 

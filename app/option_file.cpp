@@ -1,13 +1,13 @@
-#include "app/shared_file.h"
+#include "app/option_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
-FileDescriptor OpenSharedFile(const char* path) {
+FileDescriptor OpenOptionFile(const char* path) {
     return FileDescriptor(open(path, O_RDWR | O_CLOEXEC | O_NOFOLLOW));
 }
 
-FileDescriptor CreateSharedFile(const char* path) {
+FileDescriptor CreateOptionFile(const char* path) {
     return FileDescriptor(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
 }
 

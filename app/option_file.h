@@ -6,10 +6,10 @@
 // the machine may change. They are made private and widened at once; links are never followed.
 
 /// Opens an existing file for reading and writing.
-FileDescriptor OpenSharedFile(const char* path);
+FileDescriptor OpenOptionFile(const char* path);
 
 /// Makes a file that is not there yet, with mode 0600, for reading and writing.
-FileDescriptor CreateSharedFile(const char* path);
+FileDescriptor CreateOptionFile(const char* path);
 
 /// Sets the mode of an open file to 0666. A file of another user keeps its mode.
 void ShareWithEveryone(const FileDescriptor& file);
