@@ -43,8 +43,8 @@ inline constexpr std::size_t kEngineVirusNameSize = 50;
 
 /// What the engine says about one file, 1,096 bytes.
 struct tagZQFILEINFO {
-    std::int16_t code;                     ///< EngineMessage
-    char fileName[kEngineFileNameSize];    ///< inside an archive: the member being scanned
+    std::int16_t code;                   ///< EngineMessage
+    char fileName[kEngineFileNameSize];  ///< inside an archive: the member being scanned
     char reserved1[6];
     char virusName[kEngineVirusNameSize];  ///< terminated, so at most 49 bytes of name
     std::uint16_t detectionClass;
@@ -63,16 +63,16 @@ static_assert(offsetof(tagZQFILEINFO, reserved2) == 1086);
 
 /// The engine's options, 546 bytes.
 struct tagSCANAPI_OPTIONS {
-    std::uint16_t size;           ///< 546
-    std::uint16_t fixed1;         ///< 1
-    std::uint16_t fixed2;         ///< 5
-    std::uint16_t scanArchives;   ///< 1 or 0
-    std::uint16_t scanPacked;     ///< 1 or 0
-    char engineDirectory[256];    ///< ends in "/"
+    std::uint16_t size;          ///< 546
+    std::uint16_t fixed1;        ///< 1
+    std::uint16_t fixed2;        ///< 5
+    std::uint16_t scanArchives;  ///< 1 or 0
+    std::uint16_t scanPacked;    ///< 1 or 0
+    char engineDirectory[256];   ///< ends in "/"
     char temporaryDirectory[256];
-    std::uint16_t dumbScan;       ///< 1: read files of unknown type too
-    std::uint16_t adwareLevel;    ///< 7, 3 or 0
-    std::uint16_t extraFlags;     ///< kLabScanFlag
+    std::uint16_t dumbScan;     ///< 1: read files of unknown type too
+    std::uint16_t adwareLevel;  ///< 7, 3 or 0
+    std::uint16_t extraFlags;   ///< kLabScanFlag
     std::uint16_t reserved1[8];
     std::uint16_t reserved2;
 };
@@ -94,17 +94,18 @@ static_assert(offsetof(tagSCANAPI_OPTIONS, extraFlags) == 526);
 static_assert(offsetof(tagSCANAPI_OPTIONS, reserved1) == 528);
 static_assert(offsetof(tagSCANAPI_OPTIONS, reserved2) == 544);
 
-/// Called by the engine on the thread that called ZqScanFileEx; `context` is the pointer given there.
+/// Called by the engine on the thread that called ZqScanFileEx; `context` is the pointer given
+/// there.
 using PFNZQCALLBACK = int (*)(const tagZQFILEINFO* info, void* context);
 
-using PFNINITSCAN = int (*)(tagSCANAPI_OPTIONS* options);           ///< nonzero on success
+using PFNINITSCAN = int (*)(tagSCANAPI_OPTIONS* options);  ///< nonzero on success
 using PFNDEINITSCAN = void (*)();
 using PFNGETVER = void (*)(tagZQVERINFO* version);
-using PFNSETCALLBACK = int (*)(PFNZQCALLBACK callback);             ///< nonzero on success
+using PFNSETCALLBACK = int (*)(PFNZQCALLBACK callback);  ///< nonzero on success
 using PFNSETOPTIONS = void (*)(tagSCANAPI_OPTIONS* options);
 using PFNOPENFILE = int (*)(const char* name, std::uint64_t* handle);  ///< EngineOpenStatus
-using PFNCLOSEFILE = int (*)(std::uint64_t* handle);                ///< nonzero on success
-using PFNSCANFILEEX = int (*)(std::uint64_t handle, void* context);  ///< 1 on success
+using PFNCLOSEFILE = int (*)(std::uint64_t* handle);                   ///< nonzero on success
+using PFNSCANFILEEX = int (*)(std::uint64_t handle, void* context);    ///< 1 on success
 using PFNRESETFPTFLAGS = void (*)();
 
 inline constexpr char kScanApiLibrary[] = "scanapi.so";

@@ -9,8 +9,8 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "app/scan_options_file.h"
 #include "app/option_file.h"
+#include "app/scan_options_file.h"
 #include "app/start_up.h"
 #include "app/update_options.h"
 #include "common/run_state.h"
