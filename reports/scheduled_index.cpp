@@ -106,15 +106,16 @@ bool ReadIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& out, unsig
     }
     // A torn last record is passed over: the next read finds the end.
     tagReportIndexEntry entry{};
-    while (true) {
+    for (std::size_t records = 0; records < kMaxScheduledRecords; ++records) {
         const std::ptrdiff_t got = ReadFull(index.Get(), BytesOf(entry));
         if (got <= 0) {
-            return true;
+            break;
         }
         if (got == static_cast<std::ptrdiff_t>(sizeof entry) && (uid == 0 || entry.userId == uid)) {
             out.push_back(entry);
         }
     }
+    return true;
 }
 
 bool WriteIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& entries, unsigned int* err) {

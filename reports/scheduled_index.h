@@ -43,6 +43,10 @@ public:
     bool MakeIndexEntry(tagReportIndexEntry* entry);
 };
 
+/// Records that are read at most. Reports of scheduled scans have 10,000 names, so an index with
+/// more than this was not made by us.
+inline constexpr std::size_t kMaxScheduledRecords = 100'000;
+
 /// Appends the index's records to `out` in file order: those of user `uid`, or all when `uid` is 0.
 /// The count in the header is not consulted. False with the reason in `*err`; a null `err` fails.
 bool ReadIndexEntry(short kind, std::vector<tagReportIndexEntry>& out, unsigned int uid,

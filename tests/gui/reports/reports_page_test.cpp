@@ -151,7 +151,7 @@ TEST_F(ReportsPageTest, EachKindSaysWhatIsEmpty) {
 
 TEST_F(ReportsPageTest, CutAnywhereItListsWhatIsReadable) {
     const std::string whole = Index({{"d1", "s1", "a.log"}, {"d2", "s2", "b.log"}});
-    for (std::size_t size = 0; size <= whole.size(); size += size < 14 ? 1 : 45) {
+    for (std::size_t size = 0; size <= whole.size(); ++size) {
         WriteFile(m_folder / "main.rpt", whole.substr(0, size));
         m_page.Fill();
         const std::size_t records = size < 12 ? 0 : (size - 12 + 541) / 542;

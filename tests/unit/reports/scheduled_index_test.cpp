@@ -200,6 +200,15 @@ TEST_F(ScheduledIndex, UnterminatedAndBinaryRecordsAreRead) {
     EXPECT_EQ(err, 1025U);
 }
 
+TEST_F(ScheduledIndex, AnEndlessIndexIsReadOnlySoFar) {
+    Append("a", 1);
+    fs::resize_file(kIndex, std::uintmax_t{kRecordSize} * 200'000);  // a hole, no room on the disk
+    std::vector<tagReportIndexEntry> entries;
+    unsigned int err = 0;
+    EXPECT_TRUE(ReadIndexEntry(1001, entries, 0, &err));
+    EXPECT_EQ(entries.size(), 100'000U);
+}
+
 TEST_F(ScheduledIndex, AUserSeesTheirOwnRecordsAndTheSuperuserAll) {
     Append("a", 500);
     Append("b", 501);
