@@ -22,6 +22,8 @@ namespace {
 class TestDriver : public QObject {
 public:
     TestDriver() {
+        // At once, not with the first look: the splash screen may be gone by then.
+        QCoreApplication::instance()->installEventFilter(this);
         m_timer.setInterval(10);
         connect(&m_timer, &QTimer::timeout, this, &TestDriver::Look);
         m_timer.start();
@@ -45,10 +47,6 @@ private:
     }
 
     void Look() {
-        if (!m_filtering) {
-            QApplication::instance()->installEventFilter(this);
-            m_filtering = true;
-        }
         if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
             Answer(*box);
             return;
@@ -107,7 +105,6 @@ private:
 
     QTimer m_timer;
     QString m_splash;
-    bool m_filtering = false;
     bool m_seen = false;
 };
 
