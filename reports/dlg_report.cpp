@@ -41,7 +41,7 @@ dlgReport::~dlgReport() {
 }
 
 void dlgReport::AddShortcuts() {
-    const auto add = [this](QKeySequence keys, void (FindBar::*act)()) {
+    const auto add = [this](const QKeySequence& keys, void (FindBar::*act)()) {
         connect(new QShortcut(keys, this), &QShortcut::activated, m_findBar, act);
     };
     add(QKeySequence(Qt::CTRL | Qt::Key_F), &FindBar::Open);
