@@ -1,8 +1,12 @@
 #include "common/byte_string.h"
 
+#include <clocale>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
+
+#include "tests/support/scratch.h"
 
 namespace {
 
@@ -37,6 +41,27 @@ TEST(ByteCase, CountedFormsStopAtTheCountOrTheEnd) {
     EXPECT_EQ(text, "ABCd");
     EXPECT_EQ(my_strlwr(nullptr, 2), nullptr);
     EXPECT_EQ(strUpr(nullptr, 2), nullptr);
+}
+
+// In a single-byte locale the C library also knows the case of other letters; only the counted
+// forms go by it.
+TEST(ByteCase, OnlyTheCountedFormsGoByTheLocale) {
+    const ScratchFolder locales;
+    const std::string compile =
+        "localedef -i en_US -f ISO-8859-1 '" + locales / "en_US.ISO-8859-1" + "' >/dev/null 2>&1";
+    ASSERT_EQ(std::system(compile.c_str()), 0) << "localedef with the locale sources is needed";
+    setenv("LOCPATH", locales.Path().c_str(), 1);
+    ASSERT_NE(std::setlocale(LC_CTYPE, "en_US.ISO-8859-1"), nullptr);
+    std::string text = "A\xC4";
+    EXPECT_STREQ(my_strlwr(text.data(), 2), "a\xE4");
+    EXPECT_STREQ(strUpr(text.data(), 2), "A\xC4");
+    EXPECT_STREQ(My_StrLwr(text.data()), "a\xC4");
+    EXPECT_STREQ(my_strlwrEx(text.data()), "a\xC4");
+    text = "a\xE4";
+    EXPECT_STREQ(My_StrUpr(text.data()), "A\xE4");
+    EXPECT_STREQ(my_strupr(text.data()), "A\xE4");
+    std::setlocale(LC_CTYPE, "C");
+    unsetenv("LOCPATH");
 }
 
 TEST(ByteComparison, FoldsTheValue0x20OfEveryByte) {
