@@ -126,6 +126,7 @@ TEST_F(Index, CountsEveryRecordOfConcurrentScans) {
     constexpr int kRecords = 60;
     ASSERT_TRUE(CreateReportIndex(m_path.c_str()));
     std::vector<pid_t> children;
+    children.reserve(kProcesses);
     for (int process = 0; process < kProcesses; ++process) {
         children.push_back(StartChild([this, process] {
             for (int record = 0; record < kRecords; ++record) {
@@ -174,6 +175,38 @@ TEST_F(Index, WithoutTheLockNobodyWaits) {
         InChild([this] { return Append("UP-TO-DATE", "updt0001.log", IndexLock::kNone) ? 0 : 1; }),
         0);
     EXPECT_EQ(ReadFile(m_path).size(), 12U + 542U);
+}
+
+TEST_F(Index, IsRewrittenWhole) {
+    WriteFile(m_path, "XXXXjunkjunk" + std::string(std::size_t{3} * 542, 'x'));
+    ASSERT_EQ(::chmod(m_path.c_str(), 0600), 0);
+    const std::vector<tagScanIndexEntry> kept{Entry("/home", "scn0001.log"),
+                                              Entry("/usr", "scn0002.log")};
+    EXPECT_TRUE(RewriteReportIndex(m_path.c_str(), kept));
+    EXPECT_EQ(ReadFile(m_path), std::string("ZQRF\0\0\0\0\x02\0\0\0", 12) +
+                                    EntryBytes("/home", "scn0001.log") +
+                                    EntryBytes("/usr", "scn0002.log"));
+    EXPECT_EQ(ModeOf(m_path), 0666U);
+    EXPECT_TRUE(RewriteReportIndex(m_path.c_str(), {}));
+    EXPECT_EQ(ReadFile(m_path), kEmptyIndex);
+}
+
+TEST_F(Index, IsNotCreatedByRewritingOrReading) {
+    EXPECT_FALSE(RewriteReportIndex(m_path.c_str(), {}));
+    EXPECT_FALSE(RewriteReportIndex(nullptr, {}));
+    std::vector<tagScanIndexEntry> entries{Entry("a", "b")};
+    EXPECT_FALSE(ReadReportIndex(m_path.c_str(), entries));
+    EXPECT_TRUE(entries.empty());
+    EXPECT_FALSE(ReadReportIndex(nullptr, entries));
+    EXPECT_FALSE(Exists(m_path));
+}
+
+TEST_F(Index, MadeEndlessIsReadOnlySoFar) {
+    WriteFile(m_path, std::string("ZQRF\0\0\0\0\x01\0\0\0", 12));
+    ASSERT_EQ(::truncate(m_path.c_str(), off_t{542} * 200'000), 0);  // a hole, no room on the disk
+    std::vector<tagScanIndexEntry> entries;
+    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), entries));
+    EXPECT_EQ(entries.size(), 100'000U);
 }
 
 TEST(IndexNames, OfTheTwoIndexes) {

@@ -1,9 +1,13 @@
 #include "reports/update_report.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <regex>
 #include <string>
 
+#include "common/file_descriptor.h"
+#include "common/locks.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "tests/support/scratch.h"
@@ -72,10 +76,27 @@ TEST_F(UpdateReport, IsListedWithItsStatusAndReadableByAll) {
     const std::string index = ReadFile(m_folder / "updt.rpt");
     ASSERT_EQ(index.size(), 12U + 542U);
     EXPECT_EQ(index.substr(0, 12), std::string("ZQRF\0\0\0\0\x01\0\0\0", 12));
+    const std::string finished = index.substr(12, 30);
+    EXPECT_TRUE(std::regex_match(
+        finished.c_str(),
+        std::regex("[0-3][0-9] [A-Z][a-z]{2}, [0-9]{4}, [01][0-9]:[0-5][0-9]:[0-6][0-9] [AP]M")))
+        << finished;
+    EXPECT_EQ(finished.substr(25), std::string(5, '\0'));
     EXPECT_EQ(index.substr(12 + 30, 256), "UPDATE ERROR" + std::string(244, '\0'));
     EXPECT_EQ(index.substr(12 + 286, 256),
               report.filename().string() + std::string(256 - 12, '\0'));
     EXPECT_EQ(fs::status(m_folder / "updt.rpt").permissions(), fs::perms(0666));
+}
+
+TEST_F(UpdateReport, WaitsForNobodysLock) {
+    const FileDescriptor index(open((m_folder / "updt.rpt").c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(LockFileHandle(index.Get()), 0);
+    EXPECT_EQ(InChild([] {
+                  alarm(10);
+                  return WriteUpdtFile("UP-TO-DATE") ? 0 : 1;
+              }),
+              0);
+    EXPECT_EQ(ReadFile(m_folder / "updt.rpt").size(), 12U + 542U);
 }
 
 TEST_F(UpdateReport, AMissingIndexLeavesTheReportUnlisted) {
