@@ -142,6 +142,7 @@ bool WriteIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& entries, 
     const bool written = WriteAll(index.Get(), image) &&
                          ftruncate(index.Get(), static_cast<off_t>(image.size())) == 0;
     UnlockFileHandle(index.Get());
+    fchmod(index.Get(), kIndexMode);
     return written;
 }
 

@@ -13,7 +13,10 @@
 #include <unistd.h>
 #include <vector>
 
+#include "common/file_descriptor.h"
+#include "common/locks.h"
 #include "common/text_field.h"
+#include "tests/support/scratch.h"
 
 namespace fs = std::filesystem;
 
@@ -251,6 +254,53 @@ TEST_F(ScheduledIndex, RewritingCreatesAMissingIndex) {
     EXPECT_TRUE(WriteIndexEntry(1001, entries, &err));
     EXPECT_EQ(Bytes(), std::string(kHeaderSize, '\0'));
     EXPECT_EQ(Mode(), 0644U);
+}
+
+TEST_F(ScheduledIndex, ItsModeIsKept) {
+    const mode_t before = umask(077);
+    Append("a", 1);
+    EXPECT_EQ(Mode(), 0644U);
+    chmod(kIndex, 0600);
+    Append("b", 1);
+    EXPECT_EQ(Mode(), 0644U);
+    fs::remove(kIndex);
+    std::vector<tagReportIndexEntry> entries;
+    unsigned int err = 77;
+    EXPECT_TRUE(WriteIndexEntry(1001, entries, &err));
+    EXPECT_EQ(Mode(), 0644U);
+    umask(before);
+}
+
+TEST_F(ScheduledIndex, RewritingWaitsForTheLock) {
+    Append("a", 1);
+    const FileDescriptor index(open(kIndex, O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(LockFileHandle(index.Get()), 0);
+    const pid_t other = StartChild([] {
+        std::vector<tagReportIndexEntry> none;
+        unsigned int reason = 77;
+        return WriteIndexEntry(1001, none, &reason) ? 0 : 1;
+    });
+    EXPECT_TRUE(WaitUntil([other] {
+        return ReadFile("/proc/locks")
+                   .find("-> POSIX  ADVISORY  WRITE " + std::to_string(other) + " ") !=
+               std::string::npos;
+    }));
+    // The file is not opened here: closing it would give up this process's lock.
+    EXPECT_EQ(fs::file_size(kIndex), kHeaderSize + kRecordSize) << "nothing is lost meanwhile";
+    // Neither reading nor appending waits.
+    EXPECT_EQ(InChild([] {
+                  tagReportIndexEntry entry = Entry("b", 1);
+                  std::vector<tagReportIndexEntry> entries;
+                  unsigned int reason = 77;
+                  return ScanReports().MakeIndexEntry(&entry) &&
+                                 ReadIndexEntry(1001, entries, 0, &reason) && entries.size() == 2
+                             ? 0
+                             : 1;
+              }),
+              0);
+    ASSERT_EQ(UnlockFileHandle(index.Get()), 0);
+    EXPECT_EQ(JoinChild(other), 0);
+    EXPECT_EQ(Bytes(), std::string(kHeaderSize, '\0'));
 }
 
 TEST_F(ScheduledIndex, TheSuperusersDeletionKeepsEveryOtherRecord) {
