@@ -13,6 +13,10 @@
 
 namespace {
 
+// Larger files are no reports of ours; a report of a million files is a tenth of it. Every user may
+// write to a report, and one made endless must not take the memory.
+constexpr std::size_t kMaxReportBytes = std::size_t{512} << 20U;
+
 std::string InProgramDirectory(std::string_view name) {
     return std::string(FieldText(g_szAppPath)).append(name);
 }
@@ -76,12 +80,16 @@ std::optional<std::string> ReadReportText(const std::string& path) {
     if (!file || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
     }
+    const auto size = static_cast<std::size_t>(status.st_size);
+    if (size > kMaxReportBytes) {
+        return std::nullopt;
+    }
     std::string text;
-    text.reserve(static_cast<std::size_t>(status.st_size));
+    text.reserve(size);
     std::array<char, 65536> block;
     while (true) {
         const std::ptrdiff_t got = ReadFull(file.Get(), std::as_writable_bytes(std::span(block)));
-        if (got < 0) {
+        if (got < 0 || text.size() > kMaxReportBytes) {
             return std::nullopt;
         }
         if (got == 0) {

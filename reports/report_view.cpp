@@ -34,6 +34,9 @@ void ReportView::SetReport(std::string bytes) {
     m_fillTimer.stop();
     m_bytes = std::move(bytes);
     m_text = QString::fromUtf8(m_bytes.data(), static_cast<qsizetype>(m_bytes.size()));
+    // A carriage return of its own breaks the line too. The document takes one before a newline for
+    // nothing, and every match behind it would be looked for one place too far.
+    m_text.replace('\r', '\n');
     m_filled = 0;
     clear();
     FillUpTo(std::min(kPiece, m_text.size()));

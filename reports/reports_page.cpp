@@ -136,6 +136,9 @@ bool ReportsPage::DeleteScheduledReport(const QTreeWidgetItem* row) {
 }
 
 void ReportsPage::RewriteIndex() {
+    if (CurrentKind() == kScheduledReports) {
+        return;  // its records hold more than the rows show
+    }
     const QTreeWidget* list = m_ui->lstReports;
     std::vector<tagScanIndexEntry> entries(static_cast<std::size_t>(list->topLevelItemCount()));
     for (std::size_t i = 0; i < entries.size(); ++i) {

@@ -84,7 +84,7 @@ protected:
         edit->clear();
         QTest::keyClicks(edit, text);
         ASSERT_TRUE(
-            QTest::qWaitFor([&] { return Matches() != "counting" && Matches() != ""; }, kLimit));
+            QTest::qWaitFor([&] { return Matches() != "counting" && !Matches().empty(); }, kLimit));
     }
 
     std::unique_ptr<dlgReport> m_dialog;
@@ -163,6 +163,31 @@ TEST_F(DlgReportTest, AReportThatIsNotListedIsShownWithoutSteps) {
     m_dialog->OnNextClick();
     m_dialog->OnPrevClick();
     EXPECT_EQ(Shown(), "report b");
+}
+
+TEST_F(DlgReportTest, OfEqualNamesTheFirstInTheIndexIsTheCurrentOne) {
+    WriteIndex({{"d", "s", "a.log"}, {"d", "s", "b.log"}, {"d", "s", "a.log"}});
+    WriteReport("a.log", "report a");
+    Open("a.log");
+    EXPECT_EQ(Steps(), "N");
+}
+
+TEST_F(DlgReportTest, NamesAreComparedExactly) {
+    WriteIndex({{"d", "s", "A.log"}, {"d", "s", "a.log2"}, {"d", "s", "c.log"}});
+    WriteReport("a.log", "report a");
+    Open("a.log");
+    EXPECT_EQ(Shown(), "report a");
+    EXPECT_EQ(Steps(), "");
+}
+
+TEST_F(DlgReportTest, AReportMadeEndlessIsNotTakenIntoMemory) {
+    WriteIndex({{"d", "s", "a.log"}});
+    WriteReport("a.log", "report a");
+    fs::resize_file(m_folder / "reports/a.log", std::uintmax_t{1} << 40U);  // a hole
+    ModalDriver driver;
+    driver.ExpectMessage(QMessageBox::Critical, "Corvane Scan", "Unable to open report file");
+    Open("a.log");
+    EXPECT_EQ(Shown(), "");
 }
 
 TEST_F(DlgReportTest, AMissingIndexIsSaidAndTheReportShown) {
@@ -322,6 +347,12 @@ TEST_F(DlgReportTest, FindReachesWhatIsNotFilledInYet) {
     Press(Qt::Key_F3);
     EXPECT_EQ(View()->textCursor().selectedText(), "needle");
     EXPECT_EQ(Matches(), "1 of 1");
+}
+
+TEST_F(DlgReportTest, FindIsRightBehindCarriageReturns) {
+    OpenText("one\rtwo\r\r\nthree\r\nneedle");
+    Search("needle");
+    EXPECT_EQ(View()->textCursor().selectedText(), "needle");
 }
 
 TEST_F(DlgReportTest, SteppingCountsTheMatchesOfTheNewReport) {

@@ -1,6 +1,9 @@
 #include "reports/reports_page.h"
 
+#include <unistd.h>
+
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QHeaderView>
 #include <QLabel>
 #include <QPlainTextEdit>
@@ -19,6 +22,26 @@ namespace fs = std::filesystem;
 namespace {
 
 using Names = std::vector<std::string>;
+
+/// While it lives this process runs for a user other than the superuser, with the rights it had.
+class OrdinaryUser {
+public:
+    OrdinaryUser() : m_before(::getuid()) {
+        if (m_before == 0) {
+            EXPECT_EQ(::setresuid(500, 0, 0), 0);
+        }
+    }
+    ~OrdinaryUser() {
+        if (m_before == 0) {
+            EXPECT_EQ(::setresuid(0, 0, 0), 0);
+        }
+    }
+    OrdinaryUser(const OrdinaryUser&) = delete;
+    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+
+private:
+    uid_t m_before;
+};
 
 class ReportsPageTest : public ReportFixture {
 protected:
@@ -230,6 +253,32 @@ TEST_F(ReportsPageTest, BytesThatAreNoTextSurviveARewrite) {
     EXPECT_EQ(ReadFile(m_folder / "main.rpt"), Index({odd}));
 }
 
+TEST_F(ReportsPageTest, FieldsThatAreFullSurviveARewrite) {
+    const Listed full{std::string(30, 'd'), std::string(256, 's'), std::string(256, 'n')};
+    WriteIndex({{"d", "s", "a.log"}, full});
+    m_page.Fill();
+    EXPECT_EQ(Rows(0)[1], full.date);
+    EXPECT_EQ(Rows(1)[1], full.subject);
+    EXPECT_EQ(Rows(2)[1], full.name);
+    Select(0);
+    m_page.DeleteSelected();
+    EXPECT_EQ(ReadFile(m_folder / "main.rpt"), Index({full}));
+}
+
+TEST_F(ReportsPageTest, TenThousandReportsAreListedWithoutAPause) {
+    std::string bytes = Index({}).replace(8, 2, "\x10\x27");
+    for (int i = 0; i < 10'000; ++i) {
+        bytes += Record({"date", "/home", "scn" + std::to_string(i) + ".log"});
+    }
+    WriteFile(m_folder / "main.rpt", bytes);
+    QElapsedTimer timer;
+    timer.start();
+    m_page.Fill();
+    EXPECT_LT(timer.elapsed(), 1000);
+    ASSERT_EQ(Rows().size(), 10'000U);
+    EXPECT_EQ(Rows().back(), "scn9999.log");
+}
+
 TEST_F(ReportsPageTest, ANameThatLeadsElsewhereDeletesNothing) {
     WriteFile(m_folder / "victim", "precious");
     WriteIndex({{"d", "s", "../victim"}, {"d", "s", m_folder / "victim"}});
@@ -315,7 +364,7 @@ protected:
     }
 
     static std::string Add(const std::string& name, std::uint32_t uid) {
-        const std::string path = "/usr/lib/Corvane/Corvane/reports/" + name;
+        std::string path = "/usr/lib/Corvane/Corvane/reports/" + name;
         WriteFile(path, name);
         tagReportIndexEntry entry{};
         CopyToField(entry.dateTime, "date");
@@ -343,6 +392,43 @@ TEST_F(ScheduledReportsPage, ListsFullPathsAndDeletesThroughTheIndex) {
     m_page.DeleteSelected();
     EXPECT_EQ(Rows(), Names{});
     EXPECT_FALSE(ButtonsEnabled()) << "the only row is gone";
+}
+
+TEST_F(ScheduledReportsPage, AnOrdinaryUserSeesAndDeletesOnlyTheirOwn) {
+    const OrdinaryUser user;
+    const std::string others = Add("schd0001.rpt", getuid() + 1);
+    const std::string first = Add("schd0002.rpt", getuid());
+    const std::string second = Add("schd0003.rpt", getuid());
+    m_page.Fill();
+    EXPECT_EQ(Rows(), (Names{first, second}));
+    Select(1);
+    m_page.DeleteSelected();
+    EXPECT_EQ(Rows(), Names{first});
+    EXPECT_EQ(Selected(), first) << "the row above, as there is none below";
+    EXPECT_FALSE(fs::exists(second));
+    EXPECT_TRUE(fs::exists(others));
+    std::vector<tagReportIndexEntry> entries;
+    unsigned int err = 0;
+    ASSERT_TRUE(ReadIndexEntry(1001, entries, 0, &err));
+    EXPECT_EQ(entries.size(), 1U) << "the other user's record is lost";
+}
+
+TEST_F(ScheduledReportsPage, TheSuperuserSeesThemAll) {
+    if (getuid() != 0) {
+        GTEST_SKIP() << "only for the superuser";
+    }
+    const std::string first = Add("schd0001.rpt", 500);
+    const std::string second = Add("schd0002.rpt", 501);
+    m_page.Fill();
+    EXPECT_EQ(Rows(), (Names{first, second}));
+}
+
+TEST_F(ScheduledReportsPage, ItsRowsAreNeverWrittenIntoTheScansIndex) {
+    WriteIndex({{"d", "s", "a.log"}});
+    Add("schd0001.rpt", getuid());
+    m_page.Fill();
+    m_page.RewriteIndex();
+    EXPECT_EQ(ReadFile(m_folder / "main.rpt"), Index({{"d", "s", "a.log"}}));
 }
 
 TEST_F(ScheduledReportsPage, AReportThatIsNotInTheIndexIsSaidAndStays) {
