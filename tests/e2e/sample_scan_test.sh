@@ -21,6 +21,9 @@ Expect "the settings in the report" "On On On Off" \
 Expect "the action in the report" 1 "$(grep -c '^- Report only$' "$report")"
 Expect "nothing of the folder has changed" "" "$(diff -r "$tree" "$scratch/before")"
 Expect "the time of the scan" 16 "$(stat -c %s "$kProductDir/reports/CmplScn.dat")"
+Must "the report is shown" Press "Corvane Scanner" alt+r
+Must "the report is shown" Press "Corvane Scan Report" Escape
+Must "the report closes" WaitFor "$kWindowLimit" HasNoWindow "Corvane Scan Report"
 Must "the dialog closes" CloseScan
 
 # Without archives, by the settings page.
