@@ -47,7 +47,7 @@ protected:
     }
 
     static std::string Append(const std::string& name, std::uint32_t uid) {
-        const std::string path = std::string(kReports) + "/" + name;
+        std::string path = std::string(kReports) + "/" + name;
         std::ofstream(path) << "report";
         tagReportIndexEntry entry = Entry(path, uid);
         EXPECT_TRUE(ScanReports().MakeIndexEntry(&entry));
@@ -70,6 +70,7 @@ protected:
         EXPECT_TRUE(ReadIndexEntry(1001, entries, uid, &err));
         EXPECT_EQ(err, 0U);
         std::vector<std::string> names;
+        names.reserve(entries.size());
         for (const tagReportIndexEntry& entry : entries) {
             names.push_back(fs::path(std::string(FieldText(entry.reportPath))).filename());
         }
