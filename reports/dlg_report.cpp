@@ -27,6 +27,7 @@ dlgReport::dlgReport(QWidget* parent)
     m_ui->setupUi(this);
     m_findBar = new FindBar(m_ui->edtViewRpt, this);
     m_ui->layout->insertWidget(1, m_findBar);
+    m_findBar->TabBetween(m_ui->edtViewRpt, m_ui->btnPrev);
     connect(m_ui->btnPrev, &QPushButton::clicked, this, &dlgReport::OnPrevClick);
     connect(m_ui->btnNext, &QPushButton::clicked, this, &dlgReport::OnNextClick);
     connect(m_ui->btnPrint, &QPushButton::clicked, this, &dlgReport::OnPrint);

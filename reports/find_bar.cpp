@@ -33,6 +33,14 @@ FindBar::FindBar(ReportView* view, QWidget* parent)
 
 FindBar::~FindBar() = default;
 
+void FindBar::TabBetween(QWidget* before, QWidget* after) {
+    setTabOrder(before, m_ui->edtFind);
+    setTabOrder(m_ui->edtFind, m_ui->btnFindPrev);
+    setTabOrder(m_ui->btnFindPrev, m_ui->btnFindNext);
+    setTabOrder(m_ui->btnFindNext, m_ui->btnFindClose);
+    setTabOrder(m_ui->btnFindClose, after);
+}
+
 void FindBar::Open() {
     show();
     m_ui->edtFind->setFocus();

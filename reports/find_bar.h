@@ -22,6 +22,9 @@ public:
     explicit FindBar(ReportView* view, QWidget* parent = nullptr);
     ~FindBar() override;
 
+    /// Puts the bar's parts between two widgets of its window in the tab order.
+    void TabBetween(QWidget* before, QWidget* after);
+
     /// Shows the bar with the text selected, ready to type over.
     void Open();
 

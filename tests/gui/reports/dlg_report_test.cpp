@@ -340,6 +340,20 @@ TEST_F(DlgReportTest, F3OpensAnEmptyFindBarAndEscapeClosesItAlone) {
     EXPECT_TRUE(m_dialog->isVisible());
 }
 
+TEST_F(DlgReportTest, TabGoesFromTheReportThroughTheFindBarToTheButtons) {
+    OpenMiddle();
+    Search("report");
+    View()->setFocus();
+    std::vector<std::string> order;
+    for (int i = 0; i < 9; ++i) {
+        Press(Qt::Key_Tab);
+        order.push_back(m_dialog->focusWidget()->objectName().toStdString());
+    }
+    EXPECT_EQ(order, (std::vector<std::string>{"edtFind", "btnFindPrev", "btnFindNext",
+                                               "btnFindClose", "btnPrev", "btnNext", "btnPrint",
+                                               "btnRptSavAs", "btnRptClose"}));
+}
+
 TEST_F(DlgReportTest, FindReachesWhatIsNotFilledInYet) {
     OpenText(std::string(3'000'000, '\n') + "needle");
     Press(Qt::Key_F, Qt::ControlModifier);
