@@ -125,6 +125,7 @@ TEST_F(NamedLock, ReleaseDeletesTheFileAlsoWhenNoLockIsHeld) {
 TEST_F(NamedLock, TwoNeverHoldItAtOnceWhileItsFileComesAndGoes) {
     const std::string marker = m_scratch / "inside";
     std::vector<pid_t> children;
+    children.reserve(4);
     for (int process = 0; process < 4; ++process) {
         children.push_back(StartChild([&] {
             int rounds = 0;

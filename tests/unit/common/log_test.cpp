@@ -66,6 +66,7 @@ TEST_F(Log, KeepsTheLinesOfSeveralProcessesWhole) {
     constexpr int kProcesses = 4;
     constexpr int kLines = 200;
     std::vector<pid_t> children;
+    children.reserve(kProcesses);
     for (int process = 0; process < kProcesses; ++process) {
         children.push_back(StartChild([&] {
             const std::string line(100, static_cast<char>('a' + process));
