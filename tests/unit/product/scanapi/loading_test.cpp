@@ -135,8 +135,10 @@ TEST_F(LoadingTest, StartsAtOnceAndTheFirstFileWaits) {
     WriteMillionHashes();
     const auto before = Clock::now();
     StartWith(Options());
-    EXPECT_LT(Clock::now() - before, milliseconds(100));
+    const auto starting = Clock::now() - before;
     EXPECT_EQ(Scan(m_tree.Write("e.com", Eicar())), 1);
+    // Whatever the machine: the start is a small part of what the loading takes.
+    EXPECT_LT(starting * 4, Clock::now() - before);
     EXPECT_EQ(Codes(), (Numbers{1001, 3004}));
     const auto computed = ComputedMilliseconds();
     m_library.deinit();
