@@ -2,7 +2,7 @@
 
 #include "common/run_state.h"
 #include "common/text_field.h"
-#include "reports/virus_log.h"
+#include "reports/virus_log/virus_log.h"
 #include "scan/detection_filters.h"
 #include "scan/prompt_handshake.h"
 #include "scan/scan_dialog.h"

@@ -115,11 +115,35 @@ TEST_F(MadeUpTree, NothingInstalledUsesTestsOrBench) {
                             "the tests"));
 }
 
-TEST_F(MadeUpTree, CommonAndAbiUseNoQt) {
+TEST_F(MadeUpTree, CommonAbiAndTheVirusLogUseNoQt) {
     Write("common/c.cpp", "#include <QString>\n");
     Write("abi/a.h", "#include <QtGlobal>\n");
-    EXPECT_THAT(Broken(), ElementsAre("abi/a.h includes QtGlobal: common and abi use no Qt",
-                                      "common/c.cpp includes QString: common and abi use no Qt"));
+    Write("reports/r.cpp", "#include <QString>\n");
+    Write("reports/virus_log/v.cpp", "#include <QString>\n");
+    EXPECT_THAT(
+        Broken(),
+        ElementsAre("abi/a.h includes QtGlobal: what runs without a window uses no Qt",
+                    "common/c.cpp includes QString: what runs without a window uses no Qt",
+                    "reports/virus_log/v.cpp includes QString: what runs without a window uses "
+                    "no Qt"));
+}
+
+TEST_F(MadeUpTree, TheVirusLogIsARoomBelowReportsThatItsToolMayUse) {
+    Write("reports/r.h");
+    Write("reports/virus_log/v.h", "#include \"reports/r.h\"\n");
+    Write("reports/virus_log/w.h", "#include \"common/c.h\"\n");
+    Write("common/c.h");
+    Write("reports/r.cpp", "#include \"reports/virus_log/v.h\"\n");
+    Write("product/virlog/main.cpp",
+          "#include \"reports/virus_log/w.h\"\n#include \"reports/r.h\"\n");
+    Write("product/one/p.cpp", "#include \"reports/virus_log/w.h\"\n");
+    EXPECT_THAT(
+        Broken(),
+        ElementsAre("product/one/p.cpp includes reports/virus_log/w.h: a product library uses abi "
+                    "and common only",
+                    "product/virlog/main.cpp includes reports/r.h: a product library uses abi and "
+                    "common only",
+                    "reports/virus_log/v.h includes reports/r.h: the arrow points up"));
 }
 
 TEST_F(MadeUpTree, AHeaderIsNamedFromTheRootAndExists) {

@@ -1,0 +1,27 @@
+#pragma once
+
+// The virus log: what was done to which infected file, in binary files below "reports/" in the
+// program directory that all processes of the product share. Each function takes the named mutexes
+// "10022" (which file receives records) and "10011" (the record files), in this order, and waits
+// for them; a mutex that stays taken makes it fail. Any thread.
+
+/// The component code under which the scanner's window logs.
+inline constexpr unsigned int kScannerUiComponent = 8000;
+
+/// Longest path that ZQVRGetVirusReportFile returns, in units with the terminator.
+inline constexpr unsigned int kVirusReportPathSize = 288;
+
+/// Adds one record: `component` did `action` to `filePath` because of `virusName`. True when it was
+/// added whole; otherwise the log is as it was. Waits up to 5 seconds.
+bool ZQVRAddRecVirusReport(unsigned int component, const char* filePath, const char* virusName,
+                           const char* action);
+
+/// Removes the oldest `count` records; `*remaining` receives how many stay. False with an unchanged
+/// log when it holds fewer. Records that others add meanwhile go to a second file. Takes at least
+/// 10 seconds.
+bool ZQVRResetLog(unsigned int count, unsigned int* remaining);
+
+/// Makes a copy of the log that can be read without any lock (see log_reader.h) and stores its full
+/// path, terminated, in `path`, which has room for kVirusReportPathSize units. False when there is
+/// no log yet. Waits up to 20 seconds.
+bool ZQVRGetVirusReportFile(unsigned short* path);
