@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -18,6 +19,20 @@ int OpenRetrying(const char* path, int flags, mode_t mode) {
     return fd;
 }
 
+// The flags with which nothing is opened that was laid there, and nothing is waited for.
+constexpr int kCarefulFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+
+// Gives `file` back when it is a regular file of one name only.
+FileDescriptor Checked(FileDescriptor file) {
+    struct stat status {};
+    if (file &&
+        (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1)) {
+        file.Reset();
+        errno = EPERM;
+    }
+    return file;
+}
+
 }  // namespace
 
 FileDescriptor OpenSharedFile(const char* path, int flags, mode_t mode) {
@@ -25,7 +40,7 @@ FileDescriptor OpenSharedFile(const char* path, int flags, mode_t mode) {
         errno = EINVAL;
         return {};
     }
-    flags |= O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+    flags |= kCarefulFlags;
     FileDescriptor file;
     for (int attempt = 0; attempt < kMaxAttempts && !file; ++attempt) {
         file.Reset(OpenRetrying(path, flags, 0));
@@ -37,13 +52,13 @@ FileDescriptor OpenSharedFile(const char* path, int flags, mode_t mode) {
             break;
         }
     }
-    if (!file) {
+    return Checked(std::move(file));
+}
+
+FileDescriptor OpenExistingSharedFile(const char* path, int flags) {
+    if (path == nullptr) {
+        errno = EINVAL;
         return {};
     }
-    struct stat status {};
-    if (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1) {
-        errno = EPERM;
-        return {};
-    }
-    return file;
+    return Checked(FileDescriptor(OpenRetrying(path, flags | kCarefulFlags, 0)));
 }
