@@ -9,6 +9,7 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
 option(CORVANE_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
 option(CORVANE_COVERAGE "Measure line coverage" OFF)
+option(CORVANE_FUZZ "Build the fuzzing harnesses with libFuzzer; needs clang" OFF)
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
 
 # The directory that the program and its libraries are installed in and look for each other in.
@@ -31,6 +32,10 @@ endif()
 if(CORVANE_SANITIZE MATCHES "thread")
     add_library(corvane_tsan OBJECT "${CMAKE_CURRENT_LIST_DIR}/tsan_suppressions.cpp")
     link_libraries("$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:corvane_tsan>>")
+endif()
+if(CORVANE_FUZZ)
+    # What a sanitizer finds must end the run, or the fuzzer would go on past it.
+    add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-recover=all)
 endif()
 if(CORVANE_COVERAGE)
     add_compile_options(--coverage)
