@@ -24,24 +24,6 @@ namespace {
 constexpr std::size_t kStatusLineSize = 1024;
 constexpr std::size_t kMaxUserRecord = std::size_t{1} << 20;
 
-std::optional<std::string> UserName(uid_t uid) {
-    std::vector<char> strings(1024);
-    passwd record{};
-    passwd* found = nullptr;
-    int result = 0;
-    while ((result = ::getpwuid_r(uid, &record, strings.data(), strings.size(), &found)) != 0) {
-        if (result == ERANGE && strings.size() < kMaxUserRecord) {
-            strings.resize(strings.size() * 2);
-        } else if (result != EINTR) {
-            return std::nullopt;
-        }
-    }
-    if (found == nullptr) {
-        return std::nullopt;
-    }
-    return found->pw_name;
-}
-
 // The real user id in the "Uid:" line of a process's status, whose first number it is.
 std::optional<uid_t> RealUserOfProcess(int processId) {
     const std::string path = "/proc/" + std::to_string(processId) + "/status";
@@ -70,6 +52,24 @@ std::optional<uid_t> RealUserOfProcess(int processId) {
 }
 
 }  // namespace
+
+std::optional<std::string> UserName(uid_t uid) {
+    std::vector<char> strings(1024);
+    passwd record{};
+    passwd* found = nullptr;
+    int result = 0;
+    while ((result = ::getpwuid_r(uid, &record, strings.data(), strings.size(), &found)) != 0) {
+        if (result == ERANGE && strings.size() < kMaxUserRecord) {
+            strings.resize(strings.size() * 2);
+        } else if (result != EINTR) {
+            return std::nullopt;
+        }
+    }
+    if (found == nullptr) {
+        return std::nullopt;
+    }
+    return found->pw_name;
+}
 
 int IsRootPrivileges() {
     return UserName(::getuid()) == "root" ? 1 : 0;

@@ -1,8 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
+#include <string>
+#include <sys/types.h>
 
 // Any thread.
+
+/// The login name of a user; none when there is no such user.
+std::optional<std::string> UserName(uid_t uid);
 
 /// 1 when the name of the real user is "root", else 0.
 int IsRootPrivileges();
