@@ -9,6 +9,7 @@
 #include "app/start_up.h"
 #include "common/locks.h"
 #include "common/log.h"
+#include "common/named_mutex.h"
 #include "common/run_state.h"
 #include "scan/descriptor_limit.h"
 
@@ -57,6 +58,7 @@ int main(int argc, char** argv) {
                      &QApplication::quit);
     const int status = QApplication::exec();
 
+    EndMutexWaits();
     Release_Lock(kInstanceLock);
     Unregfromonlineprot(g_pCurrproc_pid);
     mainWindow.reset();
