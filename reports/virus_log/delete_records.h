@@ -1,0 +1,19 @@
+#pragma once
+
+inline constexpr char kKeptRecordFile[] = "tempdel.dat";
+
+/// Results of DeleteRecords; MergeFiles uses the second one too.
+enum DeleteResult : int {
+    kDeleteNotReplaced = 134,   ///< the old file could not be removed or the new one renamed
+    kDeleteIoFailed = 135,      ///< a read, write or seek failed
+    kDeleteCannotCreate = 136,  ///< the temporary file could not be created
+    kDeleteTooFew = 137,        ///< the file holds fewer records
+    kDeleteBadRecord = 138,     ///< a record's strings could not be read
+    kDeleteDone = 139,
+    kDeleteNotReadable = 141,  ///< the file could not be prepared for reading
+};
+
+/// Removes the first `count` records of the record file `fileName` in "reports/" and stores where
+/// the others lie in "RecOffset.dat". Nothing but the result 139 means that anything has changed,
+/// and no temporary file stays. The caller sees to it that nobody else writes the file.
+int DeleteRecords(const char* fileName, unsigned int count);

@@ -1,0 +1,170 @@
+#include "reports/virus_log/log_files.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <limits>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "common/io.h"
+#include "common/run_state.h"
+#include "common/shared_file.h"
+#include "common/text_field.h"
+#include "reports/virus_log/log_mutex.h"
+
+namespace {
+
+constexpr mode_t kLogFileMode = 0644;
+constexpr mode_t kFolderMode = 0777;
+constexpr mode_t kMadeFolderMode = 0666;
+constexpr std::size_t kCopyBlockSize = 65'536;
+
+bool WriteMain(int fd, std::uint32_t isResetting, const char* fileName) {
+    tagVIRMAIN main{};
+    main.isResetting = isResetting;
+    CopyToField(main.fileName, fileName);
+    return WriteAt(fd, 0, BytesOf(main));
+}
+
+bool ReadMain(tagVIRMAIN& main) {
+    const FileDescriptor file = OpenExistingLogFile(kMainFile, O_RDONLY);
+    return file && ReadAt(file.Get(), 0, BytesOf(main));
+}
+
+// Everybody may write the file, and what it names is opened for writing.
+bool IsNameInFolder(std::string_view name) {
+    return !name.empty() && name.find('/') == std::string_view::npos && name != "." && name != "..";
+}
+
+bool HandOut(const tagVIRMAIN& main, char* name) {
+    const std::string_view text = FieldText(main.fileName);
+    return IsNameInFolder(text) && CopyToField(std::span(name, kLogFileNameSize), text);
+}
+
+}  // namespace
+
+std::string VirusLogPath(std::string_view name) {
+    return std::string(g_szAppPath) + "reports/" + std::string(name);
+}
+
+void MakeVirusLogFolder() {
+    const std::string folder = VirusLogPath("");
+    if (::mkdir(folder.c_str(), kFolderMode) == 0) {
+        // Kept as it always was, although a folder that lacks the right to be searched serves root
+        // alone: the folder that installation makes is the one that users share.
+        (void)::chmod(folder.c_str(), kMadeFolderMode);
+    }
+}
+
+FileDescriptor OpenLogFile(std::string_view name) {
+    return OpenSharedFile(VirusLogPath(name).c_str(), O_RDWR, kLogFileMode);
+}
+
+FileDescriptor OpenExistingLogFile(std::string_view name, int flags) {
+    return OpenExistingSharedFile(VirusLogPath(name).c_str(), flags);
+}
+
+FileDescriptor OpenEmptyLogFile(std::string_view name) {
+    FileDescriptor file = OpenLogFile(name);
+    if (file && ::ftruncate(file.Get(), 0) != 0) {
+        file.Reset();
+    }
+    return file;
+}
+
+bool RemoveLogFile(std::string_view name) {
+    return ::unlink(VirusLogPath(name).c_str()) == 0 || errno == ENOENT;
+}
+
+bool ReadAt(int fd, off_t offset, std::span<std::byte> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t got = ::pread(fd, bytes.data(), bytes.size(), offset);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return false;
+        }
+        bytes = bytes.subspan(static_cast<std::size_t>(got));
+        offset += got;
+    }
+    return true;
+}
+
+bool WriteAt(int fd, off_t offset, std::span<const std::byte> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::pwrite(fd, bytes.data(), bytes.size(), offset);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return false;
+        }
+        bytes = bytes.subspan(static_cast<std::size_t>(written));
+        offset += written;
+    }
+    return true;
+}
+
+off_t SizeOf(int fd) {
+    struct stat status {};
+    return ::fstat(fd, &status) == 0 ? status.st_size : -1;
+}
+
+bool CopyBytes(int from, off_t fromOffset, int to, off_t toOffset, std::uint64_t length) {
+    std::array<std::byte, kCopyBlockSize> block{};
+    while (length > 0) {
+        const auto part = std::span(block).first(
+            static_cast<std::size_t>(std::min<std::uint64_t>(length, block.size())));
+        if (!ReadAt(from, fromOffset, part) || !WriteAt(to, toOffset, part)) {
+            return false;
+        }
+        fromOffset += static_cast<off_t>(part.size());
+        toOffset += static_cast<off_t>(part.size());
+        length -= part.size();
+    }
+    return true;
+}
+
+bool GetFileNameFromMainFile(char* name) {
+    if (name == nullptr) {
+        return false;
+    }
+    tagVIRMAIN main{};
+    if (ReadMain(main)) {
+        return HandOut(main, name);
+    }
+    const LogMutex mutex(kMainFileMutex, kMainFileWait);
+    if (!mutex.IsHeld()) {
+        return false;
+    }
+    if (ReadMain(main)) {
+        return HandOut(main, name);
+    }
+    const FileDescriptor file = OpenLogFile(kMainFile);
+    return file && RestoreMainFileHeader(file.Get()) &&
+           CopyToField(std::span(name, kLogFileNameSize), kRecordFile);
+}
+
+bool WriteResetMainFileHeader(int fd) {
+    return WriteMain(fd, 1, kSecondRecordFile);
+}
+
+bool RestoreMainFileHeader(int fd) {
+    return WriteMain(fd, 0, kRecordFile);
+}
+
+int OpenRecordOffsetDatabaseFile() {
+    return OpenLogFile(kOffsetFile).Release();
+}
+
+bool WriteRecordOffsetDatabaseFile(int fd, long offset, unsigned int index) {
+    if (offset < 0 || offset > static_cast<long>(std::numeric_limits<std::uint32_t>::max())) {
+        return false;
+    }
+    const auto entry = static_cast<std::uint32_t>(offset);
+    return WriteAt(fd, static_cast<off_t>(index) * static_cast<off_t>(sizeof entry),
+                   BytesOf(entry));
+}

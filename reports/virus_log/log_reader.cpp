@@ -1,0 +1,198 @@
+#include "reports/virus_log/log_reader.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <iterator>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <utility>
+
+#include "common/io.h"
+#include "common/shared_file.h"
+#include "common/text_field.h"
+#include "common/utf16.h"
+#include "reports/virus_log/log_files.h"
+#include "reports/virus_log/virus_record.h"
+
+namespace {
+
+using Offset = std::uint64_t;
+
+constexpr Offset kHeadSize = sizeof(tagVIRHEAD);
+constexpr Offset kFixedSize = sizeof(tagVIRRECORD);
+
+// Reads a file through a window, since records are small and stand one after the other.
+class WindowedFile {
+public:
+    WindowedFile(int fd, Offset end) : m_fd(fd), m_end(end) {}
+
+    // The bytes at `offset`, valid until the next call; empty when they are not all there.
+    std::span<const std::byte> At(Offset offset, Offset length) {
+        if (offset > m_end || length > m_end - offset) {
+            return {};
+        }
+        if (offset < m_start || offset + length > m_start + m_window.size()) {
+            m_start = offset;
+            m_window.resize(
+                static_cast<std::size_t>(std::min(std::max(length, kWindowSize), m_end - offset)));
+            if (!ReadAt(m_fd, static_cast<off_t>(offset), m_window)) {
+                m_window.clear();
+                return {};
+            }
+        }
+        return std::span<const std::byte>(m_window).subspan(
+            static_cast<std::size_t>(offset - m_start), static_cast<std::size_t>(length));
+    }
+
+    // The fixed part of a record that lies at `offset` as a whole.
+    std::optional<tagVIRRECORD> RecordAt(Offset offset) {
+        tagVIRRECORD record{};
+        const auto bytes = At(offset, kFixedSize);
+        if (bytes.empty()) {
+            return std::nullopt;
+        }
+        std::copy(bytes.begin(), bytes.end(), BytesOf(record).begin());
+        constexpr std::uint32_t kUnit = sizeof(char16_t);
+        const bool isWhole = record.pathLength % kUnit == 0 && record.domainLength % kUnit == 0 &&
+                             RecordSize(record) <= m_end - offset;
+        return isWhole ? std::optional(record) : std::nullopt;
+    }
+
+private:
+    static constexpr Offset kWindowSize = 1U << 20U;
+
+    int m_fd;
+    Offset m_end;
+    Offset m_start = 0;
+    std::vector<std::byte> m_window;
+};
+
+std::u16string Units(std::span<const std::byte> bytes) {
+    std::u16string units(bytes.size() / sizeof(char16_t), u'\0');
+    std::copy(bytes.begin(), bytes.end(), std::as_writable_bytes(std::span(units)).begin());
+    return units;
+}
+
+// The text in a zero-padded field of units.
+std::string FieldBytes(std::span<const std::byte> field) {
+    const std::u16string units = Units(field);
+    return BytesFromUtf16(std::u16string_view(units).substr(0, units.find(u'\0')));
+}
+
+VirusLogEntry Decode(const tagVIRRECORD& record, std::span<const std::byte> strings) {
+    const auto path = strings.first(record.pathLength);
+    const auto domain = strings.subspan(record.pathLength);
+    return {record.component,
+            std::string(FieldText(record.virusName)),
+            FieldBytes(std::as_bytes(std::span(record.action))),
+            record.time,
+            FieldBytes(std::as_bytes(std::span(record.userName))),
+            BytesFromUtf16(Units(path)),
+            BytesFromUtf16(Units(domain))};
+}
+
+// Where records lie, found without decoding them.
+struct Walk {
+    std::vector<Offset> records;
+    std::uint64_t damaged = 0;
+};
+
+// Record after record by their lengths alone; whether that ends where the records end.
+bool WalkByLengths(WindowedFile& file, Offset end, Walk& walk) {
+    Offset at = kHeadSize;
+    while (at < end) {
+        const auto record = file.RecordAt(at);
+        if (!record) {
+            return false;
+        }
+        walk.records.push_back(at);
+        at += RecordSize(*record);
+    }
+    return true;
+}
+
+// The same where a record is torn: the next offset in the table tells where to go on. A table that
+// is itself out of date is asked only now.
+Walk WalkByTable(WindowedFile& file, Offset end, const std::vector<Offset>& table) {
+    Walk walk;
+    Offset at = kHeadSize;
+    while (at < end) {
+        const auto next = std::upper_bound(table.begin(), table.end(), at);
+        const Offset limit = next == table.end() ? end : *next;
+        const auto record = file.RecordAt(at);
+        if (record && RecordSize(*record) <= limit - at) {
+            walk.records.push_back(at);
+            at += RecordSize(*record);
+        } else {
+            walk.damaged += limit - at;
+            at = limit;
+        }
+    }
+    return walk;
+}
+
+// The offsets in the table that lie between the head and `end`, in ascending order. The table has
+// no more entries than there is room for records.
+std::vector<Offset> ReadTable(int fd, Offset size, Offset end) {
+    const Offset count =
+        std::min((size - end) / sizeof(std::uint32_t), (end - kHeadSize) / kFixedSize);
+    std::vector<std::uint32_t> entries(static_cast<std::size_t>(count));
+    if (!ReadAt(fd, static_cast<off_t>(end), std::as_writable_bytes(std::span(entries)))) {
+        entries.clear();
+    }
+    std::vector<Offset> table;
+    std::copy_if(entries.begin(), entries.end(), std::back_inserter(table),
+                 [end](std::uint32_t offset) { return offset >= kHeadSize && offset < end; });
+    std::sort(table.begin(), table.end());
+    return table;
+}
+
+// All of `at`, decoded; nothing when the file cannot be read any more.
+std::optional<VirusLogEntry> ReadEntry(WindowedFile& file, Offset at) {
+    const auto record = file.RecordAt(at);
+    if (!record) {
+        return std::nullopt;
+    }
+    const Offset length = RecordSize(*record) - kFixedSize;
+    const auto strings = file.At(at + kFixedSize, length);
+    return strings.size() == length ? std::optional(Decode(*record, strings)) : std::nullopt;
+}
+
+}  // namespace
+
+ReadLogResult ReadVirusLogCopy(const char* path, VirusLogContents& out) {
+    out = {};
+    const FileDescriptor copy = OpenExistingSharedFile(path, O_RDONLY);
+    if (!copy) {
+        return ReadLogResult::kCannotOpen;
+    }
+    const auto size = static_cast<Offset>(std::max<off_t>(SizeOf(copy.Get()), 0));
+    tagVIRHEAD head{};
+    if (!ReadAt(copy.Get(), 0, BytesOf(head))) {
+        return ReadLogResult::kNotALog;
+    }
+    const Offset end = head.counter.tableOffset;
+    if (end < kHeadSize || end > size) {
+        return ReadLogResult::kNotALog;
+    }
+    out.majorVersion = head.identity.majorVersion;
+    out.minorVersion = head.identity.minorVersion;
+    out.computerName = FieldBytes(std::as_bytes(std::span(head.identity.computerName)));
+
+    WindowedFile file(copy.Get(), end);
+    Walk walk;
+    if (!WalkByLengths(file, end, walk)) {
+        walk = WalkByTable(file, end, ReadTable(copy.Get(), size, end));
+    }
+    out.entries.reserve(walk.records.size());
+    for (const Offset at : walk.records) {
+        if (auto entry = ReadEntry(file, at)) {
+            out.entries.push_back(std::move(*entry));
+        }
+    }
+    out.damagedBytes = walk.damaged;
+    const auto found = static_cast<std::uint32_t>(out.entries.size());
+    out.missing = head.counter.count > found ? head.counter.count - found : 0;
+    return ReadLogResult::kOk;
+}

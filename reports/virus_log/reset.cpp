@@ -1,0 +1,141 @@
+#include "reports/virus_log/reset.h"
+
+#include <cstdint>
+#include <fcntl.h>
+#include <optional>
+#include <unistd.h>
+
+#include "common/io.h"
+#include "reports/virus_log/delete_records.h"
+#include "reports/virus_log/log_files.h"
+#include "reports/virus_log/log_mutex.h"
+#include "reports/virus_log/virus_log.h"
+
+namespace {
+
+constexpr off_t kHeadSize = sizeof(tagVIRHEAD);
+
+// The two files of a merge.
+struct Merge {
+    FileDescriptor from;
+    FileDescriptor into;
+    off_t fromSize = 0;
+    off_t intoSize = 0;
+    tagVIRCOUNTER fromCounter{};
+    tagVIRCOUNTER intoCounter{};
+};
+
+std::optional<Merge> OpenBoth(const char* into, const char* from) {
+    Merge merge;
+    merge.from = OpenExistingLogFile(from, O_RDONLY);
+    merge.into = OpenExistingLogFile(into, O_RDWR);
+    if (!merge.from || !merge.into) {
+        return std::nullopt;
+    }
+    merge.fromSize = SizeOf(merge.from.Get());
+    merge.intoSize = SizeOf(merge.into.Get());
+    if (merge.fromSize < 0 || merge.intoSize < 0 ||
+        !ReadAt(merge.from.Get(), 0, BytesOf(merge.fromCounter)) ||
+        !ReadAt(merge.into.Get(), 0, BytesOf(merge.intoCounter))) {
+        return std::nullopt;
+    }
+    return merge;
+}
+
+bool AppendRecords(const Merge& merge, int table) {
+    off_t source = kHeadSize;
+    off_t target = merge.intoSize;
+    for (std::uint32_t i = 0; i < merge.fromCounter.count; ++i) {
+        tagVIRRECORD record{};
+        if (!ReadAt(merge.from.Get(), source, BytesOf(record)) ||
+            RecordSize(record) > static_cast<std::uint64_t>(merge.fromSize - source) ||
+            !WriteRecordOffsetDatabaseFile(table, target, merge.intoCounter.count + i) ||
+            !CopyBytes(merge.from.Get(), source, merge.into.Get(), target, RecordSize(record))) {
+            return false;
+        }
+        source += static_cast<off_t>(RecordSize(record));
+        target += static_cast<off_t>(RecordSize(record));
+    }
+    return true;
+}
+
+int AppendAndRemove(const Merge& merge, const char* from) {
+    if (merge.fromCounter.count == 0) {
+        return RemoveLogFile(from) ? 1 : 0;
+    }
+    const FileDescriptor table(OpenRecordOffsetDatabaseFile());
+    if (!table) {
+        return kDeleteIoFailed;
+    }
+    return AppendRecords(merge, table.Get()) && RemoveLogFile(from) ? 1 : 0;
+}
+
+}  // namespace
+
+int MergeFiles(const char* into, const char* from) {
+    if (into == nullptr || from == nullptr) {
+        return 0;
+    }
+    // A reset that calls this holds the mutex already, which makes this wait in vain: kept, because
+    // the mutex is not re-entrant and records in the second file are safe until the next merge.
+    const LogMutex mutex(kRecordMutex, kResetWait);
+    if (!mutex.IsHeld()) {
+        return 0;
+    }
+    const std::optional<Merge> merge = OpenBoth(into, from);
+    if (!merge) {
+        return 0;
+    }
+    tagVIRCOUNTER sum = merge->intoCounter;
+    sum.count += merge->fromCounter.count;
+    if (!WriteAt(merge->into.Get(), 0, BytesOf(sum))) {
+        return 0;
+    }
+    const int result = AppendAndRemove(*merge, from);
+    if (result != 1) {
+        // The records are in `from` still, so those already copied would be there twice.
+        (void)WriteAt(merge->into.Get(), 0, BytesOf(merge->intoCounter));
+        (void)::ftruncate(merge->into.Get(), merge->intoSize);
+    }
+    return result;
+}
+
+bool PerformResetLog(unsigned int count) {
+    const LogMutex mainMutex(kMainFileMutex, kMainFileWait);
+    if (!mainMutex.IsHeld()) {
+        return false;
+    }
+    const FileDescriptor main = OpenLogFile(kMainFile);
+    if (!main || !WriteResetMainFileHeader(main.Get())) {
+        return false;
+    }
+    // Waits until a record that is being added is in; the next one goes to the second file.
+    const bool isQuiet = LogMutex(kRecordMutex, kResetWait).IsHeld();
+    if (!isQuiet || DeleteRecords(kRecordFile, count) != kDeleteDone) {
+        (void)RestoreMainFileHeader(main.Get());
+        return false;
+    }
+    const LogMutex recordMutex(kRecordMutex, kResetWait);
+    // What could not be merged waits in the second file; that the oldest are gone stays true.
+    (void)MergeFiles(kRecordFile, kSecondRecordFile);
+    (void)RestoreMainFileHeader(main.Get());
+    return true;
+}
+
+bool ZQVRResetLog(unsigned int count, unsigned int* remaining) {
+    if (remaining == nullptr) {
+        return false;
+    }
+    tagVIRCOUNTER counter{};
+    {
+        const FileDescriptor records = OpenLogFile(kRecordFile);
+        if (!records || !ReadAt(records.Get(), 0, BytesOf(counter))) {
+            return false;
+        }
+    }
+    if (counter.count < count) {
+        return false;
+    }
+    *remaining = counter.count - count;
+    return PerformResetLog(count);
+}

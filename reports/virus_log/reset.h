@@ -1,0 +1,11 @@
+#pragma once
+
+/// Appends the records of `from` to those of `into`, stores where they lie in "RecOffset.dat" and
+/// removes `from`; both names are inside "reports/". 1 when done; 0 when mutex "10011" stays taken
+/// for 10 seconds and when a file cannot be read or written, with `into` as it was; 135 when
+/// "RecOffset.dat" cannot be opened.
+int MergeFiles(const char* into, const char* from);
+
+/// Removes the oldest `count` records under the mutexes, while others add theirs to the second
+/// file.
+bool PerformResetLog(unsigned int count);

@@ -1,0 +1,141 @@
+#include "reports/virus_log/size_limit.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <limits>
+#include <string>
+#include <sys/stat.h>
+
+#include "common/file_copy.h"
+#include "common/io.h"
+#include "common/profile.h"
+#include "common/run_state.h"
+#include "reports/virus_log/log_files.h"
+
+namespace {
+
+constexpr off_t kNarrowEntry = sizeof(std::uint32_t);
+constexpr off_t kHeadSize = sizeof(tagVIRHEAD);
+
+bool ReadLimit(const char* key, int* value) {
+    const std::string path = std::string(g_szAppPath) + "section.ini";
+    std::array<char, 32> text{};
+    if (GetPrivateProfileString("LOGLIMIT", key, "", text.data(), text.size(), path.c_str()) == 0) {
+        return false;
+    }
+    *value = static_cast<int>(std::clamp<long>(std::strtol(text.data(), nullptr, 10),
+                                               std::numeric_limits<int>::min(),
+                                               std::numeric_limits<int>::max()));
+    return true;
+}
+
+// The old files of a log, and from where on its records are kept.
+struct Cut {
+    FileDescriptor records;
+    FileDescriptor offsets;
+    tagVIRHEAD head{};
+    std::int64_t firstKept = 0;
+    off_t nextEntry = 0;  // in the table of offsets, after that of the first record kept
+};
+
+// The offset of the first record to keep. The table's entries are 4 bytes wide and are read 8 bytes
+// at a time: so programs of the product always read it, and a log that one of them may cut must not
+// be cut otherwise by another. It follows that a table of ordinary entries gives no usable offset.
+bool FindFirstKept(Cut& cut, int limit) {
+    const off_t size = SizeOf(cut.offsets.Get());
+    const off_t entry = size - off_t{limit} * kNarrowEntry;
+    if (size < 0 || entry < 0 || !ReadAt(cut.offsets.Get(), entry, BytesOf(cut.firstKept))) {
+        return false;
+    }
+    cut.nextEntry = entry + static_cast<off_t>(sizeof cut.firstKept);
+    return cut.firstKept > 0 && cut.firstKept < SizeOf(cut.records.Get());
+}
+
+bool WriteTrimmedRecords(const Cut& cut, int to, int limit) {
+    tagVIRHEAD head = cut.head;
+    head.counter.count = static_cast<std::uint32_t>(limit);
+    const auto length = static_cast<std::uint64_t>(SizeOf(cut.records.Get()) - cut.firstKept);
+    return WriteAt(to, 0, BytesOf(head)) &&
+           CopyBytes(cut.records.Get(), cut.firstKept, to, kHeadSize, length);
+}
+
+// Entries of the new table are 8 bytes wide, as the old ones were read. It ends early where the old
+// one does: 8 bytes at a time there are fewer entries in it than records counted.
+bool WriteTrimmedOffsets(const Cut& cut, int to, int limit) {
+    const std::int64_t shift = cut.firstKept - kHeadSize;
+    std::int64_t entry = kHeadSize;
+    off_t from = cut.nextEntry;
+    off_t at = 0;
+    for (int i = 0; i < limit; ++i) {
+        if (i > 0) {
+            if (!ReadAt(cut.offsets.Get(), from, BytesOf(entry))) {
+                break;
+            }
+            from += static_cast<off_t>(sizeof entry);
+            entry -= shift;
+        }
+        if (!WriteAt(to, at, BytesOf(entry))) {
+            return false;
+        }
+        at += static_cast<off_t>(sizeof entry);
+    }
+    return true;
+}
+
+// Copies the temporary file over the log's own and removes it.
+bool PutInPlace(const char* temporary, std::string_view file) {
+    const std::string from = VirusLogPath(temporary);
+    const std::string to = VirusLogPath(file);
+    const FileDescriptor target = OpenExistingLogFile(file, O_RDWR);
+    struct stat before {};
+    if (!target || ::fstat(target.Get(), &before) != 0 || CopyFile(from.c_str(), to.c_str()) == 0) {
+        // A copy that found no room has deleted its target, and all there is lies in the temporary.
+        return std::rename(from.c_str(), to.c_str()) == 0;
+    }
+    // What all users could write they still can, though a copy is its owner's alone.
+    constexpr mode_t kCopiedMode = 0755;
+    constexpr mode_t kSharedBits = 0066;
+    (void)::fchmod(target.Get(), kCopiedMode | (before.st_mode & kSharedBits));
+    return RemoveLogFile(temporary);
+}
+
+}  // namespace
+
+bool GetLogCount(int* maxLimit, int* limit) {
+    return maxLimit != nullptr && limit != nullptr && ReadLimit("MAXLIMIT", maxLimit) &&
+           ReadLimit("LIMIT", limit);
+}
+
+bool ResetVirusLog(char* fileName) {
+    if (fileName == nullptr) {
+        return false;
+    }
+    Cut cut;
+    cut.records = OpenExistingLogFile(fileName, O_RDONLY);
+    int maxLimit = 0;
+    int limit = 0;
+    if (!cut.records || !ReadAt(cut.records.Get(), 0, BytesOf(cut.head)) ||
+        !GetLogCount(&maxLimit, &limit)) {
+        return false;
+    }
+    if (std::int64_t{maxLimit} > cut.head.counter.count) {
+        return true;
+    }
+    const FileDescriptor records = OpenEmptyLogFile(kTrimmedRecordFile);
+    cut.offsets = OpenExistingLogFile(kOffsetFile, O_RDONLY);
+    if (!records || !cut.offsets || !FindFirstKept(cut, limit)) {
+        // The empty temporary stays behind: other programs of the product take it for granted.
+        return false;
+    }
+    const FileDescriptor offsets = OpenEmptyLogFile(kTrimmedOffsetFile);
+    if (!offsets || !WriteTrimmedRecords(cut, records.Get(), limit) ||
+        !WriteTrimmedOffsets(cut, offsets.Get(), limit)) {
+        (void)RemoveLogFile(kTrimmedRecordFile);
+        (void)RemoveLogFile(kTrimmedOffsetFile);
+        return false;
+    }
+    return PutInPlace(kTrimmedRecordFile, fileName) && PutInPlace(kTrimmedOffsetFile, kOffsetFile);
+}
