@@ -1,0 +1,93 @@
+#include "product/virlog/held_signals.h"
+
+#include <atomic>
+#include <cerrno>
+#include <ctime>
+#include <future>
+#include <pthread.h>
+
+namespace {
+
+constexpr int kEnding[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGUSR1};
+// SIGTTOU would stop a program in the background that says on the terminal that it waits.
+constexpr int kStopping[] = {SIGTSTP, SIGTTIN, SIGTTOU};
+
+// What the second thread wakes the first one with when it is done.
+constexpr int kDone = SIGUSR1;
+
+bool IsIgnored(int signal) {
+    struct sigaction action {};
+    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+// Tells, however `call` is left.
+class DoneNotice {
+public:
+    DoneNotice(std::atomic<bool>& isDone, pthread_t waiter) : m_isDone(isDone), m_waiter(waiter) {}
+    ~DoneNotice() {
+        m_isDone = true;
+        ::pthread_kill(m_waiter, kDone);
+    }
+    DoneNotice(const DoneNotice&) = delete;
+    DoneNotice& operator=(const DoneNotice&) = delete;
+
+private:
+    std::atomic<bool>& m_isDone;
+    pthread_t m_waiter;
+};
+
+}  // namespace
+
+HeldSignals::HeldSignals() {
+    sigset_t held;
+    sigemptyset(&held);
+    sigemptyset(&m_ending);
+    for (const int signal : kEnding) {
+        sigaddset(&held, signal);
+        if (signal == kDone || !IsIgnored(signal)) {
+            sigaddset(&m_ending, signal);
+        }
+    }
+    for (const int signal : kStopping) {
+        sigaddset(&held, signal);
+    }
+    ::pthread_sigmask(SIG_BLOCK, &held, &m_oldMask);
+}
+
+HeldSignals::~HeldSignals() {
+    ::pthread_sigmask(SIG_SETMASK, &m_oldMask, nullptr);
+}
+
+bool HeldSignals::Run(const std::function<bool()>& call, const std::function<void()>& onDelay,
+                      const std::function<void()>& onSignal) {
+    std::atomic<bool> isDone = false;
+    std::future<bool> result =
+        std::async(std::launch::async, [&call, &isDone, self = ::pthread_self()] {
+            const DoneNotice notice(isDone, self);
+            return call();
+        });
+    constexpr timespec kDelay{1, 0};
+    const timespec* limit = &kDelay;
+    int ending = 0;
+    while (!isDone) {
+        const int signal = ::sigtimedwait(&m_ending, nullptr, limit);
+        if (signal == -1 && errno == EAGAIN) {
+            limit = nullptr;
+            onDelay();
+        } else if (signal > 0 && !isDone) {
+            ending = signal;
+            onSignal();
+        }
+    }
+    const bool isGood = result.get();
+    // The notice is used up, whether it came before or after the last look.
+    constexpr timespec kNow{0, 0};
+    sigset_t done;
+    sigemptyset(&done);
+    sigaddset(&done, kDone);
+    ::sigtimedwait(&done, nullptr, &kNow);
+    if (ending != 0) {
+        ::raise(ending);  // Pending until the object goes.
+    }
+    return isGood;
+}

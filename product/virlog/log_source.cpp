@@ -1,0 +1,151 @@
+#include "product/virlog/log_source.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <optional>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+#include "common/file_descriptor.h"
+#include "common/named_mutex.h"
+#include "common/paths.h"
+#include "common/run_state.h"
+#include "common/wide_string.h"
+#include "product/virlog/failure_reason.h"
+#include "product/virlog/held_locks.h"
+#include "product/virlog/held_signals.h"
+#include "reports/virus_log/log_files.h"
+#include "reports/virus_log/virus_log.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+void Say(const std::string& line) {
+    std::fprintf(stderr, "corvane-virlog: %s\n", line.c_str());
+}
+
+// Two of us at once would write and remove the very same copy, so one waits for the other. The
+// folder itself is what is locked: nothing stays behind when we are killed.
+bool LockOutOtherReaders(int folder, std::string& problem) {
+    constexpr std::chrono::seconds kNotice{1};
+    constexpr std::chrono::seconds kLimit{30};
+    constexpr std::chrono::milliseconds kBetweenAttempts{20};
+    const Clock::time_point start = Clock::now();
+    bool hasSaid = false;
+    while (::flock(folder, LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK && errno != EINTR) {
+            problem = std::string("the reports cannot be locked: ") + std::strerror(errno);
+            return false;
+        }
+        const auto waited = Clock::now() - start;
+        if (waited > kLimit) {
+            problem = "another corvane-virlog has been reading for half a minute; try again";
+            return false;
+        }
+        if (!hasSaid && waited > kNotice) {
+            Say("waiting for another corvane-virlog");
+            hasSaid = true;
+        }
+        std::this_thread::sleep_for(kBetweenAttempts);
+    }
+    return true;
+}
+
+// Whether records may have been added: the file exists and is not empty, as it is after
+// installation.
+bool IsAnythingLogged() {
+    struct stat status {};
+    return ::lstat(VirusLogPath(kRecordFile).c_str(), &status) == 0 ? status.st_size > 0
+                                                                    : errno != ENOENT;
+}
+
+// The path of the copy; none when there could be none made.
+std::optional<std::string> MakeCopy(HeldSignals& signals) {
+    std::array<unsigned short, kVirusReportPathSize> units{};
+    // Only what was held already is waited for; what appears later may be in our own hands.
+    const std::vector<HeldLock> before = FindHeldLocks();
+    const auto tellOfWait = [&before] {
+        for (const HeldLock& lock : FindHeldLocks()) {
+            if (IsAmong(lock, before)) {
+                Say("waiting for " + Describe(lock, std::time(nullptr)));
+                break;
+            }
+        }
+    };
+    if (!signals.Run([&units] { return ZQVRGetVirusReportFile(units.data()); }, tellOfWait,
+                     EndMutexWaits)) {
+        return std::nullopt;
+    }
+    std::array<char, kVirusReportPathSize> path{};
+    CopyWSZToSZ(path.data(), units.data());
+    return path.data();
+}
+
+bool ReadCopy(const std::string& copy, VirusLogContents& contents, std::string& problem) {
+    const ReadLogResult result = ReadVirusLogCopy(copy.c_str(), contents);
+    const int error = errno;
+    // In everybody's folder the next user could not write over it.
+    if (::unlink(copy.c_str()) != 0 && errno != ENOENT) {
+        Say("the copy of the virus log could not be removed: " + copy + ": " +
+            std::strerror(errno));
+    }
+    switch (result) {
+        case ReadLogResult::kOk:
+            return true;
+        case ReadLogResult::kCannotOpen:
+            problem =
+                "the copy of the virus log cannot be read: " + copy + ": " + std::strerror(error);
+            return false;
+        case ReadLogResult::kNotALog:
+            break;
+    }
+    problem = "the virus log is damaged: the head of " + VirusLogPath(kRecordFile) +
+              " does not fit the file";
+    return false;
+}
+
+}  // namespace
+
+FetchResult FetchLog(VirusLogContents& contents, std::string& problem) {
+    contents = {};
+    // The log belongs to the product, wherever this program lies.
+    if (GetZqPath(g_szAppPath, sizeof g_szAppPath) == 0) {
+        problem = std::string("there is no product directory: ") + kProductDirectory;
+        return FetchResult::kFailed;
+    }
+    const std::string folderPath = VirusLogPath("");
+    const FileDescriptor folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) {
+        if (errno == ENOENT) {
+            return FetchResult::kNothingLogged;
+        }
+        problem = "the reports cannot be read: " + folderPath + ": " + std::strerror(errno);
+        return FetchResult::kFailed;
+    }
+    if (!IsAnythingLogged()) {
+        return FetchResult::kNothingLogged;
+    }
+    if (!LockOutOtherReaders(folder.Get(), problem)) {
+        return FetchResult::kFailed;
+    }
+    const Clock::time_point start = Clock::now();
+    std::optional<std::string> copy;
+    bool isRead = false;
+    {
+        HeldSignals signals;
+        copy = MakeCopy(signals);
+        isRead = copy && ReadCopy(*copy, contents, problem);
+    }
+    if (!copy) {
+        problem = ReasonOfFailure(Clock::now() - start);
+    }
+    return isRead ? FetchResult::kOk : FetchResult::kFailed;
+}

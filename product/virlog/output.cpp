@@ -1,0 +1,32 @@
+#include "product/virlog/output.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "common/io.h"
+
+namespace {
+
+constexpr std::size_t kPieceSize = 65536;
+
+}  // namespace
+
+bool Output::Pass() {
+    return m_buffer.size() < kPieceSize ? m_error == 0 : Finish();
+}
+
+bool Output::Finish() {
+    if (m_error == 0 && !WriteAll(m_fd, m_buffer)) {
+        m_error = errno;
+    }
+    m_buffer.clear();
+    return m_error == 0;
+}
+
+void ReportFailure(const Output& output) {
+    if (output.Error() != EPIPE) {
+        std::fprintf(stderr, "corvane-virlog: the output could not be written: %s\n",
+                     std::strerror(output.Error()));
+    }
+}
