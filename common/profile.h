@@ -28,10 +28,11 @@ enum ProfileError : std::uint32_t {
     PROFILE_ERR_EMPTY_VALUE = 206,    ///< the value argument is empty
 };
 
-/// Reads a value as text. 0 when found; else -1, and `destination` gets `defaultText`.
+/// Reads a value as text. 0 when found; else -1, and `destination` gets `defaultText`, but for an
+/// empty section or key argument, which leaves it alone.
 ///
 /// At most `size` - 1 bytes are copied and no terminator is added when the text fills them: hand in
-/// a zero-filled buffer of `size` bytes, at least 1.
+/// a zero-filled buffer of `size` bytes, at least 1. Its last byte is never touched.
 int GetPrivateProfileString(const char* section, const char* key, const char* defaultText,
                             char* destination, std::uint32_t size, const char* path,
                             std::uint32_t* error);
@@ -44,7 +45,9 @@ int GetPrivateProfileInt(const char* section, const char* key, int defaultValue,
 /// Writes section/key = value into the existing file at `path`. 0, or -1 with the file as it was.
 ///
 /// The file is rewritten through `path` + ".tmp" (at most 260 bytes long): lines up to the changed
-/// one are trimmed, what follows stays byte for byte. A missing section is appended.
+/// one are trimmed, what follows stays byte for byte. A missing section is appended. The new file
+/// has the permission bits of the old one and takes its place in one step; whether that step
+/// succeeded is not told.
 int WritePrivateProfileString(const char* section, const char* key, const char* value,
                               const char* path, std::uint32_t* error);
 
@@ -62,7 +65,8 @@ int GetPrivateProfileSection(const char* section, std::vector<std::string>* line
 /// none.
 ///
 /// `size` bytes of `destination`, at least 1, are zeroed before each line that is looked at, and
-/// then hold that line's third word, cut to leave room for a terminator; at the end of the file
-/// they hold `defaultText`. A section is found in any header that contains its name.
+/// then hold that line's third word; at the end of the file they hold `defaultText`. Both are cut
+/// to leave room for a terminator. A file that cannot be opened and a null pointer leave them
+/// alone. A section is found in any header that contains its name.
 std::uint32_t GetPrivateProfileString(const char* section, const char* key, const char* defaultText,
                                       char* destination, std::uint32_t size, const char* path);

@@ -1,0 +1,65 @@
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "common/profile.h"
+#include "common/profile_lines.h"
+#include "common/text_field.h"
+
+namespace {
+
+// Not the 1,023 of the other readers: this one's lines may be 1,024 bytes long.
+constexpr std::size_t kMaxLineLength = 1024;
+
+constexpr std::string_view kWhiteSpace = " \t\n\r\v\f";
+
+// Cuts the first word from `text`; empty when there is none.
+std::string_view TakeWord(std::string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
+    const std::string_view word = text.substr(0, text.find_first_of(kWhiteSpace));
+    text.remove_prefix(word.size());
+    return word;
+}
+
+}  // namespace
+
+std::uint32_t GetPrivateProfileString(const char* section, const char* key, const char* defaultText,
+                                      char* destination, std::uint32_t size, const char* path) {
+    if (section == nullptr || key == nullptr || defaultText == nullptr || destination == nullptr ||
+        path == nullptr) {
+        return 0;
+    }
+    const FileStream file = OpenProfile(path);
+    if (!file) {
+        return 0;
+    }
+    const std::span<char> field(destination, size);
+    bool isInSection = false;
+    std::array<char, kMaxLineLength + 1> line{};
+    while (std::fgets(line.data(), static_cast<int>(line.size()), file.get()) != nullptr) {
+        if (IsHeader(line.data())) {
+            // Found anywhere in the line: limits files in use have longer names in their headers.
+            const bool isMatching = std::strstr(line.data(), section) != nullptr;
+            if (isInSection && !isMatching) {
+                return 0;
+            }
+            isInSection = isMatching;
+        }
+        if (!isInSection) {
+            continue;
+        }
+        // The header is split like any other line: "[LOGLIMIT] = 5" is an entry too.
+        std::string_view rest = line.data();
+        const std::string_view word = TakeWord(rest);
+        TakeWord(rest);
+        // Kept whether the key matches or not; callers look at the result, not at the text.
+        CopyToField(field, TakeWord(rest));
+        if (!word.empty() && word == key) {
+            return static_cast<std::uint32_t>(FieldText(field).size());
+        }
+    }
+    CopyToField(field, defaultText);
+    return 0;
+}

@@ -1,0 +1,171 @@
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "common/file_descriptor.h"
+#include "common/profile.h"
+#include "common/profile_lines.h"
+
+namespace {
+
+constexpr std::size_t kMaxTemporaryNameLength = 260;
+constexpr mode_t kPermissionBits = 0777;
+
+// The new file while it is written; deleted unless it has been moved to its place.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(std::string name) : m_name(std::move(name)) {
+        // The name can be foreseen in a folder that others write to. What lies there, an old
+        // leftover or somebody's link, is removed and never written through.
+        (void)::unlink(m_name.c_str());
+        FileDescriptor file(::open(m_name.c_str(),
+                                   O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                   S_IRUSR | S_IWUSR));
+        if (!file) {
+            return;
+        }
+        m_isOurs = true;
+        m_file.reset(::fdopen(file.Get(), "w"));
+        if (m_file) {
+            (void)file.Release();
+        }
+    }
+    ~TemporaryFile() {
+        if (m_isOurs) {
+            (void)::unlink(m_name.c_str());
+        }
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    [[nodiscard]] bool IsOpen() const { return m_file != nullptr; }
+    [[nodiscard]] std::FILE* Stream() { return m_file.get(); }
+
+    /// Gives the file its mode and closes it. False when anything of it was not written.
+    bool Finish(mode_t mode) {
+        const bool isWhole = std::fflush(m_file.get()) == 0 && std::ferror(m_file.get()) == 0 &&
+                             ::fchmod(::fileno(m_file.get()), mode) == 0;
+        // Some file systems tell only now that the disk is full.
+        return std::fclose(m_file.release()) == 0 && isWhole;
+    }
+
+    void MoveTo(const char* path) {
+        // One rename instead of a deletion and a rename: the same outcome, and at no moment no
+        // file.
+        if (std::rename(m_name.c_str(), path) == 0) {
+            m_isOurs = false;
+        }
+    }
+
+private:
+    std::string m_name;
+    FileStream m_file;
+    bool m_isOurs = false;
+};
+
+void CopyRest(std::FILE* from, std::FILE* to) {
+    std::array<char, 4096> block;
+    std::size_t length = 0;
+    while ((length = std::fread(block.data(), 1, block.size(), from)) > 0) {
+        (void)std::fwrite(block.data(), 1, length, to);
+    }
+}
+
+// Copies up to and with the header of the section. False when the file ends before it.
+bool CopyToSection(ProfileReader& profile, std::FILE* to, const std::string& section) {
+    for (const char* line = profile.NextLine(); line != nullptr; line = profile.NextLine()) {
+        WriteToFile(to, line);
+        if (IsHeaderOf(line, section)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Copies the rest of the section's file, with `entry` in the place of the line that has its key, or
+// else at the end of the section.
+void CopyWithEntry(ProfileReader& profile, std::FILE* to, const std::string& key,
+                   const std::string& entry) {
+    for (const char* line = profile.NextLine(); line != nullptr; line = profile.NextLine()) {
+        if (IsHeader(line)) {
+            WriteToFile(to, entry);
+            WriteToFile(to, line);
+            CopyRest(profile.Rest(), to);
+            return;
+        }
+        std::string cut(line);
+        if (!IsIgnored(line) && CompareKey(cut.data(), key.c_str()) == 0) {
+            WriteToFile(to, entry);
+            CopyRest(profile.Rest(), to);
+            return;
+        }
+        WriteToFile(to, line);
+    }
+    WriteToFile(to, entry);
+}
+
+ProfileError Replace(const std::string& section, const std::string& key, const std::string& entry,
+                     const char* path) {
+    std::string temporaryName = std::string(path) + ".tmp";
+    if (temporaryName.size() > kMaxTemporaryNameLength) {
+        return PROFILE_ERR_OPEN;
+    }
+    ProfileReader profile(path);
+    struct stat status {};
+    if (!profile.IsOpen() || ::fstat(::fileno(profile.Rest()), &status) != 0) {
+        return PROFILE_ERR_OPEN;
+    }
+    TemporaryFile temporary(std::move(temporaryName));
+    if (!temporary.IsOpen()) {
+        return PROFILE_ERR_OPEN;
+    }
+    if (!CopyToSection(profile, temporary.Stream(), section)) {
+        WriteToFile(temporary.Stream(), "[" + section + "]");
+    }
+    CopyWithEntry(profile, temporary.Stream(), key, entry);
+    const bool isReadWhole = std::ferror(profile.Rest()) == 0;
+    if (!temporary.Finish(status.st_mode & kPermissionBits) || !isReadWhole) {
+        return PROFILE_ERR_OPEN;
+    }
+    temporary.MoveTo(path);
+    return PROFILE_OK;
+}
+
+enum class EmptyValue { kRefused, kAccepted };
+
+int Write(const char* sectionArgument, const char* keyArgument, const char* valueArgument,
+          const char* path, std::uint32_t* error, EmptyValue emptyValue) {
+    if (sectionArgument == nullptr || keyArgument == nullptr || valueArgument == nullptr ||
+        path == nullptr || error == nullptr) {
+        return -1;
+    }
+    const std::string section = ProfileArgument(sectionArgument);
+    const std::string key = ProfileArgument(keyArgument);
+    const std::string value = ProfileArgument(valueArgument);
+    if (section.empty()) {
+        *error = PROFILE_ERR_EMPTY_SECTION;
+    } else if (key.empty()) {
+        *error = PROFILE_ERR_EMPTY_KEY;
+    } else if (value.empty() && emptyValue == EmptyValue::kRefused) {
+        *error = PROFILE_ERR_EMPTY_VALUE;
+    } else {
+        *error = Replace(section, key, key + "=" + value, path);
+    }
+    return *error == PROFILE_OK ? 0 : -1;
+}
+
+}  // namespace
+
+int WritePrivateProfileString(const char* section, const char* key, const char* value,
+                              const char* path, std::uint32_t* error) {
+    return Write(section, key, value, path, error, EmptyValue::kRefused);
+}
+
+int WritePrivateProfileStringEx(const char* section, const char* key, const char* value,
+                                const char* path, std::uint32_t* error) {
+    return Write(section, key, value, path, error, EmptyValue::kAccepted);
+}
