@@ -79,7 +79,8 @@ int MakeKeptFile(Kept& kept, unsigned int count, int to) {
 int PutInPlace(const Kept& kept, const char* fileName, int to, int table) {
     struct stat before {};
     // Who could write the old file can write the new one.
-    if (::fstat(kept.from.Get(), &before) != 0 || ::fchmod(to, before.st_mode & 07777U) != 0 ||
+    if (::fstat(kept.from.Get(), &before) != 0 ||
+        !TakeRights(kept.from.Get(), to, before.st_mode & 07777U) ||
         std::rename(VirusLogPath(kKeptRecordFile).c_str(), VirusLogPath(fileName).c_str()) != 0) {
         return kDeleteNotReplaced;
     }

@@ -108,6 +108,14 @@ bool WriteAt(int fd, off_t offset, std::span<const std::byte> bytes) {
     return true;
 }
 
+bool TakeRights(int from, int to, mode_t mode) {
+    struct stat status {};
+    if (::fstat(from, &status) == 0) {
+        [[maybe_unused]] const int given = ::fchown(to, status.st_uid, status.st_gid);
+    }
+    return ::fchmod(to, mode) == 0;
+}
+
 off_t SizeOf(int fd) {
     struct stat status {};
     return ::fstat(fd, &status) == 0 ? status.st_size : -1;

@@ -43,6 +43,10 @@ bool RemoveLogFile(std::string_view name);
 bool ReadAt(int fd, off_t offset, std::span<std::byte> bytes);
 bool WriteAt(int fd, off_t offset, std::span<const std::byte> bytes);
 
+/// Gives the open file `to`, which is to take the place of `from`, its owner and the permission
+/// bits `mode`. Who may not give files away stays the owner. False when the bits cannot be set.
+bool TakeRights(int from, int to, mode_t mode);
+
 /// The size of an open file in bytes, -1 when it cannot be told.
 off_t SizeOf(int fd);
 

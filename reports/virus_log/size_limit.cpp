@@ -85,20 +85,27 @@ bool WriteTrimmedOffsets(const Cut& cut, int to, int limit) {
     return true;
 }
 
-// Copies the temporary file over the log's own and removes it.
-bool PutInPlace(const char* temporary, std::string_view file) {
+// Copies the temporary file over the log's own and removes it. Where this user may, one rename does
+// both, so that no moment is left at which the log is half there.
+bool PutInPlace(const char* temporary, std::string_view file, int to) {
     const std::string from = VirusLogPath(temporary);
-    const std::string to = VirusLogPath(file);
-    const FileDescriptor target = OpenExistingLogFile(file, O_RDWR);
+    const std::string target = VirusLogPath(file);
+    const FileDescriptor old = OpenExistingLogFile(file, O_RDWR);
     struct stat before {};
-    if (!target || ::fstat(target.Get(), &before) != 0 || CopyFile(from.c_str(), to.c_str()) == 0) {
-        // A copy that found no room has deleted its target, and all there is lies in the temporary.
-        return std::rename(from.c_str(), to.c_str()) == 0;
+    if (!old || ::fstat(old.Get(), &before) != 0) {
+        return false;
     }
-    // What all users could write they still can, though a copy is its owner's alone.
+    // A copy has mode 0755; what all users could write they still can.
     constexpr mode_t kCopiedMode = 0755;
     constexpr mode_t kSharedBits = 0066;
-    (void)::fchmod(target.Get(), kCopiedMode | (before.st_mode & kSharedBits));
+    const mode_t mode = kCopiedMode | (before.st_mode & kSharedBits);
+    if (TakeRights(old.Get(), to, mode) && std::rename(from.c_str(), target.c_str()) == 0) {
+        return true;
+    }
+    if (CopyFile(from.c_str(), target.c_str()) == 0) {
+        return false;
+    }
+    (void)::fchmod(old.Get(), mode);
     return RemoveLogFile(temporary);
 }
 
@@ -137,5 +144,6 @@ bool ResetVirusLog(char* fileName) {
         (void)RemoveLogFile(kTrimmedOffsetFile);
         return false;
     }
-    return PutInPlace(kTrimmedRecordFile, fileName) && PutInPlace(kTrimmedOffsetFile, kOffsetFile);
+    return PutInPlace(kTrimmedRecordFile, fileName, records.Get()) &&
+           PutInPlace(kTrimmedOffsetFile, kOffsetFile, offsets.Get());
 }
