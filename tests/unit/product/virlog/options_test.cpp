@@ -1,0 +1,126 @@
+#include "product/virlog/options.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "tests/support/scratch.h"
+
+namespace {
+
+struct Parsed {
+    bool isGood = false;
+    Options options;
+    std::string problem;
+};
+
+Parsed Parse(std::vector<std::string> arguments) {
+    std::vector<char*> pointers;
+    pointers.reserve(arguments.size());
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    Parsed parsed;
+    parsed.isGood = ParseOptions(pointers, parsed.options, parsed.problem);
+    return parsed;
+}
+
+TEST(Options, WithoutAnyTheWholeLogIsShownAsATable) {
+    const Parsed parsed = Parse({});
+    EXPECT_TRUE(parsed.isGood);
+    EXPECT_EQ(parsed.options.command, Command::kList);
+    EXPECT_EQ(parsed.options.format, Format::kTable);
+    EXPECT_FALSE(parsed.options.filter.since);
+    EXPECT_FALSE(parsed.options.filter.until);
+    EXPECT_TRUE(parsed.options.filter.texts.empty());
+}
+
+TEST(Options, ReadsTheFormat) {
+    EXPECT_EQ(Parse({"--format", "table"}).options.format, Format::kTable);
+    EXPECT_EQ(Parse({"--format", "csv"}).options.format, Format::kCsv);
+    EXPECT_EQ(Parse({"--format=json"}).options.format, Format::kJson);
+    EXPECT_EQ(Parse({"--format=csv", "--format=json"}).options.format, Format::kJson);
+}
+
+TEST(Options, ReadsDates) {
+    const Parsed parsed = Parse({"--since", "2026-03-05", "--until=2026-03-06 07:04"});
+    ASSERT_TRUE(parsed.isGood);
+    ASSERT_TRUE(parsed.options.filter.since);
+    ASSERT_TRUE(parsed.options.filter.until);
+    EXPECT_EQ(parsed.options.filter.since->fields[2], 5);
+    EXPECT_EQ(parsed.options.filter.since->count, 3U);
+    EXPECT_EQ(parsed.options.filter.until->fields[2], 6);
+    EXPECT_EQ(parsed.options.filter.until->count, 5U);
+    EXPECT_EQ(
+        Parse({"--since", "2026-03-05", "--since=2026-03-07"}).options.filter.since->fields[2], 7);
+}
+
+TEST(Options, GathersTexts) {
+    EXPECT_EQ(
+        Parse({"--text", "a", "--text=b=c", "--text", "--help", "--text="}).options.filter.texts,
+        (std::vector<std::string>{"a", "b=c", "--help", ""}));
+}
+
+TEST(Options, ReadsTheOtherCommands) {
+    EXPECT_EQ(Parse({"--unlock"}).options.command, Command::kUnlock);
+    EXPECT_EQ(Parse({"--help"}).options.command, Command::kHelp);
+    EXPECT_EQ(Parse({"--version"}).options.command, Command::kVersion);
+    EXPECT_EQ(Parse({"--format=csv", "--help", "nonsense"}).options.command, Command::kHelp);
+    EXPECT_EQ(Parse({"--unlock", "--version"}).options.command, Command::kVersion);
+    EXPECT_EQ(Parse({"--unlock", "--unlock"}).options.command, Command::kUnlock);
+}
+
+TEST(Options, SaysWhatIsWrong) {
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"--format"}, "--format needs a value"},
+        {{"--since"}, "--since needs a value"},
+        {{"--until"}, "--until needs a value"},
+        {{"--text"}, "--text needs a value"},
+        {{"--format", "xml"}, R"(no such format: "xml")"},
+        {{"--format="}, R"(no such format: "")"},
+        {{"--format", "CSV"}, R"(no such format: "CSV")"},
+        {{"--since", "2026-02-30"}, R"(no such date: "2026-02-30")"},
+        {{"--until", "tomorrow"}, R"(no such date: "tomorrow")"},
+        {{"--until="}, R"(no such date: "")"},
+        {{"--since", "2026-03-05", "--since", "x"}, R"(no such date: "x")"},
+        {{"--unlock=yes"}, "--unlock takes no value"},
+        {{"--help="}, "--help takes no value"},
+        {{"--version=1"}, "--version takes no value"},
+        {{"--wide"}, R"(unknown option: "--wide")"},
+        {{"--wide=1"}, R"(unknown option: "--wide")"},
+        {{"--form", "csv"}, R"(unknown option: "--form")"},
+        {{"-f"}, R"(unknown option: "-f")"},
+        {{"-"}, R"(unknown option: "-")"},
+        {{"--"}, R"(unknown option: "--")"},
+        {{"log"}, R"(unexpected argument: "log")"},
+        {{"a=b"}, R"(unexpected argument: "a=b")"},
+        {{""}, R"(unexpected argument: "")"},
+        {{"--format", "csv", "json"}, R"(unexpected argument: "json")"},
+        {{"--unlock", "--format", "csv"}, "--unlock stands alone"},
+        {{"--text=a", "--unlock"}, "--unlock stands alone"},
+        // What is shown again must not command the terminal.
+        {{"\x1B[2J"}, R"(unexpected argument: "\u{001b}[2J")"},
+        {{"--since", "\xFF"}, R"(no such date: "\xff")"},
+    };
+    for (const auto& [arguments, problem] : cases) {
+        const Parsed parsed = Parse(arguments);
+        EXPECT_FALSE(parsed.isGood) << problem;
+        EXPECT_EQ(parsed.problem, problem);
+    }
+}
+
+TEST(Options, UsageAndManualNameEveryOption) {
+    const std::string manual = ReadFile(VIRLOG_MANUAL);
+    const std::string usage = kUsage;
+    for (const std::string option :
+         {"format", "since", "until", "text", "unlock", "help", "version"}) {
+        EXPECT_NE(usage.find("--" + option), std::string::npos) << option;
+        EXPECT_NE(manual.find("\\-\\-" + option), std::string::npos) << option;
+    }
+    for (const char* text : {"RFC 4180", "RFC 8259", "10011", "10022",
+                             "/usr/lib/Corvane/Corvane/reports/VirRcONE.dat", "EXIT STATUS"}) {
+        EXPECT_NE(manual.find(text), std::string::npos) << text;
+    }
+}
+
+}  // namespace
