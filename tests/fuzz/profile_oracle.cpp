@@ -1,0 +1,237 @@
+#include "tests/fuzz/profile_oracle.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace oracle {
+
+namespace {
+
+bool IsSpace(char byte) {
+    return byte == ' ' || (byte >= 9 && byte <= 13);
+}
+
+std::string Lower(std::string text) {
+    for (char& byte : text) {
+        if (byte >= 'A' && byte <= 'Z') {
+            byte = static_cast<char>(byte - 'A' + 'a');
+        }
+    }
+    return text;
+}
+
+bool Same(const std::string& first, const std::string& second) {
+    return Lower(first) == Lower(second);
+}
+
+std::vector<Piece> Lines(const std::string& content) {
+    auto lines = Pieces(content, 1023);
+    for (Piece& line : lines) {
+        line.text = Stripped(line.text);
+    }
+    return lines;
+}
+
+bool StartsSection(const std::string& line) {
+    return line.substr(0, 1) == "[";
+}
+
+bool IsNothing(const std::string& line) {
+    return line.empty() || line[0] == '#' || line[0] == ';';
+}
+
+bool IsSection(const std::string& line, const std::string& section) {
+    const std::size_t close = line.find(']');
+    return StartsSection(line) && close != std::string::npos &&
+           Same(Stripped(line.substr(1, close - 1)), section);
+}
+
+bool IsEntry(const std::string& line, const std::string& key) {
+    return !IsNothing(line) && !StartsSection(line) &&
+           Same(Stripped(line.substr(0, line.find('='))), key);
+}
+
+// The index of the first line behind the section's header, or the number of lines plus one.
+std::size_t Behind(const std::vector<Piece>& lines, const std::string& section) {
+    std::size_t i = 0;
+    while (i < lines.size() && !IsSection(lines[i].text, section)) {
+        ++i;
+    }
+    return i + 1;
+}
+
+}  // namespace
+
+std::vector<Piece> Pieces(const std::string& content, std::size_t longest) {
+    std::vector<Piece> pieces;
+    std::string bytes;
+    for (std::size_t i = 0; i < content.size(); ++i) {
+        bytes += content[i];
+        if (content[i] == '\n' || bytes.size() == longest || i + 1 == content.size()) {
+            pieces.push_back({bytes.substr(0, bytes.find('\0')), i + 1});
+            bytes.clear();
+        }
+    }
+    return pieces;
+}
+
+std::string Stripped(const std::string& text) {
+    std::string result = text;
+    while (!result.empty() && IsSpace(result.back())) {
+        result.pop_back();
+    }
+    while (!result.empty() && IsSpace(result.front())) {
+        result.erase(0, 1);
+    }
+    return result;
+}
+
+std::string Argument(const std::string& text) {
+    return Stripped(text.substr(0, text.find('\0')).substr(0, 256));
+}
+
+Lookup ReadText(const Content& content, const std::string& section, const std::string& key) {
+    if (Argument(section).empty()) {
+        return {205, {}};
+    }
+    if (Argument(key).empty()) {
+        return {203, {}};
+    }
+    if (!content) {
+        return {102, {}};
+    }
+    const auto lines = Lines(*content);
+    std::size_t i = Behind(lines, Argument(section));
+    if (i > lines.size()) {
+        return {204, {}};
+    }
+    for (; i < lines.size() && !StartsSection(lines[i].text); ++i) {
+        const std::string& line = lines[i].text;
+        if (IsEntry(line, Argument(key))) {
+            const std::size_t equals = line.find('=');
+            return equals == std::string::npos ? Lookup{201, {}}
+                                               : Lookup{0, Stripped(line.substr(equals + 1))};
+        }
+    }
+    return {202, {}};
+}
+
+Number ReadNumber(const Content& content, const std::string& section, const std::string& key,
+                  int defaultValue) {
+    const Lookup found = ReadText(content, section, key);
+    if (found.code != 0) {
+        return {found.code, defaultValue};
+    }
+    if (found.value.empty()) {
+        return {201, defaultValue};
+    }
+    const bool isNegative = found.value[0] == '-';
+    std::size_t i = isNegative || found.value[0] == '+' ? 1 : 0;
+    // Too big for 64 bits: the biggest that fits, or the smallest.
+    constexpr std::uint64_t kMost = std::numeric_limits<std::int64_t>::max();
+    const std::uint64_t limit = isNegative ? kMost + 1 : kMost;
+    std::uint64_t sum = 0;
+    for (; i < found.value.size() && found.value[i] >= '0' && found.value[i] <= '9'; ++i) {
+        const auto digit = static_cast<std::uint64_t>(found.value[i] - '0');
+        sum = sum > (limit - digit) / 10 ? limit : sum * 10 + digit;
+    }
+    const auto bits = static_cast<std::uint32_t>(sum);
+    return {0, static_cast<int>(isNegative ? 0U - bits : bits)};
+}
+
+std::optional<std::vector<std::string>> ReadSection(const Content& content,
+                                                    const std::string& section) {
+    if (!content || Argument(section).empty()) {
+        return std::nullopt;
+    }
+    std::vector<std::string> found;
+    const auto lines = Lines(*content);
+    for (std::size_t i = Behind(lines, Argument(section));
+         i < lines.size() && !StartsSection(lines[i].text); ++i) {
+        if (!IsNothing(lines[i].text)) {
+            found.push_back(lines[i].text);
+        }
+    }
+    return found;
+}
+
+Written Write(const Content& content, const std::string& section, const std::string& key,
+              const std::string& value, bool isEmptyAccepted) {
+    if (Argument(section).empty()) {
+        return {205, content};
+    }
+    if (Argument(key).empty()) {
+        return {203, content};
+    }
+    if (Argument(value).empty() && !isEmptyAccepted) {
+        return {206, content};
+    }
+    if (!content) {
+        return {102, content};
+    }
+    const std::string entry = Argument(key) + "=" + Argument(value) + "\n";
+    const auto lines = Lines(*content);
+    const std::size_t behind = Behind(lines, Argument(section));
+    std::string result;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const std::string& line = lines[i].text;
+        if (i >= behind && StartsSection(line)) {
+            return {0, result + entry + line + "\n" + content->substr(lines[i].end)};
+        }
+        if (i >= behind && IsEntry(line, Argument(key))) {
+            return {0, result + entry + content->substr(lines[i].end)};
+        }
+        result += line + "\n";
+    }
+    if (behind > lines.size()) {
+        result += "[" + Argument(section) + "]\n";
+    }
+    return {0, result + entry};
+}
+
+std::string Filled(std::string buffer, const std::string& text) {
+    for (std::size_t i = 0; i + 1 < buffer.size(); ++i) {
+        buffer[i] = i < text.size() ? text[i] : '\0';
+    }
+    return buffer;
+}
+
+Legacy ReadLegacy(const Content& content, const std::string& section, const std::string& key,
+                  const std::string& defaultText, const std::string& buffer) {
+    if (!content) {
+        return {0, buffer};
+    }
+    const std::string zeroes(buffer.size(), '\0');
+    Legacy result{0, buffer};
+    bool isInside = false;
+    for (const Piece& line : Pieces(*content, 1024)) {
+        if (StartsSection(line.text)) {
+            const bool isOurs = line.text.find(section) != std::string::npos;
+            if (isInside && !isOurs) {
+                return result;
+            }
+            isInside = isOurs;
+        }
+        if (!isInside) {
+            continue;
+        }
+        std::vector<std::string> words(1);
+        for (const char byte : line.text) {
+            if (!IsSpace(byte)) {
+                words.back() += byte;
+            } else if (!words.back().empty()) {
+                words.emplace_back();
+            }
+        }
+        words.resize(3);
+        result.buffer = Filled(zeroes, words[2]);
+        if (!words[0].empty() && words[0] == key) {
+            result.length =
+                static_cast<std::uint32_t>(std::min(words[2].size(), buffer.size() - 1));
+            return result;
+        }
+    }
+    return {0, Filled(zeroes, defaultText)};
+}
+
+}  // namespace oracle
