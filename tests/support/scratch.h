@@ -124,9 +124,10 @@ inline int InChild(const std::function<int()>& work) {
     return JoinChild(StartChild(work));
 }
 
-/// Waits until `condition` holds, at most ten seconds.
-inline bool WaitUntil(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+/// Waits until `condition` holds, at most `limit`.
+inline bool WaitUntil(const std::function<bool()>& condition,
+                      std::chrono::seconds limit = std::chrono::seconds(10)) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) {
             return false;

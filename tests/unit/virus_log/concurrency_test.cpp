@@ -1,6 +1,7 @@
 // Several processes at one log.
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <set>
@@ -17,6 +18,8 @@ constexpr int kWriters = 4;
 constexpr int kRecordsEach = 500;
 constexpr std::uint32_t kBefore = 20;
 constexpr std::uint32_t kRemoved = 15;
+// Who finds the mutex taken looks again a second later, which adds up on a busy machine.
+constexpr std::chrono::seconds kLimit(40);
 
 std::string Name(int writer, int record) {
     return "/" + std::to_string(writer) + "/" + std::to_string(record);
@@ -30,10 +33,17 @@ std::uint32_t U32At(const std::string& bytes, std::size_t at) {
 
 class ManyWriters : public VirusLogTest {
 protected:
-    // Adds the records of one writer; those that were refused are written down.
+    // Adds the records of one writer, half of them before the reset begins; those that were refused
+    // are written down.
     int Write(int writer) {
         std::ofstream refused(m_app / ("refused" + std::to_string(writer)));
         for (int record = 0; record < kRecordsEach; ++record) {
+            if (record == kRecordsEach / 2) {
+                WriteFile(m_app / ("half" + std::to_string(writer)), "");
+                if (!WaitUntil([this] { return Exists(m_app / "go"); }, kLimit)) {
+                    return 1;
+                }
+            }
             if (!ZQVRAddRecVirusReport(8000, Name(writer, record).c_str(), "Virus", "Action")) {
                 refused << Name(writer, record) << std::endl;
             }
@@ -97,10 +107,21 @@ TEST_F(ManyWriters, AndOneThatResetsLoseNoRecord) {
     for (int writer = 0; writer < kWriters; ++writer) {
         writers.push_back(StartChild([&] { return Write(writer); }));
     }
+    for (int writer = 0; writer < kWriters; ++writer) {
+        const std::string half = m_app / ("half" + std::to_string(writer));
+        ASSERT_TRUE(WaitUntil([&] { return Exists(half); }, kLimit));
+    }
+    // The reset waits for this mutex while it is held and finds it a second later at the earliest,
+    // so that records surely reach the second file.
+    HeldMutex held(10011);
+    ASSERT_TRUE(held.IsHeld());
     const pid_t resetter = StartChild([] {
         unsigned int remaining = 0;
         return ZQVRResetLog(kRemoved, &remaining) && remaining >= kBefore - kRemoved ? 0 : 1;
     });
+    ASSERT_TRUE(WaitUntil([this] { return Content("VirMain.dat").starts_with(U32(1)); }));
+    held.Release();
+    WriteFile(m_app / "go", "");
     for (const pid_t writer : writers) {
         EXPECT_EQ(JoinChild(writer), 0);
     }
@@ -109,9 +130,9 @@ TEST_F(ManyWriters, AndOneThatResetsLoseNoRecord) {
     // What was added while the reset ran is in the second file; merging brings it to the end.
     ExpectTableAgrees();
     EXPECT_EQ(Content("VirMain.dat"), MainBytes(0, "VirRcONE.dat"));
-    if (Exists(Log("VirRcTWO.dat"))) {
-        ASSERT_EQ(MergeFiles("VirRcONE.dat", "VirRcTWO.dat"), 1);
-    }
+    ASSERT_TRUE(Exists(Log("VirRcTWO.dat")));
+    EXPECT_GT(U32At(Content("VirRcTWO.dat"), 4), 0U);
+    ASSERT_EQ(MergeFiles("VirRcONE.dat", "VirRcTWO.dat"), 1);
     ExpectTableAgrees();
 
     const std::vector<std::string> refused = Refused();
