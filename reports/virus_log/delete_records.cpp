@@ -4,8 +4,10 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <limits>
+#include <span>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 #include "common/io.h"
@@ -74,14 +76,30 @@ int MakeKeptFile(Kept& kept, unsigned int count, int to) {
     return CopyRest(kept, offset, to);
 }
 
+// Gives the table room for the new offsets: once the records are replaced, storing them must not
+// fail for want of it.
+bool MakeRoom(int table, std::span<const std::uint32_t> offsets) {
+    return offsets.empty() ||
+           ::posix_fallocate(table, 0, static_cast<off_t>(offsets.size_bytes())) == 0;
+}
+
 // The offsets are stored only once the records lie there: a failure before leaves the table that
 // fits the old file.
 int PutInPlace(const Kept& kept, const char* fileName, int to, int table) {
     struct stat before {};
+    const off_t tableSize = SizeOf(table);
+    if (tableSize < 0) {
+        return kDeleteIoFailed;
+    }
+    if (!MakeRoom(table, kept.offsets)) {
+        (void)::ftruncate(table, tableSize);
+        return kDeleteIoFailed;
+    }
     // Who could write the old file can write the new one.
     if (::fstat(kept.from.Get(), &before) != 0 ||
         !TakeRights(kept.from.Get(), to, before.st_mode & 07777U) ||
         std::rename(VirusLogPath(kKeptRecordFile).c_str(), VirusLogPath(fileName).c_str()) != 0) {
+        (void)::ftruncate(table, tableSize);
         return kDeleteNotReplaced;
     }
     return WriteAt(table, 0, std::as_bytes(std::span(kept.offsets))) ? kDeleteDone

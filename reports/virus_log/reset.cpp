@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <fcntl.h>
+#include <limits>
 #include <optional>
 #include <unistd.h>
 
@@ -83,7 +84,8 @@ int MergeFiles(const char* into, const char* from) {
         return 0;
     }
     const std::optional<Merge> merge = OpenBoth(into, from);
-    if (!merge) {
+    constexpr std::uint32_t kMostRecords = std::numeric_limits<std::uint32_t>::max();
+    if (!merge || merge->fromCounter.count > kMostRecords - merge->intoCounter.count) {
         return 0;
     }
     tagVIRCOUNTER sum = merge->intoCounter;
