@@ -34,18 +34,6 @@ std::string FileReason(const char* name) {
     return {};
 }
 
-// A reader that was killed leaves its copy, and in everybody's folder nobody else can remove it.
-std::string OldCopyReason(const char* name) {
-    const std::string path = VirusLogPath(name);
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0 ||
-        (S_ISREG(status.st_mode) && ::access(path.c_str(), W_OK) == 0)) {
-        return {};
-    }
-    return "an earlier copy of the virus log is in the way: " + path + " belongs to " +
-           OwnerName(status.st_uid) + ", who can remove it, as root can";
-}
-
 std::string FolderReason() {
     const std::string folder = VirusLogPath("");
     if (::access(folder.c_str(), W_OK | X_OK) != 0) {
@@ -83,9 +71,8 @@ std::string HeadReason() {
 }  // namespace
 
 std::string ReasonOfFailure(std::chrono::nanoseconds waited) {
-    for (const std::string& reason :
-         {FileReason(kRecordFile), FileReason(kOffsetFile), OldCopyReason("cpyONE.dat"),
-          OldCopyReason("cpyOFFST.dat"), FolderReason(), LockReason(waited), HeadReason()}) {
+    for (const std::string& reason : {FileReason(kRecordFile), FileReason(kOffsetFile),
+                                      FolderReason(), LockReason(waited), HeadReason()}) {
         if (!reason.empty()) {
             return reason;
         }

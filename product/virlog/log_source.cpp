@@ -67,6 +67,25 @@ bool IsAnythingLogged() {
                                                                     : errno != ENOENT;
 }
 
+// Copies that a killed reader has left are written over, but not another user's: he could still
+// change it while we read it. Root removes it; in a sticky folder nobody else can.
+bool ClearOldCopies(std::string& problem) {
+    for (const char* name : {"cpyONE.dat", "cpyOFFST.dat"}) {
+        const std::string path = VirusLogPath(name);
+        struct stat status {};
+        if (::lstat(path.c_str(), &status) != 0 ||
+            (S_ISREG(status.st_mode) && status.st_uid == ::geteuid())) {
+            continue;
+        }
+        if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
+            problem = "an earlier copy of the virus log is in the way: " + path + " belongs to " +
+                      OwnerName(status.st_uid) + ", who can remove it, as root can";
+            return false;
+        }
+    }
+    return true;
+}
+
 // The path of the copy; none when there could be none made.
 std::optional<std::string> MakeCopy(HeldSignals& signals) {
     std::array<unsigned short, kVirusReportPathSize> units{};
@@ -133,7 +152,7 @@ FetchResult FetchLog(VirusLogContents& contents, std::string& problem) {
     if (!IsAnythingLogged()) {
         return FetchResult::kNothingLogged;
     }
-    if (!LockOutOtherReaders(folder.Get(), problem)) {
+    if (!LockOutOtherReaders(folder.Get(), problem) || !ClearOldCopies(problem)) {
         return FetchResult::kFailed;
     }
     const Clock::time_point start = Clock::now();

@@ -103,6 +103,14 @@ TEST_F(VirlogListingTest, LeavesNoCopyBehind) {
     EXPECT_EQ(names, (std::vector<std::string>{"RecOffset.dat", "VirRcONE.dat"}));
 }
 
+TEST_F(VirlogListingTest, WritesOverItsUsersOldCopy) {
+    WriteLog({Record(u"/tmp/a")});
+    WriteFile(kCopy, std::string(100'000, 'x'));
+    WriteFile(kReports + std::string("cpyOFFST.dat"), std::string(1000, 'x'));
+    EXPECT_EQ(Listed({"--format", "csv"}), kCsvHeading + CsvOf("/tmp/a"));
+    EXPECT_FALSE(Exists(kCopy));
+}
+
 TEST_F(VirlogListingTest, NothingLoggedIsAnEmptyList) {
     const auto expectNothing = [] {
         for (const auto& [format, output] :
@@ -330,6 +338,31 @@ TEST_F(VirlogOtherUserTest, SaysWhoseCopyIsInTheWay) {
                       " belongs to user 12345, who can remove it, as root can\n");
         fs::remove(copy);
     }
+}
+
+TEST_F(VirlogOtherUserTest, TrustsNoStrangersCopyAlthoughItCouldWriteIt) {
+    WriteLog({Record(u"/tmp/a")});
+    WriteFile(kCopy, "");
+    ASSERT_EQ(::chmod(kCopy, 0777), 0);
+    ASSERT_EQ(::chown(kCopy, 12345, 12345), 0);
+    VirlogRun run({}, {}, kNobody);
+    EXPECT_EQ(run.Status(), 1);
+    EXPECT_EQ(run.Output(), "");
+    EXPECT_NE(run.Errors().find("cpyONE.dat belongs to user 12345"), std::string::npos);
+}
+
+TEST_F(VirlogOtherUserTest, RootRemovesWhateverIsInTheWay) {
+    WriteLog({Record(u"/tmp/a")});
+    WriteFile(kReports + std::string("cpyOFFST.dat"), "old");
+    ASSERT_EQ(::lchown((kReports + std::string("cpyOFFST.dat")).c_str(), 12345, 12345), 0);
+    const ScratchFolder scratch;
+    WriteFile(scratch / "victim", "precious");
+    fs::create_symlink(scratch / "victim", kCopy);
+    ASSERT_EQ(::lchown(kCopy, 12345, 12345), 0);
+    EXPECT_EQ(Listed({"--format", "csv"}), kCsvHeading + CsvOf("/tmp/a"));
+    EXPECT_EQ(ReadFile(scratch / "victim"), "precious");
+    EXPECT_FALSE(Exists(kCopy));
+    EXPECT_FALSE(Exists(kReports + std::string("cpyOFFST.dat")));
 }
 
 TEST_F(VirlogOtherUserTest, SaysWhatItMayNotDo) {
