@@ -22,6 +22,20 @@ using Offset = std::uint64_t;
 constexpr Offset kHeadSize = sizeof(tagVIRHEAD);
 constexpr Offset kFixedSize = sizeof(tagVIRRECORD);
 
+// Far beyond any path, in bytes.
+constexpr std::uint32_t kLongestText = 1U << 20U;
+
+bool IsPlausibleLength(std::uint32_t length) {
+    return length % sizeof(char16_t) == 0 && length <= kLongestText;
+}
+
+// Holes in a file read as zeros, after a crash or because somebody made them to have us fill our
+// memory; a record has a month.
+bool IsPlausible(const tagVIRRECORD& record) {
+    return IsPlausibleLength(record.pathLength) && IsPlausibleLength(record.domainLength) &&
+           record.time.month != 0;
+}
+
 // Reads a file through a window, since records are small and stand one after the other.
 class WindowedFile {
 public:
@@ -53,9 +67,7 @@ public:
             return std::nullopt;
         }
         std::copy(bytes.begin(), bytes.end(), BytesOf(record).begin());
-        constexpr std::uint32_t kUnit = sizeof(char16_t);
-        const bool isWhole = record.pathLength % kUnit == 0 && record.domainLength % kUnit == 0 &&
-                             RecordSize(record) <= m_end - offset;
+        const bool isWhole = IsPlausible(record) && RecordSize(record) <= m_end - offset;
         return isWhole ? std::optional(record) : std::nullopt;
     }
 
@@ -132,18 +144,24 @@ Walk WalkByTable(WindowedFile& file, Offset end, const std::vector<Offset>& tabl
     return walk;
 }
 
-// The offsets in the table that lie between the head and `end`, in ascending order. The table has
-// no more entries than there is room for records.
+// The offsets in the table that lie between the head and `end`, in ascending order. There can be
+// more of them than whole records have room, because torn ones are short; yet each is another
+// byte's.
 std::vector<Offset> ReadTable(int fd, Offset size, Offset end) {
-    const Offset count =
-        std::min((size - end) / sizeof(std::uint32_t), (end - kHeadSize) / kFixedSize);
-    std::vector<std::uint32_t> entries(static_cast<std::size_t>(count));
-    if (!ReadAt(fd, static_cast<off_t>(end), std::as_writable_bytes(std::span(entries)))) {
-        entries.clear();
-    }
+    constexpr Offset kBlockSize = 65'536;
+    constexpr Offset kEntrySize = sizeof(std::uint32_t);
+    const Offset count = std::min((size - end) / kEntrySize, end - kHeadSize);
     std::vector<Offset> table;
-    std::copy_if(entries.begin(), entries.end(), std::back_inserter(table),
-                 [end](std::uint32_t offset) { return offset >= kHeadSize && offset < end; });
+    std::vector<std::uint32_t> block;
+    for (Offset done = 0; done < count; done += block.size()) {
+        block.resize(static_cast<std::size_t>(std::min(count - done, kBlockSize)));
+        if (!ReadAt(fd, static_cast<off_t>(end + done * kEntrySize),
+                    std::as_writable_bytes(std::span(block)))) {
+            break;
+        }
+        std::copy_if(block.begin(), block.end(), std::back_inserter(table),
+                     [end](std::uint32_t offset) { return offset >= kHeadSize && offset < end; });
+    }
     std::sort(table.begin(), table.end());
     return table;
 }
