@@ -1,12 +1,14 @@
 #include "product/scanapi/version_record.h"
 
 #include <algorithm>
+#include <ctime>
 #include <fcntl.h>
 #include <limits>
 
 #include "common/file_descriptor.h"
 #include "common/io.h"
 #include "common/times.h"
+#include "common/version_record.h"
 
 namespace scanapi {
 
@@ -20,6 +22,13 @@ bool ReadVersionFile(const std::string& path, tagZQVERINFO& version) {
            ReadFull(file.Get(), BytesOf(version)) == static_cast<std::ptrdiff_t>(sizeof(version));
 }
 
+// The date of a version file, which is local time.
+std::time_t InstantOf(const tagZQSYSTEMTIME& date) {
+    std::tm local{};
+    SystemTimeToTm(&date, &local);
+    return std::mktime(&local);
+}
+
 std::uint16_t Clamped(unsigned int number) {
     return static_cast<std::uint16_t>(
         std::min<unsigned int>(number, std::numeric_limits<std::uint16_t>::max()));
@@ -29,11 +38,6 @@ std::uint16_t Clamped(unsigned int number) {
 
 tagZQVERINFO ReadVersion(const std::string& engineDirectory,
                          const std::vector<Database>& databases) {
-    tagZQVERINFO version{};
-    if (ReadVersionFile(engineDirectory + "scanver.cnf", version)) {
-        return version;
-    }
-    version = {};
     // Any numbered database tells more than the newest loose file.
     const auto newest = std::max_element(
         databases.begin(), databases.end(), [](const Database& left, const Database& right) {
@@ -41,11 +45,18 @@ tagZQVERINFO ReadVersion(const std::string& engineDirectory,
             const bool rightNumbered = right.version != 0;
             return leftNumbered != rightNumbered ? rightNumbered : left.built < right.built;
         });
+    const bool isNumbered = newest != databases.end() && newest->version != 0;
+    tagZQVERINFO version{};
+    if (ReadVersionFile(engineDirectory + kVersionFileName, version) &&
+        !(isNumbered && newest->built > InstantOf(version.databaseDate))) {
+        return version;
+    }
+    version = {};
     if (newest == databases.end()) {
         return version;
     }
     GetLocalTimeFromTM(newest->built, &version.databaseDate);
-    if (newest->version != 0) {
+    if (isNumbered) {
         version.major = Clamped(newest->version / kMinorNumbers);
         version.minor = static_cast<std::uint16_t>(newest->version % kMinorNumbers);
     } else {

@@ -8,9 +8,12 @@
 
 namespace scanapi {
 
-/// The version of the virus database: from "scanver.cnf" in `engineDirectory`, else that of the
-/// newest of `databases` that carries one (its number as major * 100 + minor), else the date of the
+/// The version of the virus database: from "scanver.cnf" in `engineDirectory`, unless the newest of
+/// `databases` that carries a number is newer than the date in there. Then, and without that file,
+/// it is that database's number as major * 100 + minor; without such a database the date of the
 /// newest file (year and month as the number). All zero without any.
+///
+/// Files that carry no number never count against "scanver.cnf": their date is that of the copying.
 tagZQVERINFO ReadVersion(const std::string& engineDirectory,
                          const std::vector<Database>& databases);
 

@@ -215,6 +215,41 @@ TEST_F(LoadingTest, VersionComesFromTheVersionFile) {
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(&read), sizeof(read)), bytes);
 }
 
+// 2026-11-21 03:55:53 UTC against the version file's date to the second.
+TEST_F(LoadingTest, ANumberedDatabaseThatIsNewerThanTheVersionFileCounts) {
+    InstallSignatures();
+    WriteNumberedDatabase("daily.cud", 27512, 1795233353);
+    StartWith(Options());
+    EXPECT_EQ(Scan(m_tree.Write("a", "waits for the databases")), 1);
+    const auto versionWith = [this](const tagZQSYSTEMTIME& date) {
+        const tagZQVERINFO written{12, 7, date};
+        m_engine.Write("scanver.cnf", {reinterpret_cast<const char*>(&written), sizeof(written)});
+        tagZQVERINFO read{};
+        m_library.getVersion(&read);
+        return read;
+    };
+    const tagZQVERINFO older = versionWith({2026, 11, 6, 21, 3, 55, 52, 999});
+    EXPECT_EQ(older.major, 275);
+    EXPECT_EQ(older.minor, 12);
+    EXPECT_EQ(older.databaseDate.hour, 3);
+    EXPECT_EQ(older.databaseDate.second, 53);
+    const tagZQVERINFO same = versionWith({2026, 11, 6, 21, 3, 55, 53, 0});
+    EXPECT_EQ(same.major, 12);
+    EXPECT_EQ(same.minor, 7);
+    EXPECT_EQ(versionWith({2027, 1, 5, 1, 0, 0, 0, 0}).major, 12);
+    EXPECT_EQ(versionWith({}).major, 275);
+}
+
+TEST_F(LoadingTest, TheDateOfALooseFileCountsForNothingAgainstTheVersionFile) {
+    Start();
+    const tagZQVERINFO written{12, 7, {2001, 2, 6, 3, 0, 0, 0, 0}};
+    m_engine.Write("scanver.cnf", {reinterpret_cast<const char*>(&written), sizeof(written)});
+    tagZQVERINFO read{};
+    m_library.getVersion(&read);
+    EXPECT_EQ(read.major, 12);
+    EXPECT_EQ(read.databaseDate.year, 2001);
+}
+
 TEST_F(LoadingTest, WithoutAVersionFileItComesFromTheNewestDatabase) {
     InstallSignatures();
     StartWith(Options());
