@@ -1,0 +1,177 @@
+// The reader of the virus log's copies against what must come out, worked out byte by byte.
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "reports/virus_log/log_reader.h"
+#include "tests/fuzz/fuzz.h"
+#include "tests/support/scratch.h"
+
+namespace {
+
+constexpr std::size_t kHeadSize = 88;
+constexpr std::size_t kFixedSize = 210;
+constexpr std::size_t kLongestText = 1'048'576;
+
+struct Found {
+    std::size_t at;
+    std::size_t size;
+};
+
+struct Outcome {
+    std::vector<Found> records;
+    std::size_t damaged = 0;
+};
+
+std::size_t NumberAt(std::string_view bytes, std::size_t at, std::size_t size) {
+    std::size_t number = 0;
+    for (std::size_t i = size; i > 0; --i) {
+        number = number * 256 + static_cast<unsigned char>(bytes[at + i - 1]);
+    }
+    return number;
+}
+
+// The size of the record at `at`, 0 when there is none.
+std::size_t RecordSizeAt(std::string_view records, std::size_t at) {
+    if (records.size() - at < kFixedSize) {
+        return 0;
+    }
+    const std::size_t path = NumberAt(records, at, 4);
+    const std::size_t domain = NumberAt(records, at + 4, 4);
+    const std::size_t month = NumberAt(records, at + 164, 2);
+    const bool isRecord = path % 2 == 0 && domain % 2 == 0 && path <= kLongestText &&
+                          domain <= kLongestText && month != 0 &&
+                          path + domain <= records.size() - at - kFixedSize;
+    return isRecord ? kFixedSize + path + domain : 0;
+}
+
+// The smallest offset in the table behind `at`, else the end of the records.
+std::size_t NextKnown(std::string_view table, std::size_t at, std::size_t end) {
+    std::size_t next = end;
+    for (std::size_t i = 0; i + 4 <= table.size() && i / 4 < end - kHeadSize; i += 4) {
+        const std::size_t offset = NumberAt(table, i, 4);
+        if (offset >= kHeadSize && offset > at && offset < next) {
+            next = offset;
+        }
+    }
+    return next;
+}
+
+Outcome ByLengths(std::string_view records) {
+    Outcome outcome;
+    std::size_t at = kHeadSize;
+    while (at < records.size()) {
+        const std::size_t size = RecordSizeAt(records, at);
+        if (size == 0) {
+            outcome.damaged = records.size() - at;
+            break;
+        }
+        outcome.records.push_back({at, size});
+        at += size;
+    }
+    return outcome;
+}
+
+Outcome ByTable(std::string_view records, std::string_view table) {
+    Outcome outcome;
+    std::size_t at = kHeadSize;
+    while (at < records.size()) {
+        const std::size_t next = NextKnown(table, at, records.size());
+        const std::size_t size = RecordSizeAt(records, at);
+        if (size == 0 || size > next - at) {
+            outcome.damaged += next - at;
+            at = next;
+        } else {
+            outcome.records.push_back({at, size});
+            at += size;
+        }
+    }
+    return outcome;
+}
+
+std::string TextAt(std::string_view bytes, std::size_t at, std::size_t size) {
+    const std::string_view field = bytes.substr(at, size);
+    return std::string(field.substr(0, field.find('\0')));
+}
+
+// A text of plain letters must come back as these; others are the conversion's own concern.
+void RequirePlainText(std::string_view text, std::string_view units) {
+    std::string plain;
+    for (std::size_t i = 0; i < units.size(); i += 2) {
+        const std::size_t unit = NumberAt(units, i, 2);
+        if (unit >= 0x80) {
+            return;
+        }
+        plain += static_cast<char>(unit);
+    }
+    RequireSame(text, plain, "a text");
+}
+
+void RequireEntry(const VirusLogEntry& entry, std::string_view bytes, std::size_t at) {
+    Require(entry.component == NumberAt(bytes, at + 8, 4), "another component");
+    RequireSame(entry.virusName, TextAt(bytes, at + 12, 50), "the virus name");
+    Require(entry.time.year == NumberAt(bytes, at + 162, 2), "another year");
+    Require(entry.time.milliseconds == NumberAt(bytes, at + 176, 2), "another time");
+    const std::size_t path = NumberAt(bytes, at, 4);
+    RequirePlainText(entry.filePath, bytes.substr(at + kFixedSize, path));
+    RequirePlainText(entry.domainName,
+                     bytes.substr(at + kFixedSize + path, NumberAt(bytes, at + 4, 4)));
+}
+
+void RequireContents(const VirusLogContents& contents, std::string_view bytes, std::size_t end) {
+    const std::string_view records = bytes.substr(0, end);
+    Outcome expected = ByLengths(records);
+    if (expected.damaged != 0) {
+        expected = ByTable(records, bytes.substr(end));
+    }
+    const std::size_t count = contents.entries.size();
+    RequireSame(static_cast<long long>(count), static_cast<long long>(expected.records.size()),
+                "the number of records");
+    RequireSame(static_cast<long long>(contents.damagedBytes),
+                static_cast<long long>(expected.damaged), "the number of damaged bytes");
+    std::size_t accountedFor = contents.damagedBytes;
+    for (std::size_t i = 0; i < count; ++i) {
+        RequireEntry(contents.entries[i], bytes, expected.records[i].at);
+        accountedFor += expected.records[i].size;
+    }
+    Require(accountedFor == end - kHeadSize, "bytes that nobody tells of");
+    const std::size_t counted = NumberAt(bytes, 4, 4);
+    Require(contents.missing == (counted > count ? counted - count : 0), "another number missing");
+}
+
+void Check(const std::string& path, const std::string& bytes) {
+    WriteFile(path, bytes);
+    VirusLogContents contents;
+    const ReadLogResult result = ReadVirusLogCopy(path.c_str(), contents);
+    const std::size_t end = bytes.size() < kHeadSize ? 0 : NumberAt(bytes, 8, 4);
+    if (end < kHeadSize || end > bytes.size()) {
+        Require(result == ReadLogResult::kNotALog && contents.entries.empty(), "that is no log");
+        return;
+    }
+    Require(result == ReadLogResult::kOk, "that is a log");
+    RequireContents(contents, bytes, end);
+}
+
+// The same with a table that begins inside the file, which chance seldom brings about.
+std::string WithTableInside(std::string bytes) {
+    const std::size_t end = kHeadSize + NumberAt(bytes, 8, 4) % (bytes.size() - kHeadSize + 1);
+    for (std::size_t i = 0; i < 4; ++i) {
+        bytes[8 + i] = static_cast<char>(end >> (8 * i) & 0xFFU);
+    }
+    return bytes;
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const ScratchFolder folder;
+    const std::string path = folder / "copy";
+    const std::string bytes = FuzzInput(data, size).TakeRest();
+    Check(path, bytes);
+    if (bytes.size() >= kHeadSize) {
+        Check(path, WithTableInside(bytes));
+    }
+    return 0;
+}
