@@ -232,7 +232,12 @@ TEST_F(DeleteRecordsTest, AFileThatCannotBeReplacedIs134) {
     if (::mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) != 0) {
         GTEST_SKIP() << "no right to mount a file";
     }
-    EXPECT_EQ(DeleteRecords("VirRcONE.dat", 1), 134);
+    for (const std::string& table : {m_table, U32(88), std::string()}) {
+        m_table = table;
+        Put("RecOffset.dat", table);
+        EXPECT_EQ(DeleteRecords("VirRcONE.dat", 1), 134);
+        ExpectUnchanged();
+    }
     ASSERT_EQ(::umount2(path.c_str(), MNT_DETACH), 0);
     ExpectUnchanged();
 }

@@ -1,5 +1,6 @@
 #include "reports/virus_log/size_limit.h"
 
+#include <sys/mount.h>
 #include <sys/stat.h>
 
 #include "reports/virus_log/virus_log.h"
@@ -276,6 +277,50 @@ TEST_F(SizeLimit, TheOwnersStay) {
         ASSERT_EQ(::stat(Log(name).c_str(), &status), 0);
         EXPECT_EQ(status.st_uid, 12'345U) << name;
         EXPECT_EQ(status.st_gid, 54'321U) << name;
+    }
+}
+
+TEST_F(SizeLimit, FilesThatCannotBeReplacedAreCopiedOver) {
+    if (!HasPrivateRoot()) {
+        GTEST_SKIP() << "files are only mounted on in a private root";
+    }
+    PutLog(HeadBytes(4) + FourRecords(), U64(528));
+    SetLimits(4, 2);
+    // What something is mounted on cannot be renamed over.
+    for (const char* name : {"VirRcONE.dat", "RecOffset.dat"}) {
+        ASSERT_EQ(::chmod(Log(name).c_str(), 0666), 0);
+        if (::mount(Log(name).c_str(), Log(name).c_str(), nullptr, MS_BIND, nullptr) != 0) {
+            GTEST_SKIP() << "no right to mount a file";
+        }
+    }
+    EXPECT_TRUE(Trim());
+    for (const char* name : {"VirRcONE.dat", "RecOffset.dat"}) {
+        ASSERT_EQ(::umount2(Log(name).c_str(), MNT_DETACH), 0);
+        EXPECT_EQ(ModeOf(Log(name)), 0777U);
+    }
+    ExpectTrimmed(HeadBytes(2) + Record('c') + Record('d'), U64(88));
+}
+
+TEST_F(SizeLimit, AnotherUserCutsTheLogOrLeavesItWhole) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "no right to become another user";
+    }
+    PutLog(HeadBytes(4) + FourRecords(), U64(528));
+    SetLimits(4, 2);
+    ASSERT_EQ(::chmod(m_app.Path().c_str(), 0755), 0);
+    ASSERT_EQ(::chmod((m_app / "reports").c_str(), 01777), 0);
+    for (const char* name : {"VirRcONE.dat", "RecOffset.dat"}) {
+        ASSERT_EQ(::chmod(Log(name).c_str(), 0666), 0);
+    }
+    const int result = InChild([] { return ::setuid(12'345) != 0 ? 2 : static_cast<int>(Trim()); });
+    // The kernel may refuse to let users open each other's files in such a folder with O_CREAT.
+    if (ReadFile("/proc/sys/fs/protected_regular") == "0\n") {
+        EXPECT_EQ(result, 1);
+        ExpectTrimmed(HeadBytes(2) + Record('c') + Record('d'), U64(88));
+        EXPECT_EQ(ModeOf(Log("VirRcONE.dat")), 0666U);
+    } else {
+        EXPECT_EQ(result, 0);
+        ExpectUnchanged();
     }
 }
 
