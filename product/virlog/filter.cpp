@@ -80,10 +80,10 @@ std::optional<TimeBound> ParseTimeBound(std::string_view text) {
 }
 
 bool Matches(const RecordFilter& filter, const VirusLogEntry& entry) {
-    if (filter.since && Compare(entry.time, *filter.since) < 0) {
+    if (filter.since && std::is_lt(Compare(entry.time, *filter.since))) {
         return false;
     }
-    if (filter.until && Compare(entry.time, *filter.until) > 0) {
+    if (filter.until && std::is_gt(Compare(entry.time, *filter.until))) {
         return false;
     }
     return std::all_of(filter.texts.begin(), filter.texts.end(), [&](const std::string& text) {

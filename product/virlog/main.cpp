@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <exception>
-#include <fcntl.h>
 #include <span>
 #include <string>
 #include <unistd.h>
@@ -108,22 +107,9 @@ int Run(std::span<char* const> arguments) {
     return List(options);
 }
 
-/// A program started with a standard stream closed would get that stream's number for the next file
-/// it opens, and write its messages into it.
-void FillStandardStreams() {
-    int fd = -1;
-    do {
-        fd = ::open("/dev/null", O_RDONLY);
-    } while (fd >= 0 && fd <= STDERR_FILENO);
-    if (fd >= 0) {
-        ::close(fd);
-    }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    FillStandardStreams();
     // A closed pipe and a file-size limit are answered like any other failure to write.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);

@@ -280,7 +280,9 @@ TEST_F(VirlogListingTest, SeveralAtOnceAllSeeTheWholeLog) {
     WriteLog(std::vector<std::string>(500, Record(u"/tmp/a")));
     const std::string expected = Listed({"--format", "csv"});
     std::vector<std::unique_ptr<VirlogRun>> runs;
-    for (int i = 0; i < 8; ++i) {
+    constexpr std::size_t kCount = 8;
+    runs.reserve(kCount);
+    while (runs.size() < kCount) {
         runs.push_back(std::make_unique<VirlogRun>(std::vector<std::string>{"--format", "csv"}));
     }
     for (const auto& run : runs) {
@@ -389,7 +391,7 @@ TEST_F(VirlogOtherUserTest, SaysThatThereIsNoRoom) {
     }
     ASSERT_EQ(::chmod(kReports, 01777), 0);
     WriteLog({Record(u"/tmp/a")});
-    WriteFile(kReports + std::string("full"), std::string(56 * 1024, 'x'));
+    WriteFile(kReports + std::string("full"), std::string(57'344, 'x'));
     VirlogRun run({});
     EXPECT_EQ(run.Status(), 1);
     EXPECT_EQ(run.Output(), "");

@@ -70,11 +70,12 @@ TEST_F(VirlogLockTest, GivesUpOnALockThatADeadProcessHolds) {
         EXPECT_GE(Clock::now() - start, std::chrono::seconds(9));
         EXPECT_EQ(run.Output(), "");
         const std::string lock = LockOf(key, state->queueId);
-        EXPECT_THAT(
-            run.Errors(),
-            MatchesRegex("corvane-virlog: waiting for l" + lock +
-                         "\ncorvane-virlog: another process holds the virus log: l" + lock +
-                         "; when that process is gone, \"corvane-virlog --unlock\" helps\n"));
+        std::string expected = "corvane-virlog: waiting for l";
+        expected += lock;
+        expected += "\ncorvane-virlog: another process holds the virus log: l";
+        expected += lock;
+        expected += "; when that process is gone, \"corvane-virlog --unlock\" helps\n";
+        EXPECT_THAT(run.Errors(), MatchesRegex(expected));
         EXPECT_TRUE(RemoveNamedMutex(*state)) << "it must not be touched";
     }
     EXPECT_FALSE(Exists(kCopy));
