@@ -1,0 +1,144 @@
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include <QAbstractButton>
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QStringList>
+#include <QTimer>
+
+#include "tests/gui/reports/dlg_report_fixture.h"
+#include "tests/support/modal_driver.h"
+
+// The viewer's report saved elsewhere.
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class SaveAsTest : public DlgReportTest {
+protected:
+    SaveAsTest() { m_driver.Ignore<dlgReport>(); }
+
+    // The save dialog appears; `fileName` is chosen in it, or it is cancelled.
+    void Choose(const std::string& fileName) {
+        m_driver.Expect([=, this](QDialog* dialog) {
+            auto* save = qobject_cast<QFileDialog*>(dialog);
+            ASSERT_NE(save, nullptr);
+            EXPECT_EQ(save->acceptMode(), QFileDialog::AcceptSave);
+            EXPECT_EQ(save->nameFilters(), QStringList("All Files (*)"));
+            m_proposed = save->selectedFiles().value(0).toStdString();
+            if (fileName.empty()) {
+                save->reject();
+            } else {
+                save->selectFile(QString::fromStdString(fileName));
+                static_cast<QDialog*>(save)->accept();
+            }
+        });
+    }
+
+    void AnswerReplace(const std::string& fileName, const QString& button) {
+        m_driver.Expect([=](QDialog* dialog) {
+            auto* box = qobject_cast<QMessageBox*>(dialog);
+            ASSERT_NE(box, nullptr);
+            EXPECT_EQ(box->icon(), QMessageBox::Warning);
+            EXPECT_EQ(box->windowTitle(), "Corvane");
+            EXPECT_EQ(box->text(),
+                      QString::fromStdString("The File ' " + fileName +
+                                             " ' already exists.\nDo you want to replace the "
+                                             "existing file?"));
+            QStringList buttons;
+            for (auto* each : box->buttons()) {
+                buttons.append(each->text());
+                if (each->text() == button) {
+                    QTimer::singleShot(0, each, &QAbstractButton::click);
+                }
+            }
+            buttons.sort();
+            EXPECT_EQ(buttons, (QStringList{"&No", "&Yes"}));
+        });
+    }
+
+    ModalDriver m_driver;
+    std::string m_proposed;
+};
+
+TEST_F(SaveAsTest, WritesTheTextThatIsShown) {
+    OpenText("one\r\ntwo\n\xE9 three");
+    const std::string target = m_folder / "copy.txt";
+    Choose(target);
+    Find("btnRptSavAs")->click();
+    EXPECT_EQ(ReadFile(target), "one\ntwo\n\xE9 three");
+}
+
+TEST_F(SaveAsTest, WritesTheWholeTextWhileItIsStillFillingIn) {
+    const std::string text(3'000'000, '\n');
+    OpenText(text);
+    const std::string target = m_folder / "copy.txt";
+    Choose(target);
+    Find("btnRptSavAs")->click();
+    EXPECT_EQ(ReadFile(target).size(), text.size());
+}
+
+TEST_F(SaveAsTest, ProposesANameByTheKind) {
+    const struct {
+        ReportKind kind;
+        const char* proposed;
+    } kinds[] = {{kScanReports, "/home/Scan Report.txt"},
+                 {kUpdateReports, "/home/Update Report.txt"},
+                 {kScheduledReports, "/home/Schedule Report.txt"}};
+    WriteIndex({});
+    WriteIndex({}, "updt.rpt");
+    WriteFile(m_folder / "reports/a.log", "x");
+    for (const auto& [kind, proposed] : kinds) {
+        g_siRptKind = kind;
+        SetCurrentReport(kind, kind == kScheduledReports ? m_folder / "reports/a.log" : "a.log");
+        m_dialog = std::make_unique<dlgReport>();
+        m_dialog->show();
+        Choose("");
+        Find("btnRptSavAs")->click();
+        EXPECT_EQ(m_proposed, proposed);
+    }
+}
+
+TEST_F(SaveAsTest, AnExistingFileIsReplacedOnlyAfterYes) {
+    OpenText("new");
+    const std::string target = m_folder / "copy.txt";
+    WriteFile(target, "old and longer");
+    Choose(target);
+    AnswerReplace(target, "&No");
+    Choose("");  // after No the dialog appears again
+    Find("btnRptSavAs")->click();
+    EXPECT_EQ(ReadFile(target), "old and longer");
+    Choose(target);
+    AnswerReplace(target, "&Yes");
+    Find("btnRptSavAs")->click();
+    EXPECT_EQ(ReadFile(target), "new");
+}
+
+TEST_F(SaveAsTest, AFullDiskIsSaidAndTheOldFileStays) {
+    fs::create_directory(m_folder / "disk");
+    const TinyDisk disk(m_folder / "disk", "64k");
+    if (!disk.IsMounted()) {
+        GTEST_SKIP() << "no file system can be mounted here";
+    }
+    OpenText(std::string(200'000, 'x'));
+    const std::string target = m_folder / "disk/copy.txt";
+    WriteFile(target, "old");
+    Choose(target);
+    AnswerReplace(target, "&Yes");
+    m_driver.Expect([](QDialog* dialog) {
+        auto* box = qobject_cast<QMessageBox*>(dialog);
+        ASSERT_NE(box, nullptr);
+        EXPECT_EQ(box->icon(), QMessageBox::Critical);
+        EXPECT_TRUE(box->text().startsWith("Unable to save the report as ' "));
+        box->done(QMessageBox::Ok);
+    });
+    Choose("");
+    Find("btnRptSavAs")->click();
+    EXPECT_EQ(ReadFile(target), "old");
+}
+
+}  // namespace
