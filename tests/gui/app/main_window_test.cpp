@@ -1,28 +1,22 @@
-// The main window's shell: slot table, buttons, pages, guards, texts, the end.
-
-#include <fstream>
+#include <iterator>
+#include <string>
+#include <utility>
 
 #include <QApplication>
-#include <QComboBox>
 #include <QLabel>
 #include <QMessageBox>
 #include <QMetaMethod>
-#include <QPlainTextEdit>
-#include <QTest>
+#include <QStackedWidget>
 #include <QToolButton>
 #include <QTranslator>
-#include <QTreeWidget>
 
 #include "common/run_state.h"
-#include "reports/dlg_report.h"
 #include "scan/scanner.h"
-#include "tests/gui/app/window_fixture.h"
+#include "tests/gui/app/main_window_fixture.h"
+
+// The main window's shell: slot table, buttons, pages, texts, the engine's start and end.
 
 namespace {
-
-using ::testing::ElementsAre;
-
-class MainWindow : public WindowTest {};
 
 TEST_F(MainWindow, SlotTable) {
     const char* const kSlots[] = {
@@ -199,161 +193,6 @@ TEST_F(MainWindow, SlotsToComeSaySo) {
     window.OnNewSchClick();
     window.OnEditSchClick();
     window.OnRemoveSchClick();
-}
-
-/// A window whose guards answer as the test says, and which notes the pages it is sent to.
-class GuardedWindow : public dlgMain {
-public:
-    bool SaveOrNot() override {
-        m_asked.emplace_back("save");
-        return m_save;
-    }
-    bool ApplyNetSettingsOrNot() override {
-        m_asked.emplace_back("apply");
-        return m_apply;
-    }
-    void OnOptClick() override { m_asked.emplace_back("options"); }
-    void OnUpdtClicked() override { m_asked.emplace_back("update"); }
-    void OnRptDelClick() override { m_asked.emplace_back("delete report"); }
-
-    bool m_save = true;
-    bool m_apply = true;
-    std::vector<std::string> m_asked;
-};
-
-TEST_F(MainWindow, ScanPageIsGuarded) {
-    auto& window = Open<GuardedWindow>();
-    Find<QStackedWidget>("pages").setCurrentIndex(dlgMain::kAboutPage);
-
-    window.m_save = false;
-    window.OnScnClick();
-    EXPECT_THAT(window.m_asked, ElementsAre("save", "options"));
-    EXPECT_EQ(CurrentPage(), dlgMain::kAboutPage);
-
-    window.m_asked.clear();
-    window.m_save = true;
-    window.m_apply = false;
-    window.OnScnClick();
-    EXPECT_THAT(window.m_asked, ElementsAre("save", "apply", "update"));
-    EXPECT_EQ(CurrentPage(), dlgMain::kAboutPage);
-
-    window.m_asked.clear();
-    window.m_apply = true;
-    window.OnScnClick();
-    EXPECT_THAT(window.m_asked, ElementsAre("save", "apply"));
-    EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
-}
-
-TEST_F(MainWindow, ClosingIsGuarded) {
-    auto& window = Open<GuardedWindow>();
-    window.m_save = false;
-    EXPECT_FALSE(window.close());
-    EXPECT_THAT(window.m_asked, ElementsAre("save", "options"));
-    EXPECT_TRUE(window.isVisible());
-
-    window.m_asked.clear();
-    window.m_save = true;
-    window.m_apply = false;
-    EXPECT_FALSE(window.close());
-    EXPECT_THAT(window.m_asked, ElementsAre("save", "apply", "update"));
-
-    window.m_apply = true;
-    EXPECT_TRUE(window.close());
-    EXPECT_FALSE(window.isVisible());
-}
-
-TEST_F(MainWindow, ExitButtonCloses) {
-    auto& window = Open<GuardedWindow>();
-    Click("btnExit");
-    EXPECT_THAT(window.m_asked, ElementsAre("save", "apply"));
-    EXPECT_FALSE(window.isVisible());
-}
-
-TEST_F(MainWindow, AboutReportsAndScheduleAreGuardedToo) {
-    auto& window = Open<GuardedWindow>();
-    for (void (dlgMain::*slot)() :
-         {&dlgMain::OnAbtClick, &dlgMain::OnRptClick, &dlgMain::OnSchClick}) {
-        window.m_save = false;
-        (window.*slot)();
-        EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
-        window.m_save = true;
-        window.m_apply = false;
-        (window.*slot)();
-        EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
-        window.m_apply = true;
-    }
-}
-
-TEST_F(MainWindow, DeleteKeyInTheReportsDeletesAReport) {
-    auto& window = Open<GuardedWindow>();
-    QTest::keyClick(&Find<QWidget>("lstReports"), Qt::Key_Delete);
-    EXPECT_THAT(window.m_asked, ElementsAre("delete report"));
-    QTest::keyClick(&Find<QWidget>("lstReports"), Qt::Key_D);
-    QTest::keyClick(&Find<QWidget>("schedulePage"), Qt::Key_Delete);
-    EXPECT_THAT(window.m_asked, ElementsAre("delete report"));
-}
-
-std::string IndexOf(const std::vector<std::string>& names) {
-    std::string index("ZQRF\0\0\0\0", 8);
-    index += std::string{static_cast<char>(names.size()), 0, 0, 0};
-    for (const std::string& name : names) {
-        std::string record(542, '\0');
-        record.replace(0, 4, "date").replace(30, 5, "/home").replace(286, name.size(), name);
-        index += record;
-    }
-    return index;
-}
-
-TEST_F(MainWindow, ReportsPageListsShowsAndDeletesReports) {
-    Put("main.rpt", IndexOf({"a.log", "b.log"}));
-    Put("updt.rpt", IndexOf({"u.log"}));
-    Put("reports/b.log", "report b");
-    Open();
-    Click("btnReports");
-    auto& list = Find<QTreeWidget>("lstReports");
-    ASSERT_EQ(list.topLevelItemCount(), 2);
-    const auto showsReport = [](QDialog* dialog) {
-        auto* viewer = qobject_cast<dlgReport*>(dialog);
-        ASSERT_NE(viewer, nullptr);
-        EXPECT_EQ(viewer->findChild<QPlainTextEdit*>("edtViewRpt")->toPlainText(), "report b");
-        viewer->reject();
-    };
-    ModalDriver user;
-    user.Expect(showsReport);
-    list.setCurrentItem(list.topLevelItem(1));
-    Click("btnShwRpt");
-    user.Expect(showsReport);
-    emit list.itemDoubleClicked(list.topLevelItem(1), 0);
-    Click("btnDelRpt");
-    EXPECT_EQ(list.topLevelItemCount(), 1);
-    EXPECT_EQ(Get("reports/b.log"), std::nullopt);
-    EXPECT_EQ(Get("main.rpt"), IndexOf({"a.log"}));
-    Find<QComboBox>("cmbReports").setCurrentIndex(1);
-    ASSERT_EQ(list.topLevelItemCount(), 1);
-    EXPECT_EQ(list.topLevelItem(0)->text(2), "u.log");
-    EXPECT_EQ(g_siRptKind, 1);
-    g_siRptKind = 0;
-}
-
-TEST_F(MainWindow, ReportsAreListedAnewEachTimeThePageIsShown) {
-    Open();
-    Click("btnReports");
-    EXPECT_EQ(Find<QTreeWidget>("lstReports").topLevelItemCount(), 0);
-    Click("btnScan");
-    Put("main.rpt", IndexOf({"a.log"}));
-    Click("btnReports");
-    EXPECT_EQ(Find<QTreeWidget>("lstReports").topLevelItemCount(), 1);
-}
-
-TEST_F(MainWindow, DeleteKeyDeletesTheSelectedReport) {
-    Put("main.rpt", IndexOf({"a.log"}));
-    Open();
-    Click("btnReports");
-    auto& list = Find<QTreeWidget>("lstReports");
-    list.setCurrentItem(list.topLevelItem(0));
-    QTest::keyClick(&list, Qt::Key_Delete);
-    EXPECT_EQ(list.topLevelItemCount(), 0);
-    EXPECT_EQ(Get("main.rpt"), IndexOf({}));
 }
 
 TEST_F(MainWindow, TextsFollowTheLanguage) {
