@@ -173,7 +173,8 @@ TEST_F(Merging, ACountThatCannotGrowIsLeftAlone) {
     PutLogs(HeadBytes(0xFFFFFFFF) + Record('a'), HeadBytes(1) + Record('c'));
     EXPECT_EQ(Merge(), 0);
     ExpectUnchanged();
-    EXPECT_EQ(Content("RecOffset.dat"), U32(88) + U32(308));
+    // An offset behind such a count would make the table 16 GiB long.
+    EXPECT_EQ(std::filesystem::file_size(Log("RecOffset.dat")), 8U);
 }
 
 TEST_F(Merging, ATableThatCannotBeOpenedIs135) {
