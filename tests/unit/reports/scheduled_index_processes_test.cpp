@@ -54,6 +54,7 @@ TEST_F(ScheduledIndex, RewritingWaitsForTheLock) {
 template <typename Work>
 void InFourProcesses(Work work) {
     std::vector<pid_t> children;
+    children.reserve(4);
     for (int process = 0; process < 4; ++process) {
         children.push_back(StartChild([process, &work] {
             for (int round = 0; round < 1000; ++round) {
