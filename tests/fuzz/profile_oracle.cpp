@@ -175,11 +175,11 @@ Written Write(const Content& content, const std::string& section, const std::str
     std::string result;
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const std::string& line = lines[i].text;
-        if (i >= behind && StartsSection(line)) {
-            return {0, result + entry + line + "\n" + content->substr(lines[i].end)};
-        }
-        if (i >= behind && IsEntry(line, Argument(key))) {
-            return {0, result + entry + content->substr(lines[i].end)};
+        const bool isNextSection = i >= behind && StartsSection(line);
+        if (isNextSection || (i >= behind && IsEntry(line, Argument(key)))) {
+            result += entry;
+            result += isNextSection ? line + "\n" : "";
+            return {0, result + content->substr(lines[i].end)};
         }
         result += line + "\n";
     }

@@ -23,7 +23,7 @@ protected:
         std::string buffer(2048, '.');
         const auto length = GetPrivateProfileString(section.c_str(), key.c_str(), "default",
                                                     buffer.data(), 2048, m_path.c_str());
-        return {length, buffer.c_str()};
+        return {length, buffer.substr(0, buffer.find('\0'))};
     }
 
     // The whole buffer of `size` bytes and one beyond it, all "." before the call.

@@ -9,6 +9,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 constexpr std::uint32_t kUntouchedCode = 77;
 
 class Profile : public testing::Test {
@@ -34,7 +36,7 @@ protected:
         Text read{1, kUntouchedCode, {}};
         read.result = GetPrivateProfileString(section.c_str(), key.c_str(), defaultText.c_str(),
                                               buffer.data(), 2048, m_path.c_str(), &read.code);
-        read.text = buffer.c_str();
+        read.text = buffer.substr(0, buffer.find('\0'));
         return read;
     }
 
@@ -220,7 +222,6 @@ TEST_F(ProfileString, SetsTheCodeToZeroOnSuccess) {
 
 TEST_F(ProfileString, NeverTouchesTheLastByteOfTheBuffer) {
     Put("[S]\nKey=value\n");
-    using namespace std::string_literals;
     EXPECT_EQ(Buffer(8, "Key"), "value\0\0.."s);
     EXPECT_EQ(Buffer(7, "Key"), "value\0.."s);
     EXPECT_EQ(Buffer(6, "Key"), "value.."s);
@@ -262,7 +263,7 @@ TEST_F(ProfileString, ALineOfMoreThan1023BytesIsSeveral) {
 }
 
 TEST_F(ProfileString, AZeroByteEndsTheTextOfItsLine) {
-    Put(std::string_view("[S]\nKey=a\0b\nx\0\nNext=1\n", 23));
+    Put("[S]\nKey=a\0b\nx\0\nNext=1\n"s);
     EXPECT_EQ(Read("S", "Key"), (Text{0, 0, "a"}));
     EXPECT_EQ(Read("S", "Next"), (Text{0, 0, "1"}));
 }
