@@ -91,6 +91,12 @@ TEST_F(ProfileWriter, LeavesCommentsAndSimilarKeysAlone) {
               "[S]\n;Key=1\n#Key=2\nKey2=3\nKe=4\n=5\nKey=new\n");
 }
 
+TEST_F(ProfileWriter, TakesNoCommentAndNoHeaderForAnEntry) {
+    EXPECT_EQ(After("[S]\n;Key=1\n", "S", ";Key", "new"), "[S]\n;Key=1\n;Key=new\n");
+    EXPECT_EQ(After("[S]\n#Key=1\n", "S", "#Key", "new"), "[S]\n#Key=1\n#Key=new\n");
+    EXPECT_EQ(After("[S]\n[Key=1\n", "S", "[Key", "new"), "[S]\n[Key=new\n[Key=1\n");
+}
+
 TEST_F(ProfileWriter, ChangesTheFirstOfItsNameOnly) {
     EXPECT_EQ(After("[S]\nKey=1\nKey=2\n[S]\nKey=3\n", "s", "Key", "new"),
               "[S]\nKey=new\nKey=2\n[S]\nKey=3\n");
