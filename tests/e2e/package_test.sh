@@ -58,6 +58,10 @@ Expect "update options" "0900000001000000$(printf '%01024d' 0)" "$(Bytes "$kProd
 Expect "the scan index" 5a5152460000000000000000 "$(Bytes "$kProductDir/main.rpt")"
 Expect "the update index" 5a5152460000000000000000 "$(Bytes "$kProductDir/updt.rpt")"
 Expect "the command" "$kProductDir/corvane" "$(readlink -f /usr/bin/corvane)"
+Expect "the reader of the virus log" "corvane-virlog $(ControlField Version)" "$(corvane-virlog --version)"
+Expect "its manual" /usr/share/man/man1/corvane-virlog.1.gz "$(dpkg -L corvane | grep 'corvane-virlog\.1')"
+Expect "it is stripped" 0 "$(readelf -S /usr/bin/corvane-virlog | grep -c '\.symtab')"
+Expect "no record in the virus log" "[]" "$(corvane-virlog --format json 2>/dev/null)"
 Expect "no settings password" "No settings password is set." "$(corvane-admin status)"
 
 # What people have changed outlives an upgrade.
