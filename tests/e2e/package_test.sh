@@ -42,7 +42,8 @@ Dpkg() {
 }
 
 Modes() {
-    (cd "$kProductDir" && stat -c '%a %U %n' zqscn.opt zqupdate.opt main.rpt updt.rpt reports tmp settings.db)
+    (cd "$kProductDir" && stat -c '%a %U %n' zqscn.opt zqupdate.opt main.rpt updt.rpt scanver.cnf \
+        section.ini reports tmp reports/VirMain.dat reports/VirRcONE.dat reports/RecOffset.dat settings.db)
 }
 
 Must "it installs" Dpkg --install "$package"
@@ -50,13 +51,25 @@ Expect "modes and owners" "666 root zqscn.opt
 666 root zqupdate.opt
 666 root main.rpt
 666 root updt.rpt
+644 root scanver.cnf
+644 root section.ini
 1777 root reports
 1777 root tmp
+666 root reports/VirMain.dat
+666 root reports/VirRcONE.dat
+666 root reports/RecOffset.dat
 644 root settings.db" "$(Modes)"
 Expect "scanner settings" 01000b "$(Bytes "$kProductDir/zqscn.opt")"
 Expect "update options" "0900000001000000$(printf '%01024d' 0)" "$(Bytes "$kProductDir/zqupdate.opt")"
 Expect "the scan index" 5a5152460000000000000000 "$(Bytes "$kProductDir/main.rpt")"
 Expect "the update index" 5a5152460000000000000000 "$(Bytes "$kProductDir/updt.rpt")"
+Expect "the version of the database" ea070b00ea070b00060015000000000000000000 "$(Bytes "$kProductDir/scanver.cnf")"
+Expect "where the virus log goes" "00000000$(Field VirRcONE.dat 100)" "$(Bytes "$kProductDir/reports/VirMain.dat")"
+Expect "an empty virus log" "0 0" \
+    "$(cd "$kProductDir/reports" && stat -c %s VirRcONE.dat RecOffset.dat | paste -sd ' ')"
+Expect "when the virus log is cut" "[LOGLIMIT]
+MAXLIMIT = 10000
+LIMIT = 5000" "$(cat "$kProductDir/section.ini")"
 Expect "the command" "$kProductDir/corvane" "$(readlink -f /usr/bin/corvane)"
 Expect "the reader of the virus log" "corvane-virlog $(ControlField Version)" "$(corvane-virlog --version)"
 Expect "its manual" /usr/share/man/man1/corvane-virlog.1.gz "$(dpkg -L corvane | grep 'corvane-virlog\.1')"
@@ -68,9 +81,20 @@ Expect "no settings password" "No settings password is set." "$(corvane-admin st
 SetAction 4
 printf 'secret\n' | corvane-admin set-password --stdin >/dev/null
 echo report >"$kProductDir/reports/scn0001.log"
+printf record >"$kProductDir/reports/VirRcONE.dat"
+printf version >"$kProductDir/scanver.cnf"
+# Somebody lays a link for root to hit.
+echo victim >"$scratch/victim"
+chmod 600 "$scratch/victim"
+ln -sf "$scratch/victim" "$kProductDir/reports/VirMain.dat"
+ln -sf "$scratch/made" "$kProductDir/reports/RecOffset.dat"
 Must "it upgrades" Dpkg --install "$package"
 Expect "the settings are kept" 04000b "$(Bytes "$kProductDir/zqscn.opt")"
 Expect "the reports are kept" report "$(cat "$kProductDir/reports/scn0001.log")"
+Expect "the virus log is kept" record "$(cat "$kProductDir/reports/VirRcONE.dat")"
+Expect "the version file is kept" version "$(cat "$kProductDir/scanver.cnf")"
+Expect "a link in the reports hits nobody" "600 victim no" \
+    "$(stat -c %a "$scratch/victim") $(cat "$scratch/victim") $([[ -e $scratch/made ]] && echo yes || echo no)"
 Expect "the password is kept" 0 "$(corvane-admin status | grep -c '^No settings password')"
 
 Must "it is removed" Dpkg --remove corvane
