@@ -186,7 +186,9 @@ TEST_F(DeleteRecordsTest, ImpossibleLengthsAre138) {
     for (const std::string& lengths :
          {U32(0xFFFFFFFF) + U32(6), U32(6) + U32(0xFFFFFFFF), U32(0xFFFFFFFF) + U32(0xFFFFFFFF),
           U32(0x80000000) + U32(0), U32(0xFFFFFF2E) + U32(0)}) {
-        PutLog(HeadBytes(3) + First() + lengths + fixed + Third());
+        std::string log = HeadBytes(3) + First();
+        log.append(lengths).append(fixed).append(Third());
+        PutLog(log);
         for (const unsigned int count : {0U, 1U, 2U, 3U}) {
             EXPECT_EQ(DeleteRecords("VirRcONE.dat", count), 138) << count;
             ExpectUnchanged();

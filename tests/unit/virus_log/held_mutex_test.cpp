@@ -42,6 +42,7 @@ protected:
     // Each of `works` must fail, after the time that it waits.
     static void ExpectAllFail(const std::vector<std::function<bool()>>& works) {
         std::vector<pid_t> children;
+        children.reserve(works.size());
         for (const auto& work : works) {
             children.push_back(StartChild([&work] { return FailsAfterTenSeconds(work) ? 0 : 1; }));
         }

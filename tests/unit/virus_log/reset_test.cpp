@@ -162,8 +162,9 @@ TEST_F(Merging, ImpossibleLengthsAreATornRecord) {
     for (const std::string& lengths :
          {U32(0xFFFFFFFF) + U32(6), U32(4) + U32(0xFFFFFFFF), U32(0xFFFFFFFF) + U32(0xFFFFFFFF),
           U32(0xFFFFFF2E) + U32(0)}) {
-        PutLogs(HeadBytes(2) + Record('a') + Record('b'),
-                HeadBytes(2) + Record('c') + lengths + fixed);
+        std::string from = HeadBytes(2) + Record('c');
+        from.append(lengths).append(fixed);
+        PutLogs(HeadBytes(2) + Record('a') + Record('b'), from);
         EXPECT_EQ(Merge(), 0);
         ExpectUnchanged();
     }
