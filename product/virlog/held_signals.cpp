@@ -8,9 +8,12 @@
 
 namespace {
 
-constexpr int kEnding[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGUSR1};
-// SIGTTOU would stop a program in the background that says on the terminal that it waits.
-constexpr int kStopping[] = {SIGTSTP, SIGTTIN, SIGTTOU};
+// What the program's own faults raise: held back, they would only be raised again and again.
+constexpr int kFaults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT};
+
+// Held like all others, but without being asked to a program does not end by them. SIGTTOU would
+// stop one in the background that says on the terminal that it waits.
+constexpr int kNotEnding[] = {SIGTSTP, SIGTTIN, SIGTTOU, SIGCHLD, SIGCONT, SIGURG, SIGWINCH};
 
 // What the second thread wakes the first one with when it is done.
 constexpr int kDone = SIGUSR1;
@@ -40,16 +43,18 @@ private:
 
 HeldSignals::HeldSignals() {
     sigset_t held;
-    sigemptyset(&held);
-    sigemptyset(&m_ending);
-    for (const int signal : kEnding) {
-        sigaddset(&held, signal);
-        if (signal == kDone || !IsIgnored(signal)) {
-            sigaddset(&m_ending, signal);
-        }
+    sigfillset(&held);
+    for (const int signal : kFaults) {
+        sigdelset(&held, signal);
     }
-    for (const int signal : kStopping) {
-        sigaddset(&held, signal);
+    m_ending = held;
+    for (const int signal : kNotEnding) {
+        sigdelset(&m_ending, signal);
+    }
+    for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+        if (signal != kDone && IsIgnored(signal)) {
+            sigdelset(&m_ending, signal);
+        }
     }
     ::pthread_sigmask(SIG_BLOCK, &held, &m_oldMask);
 }

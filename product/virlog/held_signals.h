@@ -3,8 +3,9 @@
 #include <csignal>
 #include <functional>
 
-/// Keeps the signals that end or stop a program back while it lives: a process that dies with a
-/// named mutex in its hands locks everybody out. They take effect when the object goes.
+/// Keeps the signals that end or stop a program back while it lives, the real-time ones included: a
+/// process that dies with a named mutex in its hands locks everybody out. They take effect when the
+/// object goes. Not held are SIGKILL and SIGSTOP, which nobody can, and the faults of the program.
 ///
 /// For the main thread, before others are started.
 class HeldSignals {

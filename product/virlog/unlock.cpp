@@ -20,9 +20,9 @@ namespace {
 constexpr std::chrono::seconds kBetweenLooks{2};
 
 constexpr char kAdvice[] =
-    "A working process holds a lock of the virus log for moments, a reset of the log for up to "
-    "half "
-    "a minute.\nRemove a lock only when the process that took it is gone.\n";
+    "A working process holds a lock of the virus log for moments, "
+    "a reset of the log for up to half a minute.\n"
+    "Remove a lock only when the process that took it is gone.\n";
 
 std::string NameOf(const HeldLock& lock) {
     return std::string("\"") + lock.key + "\"";
