@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "common/file_descriptor.h"
+#include "common/io.h"
 #include "common/named_mutex.h"
 #include "common/paths.h"
 #include "common/run_state.h"
@@ -23,6 +24,7 @@
 #include "product/virlog/held_signals.h"
 #include "reports/virus_log/log_files.h"
 #include "reports/virus_log/virus_log.h"
+#include "reports/virus_log/virus_record.h"
 
 namespace {
 
@@ -33,8 +35,9 @@ void Say(const std::string& line) {
 }
 
 // Two of us at once would write and remove the very same copy, so one waits for the other. The
-// folder itself is what is locked: nothing stays behind when we are killed.
-bool LockOutOtherReaders(int folder, std::string& problem) {
+// folder itself is what is locked: nothing stays behind when we are killed. Who may read it can
+// lock it too, so it need not be one of us who does.
+bool LockOutOtherReaders(int folder, const std::string& path, std::string& problem) {
     constexpr std::chrono::seconds kNotice{1};
     constexpr std::chrono::seconds kLimit{30};
     constexpr std::chrono::milliseconds kBetweenAttempts{20};
@@ -47,11 +50,12 @@ bool LockOutOtherReaders(int folder, std::string& problem) {
         }
         const auto waited = Clock::now() - start;
         if (waited > kLimit) {
-            problem = "another corvane-virlog has been reading for half a minute; try again";
+            problem =
+                "another process has kept " + path + " locked for half a minute; try again later";
             return false;
         }
         if (!hasSaid && waited > kNotice) {
-            Say("waiting for another corvane-virlog");
+            Say("waiting for another process that keeps " + path + " locked");
             hasSaid = true;
         }
         std::this_thread::sleep_for(kBetweenAttempts);
@@ -60,26 +64,45 @@ bool LockOutOtherReaders(int folder, std::string& problem) {
 }
 
 // Whether records may have been added: the file exists and is not empty, as it is after
-// installation.
+// installation. What is no plain file has no size that tells anything.
 bool IsAnythingLogged() {
     struct stat status {};
-    return ::lstat(VirusLogPath(kRecordFile).c_str(), &status) == 0 ? status.st_size > 0
-                                                                    : errno != ENOENT;
+    return ::lstat(VirusLogPath(kRecordFile).c_str(), &status) == 0
+               ? !S_ISREG(status.st_mode) || status.st_size > 0
+               : errno != ENOENT;
 }
 
-// Copies that a killed reader has left are written over, but not another user's: he could still
-// change it while we read it. Root removes it; in a sticky folder nobody else can.
+// A copy of our own that a killed reader has left is written over, unless the file has other names:
+// those must not change with it.
+bool IsFitToBeWrittenOver(const struct stat& status) {
+    return S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_nlink == 1;
+}
+
+// Why what lies at `path` could not be removed, which is in `error`.
+std::string InTheWay(const std::string& path, const struct stat& status, int error) {
+    if (S_ISDIR(status.st_mode)) {
+        return "no copy of the virus log can be made: " + path + " is a directory";
+    }
+    const std::string start = "an earlier copy of the virus log is in the way: " + path;
+    // What a sticky folder answers to all but the owner of the file, the folder's own and root.
+    if (error == EPERM && ::geteuid() != 0) {
+        return start + " belongs to " + OwnerName(status.st_uid) + ", who can remove it" +
+               (status.st_uid == 0 ? "" : ", as root can");
+    }
+    return start + " cannot be removed: " + std::strerror(error);
+}
+
+// Another user's copy is not written over: he could still change it while we read it. Root removes
+// it; in a sticky folder nobody else can.
 bool ClearOldCopies(std::string& problem) {
     for (const char* name : {"cpyONE.dat", "cpyOFFST.dat"}) {
         const std::string path = VirusLogPath(name);
         struct stat status {};
-        if (::lstat(path.c_str(), &status) != 0 ||
-            (S_ISREG(status.st_mode) && status.st_uid == ::geteuid())) {
+        if (::lstat(path.c_str(), &status) != 0 || IsFitToBeWrittenOver(status)) {
             continue;
         }
         if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
-            problem = "an earlier copy of the virus log is in the way: " + path + " belongs to " +
-                      OwnerName(status.st_uid) + ", who can remove it, as root can";
+            problem = InTheWay(path, status, errno);
             return false;
         }
     }
@@ -152,7 +175,7 @@ FetchResult FetchLog(VirusLogContents& contents, std::string& problem) {
     if (!IsAnythingLogged()) {
         return FetchResult::kNothingLogged;
     }
-    if (!LockOutOtherReaders(folder.Get(), problem) || !ClearOldCopies(problem)) {
+    if (!LockOutOtherReaders(folder.Get(), folderPath, problem) || !ClearOldCopies(problem)) {
         return FetchResult::kFailed;
     }
     const Clock::time_point start = Clock::now();
@@ -167,4 +190,10 @@ FetchResult FetchLog(VirusLogContents& contents, std::string& problem) {
         problem = ReasonOfFailure(Clock::now() - start);
     }
     return isRead ? FetchResult::kOk : FetchResult::kFailed;
+}
+
+std::uint32_t CountWaitingRecords() {
+    const FileDescriptor file = OpenExistingLogFile(kSecondRecordFile, O_RDONLY);
+    tagVIRHEAD head{};
+    return file && ReadAt(file.Get(), 0, BytesOf(head)) ? head.counter.count : 0;
 }

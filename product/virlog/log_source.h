@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "reports/virus_log/log_reader.h"
@@ -17,3 +18,8 @@ enum class FetchResult {
 /// does so only when no lock and no copy is left behind; this function then does not return. For
 /// the main thread, before others are started.
 FetchResult FetchLog(VirusLogContents& contents, std::string& problem);
+
+/// How many records the second record file counts in its head: those added during a reset that has
+/// not merged them into the log yet. 0 when there is no such file or its head cannot be read. After
+/// FetchLog, which finds the product.
+std::uint32_t CountWaitingRecords();

@@ -16,6 +16,7 @@
 #include "product/virlog/options.h"
 #include "product/virlog/output.h"
 #include "product/virlog/unlock.h"
+#include "reports/virus_log/log_files.h"
 
 namespace {
 
@@ -38,6 +39,14 @@ void WarnOfDamage(const VirusLogContents& contents) {
         Say("the virus log is damaged: " +
             Counted(contents.missing, " record that it counts is", " records that it counts are") +
             " not in it");
+    }
+}
+
+void TellOfWaiting(std::uint32_t count) {
+    if (count > 0) {
+        Say(Counted(count, " record waits in ", " records wait in ") +
+            VirusLogPath(kSecondRecordFile) + " for a merge and " + (count == 1 ? "is" : "are") +
+            " not listed");
     }
 }
 
@@ -69,6 +78,8 @@ int List(const Options& options) {
             WarnOfDamage(contents);
             break;
     }
+    // Before the output, which a slow reader may draw out until a merge.
+    const std::uint32_t waiting = CountWaitingRecords();
     std::vector<VirusLogEntry>& entries = contents.entries;
     std::erase_if(entries, [&options](const VirusLogEntry& entry) {
         return !Matches(options.filter, entry);
@@ -83,7 +94,11 @@ int List(const Options& options) {
         }
     }
     writer->End(output.Buffer());
-    return Finish(output);
+    const int status = Finish(output);
+    if (status == kExitOk) {
+        TellOfWaiting(waiting);
+    }
+    return status;
 }
 
 int Run(std::span<char* const> arguments) {

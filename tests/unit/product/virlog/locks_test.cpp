@@ -132,7 +132,7 @@ TEST_F(VirlogLockTest, IgnoresWhatItWasStartedToIgnore) {
     EXPECT_THAT(run.Output(), HasSubstr(",/tmp/a,"));
 }
 
-TEST_F(VirlogLockTest, WaitsForAnotherOfItsKind) {
+TEST_F(VirlogLockTest, WaitsForWhoKeepsTheFolderLocked) {
     WriteLog({Record(u"/tmp/a")});
     FileDescriptor folder(::open(kReports, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     ASSERT_EQ(::flock(folder.Get(), LOCK_EX), 0);
@@ -141,7 +141,9 @@ TEST_F(VirlogLockTest, WaitsForAnotherOfItsKind) {
     EXPECT_FALSE(IsHeld(kMainKey)) << "no lock of the log is held meanwhile";
     folder.Reset();
     EXPECT_EQ(run.Status(), 0);
-    EXPECT_EQ(run.Errors(), "corvane-virlog: waiting for another corvane-virlog\n");
+    EXPECT_EQ(run.Errors(),
+              "corvane-virlog: waiting for another process that keeps "
+              "/usr/lib/Corvane/Corvane/reports/ locked\n");
     EXPECT_THAT(run.Output(), HasSubstr(",/tmp/a,"));
 }
 

@@ -163,3 +163,14 @@ std::string Record(std::u16string_view path, std::uint16_t day) {
            Padded("Eicar-Signature", 50) + Padded(Wide(u"File is skipped"), 100) +
            Wide(std::u16string_view(time, 8)) + Padded(Wide(u"alice"), 32) + wide + Wide(u"(none)");
 }
+
+std::string CsvOf(const std::string& path) {
+    return "2026-03-05 07:04:09,8000,Eicar-Signature,File is skipped,alice," + path + ",(none)\r\n";
+}
+
+std::string Listed(std::vector<std::string> arguments) {
+    VirlogRun run(std::move(arguments));
+    EXPECT_EQ(run.Status(), 0);
+    EXPECT_EQ(run.Errors(), "");
+    return run.Output();
+}

@@ -17,6 +17,7 @@ inline constexpr char kProduct[] = "/usr/lib/Corvane/Corvane/";
 inline constexpr char kReports[] = "/usr/lib/Corvane/Corvane/reports/";
 inline constexpr char kRecords[] = "/usr/lib/Corvane/Corvane/reports/VirRcONE.dat";
 inline constexpr char kOffsets[] = "/usr/lib/Corvane/Corvane/reports/RecOffset.dat";
+inline constexpr char kSecondRecords[] = "/usr/lib/Corvane/Corvane/reports/VirRcTWO.dat";
 inline constexpr char kCopy[] = "/usr/lib/Corvane/Corvane/reports/cpyONE.dat";
 inline constexpr int kMainKey = 10022;
 inline constexpr int kRecordKey = 10011;
@@ -91,3 +92,11 @@ std::string Record(std::u16string_view path, std::uint16_t day = 5);
 
 /// The number as four bytes.
 std::string Number(std::uint32_t number);
+
+inline constexpr char kCsvHeading[] = "time,component,virus,action,user,path,domain\r\n";
+
+/// How such a record of 2026-03-05 is listed as CSV; `path` as it is listed.
+std::string CsvOf(const std::string& path);
+
+/// What a run with these arguments lists, which ends well and says nothing.
+std::string Listed(std::vector<std::string> arguments);
