@@ -1,14 +1,12 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <limits>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
 #include "common/host_identity.h"
 #include "common/io.h"
-#include "common/string_algorithms.h"
 #include "common/text_field.h"
 #include "common/times.h"
 #include "common/utf16.h"
@@ -110,19 +108,23 @@ public:
         if (m_size < 0 || !ReadAt(m_file.Get(), 0, HeadBefore())) {
             m_file.Reset();
         }
+        if (m_file && m_size == 0) {
+            ShareAsRecords(m_file.Get());
+        }
     }
 
-    [[nodiscard]] bool IsPossible() const {
-        return m_file && CountBefore() < std::numeric_limits<std::uint32_t>::max();
-    }
+    // Whether the count can be true. One that others have written may be any, and the table of
+    // offsets would grow with it.
+    [[nodiscard]] bool IsPossible() const { return m_file && off_t{CountBefore()} <= m_size; }
 
     // Writes the head, then the record at the end: whoever is killed between the two leaves a count
     // that is one too high, never a record that hides the next one.
-    bool Write(const tagVIRIDENTITY& identity, std::span<const std::byte> record, bool hasOffsets) {
+    bool Write(const tagVIRIDENTITY& identity, std::span<const std::byte> record, bool isMain) {
         const tagVIRHEAD head{{0, CountBefore() + 1, 0}, identity};
         const off_t end = std::max(m_size, static_cast<off_t>(sizeof head));
+        // The second file gets no offsets: where its records will lie is known once it is merged.
         if (WriteAt(m_file.Get(), 0, BytesOf(head)) && WriteAt(m_file.Get(), end, record) &&
-            (!hasOffsets || StoreOffset(end, CountBefore()))) {
+            (!isMain || StoreOffset(end, CountBefore()))) {
             return true;
         }
         // A disk that is full must not cost the records that were there.
@@ -146,12 +148,6 @@ private:
     tagVIRHEAD m_before{};
 };
 
-bool ContainsIgnoringCase(std::string_view haystack, std::string_view needle) {
-    return std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end(),
-                       [](char a, char b) { return text::LowerAscii(a) == text::LowerAscii(b); }) !=
-           haystack.end();
-}
-
 }  // namespace
 
 bool ZQVRAddRecVirusReport(unsigned int component, const char* filePath, const char* virusName,
@@ -167,16 +163,20 @@ bool ZQVRAddRecVirusReport(unsigned int component, const char* filePath, const c
     const std::vector<std::byte> record =
         Encode(component, filePath, virusName, action, circumstances);
 
+    // Taken before the main file's mutex, which is needed only where that file is missing: whoever
+    // took it first could wait for us then, and both go on when their time is up.
     const LogMutex mutex(kRecordMutex, kAddWait);
     std::array<char, kLogFileNameSize> fileName{};
     if (!mutex.IsHeld() || !GetFileNameFromMainFile(fileName.data())) {
         return false;
     }
+    const bool isMain = IsMainRecordFile(fileName.data());
+    if (!isMain && !IsSecondRecordFile(fileName.data())) {
+        return false;  // everybody may write the name, and no other file is to be written over
+    }
     {
         Addition addition(fileName.data());
-        // The second file gets no offsets: where its records will lie is known once it is merged.
-        const bool hasOffsets = ContainsIgnoringCase(fileName.data(), kRecordFile);
-        if (!addition.IsPossible() || !addition.Write(circumstances.identity, record, hasOffsets)) {
+        if (!addition.IsPossible() || !addition.Write(circumstances.identity, record, isMain)) {
             return false;
         }
     }

@@ -128,7 +128,7 @@ int DeleteRecords(const char* fileName, unsigned int count) {
     if (!table) {
         return kDeleteIoFailed;
     }
-    const FileDescriptor to = OpenEmptyLogFile(kKeptRecordFile);
+    const FileDescriptor to = OpenTemporaryLogFile(kKeptRecordFile);
     if (!to) {
         return kDeleteCannotCreate;
     }

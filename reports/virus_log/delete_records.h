@@ -14,6 +14,7 @@ enum DeleteResult : int {
 };
 
 /// Removes the first `count` records of the record file `fileName` in "reports/" and stores where
-/// the others lie in "RecOffset.dat". Nothing but the result 139 means that anything has changed,
-/// and no temporary file stays. The caller sees to it that nobody else writes the file.
+/// the others lie in "RecOffset.dat". On every other result than 139 the file is as it was (but for
+/// a table that can no longer be written once the records are replaced), and no temporary file
+/// stays. The caller sees to it that nobody else writes the file.
 int DeleteRecords(const char* fileName, unsigned int count);

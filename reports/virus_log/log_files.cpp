@@ -11,6 +11,7 @@
 #include "common/io.h"
 #include "common/run_state.h"
 #include "common/shared_file.h"
+#include "common/string_algorithms.h"
 #include "common/text_field.h"
 #include "reports/virus_log/log_mutex.h"
 
@@ -33,14 +34,20 @@ bool ReadMain(tagVIRMAIN& main) {
     return file && ReadAt(file.Get(), 0, BytesOf(main));
 }
 
+bool ContainsIgnoringCase(std::string_view haystack, std::string_view needle) {
+    return std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end(),
+                       [](char a, char b) { return text::LowerAscii(a) == text::LowerAscii(b); }) !=
+           haystack.end();
+}
+
 // Everybody may write the file, and what it names is opened for writing.
 bool IsNameInFolder(std::string_view name) {
     return !name.empty() && name.find('/') == std::string_view::npos && name != "." && name != "..";
 }
 
 bool HandOut(const tagVIRMAIN& main, char* name) {
-    const std::string_view text = FieldText(main.fileName);
-    return IsNameInFolder(text) && CopyToField(std::span(name, kLogFileNameSize), text);
+    const std::string_view fileName = FieldText(main.fileName);
+    return IsNameInFolder(fileName) && CopyToField(std::span(name, kLogFileNameSize), fileName);
 }
 
 }  // namespace
@@ -66,7 +73,8 @@ FileDescriptor OpenExistingLogFile(std::string_view name, int flags) {
     return OpenExistingSharedFile(VirusLogPath(name).c_str(), flags);
 }
 
-FileDescriptor OpenEmptyLogFile(std::string_view name) {
+FileDescriptor OpenTemporaryLogFile(std::string_view name) {
+    (void)RemoveLogFile(name);
     FileDescriptor file = OpenLogFile(name);
     if (file && ::ftruncate(file.Get(), 0) != 0) {
         file.Reset();
@@ -105,6 +113,34 @@ bool WriteAt(int fd, off_t offset, std::span<const std::byte> bytes) {
         bytes = bytes.subspan(static_cast<std::size_t>(written));
         offset += written;
     }
+    return true;
+}
+
+void ShareAsRecords(int fd) {
+    constexpr mode_t kShared = 0666;
+    const FileDescriptor records = OpenExistingLogFile(kRecordFile, O_RDONLY);
+    struct stat status {};
+    if (records && ::fstat(records.Get(), &status) == 0 && (status.st_mode & kShared) == kShared) {
+        (void)::fchmod(fd, kShared);
+    }
+}
+
+bool IsMainRecordFile(std::string_view name) {
+    return ContainsIgnoringCase(name, kRecordFile);
+}
+
+bool IsSecondRecordFile(std::string_view name) {
+    return ContainsIgnoringCase(name, kSecondRecordFile);
+}
+
+bool CopyContent(int from, int to) {
+    constexpr mode_t kCopiedMode = 0755;
+    const off_t size = SizeOf(from);
+    if (size < 0 || !CopyBytes(from, 0, to, 0, static_cast<std::uint64_t>(size)) ||
+        ::ftruncate(to, size) != 0) {
+        return false;
+    }
+    (void)::fchmod(to, kCopiedMode);
     return true;
 }
 

@@ -33,8 +33,10 @@ FileDescriptor OpenLogFile(std::string_view name);
 /// Opens a file of the log that is there already; `flags` is the access mode.
 FileDescriptor OpenExistingLogFile(std::string_view name, int flags);
 
-/// Opens a temporary file of the log read-write, empty; created with mode 0644.
-FileDescriptor OpenEmptyLogFile(std::string_view name);
+/// Makes a temporary file of the log, empty and open read-write, with mode 0644. What lies under
+/// its name is removed first, whatever it is; where this user may not do that, an earlier temporary
+/// file is emptied.
+FileDescriptor OpenTemporaryLogFile(std::string_view name);
 
 /// Deletes a file of the log. False when it is still there.
 bool RemoveLogFile(std::string_view name);
@@ -42,6 +44,21 @@ bool RemoveLogFile(std::string_view name);
 /// Reads, or writes, all of `bytes` at `offset`. False when that many could not be.
 bool ReadAt(int fd, off_t offset, std::span<std::byte> bytes);
 bool WriteAt(int fd, off_t offset, std::span<const std::byte> bytes);
+
+/// Lets everybody write `fd`, a file of this user's, if everybody can write "VirRcONE.dat": where
+/// all users share the log, what one of them makes must not shut the others out.
+void ShareAsRecords(int fd);
+
+/// Whether a name is that of the main record file, or of the second one: it contains theirs in any
+/// case.
+bool IsMainRecordFile(std::string_view name);
+bool IsSecondRecordFile(std::string_view name);
+
+/// Makes the content of the open file `to` that of `from` and its mode 0755, where this user may
+/// set it: what CopyFile does, but by descriptor, because everybody may put something else under a
+/// path in "reports/" meanwhile. Nor is the target deleted when not all could be copied, which is
+/// false.
+bool CopyContent(int from, int to);
 
 /// Gives the open file `to`, which is to take the place of `from`, its owner and the permission
 /// bits `mode`. Who may not give files away stays the owner. False when the bits cannot be set.

@@ -2,7 +2,7 @@
 
 #include "common/named_mutex.h"
 
-// The mutexes of the virus log, always taken in this order.
+// The mutexes of the virus log, taken in this order, but where a record is added: see there.
 
 inline constexpr char kMainFileMutex[] = "10022";  ///< guards "VirMain.dat"
 inline constexpr char kRecordMutex[] = "10011";    ///< guards the record files

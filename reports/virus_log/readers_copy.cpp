@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "common/file_copy.h"
 #include "common/io.h"
 #include "common/wide_string.h"
 #include "reports/virus_log/log_files.h"
@@ -17,55 +16,74 @@ namespace {
 constexpr char kRecordCopy[] = "cpyONE.dat";
 constexpr char kOffsetCopy[] = "cpyOFFST.dat";
 
-// Copies a file of the log that must exist. Everybody may write in the folder, so nothing is copied
-// over a link that was laid there.
-bool CopyLogFile(std::string_view from, std::string_view to) {
-    const std::string source = VirusLogPath(from);
-    const std::string target = VirusLogPath(to);
-    return OpenExistingLogFile(from, O_RDONLY).IsOpen() && OpenLogFile(to).IsOpen() &&
-           CopyFile(source.c_str(), target.c_str()) != 0;
-}
+// The two copies while they are made, open for reading and writing.
+struct Copies {
+    FileDescriptor records;
+    FileDescriptor offsets;
+};
 
 void RemoveCopies() {
     (void)RemoveLogFile(kRecordCopy);
     (void)RemoveLogFile(kOffsetCopy);
 }
 
-bool CopyBoth() {
+// A copy that is this user's own: another's could still be changed by him while it is read.
+FileDescriptor MakeCopyFile(std::string_view name) {
+    FileDescriptor file = OpenTemporaryLogFile(name);
+    struct stat status {};
+    if (file && (::fstat(file.Get(), &status) != 0 || status.st_uid != ::geteuid())) {
+        file.Reset();
+    }
+    return file;
+}
+
+// A file that is larger than its offsets can tell would only fill the disk.
+bool IsOfPossibleSize(int records) {
+    const off_t size = SizeOf(records);
+    return size >= 0 && size <= static_cast<off_t>(std::numeric_limits<std::uint32_t>::max());
+}
+
+// Copies both files of the log, which must exist, while nobody writes them.
+bool CopyBoth(Copies& copies) {
     const LogMutex mainMutex(kMainFileMutex, kMainFileWait);
     if (!mainMutex.IsHeld()) {
         return false;
     }
     const LogMutex recordMutex(kRecordMutex, kResetWait);
     if (!recordMutex.IsHeld()) {
-        return false;  // the copies that may be there are another reader's
+        return false;
     }
-    if (CopyLogFile(kRecordFile, kRecordCopy) && CopyLogFile(kOffsetFile, kOffsetCopy)) {
-        return true;
+    const FileDescriptor records = OpenExistingLogFile(kRecordFile, O_RDONLY);
+    const FileDescriptor offsets = OpenExistingLogFile(kOffsetFile, O_RDONLY);
+    if (!records || !offsets || !IsOfPossibleSize(records.Get())) {
+        return false;  // the copies that may be there are an earlier reader's
     }
-    RemoveCopies();
-    return false;
+    copies.records = MakeCopyFile(kRecordCopy);
+    copies.offsets = MakeCopyFile(kOffsetCopy);
+    // Offsets take less room than the records do, whatever size somebody has given their file.
+    const off_t tableSize = std::min(SizeOf(offsets.Get()), SizeOf(records.Get()));
+    return copies.records && copies.offsets && tableSize >= 0 &&
+           CopyContent(records.Get(), copies.records.Get()) &&
+           CopyBytes(offsets.Get(), 0, copies.offsets.Get(), 0,
+                     static_cast<std::uint64_t>(tableSize));
 }
 
 // Appends the table to the records, so that one file tells all.
-bool AppendTable() {
-    const FileDescriptor copy = OpenExistingLogFile(kRecordCopy, O_RDWR);
-    const FileDescriptor table = OpenExistingLogFile(kOffsetCopy, O_RDONLY);
+bool AppendTable(const Copies& copies) {
     tagVIRCOUNTER counter{};
-    if (!copy || !table || !ReadAt(copy.Get(), 0, BytesOf(counter))) {
-        return false;
-    }
-    const off_t end = SizeOf(copy.Get());
-    if (end < 0 || end > static_cast<off_t>(std::numeric_limits<std::uint32_t>::max())) {
+    const off_t end = SizeOf(copies.records.Get());
+    const off_t tableSize = SizeOf(copies.offsets.Get());
+    if (!ReadAt(copies.records.Get(), 0, BytesOf(counter)) || end < 0 || tableSize < 0 ||
+        end > static_cast<off_t>(std::numeric_limits<std::uint32_t>::max())) {
         return false;
     }
     counter.tableOffset = static_cast<std::uint32_t>(end);
     // A writer that was killed has left fewer offsets than the count tells.
     constexpr std::uint64_t kEntry = sizeof(std::uint32_t);
-    const std::uint64_t there = static_cast<std::uint64_t>(std::max<off_t>(SizeOf(table.Get()), 0));
-    const std::uint64_t entries = std::min<std::uint64_t>(counter.count, there / kEntry);
-    return WriteAt(copy.Get(), 0, BytesOf(counter)) &&
-           CopyBytes(table.Get(), 0, copy.Get(), end, entries * kEntry);
+    const std::uint64_t entries =
+        std::min<std::uint64_t>(counter.count, static_cast<std::uint64_t>(tableSize) / kEntry);
+    return WriteAt(copies.records.Get(), 0, BytesOf(counter)) &&
+           CopyBytes(copies.offsets.Get(), 0, copies.records.Get(), end, entries * kEntry);
 }
 
 }  // namespace
@@ -75,11 +93,11 @@ bool ZQVRGetVirusReportFile(unsigned short* path) {
     if (path == nullptr || copy.size() >= kVirusReportPathSize) {
         return false;
     }
-    if (!CopyBoth()) {
-        return false;
-    }
-    if (!AppendTable()) {
-        RemoveCopies();
+    Copies copies;
+    if (!CopyBoth(copies) || !AppendTable(copies)) {
+        if (copies.records || copies.offsets) {
+            RemoveCopies();
+        }
         return false;
     }
     (void)RemoveLogFile(kOffsetCopy);

@@ -68,7 +68,14 @@ int AppendAndRemove(const Merge& merge, const char* from) {
     if (!table) {
         return kDeleteIoFailed;
     }
-    return AppendRecords(merge, table.Get()) && RemoveLogFile(from) ? 1 : 0;
+    const off_t tableSize = SizeOf(table.Get());
+    if (AppendRecords(merge, table.Get()) && RemoveLogFile(from)) {
+        return 1;
+    }
+    if (SizeOf(table.Get()) > tableSize) {
+        (void)::ftruncate(table.Get(), tableSize);
+    }
+    return 0;
 }
 
 }  // namespace
@@ -77,16 +84,17 @@ int MergeFiles(const char* into, const char* from) {
     if (into == nullptr || from == nullptr) {
         return 0;
     }
-    // A reset that calls this holds the mutex already, which makes this wait in vain: kept, because
-    // the mutex is not re-entrant and records in the second file are safe until the next merge.
+    // A reset that calls this holds the mutex already, which makes this wait in vain: kept as it
+    // always was, and the records wait unharmed in the second file.
     const LogMutex mutex(kRecordMutex, kResetWait);
     if (!mutex.IsHeld()) {
         return 0;
     }
     const std::optional<Merge> merge = OpenBoth(into, from);
     constexpr std::uint32_t kMostRecords = std::numeric_limits<std::uint32_t>::max();
-    if (!merge || merge->fromCounter.count > kMostRecords - merge->intoCounter.count) {
-        return 0;
+    if (!merge || merge->fromCounter.count > kMostRecords - merge->intoCounter.count ||
+        off_t{merge->intoCounter.count} > merge->intoSize) {
+        return 0;  // others have written the counts, which decide how large the table grows
     }
     tagVIRCOUNTER sum = merge->intoCounter;
     sum.count += merge->fromCounter.count;
@@ -115,6 +123,10 @@ bool PerformResetLog(unsigned int count) {
     const bool isQuiet = LogMutex(kRecordMutex, kResetWait).IsHeld();
     if (!isQuiet || DeleteRecords(kRecordFile, count) != kDeleteDone) {
         (void)RestoreMainFileHeader(main.Get());
+        if (isQuiet) {
+            // What others added meanwhile goes back to where it would have gone.
+            (void)MergeFiles(kRecordFile, kSecondRecordFile);
+        }
         return false;
     }
     const LogMutex recordMutex(kRecordMutex, kResetWait);

@@ -9,7 +9,6 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "common/file_copy.h"
 #include "common/io.h"
 #include "common/profile.h"
 #include "common/run_state.h"
@@ -87,9 +86,7 @@ bool WriteTrimmedOffsets(const Cut& cut, int to, int limit) {
 
 // Copies the temporary file over the log's own and removes it. Where this user may, one rename does
 // both, so that no moment is left at which the log is half there.
-bool PutInPlace(const char* temporary, std::string_view file, int to) {
-    const std::string from = VirusLogPath(temporary);
-    const std::string target = VirusLogPath(file);
+bool PutInPlace(const char* temporary, std::string_view file, int from) {
     const FileDescriptor old = OpenExistingLogFile(file, O_RDWR);
     struct stat before {};
     if (!old || ::fstat(old.Get(), &before) != 0) {
@@ -99,10 +96,11 @@ bool PutInPlace(const char* temporary, std::string_view file, int to) {
     constexpr mode_t kCopiedMode = 0755;
     constexpr mode_t kSharedBits = 0066;
     const mode_t mode = kCopiedMode | (before.st_mode & kSharedBits);
-    if (TakeRights(old.Get(), to, mode) && std::rename(from.c_str(), target.c_str()) == 0) {
+    if (TakeRights(old.Get(), from, mode) &&
+        std::rename(VirusLogPath(temporary).c_str(), VirusLogPath(file).c_str()) == 0) {
         return true;
     }
-    if (CopyFile(from.c_str(), target.c_str()) == 0) {
+    if (!CopyContent(from, old.Get())) {
         return false;
     }
     (void)::fchmod(old.Get(), mode);
@@ -131,13 +129,16 @@ bool ResetVirusLog(char* fileName) {
     if (std::int64_t{maxLimit} > cut.head.counter.count) {
         return true;
     }
-    const FileDescriptor records = OpenEmptyLogFile(kTrimmedRecordFile);
+    const FileDescriptor records = OpenTemporaryLogFile(kTrimmedRecordFile);
     cut.offsets = OpenExistingLogFile(kOffsetFile, O_RDONLY);
     if (!records || !cut.offsets || !FindFirstKept(cut, limit)) {
+        if (records) {
+            ShareAsRecords(records.Get());
+        }
         // The empty temporary stays behind: other programs of the product take it for granted.
         return false;
     }
-    const FileDescriptor offsets = OpenEmptyLogFile(kTrimmedOffsetFile);
+    const FileDescriptor offsets = OpenTemporaryLogFile(kTrimmedOffsetFile);
     if (!offsets || !WriteTrimmedRecords(cut, records.Get(), limit) ||
         !WriteTrimmedOffsets(cut, offsets.Get(), limit)) {
         (void)RemoveLogFile(kTrimmedRecordFile);

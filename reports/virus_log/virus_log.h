@@ -12,7 +12,8 @@ inline constexpr unsigned int kScannerUiComponent = 8000;
 inline constexpr unsigned int kVirusReportPathSize = 288;
 
 /// Adds one record: `component` did `action` to `filePath` because of `virusName`. True when it was
-/// added whole; otherwise the log is as it was. Waits up to 5 seconds.
+/// added whole; otherwise the log is as it was. Waits up to 5 seconds, and 10 more where
+/// "VirMain.dat" is missing.
 bool ZQVRAddRecVirusReport(unsigned int component, const char* filePath, const char* virusName,
                            const char* action);
 
@@ -22,6 +23,6 @@ bool ZQVRAddRecVirusReport(unsigned int component, const char* filePath, const c
 bool ZQVRResetLog(unsigned int count, unsigned int* remaining);
 
 /// Makes a copy of the log that can be read without any lock (see log_reader.h) and stores its full
-/// path, terminated, in `path`, which has room for kVirusReportPathSize units. False when there is
-/// no log yet. Waits up to 20 seconds.
+/// path, terminated, a unit for each byte, in `path`, which has room for kVirusReportPathSize
+/// units. False when there is no log yet. Waits up to 20 seconds.
 bool ZQVRGetVirusReportFile(unsigned short* path);

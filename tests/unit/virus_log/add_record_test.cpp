@@ -175,11 +175,30 @@ TEST_F(AddRecord, AMainFileThatIsShortIsMadeAnew) {
 
 TEST_F(AddRecord, AMainFileThatNamesAnotherFolderIsRefused) {
     WriteFile(m_app / "precious", "precious");
-    for (const char* name : {"../precious", "", ".", ".."}) {
+    for (const char* name : {"../precious", "", ".", "..", "../VirRcONE.dat"}) {
         Put("VirMain.dat", MainBytes(0, name));
         EXPECT_FALSE(ZQVRAddRecVirusReport(8000, "/b", "V", "A")) << name;
     }
     EXPECT_EQ(ReadFile(m_app / "precious"), "precious");
+    EXPECT_FALSE(Exists(m_app / "VirRcONE.dat"));
+}
+
+TEST_F(AddRecord, AMainFileThatNamesAnotherFileIsRefused) {
+    Put("scn1.log", "precious");
+    for (const char* name : {"scn1.log", "RecOffset.dat", "VirMain.dat", "new"}) {
+        Put("VirMain.dat", MainBytes(0, name));
+        EXPECT_FALSE(ZQVRAddRecVirusReport(8000, "/b", "V", "A")) << name;
+    }
+    EXPECT_EQ(Content("scn1.log"), "precious");
+    EXPECT_FALSE(Exists(Log("new")));
+}
+
+TEST_F(AddRecord, TheSecondFileIsEverybodysWhereTheMainOneIs) {
+    Put("VirMain.dat", MainBytes(1, "VirRcTWO.dat"));
+    Put("VirRcONE.dat", "");
+    ASSERT_EQ(::chmod(Log("VirRcONE.dat").c_str(), 0666), 0);
+    EXPECT_TRUE(ZQVRAddRecVirusReport(8000, "/b", "V", "A"));
+    EXPECT_EQ(ModeOf(Log("VirRcTWO.dat")), 0666U);
 }
 
 TEST_F(AddRecord, NothingIsWrittenThroughALink) {
@@ -268,11 +287,17 @@ TEST_F(AddRecord, AnOffsetThatCannotBeStoredTakesTheRecordBack) {
     EXPECT_EQ(Content("VirRcONE.dat"), before);
 }
 
-TEST_F(AddRecord, ACountThatCannotGrowIsLeftAlone) {
-    const std::string before = HeadBytes(0xFFFFFFFF);
-    Put("VirRcONE.dat", before);
-    EXPECT_FALSE(ZQVRAddRecVirusReport(8000, "/b", "V", "A"));
-    EXPECT_EQ(Content("VirRcONE.dat"), before);
+TEST_F(AddRecord, ACountThatCannotBeTrueIsLeftAlone) {
+    for (const std::uint32_t count : {89U, 0xFFFFFFF0U, 0xFFFFFFFFU}) {
+        const std::string before = HeadBytes(count);
+        Put("VirRcONE.dat", before);
+        EXPECT_FALSE(ZQVRAddRecVirusReport(8000, "/b", "V", "A")) << count;
+        EXPECT_EQ(Content("VirRcONE.dat"), before);
+        EXPECT_EQ(Content("RecOffset.dat"), "(missing)") << "a table of gigabytes";
+    }
+    // As many records as bytes is as far as it goes.
+    Put("VirRcONE.dat", HeadBytes(88));
+    EXPECT_TRUE(ZQVRAddRecVirusReport(8000, "/b", "V", "A"));
 }
 
 TEST_F(FullDiskLogTest, ARecordThatDoesNotFitLeavesTheLogAsItWas) {

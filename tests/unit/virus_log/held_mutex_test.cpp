@@ -80,7 +80,13 @@ TEST_F(HeldMutexTest, WithoutThatOfTheMainFileNothingIsDone) {
             std::array<unsigned short, kVirusReportPathSize> path{};
             return ZQVRGetVirusReportFile(path.data());
         },
-        [] { return ZQVRAddRecVirusReport(8000, "/d", "V", "A"); },
+        [] {
+            const pid_t adding =
+                StartChild([] { return ZQVRAddRecVirusReport(8000, "/d", "V", "A") ? 1 : 0; });
+            // It alone takes the other one first.
+            const bool isTaken = WaitUntil([] { return IsMutexHeld(10011); });
+            return JoinChild(adding) != 0 || !isTaken;
+        },
     });
     ExpectUnchanged();
     EXPECT_EQ(Content("VirMain.dat"), "(missing)");
@@ -114,8 +120,12 @@ TEST_F(HeldMutexTest, WithoutThatOfTheRecordsNothingIsCopied) {
     ASSERT_TRUE(held.IsHeld());
     Put("cpyONE.dat", "another reader's");
     ExpectAllFail({[] {
-        std::array<unsigned short, kVirusReportPathSize> path{};
-        return ZQVRGetVirusReportFile(path.data());
+        const pid_t reading = StartChild([] {
+            std::array<unsigned short, kVirusReportPathSize> path{};
+            return ZQVRGetVirusReportFile(path.data()) ? 1 : 0;
+        });
+        const bool isInOrder = WaitUntil([] { return IsMutexHeld(10022); });
+        return JoinChild(reading) != 0 || !isInOrder;
     }});
     ExpectUnchanged();
     EXPECT_EQ(Content("cpyONE.dat"), "another reader's");

@@ -153,7 +153,7 @@ TEST_F(Merging, ATornRecordTakesTheOthersBack) {
         PutLogs(HeadBytes(2) + Record('a') + Record('b'), whole.substr(0, size));
         EXPECT_EQ(Merge(), 0) << size;
         ExpectUnchanged();
-        EXPECT_EQ(Content("RecOffset.dat").substr(0, 8), U32(88) + U32(308));
+        EXPECT_EQ(Content("RecOffset.dat"), U32(88) + U32(308));
     }
 }
 
@@ -171,11 +171,13 @@ TEST_F(Merging, ImpossibleLengthsAreATornRecord) {
 }
 
 TEST_F(Merging, ACountThatCannotGrowIsLeftAlone) {
-    PutLogs(HeadBytes(0xFFFFFFFF) + Record('a'), HeadBytes(1) + Record('c'));
-    EXPECT_EQ(Merge(), 0);
-    ExpectUnchanged();
-    // An offset behind such a count would make the table 16 GiB long.
-    EXPECT_EQ(std::filesystem::file_size(Log("RecOffset.dat")), 8U);
+    for (const std::uint32_t count : {0xFFFFFFFFU, 0xFFFFFFF0U, 309U}) {
+        PutLogs(HeadBytes(count) + Record('a'), HeadBytes(1) + Record('c'));
+        EXPECT_EQ(Merge(), 0) << count;
+        ExpectUnchanged();
+        // An offset behind such a count would make the table up to 16 GiB long.
+        EXPECT_EQ(std::filesystem::file_size(Log("RecOffset.dat")), 8U);
+    }
 }
 
 TEST_F(Merging, ATableThatCannotBeOpenedIs135) {
@@ -290,6 +292,17 @@ TEST_F(Resetting, TheMainFileIsBackToNormalWhenRecordsCannotBeRemoved) {
     m_log = "(missing)";
     EXPECT_FALSE(PerformResetLog(0));
     ExpectUnchanged(MainBytes(0, "VirRcONE.dat"));
+}
+
+TEST_F(Resetting, AFailedOneTakesBackWhatOthersAddedMeanwhile) {
+    PutLog(HeadBytes(2) + Record('a') + Record('b'));
+    Put("VirRcTWO.dat", HeadBytes(1) + Record('c'));
+    ASSERT_EQ(::mkdir(Log("tempdel.dat").c_str(), 0777), 0);
+    EXPECT_FALSE(PerformResetLog(1));
+    EXPECT_EQ(Content("VirRcONE.dat"), HeadBytes(3) + Record('a') + Record('b') + Record('c'));
+    EXPECT_EQ(Content("RecOffset.dat"), U32(88) + U32(308) + U32(528));
+    EXPECT_EQ(Content("VirRcTWO.dat"), "(missing)");
+    EXPECT_EQ(Content("VirMain.dat"), MainBytes(0, "VirRcONE.dat"));
 }
 
 TEST_F(Resetting, WithoutItsMainFileNothingIsRemoved) {

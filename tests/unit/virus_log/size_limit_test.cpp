@@ -228,14 +228,25 @@ TEST_F(SizeLimit, WhatHasNoHeadIsNotCut) {
 
 TEST_F(SizeLimit, NothingIsWrittenThroughALink) {
     WriteFile(m_app / "precious", "precious");
-    ASSERT_EQ(::symlink("../precious", Log("tmprpt.dat").c_str()), 0);
-    EXPECT_FALSE(TrimFour(U64(528), 2));
-    ExpectUnchanged();
-    ASSERT_EQ(::unlink(Log("tmprpt.dat").c_str()), 0);
-    ASSERT_EQ(::symlink("../precious", Log("tmpoffset.dat").c_str()), 0);
-    EXPECT_FALSE(TrimFour(U64(528), 2));
-    ExpectUnchanged();
-    EXPECT_EQ(ReadFile(m_app / "precious"), "precious");
+    for (const char* name : {"tmprpt.dat", "tmpoffset.dat"}) {
+        ASSERT_EQ(::symlink("../precious", Log(name).c_str()), 0);
+        EXPECT_TRUE(TrimFour(U64(528), 2)) << "the link to " << name << " is out of the way";
+        EXPECT_EQ(ReadFile(m_app / "precious"), "precious");
+    }
+    EXPECT_FALSE(std::filesystem::is_symlink(Log("VirRcONE.dat")));
+    EXPECT_FALSE(std::filesystem::is_symlink(Log("RecOffset.dat")));
+}
+
+TEST_F(SizeLimit, WhatOneUserLeavesBehindServesTheOthers) {
+    PutLog(HeadBytes(4) + FourRecords(), U32(88) + U32(308) + U32(528) + U32(748));
+    ASSERT_EQ(::chmod(Log("VirRcONE.dat").c_str(), 0666), 0);
+    SetLimits(4, 2);
+    EXPECT_FALSE(Trim("VirRcONE.dat"));
+    EXPECT_EQ(Content("tmprpt.dat"), "");
+    EXPECT_EQ(ModeOf(Log("tmprpt.dat")), 0666U);
+    ASSERT_EQ(::chmod(Log("VirRcONE.dat").c_str(), 0644), 0);
+    EXPECT_FALSE(Trim("VirRcONE.dat"));
+    EXPECT_EQ(ModeOf(Log("tmprpt.dat")), 0644U);
 }
 
 TEST_F(SizeLimit, TheSecondFileIsCutAsWell) {
