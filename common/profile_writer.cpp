@@ -45,8 +45,12 @@ public:
     [[nodiscard]] bool IsOpen() const { return m_file != nullptr; }
     [[nodiscard]] std::FILE* Stream() { return m_file.get(); }
 
-    /// Gives the file its mode and closes it. False when anything of it was not written.
-    bool Finish(mode_t mode) {
+    /// Gives the file the owner and the mode of the one that it replaces, and closes it. False when
+    /// anything of it was not written. Who may not give files away stays the owner.
+    bool Finish(const struct stat& replaced) {
+        const mode_t mode = replaced.st_mode & kPermissionBits;
+        [[maybe_unused]] const int given =
+            ::fchown(::fileno(m_file.get()), replaced.st_uid, replaced.st_gid);
         const bool isWhole = std::fflush(m_file.get()) == 0 && std::ferror(m_file.get()) == 0 &&
                              ::fchmod(::fileno(m_file.get()), mode) == 0;
         // Some file systems tell only now that the disk is full.
@@ -128,7 +132,7 @@ ProfileError Replace(const std::string& section, const std::string& key, const s
     }
     CopyWithEntry(profile, temporary.Stream(), key, entry);
     const bool isReadWhole = std::ferror(profile.Rest()) == 0;
-    if (!temporary.Finish(status.st_mode & kPermissionBits) || !isReadWhole) {
+    if (!temporary.Finish(status) || !isReadWhole) {
         return PROFILE_ERR_OPEN;
     }
     temporary.MoveTo(path);

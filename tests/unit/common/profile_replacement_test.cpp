@@ -72,6 +72,20 @@ TEST_F(ProfileReplacement, KeepsThePermissionBits) {
     ::umask(mask);
 }
 
+TEST_F(ProfileReplacement, KeepsTheOwner) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give a file to somebody else";
+    }
+    ASSERT_EQ(::chown(m_path.c_str(), kNobody, kNobody), 0);
+    ASSERT_EQ(::chmod(m_path.c_str(), 0600), 0);
+    EXPECT_EQ(Write(), 0U);
+    struct stat status {};
+    ASSERT_EQ(::stat(m_path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, kNobody);
+    EXPECT_EQ(status.st_gid, kNobody);
+    EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
 TEST_F(ProfileReplacement, IsANewFileInTheOldOnesPlace) {
     const std::string other = m_scratch / "other";
     ASSERT_EQ(::link(m_path.c_str(), other.c_str()), 0);
