@@ -9,7 +9,6 @@
 #include "app/start_up.h"
 #include "common/locks.h"
 #include "common/log.h"
-#include "common/named_mutex.h"
 #include "common/run_state.h"
 #include "scan/descriptor_limit.h"
 
@@ -58,7 +57,6 @@ int main(int argc, char** argv) {
                      &QApplication::quit);
     const int status = QApplication::exec();
 
-    EndMutexWaits();
     Release_Lock(kInstanceLock);
     Unregfromonlineprot(g_pCurrproc_pid);
     mainWindow.reset();

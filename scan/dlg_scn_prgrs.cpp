@@ -14,6 +14,7 @@
 
 #include "ui_dlg_scn_prgrs.h"
 
+#include "common/named_mutex.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "reports/dlg_report.h"
@@ -161,6 +162,8 @@ void dlgScnPrgrs::EndThread() {
     m_stop.Set();
     StopCount = true;
     CloseEvents();
+    // Nor does anybody want to wait for the virus log that a dead process keeps locked.
+    EndMutexWaits();
     while (!m_thread->wait(kEndPollInterval)) {
         WakePrompt();
     }
