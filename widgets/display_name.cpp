@@ -8,6 +8,7 @@
 #include <QStringDecoder>
 
 #include "common/paths.h"
+#include "common/utf8.h"
 
 namespace {
 
@@ -15,20 +16,6 @@ constexpr char32_t kDelete = 0x7F;
 
 bool IsPlainAscii(char byte) {
     return byte >= ' ' && byte <= '~';
-}
-
-// Length of the UTF-8 sequence that `bytes` begins with, by its first byte; 0 when none begins so.
-std::size_t SequenceLength(unsigned char first) {
-    if (first < 0x80) {
-        return 1;
-    }
-    if (first >= 0xC2 && first <= 0xDF) {
-        return 2;
-    }
-    if (first >= 0xE0 && first <= 0xEF) {
-        return 3;
-    }
-    return first >= 0xF0 && first <= 0xF4 ? 4 : 0;
 }
 
 // The character that `bytes` begins with, or nothing when it is not UTF-8.
@@ -85,7 +72,7 @@ QString DisplayName(std::string_view bytes) {
     QString text;
     while (!bytes.empty()) {
         const auto first = static_cast<unsigned char>(bytes.front());
-        const std::size_t length = SequenceLength(first);
+        const std::size_t length = AnnouncedUtf8Length(first);
         const QString decoded = length != 0 && length <= bytes.size()
                                     ? DecodeSequence(bytes.substr(0, length))
                                     : QString();

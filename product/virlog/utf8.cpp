@@ -1,23 +1,11 @@
 #include "product/virlog/utf8.h"
 
+#include "common/utf8.h"
+
 namespace {
 
 unsigned char ByteAt(std::string_view text, std::size_t index) {
     return static_cast<unsigned char>(text[index]);
-}
-
-// The length that a first byte announces, 0 when none begins with it.
-std::size_t AnnouncedLength(unsigned char first) {
-    if (first < 0x80) {
-        return 1;
-    }
-    if (first >= 0xC2 && first <= 0xDF) {
-        return 2;
-    }
-    if (first >= 0xE0 && first <= 0xEF) {
-        return 3;
-    }
-    return first >= 0xF0 && first <= 0xF4 ? 4 : 0;
 }
 
 // Leaves out what could be written shorter, surrogates, and what lies above U+10FFFF.
@@ -38,7 +26,7 @@ DecodedCharacter DecodeUtf8(std::string_view text) {
     constexpr unsigned char kDataBits[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
     const unsigned char first = ByteAt(text, 0);
     const DecodedCharacter malformed{first, 1, false};
-    const std::size_t length = AnnouncedLength(first);
+    const std::size_t length = AnnouncedUtf8Length(first);
     if (length == 0 || length > text.size()) {
         return malformed;
     }
