@@ -1,10 +1,13 @@
 #include "product/virlog/escape.h"
 
 #include <gtest/gtest.h>
+#include <regex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "product/virlog/utf8.h"
+#include "tests/support/scratch.h"
 
 using namespace std::string_literals;
 
@@ -61,7 +64,10 @@ TEST(Escape, LeavesOrdinaryTextAlone) {
           "/tmp/\xE2\x82\xAC", "/tmp/\xE4\xB8\xAD\xE6\x96\x87", "/tmp/\xF0\x9F\x98\x80",
           "e\xCC\x81", "\xC2\xA0", "\xC2\xAC", "\xC2\xAE",
           // Joiners, without which Persian and some emoji cannot be written.
-          "\xE2\x80\x8C", "\xE2\x80\x8D", "\xEF\xBF\xBC", "\xEF\xBF\xBD"}) {
+          "\xE2\x80\x8C", "\xE2\x80\x8D",
+          // Variation selector, grapheme joiner, inherent vowel, blank pattern.
+          "\xEF\xB8\x8F", "\xCD\x8F", "\xE1\x9E\xB4", "\xE2\xA0\x80", "\xEF\xBF\xBC",
+          "\xEF\xBF\xBD"}) {
         EXPECT_EQ(Escaped(text), text);
     }
 }
@@ -155,6 +161,42 @@ TEST(Escape, EveryCharacterAndEveryPairOfBytesComesBack) {
     for (unsigned int pair = 0; pair < 0x10000; ++pair) {
         const std::string text = {static_cast<char>(pair >> 8), static_cast<char>(pair & 0xFF)};
         ASSERT_EQ(Unescaped(Escaped(text)), text) << pair;
+    }
+}
+
+// The characters that the manual says are escaped, those at the ends of the planes included.
+std::vector<bool> EscapedByManual() {
+    const std::string manual = ReadFile(VIRLOG_MANUAL);
+    const std::size_t start = manual.find("one of these characters:");
+    const std::size_t end = manual.find(".RE", start);
+    EXPECT_NE(end, std::string::npos);
+    const std::string text = manual.substr(start, end - start);
+    EXPECT_NE(text.find("the last two of every plane"), std::string::npos);
+    std::vector<bool> escaped(0x110000);
+    for (std::size_t plane = 0; plane < escaped.size(); plane += 0x10000) {
+        escaped[plane + 0xFFFE] = escaped[plane + 0xFFFF] = true;
+    }
+    const std::regex range("U\\+([0-9A-F]+)( to U\\+([0-9A-F]+))?");
+    for (std::sregex_iterator match(text.begin(), text.end(), range), none; match != none;
+         ++match) {
+        const std::size_t first = std::stoul((*match)[1], nullptr, 16);
+        const std::size_t last = (*match)[3].matched ? std::stoul((*match)[3], nullptr, 16) : first;
+        EXPECT_LE(first, last) << match->str();
+        for (std::size_t c = first; c <= last; ++c) {
+            escaped.at(c) = true;
+        }
+    }
+    return escaped;
+}
+
+TEST(Escape, TheManualListsExactlyWhatIsEscaped) {
+    const std::vector<bool> escaped = EscapedByManual();
+    for (char32_t c = 0; c <= 0x10FFFF; ++c) {
+        if (c == 0xD800) {
+            c = 0xE000;
+        }
+        ASSERT_EQ(Escaped(Utf8Of(c)).starts_with("\\u{"), escaped[c])
+            << std::hex << static_cast<unsigned long>(c);
     }
 }
 
