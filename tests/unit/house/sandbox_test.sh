@@ -117,10 +117,11 @@ CheckFallback() {
     # Real paths are only ever used inside an outer sandbox here, so that this test needs none.
     got=$("$sandbox" bash -c '
         WithoutNamespaces "$1" bash -c "mkdir -p /usr/lib/Corvane/Corvane
+            : >/usr/bin/corvane; : >/usr/bin/corvane-virlog
             : >/zqcommon.log; : >/tmp/scan.lck; : >/tmp/mine; ipcmk -Q >/dev/null
             echo \$CORVANE_SANDBOX; exit 6"
         echo "status $?"
-        ls -d /usr/lib/Corvane /zqcommon.log /tmp/scan.lck 2>/dev/null
+        ls -d /usr/lib/Corvane /usr/bin/corvane* /zqcommon.log /tmp/scan.lck 2>/dev/null
         ls /tmp/mine
         ipcs -q | grep -c "^0x"' bash "$sandbox" | tr '\n' ' ')
     Expect "without namespaces root uses the real paths and cleans up" \
