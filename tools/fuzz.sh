@@ -5,7 +5,7 @@ Verb_fuzz() {
     local seconds=60 harness
     local -a harnesses=()
     if [[ $# -gt 0 ]]; then
-        [[ $1 =~ ^[1-9][0-9]*$ ]] || Die "fuzz: $1 is no number of seconds"
+        [[ $1 =~ ^[1-9][0-9]{0,5}$ ]] || Die "fuzz: \"$1\" is no number of seconds from 1 to 999999"
         seconds=$1
         shift
     fi
@@ -17,7 +17,9 @@ Verb_fuzz() {
         done
     fi
     for harness in "${harnesses[@]}"; do
-        [[ -d tests/fuzz/corpus/$harness ]] || Die "fuzz: there is no harness $harness"
+        # The pattern, too: "" and ".." are folders there as well.
+        [[ $harness =~ ^[a-z0-9_]+$ && -d tests/fuzz/corpus/$harness ]] ||
+            Die "fuzz: there is no harness \"$harness\""
     done
     Build fuzz "${harnesses[@]/#/fuzz_}"
     Say "Fuzzing, $seconds seconds each: ${harnesses[*]}"
