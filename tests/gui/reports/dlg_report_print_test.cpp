@@ -28,22 +28,30 @@ std::string PdfText(const std::string& path) {
     return text;
 }
 
-TEST_F(DlgReportTest, PrintsEveryLineOntoAsManyPagesAsItTakes) {
+class DlgReportPrintTest : public DlgReportTest {
+protected:
+    // Prints into a file and ends the print dialog with `result`.
+    void Print(const std::string& pdf, QDialog::DialogCode result) {
+        ModalDriver driver;
+        driver.Expect([&](QDialog* dialog) {
+            auto* print = qobject_cast<QPrintDialog*>(dialog);
+            ASSERT_NE(print, nullptr);
+            print->printer()->setOutputFormat(QPrinter::PdfFormat);
+            print->printer()->setOutputFileName(QString::fromStdString(pdf));
+            print->done(result);
+        });
+        Find("btnPrint")->click();
+    }
+};
+
+TEST_F(DlgReportPrintTest, PrintsEveryLineOntoAsManyPagesAsItTakes) {
     std::string report = "<b>not bold</b>\n";
     for (int i = 0; i < 200; ++i) {
         report += "line " + std::to_string(i) + " of the report\n";
     }
     OpenText(report);
     const std::string pdf = m_folder / "out.pdf";
-    ModalDriver driver;
-    driver.Expect([&](QDialog* dialog) {
-        auto* print = qobject_cast<QPrintDialog*>(dialog);
-        ASSERT_NE(print, nullptr);
-        print->printer()->setOutputFormat(QPrinter::PdfFormat);
-        print->printer()->setOutputFileName(QString::fromStdString(pdf));
-        print->done(QDialog::Accepted);
-    });
-    Find("btnPrint")->click();
+    Print(pdf, QDialog::Accepted);
     const std::string printed = PdfText(pdf);
     EXPECT_NE(printed.find("<b>not bold</b>"), std::string::npos);
     for (int i = 0; i < 200; ++i) {
@@ -52,18 +60,10 @@ TEST_F(DlgReportTest, PrintsEveryLineOntoAsManyPagesAsItTakes) {
     EXPECT_GE(std::count(printed.begin(), printed.end(), '\f'), 3) << "pages";
 }
 
-TEST_F(DlgReportTest, ACancelledPrintDialogPrintsNothing) {
+TEST_F(DlgReportPrintTest, ACancelledPrintDialogPrintsNothing) {
     OpenText("x");
     const std::string pdf = m_folder / "out.pdf";
-    ModalDriver driver;
-    driver.Expect([&](QDialog* dialog) {
-        auto* print = qobject_cast<QPrintDialog*>(dialog);
-        ASSERT_NE(print, nullptr);
-        print->printer()->setOutputFormat(QPrinter::PdfFormat);
-        print->printer()->setOutputFileName(QString::fromStdString(pdf));
-        print->done(QDialog::Rejected);
-    });
-    Find("btnPrint")->click();
+    Print(pdf, QDialog::Rejected);
     EXPECT_FALSE(fs::exists(pdf));
 }
 

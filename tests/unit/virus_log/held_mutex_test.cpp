@@ -14,11 +14,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Records of 220 bytes.
-std::string Record(char name) {
-    return RecordBytes(std::string("/") + name);
-}
-
 // Whether `work` fails, and after about the 10 seconds that it is to wait.
 bool FailsAfterTenSeconds(const std::function<bool()>& work) {
     const auto begin = Clock::now();

@@ -3,11 +3,6 @@
 #include "reports/virus_log/log_reader.h"
 #include "tests/unit/virus_log/virus_log_fixture.h"
 
-/// A record of 220 bytes.
-inline std::string Record(char name) {
-    return RecordBytes(std::string("/") + name);
-}
-
 /// Reads copies of a log that a test has put together.
 class LogReader : public testing::Test {
 protected:

@@ -7,11 +7,6 @@
 
 namespace {
 
-// Records of 220 bytes.
-std::string Record(char name) {
-    return RecordBytes(std::string("/") + name);
-}
-
 class ReadersCopy : public VirusLogTest {
 protected:
     void PutLog(const std::string& log, const std::string& table) {

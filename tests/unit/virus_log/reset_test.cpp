@@ -9,11 +9,6 @@
 
 namespace {
 
-// Records of 220 bytes.
-std::string Record(char name) {
-    return RecordBytes(std::string("/") + name);
-}
-
 class Merging : public VirusLogTest {
 protected:
     void PutLogs(const std::string& into, const std::string& from) {

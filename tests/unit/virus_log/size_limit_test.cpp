@@ -9,9 +9,6 @@
 namespace {
 
 // Four records; they lie at 88, 308, 528 and 748, and end at 968.
-std::string Record(char name) {
-    return RecordBytes(std::string("/") + name);
-}
 std::string FourRecords() {
     return Record('a') + Record('b') + Record('c') + Record('d');
 }

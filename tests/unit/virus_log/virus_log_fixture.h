@@ -63,6 +63,11 @@ inline std::string RecordBytes(std::string_view path, std::string_view virus = "
            Padded(Wide("user"), 32) + Wide(path) + Wide("dom");
 }
 
+/// The record of a file with a name of one letter: 220 bytes.
+inline std::string Record(char name) {
+    return RecordBytes(std::string("/") + name);
+}
+
 /// "VirMain.dat".
 inline std::string MainBytes(std::uint32_t isResetting, std::string_view fileName) {
     return U32(isResetting) + Padded(std::string(fileName), 100);

@@ -12,11 +12,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Records of 220 bytes.
-std::string Record(char name) {
-    return RecordBytes(std::string("/") + name);
-}
-
 // Resets the log in another process. Its exit status is 0 when `remaining` records stay.
 pid_t StartReset(unsigned int count, unsigned int remaining) {
     return StartChild([count, remaining] {
