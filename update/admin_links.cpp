@@ -62,7 +62,8 @@ std::string ReleaseFolder(const tagZQVERINFO& version) {
     return text;
 }
 
-// In place, because what other tools leave behind the terminator is theirs.
+// In place: what other tools leave behind the terminator is theirs, but for the last byte, without
+// which a text that fills the field would have no end.
 void AppendReleaseFolder(std::span<char> field, std::string_view release) {
     field.back() = '\0';
     const std::string_view text = FieldText(field);
