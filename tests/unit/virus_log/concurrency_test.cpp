@@ -82,10 +82,10 @@ protected:
         const std::string log = Content("VirRcONE.dat");
         const std::string table = Content("RecOffset.dat");
         const std::uint32_t count = U32At(log, 4);
-        ASSERT_GE(table.size(), count * 4U);
+        ASSERT_GE(table.size(), std::size_t{count} * 4);
         std::size_t at = 88;
         for (std::uint32_t i = 0; i < count; ++i) {
-            ASSERT_EQ(U32At(table, i * 4U), at) << "record " << i;
+            ASSERT_EQ(U32At(table, std::size_t{i} * 4), at) << "record " << i;
             ASSERT_LE(at + 210, log.size());
             at += 210 + U32At(log, at) + U32At(log, at + 4);
         }
@@ -104,6 +104,7 @@ TEST_F(ManyWriters, AndOneThatResetsLoseNoRecord) {
         }
     }
     std::vector<pid_t> writers;
+    writers.reserve(kWriters);
     for (int writer = 0; writer < kWriters; ++writer) {
         writers.push_back(StartChild([&] { return Write(writer); }));
     }

@@ -39,6 +39,7 @@ protected:
             options.insert(options.begin(), {"strace", "-E", "ASAN_OPTIONS=detect_leaks=0"});
             options.insert(options.end(), {program, m_app.Path(), "/killed"});
             std::vector<char*> arguments;
+            arguments.reserve(options.size() + 1);
             for (std::string& option : options) {
                 arguments.push_back(option.data());
             }
