@@ -14,7 +14,8 @@
 // with its quotes. Section, key and value arguments are cut to their first 256 bytes.
 //
 // A null pointer makes a function fail at once and leaves the error code alone. Nothing is kept
-// between calls and nothing is locked: who shares a file between threads or processes takes turns.
+// between calls and nothing is locked: of two values written at once one may be lost, nothing else.
+// Who shares a file between threads or processes and wants both takes turns.
 
 /// What the functions tell through their error code.
 enum ProfileError : std::uint32_t {
@@ -46,8 +47,9 @@ int GetPrivateProfileInt(const char* section, const char* key, int defaultValue,
 ///
 /// The file is rewritten through `path` + ".tmp" (at most 260 bytes long): lines up to the changed
 /// one are trimmed, what follows stays byte for byte. A missing section is appended. The new file
-/// has the permission bits of the old one and takes its place in one step; whether that step
-/// succeeded is not told.
+/// has the permission bits of the old one, and its owner where the caller may give files away. It
+/// takes the place of the old one, or of a link to it, in one step; whether that step succeeded is
+/// not told.
 int WritePrivateProfileString(const char* section, const char* key, const char* value,
                               const char* path, std::uint32_t* error);
 

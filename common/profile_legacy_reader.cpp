@@ -2,6 +2,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 #include "common/profile.h"
@@ -13,12 +14,10 @@ namespace {
 // Not the 1,023 of the other readers: this one's lines may be 1,024 bytes long.
 constexpr std::size_t kMaxLineLength = 1024;
 
-constexpr std::string_view kWhiteSpace = " \t\n\r\v\f";
-
 // Cuts the first word from `text`; empty when there is none.
 std::string_view TakeWord(std::string_view& text) {
-    text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
-    const std::string_view word = text.substr(0, text.find_first_of(kWhiteSpace));
+    text.remove_prefix(std::min(text.find_first_not_of(kProfileWhiteSpace), text.size()));
+    const std::string_view word = text.substr(0, text.find_first_of(kProfileWhiteSpace));
     text.remove_prefix(word.size());
     return word;
 }

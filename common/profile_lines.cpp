@@ -12,9 +12,6 @@ namespace {
 
 constexpr std::size_t kMaxArgumentLength = 256;
 
-// isspace of the C locale.
-constexpr std::string_view kWhiteSpace = " \t\n\r\v\f";
-
 bool EqualsIgnoringCase(std::string_view first, std::string_view second) {
     return std::equal(first.begin(), first.end(), second.begin(), second.end(),
                       [](char a, char b) { return text::LowerAscii(a) == text::LowerAscii(b); });
@@ -24,9 +21,9 @@ bool EqualsIgnoringCase(std::string_view first, std::string_view second) {
 
 char* Trim(char* text) {
     std::string_view rest = text;
-    rest.remove_prefix(std::min(rest.find_first_not_of(kWhiteSpace), rest.size()));
+    rest.remove_prefix(std::min(rest.find_first_not_of(kProfileWhiteSpace), rest.size()));
     char* start = text + (rest.data() - text);
-    start[rest.find_last_not_of(kWhiteSpace) + 1] = '\0';
+    start[rest.find_last_not_of(kProfileWhiteSpace) + 1] = '\0';
     return start;
 }
 

@@ -11,6 +11,9 @@
 // The lines of a profile file, for those who read and write it. Texts are bytes in the C locale,
 // whatever locale the program is in.
 
+/// isspace of the C locale.
+constexpr std::string_view kProfileWhiteSpace = " \t\n\r\v\f";
+
 /// Removes white space at both ends, in place, and returns the start of what is left.
 char* Trim(char* text);
 

@@ -1,8 +1,10 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,31 +14,34 @@
 
 namespace {
 
+constexpr std::string_view kTemporaryEnding = ".tmp";
 constexpr std::size_t kMaxTemporaryNameLength = 260;
 constexpr mode_t kPermissionBits = 0777;
 
-// The new file while it is written; deleted unless it has been moved to its place.
+// The new file while it is written; deleted unless it has taken its place.
+//
+// It is written under a name that nobody else can guess, and whole before it gets the foreseeable
+// one. Two writers at once would otherwise write into each other's halves, and the profile would
+// lose more than one of the two values.
 class TemporaryFile {
 public:
-    explicit TemporaryFile(std::string name) : m_name(std::move(name)) {
-        // The name can be foreseen in a folder that others write to. What lies there, an old
-        // leftover or somebody's link, is removed and never written through.
-        (void)::unlink(m_name.c_str());
-        FileDescriptor file(::open(m_name.c_str(),
-                                   O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                   S_IRUSR | S_IWUSR));
+    explicit TemporaryFile(const std::string& path) : m_name(path) {
+        m_name += kTemporaryEnding;
+        // A short name, so that the folder takes it however long the profile's name is.
+        m_part = path.substr(0, path.rfind('/') + 1) + ".profile-XXXXXX";
+        FileDescriptor file(::mkostemp(m_part.data(), O_CLOEXEC));
         if (!file) {
+            m_part.clear();
             return;
         }
-        m_isOurs = true;
         m_file.reset(::fdopen(file.Get(), "w"));
         if (m_file) {
             (void)file.Release();
         }
     }
     ~TemporaryFile() {
-        if (m_isOurs) {
-            (void)::unlink(m_name.c_str());
+        if (!m_part.empty()) {
+            (void)::unlink(m_part.c_str());
         }
     }
     TemporaryFile(const TemporaryFile&) = delete;
@@ -57,18 +62,25 @@ public:
         return std::fclose(m_file.release()) == 0 && isWhole;
     }
 
-    void MoveTo(const char* path) {
-        // One rename instead of a deletion and a rename: the same outcome, and at no moment no
-        // file.
-        if (std::rename(m_name.c_str(), path) == 0) {
-            m_isOurs = false;
+    /// Puts the finished file in the place of the one at `path`. False when its temporary name
+    /// cannot be had; what lies there, an old leftover or somebody's link, makes way otherwise.
+    bool MoveTo(const std::string& path) {
+        if (std::rename(m_part.c_str(), m_name.c_str()) != 0) {
+            return false;
         }
+        m_part.clear();
+        // One rename instead of a deletion and a rename: the same outcome, and at no moment no
+        // file. Another writer's may be moved here, or have been moved by them: whole as well.
+        if (std::rename(m_name.c_str(), path.c_str()) != 0 && errno != ENOENT) {
+            (void)::unlink(m_name.c_str());
+        }
+        return true;
     }
 
 private:
     std::string m_name;
+    std::string m_part;  ///< the private name; empty when there is nothing under it
     FileStream m_file;
-    bool m_isOurs = false;
 };
 
 void CopyRest(std::FILE* from, std::FILE* to) {
@@ -90,8 +102,8 @@ bool CopyToSection(ProfileReader& profile, std::FILE* to, const std::string& sec
     return false;
 }
 
-// Copies the rest of the section's file, with `entry` in the place of the line that has its key, or
-// else at the end of the section.
+// Copies the rest of the file, with `entry` in the place of the line that has its key, or else at
+// the end of the section.
 void CopyWithEntry(ProfileReader& profile, std::FILE* to, const std::string& key,
                    const std::string& entry) {
     for (const char* line = profile.NextLine(); line != nullptr; line = profile.NextLine()) {
@@ -113,17 +125,16 @@ void CopyWithEntry(ProfileReader& profile, std::FILE* to, const std::string& key
 }
 
 ProfileError Replace(const std::string& section, const std::string& key, const std::string& entry,
-                     const char* path) {
-    std::string temporaryName = std::string(path) + ".tmp";
-    if (temporaryName.size() > kMaxTemporaryNameLength) {
+                     const std::string& path) {
+    if (path.size() + kTemporaryEnding.size() > kMaxTemporaryNameLength) {
         return PROFILE_ERR_OPEN;
     }
-    ProfileReader profile(path);
+    ProfileReader profile(path.c_str());
     struct stat status {};
     if (!profile.IsOpen() || ::fstat(::fileno(profile.Rest()), &status) != 0) {
         return PROFILE_ERR_OPEN;
     }
-    TemporaryFile temporary(std::move(temporaryName));
+    TemporaryFile temporary(path);
     if (!temporary.IsOpen()) {
         return PROFILE_ERR_OPEN;
     }
@@ -132,11 +143,8 @@ ProfileError Replace(const std::string& section, const std::string& key, const s
     }
     CopyWithEntry(profile, temporary.Stream(), key, entry);
     const bool isReadWhole = std::ferror(profile.Rest()) == 0;
-    if (!temporary.Finish(status) || !isReadWhole) {
-        return PROFILE_ERR_OPEN;
-    }
-    temporary.MoveTo(path);
-    return PROFILE_OK;
+    const bool isWritten = temporary.Finish(status) && isReadWhole;
+    return isWritten && temporary.MoveTo(path) ? PROFILE_OK : PROFILE_ERR_OPEN;
 }
 
 enum class EmptyValue { kRefused, kAccepted };

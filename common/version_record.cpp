@@ -14,7 +14,7 @@ int GetVDBInfo(tagZQVERINFO* info) {
     }
     const std::string path = std::string(directory) + kVersionFileName;
     // A FIFO in its place must not keep anybody waiting.
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     tagZQVERINFO record{};
     if (!file || ReadFull(file.Get(), BytesOf(record)) != std::ptrdiff_t{sizeof record}) {
         return 0;

@@ -1,4 +1,4 @@
-// The reader of the administrator's link file against what must come out, worked out by hand.
+// The reader of the administrator's link file against a second, plain one.
 
 #include <optional>
 #include <span>

@@ -38,7 +38,7 @@ struct ProfileInput {
     }
 };
 
-/// A file in memory with changing content.
+/// A file with changing content.
 class ProfileFile {
 public:
     explicit ProfileFile(std::string path) : m_path(std::move(path)) {}

@@ -1,4 +1,4 @@
-// The reader of the update link file against what must come out, worked out by hand.
+// The reader of the update link file against a second, plain one.
 
 #include <string>
 #include <string_view>

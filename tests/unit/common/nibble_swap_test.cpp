@@ -2,6 +2,7 @@
 
 #include <array>
 #include <gtest/gtest.h>
+#include <numeric>
 
 namespace {
 
@@ -13,6 +14,16 @@ TEST_P(NibbleSwap, ExchangesTheHalvesOfEachByte) {
     std::array<unsigned char, 6> bytes{0x12, 0xAB, 0x0F, 0x00, 0xFF, 0x80};
     GetParam()(bytes.data(), 6);
     EXPECT_EQ(bytes, (std::array<unsigned char, 6>{0x21, 0xBA, 0xF0, 0x00, 0xFF, 0x08}));
+}
+
+TEST_P(NibbleSwap, TwiceGivesEveryByteBack) {
+    std::array<unsigned char, 256> bytes{};
+    std::iota(bytes.begin(), bytes.end(), static_cast<unsigned char>(0));
+    const auto before = bytes;
+    GetParam()(bytes.data(), 256);
+    EXPECT_NE(bytes, before);
+    GetParam()(bytes.data(), 256);
+    EXPECT_EQ(bytes, before);
 }
 
 TEST_P(NibbleSwap, StaysWithinItsLength) {

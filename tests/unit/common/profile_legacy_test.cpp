@@ -56,6 +56,20 @@ TEST_F(LegacyProfile, NeverFindsAnEntryWithoutBlanks) {
     EXPECT_EQ(Read("S", "MIN"), (Found{0, ""}));
 }
 
+TEST_F(LegacyProfile, TakesSectionAndKeyAsTheyAre) {
+    const std::string longKey(300, 'k');
+    Put("[S]\nMAX = 500\n" + longKey + " = 1\n" + longKey.substr(0, 256) +
+        " = 2\n[ S ]\nMAX = 6\n");
+    EXPECT_EQ(Read("S", "MAX"), (Found{3, "500"}));
+    EXPECT_EQ(Read(" S ", "MAX"), (Found{1, "6"}));
+    EXPECT_EQ(Read("S", " MAX").length, 0U);
+    EXPECT_EQ(Read("S", "MAX ").length, 0U);
+    EXPECT_EQ(Read("S", longKey), (Found{1, "1"}));
+    const std::string longSection(300, 's');
+    Put("[" + longSection.substr(0, 256) + "]\nMAX = 1\n[" + longSection + "]\nMAX = 2\n");
+    EXPECT_EQ(Read(longSection, "MAX"), (Found{1, "2"}));
+}
+
 TEST_F(LegacyProfile, ComparesTheKeyWholeAndByCase) {
     Put("[S]\nmax = 1\nMAXI = 2\nMA = 3\n");
     EXPECT_EQ(Read("S", "MAX"), (Found{0, "default"}));

@@ -1,6 +1,7 @@
 // How a written profile file takes the place of the old one, and what is left when it cannot.
 
 #include <csignal>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/resource.h>
@@ -36,6 +37,13 @@ protected:
             }
             return static_cast<int>(Write());
         });
+    }
+
+    // No temporary file is left, under whatever name.
+    void ExpectNothingElse() const {
+        for (const auto& entry : std::filesystem::directory_iterator(m_scratch.Path())) {
+            EXPECT_EQ(entry.path().string(), m_path);
+        }
     }
 
     ScratchFolder m_scratch;
@@ -117,12 +125,59 @@ TEST_F(ProfileReplacement, AReaderFindsAWholeFileAtEveryMoment) {
     EXPECT_EQ(exitStatus, 0);
 }
 
+TEST_F(ProfileReplacement, TwoWritersAtOnceLoseAtMostAValue) {
+    constexpr int kRounds = 300;
+    constexpr std::size_t kOthers = 2'000;
+    std::string content = "[S]\n";
+    for (std::size_t i = 0; i < kOthers; ++i) {
+        content += "Other" + std::to_string(i) + "=" + std::string(30, 'x') + "\n";
+    }
+    WriteFile(m_path, content);
+    std::vector<pid_t> writers;
+    writers.reserve(2);
+    for (const char* key : {"First", "Second"}) {
+        writers.push_back(StartChild([this, key] {
+            for (int i = 0; i < kRounds; ++i) {
+                std::uint32_t code = kUntouchedCode;
+                if (WritePrivateProfileString("S", key, std::to_string(i).c_str(), m_path.c_str(),
+                                              &code) != 0) {
+                    return 1;
+                }
+            }
+            return 0;
+        }));
+    }
+    std::size_t partial = 0;
+    for (const pid_t writer : writers) {
+        int exitStatus = -1;
+        while (::waitpid(writer, &exitStatus, WNOHANG) == 0) {
+            std::vector<std::string> lines;
+            EXPECT_EQ(GetPrivateProfileSection("S", &lines, m_path.c_str()), 0);
+            partial += lines.size() < kOthers ? 1U : 0U;
+        }
+        EXPECT_EQ(exitStatus, 0);
+    }
+    EXPECT_EQ(partial, 0U);
+    EXPECT_TRUE(ReadFile(m_path).starts_with(content));
+    ExpectNothingElse();
+}
+
+TEST_F(ProfileReplacement, ALinkMakesWayAndItsTargetStays) {
+    const std::string target = m_scratch / "target";
+    ASSERT_EQ(::rename(m_path.c_str(), target.c_str()), 0);
+    ASSERT_EQ(::symlink(target.c_str(), m_path.c_str()), 0);
+    EXPECT_EQ(Write(), 0U);
+    EXPECT_FALSE(std::filesystem::is_symlink(m_path));
+    EXPECT_EQ(ReadFile(m_path), m_after);
+    EXPECT_EQ(ReadFile(target), m_before);
+}
+
 TEST_F(ProfileReplacement, OverwritesALeftover) {
     WriteFile(m_temporary, std::string(10'000, 'x'));
     ASSERT_EQ(::chmod(m_temporary.c_str(), 0400), 0);
     EXPECT_EQ(Write(), 0U);
     EXPECT_EQ(ReadFile(m_path), m_after);
-    EXPECT_FALSE(Exists(m_temporary));
+    ExpectNothingElse();
 }
 
 TEST_F(ProfileReplacement, DoesNotWriteThroughALinkLaidUnderTheTemporaryName) {
@@ -151,7 +206,8 @@ TEST_F(ProfileReplacement, FailsWhereTheTemporaryNameCannotBeHad) {
     ASSERT_EQ(::mkdir(m_temporary.c_str(), 0700), 0);
     EXPECT_EQ(Write(), 102U);
     EXPECT_EQ(ReadFile(m_path), m_before);
-    EXPECT_TRUE(Exists(m_temporary));
+    ASSERT_EQ(::rmdir(m_temporary.c_str()), 0);
+    ExpectNothingElse();
 }
 
 TEST_F(ProfileReplacement, FailsInAFolderThatCannotBeWritten) {
@@ -159,7 +215,7 @@ TEST_F(ProfileReplacement, FailsInAFolderThatCannotBeWritten) {
     EXPECT_EQ(WriteAsNobody(), 102);
     ASSERT_EQ(::chmod(m_scratch.Path().c_str(), 0700), 0);
     EXPECT_EQ(ReadFile(m_path), m_before);
-    EXPECT_FALSE(Exists(m_temporary));
+    ExpectNothingElse();
 }
 
 TEST_F(ProfileReplacement, FailsOnAFileThatCannotBeRead) {
@@ -180,7 +236,7 @@ TEST_F(ProfileReplacement, DoesNotTellThatTheOldFileCouldNotBeReplaced) {
     ASSERT_EQ(::chmod(m_path.c_str(), 0666), 0);
     EXPECT_EQ(WriteAsNobody(), 0);
     EXPECT_EQ(ReadFile(m_path), m_before);
-    EXPECT_FALSE(Exists(m_temporary));
+    ExpectNothingElse();
 }
 
 TEST_F(ProfileReplacement, AShortWriteLeavesTheOldFileWhole) {
@@ -194,7 +250,7 @@ TEST_F(ProfileReplacement, AShortWriteLeavesTheOldFileWhole) {
     });
     EXPECT_EQ(code, 102);
     EXPECT_EQ(ReadFile(m_path), before);
-    EXPECT_FALSE(Exists(m_temporary));
+    ExpectNothingElse();
 }
 
 TEST_F(ProfileReplacement, AFileThatFitsTheBufferCanFailToBeWrittenToo) {
@@ -205,7 +261,7 @@ TEST_F(ProfileReplacement, AFileThatFitsTheBufferCanFailToBeWrittenToo) {
     });
     EXPECT_EQ(code, 102);
     EXPECT_EQ(ReadFile(m_path), m_before);
-    EXPECT_FALSE(Exists(m_temporary));
+    ExpectNothingElse();
 }
 
 TEST_F(ProfileReplacement, AReadErrorLeavesTheOldFileWhole) {

@@ -84,15 +84,19 @@ TEST_F(VersionRecord, FailsForANullPointer) {
 
 TEST_F(VersionRecord, FailsWhenItMayNotBeRead) {
     WriteFile(kPath, kRecord);
+    const auto readAsNobody = [this] {
+        return InChild([this] {
+            // Root may read everything.
+            if (::geteuid() == 0 && ::seteuid(65'534) != 0) {
+                return 9;
+            }
+            return GetVDBInfo(&m_info);
+        });
+    };
+    ASSERT_EQ(::chmod(kPath, 0644), 0);
+    EXPECT_EQ(readAsNobody(), 1);
     ASSERT_EQ(::chmod(kPath, 0), 0);
-    EXPECT_EQ(InChild([&] {
-                  // Root may read everything.
-                  if (::geteuid() == 0 && ::seteuid(65'534) != 0) {
-                      return 9;
-                  }
-                  return GetVDBInfo(&m_info);
-              }),
-              0);
+    EXPECT_EQ(readAsNobody(), 0);
 }
 
 TEST_F(VersionRecord, DoesNotWaitForAFifo) {

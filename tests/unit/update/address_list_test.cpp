@@ -4,12 +4,19 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "tests/unit/update/failing_calloc.h"
+#include "tests/unit/update/watched_allocations.h"
 #include "update/update_links.h"
 
-// What is freed twice, or not at all, shows under the address sanitizer.
-
 namespace {
+
+// What is not freed shows at the end, what is freed twice under the address sanitizer.
+class AddressLists : public testing::Test {
+protected:
+    void TearDown() override { EXPECT_EQ(LiveAllocations(), 0U); }
+};
+
+class AddressListTest : public AddressLists {};
+class FreeingAList : public AddressLists {};
 
 char** MakeList(std::size_t capacity, std::size_t filled) {
     AddressList list;
@@ -20,7 +27,7 @@ char** MakeList(std::size_t capacity, std::size_t filled) {
     return list.Release();
 }
 
-TEST(AddressList, GivesItsTextsAway) {
+TEST_F(AddressListTest, GivesItsTextsAway) {
     AddressList list;
     ASSERT_TRUE(list.Reserve(2));
     ASSERT_TRUE(list.Add("one", 8));
@@ -35,7 +42,7 @@ TEST(AddressList, GivesItsTextsAway) {
     FreeMemory(entries, 2);
 }
 
-TEST(AddressList, CutsToTheBuffer) {
+TEST_F(AddressListTest, CutsToTheBuffer) {
     AddressList list;
     ASSERT_TRUE(list.Reserve(1));
     ASSERT_TRUE(list.Add("12345678", 8));
@@ -44,7 +51,7 @@ TEST(AddressList, CutsToTheBuffer) {
     FreeMemory(entries, 1);
 }
 
-TEST(AddressList, HoldsNoMoreThanItHasRoomFor) {
+TEST_F(AddressListTest, HoldsNoMoreThanItHasRoomFor) {
     AddressList list;
     EXPECT_FALSE(list.Add("before", 8));
     ASSERT_TRUE(list.Reserve(1));
@@ -53,13 +60,13 @@ TEST(AddressList, HoldsNoMoreThanItHasRoomFor) {
     EXPECT_EQ(list.Size(), 1U);
 }
 
-TEST(AddressList, IsNotNullWhenItIsEmpty) {
+TEST_F(AddressListTest, IsNotNullWhenItIsEmpty) {
     char** entries = MakeList(0, 0);
     EXPECT_NE(entries, nullptr);
     FreeMemory(entries, 0);
 }
 
-TEST(AddressList, StartsAfreshWithEachReserve) {
+TEST_F(AddressListTest, StartsAfreshWithEachReserve) {
     AddressList list;
     ASSERT_TRUE(list.Reserve(2));
     ASSERT_TRUE(list.Add("one", 8));
@@ -68,7 +75,7 @@ TEST(AddressList, StartsAfreshWithEachReserve) {
     EXPECT_TRUE(list.Add("two", 8));
 }
 
-TEST(AddressList, FailsWithoutMemory) {
+TEST_F(AddressListTest, FailsWithoutMemory) {
     AddressList list;
     AllowAllocations(0);
     const bool reserved = list.Reserve(2);
@@ -84,18 +91,18 @@ TEST(AddressList, FailsWithoutMemory) {
     EXPECT_EQ(list.Size(), 0U);
 }
 
-TEST(FreeingAList, PassesOverNullEntries) {
+TEST_F(FreeingAList, PassesOverNullEntries) {
     FreeMemory(MakeList(3, 1), 3);
     CUpdate::FreeUpdtLink(MakeList(3, 1), 3);
 }
 
-TEST(FreeingAList, OfNothingDoesNothing) {
+TEST_F(FreeingAList, OfNothingDoesNothing) {
     FreeMemory(nullptr, 3);
     CUpdate::FreeUpdtLink(nullptr, 3);
     CUpdate::FreeUpdtLink(nullptr, -3);
 }
 
-TEST(FreeingAList, WithoutACountFreesTheArrayAlone) {
+TEST_F(FreeingAList, WithoutACountFreesTheArrayAlone) {
     char** entries = MakeList(1, 1);
     char* kept = entries[0];
     FreeMemory(entries, 0);

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "common/file_descriptor.h"
-#include "tests/unit/update/failing_calloc.h"
 #include "tests/unit/update/product_fixture.h"
+#include "tests/unit/update/watched_allocations.h"
 #include "update/admin_links.h"
 #include "update/update_links.h"
 
@@ -140,6 +140,13 @@ TEST_F(AdminRead, NeedsEveryAddress) {
     EXPECT_TRUE(ListIsUntouched());
     EXPECT_EQ(m_record.addressCount, 3);
     EXPECT_TRUE(Read(Head("0300") + three));
+}
+
+TEST_F(AdminRead, HasRoomForEachAddressAndItsTerminatorOnly) {
+    for (const std::size_t length : {0U, 1U, 10U, 255U, 256U}) {
+        ASSERT_TRUE(Read(Head("0100") + AdminEntry(std::string(length, 'a'))));
+        EXPECT_EQ(LastAllocationSize(), length + 1);
+    }
 }
 
 TEST_F(AdminRead, FailsWhenMemoryIsShort) {

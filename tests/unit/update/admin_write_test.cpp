@@ -1,3 +1,4 @@
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -5,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -262,8 +264,10 @@ TEST_F(AdminWrite, FailsWhenTheFileCannotBeOpened) {
 
 TEST_F(AdminWrite, DoesNotWaitForAFifo) {
     ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
+    m_record.kind = 1;
     EXPECT_EQ(Write({"one"}), 0);
-    EXPECT_EQ(m_record.kind, 0);
+    // Not scrambled.
+    EXPECT_EQ(m_record.kind, 1);
 }
 
 TEST_F(AdminWrite, WritesWhatMayOnlyBeWrittenFromScratch) {
@@ -296,6 +300,20 @@ TEST_F(AdminWrite, FailsWhenItsModeCannotBeSet) {
     // It was emptied on opening.
     EXPECT_EQ(ReadFile(m_path), "");
     EXPECT_EQ(ModeOf(m_path), 0222U);
+}
+
+TEST_F(AdminWrite, FailsOnAShortWrite) {
+    // Of the address only two bytes find room; of the record only its first half.
+    for (const rlim_t size : {556U, 277U}) {
+        std::filesystem::remove(m_path);
+        EXPECT_EQ(InChild([this, size] {
+                      const struct rlimit limit { size, size };
+                      (void)std::signal(SIGXFSZ, SIG_IGN);
+                      return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 ? Write({"one"}) : 9;
+                  }),
+                  0);
+        EXPECT_EQ(std::filesystem::file_size(m_path), size);
+    }
 }
 
 TEST_F(AdminWrite, FailsOnAFullDisk) {

@@ -7,13 +7,15 @@
 
 #include "tests/support/scratch.h"
 #include "tests/unit/update/link_bytes.h"
+#include "tests/unit/update/watched_allocations.h"
 
 inline constexpr char kProductFolder[] = "/usr/lib/Corvane/Corvane";
 inline constexpr char kAdminLinks[] = "/usr/lib/Corvane/Corvane/admnlink.dat";
 inline constexpr char kVersionFile[] = "/usr/lib/Corvane/Corvane/scanver.cnf";
 inline constexpr char kLog[] = "/zqupdt.log";
 
-/// An empty product directory of the test's own, its virus database at version 5.12, and no log.
+/// An empty product directory of the test's own, its virus database at version 5.12, and no log. At
+/// its end every list must have been freed, those of reads that failed by the reader.
 class ProductFixture : public testing::Test {
 protected:
     void SetUp() override {
@@ -25,6 +27,7 @@ protected:
         SetVersion("0500 0c00");
     }
     void TearDown() override {
+        EXPECT_EQ(LiveAllocations(), 0U);
         if (InSandbox()) {
             CleanUp();
         }

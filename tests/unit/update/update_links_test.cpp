@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "common/file_descriptor.h"
-#include "tests/unit/update/failing_calloc.h"
 #include "tests/unit/update/product_fixture.h"
+#include "tests/unit/update/watched_allocations.h"
 
 namespace {
 
