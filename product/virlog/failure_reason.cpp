@@ -53,7 +53,9 @@ std::string LockReason(std::chrono::nanoseconds waited) {
                Describe(locks.front(), std::time(nullptr)) +
                "; when that process is gone, \"corvane-virlog --unlock\" helps";
     }
-    if (waited >= std::chrono::seconds(kAddWait)) {
+    // A reader waits as long as this for the one or for the other.
+    static_assert(kMainFileWait == kResetWait);
+    if (waited >= std::chrono::seconds(kMainFileWait)) {
         return "the virus log was in use all the time; try again";
     }
     return {};

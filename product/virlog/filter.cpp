@@ -5,6 +5,8 @@
 #include <chrono>
 #include <compare>
 
+#include "common/string_algorithms.h"
+
 namespace {
 
 // Exactly `digits` digits at the start of `text`, which are taken away.
@@ -46,13 +48,10 @@ std::strong_ordering Compare(const tagSYSTEMTIME& time, const TimeBound& bound) 
         fields.begin(), fields.begin() + count, bound.fields.begin(), bound.fields.begin() + count);
 }
 
-char Lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 bool Contains(std::string_view text, std::string_view part) {
     return std::search(text.begin(), text.end(), part.begin(), part.end(),
-                       [](char a, char b) { return Lower(a) == Lower(b); }) != text.end() ||
+                       [](char a, char b) { return text::LowerAscii(a) == text::LowerAscii(b); }) !=
+               text.end() ||
            part.empty();
 }
 

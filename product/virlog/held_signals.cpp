@@ -84,7 +84,7 @@ bool HeldSignals::Run(const std::function<bool()>& call, const std::function<voi
             onSignal();
         }
     }
-    const bool isGood = result.get();
+    result.wait();
     // The notice is used up, whether it came before or after the last look.
     constexpr timespec kNow{0, 0};
     sigset_t done;
@@ -94,5 +94,5 @@ bool HeldSignals::Run(const std::function<bool()>& call, const std::function<voi
     if (ending != 0) {
         ::raise(ending);  // Pending until the object goes.
     }
-    return isGood;
+    return result.get();
 }

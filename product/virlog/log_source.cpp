@@ -131,14 +131,29 @@ std::optional<std::string> MakeCopy(HeldSignals& signals) {
     return path.data();
 }
 
+// Removes the copy, also when memory was too short to read it: in everybody's folder the next user
+// could not write over it.
+class CopyRemover {
+public:
+    explicit CopyRemover(const std::string& copy) : m_copy(copy) {}
+    ~CopyRemover() {
+        if (::unlink(m_copy.c_str()) != 0 && errno != ENOENT) {
+            std::fprintf(stderr,
+                         "corvane-virlog: the copy of the virus log could not be removed: %s: %s\n",
+                         m_copy.c_str(), std::strerror(errno));
+        }
+    }
+    CopyRemover(const CopyRemover&) = delete;
+    CopyRemover& operator=(const CopyRemover&) = delete;
+
+private:
+    const std::string& m_copy;
+};
+
 bool ReadCopy(const std::string& copy, VirusLogContents& contents, std::string& problem) {
+    const CopyRemover remover(copy);
     const ReadLogResult result = ReadVirusLogCopy(copy.c_str(), contents);
     const int error = errno;
-    // In everybody's folder the next user could not write over it.
-    if (::unlink(copy.c_str()) != 0 && errno != ENOENT) {
-        Say("the copy of the virus log could not be removed: " + copy + ": " +
-            std::strerror(errno));
-    }
     switch (result) {
         case ReadLogResult::kOk:
             return true;

@@ -16,12 +16,13 @@
 
 namespace {
 
-// Longer than any process needs for a record or a copy.
+// Longer than a process that waits for nobody needs for a record or a copy.
 constexpr std::chrono::seconds kBetweenLooks{2};
 
 constexpr char kAdvice[] =
     "A working process holds a lock of the virus log for moments, "
-    "a reset of the log for up to half a minute.\n"
+    "one that waits for the other lock for up to ten seconds, "
+    "and a reset of the log for up to half a minute.\n"
     "Remove a lock only when the process that took it is gone.\n";
 
 std::string NameOf(const HeldLock& lock) {

@@ -2,7 +2,7 @@
 
 inline constexpr char kKeptRecordFile[] = "tempdel.dat";
 
-/// Results of DeleteRecords; MergeFiles uses the second one too.
+/// Results of DeleteRecords; MergeFiles uses kDeleteIoFailed too.
 enum DeleteResult : int {
     kDeleteNotReplaced = 134,   ///< the old file could not be removed or the new one renamed
     kDeleteIoFailed = 135,      ///< a read, write or seek failed

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "common/io.h"
+#include "common/run_state.h"
 #include "common/wide_string.h"
 #include "reports/virus_log/log_files.h"
 #include "reports/virus_log/log_mutex.h"
@@ -73,8 +74,7 @@ bool AppendTable(const Copies& copies) {
     tagVIRCOUNTER counter{};
     const off_t end = SizeOf(copies.records.Get());
     const off_t tableSize = SizeOf(copies.offsets.Get());
-    if (!ReadAt(copies.records.Get(), 0, BytesOf(counter)) || end < 0 || tableSize < 0 ||
-        end > static_cast<off_t>(std::numeric_limits<std::uint32_t>::max())) {
+    if (!ReadAt(copies.records.Get(), 0, BytesOf(counter)) || end < 0 || tableSize < 0) {
         return false;
     }
     counter.tableOffset = static_cast<std::uint32_t>(end);
@@ -89,8 +89,9 @@ bool AppendTable(const Copies& copies) {
 }  // namespace
 
 bool ZQVRGetVirusReportFile(unsigned short* path) {
-    const std::string copy = VirusLogPath(kRecordCopy);
-    if (path == nullptr || copy.size() >= kVirusReportPathSize) {
+    static_assert(sizeof g_szAppPath + sizeof "reports/" + sizeof kRecordCopy <=
+                  kVirusReportPathSize);
+    if (path == nullptr) {
         return false;
     }
     Copies copies;
@@ -101,6 +102,6 @@ bool ZQVRGetVirusReportFile(unsigned short* path) {
         return false;
     }
     (void)RemoveLogFile(kOffsetCopy);
-    CopySZToWSZ(path, copy.c_str());
+    CopySZToWSZ(path, VirusLogPath(kRecordCopy).c_str());
     return true;
 }

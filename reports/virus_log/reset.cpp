@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <fcntl.h>
-#include <limits>
 #include <optional>
 #include <unistd.h>
 
@@ -91,10 +90,8 @@ int MergeFiles(const char* into, const char* from) {
         return 0;
     }
     const std::optional<Merge> merge = OpenBoth(into, from);
-    constexpr std::uint32_t kMostRecords = std::numeric_limits<std::uint32_t>::max();
-    if (!merge || merge->fromCounter.count > kMostRecords - merge->intoCounter.count ||
-        off_t{merge->intoCounter.count} > merge->intoSize) {
-        return 0;  // others have written the counts, which decide how large the table grows
+    if (!merge || off_t{merge->intoCounter.count} > merge->intoSize) {
+        return 0;  // others have written the count, which decides how large the table grows
     }
     tagVIRCOUNTER sum = merge->intoCounter;
     sum.count += merge->fromCounter.count;

@@ -8,6 +8,7 @@
 #include <limits>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "common/io.h"
 #include "common/profile.h"
@@ -84,6 +85,15 @@ bool WriteTrimmedOffsets(const Cut& cut, int to, int limit) {
     return true;
 }
 
+// A temporary file that serves the next user's trim too, should this one not come to remove it.
+FileDescriptor MakeTemporary(const char* name) {
+    FileDescriptor file = OpenTemporaryLogFile(name);
+    if (file) {
+        ShareAsRecords(file.Get());
+    }
+    return file;
+}
+
 // Copies the temporary file over the log's own and removes it. Where this user may, one rename does
 // both, so that no moment is left at which the log is half there.
 bool PutInPlace(const char* temporary, std::string_view file, int from) {
@@ -104,7 +114,11 @@ bool PutInPlace(const char* temporary, std::string_view file, int from) {
         return false;
     }
     (void)::fchmod(old.Get(), mode);
-    return RemoveLogFile(temporary);
+    if (!RemoveLogFile(temporary)) {
+        // Another user's, left by a trim that gave up, in a folder as "/tmp" is.
+        (void)::ftruncate(from, 0);
+    }
+    return true;
 }
 
 }  // namespace
@@ -129,16 +143,13 @@ bool ResetVirusLog(char* fileName) {
     if (std::int64_t{maxLimit} > cut.head.counter.count) {
         return true;
     }
-    const FileDescriptor records = OpenTemporaryLogFile(kTrimmedRecordFile);
+    const FileDescriptor records = MakeTemporary(kTrimmedRecordFile);
     cut.offsets = OpenExistingLogFile(kOffsetFile, O_RDONLY);
     if (!records || !cut.offsets || !FindFirstKept(cut, limit)) {
-        if (records) {
-            ShareAsRecords(records.Get());
-        }
         // The empty temporary stays behind: other programs of the product take it for granted.
         return false;
     }
-    const FileDescriptor offsets = OpenTemporaryLogFile(kTrimmedOffsetFile);
+    const FileDescriptor offsets = MakeTemporary(kTrimmedOffsetFile);
     if (!offsets || !WriteTrimmedRecords(cut, records.Get(), limit) ||
         !WriteTrimmedOffsets(cut, offsets.Get(), limit)) {
         (void)RemoveLogFile(kTrimmedRecordFile);

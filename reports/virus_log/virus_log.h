@@ -1,9 +1,9 @@
 #pragma once
 
 // The virus log: what was done to which infected file, in binary files below "reports/" in the
-// program directory that all processes of the product share. Each function takes the named mutexes
-// "10022" (which file receives records) and "10011" (the record files), in this order, and waits
-// for them; a mutex that stays taken makes it fail. Any thread.
+// program directory that all processes of the product share. The functions take the named mutexes
+// "10022" (which file receives records) and "10011" (the record files), in this order but where a
+// record is added, and wait for them; a mutex that stays taken makes them fail. Any thread.
 
 /// The component code under which the scanner's window logs.
 inline constexpr unsigned int kScannerUiComponent = 8000;

@@ -2,6 +2,7 @@
 #include <climits>
 #include <ctime>
 #include <pwd.h>
+#include <sched.h>
 #include <sys/utsname.h>
 
 #include "reports/virus_log/virus_log.h"
@@ -225,6 +226,58 @@ TEST_F(AddRecord, WithoutTheVersionRecordNothingIsRecorded) {
     EXPECT_FALSE(ZQVRAddRecVirusReport(8000, "/b", "V", "A"));
     EXPECT_EQ(Content("VirRcONE.dat"), "(missing)");
     EXPECT_EQ(Content("VirMain.dat"), "(missing)");
+}
+
+TEST_F(AddRecord, SomebodyWithoutANameRecordsNothing) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "no right to become another user";
+    }
+    constexpr uid_t kNameless = 54'321;
+    ASSERT_EQ(::getpwuid(kNameless), nullptr);
+    ASSERT_EQ(::chmod(m_app.Path().c_str(), 0755), 0);
+    ASSERT_EQ(::chmod((m_app / "reports").c_str(), 0777), 0);
+    EXPECT_EQ(InChild([] {
+                  return ::setuid(kNameless) != 0
+                             ? 2
+                             : static_cast<int>(ZQVRAddRecVirusReport(8000, "/b", "V", "A"));
+              }),
+              0);
+    EXPECT_EQ(Content("VirRcONE.dat"), "(missing)");
+}
+
+TEST_F(AddRecord, TheUserNameHasAtMost15Units) {
+    if (::geteuid() != 0 || !HasPrivateRoot()) {
+        GTEST_SKIP() << "the user database is only replaced in a private root, as root";
+    }
+    constexpr char kUsers[] = "/etc/passwd";
+    const std::string before = ReadFile(kUsers);
+    for (const char* name : {"a23456789012345", "a234567890123456", "a2345678901234567890"}) {
+        WriteFile(kUsers, std::string(name) + ":x:0:0::/root:/bin/sh\n");
+        ::unlink(Log("VirRcONE.dat").c_str());
+        EXPECT_TRUE(ZQVRAddRecVirusReport(8000, "/b", "V", "A")) << name;
+        EXPECT_EQ(Content("VirRcONE.dat").substr(88 + 178, 32),
+                  Wide("a23456789012345") + std::string(2, '\0'));
+    }
+    WriteFile(kUsers, before);
+}
+
+TEST_F(AddRecord, TheComputerNameFillsItsField) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "no right to call the machine by another name";
+    }
+    for (const std::string name : {"a23456789012345678", "a2345678901234567890"}) {
+        ::unlink(Log("VirRcONE.dat").c_str());
+        const int result = InChild([&name] {
+            return ::unshare(CLONE_NEWUTS) != 0 || ::sethostname(name.data(), name.size()) != 0
+                       ? 2
+                       : static_cast<int>(ZQVRAddRecVirusReport(8000, "/b", "V", "A"));
+        });
+        if (result == 2) {
+            GTEST_SKIP() << "no right to call the machine by another name";
+        }
+        EXPECT_EQ(result, 1);
+        EXPECT_EQ(Content("VirRcONE.dat").substr(52, 36), Wide("a23456789012345678"));
+    }
 }
 
 TEST_F(AddRecord, AVersionIsSigned) {

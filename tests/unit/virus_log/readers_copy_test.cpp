@@ -215,6 +215,26 @@ TEST_F(ReadersCopy, IsNotMadeOverAFolder) {
     }
 }
 
+TEST_F(ReadersCopy, IsNotMadeInAnotherUsersFile) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "no right to become another user";
+    }
+    PutLog(HeadBytes(1) + Record('a'), U32(88));
+    ASSERT_EQ(::chmod(m_app.Path().c_str(), 0755), 0);
+    ASSERT_EQ(::chmod((m_app / "reports").c_str(), 01777), 0);
+    const auto copyAsAnother = [this] {
+        return InChild([this] { return ::setuid(12'345) != 0 ? 2 : static_cast<int>(MakeCopy()); });
+    };
+    for (const char* name : {"cpyONE.dat", "cpyOFFST.dat"}) {
+        Put(name, "");
+        ASSERT_EQ(::chmod(Log(name).c_str(), 0777), 0);
+        EXPECT_EQ(copyAsAnother(), 0) << name;
+        EXPECT_EQ(Content(name), "");
+        ASSERT_EQ(::unlink(Log(name).c_str()), 0);
+    }
+    EXPECT_EQ(copyAsAnother(), 1);
+}
+
 using ReadersCopyOnAFullDisk = FullDiskLogTest;
 
 TEST_F(ReadersCopyOnAFullDisk, IsNotMadeInPart) {

@@ -309,27 +309,67 @@ TEST_F(SizeLimit, FilesThatCannotBeReplacedAreCopiedOver) {
     ExpectTrimmed(HeadBytes(2) + Record('c') + Record('d'), U64(88));
 }
 
-TEST_F(SizeLimit, AnotherUserCutsTheLogOrLeavesItWhole) {
-    if (::geteuid() != 0) {
-        GTEST_SKIP() << "no right to become another user";
+// A log that all users share, in a folder as installation makes it.
+class SharedSizeLimit : public SizeLimit {
+protected:
+    void SetUp() override {
+        SizeLimit::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
+        }
+        if (::geteuid() != 0) {
+            GTEST_SKIP() << "no right to become another user";
+        }
+        PutLog("", "");
+        SetLimits(4, 2);
+        ASSERT_EQ(::chmod(m_app.Path().c_str(), 0755), 0);
+        ASSERT_EQ(::chmod((m_app / "reports").c_str(), 01777), 0);
+        for (const char* name : {"VirRcONE.dat", "RecOffset.dat"}) {
+            ASSERT_EQ(::chmod(Log(name).c_str(), 0666), 0);
+        }
     }
-    PutLog(HeadBytes(4) + FourRecords(), U64(528));
-    SetLimits(4, 2);
-    ASSERT_EQ(::chmod(m_app.Path().c_str(), 0755), 0);
-    ASSERT_EQ(::chmod((m_app / "reports").c_str(), 01777), 0);
-    for (const char* name : {"VirRcONE.dat", "RecOffset.dat"}) {
+    // What a trim by `user` answers, 2 when nobody can be that user.
+    static int TrimAs(uid_t user) {
+        return InChild([user] { return ::setuid(user) != 0 ? 2 : static_cast<int>(Trim()); });
+    }
+    // A file that `user` has left.
+    void LeaveBehind(std::string_view name, uid_t user) const {
+        Put(name, std::string(5'000, 'l'));
+        ASSERT_EQ(::chown(Log(name).c_str(), user, user), 0);
         ASSERT_EQ(::chmod(Log(name).c_str(), 0666), 0);
     }
-    const int result = InChild([] { return ::setuid(12'345) != 0 ? 2 : static_cast<int>(Trim()); });
-    // The kernel may refuse to let users open each other's files in such a folder with O_CREAT.
-    if (ReadFile("/proc/sys/fs/protected_regular") == "0\n") {
-        EXPECT_EQ(result, 1);
-        ExpectTrimmed(HeadBytes(2) + Record('c') + Record('d'), U64(88));
-        EXPECT_EQ(ModeOf(Log("VirRcONE.dat")), 0666U);
-    } else {
-        EXPECT_EQ(result, 0);
-        ExpectUnchanged();
+};
+
+TEST_F(SharedSizeLimit, AnotherUserCutsTheLog) {
+    PutLog(HeadBytes(4) + FourRecords(), U64(528));
+    EXPECT_EQ(TrimAs(12'345), 1);
+    ExpectTrimmed(HeadBytes(2) + Record('c') + Record('d'), U64(88));
+    EXPECT_EQ(ModeOf(Log("VirRcONE.dat")), 0666U);
+}
+
+TEST_F(SharedSizeLimit, WhatAGivenUpTrimLeavesKeepsNobodyFromCutting) {
+    PutLog(HeadBytes(4) + FourRecords(), U32(88) + U32(308) + U32(528) + U32(748));
+    EXPECT_EQ(TrimAs(12'345), 0);
+    ExpectGivenUp();
+    for (const uid_t user : {23'456U, 34'567U}) {
+        PutLog(HeadBytes(4) + FourRecords(), U32(88) + U32(308) + U32(528) + U32(0));
+        EXPECT_EQ(TrimAs(user), 1) << user;
+        EXPECT_EQ(Content("VirRcONE.dat"), HeadBytes(2) + Record('c') + Record('d'));
+        EXPECT_EQ(Content("RecOffset.dat"), U64(88));
+        EXPECT_EQ(Content("tmprpt.dat"), "") << "the first user's, which nobody else can remove";
+        EXPECT_EQ(Content("tmpoffset.dat"), "(missing)");
     }
+}
+
+TEST_F(SharedSizeLimit, WhatAKilledTrimLeavesIsEmptied) {
+    LeaveBehind("tmprpt.dat", 12'345);
+    LeaveBehind("tmpoffset.dat", 12'345);
+    PutLog(HeadBytes(4) + FourRecords(), U64(528));
+    EXPECT_EQ(TrimAs(23'456), 1);
+    EXPECT_EQ(Content("VirRcONE.dat"), HeadBytes(2) + Record('c') + Record('d'));
+    EXPECT_EQ(Content("RecOffset.dat"), U64(88));
+    EXPECT_EQ(Content("tmprpt.dat"), "");
+    EXPECT_EQ(Content("tmpoffset.dat"), "");
 }
 
 TEST_F(SizeLimit, ARecordIsInThoughTheLogCouldNotBeCut) {
@@ -340,6 +380,17 @@ TEST_F(SizeLimit, ARecordIsInThoughTheLogCouldNotBeCut) {
     EXPECT_EQ(Content("VirRcONE.dat").substr(88, 220), Record('a'));
     EXPECT_EQ(Content("RecOffset.dat"), U32(88) + U32(308));
     EXPECT_EQ(Content("tmprpt.dat"), "");
+}
+
+TEST_F(SizeLimit, TheFileThatReceivedTheRecordIsCut) {
+    Put("VirMain.dat", MainBytes(1, "VirRcTWO.dat"));
+    PutLog(HeadBytes(9) + FourRecords(), U64(308));
+    Put("VirRcTWO.dat", HeadBytes(3) + FourRecords());
+    SetLimits(4, 2);
+    EXPECT_TRUE(ZQVRAddRecVirusReport(8000, "/e", "V", "A"));
+    EXPECT_EQ(Content("VirRcTWO.dat").substr(4, 4), U32(2));
+    EXPECT_EQ(Content("VirRcTWO.dat").substr(88, 660), Record('b') + Record('c') + Record('d'));
+    EXPECT_EQ(Content("VirRcONE.dat"), m_log);
 }
 
 TEST_F(SizeLimit, AddingTheRecordThatReachesTheMaximumCutsTheLog) {

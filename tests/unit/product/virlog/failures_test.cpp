@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -51,6 +52,27 @@ TEST_F(VirlogFailureTest, SaysWhatKeepsItFromReading) {
     WriteFile(reports.substr(0, reports.size() - 1), "");
     ExpectFailure("the reports cannot be read: " + reports + ": Not a directory");
     fs::remove(reports.substr(0, reports.size() - 1));
+}
+
+TEST_F(VirlogFailureTest, LeavesNoCopyWhenMemoryIsShort) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer needs more address space than the limit of this test";
+#endif
+    constexpr std::size_t kRecords = 300'000;
+    WriteLog(std::vector<std::string>(kRecords, Record(u"/tmp/a")));
+    struct rlimit before {};
+    ASSERT_EQ(::getrlimit(RLIMIT_AS, &before), 0);
+    // Enough to run and to copy, too little for all the records.
+    const struct rlimit limit { 60U << 20U, before.rlim_max };
+    ASSERT_EQ(::setrlimit(RLIMIT_AS, &limit), 0);
+    VirlogRun run({"--format", "csv"});
+    ASSERT_EQ(::setrlimit(RLIMIT_AS, &before), 0);
+    EXPECT_EQ(run.Status(), 1);
+    EXPECT_EQ(run.Output(), "");
+    EXPECT_EQ(run.Errors(), "corvane-virlog: std::bad_alloc\n");
+    EXPECT_FALSE(Exists(kCopy));
+    EXPECT_FALSE(IsHeld(kMainKey));
+    EXPECT_FALSE(IsHeld(kRecordKey));
 }
 
 TEST_F(VirlogFailureTest, WhatIsNoPlainFileIsNoEmptyLog) {

@@ -152,8 +152,9 @@ using VirlogUnlockTest = VirlogProgramTest;
 constexpr char kLooking[] = "Looking whether the locks of the virus log are in use \\.\\.\\.\n";
 constexpr char kAdvice[] =
     "A working process holds a lock of the virus log for moments, "
-    "a reset of the log for up to half a minute\\.\nRemove a lock only when the process that took "
-    "it is gone\\.\n";
+    "one that waits for the other lock for up to ten seconds, "
+    "and a reset of the log for up to half a minute\\.\n"
+    "Remove a lock only when the process that took it is gone\\.\n";
 
 TEST_F(VirlogUnlockTest, SaysWhenThereIsNothingToRemove) {
     VirlogRun run({"--unlock"});
