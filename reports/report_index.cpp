@@ -23,9 +23,14 @@ void OpenToEveryUser(int fd) {
     (void)::fchmod(fd, 0666);
 }
 
+// A FIFO in the index's place must not keep anybody waiting.
+FileDescriptor OpenIndex(const char* path, int flags, mode_t mode = 0) {
+    return FileDescriptor(::open(path, flags | O_CLOEXEC | O_NONBLOCK, mode));
+}
+
 // Adds `difference` to the count of the index at `path`. False when that cannot be opened.
 bool ChangeCount(const char* path, int difference, IndexLock lock) {
-    const FileDescriptor index(::open(path, O_RDWR | O_CLOEXEC));
+    const FileDescriptor index = OpenIndex(path, O_RDWR);
     if (!index) {
         return false;
     }
@@ -73,16 +78,16 @@ bool CreateReportIndex(const char* path) {
     if (path == nullptr) {
         return false;
     }
-    FileDescriptor index(::open(path, O_RDONLY | O_CLOEXEC));
+    FileDescriptor index = OpenIndex(path, O_RDONLY);
     if (!index && errno == ENOENT) {
-        index.Reset(::open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+        index = OpenIndex(path, O_RDWR | O_CREAT | O_EXCL, 0600);
         if (index && !WriteAll(index.Get(), BytesOf(kEmptyIndex))) {
             // An index without its header would pass for a good one at the next start.
             (void)::unlink(path);
             return false;
         }
         if (!index && errno == EEXIST) {
-            index.Reset(::open(path, O_RDONLY | O_CLOEXEC));
+            index = OpenIndex(path, O_RDONLY);
         }
     }
     if (!index) {
@@ -100,7 +105,7 @@ bool AppendReportIndexEntry(const char* path, const tagScanIndexEntry& entry, In
         return false;
     }
     // Not locked here: nobody but a writer of the count has to wait.
-    const FileDescriptor index(::open(path, O_WRONLY | O_APPEND | O_CLOEXEC));
+    const FileDescriptor index = OpenIndex(path, O_WRONLY | O_APPEND);
     if (!index || !AppendWhole(index.Get(), entry)) {
         (void)ChangeCount(path, -1, lock);
         return false;
@@ -114,7 +119,7 @@ bool ReadReportIndex(const char* path, std::vector<tagScanIndexEntry>& out) {
     if (path == nullptr) {
         return false;
     }
-    const FileDescriptor index(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const FileDescriptor index = OpenIndex(path, O_RDONLY);
     if (!index) {
         return false;
     }
@@ -135,7 +140,7 @@ bool RewriteReportIndex(const char* path, std::span<const tagScanIndexEntry> ent
     if (path == nullptr) {
         return false;
     }
-    const FileDescriptor index(::open(path, O_WRONLY | O_CLOEXEC));
+    const FileDescriptor index = OpenIndex(path, O_WRONLY);
     if (!index) {
         return false;
     }

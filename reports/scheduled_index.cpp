@@ -29,8 +29,9 @@ struct IndexHeader {
 #pragma pack(pop)
 static_assert(sizeof(IndexHeader) == 11);
 
+// A FIFO in the index's place must not keep anybody waiting.
 FileDescriptor OpenIndex(int flags) {
-    return FileDescriptor(open(kScheduledIndexPath, flags | O_CLOEXEC, kIndexMode));
+    return FileDescriptor(open(kScheduledIndexPath, flags | O_CLOEXEC | O_NONBLOCK, kIndexMode));
 }
 
 bool WriteHeader(const FileDescriptor& index, std::uint32_t count) {

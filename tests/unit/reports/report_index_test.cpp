@@ -55,6 +55,16 @@ TEST_F(Index, IsCreatedWithItsHeader) {
     EXPECT_EQ(ModeOf(m_path), 0666U);
 }
 
+TEST_F(Index, KeepsNobodyWaitingAtAFifo) {
+    ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
+    EXPECT_TRUE(CreateReportIndex(m_path.c_str())) << "there is something to open";
+    EXPECT_FALSE(Append("/home", "0001.log"));
+    std::vector<tagScanIndexEntry> entries;
+    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), entries));
+    EXPECT_TRUE(entries.empty());
+    EXPECT_FALSE(RewriteReportIndex(m_path.c_str(), entries));
+}
+
 TEST_F(Index, IsLeftWhenItIsThere) {
     WriteFile(m_path, "whatever stands here");
     ASSERT_EQ(::chmod(m_path.c_str(), 0600), 0);

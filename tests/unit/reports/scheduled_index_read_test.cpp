@@ -95,6 +95,18 @@ TEST_F(ScheduledIndex, AnIndexThatCannotSeekIsError1004) {
     close(writer);
 }
 
+TEST_F(ScheduledIndex, NobodyWaitsAtAFifo) {
+    ASSERT_EQ(mkfifo(kIndex, 0644), 0);
+    std::vector<tagReportIndexEntry> entries;
+    unsigned int err = 0;
+    EXPECT_FALSE(ReadIndexEntry(1001, entries, 0, &err));
+    EXPECT_EQ(err, 1004U);
+    EXPECT_FALSE(WriteIndexEntry(1001, entries, &err));
+    EXPECT_EQ(err, 1002U);
+    tagReportIndexEntry entry{};
+    EXPECT_FALSE(ScanReports().MakeIndexEntry(&entry));
+}
+
 TEST_F(ScheduledIndex, AHeaderThatIsNotWholeIsError1005) {
     for (const std::size_t size : {0U, 7U, 8U, 18U}) {
         SetBytes(std::string(size, '\0'));
