@@ -2,40 +2,11 @@
 
 #include <array>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <grp.h>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-TemporaryDirectory::TemporaryDirectory() {
-    m_path = (std::filesystem::temp_directory_path() / "corvane-dbmod-XXXXXX").string();
-    if (mkdtemp(m_path.data()) == nullptr) {
-        ADD_FAILURE() << "no temporary directory";
-    }
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-}
-
-std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    EXPECT_TRUE(file) << path;
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void WriteFile(const std::string& path, std::string_view content) {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
-    file.close();
-    ASSERT_TRUE(file) << path;
-}
 
 void RunSql(const std::string& path, const std::string& sql) {
     sqlite3* connection = nullptr;

@@ -2,8 +2,9 @@
 
 #include <functional>
 #include <string>
-#include <string_view>
 #include <sys/types.h>
+
+#include "tests/support/scratch.h"
 
 // What the tests of the settings database share.
 
@@ -13,26 +14,6 @@ inline constexpr char kCheapHash[] =
 inline constexpr char kCheapPassword[] = "correct horse";
 
 inline constexpr uid_t kNobody = 65534;
-
-/// A directory of its own, removed with everything in it.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory();
-    ~TemporaryDirectory();
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-    [[nodiscard]] std::string Path(std::string_view name) const {
-        return m_path + "/" + std::string(name);
-    }
-    [[nodiscard]] const std::string& Path() const { return m_path; }
-
-private:
-    std::string m_path;
-};
-
-std::string ReadFile(const std::string& path);
-void WriteFile(const std::string& path, std::string_view content);
 
 /// Runs SQL on the database, with nothing of the code under test; the failing statement fails the
 /// test.

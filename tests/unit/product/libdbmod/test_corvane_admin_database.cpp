@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include "common/file_descriptor.h"
-#include "tests/support/scratch.h"
 #include "tests/unit/product/libdbmod/admin_test_support.h"
 #include "tests/unit/product/libdbmod/support.h"
 

@@ -43,8 +43,8 @@ protected:
         return names;
     }
 
-    TemporaryDirectory m_directory;
-    std::string m_path = m_directory.Path("settings.db");
+    ScratchFolder m_directory;
+    std::string m_path = m_directory / "settings.db";
     PasswordState m_state;
 };
 
@@ -64,7 +64,7 @@ TEST_F(SettingsDatabaseTest, FreshDatabaseIsReadableByAllAndAlone) {
 
 TEST_F(SettingsDatabaseTest, ModeDoesNotDependOnTheMask) {
     const mode_t old = umask(0077);
-    const std::string path = m_directory.Path("masked.db");
+    const std::string path = m_directory / "masked.db";
     EXPECT_TRUE(CreateDatabase(path).IsOk());
     umask(old);
     struct stat info {};
@@ -105,10 +105,10 @@ TEST_F(SettingsDatabaseTest, CreatingReplacesNothing) {
     EXPECT_EQ(ReadFile(m_path), before);
     EXPECT_EQ(Names(), std::vector<std::string>{"settings.db"});
 
-    const std::string link = m_directory.Path("link.db");
+    const std::string link = m_directory / "link.db";
     fs::create_symlink("nowhere", link);
     EXPECT_EQ(CreateDatabase(link).status, DatabaseStatus::Exists);
-    EXPECT_EQ(CreateDatabase(m_directory.Path("no/settings.db")).status, DatabaseStatus::Missing);
+    EXPECT_EQ(CreateDatabase(m_directory / "no/settings.db").status, DatabaseStatus::Missing);
 }
 
 TEST_F(SettingsDatabaseTest, ReadingChangesNothing) {
@@ -130,7 +130,7 @@ TEST_F(SettingsDatabaseTest, MissingDatabaseIsAnErrorAndIsNotMade) {
 }
 
 TEST_F(SettingsDatabaseTest, LinksAndThingsThatAreNoFilesAreNotTrusted) {
-    const std::string real = m_directory.Path("real.db");
+    const std::string real = m_directory / "real.db";
     fs::rename(m_path, real);
     fs::create_symlink(real, m_path);
     EXPECT_EQ(Read(), DatabaseStatus::Untrusted);
@@ -147,7 +147,7 @@ TEST_F(SettingsDatabaseTest, LinksAndThingsThatAreNoFilesAreNotTrusted) {
 
 TEST_F(SettingsDatabaseTest, ALinkOnTheWayToTheDirectoryIsFollowed) {
     Store(kCheapHash);
-    const std::string link = m_directory.Path("product");
+    const std::string link = m_directory / "product";
     fs::create_directory_symlink(m_directory.Path(), link);
     m_path = link + "/settings.db";
     ASSERT_EQ(Read(), DatabaseStatus::Ok);
@@ -282,7 +282,7 @@ TEST_F(SettingsDatabaseTest, AWriterKilledHalfWayLeavesTheOldOrTheNewPassword) {
 TEST_F(SettingsDatabaseTest, AJournalLeftByAKilledWriterIsNoAnswerUntilAWriterUndoesIt) {
     Store(kCheapHash);
     const std::string journal = m_path + "-journal";
-    const std::string copy = m_directory.Path("copy.db");
+    const std::string copy = m_directory / "copy.db";
     {
         // A writer with its pages written and its journal still there, copied as a crash leaves it.
         const DatabaseLock writer(

@@ -45,8 +45,8 @@ protected:
         return Read();
     }
 
-    TemporaryDirectory m_directory;
-    std::string m_path = m_directory.Path("settings.db");
+    ScratchFolder m_directory;
+    std::string m_path = m_directory / "settings.db";
     std::string m_sound;
     PasswordState m_state;
     int m_truths = 0;
