@@ -33,6 +33,7 @@ protected:
     // Prints into a file and ends the print dialog with `result`.
     void Print(const std::string& pdf, QDialog::DialogCode result) {
         ModalDriver driver;
+        driver.Ignore<dlgReport>();
         driver.Expect([&](QDialog* dialog) {
             auto* print = qobject_cast<QPrintDialog*>(dialog);
             ASSERT_NE(print, nullptr);
