@@ -12,11 +12,6 @@ namespace {
 
 constexpr std::size_t kMaxArgumentLength = 256;
 
-bool EqualsIgnoringCase(std::string_view first, std::string_view second) {
-    return std::equal(first.begin(), first.end(), second.begin(), second.end(),
-                      [](char a, char b) { return text::LowerAscii(a) == text::LowerAscii(b); });
-}
-
 }  // namespace
 
 char* Trim(char* text) {
@@ -38,7 +33,7 @@ char* GetSectionName(char* line) {
 
 int CompareKey(char* line, const char* key) {
     line[std::strcspn(line, "=")] = '\0';
-    return EqualsIgnoringCase(Trim(line), key) ? 0 : -1;
+    return text::EqualsIgnoringCase(Trim(line), key) ? 0 : -1;
 }
 
 void WriteToFile(std::FILE* file, std::string_view line) {
@@ -62,7 +57,7 @@ bool IsHeader(const char* line) {
 bool IsHeaderOf(std::string_view line, const std::string& section) {
     std::string header(line);
     const char* name = GetSectionName(header.data());
-    return name != nullptr && EqualsIgnoringCase(name, section);
+    return name != nullptr && text::EqualsIgnoringCase(name, section);
 }
 
 FileStream OpenProfile(const char* path) {

@@ -14,9 +14,12 @@
 
 namespace {
 
-constexpr std::string_view kTemporaryEnding = ".tmp";
 constexpr std::size_t kMaxTemporaryNameLength = 260;
 constexpr mode_t kPermissionBits = 0777;
+
+std::string TemporaryName(const std::string& path) {
+    return path + ".tmp";
+}
 
 // The new file while it is written; deleted unless it has taken its place.
 //
@@ -25,13 +28,12 @@ constexpr mode_t kPermissionBits = 0777;
 // lose more than one of the two values.
 class TemporaryFile {
 public:
-    explicit TemporaryFile(const std::string& path) : m_name(path) {
-        m_name += kTemporaryEnding;
+    explicit TemporaryFile(const std::string& path)
         // A short name, so that the folder takes it however long the profile's name is.
-        m_part = path.substr(0, path.rfind('/') + 1) + ".profile-XXXXXX";
-        FileDescriptor file(::mkostemp(m_part.data(), O_CLOEXEC));
+        : m_name(path.substr(0, path.rfind('/') + 1) + ".profile-XXXXXX") {
+        FileDescriptor file(::mkostemp(m_name.data(), O_CLOEXEC));
         if (!file) {
-            m_part.clear();
+            m_name.clear();
             return;
         }
         m_file.reset(::fdopen(file.Get(), "w"));
@@ -40,8 +42,8 @@ public:
         }
     }
     ~TemporaryFile() {
-        if (!m_part.empty()) {
-            (void)::unlink(m_part.c_str());
+        if (!m_name.empty()) {
+            (void)::unlink(m_name.c_str());
         }
     }
     TemporaryFile(const TemporaryFile&) = delete;
@@ -65,21 +67,21 @@ public:
     /// Puts the finished file in the place of the one at `path`. False when its temporary name
     /// cannot be had; what lies there, an old leftover or somebody's link, makes way otherwise.
     bool MoveTo(const std::string& path) {
-        if (std::rename(m_part.c_str(), m_name.c_str()) != 0) {
+        const std::string temporary = TemporaryName(path);
+        if (std::rename(m_name.c_str(), temporary.c_str()) != 0) {
             return false;
         }
-        m_part.clear();
+        m_name.clear();
         // One rename instead of a deletion and a rename: the same outcome, and at no moment no
         // file. Another writer's may be moved here, or have been moved by them: whole as well.
-        if (std::rename(m_name.c_str(), path.c_str()) != 0 && errno != ENOENT) {
-            (void)::unlink(m_name.c_str());
+        if (std::rename(temporary.c_str(), path.c_str()) != 0 && errno != ENOENT) {
+            (void)::unlink(temporary.c_str());
         }
         return true;
     }
 
 private:
-    std::string m_name;
-    std::string m_part;  ///< the private name; empty when there is nothing under it
+    std::string m_name;  ///< the private name; empty when there is nothing under it
     FileStream m_file;
 };
 
@@ -126,7 +128,7 @@ void CopyWithEntry(ProfileReader& profile, std::FILE* to, const std::string& key
 
 ProfileError Replace(const std::string& section, const std::string& key, const std::string& entry,
                      const std::string& path) {
-    if (path.size() + kTemporaryEnding.size() > kMaxTemporaryNameLength) {
+    if (TemporaryName(path).size() > kMaxTemporaryNameLength) {
         return PROFILE_ERR_OPEN;
     }
     ProfileReader profile(path.c_str());

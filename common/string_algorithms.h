@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string_view>
 #include <type_traits>
 
 // The string functions that the byte and the wide family share, written once over the character
@@ -61,6 +62,23 @@ constexpr Char UpperAscii(Char character) {
     return character >= 'a' && character <= 'z' ? static_cast<Char>(character - 0x20) : character;
 }
 
+inline constexpr auto kAreEqualIgnoringCase = [](char a, char b) {
+    return LowerAscii(a) == LowerAscii(b);
+};
+
+/// Without regard to ASCII case.
+inline bool EqualsIgnoringCase(std::string_view first, std::string_view second) {
+    return std::equal(first.begin(), first.end(), second.begin(), second.end(),
+                      kAreEqualIgnoringCase);
+}
+
+/// Whether `part` stands anywhere in `whole`, without regard to ASCII case; an empty one always
+/// does.
+inline bool ContainsIgnoringCase(std::string_view whole, std::string_view part) {
+    return part.empty() || std::search(whole.begin(), whole.end(), part.begin(), part.end(),
+                                       kAreEqualIgnoringCase) != whole.end();
+}
+
 /// Applies `change` to the first `count` characters, or to all up to the terminator.
 template <typename Char, typename Change>
 Char* ChangeEach(Char* string, std::size_t count, Change change) {
@@ -88,9 +106,8 @@ int Compare(const Char* first, const Char* second, std::size_t count = kWhole) {
     return 0;
 }
 
-/// The same without regard to the value 0x20 of each character: not only letters fold, so "@"
-/// equals
-/// "`" and "[" equals "{". Names stored with this comparison rely on it.
+/// The same without regard to the value 0x20 of each character: not only letters fold, so "@" is
+/// equal to "`" and "[" to "{". Names stored with this comparison rely on it.
 template <typename Char>
 int CompareFolded(const Char* first, const Char* second, std::size_t count = kWhole) {
     if (first == nullptr || second == nullptr) {

@@ -48,13 +48,6 @@ std::strong_ordering Compare(const tagSYSTEMTIME& time, const TimeBound& bound) 
         fields.begin(), fields.begin() + count, bound.fields.begin(), bound.fields.begin() + count);
 }
 
-bool Contains(std::string_view text, std::string_view part) {
-    return std::search(text.begin(), text.end(), part.begin(), part.end(),
-                       [](char a, char b) { return text::LowerAscii(a) == text::LowerAscii(b); }) !=
-               text.end() ||
-           part.empty();
-}
-
 }  // namespace
 
 std::optional<TimeBound> ParseTimeBound(std::string_view text) {
@@ -85,9 +78,11 @@ bool Matches(const RecordFilter& filter, const VirusLogEntry& entry) {
     if (filter.until && std::is_gt(Compare(entry.time, *filter.until))) {
         return false;
     }
-    return std::all_of(filter.texts.begin(), filter.texts.end(), [&](const std::string& text) {
-        return Contains(entry.filePath, text) || Contains(entry.virusName, text) ||
-               Contains(entry.action, text) || Contains(entry.userName, text) ||
-               Contains(entry.domainName, text);
+    return std::all_of(filter.texts.begin(), filter.texts.end(), [&](const std::string& part) {
+        return text::ContainsIgnoringCase(entry.filePath, part) ||
+               text::ContainsIgnoringCase(entry.virusName, part) ||
+               text::ContainsIgnoringCase(entry.action, part) ||
+               text::ContainsIgnoringCase(entry.userName, part) ||
+               text::ContainsIgnoringCase(entry.domainName, part);
     });
 }

@@ -22,6 +22,7 @@
 #include "product/virlog/failure_reason.h"
 #include "product/virlog/held_locks.h"
 #include "product/virlog/held_signals.h"
+#include "product/virlog/output.h"
 #include "reports/virus_log/log_files.h"
 #include "reports/virus_log/virus_log.h"
 #include "reports/virus_log/virus_record.h"
@@ -29,10 +30,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-void Say(const std::string& line) {
-    std::fprintf(stderr, "corvane-virlog: %s\n", line.c_str());
-}
 
 // Two of us at once would write and remove the very same copy, so one waits for the other. The
 // folder itself is what is locked: nothing stays behind when we are killed. Who may read it can

@@ -22,10 +22,6 @@ namespace {
 
 enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
 
-void Say(const std::string& line) {
-    std::fprintf(stderr, "corvane-virlog: %s\n", line.c_str());
-}
-
 std::string Counted(std::uint64_t count, const char* one, const char* many) {
     return std::to_string(count) + (count == 1 ? one : many);
 }

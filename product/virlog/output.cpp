@@ -24,9 +24,12 @@ bool Output::Finish() {
     return m_error == 0;
 }
 
+void Say(std::string_view line) {
+    std::fprintf(stderr, "corvane-virlog: %.*s\n", static_cast<int>(line.size()), line.data());
+}
+
 void ReportFailure(const Output& output) {
     if (output.Error() != EPIPE) {
-        std::fprintf(stderr, "corvane-virlog: the output could not be written: %s\n",
-                     std::strerror(output.Error()));
+        Say(std::string("the output could not be written: ") + std::strerror(output.Error()));
     }
 }

@@ -29,6 +29,9 @@ private:
     std::string m_buffer;
 };
 
+/// Says a line, given without newline, on standard error, after the program's name.
+void Say(std::string_view line);
+
 /// Says on standard error that the output could not be written and why; nothing when whoever read
 /// it has gone, as the end of a pipe does.
 void ReportFailure(const Output& output);

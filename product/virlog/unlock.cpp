@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <iostream>
@@ -41,10 +40,6 @@ bool IsYes() {
     return answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes" || answer == "YES";
 }
 
-void Complain(const std::string& line) {
-    std::fprintf(stderr, "corvane-virlog: %s\n", line.c_str());
-}
-
 std::string ForbiddenText(const HeldLock& lock) {
     const std::string owner = OwnerName(lock.state.owner);
     return "lock " + NameOf(lock) + " belongs to " + owner + "; only " + owner +
@@ -62,9 +57,9 @@ bool Remove(const HeldLock& lock, Output& output) {
         return true;
     }
     if (errno == EACCES || errno == EPERM) {
-        Complain(ForbiddenText(lock));
+        Say(ForbiddenText(lock));
     } else {
-        Complain("lock " + NameOf(lock) + " could not be removed: " + std::strerror(errno));
+        Say("lock " + NameOf(lock) + " could not be removed: " + std::strerror(errno));
     }
     return false;
 }
@@ -114,7 +109,7 @@ int Unlock() {
     for (const HeldLock& lock : locks) {
         if (!MayRemove(lock)) {
             output.Finish();
-            Complain(ForbiddenText(lock));
+            Say(ForbiddenText(lock));
             isGood = false;
             continue;
         }

@@ -34,12 +34,6 @@ bool ReadMain(tagVIRMAIN& main) {
     return file && ReadAt(file.Get(), 0, BytesOf(main));
 }
 
-bool ContainsIgnoringCase(std::string_view haystack, std::string_view needle) {
-    return std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end(),
-                       [](char a, char b) { return text::LowerAscii(a) == text::LowerAscii(b); }) !=
-           haystack.end();
-}
-
 // Everybody may write the file, and what it names is opened for writing.
 bool IsNameInFolder(std::string_view name) {
     return !name.empty() && name.find('/') == std::string_view::npos && name != "." && name != "..";
@@ -126,11 +120,11 @@ void ShareAsRecords(int fd) {
 }
 
 bool IsMainRecordFile(std::string_view name) {
-    return ContainsIgnoringCase(name, kRecordFile);
+    return text::ContainsIgnoringCase(name, kRecordFile);
 }
 
 bool IsSecondRecordFile(std::string_view name) {
-    return ContainsIgnoringCase(name, kSecondRecordFile);
+    return text::ContainsIgnoringCase(name, kSecondRecordFile);
 }
 
 bool CopyContent(int from, int to) {

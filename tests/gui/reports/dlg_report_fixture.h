@@ -15,8 +15,15 @@
 #include "reports/report_view.h"
 #include "tests/gui/reports/report_fixture.h"
 #include "tests/support/find_widget.h"
+#include "tests/support/modal_driver.h"
 
 inline constexpr int kLimit = 20000;  // milliseconds; reached only by a failure
+
+/// Answers the viewer's boxes. The viewer is a modal window too, seen as one before and after them.
+class BoxDriver : public ModalDriver {
+public:
+    BoxDriver() { Ignore<dlgReport>(); }
+};
 
 /// The viewer over an index and reports of the test's own.
 class DlgReportTest : public ReportFixture {

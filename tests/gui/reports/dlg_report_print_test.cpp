@@ -9,7 +9,6 @@
 #include <QPushButton>
 
 #include "tests/gui/reports/dlg_report_fixture.h"
-#include "tests/support/modal_driver.h"
 
 // The viewer's report on paper.
 
@@ -32,8 +31,7 @@ class DlgReportPrintTest : public DlgReportTest {
 protected:
     // Prints into a file and ends the print dialog with `result`.
     void Print(const std::string& pdf, QDialog::DialogCode result) {
-        ModalDriver driver;
-        driver.Ignore<dlgReport>();
+        BoxDriver driver;
         driver.Expect([&](QDialog* dialog) {
             auto* print = qobject_cast<QPrintDialog*>(dialog);
             ASSERT_NE(print, nullptr);

@@ -10,7 +10,6 @@
 #include <QTimer>
 
 #include "tests/gui/reports/dlg_report_fixture.h"
-#include "tests/support/modal_driver.h"
 
 // The viewer's report saved elsewhere.
 
@@ -20,8 +19,6 @@ namespace {
 
 class SaveAsTest : public DlgReportTest {
 protected:
-    SaveAsTest() { m_driver.Ignore<dlgReport>(); }
-
     // The save dialog appears; `fileName` is chosen in it, or it is cancelled.
     void Choose(const std::string& fileName) {
         m_driver.Expect([=, this](QDialog* dialog) {
@@ -61,7 +58,7 @@ protected:
         });
     }
 
-    ModalDriver m_driver;
+    BoxDriver m_driver;
     std::string m_proposed;
 };
 

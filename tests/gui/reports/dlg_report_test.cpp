@@ -9,19 +9,12 @@
 
 #include "reports/scheduled_index.h"
 #include "tests/gui/reports/dlg_report_fixture.h"
-#include "tests/support/modal_driver.h"
 
 // Which report the viewer shows, how it steps to others, and what it says of one it cannot show.
 
 namespace fs = std::filesystem;
 
 namespace {
-
-// Answers the viewer's boxes. The viewer is a modal window too, seen as one before and after them.
-class BoxDriver : public ModalDriver {
-public:
-    BoxDriver() { Ignore<dlgReport>(); }
-};
 
 TEST_F(DlgReportTest, HasItsTextsAcceleratorsAndTooltips) {
     OpenMiddle();
