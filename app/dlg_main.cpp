@@ -7,7 +7,7 @@
 
 #include "ui_dlg_main.h"
 
-#include "app/scan_options_file.h"
+#include "common/scan_options_file.h"
 #include "widgets/messages.h"
 
 dlgMain::dlgMain() : m_ui(std::make_unique<Ui::dlgMain>()) {

@@ -4,9 +4,9 @@
 
 #include <QWidget>
 
-#include "app/password_lock.h"
-#include "app/update_options.h"
 #include "common/scan_settings.h"
+#include "update/files/update_options.h"
+#include "widgets/password_lock.h"
 
 class QSplashScreen;
 class QTreeWidgetItem;

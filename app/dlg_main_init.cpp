@@ -16,7 +16,7 @@
 #include "common/locks.h"
 #include "common/paths.h"
 #include "common/run_state.h"
-#include "reports/report_index.h"
+#include "reports/files/report_index.h"
 #include "scan/scanner.h"
 #include "widgets/messages.h"
 

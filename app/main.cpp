@@ -10,7 +10,7 @@
 #include "common/locks.h"
 #include "common/log.h"
 #include "common/run_state.h"
-#include "scan/descriptor_limit.h"
+#include "scan/run/descriptor_limit.h"
 
 int main(int argc, char** argv) {
     RegisterWithOnAccessService();

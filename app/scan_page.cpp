@@ -9,10 +9,10 @@
 
 #include "common/path_list.h"
 #include "common/run_state.h"
-#include "reports/complete_scan.h"
-#include "reports/report_generator.h"
-#include "scan/detection_filters.h"
+#include "reports/files/complete_scan.h"
+#include "reports/files/report_generator.h"
 #include "scan/dlg_scn_prgrs.h"
+#include "scan/run/detection_filters.h"
 #include "scan/scanner.h"
 #include "widgets/dlg_sc_dir.h"
 #include "widgets/messages.h"

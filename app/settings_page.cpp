@@ -4,8 +4,8 @@
 
 #include "ui_settings_page.h"
 
-#include "app/scan_options_file.h"
 #include "common/run_state.h"
+#include "common/scan_options_file.h"
 #include "scan/scanner.h"
 #include "widgets/messages.h"
 

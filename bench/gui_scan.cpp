@@ -24,11 +24,11 @@
 #include "common/path_list.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
-#include "reports/complete_scan.h"
-#include "reports/report_generator.h"
-#include "reports/report_index.h"
+#include "reports/files/complete_scan.h"
+#include "reports/files/report_generator.h"
+#include "reports/files/report_index.h"
 #include "scan/dlg_scn_prgrs.h"
-#include "scan/read_ahead.h"
+#include "scan/run/read_ahead.h"
 #include "scan/scanner.h"
 
 namespace {

@@ -16,9 +16,9 @@
 #include "bench/measurements.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
-#include "reports/current_report.h"
 #include "reports/dlg_report.h"
-#include "reports/report_index.h"
+#include "reports/files/current_report.h"
+#include "reports/files/report_index.h"
 #include "reports/report_view.h"
 #include "reports/reports_page.h"
 

@@ -16,7 +16,7 @@
 #include "ui_dlg_report.h"
 
 #include "common/text_field.h"
-#include "reports/current_report.h"
+#include "reports/files/current_report.h"
 #include "reports/find_bar.h"
 #include "widgets/messages.h"
 

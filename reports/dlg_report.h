@@ -6,7 +6,7 @@
 
 #include <QDialog>
 
-#include "reports/report_files.h"
+#include "reports/files/report_files.h"
 
 class FindBar;
 class QPrinter;

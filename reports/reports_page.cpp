@@ -10,9 +10,9 @@
 #include "ui_reports_page.h"
 
 #include "common/text_field.h"
-#include "reports/current_report.h"
 #include "reports/dlg_report.h"
-#include "reports/scheduled_index.h"
+#include "reports/files/current_report.h"
+#include "reports/files/scheduled_index.h"
 #include "widgets/display_name.h"
 #include "widgets/messages.h"
 

@@ -4,7 +4,7 @@
 
 #include <QWidget>
 
-#include "reports/report_files.h"
+#include "reports/files/report_files.h"
 
 class QTreeWidget;
 class QTreeWidgetItem;

@@ -18,10 +18,10 @@
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "reports/dlg_report.h"
-#include "reports/report_generator.h"
+#include "reports/files/report_generator.h"
 #include "scan/dlg_vir_fnd.h"
 #include "scan/file_count_thread.h"
-#include "scan/prompt_handshake.h"
+#include "scan/run/prompt_handshake.h"
 #include "scan/scan_thread.h"
 #include "scan/zq_event.h"
 

@@ -7,7 +7,7 @@
 #include "ui_dlg_vir_fnd.h"
 
 #include "common/text_field.h"
-#include "scan/prompt_handshake.h"
+#include "scan/run/prompt_handshake.h"
 #include "widgets/display_name.h"
 
 std::int32_t g_scnActn = 1;

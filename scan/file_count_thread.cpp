@@ -1,7 +1,7 @@
 #include "scan/file_count_thread.h"
 
 #include "common/run_state.h"
-#include "scan/directory_walker.h"
+#include "scan/run/directory_walker.h"
 #include "scan/scan_dialog.h"
 #include "scan/zq_event.h"
 

@@ -9,7 +9,7 @@
 #include <QDialog>
 
 #include "scan/event_queue.h"
-#include "scan/stop_flag.h"
+#include "scan/run/stop_flag.h"
 
 /// What the scan threads and the engine's callback know of the progress dialog: a receiver of
 /// events with a stop flag. It travels through the engine as the `void*` of its `QDialog*`.

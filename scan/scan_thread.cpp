@@ -7,13 +7,13 @@
 #include <thread>
 
 #include "common/run_state.h"
-#include "reports/report_generator.h"
-#include "scan/detection_filters.h"
-#include "scan/directory_walker.h"
+#include "reports/files/report_generator.h"
 #include "scan/dlg_scn_prgrs.h"
 #include "scan/file_count_thread.h"
-#include "scan/prompt_handshake.h"
-#include "scan/read_ahead.h"
+#include "scan/run/detection_filters.h"
+#include "scan/run/directory_walker.h"
+#include "scan/run/prompt_handshake.h"
+#include "scan/run/read_ahead.h"
 #include "scan/scan_dialog.h"
 #include "scan/scanner.h"
 #include "scan/zq_event.h"

@@ -8,7 +8,7 @@
 
 #include "tests/fuzz/fuzz.h"
 #include "tests/fuzz/link_file.h"
-#include "update/admin_links.h"
+#include "update/files/admin_links.h"
 
 namespace {
 

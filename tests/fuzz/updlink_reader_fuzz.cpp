@@ -6,7 +6,7 @@
 
 #include "tests/fuzz/fuzz.h"
 #include "tests/fuzz/link_file.h"
-#include "update/update_links.h"
+#include "update/files/update_links.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "common/text_field.h"
-#include "reports/scheduled_index.h"
+#include "reports/files/scheduled_index.h"
 #include "tests/support/scratch.h"
 
 // The reports of scheduled scans at their fixed place: only for tests inside

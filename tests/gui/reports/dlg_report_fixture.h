@@ -10,8 +10,8 @@
 #include <QTest>
 
 #include "common/run_state.h"
-#include "reports/current_report.h"
 #include "reports/dlg_report.h"
+#include "reports/files/current_report.h"
 #include "reports/report_view.h"
 #include "tests/gui/reports/report_fixture.h"
 #include "tests/support/find_widget.h"

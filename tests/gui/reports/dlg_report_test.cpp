@@ -7,7 +7,7 @@
 
 #include <QPushButton>
 
-#include "reports/scheduled_index.h"
+#include "reports/files/scheduled_index.h"
 #include "tests/gui/reports/dlg_report_fixture.h"
 
 // Which report the viewer shows, how it steps to others, and what it says of one it cannot show.

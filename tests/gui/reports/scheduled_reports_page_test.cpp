@@ -6,7 +6,7 @@
 
 #include <QMessageBox>
 
-#include "reports/scheduled_index.h"
+#include "reports/files/scheduled_index.h"
 #include "tests/gui/reports/reports_page_fixture.h"
 #include "tests/support/modal_driver.h"
 #include "tests/support/scheduled_reports.h"

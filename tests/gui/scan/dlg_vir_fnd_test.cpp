@@ -9,7 +9,7 @@
 #include <QTest>
 
 #include "common/text_field.h"
-#include "scan/prompt_handshake.h"
+#include "scan/run/prompt_handshake.h"
 
 namespace {
 

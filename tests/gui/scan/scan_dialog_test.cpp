@@ -13,7 +13,7 @@
 #include <QTest>
 #include <QTimer>
 
-#include "scan/prompt_handshake.h"
+#include "scan/run/prompt_handshake.h"
 #include "scan/zq_event.h"
 #include "tests/support/scratch.h"
 

@@ -9,12 +9,12 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "app/option_file.h"
-#include "app/scan_options_file.h"
 #include "app/start_up.h"
-#include "app/update_options.h"
+#include "common/option_file.h"
 #include "common/run_state.h"
+#include "common/scan_options_file.h"
 #include "common/text_field.h"
+#include "update/files/update_options.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "common/byte_search.h"
+#include "common/given/byte_search.h"
 
 #include <algorithm>
 #include <fcntl.h>

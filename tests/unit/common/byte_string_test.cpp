@@ -1,4 +1,4 @@
-#include "common/byte_string.h"
+#include "common/given/byte_string.h"
 
 #include <clocale>
 #include <cstdlib>

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "common/date_text.h"
-#include "common/digest_text.h"
+#include "common/given/digest_text.h"
 
 namespace {
 

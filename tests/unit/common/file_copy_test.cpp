@@ -1,4 +1,4 @@
-#include "common/file_copy.h"
+#include "common/given/file_copy.h"
 
 #include <gtest/gtest.h>
 #include <string>

@@ -3,7 +3,7 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "common/file_copy.h"
+#include "common/given/file_copy.h"
 #include "common/log.h"
 #include "tests/support/scratch.h"
 

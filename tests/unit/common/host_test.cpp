@@ -1,4 +1,4 @@
-#include "common/host.h"
+#include "common/given/host.h"
 
 #include <cstring>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "common/threads.h"
+#include "common/given/threads.h"
 
 #include <atomic>
 #include <gtest/gtest.h>

@@ -11,15 +11,28 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Higher floors may use lower ones. Rooms of one floor share a number.
-const std::map<std::string, int, std::less<>> kFloors = {
-    {"abi", 0},  {"common", 1}, {"widgets", 2}, {"reports/virus_log", 2}, {"reports", 3},
-    {"scan", 4}, {"update", 4}, {"help", 4},    {"schedule", 4},          {"app", 5},
+struct Room {
+    int floor;  // higher floors may use lower ones; rooms of one floor share a number
+    bool hasQt;
 };
 
-// A room inside another one, because a tool without a window uses it too.
-constexpr std::string_view kVirusLog = "reports/virus_log";
-constexpr std::string_view kVirusLogTool = "product/virlog";
+// The innermost folder that is named here is the room of what lies below it.
+const std::map<std::string, Room, std::less<>> kRooms = {
+    {"abi", {.floor = 0, .hasQt = false}},
+    {"common", {.floor = 1, .hasQt = false}},
+    {"common/given", {.floor = 2, .hasQt = false}},
+    {"reports/files", {.floor = 2, .hasQt = false}},
+    {"reports/virus_log", {.floor = 2, .hasQt = false}},
+    {"update/files", {.floor = 2, .hasQt = false}},
+    {"widgets", {.floor = 2, .hasQt = true}},
+    {"scan/run", {.floor = 3, .hasQt = false}},
+    {"reports", {.floor = 3, .hasQt = true}},
+    {"scan", {.floor = 4, .hasQt = true}},
+    {"update", {.floor = 4, .hasQt = true}},
+    {"help", {.floor = 4, .hasQt = true}},
+    {"schedule", {.floor = 4, .hasQt = true}},
+    {"app", {.floor = 5, .hasQt = true}},
+};
 
 struct Include {
     std::string text;
@@ -51,22 +64,21 @@ std::optional<Include> ParseInclude(std::string_view line) {
     return Include{std::string(line.substr(0, line.find(isQuoted ? '"' : '>'))), isQuoted};
 }
 
-// The room of a path relative to the root: its first folder, and for product/ and tests/ the second
-// too, since each folder there stands for itself.
+// The room of a path relative to the root. Each folder of product/ stands for itself; what belongs
+// to no room of ours is named by its first folder.
 std::string RoomOf(std::string_view path) {
+    for (auto end = path.rfind('/'); end != std::string_view::npos && end != 0;
+         end = path.rfind('/', end - 1)) {
+        if (kRooms.contains(path.substr(0, end))) {
+            return std::string(path.substr(0, end));
+        }
+    }
     const auto first = path.find('/');
     if (first == std::string_view::npos) {
         return {};
     }
     const std::string_view top = path.substr(0, first);
-    if (path.starts_with(kVirusLog) && path.substr(kVirusLog.size()).starts_with('/')) {
-        return std::string(kVirusLog);
-    }
-    if (top != "product") {
-        return std::string(top);
-    }
-    const auto second = path.find('/', first + 1);
-    return std::string(path.substr(0, second));
+    return std::string(top == "product" ? path.substr(0, path.find('/', first + 1)) : top);
 }
 
 bool IsSource(const fs::path& path) {
@@ -80,8 +92,18 @@ bool IsGenerated(std::string_view include) {
 }
 
 bool IsOwnRoom(std::string_view room) {
-    return kFloors.contains(room) || room == "tests" || room == "bench" ||
+    return kRooms.contains(room) || room == "tests" || room == "bench" ||
            room.starts_with("product/");
+}
+
+// What the product loads at run time, and its programs for the shell, are not the window's either.
+bool HasQt(std::string_view room) {
+    const auto known = kRooms.find(room);
+    return known != kRooms.end() && known->second.hasQt;
+}
+
+bool MayUseQt(std::string_view room) {
+    return room == "tests" || room == "bench" || room == "images" || HasQt(room);
 }
 
 // Why `from` may not use `to`, or nothing.
@@ -92,15 +114,18 @@ std::string_view WhyForbidden(const std::string& from, const std::string& to) {
     if (to == "tests" || to == "bench") {
         return "nothing that is installed uses the tests";
     }
-    if (from.starts_with("product/")) {
-        const bool isAllowed =
-            to == "abi" || to == "common" || (from == kVirusLogTool && to == kVirusLog);
-        return isAllowed ? std::string_view{} : "a product library uses abi and common only";
-    }
     if (to.starts_with("product/")) {
-        return "the product's libraries are loaded at run time, never built in";
+        return from.starts_with("product/")
+                   ? "each folder of product stands for itself"
+                   : "the product's libraries are loaded at run time, never built in";
     }
-    return kFloors.at(from) < kFloors.at(to) ? "the arrow points up" : std::string_view{};
+    if (!HasQt(from) && HasQt(to)) {
+        return "a room without Qt uses no room with it";
+    }
+    if (from.starts_with("product/")) {
+        return {};
+    }
+    return kRooms.at(from).floor < kRooms.at(to).floor ? "the arrow points up" : std::string_view{};
 }
 
 class Checker {
@@ -110,7 +135,7 @@ public:
     std::vector<std::string> Run() {
         for (const auto& top : fs::directory_iterator(m_root)) {
             const std::string name = top.path().filename().string();
-            if (top.is_directory() && (kFloors.contains(name) || name == "product" ||
+            if (top.is_directory() && (kRooms.contains(name) || name == "product" ||
                                        name == "tests" || name == "bench")) {
                 ReadFolder(top.path());
             }
@@ -143,9 +168,8 @@ private:
     void Check(const std::string& file, const Include& include) {
         const std::string from = RoomOf(file);
         if (!include.isQuoted) {
-            if ((from == "abi" || from == "common" || from == kVirusLog) &&
-                include.text.starts_with('Q')) {
-                Report(file, include, "what runs without a window uses no Qt");
+            if (!MayUseQt(from) && include.text.starts_with('Q')) {
+                Report(file, include, "a room without Qt uses no Qt");
             }
             return;
         }

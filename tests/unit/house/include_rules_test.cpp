@@ -69,10 +69,11 @@ TEST_F(MadeUpTree, EveryFloorIsHigherThanTheOneBelow) {
     Write("schedule/x.h", "#include \"app/x.h\"\n");
     Write("update/x.h", "#include \"app/x.h\"\n");
     Write("widgets/x.h", "#include \"reports/x.h\"\n");
-    Write("common/x.h", "#include \"widgets/x.h\"\n");
+    Write("update/files/x.h");
+    Write("common/x.h", "#include \"update/files/x.h\"\n");
     Write("abi/x.h", "#include \"common/x.h\"\n");
     EXPECT_THAT(Broken(), ElementsAre("abi/x.h includes common/x.h: the arrow points up",
-                                      "common/x.h includes widgets/x.h: the arrow points up",
+                                      "common/x.h includes update/files/x.h: the arrow points up",
                                       "help/x.h includes app/x.h: the arrow points up",
                                       "reports/x.h includes help/x.h: the arrow points up",
                                       "scan/x.h includes app/x.h: the arrow points up",
@@ -88,19 +89,28 @@ TEST_F(MadeUpTree, ACircleOnOneFloorIsFoundOnce) {
     EXPECT_THAT(Broken(), ElementsAre("circle: help -> scan -> update -> help"));
 }
 
-TEST_F(MadeUpTree, AProductLibraryUsesAbiAndCommonOnly) {
+TEST_F(MadeUpTree, AProductFolderUsesAnyRoomWithoutQtAndNoOtherProductFolder) {
+    Write("abi/a.h");
+    Write("common/c.h");
     Write("scan/s.h");
+    Write("scan/run/r.h");
+    Write("reports/files/f.h");
+    Write("reports/virus_log/v.h");
+    Write("update/files/u.h");
     Write("product/two/q.h");
+    Write("product/one/fine.cpp",
+          "#include \"abi/a.h\"\n#include \"common/c.h\"\n#include \"scan/run/r.h\"\n"
+          "#include \"reports/files/f.h\"\n#include \"reports/virus_log/v.h\"\n"
+          "#include \"update/files/u.h\"\n");
     Write("product/one/p.cpp", "#include \"scan/s.h\"\n#include \"product/two/q.h\"\n");
     Write("app/a.cpp", "#include \"product/two/q.h\"\n");
     EXPECT_THAT(
         Broken(),
         ElementsAre("app/a.cpp includes product/two/q.h: the product's libraries are loaded at run "
                     "time, never built in",
-                    "product/one/p.cpp includes product/two/q.h: a product library uses abi and "
-                    "common only",
-                    "product/one/p.cpp includes scan/s.h: a product library uses abi and common "
-                    "only"));
+                    "product/one/p.cpp includes product/two/q.h: each folder of product stands for "
+                    "itself",
+                    "product/one/p.cpp includes scan/s.h: a room without Qt uses no room with it"));
 }
 
 TEST_F(MadeUpTree, NothingInstalledUsesTestsOrBench) {
@@ -115,35 +125,43 @@ TEST_F(MadeUpTree, NothingInstalledUsesTestsOrBench) {
                             "the tests"));
 }
 
-TEST_F(MadeUpTree, CommonAbiAndTheVirusLogUseNoQt) {
-    Write("common/c.cpp", "#include <QString>\n");
-    Write("abi/a.h", "#include <QtGlobal>\n");
-    Write("reports/r.cpp", "#include <QString>\n");
-    Write("reports/virus_log/v.cpp", "#include <QString>\n");
-    EXPECT_THAT(
-        Broken(),
-        ElementsAre("abi/a.h includes QtGlobal: what runs without a window uses no Qt",
-                    "common/c.cpp includes QString: what runs without a window uses no Qt",
-                    "reports/virus_log/v.cpp includes QString: what runs without a window uses "
-                    "no Qt"));
+TEST_F(MadeUpTree, ARoomWithoutQtUsesNoQt) {
+    for (const char* room : {"abi", "app", "common", "common/given", "help", "product/one",
+                             "reports", "reports/files", "reports/virus_log", "scan", "scan/run",
+                             "schedule", "update", "update/files", "widgets"}) {
+        Write(std::string(room) + "/x.cpp", "#include <QString>\n");
+    }
+    const std::string why = "/x.cpp includes QString: a room without Qt uses no Qt";
+    EXPECT_THAT(Broken(),
+                ElementsAre("abi" + why, "common" + why, "common/given" + why, "product/one" + why,
+                            "reports/files" + why, "reports/virus_log" + why, "scan/run" + why,
+                            "update/files" + why));
 }
 
-TEST_F(MadeUpTree, TheVirusLogIsARoomBelowReportsThatItsToolMayUse) {
+TEST_F(MadeUpTree, ARoomWithoutQtUsesNoRoomWithIt) {
+    Write("widgets/w.h");
     Write("reports/r.h");
     Write("reports/virus_log/v.h", "#include \"reports/r.h\"\n");
-    Write("reports/virus_log/w.h", "#include \"common/c.h\"\n");
-    Write("common/c.h");
-    Write("reports/r.cpp", "#include \"reports/virus_log/v.h\"\n");
-    Write("product/virlog/main.cpp",
-          "#include \"reports/virus_log/w.h\"\n#include \"reports/r.h\"\n");
-    Write("product/one/p.cpp", "#include \"reports/virus_log/w.h\"\n");
+    Write("scan/run/deep/er.h", "#include \"widgets/w.h\"\n");
+    Write("update/files/u.h", "#include \"widgets/w.h\"\n");
     EXPECT_THAT(
         Broken(),
-        ElementsAre("product/one/p.cpp includes reports/virus_log/w.h: a product library uses abi "
-                    "and common only",
-                    "product/virlog/main.cpp includes reports/r.h: a product library uses abi and "
-                    "common only",
-                    "reports/virus_log/v.h includes reports/r.h: the arrow points up"));
+        ElementsAre(
+            "reports/virus_log/v.h includes reports/r.h: a room without Qt uses no room with it",
+            "scan/run/deep/er.h includes widgets/w.h: a room without Qt uses no room with it",
+            "update/files/u.h includes widgets/w.h: a room without Qt uses no room with it"));
+}
+
+TEST_F(MadeUpTree, AnInnerRoomStandsBelowTheRoomItLiesIn) {
+    Write("reports/files/f.h", "#include \"scan/run/r.h\"\n");
+    Write("reports/r.cpp", "#include \"reports/files/f.h\"\n");
+    Write("scan/run/r.h", "#include \"common/c.h\"\n");
+    Write("scan/s.cpp", "#include \"scan/run/r.h\"\n");
+    Write("common/c.h", "#include \"common/given/g.h\"\n");
+    Write("common/given/g.h");
+    EXPECT_THAT(Broken(),
+                ElementsAre("common/c.h includes common/given/g.h: the arrow points up",
+                            "reports/files/f.h includes scan/run/r.h: the arrow points up"));
 }
 
 TEST_F(MadeUpTree, AHeaderIsNamedFromTheRootAndExists) {

@@ -1,4 +1,4 @@
-#include "reports/complete_scan.h"
+#include "reports/files/complete_scan.h"
 
 #include <cstdint>
 #include <ctime>

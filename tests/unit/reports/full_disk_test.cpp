@@ -7,8 +7,8 @@
 
 #include "common/file_descriptor.h"
 #include "common/io.h"
-#include "reports/report_generator.h"
-#include "reports/report_index.h"
+#include "reports/files/report_generator.h"
+#include "reports/files/report_index.h"
 #include "tests/unit/reports/report_fixture.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "reports/report_generator.h"
+#include "reports/files/report_generator.h"
 
 #include <cstdlib>
 #include <filesystem>

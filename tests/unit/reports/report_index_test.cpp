@@ -1,4 +1,4 @@
-#include "reports/report_index.h"
+#include "reports/files/report_index.h"
 
 #include <csignal>
 #include <fcntl.h>

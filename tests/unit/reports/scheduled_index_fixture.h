@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "common/text_field.h"
-#include "reports/scheduled_index.h"
+#include "reports/files/scheduled_index.h"
 #include "tests/support/scheduled_reports.h"
 #include "tests/support/scratch.h"
 

@@ -9,7 +9,7 @@
 #include "common/file_descriptor.h"
 #include "common/locks.h"
 #include "common/text_field.h"
-#include "reports/scheduled_index.h"
+#include "reports/files/scheduled_index.h"
 #include "tests/unit/reports/scheduled_index_fixture.h"
 
 // Several processes at the index at once.

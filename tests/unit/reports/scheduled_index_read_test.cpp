@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "common/text_field.h"
-#include "reports/scheduled_index.h"
+#include "reports/files/scheduled_index.h"
 #include "tests/unit/reports/scheduled_index_fixture.h"
 
 // Records appended to the index and read from it, sound or damaged.

@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <vector>
 
-#include "reports/scheduled_index.h"
+#include "reports/files/scheduled_index.h"
 #include "tests/unit/reports/scheduled_index_fixture.h"
 
 // The index written anew, whole or without the reports that somebody deletes.

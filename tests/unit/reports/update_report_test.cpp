@@ -1,4 +1,4 @@
-#include "reports/update_report.h"
+#include "reports/files/update_report.h"
 
 #include <fcntl.h>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "scan/detection_filters.h"
+#include "scan/run/detection_filters.h"
 
 #include <cstring>
 #include <gtest/gtest.h>

@@ -8,8 +8,8 @@
 #include "abi/scanapi.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
-#include "scan/detection_filters.h"
 #include "scan/engine_callback.h"
+#include "scan/run/detection_filters.h"
 #include "scan/scanner.h"
 #include "tests/unit/scan/recording_dialog.h"
 

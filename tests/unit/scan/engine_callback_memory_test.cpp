@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "common/run_state.h"
-#include "scan/detection_filters.h"
 #include "scan/engine_callback.h"
+#include "scan/run/detection_filters.h"
 #include "scan/scanner.h"
 #include "tests/unit/scan/failing_new.h"
 #include "tests/unit/scan/recording_dialog.h"

@@ -6,7 +6,7 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 
-#include "scan/prompt_handshake.h"
+#include "scan/run/prompt_handshake.h"
 #include "tests/unit/scan/engine_callback_fixture.h"
 
 // Asking the user about a detection while the engine waits.

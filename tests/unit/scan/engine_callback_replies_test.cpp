@@ -7,7 +7,7 @@
 
 #include <QCoreApplication>
 
-#include "scan/prompt_handshake.h"
+#include "scan/run/prompt_handshake.h"
 #include "tests/unit/scan/engine_callback_fixture.h"
 
 // What each message of the engine is answered, whatever the settings.

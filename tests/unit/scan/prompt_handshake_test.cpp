@@ -1,4 +1,4 @@
-#include "scan/prompt_handshake.h"
+#include "scan/run/prompt_handshake.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,11 +1,11 @@
-#include "scan/read_ahead.h"
+#include "scan/run/read_ahead.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "scan/directory_block.h"
+#include "common/directory_block.h"
 #include "tests/unit/scan/hostile_tree.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include <QCoreApplication>
 #include <QEvent>
 
-#include "scan/prompt_handshake.h"
+#include "scan/run/prompt_handshake.h"
 #include "scan/scan_dialog.h"
 #include "scan/zq_event.h"
 

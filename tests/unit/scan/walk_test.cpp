@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "common/run_state.h"
-#include "scan/descriptor_limit.h"
-#include "scan/directory_walker.h"
 #include "scan/file_count_thread.h"
-#include "scan/file_type.h"
+#include "scan/run/descriptor_limit.h"
+#include "scan/run/directory_walker.h"
+#include "scan/run/file_type.h"
 #include "tests/unit/scan/hostile_tree.h"
 
 namespace {

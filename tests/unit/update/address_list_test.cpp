@@ -1,11 +1,11 @@
-#include "update/address_list.h"
+#include "update/files/address_list.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <string>
 
 #include "tests/unit/update/watched_allocations.h"
-#include "update/update_links.h"
+#include "update/files/update_links.h"
 
 namespace {
 

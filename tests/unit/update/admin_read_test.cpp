@@ -11,8 +11,8 @@
 #include "common/file_descriptor.h"
 #include "tests/unit/update/product_fixture.h"
 #include "tests/unit/update/watched_allocations.h"
-#include "update/admin_links.h"
-#include "update/update_links.h"
+#include "update/files/admin_links.h"
+#include "update/files/update_links.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "tests/unit/update/product_fixture.h"
-#include "update/admin_links.h"
+#include "update/files/admin_links.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <string>
 
 #include "tests/unit/update/link_bytes.h"
-#include "update/update_links.h"
+#include "update/files/update_links.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "tests/unit/update/product_fixture.h"
-#include "update/admin_links.h"
-#include "update/update_links.h"
+#include "update/files/admin_links.h"
+#include "update/files/update_links.h"
 
 namespace {
 

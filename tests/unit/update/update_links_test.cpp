@@ -1,4 +1,4 @@
-#include "update/update_links.h"
+#include "update/files/update_links.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

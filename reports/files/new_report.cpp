@@ -1,0 +1,39 @@
+#include "reports/files/new_report.h"
+
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+
+#include "common/paths.h"
+#include "common/run_state.h"
+#include "common/text_field.h"
+
+namespace {
+
+// How often another process may take the name we have just found free.
+constexpr int kMaxAttempts = 16;
+
+}  // namespace
+
+NewReport CreateNewReport(const char* prefix) {
+    const std::string directory = std::string(FieldText(g_szAppPath)) + "reports/";
+    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+        std::array<char, 256> name{};
+        if (GetUniqueFileName(directory.c_str(), prefix, "log", name.data()) == 0) {
+            break;
+        }
+        const std::string path = directory + name.data();
+        if (path.size() >= kReportPathSize) {
+            break;  // whoever keeps it in a field would cut it into another file's path
+        }
+        FileDescriptor file(
+            open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+        if (file) {
+            return {std::move(file), name.data(), path};
+        }
+        if (errno != EEXIST && errno != EINTR) {
+            break;
+        }
+    }
+    return {};
+}

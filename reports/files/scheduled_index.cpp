@@ -1,0 +1,177 @@
+#include "reports/files/scheduled_index.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <fcntl.h>
+#include <span>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "common/file_descriptor.h"
+#include "common/io.h"
+#include "common/locks.h"
+#include "common/paths.h"
+#include "common/text_field.h"
+
+namespace {
+
+constexpr off_t kHeaderOffset = 8;
+constexpr mode_t kIndexMode = 0644;
+
+#pragma pack(push, 1)
+// The header behind the eight-byte hole at the start of the file.
+struct IndexHeader {
+    std::uint32_t count;
+    std::uint8_t reserved[7];
+};
+#pragma pack(pop)
+static_assert(sizeof(IndexHeader) == 11);
+
+// A FIFO in the index's place must not keep anybody waiting.
+FileDescriptor OpenIndex(int flags) {
+    return FileDescriptor(open(kScheduledIndexPath, flags | O_CLOEXEC | O_NONBLOCK, kIndexMode));
+}
+
+bool WriteHeader(const FileDescriptor& index, std::uint32_t count) {
+    const IndexHeader header{.count = count, .reserved = {}};
+    return lseek(index.Get(), kHeaderOffset, SEEK_SET) == kHeaderOffset &&
+           WriteAll(index.Get(), BytesOf(header));
+}
+
+bool ReadHeader(const FileDescriptor& index, IndexHeader& header) {
+    return ReadFull(index.Get(), BytesOf(header)) == static_cast<std::ptrdiff_t>(sizeof header);
+}
+
+bool CreateIndex() {
+    const FileDescriptor created = OpenIndex(O_RDWR | O_CREAT);
+    return created.IsOpen() && WriteHeader(created, 0);
+}
+
+bool CountOneMore() {
+    const FileDescriptor index = OpenIndex(O_RDWR);
+    IndexHeader header{};
+    if (!index.IsOpen() || lseek(index.Get(), kHeaderOffset, SEEK_SET) != kHeaderOffset ||
+        !ReadHeader(index, header)) {
+        return false;
+    }
+    const bool written = WriteHeader(index, header.count + 1);
+    fchmod(index.Get(), kIndexMode);
+    return written;
+}
+
+}  // namespace
+
+bool ScanReports::MakeIndexEntry(tagReportIndexEntry* entry) {
+    if (entry == nullptr) {
+        return false;
+    }
+    if (IsValidPath(kScheduledIndexPath) == 0 && !CreateIndex()) {
+        return false;
+    }
+    if (!CountOneMore()) {
+        return false;
+    }
+    const FileDescriptor index = OpenIndex(O_WRONLY | O_APPEND);
+    const bool written = index.IsOpen() && WriteAll(index.Get(), BytesOf(*entry));
+    if (index.IsOpen()) {
+        fchmod(index.Get(), kIndexMode);
+    }
+    return written;
+}
+
+bool ReadIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& out, unsigned int uid,
+                    unsigned int* err) {
+    if (err == nullptr) {
+        return false;
+    }
+    *err = kIndexOk;
+    if (IsValidPath(kScheduledIndexPath) == 0) {
+        *err = kIndexMissing;
+        return false;
+    }
+    const FileDescriptor index = OpenIndex(O_RDONLY);
+    if (!index.IsOpen()) {
+        *err = kIndexOpenFailed;
+        return false;
+    }
+    if (lseek(index.Get(), kHeaderOffset, SEEK_SET) != kHeaderOffset) {
+        *err = kIndexSeekFailed;
+        return false;
+    }
+    IndexHeader header{};
+    if (!ReadHeader(index, header)) {
+        *err = kIndexHeaderUnreadable;
+        return false;
+    }
+    // A torn last record is passed over: the next read finds the end.
+    tagReportIndexEntry entry{};
+    for (std::size_t records = 0; records < kMaxScheduledRecords; ++records) {
+        const std::ptrdiff_t got = ReadFull(index.Get(), BytesOf(entry));
+        if (got <= 0) {
+            break;
+        }
+        if (got == static_cast<std::ptrdiff_t>(sizeof entry) && (uid == 0 || entry.userId == uid)) {
+            out.push_back(entry);
+        }
+    }
+    return true;
+}
+
+bool WriteIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& entries, unsigned int* err) {
+    if (err == nullptr) {
+        return false;
+    }
+    *err = kIndexOk;
+    const FileDescriptor index = OpenIndex(O_WRONLY | O_CREAT);
+    if (!index.IsOpen()) {
+        *err = kIndexOpenFailed;
+        return false;
+    }
+    std::vector<std::byte> image(kHeaderOffset);
+    const IndexHeader header{.count = static_cast<std::uint32_t>(entries.size()), .reserved = {}};
+    const auto append = [&image](std::span<const std::byte> bytes) {
+        image.insert(image.end(), bytes.begin(), bytes.end());
+    };
+    append(BytesOf(header));
+    append(std::as_bytes(std::span(entries)));
+
+    // Written over the old contents and cut afterwards, not emptied first: whoever appends or reads
+    // meanwhile, without a lock, always finds a header and whole records.
+    LockFileHandle(index.Get());
+    const bool written = WriteAll(index.Get(), image) &&
+                         ftruncate(index.Get(), static_cast<off_t>(image.size())) == 0;
+    UnlockFileHandle(index.Get());
+    fchmod(index.Get(), kIndexMode);
+    return written;
+}
+
+bool DeleteReportForFile(short kind, const char* path, unsigned int uid, unsigned int* err) {
+    if (err == nullptr) {
+        return false;
+    }
+    if (path == nullptr) {
+        *err = kIndexNullPath;
+        return false;
+    }
+    std::vector<tagReportIndexEntry> entries;
+    if (!ReadIndexEntry(kind, entries, uid, err)) {
+        return false;
+    }
+    if (entries.empty()) {
+        return true;
+    }
+    const auto found = std::find_if(entries.begin(), entries.end(), [&](const auto& entry) {
+        return FieldText(entry.reportPath) == path && (uid == 0 || entry.userId == uid);
+    });
+    if (found == entries.end()) {
+        *err = kIndexNoSuchReport;
+        return false;
+    }
+    std::remove(std::string(FieldText(found->reportPath)).c_str());
+    entries.erase(found);
+    // The records were filtered by user, so another user's records vanish from the index here. A
+    // user's list is theirs alone, and other programs count on it.
+    return WriteIndexEntry(kind, entries, err);
+}

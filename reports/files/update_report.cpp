@@ -1,0 +1,75 @@
+#include "reports/files/update_report.h"
+
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+
+#include "common/io.h"
+#include "common/run_state.h"
+#include "common/text_field.h"
+#include "common/times.h"
+#include "reports/files/new_report.h"
+#include "reports/files/report_files.h"
+#include "reports/files/report_index.h"
+
+char g_szOldVersion[100];
+char g_szOldDbDate[100];
+char g_szOldDbTime[100];
+
+namespace {
+
+std::string UpdatedText() {
+    tagZQVERINFO version{};
+    if (pfnGetVer != nullptr) {
+        pfnGetVer(&version);
+    }
+    std::array<char, 32> number{};
+    std::snprintf(number.data(), number.size(), "  %u.%02u", unsigned{version.major},
+                  unsigned{version.minor});
+    std::tm date{};
+    SystemTimeToTm(&version.databaseDate, &date);
+    std::string text = "\nCorvane is Successfully updated \n\nFrom Version :";
+    text.append(FieldText(g_szOldVersion));
+    text.append("\nVirus database :");
+    text.append(FieldText(g_szOldDbDate)).append(FieldText(g_szOldDbTime));
+    text.append("\nTo Version :").append(number.data());
+    text.append("\nVirus database :");
+    text.append(FormatTime("  %d %B %Y", date)).append(FormatTime(" [%T]", date));
+    return text;
+}
+
+std::string ReportText(std::string_view status) {
+    if (status == "UPDATED SUCCESSFULLY") {
+        return UpdatedText();
+    }
+    if (status == "UP-TO-DATE") {
+        return "The Version of Corvane you have is up-to-date.\n "
+               "Use Rapid Update regularly to keep your copy updated.\n";
+    }
+    return "Error retrieving updates.";
+}
+
+}  // namespace
+
+bool WriteUpdtFile(const char* status) {
+    if (status == nullptr) {
+        return false;
+    }
+    NewReport report = CreateNewReport("updt");
+    if (!report.file) {
+        return false;
+    }
+    WriteAll(report.file.Get(), ReportText(status));
+    fchmod(report.file.Get(), 0666);
+    report.file.Reset();
+
+    tagScanIndexEntry entry{};
+    CopyToField(entry.finished, FormatTime("%d %b, %Y, %r", LocalTm(std::time(nullptr))));
+    CopyToField(entry.subject, status);
+    CopyToField(entry.reportName, report.name);
+    // Not locked: updates hold a lock of their own, so no two of them end at once.
+    return AppendReportIndexEntry(ReportIndexPath(kUpdateReports).c_str(), entry, IndexLock::kNone);
+}

@@ -1,0 +1,84 @@
+#include "scan/run/directory_walker.h"
+
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+
+#include "common/text_field.h"
+#include "scan/run/file_type.h"
+
+namespace {
+
+// Without waiting: a FIFO or a device may stand where a directory was a moment ago.
+constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
+
+ZqFileType TypeOf(int directory, const DirectoryEntry& entry) {
+    return entry.type == DT_UNKNOWN ? FileTypeAt(directory, entry.name.data())
+                                    : FileTypeOfMode(DTTOIF(entry.type));
+}
+
+}  // namespace
+
+void WalkVisitor::LookAhead(int /*directory*/, DirectoryBlock& /*block*/) {}
+
+WalkResult DirectoryWalker::Walk(const char* directory) {
+    if (directory == nullptr || !CopyToField(m_path, directory)) {
+        return kWalkUnreadable;
+    }
+    const FileDescriptor top(open(directory, kOpenDirectory));
+    return top ? WalkLevel(top, std::strlen(directory), 0) : kWalkUnreadable;
+}
+
+WalkResult DirectoryWalker::WalkLevel(const FileDescriptor& directory, std::size_t length,
+                                      std::size_t depth) {
+    if (m_blocks.size() == depth) {
+        m_blocks.push_back(std::make_unique<DirectoryBlock>());
+    }
+    DirectoryBlock& block = *m_blocks[depth];
+    block.Reset();
+    while (m_visitor.GoOn(m_path.data())) {
+        const auto entry = block.Next(directory.Get());
+        if (!entry) {
+            return kWalkDone;
+        }
+        const ZqFileType type = TypeOf(directory.Get(), *entry);
+        if (type == kTypeSkip) {
+            continue;
+        }
+        const std::size_t entryLength = Join(length, entry->name);
+        if (entryLength == 0) {
+            continue;  // a cut path would be another file
+        }
+        bool goOn = true;
+        if (type == kTypeRegular) {
+            m_visitor.LookAhead(directory.Get(), block);
+            m_visitor.OnFile(m_path.data());
+            m_path[length] = '\0';
+            goOn = m_visitor.GoOn(m_path.data());
+        } else {
+            const FileDescriptor below(
+                openat(directory.Get(), entry->name.data(), kOpenDirectory | O_NOFOLLOW));
+            goOn = !below || WalkLevel(below, entryLength, depth + 1) != kWalkStopped;
+            m_path[length] = '\0';
+        }
+        if (!goOn) {
+            return kWalkStopped;
+        }
+    }
+    return kWalkStopped;
+}
+
+std::size_t DirectoryWalker::Join(std::size_t length, std::string_view name) {
+    std::size_t end = length;
+    const bool needsSlash = length == 0 || m_path[length - 1] != '/';
+    if (length + (needsSlash ? 1 : 0) + name.size() >= m_path.size()) {
+        return 0;
+    }
+    if (needsSlash) {
+        m_path[end++] = '/';
+    }
+    std::memcpy(m_path.data() + end, name.data(), name.size());
+    end += name.size();
+    m_path[end] = '\0';
+    return end;
+}

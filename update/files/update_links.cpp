@@ -1,0 +1,128 @@
+#include "update/files/update_links.h"
+
+#include <algorithm>
+#include <bit>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <string>
+
+#include "common/file_descriptor.h"
+#include "common/io.h"
+#include "common/log.h"
+#include "common/paths.h"
+#include "common/text_field.h"
+#include "update/files/admin_links.h"
+
+namespace {
+
+constexpr int kScrambleBits = 3;
+
+template <typename Record>
+bool ReadRecord(int file, Record& record) {
+    return ReadFull(file, BytesOf(record)) == std::ptrdiff_t{sizeof record};
+}
+
+void LogUpdate(const std::string& line) {
+    WriteToLog(kUpdateLog, line.c_str());
+}
+
+}  // namespace
+
+int CUpdate::Encrypt(unsigned char* bytes, int length) {
+    if (bytes == nullptr || length < 1) {
+        return 0;
+    }
+    std::transform(bytes, bytes + length, bytes,
+                   [](unsigned char byte) { return ByteRotateLeft(byte, kScrambleBits); });
+    return 1;
+}
+
+int CUpdate::Decrypt(unsigned char* bytes, int length) {
+    if (bytes == nullptr || length < 1) {
+        return 0;
+    }
+    std::transform(bytes, bytes + length, bytes,
+                   [](unsigned char byte) { return ByteRotateRight(byte, kScrambleBits); });
+    return 1;
+}
+
+unsigned char CUpdate::ByteRotateLeft(unsigned char byte, int bits) {
+    return bits < 1 ? byte : std::rotl(byte, bits % 8);
+}
+
+unsigned char CUpdate::ByteRotateRight(unsigned char byte, int bits) {
+    return bits < 1 ? byte : std::rotr(byte, bits % 8);
+}
+
+ReadLinksResult ReadUpdateLinks(int file, AddressList& links) {
+    tagUPDLINKHEADER header{};
+    if (!ReadRecord(file, header)) {
+        return ReadLinksResult::kNoHeader;
+    }
+    // A count below 0 asks for more than there is memory, so it fails like that: in silence.
+    if (header.count < 0 || !links.Reserve(static_cast<std::size_t>(header.count))) {
+        return ReadLinksResult::kFailed;
+    }
+    for (int index = 0; index < header.count; ++index) {
+        tagUPDLINKRECORD record{};
+        if (!ReadRecord(file, record)) {
+            return ReadLinksResult::kFailed;
+        }
+        CUpdate::Decrypt(reinterpret_cast<unsigned char*>(&record), sizeof record);
+        if (!links.Add(FieldText(record.address), kUpdateAddressSize)) {
+            return ReadLinksResult::kFailed;
+        }
+    }
+    return ReadLinksResult::kRead;
+}
+
+char** CUpdate::ReadUpdLink(int* count, const char* path) {
+    if (count == nullptr || path == nullptr) {
+        return nullptr;
+    }
+    // A FIFO in its place must not keep anybody waiting.
+    const FileDescriptor file(::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file) {
+        LogUpdate("In CUpdate::ReadUpdLink(): file (" + std::string(path) + ") open Error!!");
+        return nullptr;
+    }
+    AddressList links;
+    switch (ReadUpdateLinks(file.Get(), links)) {
+        case ReadLinksResult::kRead:
+            *count = static_cast<int>(links.Size());
+            return links.Release();
+        case ReadLinksResult::kNoHeader:
+            LogUpdate("In CUpdate::ReadUpdLink(): Invalid UpdtHeader!!");
+            break;
+        case ReadLinksResult::kFailed:
+            break;
+    }
+    return nullptr;
+}
+
+void CUpdate::FreeUpdtLink(char** list, int count) {
+    FreeAddresses(list, count < 1 ? 0 : static_cast<std::size_t>(count));
+}
+
+char** CUpdate::GetURLsForAdmin(int* count) {
+    if (count == nullptr) {
+        return nullptr;
+    }
+    // The directory is fixed here, and looked up in SetUpdateUrl, which finds none on a machine
+    // without the product: the updater reads whatever lies in the one place it knows.
+    const std::string path = std::string(kProductDirectory) + kAdminLinkFileName;
+    tagADMNURLRECORD record{};
+    unsigned short found = 0;
+    char** list = nullptr;
+    unsigned int error = 0;
+    errno = 0;  // a file that is merely short sets none, and an old error would mislead
+    if (ReadUpdateInfo(path.c_str(), &record, &found, &list, error) == 0) {
+        const char* reason = std::strerror(errno);
+        LogUpdate("In CUpdate::GetURLsForAdmin:ReadUpdateInfo() Failed. Error(" +
+                  std::string(reason) + ")");
+        return nullptr;
+    }
+    *count = found;
+    return list;
+}
