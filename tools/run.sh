@@ -27,6 +27,8 @@ Verb_run() {
             Say "This is a Wayland session, which the program refuses; log in to an X11 one"
         fi
         Say "Starting Corvane in a private root; what it writes vanishes when it ends"
+        # The session's bus and the display's cookie lie there on many machines.
+        [[ $XDG_RUNTIME_DIR != /run/?* ]] || options+=(--show "$XDG_RUNTIME_DIR")
         # Memory shared with a display outside the private root cannot be found there.
         QT_X11_NO_MITSHM=1 tests/support/sandbox "${options[@]}" tools/run-inside "$preset"
     else

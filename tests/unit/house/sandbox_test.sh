@@ -10,7 +10,8 @@ checkout=$(readlink -f -- "${sandbox%/*}/../..")
 failures=0
 checks=0
 scratch=$(mktemp -d)
-trap 'rm -rf -- "$scratch"' EXIT
+madeBelowRun=
+trap 'rm -rf -- "$scratch" ${madeBelowRun:+"$madeBelowRun"}' EXIT
 
 # Expect WHAT WANTED GOT
 Expect() {
@@ -79,6 +80,86 @@ CheckWay() {
     Expect "$way: a missing command is not a success" 125 $?
 }
 
+# The machine's devices, and what of this test stands beside them. Others use these folders meanwhile.
+Devices() {
+    stat -c '%n %F %t:%T %a %u:%g %i' /dev/null /dev/zero /dev/full /dev/random /dev/urandom /dev/tty
+    ls -l /dev/fd /dev/ptmx
+    find /dev /dev/shm /run -maxdepth 1 -name 'house-*'
+}
+
+# $1 names the way; $2 says whether a node can be replaced there; the rest is put before the sandbox.
+CheckDevices() {
+    local way=$1 replaced=$2 got before here
+    shift 2
+    before=$(Devices)
+    here=$(stat -c %d /dev)
+    got=$("$@" "$sandbox" stat -c %d /dev)
+    if [[ $got == "$here" ]]; then
+        # What follows would change the machine's own devices.
+        Expect "$way: /dev is private" "another file system" "the machine's"
+        return
+    fi
+    got=$("$@" "$sandbox" stat -c '%n %t:%T %a' \
+        /dev/null /dev/zero /dev/full /dev/random /dev/urandom /dev/tty)
+    Expect "$way: the usual devices are there" "/dev/null 1:3 666
+/dev/zero 1:5 666
+/dev/full 1:7 666
+/dev/random 1:8 666
+/dev/urandom 1:9 666
+/dev/tty 5:0 666" "$got"
+    got=$("$@" "$sandbox" sh -c 'ls /dev' | tr '\n' ' ')
+    Expect "$way: no other device is there" \
+        "fd full null ptmx pts random shm stderr stdin stdout tty urandom zero " "$got"
+    got=$("$@" "$sandbox" sh -c 'echo lost >/dev/null && head -c 2 /dev/zero | od -An -tx1 &&
+        head -c 3 /dev/urandom | wc -c && head -c 3 /dev/random | wc -c &&
+        echo through | cat /dev/stdin /dev/fd/0 && (echo out >/dev/stdout) | cat &&
+        (echo err >/dev/stderr) 2>&1 | cat &&
+        (echo x >/dev/full) 2>/dev/null || echo full' 2>&1 | tr '\n' ' ')
+    Expect "$way: the devices work" " 00 00 3 3 through out err full " "$got"
+    got=$("$@" "$sandbox" script -qec 'tty; stty size >/dev/tty' /dev/null </dev/null | tr -d '\r' | tr '\n' ' ')
+    Expect "$way: a terminal can be made, the first of its own" "/dev/pts/0 0 0 " "$got"
+
+    got=$("$@" "$sandbox" sh -c 'for name in full null; do
+            chmod 600 /dev/$name; rm -f /dev/$name; mv -f /dev/zero /dev/$name; echo kept >/dev/$name
+        done 2>/dev/null
+        [ -f /dev/null ] && cat /dev/null || echo no')
+    Expect "$way: a device can be replaced" "$replaced" "$got"
+    "$@" "$sandbox" sh -c ': >/dev/shm/house-test; : >/run/house-test; : >/dev/house-test
+        ln -sf /tmp /dev/shm/house-link; mkdir /run/house-folder' 2>/dev/null
+    Expect "$way: the machine's devices, /dev/shm and /run are unchanged" "$before" "$(Devices)"
+    got=$("$@" "$sandbox" sh -c 'ls -A /dev/shm /run; : >/run/mine && ls /run/mine' | tr '\n' ' ')
+    Expect "$way: /dev/shm and /run start empty and can be written" \
+        "/dev/shm:  /run: lock /run/mine " "$got"
+}
+
+CheckKernelSettings() {
+    local got file=/proc/sys/kernel/printk_ratelimit
+    got=$("$sandbox" sh -c '(cat "$1" >"$1") 2>/dev/null || echo closed
+        mkdir /sys/house 2>&1 | sed "s/.*: //"; cat "$1"' sh "$file" | tr '\n' ' ')
+    Expect "root cannot change the kernel's settings" \
+        "closed Read-only file system $(cat "$file") " "$got"
+}
+
+# A folder below /run is hidden, or with --show there: with its sockets, and not to be written.
+CheckShownBelowRun() {
+    local folder got
+    folder=$(mktemp -d -p "$(RunFolder)") || return
+    madeBelowRun=$folder
+    echo shown >"$folder/file"
+    got=$("$sandbox" sh -c 'cat "$1/file" 2>/dev/null || echo hidden' sh "$folder")
+    Expect "a folder below /run is hidden" hidden "$got"
+    got=$("$sandbox" --show "$folder" sh -c 'cat "$1/file"; (: >"$1/new") 2>/dev/null || echo closed' \
+        sh "$folder" | tr '\n' ' ')
+    Expect "--show makes a folder below /run visible, and no more" "shown closed " "$got"
+    got=$("$sandbox" --show "$folder/file" cat "$folder/file")
+    Expect "--show makes a single file below /run visible" shown "$got"
+}
+
+# Where the caller may write below /run.
+RunFolder() {
+    if [[ -w /run ]]; then echo /run; else echo "/run/user/$EUID"; fi
+}
+
 # The entry of /tmp that the checkout lies below, which the sandbox shows.
 TmpEntry() {
     local rest=${checkout#/tmp/}
@@ -141,9 +222,11 @@ fi
 
 queuesBefore=$(Queues)
 CheckWay direct env
+[[ ! -w $(RunFolder) ]] || CheckShownBelowRun
 if [[ $EUID -eq 0 ]]; then
     if setpriv --reuid 65534 --regid 65534 --clear-groups -- "$sandbox" true 2>/dev/null; then
         CheckWay "as an ordinary user" setpriv --reuid 65534 --regid 65534 --clear-groups --
+        CheckDevices "as an ordinary user" no setpriv --reuid 65534 --regid 65534 --clear-groups --
         got=$(setpriv --reuid 65534 --regid 65534 --clear-groups -- "$sandbox" sh -c \
             'mkdir -m 0 /tmp/closed && ls /tmp/closed' 2>&1)
         Expect "an ordinary user has no rights of root inside" \
@@ -152,6 +235,11 @@ if [[ $EUID -eq 0 ]]; then
         echo "note: user namespaces are not allowed here; the ordinary user's way was not checked"
     fi
     CheckFallback
+    CheckDevices "as root" kept env
+    CheckDevices "as root that may make no nodes" no setpriv --bounding-set -mknod --
+    CheckKernelSettings
+else
+    CheckDevices direct no env
 fi
 CheckOptions
 Expect "no message queue is left behind" "$queuesBefore" "$(Queues)"
