@@ -1,4 +1,4 @@
-# How every room of the house is built: language, warnings, sanitizers, and the three kinds of target.
+# How every room of the house is built: language, warnings, sanitizers, and its kinds of target.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -55,32 +55,4 @@ function(corvane_room name)
     endif()
 endfunction()
 
-# corvane_test(NAME SOURCES file... [LINK target...] [QT] [SANDBOX] [LABELS label...] [TIMEOUT s])
-# One GoogleTest program registered with CTest, case by case. QT runs it offscreen; SANDBOX runs it
-# inside the private root of tests/support/sandbox, where the product's fixed paths are its own.
-function(corvane_test name)
-    cmake_parse_arguments(ARG "QT;SANDBOX" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
-    add_executable(${name} ${ARG_SOURCES})
-    target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}")
-    target_link_libraries(${name} PRIVATE ${ARG_LINK} GTest::gtest GTest::gmock corvane_warnings)
-    if(ARG_QT)
-        set_target_properties(${name} PROPERTIES AUTOMOC ON)
-        target_link_libraries(${name} PRIVATE corvane_qt_test_main Qt6::Test)
-    else()
-        target_link_libraries(${name} PRIVATE GTest::gtest_main)
-    endif()
-    if(NOT ARG_TIMEOUT)
-        set(ARG_TIMEOUT 120)
-    endif()
-    set(command "$<TARGET_FILE:${name}>")
-    if(ARG_SANDBOX)
-        set(command "${CMAKE_SOURCE_DIR}/tests/support/sandbox" ${command})
-    endif()
-    # One CTest entry a program: starting a program per case costs more than the cases themselves.
-    add_test(NAME ${name} COMMAND ${command})
-    set_tests_properties(${name} PROPERTIES
-        TIMEOUT ${ARG_TIMEOUT}
-        LABELS "${ARG_LABELS}"
-        SKIP_RETURN_CODE 77
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;TZ=UTC;LC_ALL=C.UTF-8")
-endfunction()
+include(CorvaneTest)

@@ -12,13 +12,23 @@ Verb_test() {
     [[ ${CI:-} != true ]] || extra+=(--output-on-failure)
     Build "$preset"
     Say "Testing ($preset)"
-    # Skipped tests say why only in their own output, so that is asked for below.
     ctest --test-dir "build/$preset" --parallel "$(nproc)" "${extra[@]}" "$@" || status=$?
+    ReportSkipped "build/$preset/Testing/Temporary/LastTest.log"
     if [[ $preset == coverage ]]; then
         ReportCoverage
     fi
     Say "Took $((SECONDS - started)) seconds; each test's output is in build/$preset/Testing/Temporary/LastTest.log"
     return "$status"
+}
+
+# What was skipped and why, which CTest's summary leaves out. LOG is CTest's own.
+ReportSkipped() {
+    awk '
+        /^[0-9]+\/[0-9]+ Testing: / { test = $3 }
+        /^skipped: / { print "   " test ": " substr($0, 10); found = 1 }
+        END { exit !found }' "$1" >build/skipped || return 0
+    Say "Skipped, and why"
+    cat build/skipped
 }
 
 # Lines run by the tests, room by room.

@@ -1,0 +1,68 @@
+#!/bin/bash
+# ran_every_case_test.sh SAMPLE: CTest shows a case that was skipped as skipped, and nothing that failed.
+set -u
+
+sample=$1
+here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd -P)
+failures=0
+scratch=$(mktemp -d)
+trap 'rm -rf -- "$scratch"' EXIT
+
+# Expect WHAT WANTED GOT
+Expect() {
+    [[ $2 == "$3" ]] && return
+    failures=$((failures + 1))
+    printf 'FAILED %s\n  wanted: %s\n  got:    %s\n' "$1" "$2" "$3"
+}
+
+# Runs CTest behind the command given and leaves what it shows in $scratch/shown.
+RunTests() {
+    "$@" ctest --test-dir "$scratch/build" -V >"$scratch/shown" 2>&1
+}
+
+# Shown ENTRY: what the summary says of an entry.
+Shown() {
+    sed -nE "s/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: $1 [.]+ *([*]*[A-Za-z]+).*/\1/p" "$scratch/shown"
+}
+
+cmake -S "$here/cases" -B "$scratch/build" -DSAMPLE="$sample" >"$scratch/configured" 2>&1 || {
+    cat "$scratch/configured"
+    exit 1
+}
+RunTests env
+Expect "a program whose cases pass" "Passed Passed" "$(Shown passes) $(Shown passes_ran_every_case)"
+Expect "a program with a skipped case" "Passed ***Skipped" \
+    "$(Shown passes_and_skips) $(Shown passes_and_skips_ran_every_case)"
+Expect "a program with a failed and a skipped case" "***Failed ***Skipped" \
+    "$(Shown fails_and_skips) $(Shown fails_and_skips_ran_every_case)"
+Expect "a program that ends before its last case with exit status 0" "Passed ***Failed" \
+    "$(Shown ends_too_early) $(Shown ends_too_early_ran_every_case)"
+Expect "the cases skipped and why" "skipped: Sample.SkipsForMarkup: no \"<disk>\" & no 'tape' here
+skipped: Sample.SkipsSilently: " "$("$here/../../support/ran_every_case" \
+    "$scratch/build/cases/passes_and_skips.xml")"
+Expect "the reason is in the output of its entry" 1 \
+    "$(grep -c "^4: skipped: Sample.SkipsForMarkup: no \"<disk>\" & no 'tape' here" "$scratch/shown")"
+Expect "what ended too early says so" "failed: did not run to its end" \
+    "$("$here/../../support/ran_every_case" "$scratch/build/cases/ends_too_early.xml")"
+if [[ $(Shown sandboxed) == Passed ]]; then
+    Expect "a case skipped in the sandbox" "***Skipped" "$(Shown sandboxed_ran_every_case)"
+fi
+
+# Where there is no private root: an ordinary user whose group is unknown may make no namespaces. What an
+# earlier run left says nothing about this one.
+rm -rf "$scratch/build/cases"
+mkdir -m 777 "$scratch/build/cases"
+chmod 755 "$scratch"
+chmod -R a+rwX "$scratch/build"
+without=(unshare --user --map-user=1000 --)
+if "${without[@]}" true 2>/dev/null; then
+    RunTests "${without[@]}"
+    Expect "a program that the sandbox cannot start" "***Skipped ***Skipped" \
+        "$(Shown sandboxed) $(Shown sandboxed_ran_every_case)"
+    Expect "why it could not" 1 "$(grep -c '^skipped: this machine allows no private root (' \
+        "$scratch/build/cases/sandboxed.xml")"
+else
+    echo "note: user namespaces are not allowed here; a machine without a private root was not checked"
+fi
+
+[[ $failures -eq 0 ]]
