@@ -10,6 +10,7 @@
 
 #define DBMOD_EXPORT __attribute__((visibility("default")))
 
+namespace dbmod {
 namespace {
 
 std::string DatabasePath() {
@@ -26,7 +27,7 @@ void SetResult(tagDBRESULT* result, std::uint32_t code, int systemError = 0) {
 /// Reads the state and answers for a failure in `result`.
 bool ReadState(PasswordState& state, tagDBRESULT* result) {
     const DatabaseResult outcome =
-        ReadPasswordState(DatabasePath(), DatabaseAccess::ReadOnly, state);
+        ReadPasswordState(DatabasePath(), DatabaseAccess::kReadOnly, state);
     if (!outcome.IsOk()) {
         SetResult(result, kDbUnreadable, outcome.systemError);
     }
@@ -71,13 +72,13 @@ int VerifyPassword(const char* password, tagPASSWORDRECORD* record, tagDBRESULT*
         return 1;
     }
     switch (CheckPassword(password, state.hash)) {
-        case PasswordCheck::Matches:
+        case PasswordCheck::kMatches:
             SetResult(result, kDbPasswordAccepted);
             return 1;
-        case PasswordCheck::Differs:
+        case PasswordCheck::kDiffers:
             SetResult(result, kDbPasswordRefused);
             return 1;
-        case PasswordCheck::Failed:
+        case PasswordCheck::kFailed:
             break;
     }
     SetResult(result, kDbUnreadable, errno);
@@ -85,6 +86,7 @@ int VerifyPassword(const char* password, tagPASSWORDRECORD* record, tagDBRESULT*
 }
 
 }  // namespace
+}  // namespace dbmod
 
 extern "C" DBMOD_EXPORT int AvGetClientSettingData(unsigned int category, unsigned int value,
                                                    tagCLIENTSETTINGDATA* data,
@@ -93,9 +95,9 @@ extern "C" DBMOD_EXPORT int AvGetClientSettingData(unsigned int category, unsign
         return 0;
     }
     try {
-        return GetClientSettingData(category, value, data, result);
+        return dbmod::GetClientSettingData(category, value, data, result);
     } catch (...) {
-        SetResult(result, kDbUnreadable, ENOMEM);
+        dbmod::SetResult(result, kDbUnreadable, ENOMEM);
         return 0;
     }
 }
@@ -107,9 +109,9 @@ extern "C" DBMOD_EXPORT int AvVerfiyPassword(const char* password, tagPASSWORDRE
         return 0;
     }
     try {
-        return VerifyPassword(password, record, result);
+        return dbmod::VerifyPassword(password, record, result);
     } catch (...) {
-        SetResult(result, kDbUnreadable, ENOMEM);
+        dbmod::SetResult(result, kDbUnreadable, ENOMEM);
         return 0;
     }
 }

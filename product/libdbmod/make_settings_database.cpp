@@ -13,7 +13,7 @@ int main(int argc, char** argv) {
         return EXIT_FAILURE;
     }
     try {
-        const DatabaseResult result = CreateDatabase(argv[1]);
+        const dbmod::DatabaseResult result = dbmod::CreateDatabase(argv[1]);
         if (!result.IsOk()) {
             std::fprintf(stderr, "%s: %s\n", argv[1], std::strerror(result.systemError));
             return EXIT_FAILURE;

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <memory>
 
+namespace dbmod {
+
 namespace {
 
 constexpr std::string_view kPrefix = "$y$";
@@ -114,15 +116,17 @@ bool IsUsableHash(std::string_view hash) {
 PasswordCheck CheckPassword(const char* password, const std::string& hash) {
     if (!IsUsableHash(hash)) {
         errno = EINVAL;
-        return PasswordCheck::Failed;
+        return PasswordCheck::kFailed;
     }
     const std::size_t length = strnlen(password, kMaxPasswordBytes + 1);
     if (length == 0 || length > kMaxPasswordBytes) {
-        return PasswordCheck::Differs;
+        return PasswordCheck::kDiffers;
     }
     const std::string computed = Crypt(password, hash.c_str());
     if (computed.empty()) {
-        return PasswordCheck::Failed;
+        return PasswordCheck::kFailed;
     }
-    return EqualInConstantTime(computed, hash) ? PasswordCheck::Matches : PasswordCheck::Differs;
+    return EqualInConstantTime(computed, hash) ? PasswordCheck::kMatches : PasswordCheck::kDiffers;
 }
+
+}  // namespace dbmod

@@ -7,6 +7,8 @@
 // The settings password as a yescrypt hash. All functions may be called from any thread; nothing
 // of a password stays in memory that they used.
 
+namespace dbmod {
+
 /// The longest password, in bytes: what crypt(3) takes without its terminator.
 inline constexpr std::size_t kMaxPasswordBytes = 511;
 
@@ -19,11 +21,13 @@ std::string HashPassword(const char* password);
 bool IsUsableHash(std::string_view hash);
 
 enum class PasswordCheck {
-    Matches,
-    Differs,
-    Failed,  ///< no answer: the hash is not usable, or there is no memory; errno is set
+    kMatches,
+    kDiffers,
+    kFailed,  ///< no answer: the hash is not usable, or there is no memory; errno is set
 };
 
 /// Compares a password with a hash in a time that does not depend on where they differ. An empty
 /// password and one over kMaxPasswordBytes differ from every hash.
 PasswordCheck CheckPassword(const char* password, const std::string& hash);
+
+}  // namespace dbmod

@@ -13,6 +13,8 @@
 #include "common/file_descriptor.h"
 #include "product/libdbmod/password_hash.h"
 
+namespace dbmod {
+
 namespace {
 
 // "CVSB" in the file's header, and the layout's version behind it.
@@ -39,46 +41,46 @@ constexpr char kMakeTable[] =
 
 DatabaseStatus StatusOf(int code, int systemError) {
     if (code == SQLITE_READONLY_ROLLBACK || code == SQLITE_READONLY_RECOVERY) {
-        return DatabaseStatus::Interrupted;
+        return DatabaseStatus::kInterrupted;
     }
     switch (code & 0xff) {
         case SQLITE_OK:
         case SQLITE_DONE:
         case SQLITE_ROW:
-            return DatabaseStatus::Ok;
+            return DatabaseStatus::kOk;
         case SQLITE_BUSY:
         case SQLITE_LOCKED:
-            return DatabaseStatus::Locked;
+            return DatabaseStatus::kLocked;
         case SQLITE_FULL:
-            return DatabaseStatus::DiskFull;
+            return DatabaseStatus::kDiskFull;
         case SQLITE_READONLY:
         case SQLITE_PERM:
         case SQLITE_AUTH:
-            return DatabaseStatus::Forbidden;
+            return DatabaseStatus::kForbidden;
         case SQLITE_CANTOPEN:
         case SQLITE_IOERR:
             break;
         case SQLITE_NOMEM:
-            return DatabaseStatus::Failed;
+            return DatabaseStatus::kFailed;
         default:
-            return DatabaseStatus::Damaged;
+            return DatabaseStatus::kDamaged;
     }
     switch (systemError) {
         case ENOENT:
-            return DatabaseStatus::Missing;
+            return DatabaseStatus::kMissing;
         case EACCES:
         case EPERM:
         case EROFS:
-            return DatabaseStatus::Forbidden;
+            return DatabaseStatus::kForbidden;
         case ELOOP:
-            return DatabaseStatus::Untrusted;
+            return DatabaseStatus::kUntrusted;
         case ENOSPC:
         case EDQUOT:
         case EFBIG:
-            return DatabaseStatus::DiskFull;
+            return DatabaseStatus::kDiskFull;
         default:
-            return (code & 0xff) == SQLITE_CANTOPEN ? DatabaseStatus::Failed
-                                                    : DatabaseStatus::Damaged;
+            return (code & 0xff) == SQLITE_CANTOPEN ? DatabaseStatus::kFailed
+                                                    : DatabaseStatus::kDamaged;
     }
 }
 
@@ -98,15 +100,15 @@ using Statement = std::unique_ptr<sqlite3_stmt, FinishStatement>;
 
 DatabaseResult ResultOf(sqlite3* connection, int code) {
     if ((code & 0xff) == SQLITE_NOMEM) {
-        return {DatabaseStatus::Failed, ENOMEM};
+        return {DatabaseStatus::kFailed, ENOMEM};
     }
     const int systemError = connection != nullptr ? sqlite3_system_errno(connection) : 0;
     const DatabaseStatus status = StatusOf(code, systemError);
-    return {status, status == DatabaseStatus::Ok ? 0 : systemError};
+    return {status, status == DatabaseStatus::kOk ? 0 : systemError};
 }
 
 DatabaseResult Damaged() {
-    return {DatabaseStatus::Damaged, 0};
+    return {DatabaseStatus::kDamaged, 0};
 }
 
 DatabaseResult Run(sqlite3* connection, const char* sql) {
@@ -146,7 +148,7 @@ DatabaseResult CheckFile(const std::string& path) {
     const bool trusted = S_ISREG(file.st_mode) && (file.st_mode & (S_IWGRP | S_IWOTH)) == 0 &&
                          (file.st_uid == 0 || file.st_uid == directory.st_uid);
     if (!trusted) {
-        return {DatabaseStatus::Untrusted, 0};
+        return {DatabaseStatus::kUntrusted, 0};
     }
     return file.st_size == 0 || file.st_size > kMaxDatabaseSize ? Damaged() : DatabaseResult{};
 }
@@ -162,7 +164,7 @@ std::string Canonical(const std::string& path) {
 DatabaseResult OpenConnection(const std::string& path, DatabaseAccess access, int timeoutMs,
                               Connection& connection) {
     const int flags =
-        (access == DatabaseAccess::ReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |
+        (access == DatabaseAccess::kReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |
         SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_FULLMUTEX | SQLITE_OPEN_PRIVATECACHE |
         SQLITE_OPEN_EXRESCODE;
     sqlite3* raw = nullptr;
@@ -172,8 +174,8 @@ DatabaseResult OpenConnection(const std::string& path, DatabaseAccess access, in
         return ResultOf(raw, code);
     }
     // SQLite falls back to reading alone where it may not write.
-    if (access == DatabaseAccess::ReadWrite && sqlite3_db_readonly(raw, "main") == 1) {
-        return {DatabaseStatus::Forbidden, EACCES};
+    if (access == DatabaseAccess::kReadWrite && sqlite3_db_readonly(raw, "main") == 1) {
+        return {DatabaseStatus::kForbidden, EACCES};
     }
     sqlite3_busy_timeout(raw, timeoutMs);
     sqlite3_limit(raw, SQLITE_LIMIT_LENGTH, kMaxFieldBytes);
@@ -220,7 +222,7 @@ DatabaseResult ReadRow(sqlite3* connection, PasswordState& state) {
     }
     const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, 1));
     if (text == nullptr) {
-        return {DatabaseStatus::Failed, ENOMEM};
+        return {DatabaseStatus::kFailed, ENOMEM};
     }
     const std::string secret(text, static_cast<std::size_t>(sqlite3_column_bytes(row, 1)));
     const std::int64_t changedAt = sqlite3_column_int64(row, 2);
@@ -269,7 +271,7 @@ DatabaseResult StoreRow(sqlite3* connection, const char* sql, const PasswordStat
 DatabaseResult FillDatabase(const std::string& path) {
     Connection connection;
     DatabaseResult result =
-        OpenConnection(path, DatabaseAccess::ReadWrite, kWriteTimeoutMs, connection);
+        OpenConnection(path, DatabaseAccess::kReadWrite, kWriteTimeoutMs, connection);
     const std::string header = "PRAGMA application_id = " + std::to_string(kApplicationId) +
                                "; PRAGMA user_version = " + std::to_string(kLayoutVersion);
     for (const char* sql : {"BEGIN IMMEDIATE", header.c_str(), kMakeTable}) {
@@ -312,7 +314,7 @@ DatabaseResult WritePasswordState(const std::string& path, const PasswordState& 
     }
     Connection connection;
     DatabaseResult result =
-        OpenConnection(path, DatabaseAccess::ReadWrite, kWriteTimeoutMs, connection);
+        OpenConnection(path, DatabaseAccess::kReadWrite, kWriteTimeoutMs, connection);
     if (result.IsOk()) {
         result = Run(connection.get(), "BEGIN IMMEDIATE");
     }
@@ -346,9 +348,11 @@ DatabaseResult CreateDatabase(const std::string& path) {
     // A hard link, not a rename: it fails when the name is taken.
     if (result.IsOk() && link(temporary.c_str(), path.c_str()) != 0) {
         result =
-            errno == EEXIST ? DatabaseResult{DatabaseStatus::Exists, EEXIST} : FromErrno(errno);
+            errno == EEXIST ? DatabaseResult{DatabaseStatus::kExists, EEXIST} : FromErrno(errno);
     }
     unlink(temporary.c_str());
     unlink((temporary + "-journal").c_str());
     return result;
 }
+
+}  // namespace dbmod

@@ -13,31 +13,33 @@
 // password that opens anything else.
 //
 // The journal is SQLite's rollback journal: a write-ahead log would need every reader to write.
-// When a writer was killed half-way, readers get Interrupted, and the next writer rolls back.
+// When a writer was killed half-way, readers get kInterrupted, and the next writer rolls back.
 //
 // All functions may be called from any thread and process at the same time.
+
+namespace dbmod {
 
 inline constexpr char kSettingsDatabaseName[] = "settings.db";
 
 /// How an operation on the database ended.
 enum class DatabaseStatus {
-    Ok,
-    Missing,
-    Exists,       ///< CreateDatabase found something under the name
-    Forbidden,    ///< the caller may not read or write it
-    Untrusted,    ///< a link or no plain file, a stranger's, or writable by others
-    Locked,       ///< another process holds it
-    Interrupted,  ///< a writer was killed half-way and a reader cannot roll back
-    Damaged,      ///< not a settings database, or not whole
-    DiskFull,
-    Failed,  ///< anything else: see systemError
+    kOk,
+    kMissing,
+    kExists,       ///< CreateDatabase found something under the name
+    kForbidden,    ///< the caller may not read or write it
+    kUntrusted,    ///< a link or no plain file, a stranger's, or writable by others
+    kLocked,       ///< another process holds it
+    kInterrupted,  ///< a writer was killed half-way and a reader cannot roll back
+    kDamaged,      ///< not a settings database, or not whole
+    kDiskFull,
+    kFailed,  ///< anything else: see systemError
 };
 
 struct DatabaseResult {
-    DatabaseStatus status = DatabaseStatus::Ok;
+    DatabaseStatus status = DatabaseStatus::kOk;
     int systemError = 0;  ///< errno, or 0
 
-    [[nodiscard]] bool IsOk() const { return status == DatabaseStatus::Ok; }
+    [[nodiscard]] bool IsOk() const { return status == DatabaseStatus::kOk; }
 };
 
 /// What is stored about the settings password.
@@ -49,12 +51,12 @@ struct PasswordState {
 };
 
 enum class DatabaseAccess {
-    ReadOnly,   ///< writes nothing, ever
-    ReadWrite,  ///< first undoes what a killed writer left
+    kReadOnly,   ///< writes nothing, ever
+    kReadWrite,  ///< first undoes what a killed writer left
 };
 
-/// Reads the password's state. Ok only when the whole file is sound and says outright that there is
-/// a password or that there is none; `state` is untouched otherwise. Waits half a second for a
+/// Reads the password's state. kOk only when the whole file is sound and says outright that there
+/// is a password or that there is none; `state` is untouched otherwise. Waits half a second for a
 /// lock.
 DatabaseResult ReadPasswordState(const std::string& path, DatabaseAccess access,
                                  PasswordState& state);
@@ -66,3 +68,5 @@ DatabaseResult WritePasswordState(const std::string& path, const PasswordState& 
 /// Makes a new database without a password, complete and with its mode from the moment its name
 /// appears. Never replaces anything.
 DatabaseResult CreateDatabase(const std::string& path);
+
+}  // namespace dbmod

@@ -18,6 +18,7 @@
 #include "product/libdbmod/password_hash.h"
 #include "product/libdbmod/settings_database.h"
 
+namespace dbmod {
 namespace {
 
 enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
@@ -46,27 +47,27 @@ ExitStatus Complain(const std::string& message) {
 std::string Explain(const DatabaseResult& result) {
     const std::string path = DatabasePath();
     switch (result.status) {
-        case DatabaseStatus::Missing:
+        case DatabaseStatus::kMissing:
             return "there is no settings database; \"corvane-admin init\" makes one: " + path;
-        case DatabaseStatus::Exists:
+        case DatabaseStatus::kExists:
             return "the settings database was made by someone else at the same time: " + path;
-        case DatabaseStatus::Forbidden:
+        case DatabaseStatus::kForbidden:
             return "the settings database may not be written: " + path;
-        case DatabaseStatus::Untrusted:
+        case DatabaseStatus::kUntrusted:
             return "the settings database is a link, no plain file, a stranger's or writable by "
                    "others; it is left alone: " +
                    path;
-        case DatabaseStatus::Locked:
+        case DatabaseStatus::kLocked:
             return "the settings database is in use by another process; try again: " + path;
-        case DatabaseStatus::DiskFull:
+        case DatabaseStatus::kDiskFull:
             return "there is no room left on the disk for the settings database: " + path;
-        case DatabaseStatus::Damaged:
+        case DatabaseStatus::kDamaged:
             return "the settings database is damaged; move it away and run \"corvane-admin "
                    "init\": " +
                    path;
-        case DatabaseStatus::Ok:
-        case DatabaseStatus::Interrupted:
-        case DatabaseStatus::Failed:
+        case DatabaseStatus::kOk:
+        case DatabaseStatus::kInterrupted:
+        case DatabaseStatus::kFailed:
             break;
     }
     const std::string reason =
@@ -77,17 +78,17 @@ std::string Explain(const DatabaseResult& result) {
 /// The message for a password that cannot be taken, or null.
 const char* Objection(InputStatus status, const SecretText& password) {
     switch (status) {
-        case InputStatus::Ok:
+        case InputStatus::kOk:
             return password.Length() == 0
                        ? "the password is empty; to remove it use \"corvane-admin clear-password\""
                        : nullptr;
-        case InputStatus::Ended:
+        case InputStatus::kEnded:
             return "no password was given";
-        case InputStatus::TooLong:
+        case InputStatus::kTooLong:
             return "the password is longer than 511 bytes";
-        case InputStatus::ZeroByte:
+        case InputStatus::kZeroByte:
             return "the password holds a zero byte";
-        case InputStatus::Failed:
+        case InputStatus::kFailed:
             break;
     }
     return "the password could not be read";
@@ -104,7 +105,7 @@ bool ReadNewPassword(bool fromStandardInput, SecretText& password) {
     }
     if (ask) {
         SecretText repeated;
-        if (AskPassword(STDIN_FILENO, "The same again: ", repeated) != InputStatus::Ok ||
+        if (AskPassword(STDIN_FILENO, "The same again: ", repeated) != InputStatus::kOk ||
             !(repeated == password)) {
             Complain("the two passwords are not the same");
             return false;
@@ -116,7 +117,7 @@ bool ReadNewPassword(bool fromStandardInput, SecretText& password) {
 ExitStatus SetPassword(bool fromStandardInput) {
     // Before the question: nobody should think of a password for a database that is not there.
     PasswordState old;
-    DatabaseResult result = ReadPasswordState(DatabasePath(), DatabaseAccess::ReadWrite, old);
+    DatabaseResult result = ReadPasswordState(DatabasePath(), DatabaseAccess::kReadWrite, old);
     if (!result.IsOk()) {
         return Complain(Explain(result));
     }
@@ -155,7 +156,7 @@ ExitStatus ClearPassword() {
 ExitStatus ShowStatus() {
     PasswordState state;
     const DatabaseResult result =
-        ReadPasswordState(DatabasePath(), DatabaseAccess::ReadWrite, state);
+        ReadPasswordState(DatabasePath(), DatabaseAccess::kReadWrite, state);
     if (!result.IsOk()) {
         return Complain(Explain(result));
     }
@@ -175,18 +176,18 @@ ExitStatus ShowStatus() {
 /// Safe to run again, as a package does at every upgrade: a sound database stays as it is.
 ExitStatus Init() {
     PasswordState state;
-    DatabaseResult result = ReadPasswordState(DatabasePath(), DatabaseAccess::ReadWrite, state);
+    DatabaseResult result = ReadPasswordState(DatabasePath(), DatabaseAccess::kReadWrite, state);
     if (result.IsOk()) {
         std::puts("The settings database is already there.");
         return kExitOk;
     }
-    if (result.status == DatabaseStatus::Missing) {
+    if (result.status == DatabaseStatus::kMissing) {
         result = CreateDatabase(DatabasePath());
         if (result.IsOk()) {
             std::puts("The settings database has been made; no password is set.");
             return kExitOk;
         }
-        if (result.status == DatabaseStatus::Missing) {
+        if (result.status == DatabaseStatus::kMissing) {
             return Complain(std::string("there is no product directory: ") + kProductDirectory);
         }
     }
@@ -234,24 +235,25 @@ void ProtectSecrets() {
 }
 
 }  // namespace
+}  // namespace dbmod
 
 int main(int argc, char** argv) {
     const std::span<char*> arguments(argv, static_cast<std::size_t>(argc));
     if (arguments.size() == 2 && std::string_view(arguments[1]) == "--help") {
-        std::fputs(kUsage, stdout);
-        return kExitOk;
+        std::fputs(dbmod::kUsage, stdout);
+        return dbmod::kExitOk;
     }
     if (arguments.size() == 2 && std::string_view(arguments[1]) == "--version") {
         std::puts("corvane-admin " CORVANE_VERSION);
-        return kExitOk;
+        return dbmod::kExitOk;
     }
     if (geteuid() != 0) {
-        return Complain("only root can manage the settings password");
+        return dbmod::Complain("only root can manage the settings password");
     }
-    ProtectSecrets();
+    dbmod::ProtectSecrets();
     try {
-        return RunCommand(arguments);
+        return dbmod::RunCommand(arguments);
     } catch (const std::exception& error) {
-        return Complain(error.what());
+        return dbmod::Complain(error.what());
     }
 }

@@ -7,6 +7,8 @@
 #include <termios.h>
 #include <unistd.h>
 
+namespace dbmod {
+
 namespace {
 
 // SIGTTIN and SIGTTOU keep their own effect: in the background the program is stopped before it
@@ -117,7 +119,7 @@ bool SecretText::operator==(const SecretText& other) const {
 InputStatus ReadPasswordLine(int fd, SecretText& text) {
     text.Clear();
     bool hasBegun = false;
-    InputStatus status = InputStatus::Ok;
+    InputStatus status = InputStatus::kOk;
     while (true) {
         char c = 0;
         const ssize_t got = read(fd, &c, 1);
@@ -125,21 +127,21 @@ InputStatus ReadPasswordLine(int fd, SecretText& text) {
             continue;
         }
         if (got < 0) {
-            status = InputStatus::Failed;
+            status = InputStatus::kFailed;
         } else if (got == 0 && !hasBegun) {
-            status = InputStatus::Ended;
+            status = InputStatus::kEnded;
         }
         if (got <= 0 || c == '\n') {
             break;
         }
         hasBegun = true;
-        if (status == InputStatus::Ok && c == '\0') {
-            status = InputStatus::ZeroByte;
-        } else if (status == InputStatus::Ok && !text.Append(c)) {
-            status = InputStatus::TooLong;
+        if (status == InputStatus::kOk && c == '\0') {
+            status = InputStatus::kZeroByte;
+        } else if (status == InputStatus::kOk && !text.Append(c)) {
+            status = InputStatus::kTooLong;
         }
     }
-    if (status != InputStatus::Ok) {
+    if (status != InputStatus::kOk) {
         text.Clear();
     }
     return status;
@@ -147,14 +149,14 @@ InputStatus ReadPasswordLine(int fd, SecretText& text) {
 
 InputStatus AskPassword(int fd, std::string_view prompt, SecretText& text) {
     while (true) {
-        InputStatus status = InputStatus::Failed;
+        InputStatus status = InputStatus::kFailed;
         int caught = 0;
         {
             const HeldSignals signals;
             {
                 const HiddenEcho echo(fd);
                 if (!echo.IsHidden()) {
-                    return InputStatus::Failed;  // Better no password than one on the screen.
+                    return InputStatus::kFailed;  // Better no password than one on the screen.
                 }
                 Show(prompt);
                 if (signals.WaitForInput(fd)) {
@@ -172,3 +174,5 @@ InputStatus AskPassword(int fd, std::string_view prompt, SecretText& text) {
         // Still here: the signal only stopped the program.
     }
 }
+
+}  // namespace dbmod

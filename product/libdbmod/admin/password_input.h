@@ -6,6 +6,8 @@
 
 #include "product/libdbmod/password_hash.h"
 
+namespace dbmod {
+
 /// A password on its way from the keyboard to the hash: one buffer, wiped when it goes.
 class SecretText {
 public:
@@ -28,17 +30,19 @@ private:
 };
 
 enum class InputStatus {
-    Ok,
-    Ended,    ///< the input ended before a line began
-    TooLong,  ///< over kMaxPasswordBytes bytes; the line was read to its end all the same
-    ZeroByte,
-    Failed,  ///< see errno
+    kOk,
+    kEnded,    ///< the input ended before a line began
+    kTooLong,  ///< over kMaxPasswordBytes bytes; the line was read to its end all the same
+    kZeroByte,
+    kFailed,  ///< see errno
 };
 
 /// Reads one line from `fd`, byte by byte so that what follows the line stays unread. The newline
-/// is left away, and may be missing from the last line. `text` is empty unless the result is Ok.
+/// is left away, and may be missing from the last line. `text` is empty unless the result is kOk.
 InputStatus ReadPasswordLine(int fd, SecretText& text);
 
 /// Asks on the terminal `fd` without showing what is typed. A signal that ends or stops the program
 /// takes effect after the terminal has been put back; after a stop the question is asked again.
 InputStatus AskPassword(int fd, std::string_view prompt, SecretText& text);
+
+}  // namespace dbmod

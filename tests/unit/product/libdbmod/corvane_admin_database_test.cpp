@@ -10,14 +10,15 @@
 #include <unistd.h>
 
 #include "common/file_descriptor.h"
-#include "tests/unit/product/libdbmod/admin_test_support.h"
-#include "tests/unit/product/libdbmod/support.h"
+#include "tests/unit/product/libdbmod/corvane_admin_fixture.h"
+#include "tests/unit/product/libdbmod/database_support.h"
 
 // corvane-admin and the database's file: made, missing, a stranger's, locked, without room, read or
 // killed while it is written.
 
 namespace fs = std::filesystem;
 
+namespace dbmod {
 namespace {
 
 constexpr char kUnchanged[] = "The settings password is unchanged.\n";
@@ -156,12 +157,12 @@ TEST_F(CorvaneAdminTest, AReaderSeesTheOldOrTheNewPasswordWhileItWrites) {
         while (!done) {
             PasswordState state;
             const DatabaseStatus status =
-                ReadPasswordState(kDatabase, DatabaseAccess::ReadOnly, state).status;
-            if (status == DatabaseStatus::Ok) {
+                ReadPasswordState(kDatabase, DatabaseAccess::kReadOnly, state).status;
+            if (status == DatabaseStatus::kOk) {
                 ++(state.IsSet() ? withPassword : without);
                 wrong += state.IsSet() && state.hash != kCheapHash ? 1 : 0;
             } else {
-                wrong += status != DatabaseStatus::Locked ? 1 : 0;
+                wrong += status != DatabaseStatus::kLocked ? 1 : 0;
             }
         }
     });
@@ -203,3 +204,4 @@ TEST_F(CorvaneAdminTest, KilledAtAnyMomentItLeavesTheOldOrTheNewPassword) {
 }
 
 }  // namespace
+}  // namespace dbmod

@@ -1,3 +1,5 @@
+#include "product/libdbmod/settings_database.h"
+
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -11,9 +13,9 @@
 #include <unistd.h>
 #include <vector>
 
-#include "product/libdbmod/settings_database.h"
-#include "tests/unit/product/libdbmod/support.h"
+#include "tests/unit/product/libdbmod/database_support.h"
 
+namespace dbmod {
 namespace {
 
 namespace fs = std::filesystem;
@@ -26,7 +28,7 @@ class SettingsDatabaseTest : public testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(CreateDatabase(m_path).IsOk()); }
 
-    DatabaseStatus Read(DatabaseAccess access = DatabaseAccess::ReadOnly) {
+    DatabaseStatus Read(DatabaseAccess access = DatabaseAccess::kReadOnly) {
         m_state = {"untouched", -1};
         return ReadPasswordState(m_path, access, m_state).status;
     }
@@ -49,7 +51,7 @@ protected:
 };
 
 TEST_F(SettingsDatabaseTest, FreshDatabaseHasNoPassword) {
-    ASSERT_EQ(Read(), DatabaseStatus::Ok);
+    ASSERT_EQ(Read(), DatabaseStatus::kOk);
     EXPECT_FALSE(m_state.IsSet());
     EXPECT_EQ(m_state.changedAt, 0);
 }
@@ -74,16 +76,16 @@ TEST_F(SettingsDatabaseTest, ModeDoesNotDependOnTheMask) {
 
 TEST_F(SettingsDatabaseTest, StoresChangesAndClears) {
     Store(kCheapHash);
-    ASSERT_EQ(Read(), DatabaseStatus::Ok);
+    ASSERT_EQ(Read(), DatabaseStatus::kOk);
     EXPECT_EQ(m_state.hash, kCheapHash);
     EXPECT_EQ(m_state.changedAt, 1'700'000'000);
 
     Store(kOtherHash);
-    ASSERT_EQ(Read(), DatabaseStatus::Ok);
+    ASSERT_EQ(Read(), DatabaseStatus::kOk);
     EXPECT_EQ(m_state.hash, kOtherHash);
 
     Store("");
-    ASSERT_EQ(Read(), DatabaseStatus::Ok);
+    ASSERT_EQ(Read(), DatabaseStatus::kOk);
     EXPECT_FALSE(m_state.IsSet());
     EXPECT_EQ(m_state.changedAt, 1'700'000'000);
     EXPECT_EQ(Names(), std::vector<std::string>{"settings.db"}) << "no journal stays";
@@ -101,30 +103,30 @@ TEST_F(SettingsDatabaseTest, AnOldHashDoesNotStayInTheFile) {
 TEST_F(SettingsDatabaseTest, CreatingReplacesNothing) {
     Store(kCheapHash);
     const std::string before = ReadFile(m_path);
-    EXPECT_EQ(CreateDatabase(m_path).status, DatabaseStatus::Exists);
+    EXPECT_EQ(CreateDatabase(m_path).status, DatabaseStatus::kExists);
     EXPECT_EQ(ReadFile(m_path), before);
     EXPECT_EQ(Names(), std::vector<std::string>{"settings.db"});
 
     const std::string link = m_directory / "link.db";
     fs::create_symlink("nowhere", link);
-    EXPECT_EQ(CreateDatabase(link).status, DatabaseStatus::Exists);
-    EXPECT_EQ(CreateDatabase(m_directory / "no/settings.db").status, DatabaseStatus::Missing);
+    EXPECT_EQ(CreateDatabase(link).status, DatabaseStatus::kExists);
+    EXPECT_EQ(CreateDatabase(m_directory / "no/settings.db").status, DatabaseStatus::kMissing);
 }
 
 TEST_F(SettingsDatabaseTest, ReadingChangesNothing) {
     Store(kCheapHash);
     const auto before = fs::last_write_time(m_directory.Path());
     const auto fileBefore = fs::last_write_time(m_path);
-    ASSERT_EQ(Read(), DatabaseStatus::Ok);
+    ASSERT_EQ(Read(), DatabaseStatus::kOk);
     EXPECT_EQ(fs::last_write_time(m_path), fileBefore);
     EXPECT_EQ(fs::last_write_time(m_directory.Path()), before);
 }
 
 TEST_F(SettingsDatabaseTest, MissingDatabaseIsAnErrorAndIsNotMade) {
     fs::remove(m_path);
-    EXPECT_EQ(Read(), DatabaseStatus::Missing);
-    EXPECT_EQ(Read(DatabaseAccess::ReadWrite), DatabaseStatus::Missing);
-    EXPECT_EQ(WritePasswordState(m_path, {kCheapHash, 1}).status, DatabaseStatus::Missing);
+    EXPECT_EQ(Read(), DatabaseStatus::kMissing);
+    EXPECT_EQ(Read(DatabaseAccess::kReadWrite), DatabaseStatus::kMissing);
+    EXPECT_EQ(WritePasswordState(m_path, {kCheapHash, 1}).status, DatabaseStatus::kMissing);
     EXPECT_EQ(m_state.hash, "untouched");
     EXPECT_TRUE(Names().empty());
 }
@@ -133,16 +135,16 @@ TEST_F(SettingsDatabaseTest, LinksAndThingsThatAreNoFilesAreNotTrusted) {
     const std::string real = m_directory / "real.db";
     fs::rename(m_path, real);
     fs::create_symlink(real, m_path);
-    EXPECT_EQ(Read(), DatabaseStatus::Untrusted);
-    EXPECT_EQ(WritePasswordState(m_path, {kCheapHash, 1}).status, DatabaseStatus::Untrusted);
+    EXPECT_EQ(Read(), DatabaseStatus::kUntrusted);
+    EXPECT_EQ(WritePasswordState(m_path, {kCheapHash, 1}).status, DatabaseStatus::kUntrusted);
 
     fs::remove(m_path);
     ASSERT_EQ(mkfifo(m_path.c_str(), 0644), 0);
-    EXPECT_EQ(Read(), DatabaseStatus::Untrusted) << "and does not wait for the pipe's other end";
+    EXPECT_EQ(Read(), DatabaseStatus::kUntrusted) << "and does not wait for the pipe's other end";
 
     fs::remove(m_path);
     fs::create_directory(m_path);
-    EXPECT_EQ(Read(), DatabaseStatus::Untrusted);
+    EXPECT_EQ(Read(), DatabaseStatus::kUntrusted);
 }
 
 TEST_F(SettingsDatabaseTest, ALinkOnTheWayToTheDirectoryIsFollowed) {
@@ -150,17 +152,17 @@ TEST_F(SettingsDatabaseTest, ALinkOnTheWayToTheDirectoryIsFollowed) {
     const std::string link = m_directory / "product";
     fs::create_directory_symlink(m_directory.Path(), link);
     m_path = link + "/settings.db";
-    ASSERT_EQ(Read(), DatabaseStatus::Ok);
+    ASSERT_EQ(Read(), DatabaseStatus::kOk);
     EXPECT_EQ(m_state.hash, kCheapHash);
 }
 
 TEST_F(SettingsDatabaseTest, WhatOthersMayWriteIsNotTrusted) {
     for (const mode_t mode : {0666U, 0664U, 0646U}) {
         ASSERT_EQ(chmod(m_path.c_str(), mode), 0);
-        EXPECT_EQ(Read(), DatabaseStatus::Untrusted) << std::oct << mode;
+        EXPECT_EQ(Read(), DatabaseStatus::kUntrusted) << std::oct << mode;
     }
     ASSERT_EQ(chmod(m_path.c_str(), 0644), 0);
-    EXPECT_EQ(Read(), DatabaseStatus::Ok);
+    EXPECT_EQ(Read(), DatabaseStatus::kOk);
 }
 
 TEST_F(SettingsDatabaseTest, AStrangersFileIsNotTrusted) {
@@ -168,7 +170,7 @@ TEST_F(SettingsDatabaseTest, AStrangersFileIsNotTrusted) {
         GTEST_SKIP() << "only root can give a file away";
     }
     ASSERT_EQ(chown(m_path.c_str(), kNobody, kNobody), 0);
-    EXPECT_EQ(Read(), DatabaseStatus::Untrusted);
+    EXPECT_EQ(Read(), DatabaseStatus::kUntrusted);
 }
 
 TEST_F(SettingsDatabaseTest, WithoutPermissionThereIsNoAnswer) {
@@ -176,7 +178,7 @@ TEST_F(SettingsDatabaseTest, WithoutPermissionThereIsNoAnswer) {
     const auto read = [&] { return static_cast<int>(Read()); };
     ASSERT_EQ(chmod(m_directory.Path().c_str(), 0755), 0);
     const int status = geteuid() == 0 ? RunAsNobody(read) : read();
-    EXPECT_EQ(status, static_cast<int>(DatabaseStatus::Forbidden));
+    EXPECT_EQ(status, static_cast<int>(DatabaseStatus::kForbidden));
 }
 
 TEST_F(SettingsDatabaseTest, OrdinaryUsersReadAndDoNotWrite) {
@@ -186,21 +188,21 @@ TEST_F(SettingsDatabaseTest, OrdinaryUsersReadAndDoNotWrite) {
     Store(kCheapHash);
     ASSERT_EQ(chmod(m_directory.Path().c_str(), 0755), 0);
     EXPECT_EQ(RunAsNobody([&] {
-                  return Read() == DatabaseStatus::Ok && m_state.hash == kCheapHash ? 0 : 1;
+                  return Read() == DatabaseStatus::kOk && m_state.hash == kCheapHash ? 0 : 1;
               }),
               0);
     EXPECT_EQ(RunAsNobody([&] {
                   return static_cast<int>(WritePasswordState(m_path, {"", 1}).status);
               }),
-              static_cast<int>(DatabaseStatus::Forbidden));
-    ASSERT_EQ(Read(), DatabaseStatus::Ok);
+              static_cast<int>(DatabaseStatus::kForbidden));
+    ASSERT_EQ(Read(), DatabaseStatus::kOk);
     EXPECT_EQ(m_state.hash, kCheapHash);
 }
 
 TEST_F(SettingsDatabaseTest, LockedDatabaseAnswersSoonAndNotWithNoPassword) {
     const DatabaseLock lock(m_path);
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(Read(), DatabaseStatus::Locked);
+    EXPECT_EQ(Read(), DatabaseStatus::kLocked);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
     EXPECT_EQ(m_state.hash, "untouched");
 }
@@ -208,8 +210,8 @@ TEST_F(SettingsDatabaseTest, LockedDatabaseAnswersSoonAndNotWithNoPassword) {
 TEST_F(SettingsDatabaseTest, AReaderThatStaysKeepsTheWriterOutButNotOtherReaders) {
     Store(kCheapHash);
     const DatabaseLock lock(m_path, "BEGIN; SELECT count(*) FROM settings_password");
-    EXPECT_EQ(WritePasswordState(m_path, {kOtherHash, 1}).status, DatabaseStatus::Locked);
-    ASSERT_EQ(Read(), DatabaseStatus::Ok);
+    EXPECT_EQ(WritePasswordState(m_path, {kOtherHash, 1}).status, DatabaseStatus::kLocked);
+    ASSERT_EQ(Read(), DatabaseStatus::kOk);
     EXPECT_EQ(m_state.hash, kCheapHash);
 }
 
@@ -225,12 +227,12 @@ TEST_F(SettingsDatabaseTest, ThreadsReadAtTheSameTimeWhileAPasswordIsChanged) {
             while (!done) {
                 PasswordState state;
                 const DatabaseStatus status =
-                    ReadPasswordState(m_path, DatabaseAccess::ReadOnly, state).status;
-                if (status == DatabaseStatus::Ok) {
+                    ReadPasswordState(m_path, DatabaseAccess::kReadOnly, state).status;
+                if (status == DatabaseStatus::kOk) {
                     ++answers;
                     wrong += state.hash != kCheapHash && state.hash != kOtherHash ? 1 : 0;
                 } else {
-                    wrong += status != DatabaseStatus::Locked ? 1 : 0;
+                    wrong += status != DatabaseStatus::kLocked ? 1 : 0;
                 }
             }
         });
@@ -266,15 +268,15 @@ TEST_F(SettingsDatabaseTest, AWriterKilledHalfWayLeavesTheOldOrTheNewPassword) {
         ASSERT_EQ(waitpid(writer, nullptr, 0), writer);
 
         const DatabaseStatus status = Read();
-        if (status == DatabaseStatus::Ok) {
+        if (status == DatabaseStatus::kOk) {
             EXPECT_TRUE(m_state.hash == kCheapHash || m_state.hash == kOtherHash) << m_state.hash;
         } else {
-            EXPECT_EQ(status, DatabaseStatus::Interrupted);
+            EXPECT_EQ(status, DatabaseStatus::kInterrupted);
             ++interrupted;
         }
-        ASSERT_EQ(Read(DatabaseAccess::ReadWrite), DatabaseStatus::Ok) << "a writer rolls back";
+        ASSERT_EQ(Read(DatabaseAccess::kReadWrite), DatabaseStatus::kOk) << "a writer rolls back";
         EXPECT_TRUE(m_state.hash == kCheapHash || m_state.hash == kOtherHash) << m_state.hash;
-        EXPECT_EQ(Read(), DatabaseStatus::Ok);
+        EXPECT_EQ(Read(), DatabaseStatus::kOk);
     }
     RecordProperty("interrupted", interrupted);
 }
@@ -298,11 +300,11 @@ TEST_F(SettingsDatabaseTest, AJournalLeftByAKilledWriterIsNoAnswerUntilAWriterUn
     }
     fs::remove(m_path);
     m_path = copy;
-    EXPECT_EQ(Read(), DatabaseStatus::Interrupted);
+    EXPECT_EQ(Read(), DatabaseStatus::kInterrupted);
     EXPECT_EQ(m_state.hash, "untouched");
-    ASSERT_EQ(Read(DatabaseAccess::ReadWrite), DatabaseStatus::Ok);
+    ASSERT_EQ(Read(DatabaseAccess::kReadWrite), DatabaseStatus::kOk);
     EXPECT_EQ(m_state.hash, kCheapHash);
-    EXPECT_EQ(Read(), DatabaseStatus::Ok);
+    EXPECT_EQ(Read(), DatabaseStatus::kOk);
 }
 
 TEST_F(SettingsDatabaseTest, AFailedWriteKeepsTheOldPassword) {
@@ -317,9 +319,10 @@ TEST_F(SettingsDatabaseTest, AFailedWriteKeepsTheOldPassword) {
     int status = 0;
     ASSERT_EQ(waitpid(writer, &status, 0), writer);
     ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), static_cast<int>(DatabaseStatus::DiskFull));
-    ASSERT_EQ(Read(DatabaseAccess::ReadWrite), DatabaseStatus::Ok);
+    EXPECT_EQ(WEXITSTATUS(status), static_cast<int>(DatabaseStatus::kDiskFull));
+    ASSERT_EQ(Read(DatabaseAccess::kReadWrite), DatabaseStatus::kOk);
     EXPECT_EQ(m_state.hash, kCheapHash);
 }
 
 }  // namespace
+}  // namespace dbmod

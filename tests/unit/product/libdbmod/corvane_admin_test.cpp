@@ -7,13 +7,14 @@
 #include <vector>
 
 #include "product/libdbmod/password_hash.h"
-#include "tests/unit/product/libdbmod/admin_test_support.h"
-#include "tests/unit/product/libdbmod/support.h"
+#include "tests/unit/product/libdbmod/corvane_admin_fixture.h"
+#include "tests/unit/product/libdbmod/database_support.h"
 
 // The commands of corvane-admin: what each takes, says and does to the password.
 
 namespace fs = std::filesystem;
 
+namespace dbmod {
 namespace {
 
 TEST_F(CorvaneAdminTest, SetsChangesAndClearsThePassword) {
@@ -21,14 +22,14 @@ TEST_F(CorvaneAdminTest, SetsChangesAndClearsThePassword) {
     EXPECT_EQ(run.exitStatus, 0);
     EXPECT_EQ(run.output, "The settings password has been set.\n");
     EXPECT_EQ(run.errors, "");
-    EXPECT_EQ(CheckPassword("first secret", Stored().hash), PasswordCheck::Matches);
+    EXPECT_EQ(CheckPassword("first secret", Stored().hash), PasswordCheck::kMatches);
     EXPECT_LT(std::llabs(Stored().changedAt - std::time(nullptr)), 60);
 
     run = RunAdmin({"set-password"}, "second secret\n");
     EXPECT_EQ(run.exitStatus, 0);
     EXPECT_EQ(run.output, "The settings password has been changed.\n");
-    EXPECT_EQ(CheckPassword("second secret", Stored().hash), PasswordCheck::Matches);
-    EXPECT_EQ(CheckPassword("first secret", Stored().hash), PasswordCheck::Differs);
+    EXPECT_EQ(CheckPassword("second secret", Stored().hash), PasswordCheck::kMatches);
+    EXPECT_EQ(CheckPassword("first secret", Stored().hash), PasswordCheck::kDiffers);
 
     run = RunAdmin({"clear-password"});
     EXPECT_EQ(run.exitStatus, 0);
@@ -47,16 +48,16 @@ TEST_F(CorvaneAdminTest, ShowsWhetherAPasswordIsSet) {
 TEST_F(CorvaneAdminTest, ReadsOneLineOfStandardInput) {
     for (const char* input : {"secret\n", "secret", "secret\nsecond line\n"}) {
         EXPECT_EQ(RunAdmin({"set-password", "--stdin"}, input).exitStatus, 0);
-        EXPECT_EQ(CheckPassword("secret", Stored().hash), PasswordCheck::Matches) << input;
+        EXPECT_EQ(CheckPassword("secret", Stored().hash), PasswordCheck::kMatches) << input;
     }
     EXPECT_EQ(RunAdmin({"set-password"}, " blanks kept \t\r\n").exitStatus, 0);
-    EXPECT_EQ(CheckPassword(" blanks kept \t\r", Stored().hash), PasswordCheck::Matches);
+    EXPECT_EQ(CheckPassword(" blanks kept \t\r", Stored().hash), PasswordCheck::kMatches);
 }
 
 TEST_F(CorvaneAdminTest, TakesPasswordsUpTo511Bytes) {
     const std::string longest(511, 'x');
     EXPECT_EQ(RunAdmin({"set-password"}, longest + "\n").exitStatus, 0);
-    EXPECT_EQ(CheckPassword(longest.c_str(), Stored().hash), PasswordCheck::Matches);
+    EXPECT_EQ(CheckPassword(longest.c_str(), Stored().hash), PasswordCheck::kMatches);
 }
 
 TEST_F(CorvaneAdminTest, RefusesWhatIsNoPassword) {
@@ -142,3 +143,4 @@ TEST_F(CorvaneAdminTest, ManualDescribesEveryCommand) {
 }
 
 }  // namespace
+}  // namespace dbmod

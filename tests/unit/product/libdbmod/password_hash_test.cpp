@@ -1,9 +1,11 @@
+#include "product/libdbmod/password_hash.h"
+
 #include <gtest/gtest.h>
 #include <string>
 
-#include "product/libdbmod/password_hash.h"
-#include "tests/unit/product/libdbmod/support.h"
+#include "tests/unit/product/libdbmod/database_support.h"
 
+namespace dbmod {
 namespace {
 
 constexpr char kSalt[] = "abcdefghijklmnopqrstu.";
@@ -18,21 +20,21 @@ TEST(PasswordHash, IsSaltedYescryptAtACostWorthGuessingAgainst) {
     const std::string second = HashPassword("secret");
     EXPECT_EQ(first.substr(0, 7), "$y$jBT$");
     EXPECT_NE(first, second) << "without a salt of its own one guess would try every machine";
-    EXPECT_EQ(CheckPassword("secret", first), PasswordCheck::Matches);
-    EXPECT_EQ(CheckPassword("secret", second), PasswordCheck::Matches);
-    EXPECT_EQ(CheckPassword("Secret", first), PasswordCheck::Differs);
+    EXPECT_EQ(CheckPassword("secret", first), PasswordCheck::kMatches);
+    EXPECT_EQ(CheckPassword("secret", second), PasswordCheck::kMatches);
+    EXPECT_EQ(CheckPassword("Secret", first), PasswordCheck::kDiffers);
 }
 
 TEST(PasswordHash, ChecksAHashThatAnotherProgramMade) {
-    EXPECT_EQ(CheckPassword(kCheapPassword, kCheapHash), PasswordCheck::Matches);
-    EXPECT_EQ(CheckPassword("wrong", kCheapHash), PasswordCheck::Differs);
-    EXPECT_EQ(CheckPassword("correct hors", kCheapHash), PasswordCheck::Differs);
-    EXPECT_EQ(CheckPassword("correct horse ", kCheapHash), PasswordCheck::Differs);
+    EXPECT_EQ(CheckPassword(kCheapPassword, kCheapHash), PasswordCheck::kMatches);
+    EXPECT_EQ(CheckPassword("wrong", kCheapHash), PasswordCheck::kDiffers);
+    EXPECT_EQ(CheckPassword("correct hors", kCheapHash), PasswordCheck::kDiffers);
+    EXPECT_EQ(CheckPassword("correct horse ", kCheapHash), PasswordCheck::kDiffers);
 }
 
 TEST(PasswordHash, EmptyPasswordNeitherHashesNorMatches) {
     EXPECT_EQ(HashPassword(""), "");
-    EXPECT_EQ(CheckPassword("", kCheapHash), PasswordCheck::Differs);
+    EXPECT_EQ(CheckPassword("", kCheapHash), PasswordCheck::kDiffers);
 }
 
 TEST(PasswordHash, TakesPasswordsUpTo511Bytes) {
@@ -40,20 +42,20 @@ TEST(PasswordHash, TakesPasswordsUpTo511Bytes) {
     const std::string tooLong(512, 'x');
     const std::string hash = HashPassword(longest.c_str());
     ASSERT_NE(hash, "");
-    EXPECT_EQ(CheckPassword(longest.c_str(), hash), PasswordCheck::Matches);
-    EXPECT_EQ(CheckPassword(tooLong.c_str(), hash), PasswordCheck::Differs);
-    EXPECT_EQ(CheckPassword(std::string(510, 'x').c_str(), hash), PasswordCheck::Differs)
+    EXPECT_EQ(CheckPassword(longest.c_str(), hash), PasswordCheck::kMatches);
+    EXPECT_EQ(CheckPassword(tooLong.c_str(), hash), PasswordCheck::kDiffers);
+    EXPECT_EQ(CheckPassword(std::string(510, 'x').c_str(), hash), PasswordCheck::kDiffers)
         << "the last byte counts";
     EXPECT_EQ(HashPassword(tooLong.c_str()), "");
-    EXPECT_EQ(CheckPassword(std::string(5'000'000, 'x').c_str(), hash), PasswordCheck::Differs);
+    EXPECT_EQ(CheckPassword(std::string(5'000'000, 'x').c_str(), hash), PasswordCheck::kDiffers);
 }
 
 TEST(PasswordHash, ComparesBytesNotCharacters) {
     const std::string notUtf8 = "\xff\xfe\x80";
     const std::string hash = HashPassword(notUtf8.c_str());
     ASSERT_NE(hash, "");
-    EXPECT_EQ(CheckPassword(notUtf8.c_str(), hash), PasswordCheck::Matches);
-    EXPECT_EQ(CheckPassword("\xff\xfe\x81", hash), PasswordCheck::Differs);
+    EXPECT_EQ(CheckPassword(notUtf8.c_str(), hash), PasswordCheck::kMatches);
+    EXPECT_EQ(CheckPassword("\xff\xfe\x81", hash), PasswordCheck::kDiffers);
 }
 
 TEST(PasswordHash, AcceptsTheBoundedCostsOnly) {
@@ -64,7 +66,7 @@ TEST(PasswordHash, AcceptsTheBoundedCostsOnly) {
     for (const char* parameters : {"j6T", "jDT", "jFT", "jzT", "j:T", "j@T", "j.T", "/7T", "k7T",
                                    "j75", "jBz", "jBT0", "jBT.....", "jB", "j", "", "7T", "$$$"}) {
         EXPECT_FALSE(IsUsableHash(Hash(parameters))) << parameters;
-        EXPECT_EQ(CheckPassword(kCheapPassword, Hash(parameters)), PasswordCheck::Failed);
+        EXPECT_EQ(CheckPassword(kCheapPassword, Hash(parameters)), PasswordCheck::kFailed);
     }
 }
 
@@ -80,8 +82,9 @@ TEST(PasswordHash, RefusesEveryOtherText) {
           std::string("$y$j7T$$") + kDigest, std::string("$y$j7T$ab:d$") + kDigest,
           std::string(100'000, '$'), std::string("$gy$j7T$") + kSalt + "$" + kDigest}) {
         EXPECT_FALSE(IsUsableHash(bad)) << bad.substr(0, 100);
-        EXPECT_EQ(CheckPassword(kCheapPassword, bad), PasswordCheck::Failed);
+        EXPECT_EQ(CheckPassword(kCheapPassword, bad), PasswordCheck::kFailed);
     }
 }
 
 }  // namespace
+}  // namespace dbmod

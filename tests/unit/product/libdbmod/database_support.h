@@ -6,6 +6,8 @@
 
 #include "tests/support/scratch.h"
 
+namespace dbmod {
+
 // What the tests of the settings database share.
 
 /// The yescrypt hash of "correct horse" at the lowest cost, made by another program.
@@ -42,3 +44,5 @@ private:
 
 /// The exit status of `inChild`, run in a process of another user.
 int RunAsNobody(const std::function<int()>& inChild);
+
+}  // namespace dbmod

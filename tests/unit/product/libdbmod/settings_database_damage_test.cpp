@@ -5,11 +5,12 @@
 
 #include "common/file_descriptor.h"
 #include "product/libdbmod/settings_database.h"
-#include "tests/unit/product/libdbmod/support.h"
+#include "tests/unit/product/libdbmod/database_support.h"
 
 // Damage and hostile content: the answer may be an error or, where the damage does not matter, the
 // truth. It is never "no password".
 
+namespace dbmod {
 namespace {
 
 class DamagedDatabaseTest : public testing::Test {
@@ -22,13 +23,13 @@ protected:
 
     DatabaseStatus Read() {
         m_state = {};
-        return ReadPasswordState(m_path, DatabaseAccess::ReadOnly, m_state).status;
+        return ReadPasswordState(m_path, DatabaseAccess::kReadOnly, m_state).status;
     }
 
     /// The one thing that must never happen, and the answers that may.
     void ExpectErrorOrTruth(const std::string& damage) {
         const DatabaseStatus status = Read();
-        if (status == DatabaseStatus::Ok) {
+        if (status == DatabaseStatus::kOk) {
             EXPECT_EQ(m_state.hash, kCheapHash) << damage;
             EXPECT_EQ(m_state.changedAt, 1'700'000'000) << damage;
             ++m_truths;
@@ -73,13 +74,13 @@ TEST_F(DamagedDatabaseTest, EveryFlippedBit) {
     }
     EXPECT_GT(flips, 3000);
     EXPECT_GT(m_errors, 1000) << "what holds the hash was hit";
-    EXPECT_EQ(Read(), DatabaseStatus::Ok) << "and all was put back";
+    EXPECT_EQ(Read(), DatabaseStatus::kOk) << "and all was put back";
 }
 
 TEST_F(DamagedDatabaseTest, EveryTruncation) {
     for (std::size_t length = 0; length < m_sound.size(); length += length < 512 ? 1 : 61) {
         WriteFile(m_path, std::string_view(m_sound).substr(0, length));
-        EXPECT_NE(Read(), DatabaseStatus::Ok) << length;
+        EXPECT_NE(Read(), DatabaseStatus::kOk) << length;
     }
 }
 
@@ -95,38 +96,38 @@ TEST_F(DamagedDatabaseTest, ZeroedPiecesAndForeignFiles) {
          {std::string(8192, '\0'), std::string(8192, '\xff'), std::string("no password is set"),
           m_sound.substr(4096), m_sound.substr(0, 4096) + m_sound.substr(0, 4096)}) {
         WriteFile(m_path, content);
-        EXPECT_NE(Read(), DatabaseStatus::Ok);
+        EXPECT_NE(Read(), DatabaseStatus::kOk);
     }
 }
 
 TEST_F(DamagedDatabaseTest, AWriterTouchesNoDamagedDatabase) {
     const std::string damaged = m_sound.substr(0, 5000);
     WriteFile(m_path, damaged);
-    EXPECT_EQ(WritePasswordState(m_path, {"", 1}).status, DatabaseStatus::Damaged);
+    EXPECT_EQ(WritePasswordState(m_path, {"", 1}).status, DatabaseStatus::kDamaged);
     EXPECT_EQ(ReadFile(m_path), damaged);
 }
 
 TEST_F(DamagedDatabaseTest, SomeoneElsesDatabase) {
-    EXPECT_EQ(ReadAfter("PRAGMA application_id = 1"), DatabaseStatus::Damaged);
-    EXPECT_EQ(ReadAfter("PRAGMA user_version = 2"), DatabaseStatus::Damaged);
-    EXPECT_EQ(ReadAfter("PRAGMA user_version = 0"), DatabaseStatus::Damaged);
-    EXPECT_EQ(ReadAfter("DROP TABLE settings_password"), DatabaseStatus::Damaged);
+    EXPECT_EQ(ReadAfter("PRAGMA application_id = 1"), DatabaseStatus::kDamaged);
+    EXPECT_EQ(ReadAfter("PRAGMA user_version = 2"), DatabaseStatus::kDamaged);
+    EXPECT_EQ(ReadAfter("PRAGMA user_version = 0"), DatabaseStatus::kDamaged);
+    EXPECT_EQ(ReadAfter("DROP TABLE settings_password"), DatabaseStatus::kDamaged);
 }
 
 TEST_F(DamagedDatabaseTest, AnAbsentOrChangedRowIsDamageNotAbsenceOfAPassword) {
-    EXPECT_EQ(ReadAfter("DELETE FROM settings_password"), DatabaseStatus::Damaged);
+    EXPECT_EQ(ReadAfter("DELETE FROM settings_password"), DatabaseStatus::kDamaged);
     for (const char* secret :
          {"''", "'no password'", "'No password is set'", "' no password is set'", "'*'", "'x'",
           "'$y$jzT$abcdefghijklmnopqrstu.$uaGeRFwc53EVmeDt8UH07UWepJIIhoy2F7ac4m.ntnC'"}) {
         EXPECT_EQ(ReadAfter(std::string("UPDATE settings_password SET secret = ") + secret),
-                  DatabaseStatus::Damaged)
+                  DatabaseStatus::kDamaged)
             << secret;
     }
     EXPECT_EQ(ReadAfter("UPDATE settings_password SET secret = 'no password is set'"),
-              DatabaseStatus::Damaged)
+              DatabaseStatus::kDamaged)
         << "the checksum is over the other text";
-    EXPECT_EQ(ReadAfter("UPDATE settings_password SET changed_at = 0"), DatabaseStatus::Damaged);
-    EXPECT_EQ(ReadAfter("UPDATE settings_password SET changed_at = -1"), DatabaseStatus::Damaged);
+    EXPECT_EQ(ReadAfter("UPDATE settings_password SET changed_at = 0"), DatabaseStatus::kDamaged);
+    EXPECT_EQ(ReadAfter("UPDATE settings_password SET changed_at = -1"), DatabaseStatus::kDamaged);
 }
 
 TEST_F(DamagedDatabaseTest, ATableOfAnotherShape) {
@@ -138,13 +139,13 @@ TEST_F(DamagedDatabaseTest, ATableOfAnotherShape) {
          {"(1, NULL, 0, 0)", "(1, 0, 0, 0)", "(1, x'6e6f', 0, 0)", "('1', 'x', 0, 0)",
           "(NULL, NULL, NULL, NULL)", "(1, 'no password is set', 'now', 0)",
           "(1, 'no password is set', 0, 'none')", "(2, 'no password is set', 0, 0)"}) {
-        EXPECT_EQ(ReadAfter(loose + row), DatabaseStatus::Damaged) << row;
+        EXPECT_EQ(ReadAfter(loose + row), DatabaseStatus::kDamaged) << row;
     }
     EXPECT_EQ(ReadAfter("DROP TABLE settings_password;"
                         "CREATE VIEW settings_password AS"
                         " SELECT 1 AS id, 'no password is set' AS secret, 0 AS changed_at,"
                         " 0 AS checksum"),
-              DatabaseStatus::Damaged);
+              DatabaseStatus::kDamaged);
 }
 
 TEST_F(DamagedDatabaseTest, TwoRowsContradictEachOther) {
@@ -152,24 +153,25 @@ TEST_F(DamagedDatabaseTest, TwoRowsContradictEachOther) {
                         "DROP TABLE settings_password;"
                         "ALTER TABLE copy RENAME TO settings_password;"
                         "INSERT INTO settings_password SELECT * FROM settings_password"),
-              DatabaseStatus::Damaged);
+              DatabaseStatus::kDamaged);
 }
 
 TEST_F(DamagedDatabaseTest, HugeContentIsNotReadIn) {
     EXPECT_EQ(ReadAfter("UPDATE settings_password SET secret = hex(zeroblob(100000))"),
-              DatabaseStatus::Damaged);
+              DatabaseStatus::kDamaged);
     EXPECT_EQ(ReadAfter("CREATE TABLE filler (x); INSERT INTO filler VALUES (zeroblob(2000000))"),
-              DatabaseStatus::Damaged);
+              DatabaseStatus::kDamaged);
     WriteFile(m_path, m_sound);
     ASSERT_EQ(truncate(m_path.c_str(), off_t{1} << 40), 0);
-    EXPECT_EQ(Read(), DatabaseStatus::Damaged);
+    EXPECT_EQ(Read(), DatabaseStatus::kDamaged);
 }
 
 TEST_F(DamagedDatabaseTest, ATextWithAZeroByte) {
     EXPECT_EQ(ReadAfter("UPDATE settings_password SET secret = secret || char(0)"),
-              DatabaseStatus::Damaged);
+              DatabaseStatus::kDamaged);
     EXPECT_EQ(ReadAfter("UPDATE settings_password SET secret = 'no password is set' || char(0)"),
-              DatabaseStatus::Damaged);
+              DatabaseStatus::kDamaged);
 }
 
 }  // namespace
+}  // namespace dbmod

@@ -1,4 +1,4 @@
-#include "tests/unit/product/libdbmod/admin_test_support.h"
+#include "tests/unit/product/libdbmod/corvane_admin_fixture.h"
 
 #include <array>
 #include <cerrno>
@@ -10,9 +10,11 @@
 #include <unistd.h>
 
 #include "common/file_descriptor.h"
-#include "tests/unit/product/libdbmod/support.h"
+#include "tests/unit/product/libdbmod/database_support.h"
 
 namespace fs = std::filesystem;
+
+namespace dbmod {
 
 void CorvaneAdminTest::SetUp() {
     if (std::getenv("CORVANE_SANDBOX") == nullptr) {
@@ -33,7 +35,7 @@ void CorvaneAdminTest::SetCheapPassword() {
 
 PasswordState CorvaneAdminTest::Stored() {
     PasswordState state{"unreadable", 0};
-    EXPECT_TRUE(ReadPasswordState(kDatabase, DatabaseAccess::ReadOnly, state).IsOk());
+    EXPECT_TRUE(ReadPasswordState(kDatabase, DatabaseAccess::kReadOnly, state).IsOk());
     return state;
 }
 
@@ -91,3 +93,5 @@ Outcome RunAdmin(std::vector<std::string> arguments, const std::string& input,
     outcome.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return outcome;
 }
+
+}  // namespace dbmod

@@ -6,6 +6,8 @@
 
 #include "product/libdbmod/settings_database.h"
 
+namespace dbmod {
+
 inline constexpr char kProduct[] = "/usr/lib/Corvane/Corvane";
 inline constexpr char kDatabase[] = "/usr/lib/Corvane/Corvane/settings.db";
 
@@ -30,3 +32,5 @@ struct Outcome {
 /// Runs corvane-admin with `input` on a pipe as its standard input.
 Outcome RunAdmin(std::vector<std::string> arguments, const std::string& input = {},
                  const std::string& program = ADMIN_PROGRAM);
+
+}  // namespace dbmod

@@ -7,11 +7,12 @@
 #include <unistd.h>
 
 #include "product/libdbmod/password_hash.h"
-#include "tests/unit/product/libdbmod/admin_test_support.h"
-#include "tests/unit/product/libdbmod/support.h"
+#include "tests/unit/product/libdbmod/corvane_admin_fixture.h"
+#include "tests/unit/product/libdbmod/database_support.h"
 
 // corvane-admin on a terminal of its own, typed at as a person would.
 
+namespace dbmod {
 namespace {
 
 constexpr std::chrono::seconds kLimit(20);
@@ -159,7 +160,7 @@ TEST_F(CorvaneAdminTerminalTest, AsksTwiceAndShowsNothingOfThePassword) {
     EXPECT_EQ(terminal.Screen(),
               "New settings password: \r\nThe same again: \r\n"
               "The settings password has been set.\r\n");
-    EXPECT_EQ(CheckPassword("hunter2", Stored().hash), PasswordCheck::Matches);
+    EXPECT_EQ(CheckPassword("hunter2", Stored().hash), PasswordCheck::kMatches);
 }
 
 TEST_F(CorvaneAdminTerminalTest, TwoDifferentAnswersChangeNothing) {
@@ -235,7 +236,7 @@ TEST_F(CorvaneAdminTerminalTest, StoppedAndContinuedItAsksAgain) {
     const int status = terminal.WaitForChange();
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 0);
-    EXPECT_EQ(CheckPassword("hunter2", Stored().hash), PasswordCheck::Matches);
+    EXPECT_EQ(CheckPassword("hunter2", Stored().hash), PasswordCheck::kMatches);
 }
 
 TEST_F(CorvaneAdminTerminalTest, WithStdinOneLineIsReadUnasked) {
@@ -245,7 +246,7 @@ TEST_F(CorvaneAdminTerminalTest, WithStdinOneLineIsReadUnasked) {
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 0);
     EXPECT_EQ(terminal.Screen().find(kFirst), std::string::npos);
-    EXPECT_EQ(CheckPassword("hunter2", Stored().hash), PasswordCheck::Matches);
+    EXPECT_EQ(CheckPassword("hunter2", Stored().hash), PasswordCheck::kMatches);
 }
 
 TEST_F(CorvaneAdminTerminalTest, ADatabaseThatCannotBeUsedIsReportedBeforeTheQuestion) {
@@ -258,3 +259,4 @@ TEST_F(CorvaneAdminTerminalTest, ADatabaseThatCannotBeUsedIsReportedBeforeTheQue
 }
 
 }  // namespace
+}  // namespace dbmod

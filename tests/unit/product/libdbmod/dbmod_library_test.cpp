@@ -16,11 +16,12 @@
 
 #include "abi/libdbmod.h"
 #include "product/libdbmod/settings_database.h"
-#include "tests/unit/product/libdbmod/support.h"
+#include "tests/unit/product/libdbmod/database_support.h"
 
 // The built library, loaded by path as the program does, over the database in the product
 // directory.
 
+namespace dbmod {
 namespace {
 
 namespace fs = std::filesystem;
@@ -276,3 +277,4 @@ TEST_F(DbmodLibraryTest, MayBeLoadedAndUnloadedManyTimes) {
 }
 
 }  // namespace
+}  // namespace dbmod

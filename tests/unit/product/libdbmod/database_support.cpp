@@ -1,4 +1,4 @@
-#include "tests/unit/product/libdbmod/support.h"
+#include "tests/unit/product/libdbmod/database_support.h"
 
 #include <array>
 #include <csignal>
@@ -7,6 +7,8 @@
 #include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+namespace dbmod {
 
 void RunSql(const std::string& path, const std::string& sql) {
     sqlite3* connection = nullptr;
@@ -70,3 +72,5 @@ int RunAsNobody(const std::function<int()>& inChild) {
     EXPECT_EQ(waitpid(pid, &status, 0), pid);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
+
+}  // namespace dbmod
