@@ -5,12 +5,16 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
+#include <string_view>
+
+#include "tests/support/scratch.h"
 
 namespace fs = std::filesystem;
+using namespace std::string_view_literals;
 
 namespace {
 
-constexpr char kCatalogue[] = "/usr/lib/Corvane/Corvane/translation/en_US/LC_MESSAGES/lang.mo";
+constexpr char kCatalogues[] = "/usr/lib/Corvane/Corvane/translation";
 constexpr char kLocales[] = "/tmp/locales";
 
 // Every id that the report texts use, with its English text.
@@ -50,8 +54,9 @@ protected:
         if (std::getenv("CORVANE_SANDBOX") == nullptr) {
             GTEST_SKIP() << "the catalogue has a fixed path; run inside tests/support/sandbox";
         }
-        fs::create_directories(fs::path(kCatalogue).parent_path());
-        fs::copy_file(CORVANE_CATALOGUE, kCatalogue, fs::copy_options::overwrite_existing);
+        fs::create_directories(kCatalogues);
+        fs::copy(CORVANE_CATALOGUES, kCatalogues,
+                 fs::copy_options::recursive | fs::copy_options::overwrite_existing);
         if (!fs::exists(kLocales)) {
             CompileLocale();
         }
@@ -92,6 +97,15 @@ TEST_F(Translation, AnyUsableLocaleOfTheEnvironmentLeadsToTheEnglishCatalogue) {
     EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "en_US.utf8");
 }
 
+TEST_F(Translation, LanguagesThatThePersonPrefersLeadToTheEnglishCatalogueToo) {
+    for (const char* languages : {"de:en", "en", "de_DE:de:en_GB:en", "en_US:en", "en_US", ""}) {
+        setenv("LANGUAGE", languages, 1);
+        // A process that has found a text keeps it, so a fresh one looks.
+        EXPECT_EQ(InChild([] { return AvGetTranslation("schddmn_str_on") == "On"sv ? 0 : 1; }), 0)
+            << languages;
+    }
+}
+
 TEST_F(Translation, AnUnusableEnvironmentKeepsTheCLocaleAndTheKeys) {
     std::setlocale(LC_ALL, "C");
     setenv("LC_ALL", "xx_XX.nowhere", 1);
@@ -102,7 +116,7 @@ TEST_F(Translation, AnUnusableEnvironmentKeepsTheCLocaleAndTheKeys) {
 TEST_F(Translation, AMissingCatalogueLeavesTheKeys) {
     // A process keeps a catalogue it has opened, so a fresh one looks.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    fs::remove(kCatalogue);
+    fs::remove_all(kCatalogues);
     EXPECT_EXIT(
         {
             const std::string text = AvGetTranslation("schddmn_str_on");
