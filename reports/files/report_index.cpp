@@ -15,7 +15,6 @@ static_assert(std::endian::native == std::endian::little);
 
 namespace {
 
-constexpr tagReportIndexHeader kEmptyIndex{{'Z', 'Q', 'R', 'F'}, 0, 0};
 constexpr off_t kCountOffset = offsetof(tagReportIndexHeader, count);
 
 // Everybody's scans are listed in the one index.
@@ -81,7 +80,7 @@ bool CreateReportIndex(const char* path) {
     FileDescriptor index = OpenIndex(path, O_RDONLY);
     if (!index && errno == ENOENT) {
         index = OpenIndex(path, O_RDWR | O_CREAT | O_EXCL, 0600);
-        if (index && !WriteAll(index.Get(), BytesOf(kEmptyIndex))) {
+        if (index && !WriteAll(index.Get(), BytesOf(kEmptyReportIndex))) {
             // An index without its header would pass for a good one at the next start.
             (void)::unlink(path);
             return false;
@@ -144,7 +143,7 @@ bool RewriteReportIndex(const char* path, std::span<const tagScanIndexEntry> ent
     if (!index) {
         return false;
     }
-    tagReportIndexHeader header = kEmptyIndex;
+    tagReportIndexHeader header = kEmptyReportIndex;
     header.count = static_cast<std::uint32_t>(entries.size());
     const auto size =
         static_cast<off_t>(sizeof header + entries.size() * sizeof(tagScanIndexEntry));

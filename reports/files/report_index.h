@@ -36,6 +36,9 @@ static_assert(offsetof(tagScanIndexEntry, finished) == 0);
 static_assert(offsetof(tagScanIndexEntry, subject) == 30);
 static_assert(offsetof(tagScanIndexEntry, reportName) == 286);
 
+/// An index without a record.
+inline constexpr tagReportIndexHeader kEmptyReportIndex{{'Z', 'Q', 'R', 'F'}, 0, 0};
+
 /// Makes sure that the index at `path` is there: a missing one is created with its header and no
 /// record. Either way its mode becomes 0666 where this user may set it.
 ///

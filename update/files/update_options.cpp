@@ -13,8 +13,7 @@ tagUpdtOpts LoadUpdateOptionsAtStart() {
     if (file) {
         ReadFull(file.Get(), BytesOf(options));
     } else {
-        options.flags = kUpdateAutomatically | kUpdateFromServer;
-        options.reserved = 1;
+        options = kStartUpdateOptions;
         file = CreateOptionFile(path.c_str());
         if (file) {
             WriteAll(file.Get(), BytesOf(options));

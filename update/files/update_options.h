@@ -27,6 +27,10 @@ static_assert(offsetof(tagUpdtOpts, reserved) == 4);
 static_assert(offsetof(tagUpdtOpts, path) == 8);
 static_assert(offsetof(tagUpdtOpts, backupFolder) == 264);
 
-/// Reads "zqupdate.opt" at start-up, making it when it is missing: automatic updates from the
-/// server. (The update page makes it without automatic updates; the two differ on purpose.)
+/// What installation and start-up make: automatic updates from the server. (The update page makes
+/// the file without automatic updates; the two differ on purpose.)
+inline constexpr tagUpdtOpts kStartUpdateOptions{
+    kUpdateAutomatically | kUpdateFromServer, 1, {}, {}};
+
+/// Reads "zqupdate.opt" at start-up, making it when it is missing.
 tagUpdtOpts LoadUpdateOptionsAtStart();

@@ -1,0 +1,140 @@
+#include "packaging/shared_files/provide.h"
+
+#include <array>
+#include <cerrno>
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <dirent.h>
+#include <fcntl.h>
+#include <string>
+#include <string_view>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "common/owners.h"
+
+namespace shared_files {
+
+namespace {
+
+constexpr std::string_view kTemporaryPrefix = ".create-shared-files-";
+constexpr mode_t kModeBits = 07777;
+
+/// A name that nobody can foresee, and so nobody can take beforehand.
+std::string TemporaryName() {
+    std::uint64_t number = 0;
+    if (::getrandom(&number, sizeof number, 0) != static_cast<ssize_t>(sizeof number)) {
+        return {};
+    }
+    std::array<char, 17> digits{};
+    (void)std::snprintf(digits.data(), digits.size(), "%016" PRIx64, number);
+    return std::string(kTemporaryPrefix) + digits.data();
+}
+
+/// A new file that goes away with the object unless it is given its name.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(int folder) : m_folder(folder), m_name(TemporaryName()) {
+        if (!m_name.empty()) {
+            m_file.Reset(::openat(folder, m_name.c_str(),
+                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        }
+    }
+    ~TemporaryFile() {
+        if (m_file) {
+            const int reason = errno;
+            (void)::unlinkat(m_folder, m_name.c_str(), 0);
+            errno = reason;
+        }
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    [[nodiscard]] bool Fill(const SharedFile& file) const {
+        return m_file && file.write(m_file.Get()) && ::fchmod(m_file.Get(), file.mode) == 0 &&
+               ::fsync(m_file.Get()) == 0;
+    }
+
+    /// Gives the file its name; `flags` as for renameat2.
+    bool Rename(const char* name, unsigned int flags) {
+        int result = ::renameat2(m_folder, m_name.c_str(), m_folder, name, flags);
+        if (result != 0 && errno == EINVAL && flags != 0) {
+            // Not every file system can look before it renames.
+            result = ::renameat(m_folder, m_name.c_str(), m_folder, name);
+        }
+        if (result != 0) {
+            return false;
+        }
+        m_file.Reset();
+        return ::fsync(m_folder) == 0;
+    }
+
+private:
+    int m_folder;
+    std::string m_name;
+    FileDescriptor m_file;
+};
+
+/// An empty file can be right, but not one that was left before it got its mode.
+bool IsSound(const struct stat& status, const SharedFile& file) {
+    return status.st_size >= file.minimumSize &&
+           (status.st_size > 0 || (status.st_mode & kModeBits) == file.mode);
+}
+
+}  // namespace
+
+Provided Provide(int folder, FolderOwner owner, const SharedFile& file) {
+    struct stat status {};
+    const bool isThere = ::fstatat(folder, file.name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+    if (!isThere && errno != ENOENT) {
+        return Provided::kFailed;
+    }
+    if (isThere && !S_ISREG(status.st_mode)) {
+        return Provided::kLeftAlone;
+    }
+    if (isThere && IsSound(status, file)) {
+        const bool hasMode = owner == FolderOwner::kEverybody ||
+                             (status.st_mode & kModeBits) == file.mode ||
+                             ::fchmodat(folder, file.name, file.mode, 0) == 0;
+        return hasMode ? Provided::kSound : Provided::kFailed;
+    }
+    TemporaryFile temporary(folder);
+    if (!temporary.Fill(file)) {
+        return Provided::kFailed;
+    }
+    if (!temporary.Rename(file.name, isThere ? 0 : RENAME_NOREPLACE)) {
+        return errno == EEXIST ? Provided::kLeftAlone : Provided::kFailed;
+    }
+    return isThere ? Provided::kRepaired : Provided::kMade;
+}
+
+FileDescriptor ProvideFolder(int parent, const char* name, mode_t mode) {
+    if (::mkdirat(parent, name, 0700) != 0 && errno != EEXIST) {
+        return {};
+    }
+    FileDescriptor folder(::openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    struct stat status {};
+    if (folder && (::fstat(folder.Get(), &status) != 0 ||
+                   ((status.st_mode & kModeBits) != mode && ::fchmod(folder.Get(), mode) != 0))) {
+        folder.Reset();
+    }
+    return folder;
+}
+
+void RemoveLeftovers(int folder) {
+    FileDescriptor copy(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const DirectoryStream entries(copy ? ::fdopendir(copy.Get()) : nullptr);
+    if (!entries) {
+        return;
+    }
+    [[maybe_unused]] const int ownedByTheStream = copy.Release();
+    while (const dirent* entry = ::readdir(entries.get())) {
+        if (std::string_view(entry->d_name).starts_with(kTemporaryPrefix)) {
+            (void)::unlinkat(folder, entry->d_name, 0);
+        }
+    }
+}
+
+}  // namespace shared_files

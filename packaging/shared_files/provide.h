@@ -1,0 +1,47 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include "common/file_descriptor.h"
+
+// Making files whole, where others may look on and lay traps. Any thread.
+
+namespace shared_files {
+
+/// A file that the product expects from installation.
+struct SharedFile {
+    const char* name;  ///< without a folder
+    mode_t mode;
+    off_t minimumSize;      ///< in bytes; a shorter one is of no use and is made anew
+    bool (*write)(int fd);  ///< writes the starting content; false with errno set
+};
+
+/// Who may put names into a folder.
+enum class FolderOwner {
+    kAdministrator,
+    kEverybody,
+};
+
+enum class Provided {
+    kSound,      ///< was there and keeps its content
+    kMade,       ///< was missing
+    kRepaired,   ///< was too short, or empty and closed to its users; made anew
+    kLeftAlone,  ///< a link, a folder or another thing that is no plain file, or just made
+                 ///< by somebody else
+    kFailed,     ///< see errno; what was there is as it was
+};
+
+/// Sees to it that `file` is in the open `folder`. It appears there whole, on the disk and with its
+/// mode, or not at all, whenever the process is killed; links are never followed. The mode of a
+/// sound file is set in the administrator's folder only: in everybody's it may be somebody's
+/// private file that was moved there.
+Provided Provide(int folder, FolderOwner owner, const SharedFile& file);
+
+/// Opens the folder `name` in the open folder `parent`, made when it is missing, and sets its mode.
+/// Not open on failure, with errno set.
+FileDescriptor ProvideFolder(int parent, const char* name, mode_t mode);
+
+/// Removes the half-made files that a killed process left in the open `folder`.
+void RemoveLeftovers(int folder);
+
+}  // namespace shared_files

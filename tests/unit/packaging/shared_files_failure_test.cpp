@@ -1,0 +1,195 @@
+#include <fstream>
+#include <optional>
+
+#include "tests/unit/packaging/shared_files_fixture.h"
+
+// create-shared-files on a disk that is full, and killed or refused at its system calls.
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t kPage = 4096;
+
+class SharedFilesFailure : public SharedFiles {
+protected:
+    // What an installation in place left behind that found no room.
+    void PutEmptyFiles() const {
+        for (const ExpectedFile& file : kFiles) {
+            Put(file.name, "", file.mode);
+        }
+    }
+
+    /// Each file is as it was before, missing or empty, or it is whole.
+    void ExpectNoneHalfMade(bool wereThere) const {
+        for (const ExpectedFile& file : kFiles) {
+            if (Exists(PathOf(file.name)) && (!wereThere || fs::file_size(PathOf(file.name)) > 0)) {
+                ExpectWhole(file);
+            }
+            EXPECT_TRUE(!wereThere || Exists(PathOf(file.name))) << file.name;
+        }
+    }
+};
+
+class SharedFilesFullDisk : public SharedFilesFailure {
+protected:
+    void SetUp() override {
+        SharedFiles::SetUp();
+        if (!HasPrivateRoot()) {
+            GTEST_SKIP() << "disks are only mounted in a private root";
+        }
+        m_disk.emplace(m_directory, "64k");
+        if (!m_disk->IsMounted()) {
+            GTEST_SKIP() << "no right to mount a disk to fill";
+        }
+    }
+
+    // Leaves room for so many pages; every file needs one.
+    void LeaveRoom(int pages) {
+        std::string all;
+        {
+            std::ofstream filler(m_filler, std::ios::binary);
+            const std::string page(kPage, 'x');
+            while (filler.write(page.data(), kPage).flush()) {
+            }
+        }
+        const auto size = fs::file_size(m_filler);
+        ASSERT_EQ(size % kPage, 0U);
+        fs::resize_file(m_filler, size - static_cast<std::size_t>(pages) * kPage);
+    }
+
+    std::string m_filler = PathOf("filler");
+
+private:
+    std::optional<TinyDisk> m_disk;
+};
+
+TEST_F(SharedFilesFullDisk, LeavesNoneHalfMadeAndTheNextRunMakesTheRest) {
+    constexpr int kWithContent = 7;
+    for (const bool wereThere : {false, true}) {
+        for (int pages = 0; pages <= kWithContent; ++pages) {
+            SCOPED_TRACE(std::to_string(pages) + (wereThere ? " repaired" : " made"));
+            for (const auto& entry : fs::directory_iterator(m_directory)) {
+                fs::remove_all(entry.path());
+            }
+            if (wereThere) {
+                PutEmptyFiles();
+            }
+            LeaveRoom(pages);
+            const Outcome run = Run();
+            EXPECT_EQ(run.status, pages < kWithContent ? 1 : 0);
+            EXPECT_EQ(run.errors.find("No space left on device") != std::string::npos,
+                      pages < kWithContent)
+                << run.errors;
+            ExpectNoneHalfMade(wereThere);
+            fs::remove(m_filler);
+            EXPECT_EQ(Run().status, 0);
+            ExpectAllWhole();
+        }
+    }
+}
+
+TEST_F(SharedFilesFullDisk, KeepsWhatItCannotReplace) {
+    Put("scanver.cnf", "cut off", 0644);
+    LeaveRoom(0);
+    EXPECT_EQ(Run().status, 1);
+    EXPECT_EQ(ReadFile(PathOf("scanver.cnf")), "cut off");
+}
+
+class SharedFilesTraced : public SharedFilesFailure {
+protected:
+    void SetUp() override {
+        SharedFiles::SetUp();
+        if (Execute({"strace", "-o", "/dev/null", "true"}).status != 0) {
+            GTEST_SKIP() << "strace is missing, or not allowed to look at processes";
+        }
+    }
+
+    Outcome Trace(std::vector<std::string> options) {
+        // The leak sanitizer cannot work in a process that is traced.
+        options.insert(options.begin(), {"strace", "-E", "ASAN_OPTIONS=detect_leaks=0"});
+        options.insert(options.end(), {CREATE_SHARED_FILES, m_directory});
+        return Execute(options);
+    }
+
+    // Each system call from the opening of the directory on, as strace is told of it.
+    std::vector<std::string> Calls() {
+        const std::string path = m_scratch / "trace";
+        EXPECT_EQ(Trace({"-o", path}).status, 0);
+        std::vector<std::string> calls;
+        std::map<std::string, int> seen;
+        bool hasBegun = false;
+        std::ifstream trace(path);
+        for (std::string line; std::getline(trace, line);) {
+            const std::string name = line.substr(0, line.find('('));
+            const int number = ++seen[name];
+            hasBegun = hasBegun || line.find(m_directory + "\", O_RDONLY") != std::string::npos;
+            if (hasBegun && name != line && name != "exit_group") {
+                calls.push_back(name + ":signal=KILL:when=" + std::to_string(number));
+            }
+        }
+        return calls;
+    }
+
+    void Reset(bool wereThere) const {
+        fs::remove_all(m_directory);
+        fs::create_directories(m_directory);
+        if (wereThere) {
+            PutEmptyFiles();
+        }
+    }
+};
+
+TEST_F(SharedFilesTraced, KilledAtAnyCallLeavesNoneHalfMadeAndTheNextRunMakesTheRest) {
+    for (const bool wereThere : {false, true}) {
+        Reset(wereThere);
+        const std::vector<std::string> calls = Calls();
+        ASSERT_GT(calls.size(), 60U) << "five or more for each file";
+        for (const std::string& call : calls) {
+            SCOPED_TRACE(call);
+            Reset(wereThere);
+            EXPECT_EQ(Trace({"-o", "/dev/null", "-e", "inject=" + call}).status, -1)
+                << "nobody was killed";
+            ExpectNoneHalfMade(wereThere);
+            EXPECT_EQ(Run().status, 0);
+            ExpectAllWhole();
+        }
+    }
+}
+
+TEST_F(SharedFilesTraced, AreOnTheDiskBeforeTheyHaveTheirNameAndTheNameAfterwards) {
+    const std::string path = m_scratch / "trace";
+    ASSERT_EQ(Trace({"-o", path, "-e", "trace=fsync,renameat2"}).status, 0);
+    std::string order;
+    std::ifstream trace(path);
+    for (std::string line; std::getline(trace, line);) {
+        order += line.starts_with("fsync(") ? "f" : line.starts_with("renameat2(") ? "R" : "";
+    }
+    std::string expected;
+    for (std::size_t i = 0; i < kFiles.size(); ++i) {
+        expected += "fRf";
+    }
+    EXPECT_EQ(order, expected);
+}
+
+TEST_F(SharedFilesTraced, ADiskThatTakesNothingLeavesNone) {
+    Put("scanver.cnf", "cut off", 0644);
+    const Outcome run = Trace({"-o", "/dev/null", "-e", "inject=fsync:error=EIO"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.errors.find(PathOf("main.rpt") + ": Input/output error\n"), std::string::npos);
+    EXPECT_EQ(ReadFile(PathOf("scanver.cnf")), "cut off");
+    EXPECT_EQ(CountOfEntries(), 3U) << "scanver.cnf and the two folders";
+}
+
+TEST_F(SharedFilesTraced, AFileSystemThatCannotLookBeforeItRenamesWillDo) {
+    EXPECT_EQ(Trace({"-o", "/dev/null", "-e", "inject=renameat2:error=EINVAL"}).status, 0);
+    ExpectAllWhole();
+}
+
+TEST_F(SharedFilesTraced, WhatSomebodyElseMakesMeanwhileIsLeftAlone) {
+    const Outcome run = Trace({"-o", "/dev/null", "-e", "inject=renameat2:error=EEXIST"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(CountOfEntries(), 2U) << "the two folders, and none that is half made";
+}
+
+}  // namespace

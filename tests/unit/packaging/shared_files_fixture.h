@@ -1,0 +1,105 @@
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <map>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "tests/support/scratch.h"
+
+// create-shared-files over a program directory of the test's own.
+
+struct ExpectedFile {
+    std::string name;
+    std::string content;
+    unsigned int mode;
+    std::size_t minimumSize;
+};
+
+inline const std::string kEmptyIndex("ZQRF\0\0\0\0\0\0\0\0", 12);
+
+/// What an installation makes, byte for byte.
+inline const std::vector<ExpectedFile> kFiles = {
+    {"zqscn.opt", std::string("\x01\x00\x0B", 3), 0666, 1},
+    {"main.rpt", kEmptyIndex, 0666, 12},
+    {"updt.rpt", kEmptyIndex, 0666, 12},
+    {"zqupdate.opt", std::string("\x09\0\0\0\x01\0\0\0", 8) + std::string(512, '\0'), 0666, 8},
+    {"scanver.cnf",
+     std::string("\xEA\x07\x0B\x00\xEA\x07\x0B\x00\x06\x00\x15\x00\0\0\0\0\0\0\0\0", 20), 0644, 20},
+    {"section.ini", "[LOGLIMIT]\nMAXLIMIT = 10000\nLIMIT = 5000\n", 0644, 1},
+    {"reports/VirMain.dat", std::string("\0\0\0\0VirRcONE.dat", 16) + std::string(88, '\0'), 0666,
+     104},
+    {"reports/VirRcONE.dat", "", 0666, 0},
+    {"reports/RecOffset.dat", "", 0666, 0},
+};
+
+class SharedFiles : public testing::Test {
+protected:
+    struct Outcome {
+        int status = -1;  ///< the exit status, -1 when it was killed
+        std::string errors;
+    };
+
+    /// Runs `program` with `arguments`.
+    Outcome Execute(std::vector<std::string> command) const {
+        const std::string errors = m_scratch / "errors";
+        const int status = InChild([&] {
+            const int fd = ::open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+            ::dup2(fd, STDERR_FILENO);
+            std::vector<char*> arguments;
+            arguments.reserve(command.size() + 1);
+            for (std::string& word : command) {
+                arguments.push_back(word.data());
+            }
+            arguments.push_back(nullptr);
+            ::execvp(arguments[0], arguments.data());
+            return 127;
+        });
+        return {status, ReadFile(errors)};
+    }
+
+    Outcome Run() const { return Execute({CREATE_SHARED_FILES, m_directory}); }
+
+    [[nodiscard]] std::string PathOf(const std::string& name) const {
+        return m_directory + "/" + name;
+    }
+
+    /// Puts a file in place; the folder is made.
+    void Put(const std::string& name, const std::string& content, unsigned int mode = 0600) const {
+        const std::string path = PathOf(name);
+        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+        WriteFile(path, content);
+        ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+    }
+
+    void ExpectWhole(const ExpectedFile& file) const {
+        EXPECT_TRUE(Exists(PathOf(file.name))) << file.name;
+        EXPECT_EQ(ReadFile(PathOf(file.name)), file.content) << file.name;
+        EXPECT_EQ(ModeOf(PathOf(file.name)), file.mode) << file.name;
+    }
+
+    void ExpectAllWhole() const {
+        for (const ExpectedFile& file : kFiles) {
+            ExpectWhole(file);
+        }
+        EXPECT_EQ(ModeOf(PathOf("reports")), 01777U);
+        EXPECT_EQ(ModeOf(PathOf("tmp")), 01777U);
+        EXPECT_EQ(CountOfEntries(), kFiles.size() + 2) << "and nothing else is left";
+    }
+
+    [[nodiscard]] std::size_t CountOfEntries() const {
+        std::size_t count = 0;
+        for ([[maybe_unused]] const auto& entry :
+             std::filesystem::recursive_directory_iterator(m_directory)) {
+            ++count;
+        }
+        return count;
+    }
+
+    void SetUp() override { std::filesystem::create_directories(m_directory); }
+
+    ScratchFolder m_scratch;
+    std::string m_directory = m_scratch / "program";
+};
