@@ -6,14 +6,16 @@
 #include <cstring>
 #include <ctime>
 #include <exception>
-#include <span>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "common/paths.h"
+#include "product/libdbmod/admin/arguments.h"
 #include "product/libdbmod/admin/password_input.h"
 #include "product/libdbmod/password_hash.h"
 #include "product/libdbmod/settings_database.h"
@@ -31,8 +33,8 @@ constexpr char kUsage[] =
     "       corvane-admin --help | --version\n"
     "\n"
     "Sets, changes and clears the password that guards the settings page of\n"
-    "Corvane Endpoint Protection. The password is read from the terminal, or from\n"
-    "standard input when that is no terminal or --stdin is given.\n";
+    "Corvane Endpoint Protection. The password is asked for twice on a terminal;\n"
+    "one line is read when standard input is no terminal or --stdin is given.\n";
 
 std::string DatabasePath() {
     return std::string(kProductDirectory) + kSettingsDatabaseName;
@@ -62,8 +64,9 @@ std::string Explain(const DatabaseResult& result) {
         case DatabaseStatus::kDiskFull:
             return "there is no room left on the disk for the settings database: " + path;
         case DatabaseStatus::kDamaged:
-            return "the settings database is damaged; move it away and run \"corvane-admin "
-                   "init\": " +
+            return "the settings database is damaged, and the settings page stays closed; to "
+                   "repair "
+                   "it, move it away, run \"corvane-admin init\" and set the password again: " +
                    path;
         case DatabaseStatus::kOk:
         case DatabaseStatus::kInterrupted:
@@ -94,16 +97,18 @@ const char* Objection(InputStatus status, const SecretText& password) {
     return "the password could not be read";
 }
 
-/// Reads the new password: twice from a terminal, once from anything else.
+/// Reads the new password: twice from a terminal, once with --stdin and from anything else.
 bool ReadNewPassword(bool fromStandardInput, SecretText& password) {
-    const bool ask = !fromStandardInput && isatty(STDIN_FILENO) == 1;
-    const InputStatus status = ask ? AskPassword(STDIN_FILENO, "New settings password: ", password)
-                                   : ReadPasswordLine(STDIN_FILENO, password);
+    const bool isTyped = isatty(STDIN_FILENO) == 1;
+    const bool isAsked = isTyped && !fromStandardInput;
+    const std::string_view prompt = isAsked ? "New settings password: " : "";
+    const InputStatus status = isTyped ? AskPassword(STDIN_FILENO, prompt, password)
+                                       : ReadPasswordLine(STDIN_FILENO, password);
     if (const char* objection = Objection(status, password)) {
         Complain(objection);
         return false;
     }
-    if (ask) {
+    if (isAsked) {
         SecretText repeated;
         if (AskPassword(STDIN_FILENO, "The same again: ", repeated) != InputStatus::kOk ||
             !(repeated == password)) {
@@ -194,42 +199,28 @@ ExitStatus Init() {
     return Complain(Explain(result));
 }
 
-/// What was given is never repeated: it could be a password.
-ExitStatus WrongUsage() {
-    std::fputs(kUsage, stderr);
+ExitStatus RunCommand(const AdminArguments& arguments) {
+    switch (arguments.command) {
+        case AdminCommand::kSetPassword:
+            return SetPassword(arguments.fromStandardInput);
+        case AdminCommand::kClearPassword:
+            return ClearPassword();
+        case AdminCommand::kStatus:
+            return ShowStatus();
+        case AdminCommand::kInit:
+            return Init();
+        case AdminCommand::kHelp:
+        case AdminCommand::kVersion:
+            break;
+    }
     return kExitUsage;
-}
-
-ExitStatus RunCommand(std::span<char*> arguments) {
-    if (arguments.size() < 2) {
-        return WrongUsage();
-    }
-    const std::string_view command = arguments[1];
-    const auto options = arguments.subspan(2);
-    if (command == "set-password") {
-        const bool fromStandardInput =
-            options.size() == 1 && std::string_view(options[0]) == "--stdin";
-        if (!options.empty() && !fromStandardInput) {
-            return WrongUsage();
-        }
-        return SetPassword(fromStandardInput);
-    }
-    if (!options.empty()) {
-        return WrongUsage();
-    }
-    if (command == "clear-password") {
-        return ClearPassword();
-    }
-    if (command == "status") {
-        return ShowStatus();
-    }
-    return command == "init" ? Init() : WrongUsage();
 }
 
 /// No core file with a password in it, and no file of ours that others may write.
 void ProtectSecrets() {
     constexpr rlimit kNoCore{0, 0};
     setrlimit(RLIMIT_CORE, &kNoCore);
+    prctl(PR_SET_DUMPABLE, 0);  // The limit does not count for a program that takes the cores.
     umask(022);
     std::signal(SIGXFSZ, SIG_IGN);  // A file-size limit is answered like a full disk.
 }
@@ -238,12 +229,16 @@ void ProtectSecrets() {
 }  // namespace dbmod
 
 int main(int argc, char** argv) {
-    const std::span<char*> arguments(argv, static_cast<std::size_t>(argc));
-    if (arguments.size() == 2 && std::string_view(arguments[1]) == "--help") {
+    const std::optional<dbmod::AdminArguments> arguments = dbmod::ParseAdminArguments(argc, argv);
+    if (!arguments) {
+        std::fputs(dbmod::kUsage, stderr);
+        return dbmod::kExitUsage;
+    }
+    if (arguments->command == dbmod::AdminCommand::kHelp) {
         std::fputs(dbmod::kUsage, stdout);
         return dbmod::kExitOk;
     }
-    if (arguments.size() == 2 && std::string_view(arguments[1]) == "--version") {
+    if (arguments->command == dbmod::AdminCommand::kVersion) {
         std::puts("corvane-admin " CORVANE_VERSION);
         return dbmod::kExitOk;
     }
@@ -252,7 +247,7 @@ int main(int argc, char** argv) {
     }
     dbmod::ProtectSecrets();
     try {
-        return dbmod::RunCommand(arguments);
+        return dbmod::RunCommand(*arguments);
     } catch (const std::exception& error) {
         return dbmod::Complain(error.what());
     }

@@ -120,8 +120,8 @@ InputStatus ReadPasswordLine(int fd, SecretText& text) {
     text.Clear();
     bool hasBegun = false;
     InputStatus status = InputStatus::kOk;
+    char c = 0;
     while (true) {
-        char c = 0;
         const ssize_t got = read(fd, &c, 1);
         if (got < 0 && errno == EINTR) {
             continue;
@@ -141,6 +141,7 @@ InputStatus ReadPasswordLine(int fd, SecretText& text) {
             status = InputStatus::kTooLong;
         }
     }
+    explicit_bzero(&c, sizeof c);  // Without a newline the last character.
     if (status != InputStatus::kOk) {
         text.Clear();
     }

@@ -41,6 +41,9 @@ enum class InputStatus {
 /// is left away, and may be missing from the last line. `text` is empty unless the result is kOk.
 InputStatus ReadPasswordLine(int fd, SecretText& text);
 
+// Not libbsd's readpassphrase(3): it cuts a password at a zero byte, cannot tell the end of the
+// input from an empty line, and hides only what is typed on "/dev/tty", not on standard input.
+
 /// Asks on the terminal `fd` without showing what is typed. A signal that ends or stops the program
 /// takes effect after the terminal has been put back; after a stop the question is asked again.
 InputStatus AskPassword(int fd, std::string_view prompt, SecretText& text);

@@ -46,8 +46,9 @@ TEST_F(CorvaneAdminTest, InitReplacesNoDamagedDatabase) {
     const Outcome run = RunAdmin({"init"});
     EXPECT_EQ(run.exitStatus, 1);
     EXPECT_EQ(run.errors,
-              "corvane-admin: the settings database is damaged; move it away and run "
-              "\"corvane-admin init\": /usr/lib/Corvane/Corvane/settings.db\n");
+              "corvane-admin: the settings database is damaged, and the settings page stays "
+              "closed; to repair it, move it away, run \"corvane-admin init\" and set the password "
+              "again: /usr/lib/Corvane/Corvane/settings.db\n");
     EXPECT_EQ(ReadFile(kDatabase), "not a database");
 }
 

@@ -239,14 +239,62 @@ TEST_F(CorvaneAdminTerminalTest, StoppedAndContinuedItAsksAgain) {
     EXPECT_EQ(CheckPassword("hunter2", Stored().hash), PasswordCheck::kMatches);
 }
 
-TEST_F(CorvaneAdminTerminalTest, WithStdinOneLineIsReadUnasked) {
+TEST_F(CorvaneAdminTerminalTest, WithStdinOneLineIsReadUnaskedAndNotShown) {
     Terminal terminal("set-password", "--stdin");
+    ASSERT_TRUE(WaitUntil([&] { return !terminal.Echoes(); }, kLimit));
     terminal.Type("hunter2\n");
     const int status = terminal.WaitForChange();
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 0);
-    EXPECT_EQ(terminal.Screen().find(kFirst), std::string::npos);
+    EXPECT_TRUE(terminal.Echoes());
+    EXPECT_EQ(terminal.Screen(), "\r\nThe settings password has been set.\r\n");
     EXPECT_EQ(CheckPassword("hunter2", Stored().hash), PasswordCheck::kMatches);
+}
+
+TEST_F(CorvaneAdminTerminalTest, WithStdinASignalPutsTheTerminalBackToo) {
+    SetCheapPassword();
+    Terminal terminal("set-password", "--stdin");
+    ASSERT_TRUE(WaitUntil([&] { return !terminal.Echoes(); }, kLimit));
+    terminal.Type("hunter2\x03");
+    const int status = terminal.WaitForChange();
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGINT);
+    EXPECT_TRUE(terminal.Echoes());
+    EXPECT_EQ(Stored().hash, kCheapHash);
+}
+
+TEST_F(CorvaneAdminTerminalTest, TakesEveryByteOfAnAnswerOrNone) {
+    struct Case {
+        std::string typed;
+        const char* objection;  // or null: the password is taken
+    };
+    const Case cases[] = {
+        {"\xff\xfe\xe4", nullptr},
+        {std::string(511, 'x'), nullptr},
+        {std::string(512, 'x'), "the password is longer than 511 bytes"},
+        {std::string(3000, 'x'), "the password is longer than 511 bytes"},
+        {std::string("ab\0cd", 5), "the password holds a zero byte"},
+    };
+    for (const Case& each : cases) {
+        SetCheapPassword();
+        Terminal terminal("set-password");
+        ASSERT_TRUE(terminal.Shows(kFirst));
+        terminal.Type(each.typed + "\n");
+        if (each.objection == nullptr) {
+            ASSERT_TRUE(terminal.Shows(kSecond));
+            terminal.Type(each.typed + "\n");
+        }
+        const int status = terminal.WaitForChange();
+        ASSERT_TRUE(WIFEXITED(status));
+        if (each.objection == nullptr) {
+            EXPECT_EQ(WEXITSTATUS(status), 0);
+            EXPECT_EQ(CheckPassword(each.typed.c_str(), Stored().hash), PasswordCheck::kMatches);
+        } else {
+            EXPECT_EQ(WEXITSTATUS(status), 1);
+            EXPECT_NE(terminal.Screen().find(each.objection), std::string::npos);
+            EXPECT_EQ(Stored().hash, kCheapHash);
+        }
+    }
 }
 
 TEST_F(CorvaneAdminTerminalTest, ADatabaseThatCannotBeUsedIsReportedBeforeTheQuestion) {

@@ -50,6 +50,12 @@ TEST_F(CorvaneAdminTest, ReadsOneLineOfStandardInput) {
         EXPECT_EQ(RunAdmin({"set-password", "--stdin"}, input).exitStatus, 0);
         EXPECT_EQ(CheckPassword("secret", Stored().hash), PasswordCheck::kMatches) << input;
     }
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"--stdin", "set-password"}, {"set-password", "--stdin", "--"}}) {
+        SetCheapPassword();
+        EXPECT_EQ(RunAdmin(arguments, "secret\n").exitStatus, 0);
+        EXPECT_EQ(CheckPassword("secret", Stored().hash), PasswordCheck::kMatches);
+    }
     EXPECT_EQ(RunAdmin({"set-password"}, " blanks kept \t\r\n").exitStatus, 0);
     EXPECT_EQ(CheckPassword(" blanks kept \t\r", Stored().hash), PasswordCheck::kMatches);
 }
@@ -84,6 +90,15 @@ TEST_F(CorvaneAdminTest, TakesNoPasswordFromItsArgumentsAndRepeatsNone) {
     const std::vector<std::string> wrong[] = {
         {"set-password", "hunter2"},
         {"set-password", "--stdin", "hunter2"},
+        {"set-password", "--stdin=hunter2"},
+        {"set-password", "--", "hunter2"},
+        {"set-password", "-hunter2"},
+        {"set-password", "clear-password"},
+        {"status", "--stdin"},
+        {"--stdin"},
+        {"--help", "--version"},
+        {"--help", "--stdin"},
+        {"--version", "status"},
         {"set-password", "--password=hunter2"},
         {"clear-password", "hunter2"},
         {"status", "hunter2"},
