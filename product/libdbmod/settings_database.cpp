@@ -332,6 +332,13 @@ DatabaseResult WritePasswordState(const std::string& path, const PasswordState& 
 }
 
 DatabaseResult CreateDatabase(const std::string& path) {
+    // SQLite would undo a dead writer's changes in the new database, with pages of an old one that
+    // has been moved away without its journal.
+    const std::string journal = path + "-journal";
+    if (access(path.c_str(), F_OK) != 0 && errno == ENOENT && unlink(journal.c_str()) != 0 &&
+        errno != ENOENT) {
+        return FromErrno(errno);
+    }
     std::string temporary = path + ".XXXXXX";
     FileDescriptor file(mkostemp(temporary.data(), O_CLOEXEC));
     if (!file) {

@@ -66,7 +66,7 @@ DatabaseResult ReadPasswordState(const std::string& path, DatabaseAccess access,
 DatabaseResult WritePasswordState(const std::string& path, const PasswordState& state);
 
 /// Makes a new database without a password, complete and with its mode from the moment its name
-/// appears. Never replaces anything.
+/// appears. Never replaces anything, but removes a journal that has lost its database.
 DatabaseResult CreateDatabase(const std::string& path);
 
 }  // namespace dbmod

@@ -307,6 +307,33 @@ TEST_F(SettingsDatabaseTest, AJournalLeftByAKilledWriterIsNoAnswerUntilAWriterUn
     EXPECT_EQ(Read(), DatabaseStatus::kOk);
 }
 
+TEST_F(SettingsDatabaseTest, ANewDatabaseTakesNothingFromTheJournalOfOneThatWasMovedAway) {
+    Store(kCheapHash);
+    const std::string journal = m_path + "-journal";
+    const std::string kept = m_directory / "kept";
+    {
+        const DatabaseLock writer(m_path,
+                                  "PRAGMA cache_size = 1; BEGIN EXCLUSIVE;"
+                                  "UPDATE settings_password SET changed_at = 5;"
+                                  "CREATE TABLE filler (x);"
+                                  "WITH RECURSIVE n(i) AS"
+                                  " (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200)"
+                                  " INSERT INTO filler SELECT randomblob(4000) FROM n");
+        fs::copy_file(journal, kept);
+    }
+    fs::remove(m_path);
+    fs::rename(kept, journal);
+    ASSERT_TRUE(CreateDatabase(m_path).IsOk());
+    EXPECT_FALSE(fs::exists(journal));
+    ASSERT_EQ(Read(DatabaseAccess::kReadWrite), DatabaseStatus::kOk);
+    EXPECT_FALSE(m_state.IsSet());
+
+    // One that has its database is another's, at work.
+    WriteFile(journal, "at work");
+    EXPECT_EQ(CreateDatabase(m_path).status, DatabaseStatus::kExists);
+    EXPECT_EQ(ReadFile(journal), "at work");
+}
+
 TEST_F(SettingsDatabaseTest, AFailedWriteKeepsTheOldPassword) {
     Store(kCheapHash);
     const pid_t writer = fork();
