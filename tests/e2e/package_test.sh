@@ -6,18 +6,9 @@ set -u
 e2eRoot=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/../.." && pwd -P)
 source "$e2eRoot/tests/e2e/e2e.sh"
 
-if [[ $EUID -ne 0 ]] || ! type -P dpkg-shlibdeps >/dev/null; then
-    echo "skipped: installing a package needs root, making one needs dpkg-dev"
-    exit 77
-fi
-
-scratch=$(mktemp -d)
-# A product that this machine may have is not what is tried out here.
-dpkg --purge corvane >/dev/null 2>&1
-rm -rf /usr/lib/Corvane
-
-package=$("$e2eRoot/packaging/make-deb" "$1/stage" "$scratch" | tail -n 1)
-Must "the package is made" test -s "$package"
+# shellcheck source=package.sh
+source "$e2eRoot/tests/e2e/package.sh"
+MakePackage "$1"
 
 ControlField() {
     dpkg-deb --field "$package" "$1"
@@ -31,15 +22,6 @@ Expect "all of it belongs to root" "root/root" \
     "$(dpkg-deb --contents "$package" | awk '{print $2}' | sort -u)"
 Expect "only the owner may write what it brings" "" \
     "$(dpkg-deb --contents "$package" | grep -v '^l' | cut -c 1-10 | grep -E '^.{5}w|^.{8}w')"
-
-# Reached through Must only.
-# shellcheck disable=SC2317
-Dpkg() {
-    dpkg "$@" >"$scratch/dpkg.log" 2>&1 || {
-        cat "$scratch/dpkg.log"
-        return 1
-    }
-}
 
 Modes() {
     (cd "$kProductDir" && stat -c '%a %U %n' zqscn.opt zqupdate.opt main.rpt updt.rpt scanver.cnf \
@@ -73,7 +55,13 @@ LIMIT = 5000" "$(cat "$kProductDir/section.ini")"
 Expect "the command" "$kProductDir/corvane" "$(readlink -f /usr/bin/corvane)"
 Expect "the reader of the virus log" "corvane-virlog $(ControlField Version)" "$(corvane-virlog --version)"
 Expect "its manual" /usr/share/man/man1/corvane-virlog.1.gz "$(dpkg -L corvane | grep 'corvane-virlog\.1')"
-Expect "it is stripped" 0 "$(readelf -S /usr/bin/corvane-virlog | grep -c '\.symtab')"
+for binary in /usr/bin/corvane-virlog "$kProductDir/create-shared-files" "$kProductDir/scanapi.so"; do
+    Expect "$binary is stripped" 0 "$(readelf -S "$binary" | grep -c '\.symtab')"
+done
+for locale in en_US en; do
+    Expect "the labels of reports for $locale" yes \
+        "$(YesOrNo test -s "$kProductDir/translation/$locale/LC_MESSAGES/lang.mo")"
+done
 Expect "no record in the virus log" "[]" "$(corvane-virlog --format json 2>/dev/null)"
 Expect "no settings password" "No settings password is set." "$(corvane-admin status)"
 
@@ -82,7 +70,7 @@ SetAction 4
 printf 'secret\n' | corvane-admin set-password --stdin >/dev/null
 echo report >"$kProductDir/reports/scn0001.log"
 printf record >"$kProductDir/reports/VirRcONE.dat"
-printf version >"$kProductDir/scanver.cnf"
+printf 'a version of 20 bytes' >"$kProductDir/scanver.cnf"
 # Somebody lays a link for root to hit.
 echo victim >"$scratch/victim"
 chmod 600 "$scratch/victim"
@@ -92,14 +80,14 @@ Must "it upgrades" Dpkg --install "$package"
 Expect "the settings are kept" 04000b "$(Bytes "$kProductDir/zqscn.opt")"
 Expect "the reports are kept" report "$(cat "$kProductDir/reports/scn0001.log")"
 Expect "the virus log is kept" record "$(cat "$kProductDir/reports/VirRcONE.dat")"
-Expect "the version file is kept" version "$(cat "$kProductDir/scanver.cnf")"
+Expect "the version file is kept" 'a version of 20 bytes' "$(cat "$kProductDir/scanver.cnf")"
 Expect "a link in the reports hits nobody" "600 victim no" \
-    "$(stat -c %a "$scratch/victim") $(cat "$scratch/victim") $([[ -e $scratch/made ]] && echo yes || echo no)"
+    "$(stat -c %a "$scratch/victim") $(cat "$scratch/victim") $(YesOrNo test -e "$scratch/made")"
 Expect "the password is kept" 0 "$(corvane-admin status | grep -c '^No settings password')"
 
 Must "it is removed" Dpkg --remove corvane
-Expect "the program is gone" no "$([[ -e $kProductDir/corvane ]] && echo yes || echo no)"
+Expect "the program is gone" no "$(YesOrNo test -e "$kProductDir/corvane")"
 Expect "the reports stay" report "$(cat "$kProductDir/reports/scn0001.log")"
 Must "it is purged" Dpkg --purge corvane
-Expect "nothing is left" no "$([[ -e /usr/lib/Corvane ]] && echo yes || echo no)"
+Expect "nothing is left" no "$(YesOrNo test -e /usr/lib/Corvane)"
 Finish
