@@ -1,50 +1,11 @@
 #include "product/virlog/escape.h"
 
 #include <algorithm>
-#include <iterator>
 
+#include "common/misleading_characters.h"
 #include "product/virlog/utf8.h"
 
 namespace {
-
-struct CharacterRange {
-    char32_t first;
-    char32_t last;
-};
-
-// In order. The joiners U+200C and U+200D are left alone: several scripts cannot be written
-// without.
-constexpr CharacterRange kUnfit[] = {
-    {0x0000, 0x001F},    // C0 controls
-    {0x007F, 0x009F},    // DEL and C1 controls
-    {0x00AD, 0x00AD},    // soft hyphen
-    {0x061C, 0x061C},    // Arabic letter mark
-    {0x115F, 0x1160},    // Hangul fillers
-    {0x180E, 0x180E},    // Mongolian vowel separator
-    {0x200B, 0x200B},    // zero width space
-    {0x200E, 0x200F},    // direction marks
-    {0x2028, 0x202E},    // line and paragraph separator; direction embeddings and overrides
-    {0x2060, 0x206F},    // word joiner, invisible operators, direction isolates
-    {0x3164, 0x3164},    // Hangul filler
-    {0xFDD0, 0xFDEF},    // no characters
-    {0xFEFF, 0xFEFF},    // byte order mark
-    {0xFFA0, 0xFFA0},    // halfwidth Hangul filler
-    {0xFFF0, 0xFFFB},    // unassigned; interlinear annotations
-    {0xE0000, 0xE00FF},  // tags
-};
-
-bool IsUnfit(char32_t character) {
-    if (character >= 0x20 && character < 0x7F) {
-        return false;
-    }
-    if ((character & 0xFFFE) == 0xFFFE) {
-        return true;  // The last two of every plane are no characters.
-    }
-    const auto* const range =
-        std::lower_bound(std::begin(kUnfit), std::end(kUnfit), character,
-                         [](const CharacterRange& r, char32_t c) { return r.last < c; });
-    return range != std::end(kUnfit) && range->first <= character;
-}
 
 constexpr char kDigits[] = "0123456789abcdef";
 
@@ -87,7 +48,7 @@ void AppendEscaped(std::string& out, std::string_view text) {
             AppendByteEscape(out, static_cast<unsigned char>(text.front()));
         } else if (next.character == U'\\') {
             out += "\\\\";
-        } else if (IsUnfit(next.character)) {
+        } else if (IsMisleading(next.character)) {
             AppendCharacterEscape(out, next.character);
         } else {
             out += text.substr(0, next.length);

@@ -8,11 +8,10 @@
 //
 //   \\        a backslash
 //   \xHH      a byte that is not part of well-formed UTF-8
-//   \u{HHHH}  a character that is a command to the terminal, that changes the order in which others
-//             are shown, or one of those that are not seen; four to six digits
+//   \u{HHHH}  a character that may mislead (common/misleading_characters.h); four to six digits
 //
 // The manual lists these characters. Digits are lower-case hexadecimal. Everything else stands for
-// itself, also what is not seen and is part of how a language or a symbol is written. Any thread.
+// itself. Any thread.
 
 /// Appends `text` to `out` by the rule; what it appends is always well-formed UTF-8 in one line.
 void AppendEscaped(std::string& out, std::string_view text);

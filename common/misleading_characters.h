@@ -1,0 +1,14 @@
+#pragma once
+
+/// Whether a character, a Unicode scalar value, may mislead who looks at a name: it is a command to
+/// what shows it, breaks the line, changes the order in which others are shown, or is not seen at
+/// all. Whoever shows a name that others have chosen shows such a character as an escape.
+///
+/// In the terms of the Unicode Standard (14.0 to 15.1) these are
+///   - General_Category Cc, Zl and Zp: the controls, and the line and paragraph separator;
+///   - Default_Ignorable_Code_Point, which holds all of Bidi_Control, the zero width and filler
+///     characters, the joiners, the variation selectors and the tags;
+///   - the interlinear annotation characters U+FFF9 to U+FFFB;
+///   - Noncharacter_Code_Point.
+/// Blanks are none of them, nor are combining marks that are seen. Any thread.
+bool IsMisleading(char32_t character);
