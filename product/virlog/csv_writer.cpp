@@ -1,6 +1,6 @@
+#include "common/utf8.h"
 #include "product/virlog/escape.h"
 #include "product/virlog/formats.h"
-#include "product/virlog/utf8.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "common/misleading_characters.h"
-#include "product/virlog/utf8.h"
+#include "common/utf8.h"
 
 namespace {
 

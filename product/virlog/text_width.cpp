@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cwchar>
 
-#include "product/virlog/utf8.h"
+#include "common/utf8.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "product/virlog/utf8.h"
+#include "common/utf8.h"
 #include "tests/support/scratch.h"
 
 using namespace std::string_literals;
