@@ -13,6 +13,7 @@
 #include "common/text_field.h"
 #include "common/utf16.h"
 #include "reports/virus_log/log_files.h"
+#include "reports/virus_log/record_walk.h"
 #include "reports/virus_log/virus_record.h"
 
 namespace {
@@ -21,64 +22,6 @@ using Offset = std::uint64_t;
 
 constexpr Offset kHeadSize = sizeof(tagVIRHEAD);
 constexpr Offset kFixedSize = sizeof(tagVIRRECORD);
-
-// Far beyond any path, in bytes.
-constexpr std::uint32_t kLongestText = 1U << 20U;
-
-bool IsPlausibleLength(std::uint32_t length) {
-    return length % sizeof(char16_t) == 0 && length <= kLongestText;
-}
-
-// Holes in a file read as zeros, after a crash or because somebody made them to have us fill our
-// memory; a record has a month.
-bool IsPlausible(const tagVIRRECORD& record) {
-    return IsPlausibleLength(record.pathLength) && IsPlausibleLength(record.domainLength) &&
-           record.time.month != 0;
-}
-
-// Reads a file through a window, since records are small and stand one after the other.
-class WindowedFile {
-public:
-    WindowedFile(int fd, Offset end) : m_fd(fd), m_end(end) {}
-
-    // The bytes at `offset`, valid until the next call; empty when they are not all there.
-    std::span<const std::byte> At(Offset offset, Offset length) {
-        if (offset > m_end || length > m_end - offset) {
-            return {};
-        }
-        if (offset < m_start || offset + length > m_start + m_window.size()) {
-            m_start = offset;
-            m_window.resize(
-                static_cast<std::size_t>(std::min(std::max(length, kWindowSize), m_end - offset)));
-            if (!ReadAt(m_fd, static_cast<off_t>(offset), m_window)) {
-                m_window.clear();
-                return {};
-            }
-        }
-        return std::span<const std::byte>(m_window).subspan(
-            static_cast<std::size_t>(offset - m_start), static_cast<std::size_t>(length));
-    }
-
-    // The fixed part of a record that lies at `offset` as a whole.
-    std::optional<tagVIRRECORD> RecordAt(Offset offset) {
-        tagVIRRECORD record{};
-        const auto bytes = At(offset, kFixedSize);
-        if (bytes.empty()) {
-            return std::nullopt;
-        }
-        std::copy(bytes.begin(), bytes.end(), BytesOf(record).begin());
-        const bool isWhole = IsPlausible(record) && RecordSize(record) <= m_end - offset;
-        return isWhole ? std::optional(record) : std::nullopt;
-    }
-
-private:
-    static constexpr Offset kWindowSize = 1U << 20U;
-
-    int m_fd;
-    Offset m_end;
-    Offset m_start = 0;
-    std::vector<std::byte> m_window;
-};
 
 std::u16string Units(std::span<const std::byte> bytes) {
     std::u16string units(bytes.size() / sizeof(char16_t), u'\0');
@@ -109,20 +52,6 @@ struct Walk {
     std::vector<Offset> records;
     std::uint64_t damaged = 0;
 };
-
-// Record after record by their lengths alone; whether that ends where the records end.
-bool WalkByLengths(WindowedFile& file, Offset end, Walk& walk) {
-    Offset at = kHeadSize;
-    while (at < end) {
-        const auto record = file.RecordAt(at);
-        if (!record) {
-            return false;
-        }
-        walk.records.push_back(at);
-        at += RecordSize(*record);
-    }
-    return true;
-}
 
 // The same where a record is torn: the next offset in the table tells where to go on. A table that
 // is itself out of date is asked only now.
@@ -177,31 +106,22 @@ std::optional<VirusLogEntry> ReadEntry(WindowedFile& file, Offset at) {
     return strings.size() == length ? std::optional(Decode(*record, strings)) : std::nullopt;
 }
 
-}  // namespace
-
-ReadLogResult ReadVirusLogCopy(const char* path, VirusLogContents& out) {
-    out = {};
-    const FileDescriptor copy = OpenExistingSharedFile(path, O_RDONLY);
-    if (!copy) {
-        return ReadLogResult::kCannotOpen;
-    }
-    const auto size = static_cast<Offset>(std::max<off_t>(SizeOf(copy.Get()), 0));
-    tagVIRHEAD head{};
-    if (!ReadAt(copy.Get(), 0, BytesOf(head))) {
-        return ReadLogResult::kNotALog;
-    }
-    const Offset end = head.counter.tableOffset;
-    if (end < kHeadSize || end > size) {
-        return ReadLogResult::kNotALog;
-    }
+// Reads the `size` bytes of a file whose records end at `end`, with the table behind them.
+void ReadRecords(int fd, const tagVIRHEAD& head, Offset end, Offset size, VirusLogContents& out) {
     out.majorVersion = head.identity.majorVersion;
     out.minorVersion = head.identity.minorVersion;
     out.computerName = FieldBytes(std::as_bytes(std::span(head.identity.computerName)));
 
-    WindowedFile file(copy.Get(), end);
+    WindowedFile file(fd, end);
     Walk walk;
-    if (!WalkByLengths(file, end, walk)) {
-        walk = WalkByTable(file, end, ReadTable(copy.Get(), size, end));
+    auto records = WalkByLengths(file);
+    // A count that is too high means nothing where every record is whole: who was killed between
+    // head and record has left it, or a trim has.
+    const bool isWhole = records.has_value();
+    if (isWhole) {
+        walk.records = std::move(*records);
+    } else {
+        walk = WalkByTable(file, end, ReadTable(fd, size, end));
     }
     out.entries.reserve(walk.records.size());
     for (const Offset at : walk.records) {
@@ -211,6 +131,38 @@ ReadLogResult ReadVirusLogCopy(const char* path, VirusLogContents& out) {
     }
     out.damagedBytes = walk.damaged;
     const auto found = static_cast<std::uint32_t>(out.entries.size());
-    out.missing = head.counter.count > found ? head.counter.count - found : 0;
+    out.missing = !isWhole && head.counter.count > found ? head.counter.count - found : 0;
+}
+
+}  // namespace
+
+ReadLogResult ReadVirusLogCopy(const char* path, VirusLogContents& out) {
+    out = {};
+    const FileDescriptor copy = OpenExistingSharedFile(path, O_RDONLY);
+    return copy ? ReadVirusLogCopy(copy.Get(), out) : ReadLogResult::kCannotOpen;
+}
+
+ReadLogResult ReadVirusLogCopy(int fd, VirusLogContents& out) {
+    out = {};
+    const auto size = static_cast<Offset>(std::max<off_t>(SizeOf(fd), 0));
+    tagVIRHEAD head{};
+    if (!ReadAt(fd, 0, BytesOf(head))) {
+        return ReadLogResult::kNotALog;
+    }
+    const Offset end = head.counter.tableOffset;
+    if (end < kHeadSize || end > size) {
+        return ReadLogResult::kNotALog;
+    }
+    ReadRecords(fd, head, end, size, out);
+    return ReadLogResult::kOk;
+}
+
+ReadLogResult ReadRecordFile(int fd, std::uint64_t size, VirusLogContents& out) {
+    out = {};
+    tagVIRHEAD head{};
+    if (size < kHeadSize || !ReadAt(fd, 0, BytesOf(head))) {
+        return ReadLogResult::kNotALog;
+    }
+    ReadRecords(fd, head, size, size, out);
     return ReadLogResult::kOk;
 }

@@ -24,7 +24,7 @@ struct VirusLogContents {
     std::string computerName;
     std::vector<VirusLogEntry> entries;  ///< oldest first
     std::uint64_t damagedBytes = 0;      ///< bytes between records that belong to none
-    std::uint32_t missing = 0;           ///< records counted in the head and not found
+    std::uint32_t missing = 0;           ///< of a torn log: records counted and not found
 };
 
 enum class ReadLogResult {
@@ -35,7 +35,14 @@ enum class ReadLogResult {
 
 /// Reads the copy at `path` that ZQVRGetVirusReportFile has made.
 ///
-/// The file is not trusted: a torn record, one with impossible lengths and a count that does not
-/// fit are passed over and told about, and reading goes on at the next record that the table of
-/// offsets names. Any thread.
+/// The file is not trusted: a torn record, and one with impossible lengths, is passed over and told
+/// about, and reading goes on at the next record that the table of offsets names. Where all records
+/// are whole the count in the head is not looked at. Any thread.
 ReadLogResult ReadVirusLogCopy(const char* path, VirusLogContents& out);
+
+/// The same with the copy open for reading; it stays the caller's.
+ReadLogResult ReadVirusLogCopy(int fd, VirusLogContents& out);
+
+/// The same with the first `size` bytes of an open record file, which has no table: a torn record
+/// ends what can be read of it.
+ReadLogResult ReadRecordFile(int fd, std::uint64_t size, VirusLogContents& out);

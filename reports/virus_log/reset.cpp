@@ -9,6 +9,7 @@
 #include "reports/virus_log/delete_records.h"
 #include "reports/virus_log/log_files.h"
 #include "reports/virus_log/log_mutex.h"
+#include "reports/virus_log/record_count.h"
 #include "reports/virus_log/virus_log.h"
 
 namespace {
@@ -84,7 +85,7 @@ int MergeFiles(const char* into, const char* from) {
         return 0;
     }
     // A reset that calls this holds the mutex already, which makes this wait in vain: kept as it
-    // always was, and the records wait unharmed in the second file.
+    // always was. The records wait unharmed in the second file until the reset calls this again.
     const LogMutex mutex(kRecordMutex, kResetWait);
     if (!mutex.IsHeld()) {
         return 0;
@@ -126,10 +127,15 @@ bool PerformResetLog(unsigned int count) {
         }
         return false;
     }
-    const LogMutex recordMutex(kRecordMutex, kResetWait);
-    // What could not be merged waits in the second file; that the oldest are gone stays true.
-    (void)MergeFiles(kRecordFile, kSecondRecordFile);
+    LogMutex recordMutex(kRecordMutex, kResetWait);
+    const bool isMerged = MergeFiles(kRecordFile, kSecondRecordFile) == 1;
     (void)RestoreMainFileHeader(main.Get());
+    recordMutex.Release();
+    if (!isMerged) {
+        // Now the mutex is free. What still cannot be merged waits in the second file; that the
+        // oldest are gone stays true.
+        (void)MergeFiles(kRecordFile, kSecondRecordFile);
+    }
     return true;
 }
 
@@ -137,16 +143,10 @@ bool ZQVRResetLog(unsigned int count, unsigned int* remaining) {
     if (remaining == nullptr) {
         return false;
     }
-    tagVIRCOUNTER counter{};
-    {
-        const FileDescriptor records = OpenLogFile(kRecordFile);
-        if (!records || !ReadAt(records.Get(), 0, BytesOf(counter))) {
-            return false;
-        }
-    }
-    if (counter.count < count) {
+    const std::optional<std::uint32_t> held = CorrectCounts();
+    if (!held || *held < count) {
         return false;
     }
-    *remaining = counter.count - count;
+    *remaining = *held - count;
     return PerformResetLog(count);
 }

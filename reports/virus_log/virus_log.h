@@ -17,9 +17,10 @@ inline constexpr unsigned int kVirusReportPathSize = 288;
 bool ZQVRAddRecVirusReport(unsigned int component, const char* filePath, const char* virusName,
                            const char* action);
 
-/// Removes the oldest `count` records; `*remaining` receives how many stay. False with an unchanged
-/// log when it holds fewer. Records that others add meanwhile go to a second file. Takes at least
-/// 10 seconds.
+/// Removes the oldest `count` records; `*remaining` receives how many stay. False with all records
+/// there when it holds fewer. First sets a count that does not fit the records right. Records that
+/// others add meanwhile go to a second file and then to the end of the log. Takes at least 10
+/// seconds.
 bool ZQVRResetLog(unsigned int count, unsigned int* remaining);
 
 /// Makes a copy of the log that can be read without any lock (see log_reader.h) and stores its full

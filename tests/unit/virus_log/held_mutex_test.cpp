@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "reports/virus_log/log_files.h"
+#include "reports/virus_log/record_count.h"
 #include "reports/virus_log/reset.h"
 #include "reports/virus_log/virus_log.h"
 #include "tests/unit/virus_log/virus_log_fixture.h"
@@ -102,6 +103,11 @@ TEST_F(HeldMutexTest, WithoutThatOfTheRecordsNothingIsMergedOrReset) {
             const bool isTold = WaitUntil(
                 [this] { return Content("VirMain.dat") == MainBytes(1, "VirRcTWO.dat"); });
             return JoinChild(reset) != 0 || !isTold;
+        },
+        [] { return CorrectCounts().has_value(); },
+        [] {
+            unsigned int remaining = 0;
+            return ZQVRResetLog(1, &remaining);
         },
     });
     ExpectUnchanged();

@@ -74,11 +74,19 @@ TEST_F(LogReader, ARecordThatIsTooShortLeavesTheRestAsDamage) {
     ExpectRead("/a  /c ", 4, 0);
 }
 
-TEST_F(LogReader, CountedRecordsThatAreNotThereAreMissing) {
+// As a writer leaves it that was killed between head and record, and as every trim does.
+TEST_F(LogReader, ACountThatIsTooHighIsNoDamageWhereAllRecordsAreWhole) {
     ASSERT_EQ(Read(5, Record('a') + Record('b'), U32(88) + U32(308)), ReadLogResult::kOk);
-    ExpectRead("/a /b ", 0, 3);
+    ExpectRead("/a /b ", 0, 0);
     ASSERT_EQ(Read(0xFFFFFFFF, "", ""), ReadLogResult::kOk);
-    ExpectRead("", 0, 0xFFFFFFFF);
+    ExpectRead("", 0, 0);
+}
+
+TEST_F(LogReader, OfATornLogCountedRecordsThatAreNotThereAreMissing) {
+    ASSERT_EQ(Read(5, Record('a') + Record('b') + "half", U32(88) + U32(308)), ReadLogResult::kOk);
+    ExpectRead("/a /b ", 4, 3);
+    ASSERT_EQ(Read(0xFFFFFFFF, "x", ""), ReadLogResult::kOk);
+    ExpectRead("", 1, 0xFFFFFFFF);
 }
 
 TEST_F(LogReader, RecordsThatAreNotCountedAreRead) {
