@@ -1,5 +1,6 @@
 #include "reports/files/complete_scan.h"
 
+#include <ctime>
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
@@ -17,8 +18,10 @@ void WriteCmpScnRptforAdmin() {
     if (!file) {
         return;
     }
+    // Whole seconds: whoever reads the record compares it with times that have no milliseconds.
+    const std::tm parts = LocalTm(std::time(nullptr));
     tagSYSTEMTIME now{};
-    GetLocalTime(&now);
+    TmToSystemTime(&parts, &now);
     WriteAll(file.Get(), BytesOf(std::as_const(now)));
     (void)::fchmod(file.Get(), 0666);
 }
