@@ -29,13 +29,24 @@ struct IndexHeader {
 #pragma pack(pop)
 static_assert(sizeof(IndexHeader) == 11);
 
-// A FIFO in the index's place must not keep anybody waiting.
+// Everybody may write in the index's folder: a link in its place leads nowhere, and a FIFO must not
+// keep anybody waiting.
 FileDescriptor OpenIndex(int flags) {
-    return FileDescriptor(open(kScheduledIndexPath, flags | O_CLOEXEC | O_NONBLOCK, kIndexMode));
+    return FileDescriptor(
+        open(kScheduledIndexPath, flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, kIndexMode));
 }
 
-bool WriteHeader(const FileDescriptor& index, std::uint32_t count) {
-    const IndexHeader header{.count = count, .reserved = {}};
+// The same to write, which only a regular file is for.
+FileDescriptor OpenIndexToWrite(int flags) {
+    FileDescriptor index = OpenIndex(flags);
+    struct stat status {};
+    if (index && (fstat(index.Get(), &status) != 0 || !S_ISREG(status.st_mode))) {
+        index.Reset();
+    }
+    return index;
+}
+
+bool WriteHeader(const FileDescriptor& index, const IndexHeader& header) {
     return lseek(index.Get(), kHeaderOffset, SEEK_SET) == kHeaderOffset &&
            WriteAll(index.Get(), BytesOf(header));
 }
@@ -45,18 +56,20 @@ bool ReadHeader(const FileDescriptor& index, IndexHeader& header) {
 }
 
 bool CreateIndex() {
-    const FileDescriptor created = OpenIndex(O_RDWR | O_CREAT);
-    return created.IsOpen() && WriteHeader(created, 0);
+    const FileDescriptor created = OpenIndexToWrite(O_RDWR | O_CREAT);
+    return created.IsOpen() && WriteHeader(created, {});
 }
 
 bool CountOneMore() {
-    const FileDescriptor index = OpenIndex(O_RDWR);
+    const FileDescriptor index = OpenIndexToWrite(O_RDWR);
     IndexHeader header{};
     if (!index.IsOpen() || lseek(index.Get(), kHeaderOffset, SEEK_SET) != kHeaderOffset ||
         !ReadHeader(index, header)) {
         return false;
     }
-    const bool written = WriteHeader(index, header.count + 1);
+    // The reserved bytes go back as they came.
+    ++header.count;
+    const bool written = WriteHeader(index, header);
     fchmod(index.Get(), kIndexMode);
     return written;
 }
@@ -73,7 +86,7 @@ bool ScanReports::MakeIndexEntry(tagReportIndexEntry* entry) {
     if (!CountOneMore()) {
         return false;
     }
-    const FileDescriptor index = OpenIndex(O_WRONLY | O_APPEND);
+    const FileDescriptor index = OpenIndexToWrite(O_WRONLY | O_APPEND);
     const bool written = index.IsOpen() && WriteAll(index.Get(), BytesOf(*entry));
     if (index.IsOpen()) {
         fchmod(index.Get(), kIndexMode);
@@ -124,7 +137,7 @@ bool WriteIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& entries, 
         return false;
     }
     *err = kIndexOk;
-    const FileDescriptor index = OpenIndex(O_WRONLY | O_CREAT);
+    const FileDescriptor index = OpenIndexToWrite(O_WRONLY | O_CREAT);
     if (!index.IsOpen()) {
         *err = kIndexOpenFailed;
         return false;

@@ -9,6 +9,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "common/file_descriptor.h"
 #include "common/text_field.h"
 #include "reports/files/scheduled_index.h"
 #include "tests/unit/reports/scheduled_index_fixture.h"
@@ -41,6 +42,36 @@ TEST_F(ScheduledIndex, EachRecordRaisesTheCountAndLandsAtTheEnd) {
     EXPECT_EQ(bytes.size(), kHeaderSize + 3 * kRecordSize);
     EXPECT_EQ(bytes[8], 3);
     EXPECT_EQ(Listed(0), (Names{"a", "b", "c"}));
+}
+
+TEST_F(ScheduledIndex, ARecordLeavesTheReservedHeaderBytesAsTheyAre) {
+    Append("a", 1);
+    std::string bytes = Bytes();
+    bytes.replace(12, 7, "ABCDEFG");
+    SetBytes(bytes);
+    Append("b", 1);
+    EXPECT_EQ(Bytes().substr(0, kHeaderSize), std::string("\0\0\0\0\0\0\0\0\x02\0\0\0ABCDEFG", 19));
+}
+
+TEST_F(ScheduledIndex, ALinkInItsPlaceIsNotFollowed) {
+    Append("a", 1);
+    const std::string elsewhere = std::string(kReports) + "/elsewhere";
+    fs::rename(kIndex, elsewhere);
+    fs::create_symlink(elsewhere, kIndex);
+    const std::string before = ReadFile(elsewhere);
+    std::vector<tagReportIndexEntry> entries;
+    unsigned int err = 0;
+    EXPECT_FALSE(ReadIndexEntry(1001, entries, 0, &err));
+    EXPECT_EQ(err, 1002U);
+    EXPECT_FALSE(WriteIndexEntry(1001, entries, &err));
+    EXPECT_EQ(err, 1002U);
+    tagReportIndexEntry entry = Entry("b", 1);
+    EXPECT_FALSE(ScanReports().MakeIndexEntry(&entry));
+    EXPECT_EQ(ReadFile(elsewhere), before);
+    fs::remove(elsewhere);
+    EXPECT_FALSE(ScanReports().MakeIndexEntry(&entry)) << "nor does it create a file";
+    EXPECT_FALSE(WriteIndexEntry(1001, entries, &err));
+    EXPECT_FALSE(fs::exists(elsewhere));
 }
 
 TEST_F(ScheduledIndex, ANullEntryOrAMissingFolderFails) {
@@ -105,6 +136,12 @@ TEST_F(ScheduledIndex, NobodyWaitsAtAFifo) {
     EXPECT_EQ(err, 1002U);
     tagReportIndexEntry entry{};
     EXPECT_FALSE(ScanReports().MakeIndexEntry(&entry));
+    // Nor is anything written to one that somebody reads.
+    const FileDescriptor reader(open(kIndex, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    EXPECT_FALSE(WriteIndexEntry(1001, entries, &err));
+    EXPECT_EQ(err, 1002U);
+    char byte = 0;
+    EXPECT_LE(read(reader.Get(), &byte, 1), 0);
 }
 
 TEST_F(ScheduledIndex, AHeaderThatIsNotWholeIsError1005) {
