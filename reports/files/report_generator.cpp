@@ -84,6 +84,9 @@ std::string TotalTime() {
 }  // namespace
 
 ReportGen::ReportGen(const tagPathList* paths) : m_paths(CopyPathList(paths)) {
+    // Without a report of this scan the viewer must not show that of the one before.
+    CopyToField(g_szRptName, "");
+    CopyToField(g_szRptPath, "");
     NewReport report = CreateNewReport("scn");
     if (!report.file) {
         return;

@@ -16,8 +16,8 @@ class ReportGen {
 public:
     /// Copies the list, which may be null, and opens a new report in "reports/" of the application
     /// directory, created with mode 0600; g_szRptName and g_szRptPath then name it. When it cannot
-    /// be opened, or its path does not fit 255 bytes, every write does nothing and these two stay
-    /// as they were.
+    /// be opened, or its path does not fit 255 bytes, every write does nothing and these two are
+    /// empty.
     explicit ReportGen(const tagPathList* paths);
 
     /// Closes the report; its mode becomes 0666, so that every user can read and change it.
