@@ -52,7 +52,8 @@ void dlgReport::AddShortcuts() {
 
 void dlgReport::init() {
     m_printer = std::make_unique<QPrinter>();
-    if (auto listed = ListReports(m_kind)) {
+    // The page has looked at the index's count; the steps go by the records themselves.
+    if (auto listed = ListReports(m_kind, IndexCount::kIgnored)) {
         m_reports = std::move(*listed);
         FindCurrentReport();
     } else if (m_kind != kScheduledReports) {

@@ -68,7 +68,7 @@ void ReportsPage::Fill() {
     QTreeWidget* list = m_ui->lstReports;
     list->clear();
     list->setSortingEnabled(false);  // rows stay in the order of the index
-    const auto reports = ListReports(CurrentKind());
+    const auto reports = ListReports(CurrentKind(), IndexCount::kNoneMeansEmpty);
     if (!reports) {
         SayWhatIsEmpty();
         if (CurrentKind() != kScheduledReports) {

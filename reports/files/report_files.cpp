@@ -43,12 +43,12 @@ std::string ReportIndexPath(ReportKind kind) {
     return InProgramDirectory(kind == kUpdateReports ? kUpdateIndexName : kScanIndexName);
 }
 
-std::optional<std::vector<ReportListing>> ListReports(ReportKind kind) {
+std::optional<std::vector<ReportListing>> ListReports(ReportKind kind, IndexCount count) {
     if (kind == kScheduledReports) {
         return ListScheduledReports();
     }
     std::vector<tagScanIndexEntry> entries;
-    if (!ReadReportIndex(ReportIndexPath(kind).c_str(), entries)) {
+    if (!ReadReportIndex(ReportIndexPath(kind).c_str(), count, entries)) {
         return std::nullopt;
     }
     std::vector<ReportListing> listed;

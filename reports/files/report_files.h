@@ -23,8 +23,8 @@ std::string ReportIndexPath(ReportKind kind);
 
 /// The reports of one kind in the order of their index; of scheduled scans those that belong to the
 /// user of this process. Nothing when the index cannot be opened; a missing index of scheduled
-/// scans lists none.
-std::optional<std::vector<ReportListing>> ListReports(ReportKind kind);
+/// scans lists none. `count` is what that of an index of scans or updates says.
+std::optional<std::vector<ReportListing>> ListReports(ReportKind kind, IndexCount count);
 
 /// The path of a report named as its index names it. Nothing for a name in "reports/" that leads
 /// elsewhere: every user may write the index.

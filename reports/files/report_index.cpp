@@ -113,7 +113,7 @@ bool AppendReportIndexEntry(const char* path, const tagScanIndexEntry& entry, In
     return true;
 }
 
-bool ReadReportIndex(const char* path, std::vector<tagScanIndexEntry>& out) {
+bool ReadReportIndex(const char* path, IndexCount count, std::vector<tagScanIndexEntry>& out) {
     out.clear();
     if (path == nullptr) {
         return false;
@@ -124,7 +124,7 @@ bool ReadReportIndex(const char* path, std::vector<tagScanIndexEntry>& out) {
     }
     tagReportIndexHeader header{};
     if (ReadFull(index.Get(), BytesOf(header)) == static_cast<std::ptrdiff_t>(sizeof header) &&
-        header.count != 0) {
+        (count == IndexCount::kIgnored || header.count != 0)) {
         tagScanIndexEntry entry{};
         while (out.size() < kMaxIndexRecords && ReadFull(index.Get(), BytesOf(entry)) > 0) {
             out.push_back(entry);

@@ -63,10 +63,15 @@ bool AppendReportIndexEntry(const char* path, const tagScanIndexEntry& entry, In
 /// this was not made by us.
 inline constexpr std::size_t kMaxIndexRecords = 100'000;
 
-/// Reads the records of the index at `path` in file order; none when its header counts none. The
-/// header's count is not trusted further, and a record torn at the end of the file is filled up
-/// with zeros. False when the index cannot be opened. Any thread.
-bool ReadReportIndex(const char* path, std::vector<tagScanIndexEntry>& out);
+/// What the count in the header says to a reader.
+enum class IndexCount {
+    kNoneMeansEmpty,  ///< a count of 0 lists nothing; any other is not trusted further
+    kIgnored,         ///< the records are read until the file ends
+};
+
+/// Reads the records of the index at `path` in file order. A record torn at the end of the file is
+/// filled up with zeros. False when the index cannot be opened. Any thread.
+bool ReadReportIndex(const char* path, IndexCount count, std::vector<tagScanIndexEntry>& out);
 
 /// Replaces the whole index at `path` by its header and `entries`; its mode becomes 0666.
 /// False when it cannot be opened for writing (it is never created here) or not be written whole.

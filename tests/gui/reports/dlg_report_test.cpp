@@ -7,6 +7,7 @@
 
 #include <QPushButton>
 
+#include "reports/files/report_generator.h"
 #include "reports/files/scheduled_index.h"
 #include "tests/gui/reports/dlg_report_fixture.h"
 
@@ -89,6 +90,28 @@ TEST_F(DlgReportTest, AReportThatIsNotListedIsShownWithoutSteps) {
     m_dialog->OnNextClick();
     m_dialog->OnPrevClick();
     EXPECT_EQ(Shown(), "report b");
+}
+
+TEST_F(DlgReportTest, TheStepsGoByTheRecordsWhateverTheirCountSays) {
+    WriteIndex({{"d", "s", "a.log"}, {"d", "s", "b.log"}});
+    WriteReport("a.log", "report a");
+    std::string bytes = ReadFile(m_folder / "main.rpt");
+    WriteFile(m_folder / "main.rpt", bytes.replace(8, 1, std::string(1, '\0')));
+    Open("a.log");
+    EXPECT_EQ(Steps(), "N");
+}
+
+TEST_F(DlgReportTest, WithoutAReportOfThisScanThatOfTheOneBeforeIsNotShown) {
+    WriteIndex({{"d", "s", "a.log"}});
+    WriteReport("a.log", "report a");
+    SetCurrentReport(kScanReports, "a.log");
+    fs::rename(m_folder / "reports", m_folder / "gone");
+    const ReportGen report(nullptr);
+    fs::rename(m_folder / "gone", m_folder / "reports");
+    BoxDriver driver;
+    driver.ExpectMessage(QMessageBox::Critical, "Corvane Scan", "Unable to open report file");
+    m_dialog = std::make_unique<dlgReport>();
+    EXPECT_EQ(Shown(), "");
 }
 
 TEST_F(DlgReportTest, OfEqualNamesTheFirstInTheIndexIsTheCurrentOne) {

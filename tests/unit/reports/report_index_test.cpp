@@ -60,7 +60,7 @@ TEST_F(Index, KeepsNobodyWaitingAtAFifo) {
     EXPECT_TRUE(CreateReportIndex(m_path.c_str())) << "there is something to open";
     EXPECT_FALSE(Append("/home", "0001.log"));
     std::vector<tagScanIndexEntry> entries;
-    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), entries));
+    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), IndexCount::kIgnored, entries));
     EXPECT_TRUE(entries.empty());
     EXPECT_FALSE(RewriteReportIndex(m_path.c_str(), entries));
 }
@@ -205,17 +205,27 @@ TEST_F(Index, IsNotCreatedByRewritingOrReading) {
     EXPECT_FALSE(RewriteReportIndex(m_path.c_str(), {}));
     EXPECT_FALSE(RewriteReportIndex(nullptr, {}));
     std::vector<tagScanIndexEntry> entries{Entry("a", "b")};
-    EXPECT_FALSE(ReadReportIndex(m_path.c_str(), entries));
+    EXPECT_FALSE(ReadReportIndex(m_path.c_str(), IndexCount::kIgnored, entries));
     EXPECT_TRUE(entries.empty());
-    EXPECT_FALSE(ReadReportIndex(nullptr, entries));
+    EXPECT_FALSE(ReadReportIndex(nullptr, IndexCount::kIgnored, entries));
     EXPECT_FALSE(Exists(m_path));
+}
+
+TEST_F(Index, ACountOfNoneIsBelievedByWhoAsksForIt) {
+    WriteFile(m_path, kEmptyIndex + EntryBytes("/home", "scn0001.log"));
+    std::vector<tagScanIndexEntry> entries;
+    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), IndexCount::kNoneMeansEmpty, entries));
+    EXPECT_TRUE(entries.empty());
+    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), IndexCount::kIgnored, entries));
+    ASSERT_EQ(entries.size(), 1U);
+    EXPECT_STREQ(entries[0].reportName, "scn0001.log");
 }
 
 TEST_F(Index, MadeEndlessIsReadOnlySoFar) {
     WriteFile(m_path, std::string("ZQRF\0\0\0\0\x01\0\0\0", 12));
     ASSERT_EQ(::truncate(m_path.c_str(), off_t{542} * 200'000), 0);  // a hole, no room on the disk
     std::vector<tagScanIndexEntry> entries;
-    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), entries));
+    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), IndexCount::kIgnored, entries));
     EXPECT_EQ(entries.size(), 100'000U);
 }
 
