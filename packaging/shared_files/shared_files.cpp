@@ -4,12 +4,12 @@
 #include <string_view>
 
 #include "abi/system_time.h"
-#include "app/update_options.h"
 #include "common/io.h"
 #include "common/scan_settings.h"
 #include "common/version_record.h"
-#include "reports/report_index.h"
+#include "reports/files/report_index.h"
 #include "reports/virus_log/log_files.h"
+#include "update/files/update_options.h"
 
 namespace shared_files {
 
