@@ -43,25 +43,12 @@ CheckManPages() {
     return "$status"
 }
 
-# clang-tidy over every source of ours. A file that passed is not looked at again until it, a header of
-# the project, the configuration or the way it is compiled changes. clang's own warnings are errors
-# here, which makes this the second compiler's opinion too.
+# clang-tidy over every source of ours. A file that passed is not looked at again until something changes
+# that its result depends on. clang's own warnings are errors here, which makes this the second
+# compiler's opinion too.
 CheckTidy() {
-    Build dev
-    local common
-    common=$({
-        Sources '*.h' '*.ui' .clang-tidy CMakeLists.txt '*/CMakeLists.txt' 'cmake/*' | xargs -d '\n' sha256sum
-        clang-tidy-14 --version
-    } | sha256sum | cut -d ' ' -f 1)
-    mkdir -p build/lint
-    Sources '*.cpp' | while IFS= read -r file; do
-        # Only what is compiled has a command to be checked with.
-        if grep -qF "\"$root/$file\"" build/dev/compile_commands.json; then
-            echo "$file"
-        else
-            echo "note: $file is not compiled" >&2
-        fi
-    done | xargs -d '\n' -n 1 -P "$(nproc)" tools/tidy-one "$common"
+    Build dev || return 1
+    tools/tidy build/dev < <(Sources '*.cpp')
 }
 
 Verb_lint() {
