@@ -17,7 +17,8 @@ set(CORVANE_PRODUCT_DIR "/usr/lib/Corvane/Corvane")
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
-    set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+    # Without these allowances nothing that uses a precompiled header would be cached.
+    set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_SLOPPINESS=pch_defines,time_macros "${CCACHE_PROGRAM}")
 endif()
 
 add_library(corvane_warnings INTERFACE)

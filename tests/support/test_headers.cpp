@@ -1,0 +1,1 @@
+// A source must be there for its headers to be precompiled.
