@@ -10,6 +10,7 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 option(CORVANE_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
 option(CORVANE_COVERAGE "Measure line coverage" OFF)
 option(CORVANE_FUZZ "Build the fuzzing harnesses with libFuzzer; needs clang" OFF)
+option(CORVANE_ONE_DEFINITION "Make it an error that one name stands for two types" OFF)
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
 
 # The directory that the program and its libraries are installed in and look for each other in.
@@ -37,6 +38,11 @@ endif()
 if(CORVANE_FUZZ)
     # What a sanitizer finds must end the run, or the fuzzer would go on past it.
     add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize-recover=all)
+endif()
+if(CORVANE_ONE_DEFINITION)
+    # Seen where a program is linked, with -flto.
+    add_compile_options(-Wodr -Wlto-type-mismatch)
+    add_link_options(-Werror=odr -Werror=lto-type-mismatch)
 endif()
 if(CORVANE_COVERAGE)
     add_compile_options(--coverage)

@@ -1,7 +1,7 @@
 #pragma once
 
-// Precompiled for the programs of tests that use Qt, on top of test_headers.h. QTest is not among these:
-// its macros differ from program to program.
+// Precompiled for the programs of tests that use Qt, on top of test_headers.h. QTest is not among
+// these: its macros differ from program to program.
 
 #include <QApplication>
 #include <QComboBox>

@@ -1,7 +1,7 @@
 #pragma once
 
-// Precompiled for every program of tests. It is included by the build alone: a test names the headers
-// that it uses.
+// Precompiled for every program of tests. It is included by the build alone: a test names the
+// headers that it uses.
 
 #include <algorithm>
 #include <array>
