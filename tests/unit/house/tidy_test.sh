@@ -36,7 +36,7 @@ WriteBuild() {
     mkdir -p build/generated
     {
         echo 'rule cc'
-        echo "  command = $compiler \$flags -I.. -Igenerated -MD -MF \$out.d -c \$in -o \$out"
+        echo "  command = $compiler \$flags -I.. -Igenerated -isystem $scratch/system -MD -MF \$out.d -c \$in -o \$out"
         echo '  deps = gcc'
         echo '  depfile = $out.d'
         printf 'build one.o: cc ../one.cpp\n  flags = %s\n' "$1"
@@ -76,7 +76,9 @@ chmod +x "$scratch/bin/clang-tidy-14"
 PATH=$scratch/bin:$PATH
 echo "version 14" >"$scratch/version"
 echo 'Checks: ""' >.clang-tidy
-echo '#include "both.h"' >one.cpp
+mkdir "$scratch/system"
+echo 'int System();' >"$scratch/system/system.h"
+printf '#include "both.h"\n#include <system.h>\n' >one.cpp
 printf '#include "both.h"\n#include "middle.h"\n#include "ui.h"\n' >two.cpp
 echo 'int Both();' >both.h
 echo '#include "deep.h"' >middle.h
@@ -94,6 +96,8 @@ echo 'int Deep(int);' >deep.h
 Checked "a header included by a header" "two.cpp "
 echo 'int Ui(int);' >build/generated/ui.h
 Checked "a generated header" "two.cpp "
+echo 'int System(int);' >"$scratch/system/system.h"
+Checked "a header of the system, which may be precompiled" "one.cpp two.cpp "
 echo 'int Middle();' >>middle.h
 Tidied "a header that changed after the build" "two.cpp "
 echo 'int One();' >>one.cpp
