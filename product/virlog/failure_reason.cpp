@@ -1,8 +1,11 @@
 #include "product/virlog/failure_reason.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <fcntl.h>
+#include <initializer_list>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -11,6 +14,7 @@
 #include "product/virlog/held_locks.h"
 #include "reports/virus_log/log_files.h"
 #include "reports/virus_log/log_mutex.h"
+#include "reports/virus_log/log_reader.h"
 #include "reports/virus_log/virus_record.h"
 
 namespace {
@@ -70,14 +74,58 @@ std::string HeadReason() {
                : "";
 }
 
+std::string TornReason() {
+    const FileDescriptor file = OpenExistingLogFile(kRecordFile, O_RDONLY);
+    VirusLogContents contents;
+    const off_t size = file ? SizeOf(file.Get()) : -1;
+    return size > 0 &&
+                   ReadRecordFile(file.Get(), static_cast<std::uint64_t>(size), contents) ==
+                       ReadLogResult::kOk &&
+                   contents.damagedBytes > 0
+               ? "the virus log is damaged and cannot be cut: " + VirusLogPath(kRecordFile)
+               : "";
+}
+
+// In a sticky folder only the owner of a file, the folder's own and root can put another file in
+// its place, which is how the log is cut.
+std::string OwnerReason() {
+    const std::string path = VirusLogPath(kRecordFile);
+    struct stat file {};
+    struct stat folder {};
+    if (::lstat(path.c_str(), &file) != 0 || ::stat(VirusLogPath("").c_str(), &folder) != 0 ||
+        ::geteuid() == 0 || ::geteuid() == file.st_uid ||
+        ((folder.st_mode & S_ISVTX) == 0 || ::geteuid() == folder.st_uid)) {
+        return {};
+    }
+    const std::string owner = OwnerName(file.st_uid);
+    return "the virus log may not be cut: " + path + " belongs to " + owner + "; only " + owner +
+           (file.st_uid == 0 ? "" : " or root") + " can cut it";
+}
+
+std::string FirstOf(std::initializer_list<std::string> reasons) {
+    const auto* const first = std::find_if(
+        reasons.begin(), reasons.end(), [](const std::string& reason) { return !reason.empty(); });
+    return first == reasons.end() ? "" : *first;
+}
+
 }  // namespace
 
-std::string ReasonOfFailure(std::chrono::nanoseconds waited) {
-    for (const std::string& reason : {FileReason(kRecordFile), FileReason(kOffsetFile),
-                                      FolderReason(), LockReason(waited), HeadReason()}) {
-        if (!reason.empty()) {
-            return reason;
-        }
+std::string ReasonNotToCut() {
+    const std::string folder = VirusLogPath("");
+    if (::access(folder.c_str(), W_OK | X_OK) != 0) {
+        return "the virus log may not be cut in " + folder + ": " + std::strerror(errno);
     }
-    return "the virus log could not be copied in " + VirusLogPath("");
+    return OwnerReason();
+}
+
+std::string ReasonOfFailedCut(std::chrono::nanoseconds waited) {
+    const std::string reason =
+        FirstOf({FileReason(kRecordFile), LockReason(waited), HeadReason(), TornReason()});
+    return reason.empty() ? "the virus log could not be cut in " + VirusLogPath("") : reason;
+}
+
+std::string ReasonOfFailure(std::chrono::nanoseconds waited) {
+    const std::string reason = FirstOf({FileReason(kRecordFile), FileReason(kOffsetFile),
+                                        FolderReason(), LockReason(waited), HeadReason()});
+    return reason.empty() ? "the virus log could not be copied in " + VirusLogPath("") : reason;
 }

@@ -1,11 +1,13 @@
 #include "product/virlog/held_locks.h"
 
 #include <algorithm>
+#include <ctime>
 #include <iterator>
 
 #include "common/times.h"
 #include "common/users.h"
 #include "product/virlog/escape.h"
+#include "product/virlog/output.h"
 #include "reports/virus_log/log_mutex.h"
 
 std::vector<HeldLock> FindHeldLocks() {
@@ -22,6 +24,16 @@ bool IsAmong(const HeldLock& lock, const std::vector<HeldLock>& locks) {
     return std::any_of(locks.begin(), locks.end(), [&lock](const HeldLock& other) {
         return other.state.queueId == lock.state.queueId && other.state.made == lock.state.made;
     });
+}
+
+bool TellOfHeldLock(const std::vector<HeldLock>& before) {
+    for (const HeldLock& lock : FindHeldLocks()) {
+        if (IsAmong(lock, before)) {
+            Say("waiting for " + Describe(lock, std::time(nullptr)));
+            return true;
+        }
+    }
+    return false;
 }
 
 std::string OwnerName(uid_t owner) {

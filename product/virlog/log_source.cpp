@@ -7,14 +7,13 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
-#include <optional>
+#include <iterator>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
 #include "common/file_descriptor.h"
-#include "common/io.h"
 #include "common/named_mutex.h"
 #include "common/paths.h"
 #include "common/run_state.h"
@@ -24,8 +23,8 @@
 #include "product/virlog/held_signals.h"
 #include "product/virlog/output.h"
 #include "reports/virus_log/log_files.h"
+#include "reports/virus_log/readers_copy.h"
 #include "reports/virus_log/virus_log.h"
-#include "reports/virus_log/virus_record.h"
 
 namespace {
 
@@ -62,9 +61,9 @@ bool LockOutOtherReaders(int folder, const std::string& path, std::string& probl
 
 // Whether records may have been added: the file exists and is not empty, as it is after
 // installation. What is no plain file has no size that tells anything.
-bool IsAnythingLogged() {
+bool IsAnythingIn(const char* name) {
     struct stat status {};
-    return ::lstat(VirusLogPath(kRecordFile).c_str(), &status) == 0
+    return ::lstat(VirusLogPath(name).c_str(), &status) == 0
                ? !S_ISREG(status.st_mode) || status.st_size > 0
                : errno != ENOENT;
 }
@@ -106,26 +105,31 @@ bool ClearOldCopies(std::string& problem) {
     return true;
 }
 
-// The path of the copy; none when there could be none made.
-std::optional<std::string> MakeCopy(HeldSignals& signals) {
-    std::array<unsigned short, kVirusReportPathSize> units{};
+// What a reader gets of the log. The path is empty where no copy was made because there is no main
+// file.
+struct Fetched {
+    std::string copy;
+    WaitingRecords waiting;
+};
+
+// False when there could be no copy made, or the log was locked all the time.
+bool MakeCopy(HeldSignals& signals, Fetched& fetched) {
     // Only what was held already is waited for; what appears later may be in our own hands.
     const std::vector<HeldLock> before = FindHeldLocks();
-    const auto tellOfWait = [&before] {
-        for (const HeldLock& lock : FindHeldLocks()) {
-            if (IsAmong(lock, before)) {
-                Say("waiting for " + Describe(lock, std::time(nullptr)));
-                break;
-            }
-        }
-    };
-    if (!signals.Run([&units] { return ZQVRGetVirusReportFile(units.data()); }, tellOfWait,
+    const auto tellOfWait = [&before] { (void)TellOfHeldLock(before); };
+    if (!IsAnythingIn(kRecordFile)) {
+        return signals.Run([&fetched] { return GetWaitingRecords(fetched.waiting); }, tellOfWait,
+                           EndMutexWaits);
+    }
+    std::array<unsigned short, kVirusReportPathSize> units{};
+    if (!signals.Run([&] { return GetVirusReportFile(units.data(), fetched.waiting); }, tellOfWait,
                      EndMutexWaits)) {
-        return std::nullopt;
+        return false;
     }
     std::array<char, kVirusReportPathSize> path{};
     CopyWSZToSZ(path.data(), units.data());
-    return path.data();
+    fetched.copy = path.data();
+    return true;
 }
 
 // Removes the copy, also when memory was too short to read it: in everybody's folder the next user
@@ -166,13 +170,45 @@ bool ReadCopy(const std::string& copy, VirusLogContents& contents, std::string& 
     return false;
 }
 
+// Appends the records that wait to those of the main file.
+void AppendWaiting(const WaitingRecords& waiting, VirusLogContents& contents) {
+    const std::string path = VirusLogPath(kSecondRecordFile);
+    if (waiting.error != 0) {
+        Say("the records that wait in " + path +
+            " are not listed: " + std::strerror(waiting.error));
+        return;
+    }
+    if (waiting.size == 0) {
+        return;
+    }
+    VirusLogContents more;
+    if (ReadRecordFile(waiting.file.Get(), waiting.size, more) != ReadLogResult::kOk) {
+        Say("the virus log is damaged: " + path + " is shorter than its head");
+        return;
+    }
+    contents.entries.insert(contents.entries.end(), std::make_move_iterator(more.entries.begin()),
+                            std::make_move_iterator(more.entries.end()));
+    contents.damagedBytes += more.damagedBytes;
+    contents.missing += more.missing;
+}
+
 }  // namespace
+
+bool FindProduct(std::string& problem) {
+    if (GetZqPath(g_szAppPath, sizeof g_szAppPath) != 0) {
+        return true;
+    }
+    problem = std::string("there is no product directory: ") + kProductDirectory;
+    return false;
+}
+
+bool IsAnythingLogged() {
+    return IsAnythingIn(kRecordFile) || IsAnythingIn(kSecondRecordFile);
+}
 
 FetchResult FetchLog(VirusLogContents& contents, std::string& problem) {
     contents = {};
-    // The log belongs to the product, wherever this program lies.
-    if (GetZqPath(g_szAppPath, sizeof g_szAppPath) == 0) {
-        problem = std::string("there is no product directory: ") + kProductDirectory;
+    if (!FindProduct(problem)) {
         return FetchResult::kFailed;
     }
     const std::string folderPath = VirusLogPath("");
@@ -191,21 +227,19 @@ FetchResult FetchLog(VirusLogContents& contents, std::string& problem) {
         return FetchResult::kFailed;
     }
     const Clock::time_point start = Clock::now();
-    std::optional<std::string> copy;
+    Fetched fetched;
     bool isRead = false;
     {
         HeldSignals signals;
-        copy = MakeCopy(signals);
-        isRead = copy && ReadCopy(*copy, contents, problem);
+        if (!MakeCopy(signals, fetched)) {
+            problem = ReasonOfFailure(Clock::now() - start);
+            return FetchResult::kFailed;
+        }
+        isRead = fetched.copy.empty() || ReadCopy(fetched.copy, contents, problem);
     }
-    if (!copy) {
-        problem = ReasonOfFailure(Clock::now() - start);
+    if (!isRead) {
+        return FetchResult::kFailed;
     }
-    return isRead ? FetchResult::kOk : FetchResult::kFailed;
-}
-
-std::uint32_t CountWaitingRecords() {
-    const FileDescriptor file = OpenExistingLogFile(kSecondRecordFile, O_RDONLY);
-    tagVIRHEAD head{};
-    return file && ReadAt(file.Get(), 0, BytesOf(head)) ? head.counter.count : 0;
+    AppendWaiting(fetched.waiting, contents);
+    return FetchResult::kOk;
 }

@@ -1,8 +1,8 @@
-// corvane-virlog: lists the virus log for people, and removes locks that dead processes left on it.
+// corvane-virlog: lists the virus log for people, cuts it, and removes locks that dead processes
+// left on it.
 
 #include <algorithm>
 #include <csignal>
-#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <span>
@@ -12,19 +12,15 @@
 
 #include "product/virlog/filter.h"
 #include "product/virlog/formats.h"
+#include "product/virlog/keep.h"
 #include "product/virlog/log_source.h"
 #include "product/virlog/options.h"
 #include "product/virlog/output.h"
 #include "product/virlog/unlock.h"
-#include "reports/virus_log/log_files.h"
 
 namespace {
 
 enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
-
-std::string Counted(std::uint64_t count, const char* one, const char* many) {
-    return std::to_string(count) + (count == 1 ? one : many);
-}
 
 void WarnOfDamage(const VirusLogContents& contents) {
     if (contents.damagedBytes > 0) {
@@ -35,14 +31,6 @@ void WarnOfDamage(const VirusLogContents& contents) {
         Say("the virus log is damaged: " +
             Counted(contents.missing, " record that it counts is", " records that it counts are") +
             " not in it");
-    }
-}
-
-void TellOfWaiting(std::uint32_t count) {
-    if (count > 0) {
-        Say(Counted(count, " record waits in ", " records wait in ") +
-            VirusLogPath(kSecondRecordFile) + " for a merge and " + (count == 1 ? "is" : "are") +
-            " not listed");
     }
 }
 
@@ -74,8 +62,6 @@ int List(const Options& options) {
             WarnOfDamage(contents);
             break;
     }
-    // Before the output, which a slow reader may draw out until a merge.
-    const std::uint32_t waiting = CountWaitingRecords();
     std::vector<VirusLogEntry>& entries = contents.entries;
     std::erase_if(entries, [&options](const VirusLogEntry& entry) {
         return !Matches(options.filter, entry);
@@ -90,11 +76,7 @@ int List(const Options& options) {
         }
     }
     writer->End(output.Buffer());
-    const int status = Finish(output);
-    if (status == kExitOk) {
-        TellOfWaiting(waiting);
-    }
-    return status;
+    return Finish(output);
 }
 
 int Run(std::span<char* const> arguments) {
@@ -112,6 +94,8 @@ int Run(std::span<char* const> arguments) {
             return Print("corvane-virlog " CORVANE_VERSION "\n");
         case Command::kUnlock:
             return Unlock();
+        case Command::kKeep:
+            return Keep(options.keep);
         case Command::kList:
             break;
     }
@@ -126,7 +110,7 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
     try {
         const std::span<char* const> arguments(argv, static_cast<std::size_t>(argc));
-        return Run(arguments.subspan(arguments.empty() ? 0 : 1));
+        return Run(arguments);
     } catch (const std::exception& error) {
         Say(error.what());
         return kExitFailed;

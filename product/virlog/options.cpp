@@ -1,15 +1,17 @@
 #include "product/virlog/options.h"
 
-#include <algorithm>
-#include <iterator>
+#include <charconv>
+#include <getopt.h>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "product/virlog/escape.h"
 
 const char kUsage[] =
     "Usage: corvane-virlog [--format table|csv|json] [--since DATE] [--until DATE]\n"
     "                      [--text TEXT]...\n"
+    "       corvane-virlog --keep N\n"
     "       corvane-virlog --unlock\n"
     "       corvane-virlog --help | --version\n"
     "\n"
@@ -20,6 +22,8 @@ const char kUsage[] =
     "  --until DATE     records up to DATE, the day or the minute it names included\n"
     "  --text TEXT      records with TEXT in their virus name, action, user, path or\n"
     "                   domain, in capitals or not; may be given several times\n"
+    "  --keep N         remove all records but the newest N, which takes ten seconds;\n"
+    "                   0 clears the log\n"
     "  --unlock         remove locks of the log that a dead process has left behind;\n"
     "                   asks before it does\n"
     "\n"
@@ -27,118 +31,176 @@ const char kUsage[] =
 
 namespace {
 
+// What getopt_long gives for each option; apart from every character, which it gives for errors.
+enum OptionCode { kFormat = 256, kSince, kUntil, kText, kKeep, kUnlock, kHelp, kVersion };
+
+constexpr option kOptions[] = {
+    {"format", required_argument, nullptr, kFormat},
+    {"since", required_argument, nullptr, kSince},
+    {"until", required_argument, nullptr, kUntil},
+    {"text", required_argument, nullptr, kText},
+    {"keep", required_argument, nullptr, kKeep},
+    {"unlock", no_argument, nullptr, kUnlock},
+    {"help", no_argument, nullptr, kHelp},
+    {"version", no_argument, nullptr, kVersion},
+    {nullptr, 0, nullptr, 0},
+};
+
 std::string Quoted(std::string_view text) {
     return "\"" + Escaped(text) + "\"";
 }
 
-// Walks along the arguments; an option's value is the next one or stands behind its "=".
-class ArgumentReader {
-public:
-    explicit ArgumentReader(std::span<char* const> arguments) : m_rest(arguments) {}
-
-    // Moves on to the next option. False at the end.
-    bool Next() {
-        if (m_rest.empty()) {
-            return false;
+std::string NameOfCode(int code) {
+    for (const option& candidate : kOptions) {
+        if (candidate.name != nullptr && candidate.val == code) {
+            return std::string("--") + candidate.name;
         }
-        const std::string_view argument = Take();
-        const std::size_t equals = argument.starts_with("--") ? argument.find('=') : argument.npos;
-        m_name = argument.substr(0, equals);
-        m_value.reset();
-        if (equals != argument.npos) {
-            m_value = argument.substr(equals + 1);
+    }
+    return {};
+}
+
+// The options whose names begin with `start`, which is not empty.
+std::vector<std::string> NamesFrom(std::string_view start) {
+    std::vector<std::string> names;
+    for (const option& candidate : kOptions) {
+        if (candidate.name != nullptr && std::string_view(candidate.name).starts_with(start)) {
+            names.push_back(std::string("--") + candidate.name);
         }
-        return true;
     }
+    return names;
+}
 
-    [[nodiscard]] std::string_view Name() const { return m_name; }
-    [[nodiscard]] bool HasOwnValue() const { return m_value.has_value(); }
-
-    // The option's value; none when the arguments are at their end.
-    std::optional<std::string_view> Value() {
-        if (!m_value && !m_rest.empty()) {
-            m_value = Take();
+// What is wrong with an argument that is no option of ours, or that of several.
+std::string ProblemOfName(std::string_view argument) {
+    const std::string_view given = argument.substr(0, argument.find('='));
+    if (given.starts_with("--") && given.size() > 2) {
+        const std::vector<std::string> names = NamesFrom(given.substr(2));
+        if (names.size() > 1) {
+            std::string problem = "ambiguous option: " + Quoted(given) + " may be ";
+            for (std::size_t i = 0; i < names.size(); ++i) {
+                problem += (i == 0 ? "" : i + 1 == names.size() ? " or " : ", ") + names[i];
+            }
+            return problem;
         }
-        return m_value;
     }
+    return "unknown option: " + Quoted(given);
+}
 
-private:
-    std::string_view Take() {
-        const std::string_view argument = m_rest.front();
-        m_rest = m_rest.subspan(1);
-        return argument;
-    }
-
-    std::span<char* const> m_rest;
-    std::string_view m_name;
-    std::optional<std::string_view> m_value;
-};
-
-std::optional<Command> CommandOfName(std::string_view name) {
-    if (name == "--help") {
-        return Command::kHelp;
-    }
-    if (name == "--version") {
-        return Command::kVersion;
-    }
-    return name == "--unlock" ? std::optional(Command::kUnlock) : std::nullopt;
+bool ParseNumber(std::string_view text, std::uint32_t& number) {
+    const char* const end = text.data() + text.size();
+    const auto [parsed, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && parsed == end && !text.empty();
 }
 
 // An option that has a value. False with the problem.
-bool Apply(std::string_view name, std::string_view value, Options& options, std::string& problem) {
-    if (name == "--format") {
+bool Apply(int code, std::string_view value, Options& options, std::string& problem) {
+    if (code == kFormat) {
         const std::optional<Format> format = FormatOfName(value);
         options.format = format.value_or(Format::kTable);
         problem = format ? "" : "no such format: " + Quoted(value);
-    } else if (name == "--text") {
+    } else if (code == kText) {
         options.filter.texts.emplace_back(value);
+    } else if (code == kKeep) {
+        problem = ParseNumber(value, options.keep) ? "" : "no such number: " + Quoted(value);
     } else {
         const std::optional<TimeBound> bound = ParseTimeBound(value);
-        (name == "--since" ? options.filter.since : options.filter.until) = bound;
+        (code == kSince ? options.filter.since : options.filter.until) = bound;
         problem = bound ? "" : "no such date: " + Quoted(value);
     }
     return problem.empty();
 }
 
+// The command that an option stands for; listing records is that of all others.
+Command CommandOf(int code) {
+    switch (code) {
+        case kKeep:
+            return Command::kKeep;
+        case kUnlock:
+            return Command::kUnlock;
+        case kHelp:
+            return Command::kHelp;
+        case kVersion:
+            return Command::kVersion;
+        default:
+            return Command::kList;
+    }
+}
+
+// getopt_long over the arguments, from the start.
+class ArgumentReader {
+public:
+    explicit ArgumentReader(std::span<char* const> arguments)
+        : m_arguments(arguments.begin(), arguments.end()) {
+        m_arguments.push_back(nullptr);
+        ::optind = 0;  // has the C library forget what it read before
+        ::opterr = 0;
+    }
+
+    // The next option's code; -1 at the end, '?' or ':' where something is wrong.
+    int Next() {
+        m_at = ::optind == 0 ? 1 : ::optind;
+        // "+": arguments are taken in order; ":": a missing value is told apart.
+        return ::getopt_long(Count(), m_arguments.data(), "+:", kOptions, nullptr);
+    }
+
+    // What is wrong where Next gave `code`.
+    [[nodiscard]] std::string Problem(int code) const {
+        const std::string name = NameOfCode(::optopt);
+        if (name.empty()) {
+            return ProblemOfName(m_arguments[static_cast<std::size_t>(m_at)]);
+        }
+        return name + (code == ':' ? " needs a value" : " takes no value");
+    }
+
+    // The first argument that is no option; null when there is none.
+    [[nodiscard]] const char* Rest() const {
+        return m_arguments.size() > 1 ? m_arguments[static_cast<std::size_t>(::optind)] : nullptr;
+    }
+
+private:
+    [[nodiscard]] int Count() const { return static_cast<int>(m_arguments.size()) - 1; }
+
+    std::vector<char*> m_arguments;
+    int m_at = 1;
+};
+
 }  // namespace
 
 bool ParseOptions(std::span<char* const> arguments, Options& options, std::string& problem) {
-    constexpr std::string_view kWithValue[] = {"--format", "--since", "--until", "--text"};
     options = {};
     problem.clear();
+    std::vector<int> alone;  // options that stand alone
     bool asksForRecords = false;
     ArgumentReader reader(arguments);
-    while (reader.Next()) {
-        const std::string_view name = reader.Name();
-        if (const std::optional<Command> command = CommandOfName(name)) {
-            if (reader.HasOwnValue()) {
-                problem = std::string(name) + " takes no value";
-                return false;
-            }
-            options.command = *command;
-            if (*command != Command::kUnlock) {
-                return true;
-            }
-        } else if (std::find(std::begin(kWithValue), std::end(kWithValue), name) ==
-                   std::end(kWithValue)) {
-            problem = (name.starts_with('-') ? "unknown option: " : "unexpected argument: ") +
-                      Quoted(name);
+    for (int code = reader.Next(); code != -1; code = reader.Next()) {
+        if (code == '?' || code == ':') {
+            problem = reader.Problem(code);
             return false;
-        } else {
-            const std::optional<std::string_view> value = reader.Value();
-            if (!value) {
-                problem = std::string(name) + " needs a value";
-                return false;
-            }
-            if (!Apply(name, *value, options, problem)) {
-                return false;
-            }
+        }
+        if (::optarg != nullptr && !Apply(code, ::optarg, options, problem)) {
+            return false;
+        }
+        const Command command = CommandOf(code);
+        if (command == Command::kHelp || command == Command::kVersion) {
+            options.command = command;
+            return true;
+        }
+        if (command == Command::kList) {
             asksForRecords = true;
+        } else {
+            alone.push_back(code);
+            options.command = command;
         }
     }
-    if (options.command == Command::kUnlock && asksForRecords) {
-        problem = "--unlock stands alone";
+    if (const char* const rest = reader.Rest()) {
+        problem = "unexpected argument: " + Quoted(rest);
         return false;
+    }
+    for (const int code : alone) {
+        if (asksForRecords || code != alone.back()) {
+            problem = NameOfCode(code) + " stands alone";
+            return false;
+        }
     }
     return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -31,6 +32,9 @@ private:
 
 /// Says a line, given without newline, on standard error, after the program's name.
 void Say(std::string_view line);
+
+/// The number with `one` behind it where it is 1, else with `many`.
+std::string Counted(std::uint64_t count, const char* one, const char* many);
 
 /// Says on standard error that the output could not be written and why; nothing when whoever read
 /// it has gone, as the end of a pipe does.

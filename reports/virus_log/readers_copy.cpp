@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
 #include <limits>
 #include <string>
@@ -10,6 +11,7 @@
 #include "common/wide_string.h"
 #include "reports/virus_log/log_files.h"
 #include "reports/virus_log/log_mutex.h"
+#include "reports/virus_log/readers_copy.h"
 #include "reports/virus_log/virus_log.h"
 
 namespace {
@@ -44,8 +46,21 @@ bool IsOfPossibleSize(int records) {
     return size >= 0 && size <= static_cast<off_t>(std::numeric_limits<std::uint32_t>::max());
 }
 
+// An open file is enough: a merge removes it, a trim puts another in its place, and adding only
+// appends. Where a trim has to write over it, the reader finds at worst a torn record.
+WaitingRecords OpenWaiting() {
+    WaitingRecords waiting;
+    waiting.file = OpenExistingLogFile(kSecondRecordFile, O_RDONLY);
+    if (waiting.file) {
+        waiting.size = static_cast<std::uint64_t>(std::max<off_t>(SizeOf(waiting.file.Get()), 0));
+    } else if (errno != ENOENT) {
+        waiting.error = errno;
+    }
+    return waiting;
+}
+
 // Copies both files of the log, which must exist, while nobody writes them.
-bool CopyBoth(Copies& copies) {
+bool CopyBoth(Copies& copies, WaitingRecords& waiting) {
     const LogMutex mainMutex(kMainFileMutex, kMainFileWait);
     if (!mainMutex.IsHeld()) {
         return false;
@@ -59,6 +74,7 @@ bool CopyBoth(Copies& copies) {
     if (!records || !offsets || !IsOfPossibleSize(records.Get())) {
         return false;  // the copies that may be there are an earlier reader's
     }
+    waiting = OpenWaiting();
     copies.records = MakeCopyFile(kRecordCopy);
     copies.offsets = MakeCopyFile(kOffsetCopy);
     // Offsets take less room than the records do, whatever size somebody has given their file.
@@ -89,13 +105,27 @@ bool AppendTable(const Copies& copies) {
 }  // namespace
 
 bool ZQVRGetVirusReportFile(unsigned short* path) {
+    WaitingRecords waiting;
+    return GetVirusReportFile(path, waiting);
+}
+
+bool GetWaitingRecords(WaitingRecords& waiting) {
+    const LogMutex recordMutex(kRecordMutex, kResetWait);
+    if (!recordMutex.IsHeld()) {
+        return false;
+    }
+    waiting = OpenWaiting();
+    return true;
+}
+
+bool GetVirusReportFile(unsigned short* path, WaitingRecords& waiting) {
     static_assert(sizeof g_szAppPath + sizeof "reports/" + sizeof kRecordCopy <=
                   kVirusReportPathSize);
     if (path == nullptr) {
         return false;
     }
     Copies copies;
-    if (!CopyBoth(copies) || !AppendTable(copies)) {
+    if (!CopyBoth(copies, waiting) || !AppendTable(copies)) {
         if (copies.records || copies.offsets) {
             RemoveCopies();
         }

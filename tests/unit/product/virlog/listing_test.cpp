@@ -139,14 +139,23 @@ TEST_F(VirlogListingTest, WarnsOfDamageAndShowsTheRest) {
               "corvane-virlog: the virus log is damaged: 1 record that it counts is not in it\n");
 }
 
-TEST_F(VirlogListingTest, WarnsOfMissingRecords) {
-    WriteFile(kRecords, Head(3) + Record(u"/tmp/a"));
+TEST_F(VirlogListingTest, WarnsOfMissingRecordsOfATornLog) {
+    WriteFile(kRecords, Head(3) + Record(u"/tmp/a") + "half");
     WriteFile(kOffsets, Number(88));
     VirlogRun run({"--format", "csv"});
     EXPECT_EQ(run.Status(), 0);
     EXPECT_EQ(run.Output(), kCsvHeading + CsvOf("/tmp/a"));
     EXPECT_EQ(run.Errors(),
+              "corvane-virlog: the virus log is damaged: 4 bytes that belong to no record were "
+              "passed over\n"
               "corvane-virlog: the virus log is damaged: 2 records that it counts are not in it\n");
+}
+
+// As a killed writer and every trim leave it.
+TEST_F(VirlogListingTest, ACountThatIsTooHighIsNoDamage) {
+    WriteFile(kRecords, Head(3) + Record(u"/tmp/a"));
+    WriteFile(kOffsets, Number(88));
+    EXPECT_EQ(Listed({"--format", "csv"}), kCsvHeading + CsvOf("/tmp/a"));
 }
 
 // While it writes its output, no lock is held and no copy is there: a scan goes on undisturbed.
@@ -220,52 +229,74 @@ TEST_F(VirlogListingTest, AHundredThousandRecordsAreAllListed) {
     EXPECT_TRUE(json.ends_with(",\n" + object + "\n]\n"));
 }
 
-// What waits for a merge is told after the listing, in one line.
-std::string ToldOfWaiting() {
+// What was added during a reset and waits for a merge.
+TEST_F(VirlogListingTest, RecordsOfTheSecondFileAreListedAfterThoseOfTheFirst) {
+    WriteLog({Record(u"/tmp/a"), Record(u"/tmp/b", 6)});
+    WriteFile(kSecondRecords, Head(2) + Record(u"/tmp/c") + Record(u"/tmp/d", 4));
+    EXPECT_EQ(Listed({}),
+              "TIME                 VIRUS            ACTION           USER   PATH\n"
+              "2026-03-05 07:04:09  Eicar-Signature  File is skipped  alice  /tmp/a\n"
+              "2026-03-06 07:04:09  Eicar-Signature  File is skipped  alice  /tmp/b\n"
+              "2026-03-05 07:04:09  Eicar-Signature  File is skipped  alice  /tmp/c\n"
+              "2026-03-04 07:04:09  Eicar-Signature  File is skipped  alice  /tmp/d\n");
+    EXPECT_EQ(Listed({"--format", "csv", "--since", "2026-03-05", "--until", "2026-03-05"}),
+              kCsvHeading + CsvOf("/tmp/a") + CsvOf("/tmp/c"));
+    EXPECT_EQ(Listed({"--format", "json", "--text", "/tmp/c"}),
+              "[\n{\"time\":\"2026-03-05T07:04:09\",\"component\":8000,\"virus\":"
+              "\"Eicar-Signature\",\"action\":\"File is skipped\",\"user\":\"alice\",\"path\":"
+              "\"/tmp/c\",\"domain\":\"(none)\"}\n]\n");
+    EXPECT_EQ(ReadFile(kSecondRecords), Head(2) + Record(u"/tmp/c") + Record(u"/tmp/d", 4));
+}
+
+TEST_F(VirlogListingTest, RecordsOfTheSecondFileAreListedWithoutAFirst) {
+    const std::string second = Head(7) + Record(u"/tmp/b");
+    WriteFile(kSecondRecords, second);
+    EXPECT_EQ(Listed({"--format", "csv"}), kCsvHeading + CsvOf("/tmp/b"));
+    // As installation makes it.
+    WriteFile(kRecords, "");
+    EXPECT_EQ(Listed({"--format", "csv"}), kCsvHeading + CsvOf("/tmp/b"));
+    EXPECT_EQ(ReadFile(kSecondRecords), second);
+    EXPECT_FALSE(Exists(kCopy));
+}
+
+// The listing of a log whose first file holds one record, and what is said beside it.
+void ExpectFirstAndSaid(const std::string& said) {
     VirlogRun run({"--format", "csv"});
     EXPECT_EQ(run.Status(), 0);
     EXPECT_EQ(run.Output(), kCsvHeading + CsvOf("/tmp/a"));
-    return run.Errors();
+    EXPECT_EQ(run.Errors(), said);
 }
 
-TEST_F(VirlogListingTest, TellsOfRecordsThatWaitForAMerge) {
+TEST_F(VirlogListingTest, ASecondFileWithoutRecordsIsPassedOver) {
     WriteLog({Record(u"/tmp/a")});
-    WriteFile(kSecondRecords, Head(1) + Record(u"/tmp/b"));
-    EXPECT_EQ(ToldOfWaiting(),
-              "corvane-virlog: 1 record waits in /usr/lib/Corvane/Corvane/reports/VirRcTWO.dat for "
-              "a merge and is not listed\n");
-    WriteFile(kSecondRecords, Head(2) + Record(u"/tmp/b") + Record(u"/tmp/c"));
-    EXPECT_EQ(ToldOfWaiting(),
-              "corvane-virlog: 2 records wait in /usr/lib/Corvane/Corvane/reports/VirRcTWO.dat for "
-              "a merge and are not listed\n");
+    for (const std::string& second : {std::string(), Head(0), Head(3)}) {
+        WriteFile(kSecondRecords, second);
+        ExpectFirstAndSaid("");
+    }
 }
 
-TEST_F(VirlogListingTest, TellsOfWaitingRecordsOfAnEmptyLog) {
-    WriteFile(kSecondRecords, Head(1) + Record(u"/tmp/b"));
-    VirlogRun run({});
-    EXPECT_EQ(run.Status(), 0);
-    EXPECT_EQ(run.Output(), kHeading);
-    EXPECT_EQ(run.Errors(),
-              "corvane-virlog: nothing has been logged yet\n"
-              "corvane-virlog: 1 record waits in /usr/lib/Corvane/Corvane/reports/VirRcTWO.dat for "
-              "a merge and is not listed\n");
-}
-
-TEST_F(VirlogListingTest, ASecondFileThatTellsNothingIsPassedOver) {
+TEST_F(VirlogListingTest, SaysWhatIsWrongWithTheSecondFile) {
     WriteLog({Record(u"/tmp/a")});
-    EXPECT_EQ(ToldOfWaiting(), "") << "missing";
-    WriteFile(kSecondRecords, "");
-    EXPECT_EQ(ToldOfWaiting(), "") << "empty";
-    WriteFile(kSecondRecords, Head(0));
-    EXPECT_EQ(ToldOfWaiting(), "") << "without records";
-    WriteFile(kSecondRecords, Head(3).substr(0, 87));
-    EXPECT_EQ(ToldOfWaiting(), "") << "short";
-    fs::remove(kSecondRecords);
-    ASSERT_EQ(::mkfifo(kSecondRecords, 0666), 0);
-    EXPECT_EQ(ToldOfWaiting(), "") << "no plain file";
-    fs::remove(kSecondRecords);
-    fs::create_directory(kSecondRecords);
-    EXPECT_EQ(ToldOfWaiting(), "") << "a directory";
+    const std::string path = kSecondRecords;
+    WriteFile(path, Head(3).substr(0, 87));
+    ExpectFirstAndSaid("corvane-virlog: the virus log is damaged: " + path +
+                       " is shorter than its head\n");
+    WriteFile(path, Head(2) + "half");
+    ExpectFirstAndSaid(
+        "corvane-virlog: the virus log is damaged: 4 bytes that belong to no record were passed "
+        "over\n"
+        "corvane-virlog: the virus log is damaged: 2 records that it counts are not in it\n");
+    fs::remove(path);
+    ASSERT_EQ(::mkfifo(path.c_str(), 0666), 0);
+    const std::string notListed =
+        "corvane-virlog: the records that wait in " + path + " are not listed: ";
+    ExpectFirstAndSaid(notListed + "Operation not permitted\n");
+    fs::remove(path);
+    fs::create_directory(path);
+    ExpectFirstAndSaid(notListed + "Operation not permitted\n");
+    fs::remove(path);
+    fs::create_symlink("/etc/passwd", path);
+    ExpectFirstAndSaid(notListed + "Too many levels of symbolic links\n");
 }
 
 }  // namespace

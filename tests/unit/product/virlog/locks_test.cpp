@@ -153,7 +153,7 @@ constexpr char kLooking[] = "Looking whether the locks of the virus log are in u
 constexpr char kAdvice[] =
     "A working process holds a lock of the virus log for moments, "
     "one that waits for the other lock for up to ten seconds, "
-    "and a reset of the log for up to half a minute\\.\n"
+    "and a reset of the log for up to a minute\\.\n"
     "Remove a lock only when the process that took it is gone\\.\n";
 
 TEST_F(VirlogUnlockTest, SaysWhenThereIsNothingToRemove) {

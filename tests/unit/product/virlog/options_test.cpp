@@ -15,6 +15,7 @@ struct Parsed {
 };
 
 Parsed Parse(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "corvane-virlog");
     std::vector<char*> pointers;
     pointers.reserve(arguments.size());
     for (std::string& argument : arguments) {
@@ -70,6 +71,49 @@ TEST(Options, ReadsTheOtherCommands) {
     EXPECT_EQ(Parse({"--unlock", "--unlock"}).options.command, Command::kUnlock);
 }
 
+TEST(Options, ReadsHowManyRecordsStay) {
+    for (const auto& [text, number] : {std::pair{"0", 0U}, std::pair{"7", 7U}, std::pair{"007", 7U},
+                                       std::pair{"4294967295", 4'294'967'295U}}) {
+        const Parsed parsed = Parse({"--keep", text});
+        EXPECT_TRUE(parsed.isGood) << parsed.problem;
+        EXPECT_EQ(parsed.options.command, Command::kKeep);
+        EXPECT_EQ(parsed.options.keep, number);
+    }
+    EXPECT_EQ(Parse({"--keep=3", "--keep", "5"}).options.keep, 5U);
+}
+
+TEST(Options, NamesMayBeShortenedAsLongAsTheyAreClear) {
+    EXPECT_EQ(Parse({"--form", "csv"}).options.format, Format::kCsv);
+    EXPECT_EQ(Parse({"--f=json"}).options.format, Format::kJson);
+    EXPECT_EQ(Parse({"--k", "2"}).options.keep, 2U);
+    EXPECT_EQ(Parse({"--unl"}).options.command, Command::kUnlock);
+    EXPECT_EQ(Parse({"--h"}).options.command, Command::kHelp);
+    EXPECT_EQ(Parse({"--v"}).options.command, Command::kVersion);
+}
+
+TEST(Options, TwoDashesEndThem) {
+    EXPECT_TRUE(Parse({"--"}).isGood);
+    EXPECT_EQ(Parse({"--format=csv", "--"}).options.format, Format::kCsv);
+    EXPECT_EQ(Parse({"--text", "--"}).options.filter.texts, std::vector<std::string>{"--"});
+    const Parsed parsed = Parse({"--", "--help"});
+    EXPECT_FALSE(parsed.isGood);
+    EXPECT_EQ(parsed.problem, R"(unexpected argument: "--help")");
+}
+
+TEST(Options, OneReadingDoesNotDisturbTheNext) {
+    EXPECT_FALSE(Parse({"--format", "csv", "-xyz", "--keep"}).isGood);
+    EXPECT_EQ(Parse({"--format", "json"}).options.format, Format::kJson);
+    EXPECT_EQ(Parse({"--help", "--format", "csv"}).options.command, Command::kHelp);
+    EXPECT_TRUE(Parse({}).isGood);
+}
+
+TEST(Options, WithoutEvenAProgramNameThereAreNone) {
+    Options options;
+    std::string problem;
+    EXPECT_TRUE(ParseOptions({}, options, problem));
+    EXPECT_EQ(options.command, Command::kList);
+}
+
 TEST(Options, SaysWhatIsWrong) {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{"--format"}, "--format needs a value"},
@@ -88,10 +132,32 @@ TEST(Options, SaysWhatIsWrong) {
         {{"--version=1"}, "--version takes no value"},
         {{"--wide"}, R"(unknown option: "--wide")"},
         {{"--wide=1"}, R"(unknown option: "--wide")"},
-        {{"--form", "csv"}, R"(unknown option: "--form")"},
+        {{"--formats", "csv"}, R"(unknown option: "--formats")"},
+        {{"--Format", "csv"}, R"(unknown option: "--Format")"},
+        {{"--un"}, R"(ambiguous option: "--un" may be --until or --unlock)"},
+        {{"--u=1"}, R"(ambiguous option: "--u" may be --until or --unlock)"},
+        {{"--format=csv", "--un", "x"}, R"(ambiguous option: "--un" may be --until or --unlock)"},
+        {{"--=1"}, R"(unknown option: "--")"},
         {{"-f"}, R"(unknown option: "-f")"},
-        {{"-"}, R"(unknown option: "-")"},
-        {{"--"}, R"(unknown option: "--")"},
+        {{"-fx"}, R"(unknown option: "-fx")"},
+        {{"-:"}, R"(unknown option: "-:")"},
+        {{"-"}, R"(unexpected argument: "-")"},
+        {{"--unl=yes"}, "--unlock takes no value"},
+        {{"--form"}, "--format needs a value"},
+        {{"--keep"}, "--keep needs a value"},
+        {{"--keep="}, R"(no such number: "")"},
+        {{"--keep", "-1"}, R"(no such number: "-1")"},
+        {{"--keep", "+1"}, R"(no such number: "+1")"},
+        {{"--keep", " 1"}, R"(no such number: " 1")"},
+        {{"--keep", "1k"}, R"(no such number: "1k")"},
+        {{"--keep", "0x10"}, R"(no such number: "0x10")"},
+        {{"--keep", "4294967296"}, R"(no such number: "4294967296")"},
+        {{"--keep", "3", "--format", "csv"}, "--keep stands alone"},
+        {{"--text=a", "--keep", "3"}, "--keep stands alone"},
+        {{"--keep", "3", "--unlock"}, "--keep stands alone"},
+        {{"--unlock", "--keep", "3"}, "--unlock stands alone"},
+        {{"--keep", "3", "4"}, R"(unexpected argument: "4")"},
+        {{"--\x1B[2J"}, R"(unknown option: "--\u{001b}[2J")"},
         {{"log"}, R"(unexpected argument: "log")"},
         {{"a=b"}, R"(unexpected argument: "a=b")"},
         {{""}, R"(unexpected argument: "")"},
@@ -113,7 +179,7 @@ TEST(Options, UsageAndManualNameEveryOption) {
     const std::string manual = ReadFile(VIRLOG_MANUAL);
     const std::string usage = kUsage;
     for (const std::string option :
-         {"format", "since", "until", "text", "unlock", "help", "version"}) {
+         {"format", "since", "until", "text", "keep", "unlock", "help", "version"}) {
         EXPECT_NE(usage.find("--" + option), std::string::npos) << option;
         EXPECT_NE(manual.find("\\-\\-" + option), std::string::npos) << option;
     }

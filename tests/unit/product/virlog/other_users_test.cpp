@@ -71,14 +71,52 @@ TEST_F(VirlogOtherUserTest, ADirectoryInTheWayIsCalledOneWhoeverLooks) {
     }
 }
 
-TEST_F(VirlogOtherUserTest, SaysNothingOfASecondFileThatItMayNotRead) {
+TEST_F(VirlogOtherUserTest, EveryUserMayReadTheSecondFileAsFarAsItsModeLets) {
     WriteLog({Record(u"/tmp/a")});
     WriteFile(kSecondRecords, Head(1) + Record(u"/tmp/b"));
+    ASSERT_EQ(::chmod(kSecondRecords, 0644), 0);
+    VirlogRun readable({"--format", "csv"}, {}, kNobody);
+    EXPECT_EQ(readable.Status(), 0);
+    EXPECT_EQ(readable.Output(), kCsvHeading + CsvOf("/tmp/a") + CsvOf("/tmp/b"));
+    EXPECT_EQ(readable.Errors(), "");
+
     ASSERT_EQ(::chmod(kSecondRecords, 0600), 0);
     VirlogRun run({"--format", "csv"}, {}, kNobody);
     EXPECT_EQ(run.Status(), 0);
     EXPECT_EQ(run.Output(), kCsvHeading + CsvOf("/tmp/a"));
-    EXPECT_EQ(run.Errors(), "");
+    EXPECT_EQ(run.Errors(), "corvane-virlog: the records that wait in " +
+                                std::string(kSecondRecords) +
+                                " are not listed: Permission denied\n");
+}
+
+TEST_F(VirlogOtherUserTest, OnlyWhoMayReplaceTheLogMayCutIt) {
+    const auto expectRefused = [](uid_t user, const std::string& message) {
+        VirlogRun run({"--keep", "0"}, {}, user);
+        EXPECT_EQ(run.Status(), 1);
+        EXPECT_EQ(run.Output(), "");
+        EXPECT_EQ(run.Errors(), "corvane-virlog: the virus log may not be cut" + message + "\n");
+    };
+    WriteLog({Record(u"/tmp/a")});
+    const std::string before = ReadFile(kRecords);
+    const std::string path = kRecords;
+    expectRefused(kNobody, ": " + path + " belongs to root; only root can cut it");
+    ASSERT_EQ(::chown(kRecords, 12345, 12345), 0);
+    expectRefused(kNobody,
+                  ": " + path + " belongs to user 12345; only user 12345 or root can cut it");
+    ASSERT_EQ(::chmod(kReports, 0755), 0);
+    expectRefused(12345, " in " + std::string(kReports) + ": Permission denied");
+    EXPECT_EQ(ReadFile(kRecords), before);
+    EXPECT_FALSE(Exists(kReports + std::string("VirMain.dat")));
+}
+
+TEST_F(VirlogOtherUserTest, TheOwnerOfTheLogCutsIt) {
+    WriteLog({Record(u"/tmp/a"), Record(u"/tmp/b")});
+    ASSERT_EQ(::chown(kRecords, 12345, 12345), 0);
+    VirlogRun run({"--keep=1"}, {}, 12345);
+    EXPECT_EQ(run.Status(), 0);
+    EXPECT_EQ(run.Errors(), "corvane-virlog: cutting the log takes about ten seconds\n");
+    EXPECT_EQ(run.Output(), "1 record removed, 1 stays\n");
+    EXPECT_EQ(ReadFile(kRecords), Head(1) + Record(u"/tmp/b"));
 }
 
 TEST_F(VirlogOtherUserTest, TrustsNoStrangersCopyAlthoughItCouldWriteIt) {
