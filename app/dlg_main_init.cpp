@@ -15,7 +15,6 @@
 #include "app/start_up.h"
 #include "common/locks.h"
 #include "common/paths.h"
-#include "common/run_state.h"
 #include "reports/files/report_index.h"
 #include "scan/scanner.h"
 #include "widgets/messages.h"
@@ -36,7 +35,7 @@ void ShowStep(QSplashScreen& splash, const QString& message, EventPass pass) {
 void dlgMain::init() {
     m_ui->reportsPage->List()->installEventFilter(this);
 
-    const std::string picture = std::string(g_szAppPath) + "qimages/splash.bmp";
+    const std::string picture = common::InProgramDirectory("qimages/splash.bmp");
     if (IsValidPath(picture.c_str()) == 0) {
         EndProcess();
     }
@@ -80,7 +79,7 @@ void dlgMain::CentreOnDesktop() {
 
 void dlgMain::MakeReportIndexes(std::unique_ptr<QSplashScreen>& splash) {
     for (const char* index : {kScanIndexName, kUpdateIndexName}) {
-        const std::string path = std::string(g_szAppPath) + index;
+        const std::string path = common::InProgramDirectory(index);
         if (!CreateReportIndex(path.c_str())) {
             ShowCritical(
                 this, QStringLiteral("Corvane"),

@@ -65,12 +65,12 @@ void* LoadDylibAndGetPFN(const char* library, const char* symbol, void** handle,
     *error = 0;
     void* loaded = *handle;
     if (loaded == nullptr) {
-        char directory[kMaxLibraryPath];
-        if (GetZqPath(directory, sizeof directory) == 0) {
+        const auto found = common::InFoundProductDirectory(library);
+        if (!found) {
             return nullptr;
         }
         // The length of a library's path is limited, and the limit is a cut.
-        const std::string path = (std::string(directory) + library).substr(0, kMaxLibraryPath);
+        const std::string path = found->substr(0, kMaxLibraryPath);
         loaded = ZQLoadLibrary(path.c_str());
         if (loaded == nullptr) {
             *error = LoadError(path);

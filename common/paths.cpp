@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "common/run_state.h"
 #include "common/text_field.h"
 
 namespace {
@@ -54,6 +55,26 @@ int GetZqPath(char* buffer, std::size_t size) {
     CopyToField({buffer, size}, kProductDirectory);
     return 1;
 }
+
+namespace common {
+
+std::string InProgramDirectory(std::string_view name) {
+    return std::string(FieldText(g_szAppPath)).append(name);
+}
+
+std::string InProductDirectory(std::string_view name) {
+    return std::string(kProductDirectory).append(name);
+}
+
+std::optional<std::string> InFoundProductDirectory(std::string_view name) {
+    char directory[sizeof kProductDirectory];
+    if (GetZqPath(directory, sizeof directory) == 0) {
+        return std::nullopt;
+    }
+    return std::string(directory).append(name);
+}
+
+}  // namespace common
 
 int IsValidPath(const char* path) {
     struct stat status {};

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
 
-// All functions return 1 for success and 0 for failure and may be called from any thread.
+// Any thread. What gives an int gives 1 for success and 0 for failure.
 
 inline constexpr char kProductDirectory[] = "/usr/lib/Corvane/Corvane/";
 
@@ -20,6 +23,19 @@ int IsValidPath(const char* path);
 
 /// 1 when the path exists and is a directory, following links.
 int IsDirectory(const char* path);
+
+namespace common {
+
+/// The path of `name` in the directory of the running program, g_szAppPath.
+std::string InProgramDirectory(std::string_view name);
+
+/// The path of `name` in kProductDirectory, whether or not there is one.
+std::string InProductDirectory(std::string_view name);
+
+/// The same in the product directory that GetZqPath finds; none where there is none.
+std::optional<std::string> InFoundProductDirectory(std::string_view name);
+
+}  // namespace common
 
 /// Shortens `path` for display to `width` bytes: its head, "...", its tail. `output` has room for
 /// width + 1 bytes. Always 1, but 0 for a null argument.

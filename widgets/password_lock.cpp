@@ -17,7 +17,7 @@ constexpr auto kTitle = "Corvane";
 }  // namespace
 
 bool PasswordLock::Ask(QWidget* parent) {
-    const std::string path = std::string(kProductDirectory) + kDbLibrary;
+    const std::string path = common::InProductDirectory(kDbLibrary);
     // Not through the product's loader: the message is the dynamic loader's own.
     m_library.reset(dlopen(path.c_str(), RTLD_NOW));
     if (m_library == nullptr) {

@@ -1,6 +1,7 @@
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
 
 #include "common/paths.h"
@@ -28,9 +29,11 @@ TEST_F(ProductDirectory, IsGivenWhenItIsThere) {
     char buffer[256];
     ASSERT_EQ(GetZqPath(buffer, sizeof buffer), 1);
     EXPECT_STREQ(buffer, "/usr/lib/Corvane/Corvane/");
+    EXPECT_EQ(common::InFoundProductDirectory("a.so"), "/usr/lib/Corvane/Corvane/a.so");
 }
 
 TEST_F(ProductDirectory, FailsWhenItIsMissing) {
+    EXPECT_EQ(common::InFoundProductDirectory("a.so"), std::nullopt);
     char buffer[256] = "#";
     EXPECT_EQ(GetZqPath(buffer, sizeof buffer), 0);
     EXPECT_STREQ(buffer, "#");

@@ -1,12 +1,16 @@
 #include "common/paths.h"
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "common/run_state.h"
+#include "common/text_field.h"
 #include "tests/support/scratch.h"
 
 namespace {
@@ -105,6 +109,17 @@ TEST(IsDirectory, FollowsLinks) {
     EXPECT_EQ(IsDirectory((scratch / "file").c_str()), 0);
     EXPECT_EQ(IsDirectory((scratch / "missing").c_str()), 0);
     EXPECT_EQ(IsDirectory(nullptr), 0);
+}
+
+TEST(Directories, NamesAreJoinedToThem) {
+    CopyToField(g_szAppPath, "/opt/program/");
+    EXPECT_EQ(common::InProgramDirectory("zqscn.opt"), "/opt/program/zqscn.opt");
+    EXPECT_EQ(common::InProgramDirectory(""), "/opt/program/");
+    std::fill(std::begin(g_szAppPath), std::end(g_szAppPath), 'a');
+    EXPECT_EQ(common::InProgramDirectory("b"), std::string(256, 'a') + "b")
+        << "no end in the field";
+    CopyToField(g_szAppPath, "");
+    EXPECT_EQ(common::InProductDirectory("opsitf.so"), "/usr/lib/Corvane/Corvane/opsitf.so");
 }
 
 std::string Shortened(const std::string& path, int width) {
