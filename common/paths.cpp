@@ -74,6 +74,10 @@ std::optional<std::string> InFoundProductDirectory(std::string_view name) {
     return std::string(directory).append(name);
 }
 
+ShortPathEnds EndsOfShortPath(std::size_t width) {
+    return {width / 2 > 3 ? width / 2 - 3 : 0, width - width / 2};
+}
+
 }  // namespace common
 
 int IsValidPath(const char* path) {
@@ -94,10 +98,10 @@ int GetShortPath(const char* path, char* output, int width) {
     const std::string_view whole(path);
     std::string shown(whole);
     if (whole.size() > total) {
-        const std::size_t head = total / 2 > 3 ? total / 2 - 3 : 0;
-        shown = whole.substr(0, head);
+        const common::ShortPathEnds ends = common::EndsOfShortPath(total);
+        shown = whole.substr(0, ends.head);
         shown += "...";
-        shown += whole.substr(whole.size() - (total - total / 2));
+        shown += whole.substr(whole.size() - ends.tail);
         // Below 6 there is no room for the dots and both ends.
         shown.resize(total);
     }

@@ -35,6 +35,13 @@ std::string InProductDirectory(std::string_view name);
 /// The same in the product directory that GetZqPath finds; none where there is none.
 std::optional<std::string> InFoundProductDirectory(std::string_view name);
 
+/// How many bytes GetShortPath keeps of a path longer than `width`, before its dots and behind.
+struct ShortPathEnds {
+    std::size_t head;
+    std::size_t tail;
+};
+ShortPathEnds EndsOfShortPath(std::size_t width);
+
 }  // namespace common
 
 /// Shortens `path` for display to `width` bytes: its head, "...", its tail. `output` has room for

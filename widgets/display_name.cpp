@@ -3,45 +3,43 @@
 #include <algorithm>
 #include <vector>
 
-#include <QByteArrayView>
-#include <QList>
-#include <QStringDecoder>
-
+#include "common/misleading_characters.h"
 #include "common/paths.h"
 #include "common/utf8.h"
 
 namespace {
 
-constexpr char32_t kDelete = 0x7F;
+// One character of a name, or one byte that is none.
+struct Piece {
+    std::size_t bytes = 0;  // in the name
+    QString shown;
+};
+
+constexpr char kDots[] = "...";
 
 bool IsPlainAscii(char byte) {
     return byte >= ' ' && byte <= '~';
 }
 
-// The character that `bytes` begins with, or nothing when it is not UTF-8.
-QString DecodeSequence(std::string_view bytes) {
-    QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decode(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size())));
-    return decode.hasError() ? QString() : text;
+bool IsPlain(std::string_view bytes) {
+    return std::all_of(bytes.begin(), bytes.end(), IsPlainAscii);
+}
+
+QString FromPlain(std::string_view bytes) {
+    return QString::fromLatin1(bytes.data(), static_cast<qsizetype>(bytes.size()));
 }
 
 QString Hex(char32_t value, int digits) {
     return QString::number(static_cast<uint>(value), 16).toUpper().rightJustified(digits, u'0');
 }
 
-// Characters that break the line or turn the writing direction round. Joiners stay: names in many
-// languages need them.
-bool IsMisleading(char32_t character) {
-    return (character >= 0x80 && character < 0xA0) || character == 0x061C || character == 0x200E ||
-           character == 0x200F || (character >= 0x2028 && character <= 0x202E) ||
-           (character >= 0x2066 && character <= 0x2069);
-}
-
 QString HexByte(char32_t byte) {
     return QStringLiteral("\\x") + Hex(byte, 2);
 }
 
-QString Control(char32_t character) {
+QString Escaped(char32_t character) {
+    constexpr char32_t kDelete = 0x7F;
+    constexpr char32_t kLastOfFourDigits = 0xFFFF;
     switch (character) {
         case U'\n':
             return QStringLiteral("\\n");
@@ -50,47 +48,83 @@ QString Control(char32_t character) {
         case U'\t':
             return QStringLiteral("\\t");
         default:
-            return HexByte(character);
+            break;
     }
+    if (character <= kDelete) {
+        return HexByte(character);
+    }
+    return character <= kLastOfFourDigits ? QStringLiteral("\\u") + Hex(character, 4)
+                                          : QStringLiteral("\\U") + Hex(character, 8);
 }
 
-QString Visible(const QString& decoded) {
-    const char32_t character = decoded.toUcs4().value(0);
-    if (character < U' ' || character == kDelete) {
-        return Control(character);
+Piece FirstPiece(std::string_view bytes) {
+    const DecodedCharacter first = DecodeUtf8(bytes);
+    if (!first.isWellFormed) {
+        return {first.length, HexByte(first.character)};
     }
-    return IsMisleading(character) ? QStringLiteral("\\u") + Hex(character, 4) : decoded;
+    return {first.length, IsMisleading(first.character) ? Escaped(first.character)
+                                                        : QString::fromUcs4(&first.character, 1)};
+}
+
+std::vector<Piece> PiecesOf(std::string_view bytes) {
+    std::vector<Piece> pieces;
+    while (!bytes.empty()) {
+        pieces.push_back(FirstPiece(bytes));
+        bytes.remove_prefix(pieces.back().bytes);
+    }
+    return pieces;
+}
+
+// How many of the pieces from `first` on fit into `width`, in the name and on the screen.
+template <typename Iterator>
+Iterator WhereFull(Iterator first, Iterator last, std::size_t width) {
+    std::size_t bytes = 0;
+    std::size_t shown = 0;
+    return std::find_if(first, last, [&](const Piece& piece) {
+        bytes += piece.bytes;
+        shown += static_cast<std::size_t>(piece.shown.size());
+        return bytes > width || shown > width;
+    });
+}
+
+template <typename Iterator>
+QString Joined(Iterator first, Iterator last) {
+    QString text;
+    for (; first != last; ++first) {
+        text += first->shown;
+    }
+    return text;
 }
 
 }  // namespace
 
 QString DisplayName(std::string_view bytes) {
     // Nearly every name is this plain, and lists show thousands.
-    if (std::all_of(bytes.begin(), bytes.end(), IsPlainAscii)) {
-        return QString::fromLatin1(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    if (IsPlain(bytes)) {
+        return FromPlain(bytes);
     }
-    QString text;
-    while (!bytes.empty()) {
-        const auto first = static_cast<unsigned char>(bytes.front());
-        const std::size_t length = AnnouncedUtf8Length(first);
-        const QString decoded = length != 0 && length <= bytes.size()
-                                    ? DecodeSequence(bytes.substr(0, length))
-                                    : QString();
-        if (decoded.isEmpty()) {
-            text += HexByte(first);
-            bytes.remove_prefix(1);
-        } else {
-            text += Visible(decoded);
-            bytes.remove_prefix(length);
-        }
-    }
-    return text;
+    const std::vector<Piece> pieces = PiecesOf(bytes);
+    return Joined(pieces.begin(), pieces.end());
 }
 
 QString ShortDisplayPath(const char* path, int width) {
-    if (path == nullptr) {
+    if (path == nullptr || width < 1) {
         return {};
     }
-    std::vector<char> shortened(static_cast<std::size_t>(width) + 1);
-    return DisplayName(GetShortPath(path, shortened.data(), width) == 1 ? shortened.data() : path);
+    const auto room = static_cast<std::size_t>(width);
+    if (IsPlain(path)) {
+        std::vector<char> shortened(room + 1);
+        GetShortPath(path, shortened.data(), width);
+        return FromPlain(shortened.data());
+    }
+    const std::vector<Piece> pieces = PiecesOf(path);
+    if (WhereFull(pieces.begin(), pieces.end(), room) == pieces.end()) {
+        return Joined(pieces.begin(), pieces.end());
+    }
+    const common::ShortPathEnds ends = common::EndsOfShortPath(room);
+    const auto headEnd = WhereFull(pieces.begin(), pieces.end(), ends.head);
+    const auto tailBegin = WhereFull(pieces.rbegin(), pieces.rend(), ends.tail).base();
+    const QString shown =
+        Joined(pieces.begin(), headEnd) + QLatin1String(kDots) + Joined(tailBegin, pieces.end());
+    return shown.left(width);  // below 6 there is no room for the dots and both ends
 }

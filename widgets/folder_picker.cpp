@@ -26,7 +26,7 @@ QIcon folderLocked;
 namespace {
 
 constexpr int kNamesInMessage = 5;
-constexpr qsizetype kNameWidthInMessage = 72;
+constexpr int kNameWidthInMessage = 72;
 
 class WaitCursor {
 public:
@@ -59,12 +59,6 @@ const StateChkLstView* AsFolder(const QTreeWidgetItem* item) {
 void ShowAsLocked(StateChkLstView* item) {
     item->setIcon(0, folderLocked);
     item->SetExpandable(false);
-}
-
-QString ShortenedInMiddle(const QString& text) {
-    const qsizetype half = kNameWidthInMessage / 2;
-    return text.size() <= kNameWidthInMessage ? text
-                                              : text.left(half) + QChar(0x2026) + text.right(half);
 }
 
 }  // namespace
@@ -249,12 +243,12 @@ void FolderPicker::LeaveOut(const std::string& path) {
 
 void FolderPicker::TellWhatWasLeftOut() {
     QStringList all;
+    QStringList few;
     for (const std::string& path : m_leftOut) {
         all.append(DisplayName(path));
-    }
-    QStringList few;
-    for (const QString& path : all.mid(0, kNamesInMessage)) {
-        few.append(ShortenedInMiddle(path));
+        if (few.size() < kNamesInMessage) {
+            few.append(ShortDisplayPath(path.c_str(), kNameWidthInMessage));
+        }
     }
     if (few.size() < all.size()) {
         few.append(QString(QChar(0x2026)));
