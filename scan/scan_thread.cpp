@@ -39,8 +39,8 @@ public:
         return true;
     }
     void OnFile(const char* path) override { ScanFile(path, &m_dialog); }
-    void LookAhead(int directory, DirectoryBlock& block) override {
-        m_readAhead.LookAhead(directory, block);
+    void LookAhead(int directory, common::DirectoryReader& reader) override {
+        m_readAhead.LookAhead(directory, reader);
     }
 
 private:

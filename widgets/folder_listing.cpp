@@ -1,12 +1,11 @@
 #include "widgets/folder_listing.h"
 
 #include <algorithm>
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "common/directory_reader.h"
 #include "common/file_descriptor.h"
-#include "widgets/directory_reader.h"
 
 namespace {
 
@@ -29,29 +28,22 @@ FileDescriptor OpenFolder(const std::string& rootDirectory, std::string_view pat
     return folder;
 }
 
-mode_t TypeOf(int folder, const DirectoryEntry& entry, int flags) {
-    struct stat status {};
-    const bool known = ::fstatat(folder, entry.name, &status, flags) == 0;
-    return known ? status.st_mode & S_IFMT : 0;
-}
+using common::DirectoryEntry;
+using common::DirectoryReader;
 
-// The file system's own word for the entry's type where it gives one, and a look where not.
-mode_t OwnTypeOf(int folder, const DirectoryEntry& entry) {
-    if (entry.type == DT_UNKNOWN) {
-        return TypeOf(folder, entry, AT_SYMLINK_NOFOLLOW);
-    }
-    return static_cast<mode_t>(DTTOIF(entry.type));
+bool LeadsToFolder(int folder, const DirectoryEntry& link) {
+    struct stat status {};
+    return ::fstatat(folder, link.name.data(), &status, 0) == 0 && S_ISDIR(status.st_mode);
 }
 
 enum class FolderKind { kNone, kFolder, kLinkToFolder };
 
 FolderKind KindOf(int folder, const DirectoryEntry& entry) {
-    switch (OwnTypeOf(folder, entry)) {
+    switch (common::TypeOf(folder, entry)) {
         case S_IFDIR:
             return FolderKind::kFolder;
         case S_IFLNK:
-            return TypeOf(folder, entry, 0) == S_IFDIR ? FolderKind::kLinkToFolder
-                                                       : FolderKind::kNone;
+            return LeadsToFolder(folder, entry) ? FolderKind::kLinkToFolder : FolderKind::kNone;
         default:
             return FolderKind::kNone;
     }
@@ -59,11 +51,15 @@ FolderKind KindOf(int folder, const DirectoryEntry& entry) {
 
 bool HasSubfolders(int parent, const std::string& name, std::uint64_t& entriesRead) {
     const FileDescriptor folder(::openat(parent, name.c_str(), kOpenFolder | O_NOFOLLOW));
-    DirectoryReader reader(folder.Get());
-    DirectoryEntry entry;
+    DirectoryReader reader;
+    reader.Start(folder.Get(), DirectoryReader::Want::kFirstFew);
     bool found = false;
-    while (!found && reader.Next(entry)) {
-        found = !entry.IsDotOrDotDot() && KindOf(folder.Get(), entry) != FolderKind::kNone;
+    while (!found) {
+        const auto entry = reader.Next();
+        if (!entry) {
+            break;
+        }
+        found = KindOf(folder.Get(), *entry) != FolderKind::kNone;
     }
     entriesRead += reader.EntriesRead();
     return found;
@@ -77,16 +73,13 @@ FolderListing::FolderListing(std::string rootDirectory)
 SubfolderList FolderListing::ListSubfolders(std::string_view path) const {
     SubfolderList list;
     const FileDescriptor folder = OpenFolder(m_rootDirectory, path);
-    DirectoryReader reader(folder.Get());
-    DirectoryEntry entry;
-    while (reader.Next(entry)) {
-        if (entry.IsDotOrDotDot()) {
-            continue;
-        }
-        const FolderKind kind = KindOf(folder.Get(), entry);
+    DirectoryReader reader;
+    reader.Start(folder.Get(), DirectoryReader::Want::kAll);
+    while (const auto entry = reader.Next()) {
+        const FolderKind kind = KindOf(folder.Get(), *entry);
         list.hasEntries = list.hasEntries || kind != FolderKind::kNone;
         if (kind == FolderKind::kFolder) {
-            list.subfolders.push_back({.name = entry.name});
+            list.subfolders.push_back({.name = std::string(entry->name)});
         }
     }
     list.entriesRead = reader.EntriesRead();
@@ -101,13 +94,13 @@ SubfolderList FolderListing::ListSubfolders(std::string_view path) const {
 
 bool FolderListing::HoldsFileOrLink(std::string_view path) const {
     const FileDescriptor folder = OpenFolder(m_rootDirectory, path);
-    DirectoryReader reader(folder.Get());
-    DirectoryEntry entry;
-    while (reader.Next(entry)) {
-        if (entry.IsHidden()) {
+    DirectoryReader reader;
+    reader.Start(folder.Get(), DirectoryReader::Want::kFirstFew);
+    while (const auto entry = reader.Next()) {
+        if (entry->IsHidden()) {
             continue;
         }
-        const mode_t type = OwnTypeOf(folder.Get(), entry);
+        const mode_t type = common::TypeOf(folder.Get(), *entry);
         if (type == S_IFREG || type == S_IFLNK) {
             return true;
         }

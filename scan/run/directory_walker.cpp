@@ -1,7 +1,6 @@
 #include "scan/run/directory_walker.h"
 
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 
 #include "common/text_field.h"
@@ -12,36 +11,36 @@ namespace {
 // Without waiting: a FIFO or a device may stand where a directory was a moment ago.
 constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
 
-ZqFileType TypeOf(int directory, const DirectoryEntry& entry) {
-    return entry.type == DT_UNKNOWN ? FileTypeAt(directory, entry.name.data())
-                                    : FileTypeOfMode(DTTOIF(entry.type));
+ZqFileType TypeToWalk(int directory, const common::DirectoryEntry& entry) {
+    const mode_t type = common::TypeOf(directory, entry);
+    return type == 0 ? kTypeSkip : FileTypeOfMode(type);
 }
 
 }  // namespace
 
-void WalkVisitor::LookAhead(int /*directory*/, DirectoryBlock& /*block*/) {}
+void WalkVisitor::LookAhead(int /*directory*/, common::DirectoryReader& /*reader*/) {}
 
 WalkResult DirectoryWalker::Walk(const char* directory) {
     if (directory == nullptr || !CopyToField(m_path, directory)) {
         return kWalkUnreadable;
     }
-    const FileDescriptor top(open(directory, kOpenDirectory));
+    const FileDescriptor top(::open(directory, kOpenDirectory));
     return top ? WalkLevel(top, std::strlen(directory), 0) : kWalkUnreadable;
 }
 
 WalkResult DirectoryWalker::WalkLevel(const FileDescriptor& directory, std::size_t length,
                                       std::size_t depth) {
-    if (m_blocks.size() == depth) {
-        m_blocks.push_back(std::make_unique<DirectoryBlock>());
+    if (m_readers.size() == depth) {
+        m_readers.push_back(std::make_unique<common::DirectoryReader>());
     }
-    DirectoryBlock& block = *m_blocks[depth];
-    block.Reset();
+    common::DirectoryReader& reader = *m_readers[depth];
+    reader.Start(directory.Get(), common::DirectoryReader::Want::kAll);
     while (m_visitor.GoOn(m_path.data())) {
-        const auto entry = block.Next(directory.Get());
+        const auto entry = reader.Next();
         if (!entry) {
             return kWalkDone;
         }
-        const ZqFileType type = TypeOf(directory.Get(), *entry);
+        const ZqFileType type = TypeToWalk(directory.Get(), *entry);
         if (type == kTypeSkip) {
             continue;
         }
@@ -51,13 +50,13 @@ WalkResult DirectoryWalker::WalkLevel(const FileDescriptor& directory, std::size
         }
         bool goOn = true;
         if (type == kTypeRegular) {
-            m_visitor.LookAhead(directory.Get(), block);
+            m_visitor.LookAhead(directory.Get(), reader);
             m_visitor.OnFile(m_path.data());
             m_path[length] = '\0';
             goOn = m_visitor.GoOn(m_path.data());
         } else {
             const FileDescriptor below(
-                openat(directory.Get(), entry->name.data(), kOpenDirectory | O_NOFOLLOW));
+                ::openat(directory.Get(), entry->name.data(), kOpenDirectory | O_NOFOLLOW));
             goOn = !below || WalkLevel(below, entryLength, depth + 1) != kWalkStopped;
             m_path[length] = '\0';
         }

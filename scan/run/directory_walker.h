@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "common/directory_block.h"
+#include "common/directory_reader.h"
 #include "common/file_descriptor.h"
 
 /// Results of a walk, as GetFileCount and ScanDirectory give them.
@@ -34,8 +34,8 @@ public:
     /// A regular file.
     virtual void OnFile(const char* path) = 0;
 
-    /// Before OnFile: `directory` is open and `block` can be asked what comes after the file.
-    virtual void LookAhead(int directory, DirectoryBlock& block);
+    /// Before OnFile: `directory` is open and `reader` can be asked what comes after the file.
+    virtual void LookAhead(int directory, common::DirectoryReader& reader);
 };
 
 /// Walks a tree in the order in which the file system lists it, hidden entries included.
@@ -62,5 +62,5 @@ private:
     WalkVisitor& m_visitor;
     std::array<char, kWalkPathSize> m_path{};
     // One for each level that was reached, kept for the next directory there.
-    std::vector<std::unique_ptr<DirectoryBlock>> m_blocks;
+    std::vector<std::unique_ptr<common::DirectoryReader>> m_readers;
 };

@@ -1,6 +1,5 @@
 #include "scan/run/file_type.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 ZqFileType FileTypeOfMode(mode_t mode) {
@@ -11,14 +10,10 @@ ZqFileType FileTypeOfMode(mode_t mode) {
     return (mode & 0x4000U) != 0 ? kTypeDirectory : kTypeRegular;
 }
 
-ZqFileType FileTypeAt(int directory, const char* name) {
+int ZqGetFileType(const char* path) {
     struct stat status {};
-    if (name == nullptr || fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (path == nullptr || ::lstat(path, &status) != 0) {
         return kTypeSkip;
     }
     return FileTypeOfMode(status.st_mode);
-}
-
-int ZqGetFileType(const char* path) {
-    return FileTypeAt(AT_FDCWD, path);
 }

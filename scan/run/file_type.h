@@ -13,9 +13,6 @@ enum ZqFileType : int {
 /// directory's bit and so tests as one; it then fails to open as a directory.
 ZqFileType FileTypeOfMode(mode_t mode);
 
-/// The type of what `name` in the open directory `directory` (or AT_FDCWD) is, without following
-/// links; kTypeSkip when that cannot be told. Any thread.
-ZqFileType FileTypeAt(int directory, const char* name);
-
-/// The same of a path: 0 skip, 1 regular file, 2 directory. Any thread.
+/// The type of what is at `path`, without following a link there: 0 skip, 1 regular file, 2
+/// directory; 0, too, when that cannot be told. Any thread.
 int ZqGetFileType(const char* path);

@@ -10,7 +10,7 @@
 #include <system_error>
 #include <utility>
 
-#include "common/directory_block.h"
+#include "common/directory_reader.h"
 
 namespace {
 
@@ -79,17 +79,17 @@ ReadAhead::~ReadAhead() {
     }
 }
 
-void ReadAhead::LookAhead(int directory, DirectoryBlock& block) {
+void ReadAhead::LookAhead(int directory, common::DirectoryReader& reader) {
     if (m_pause > 0) {
         --m_pause;
         return;
     }
-    if (block.AheadCount() >= kBatch / 2 || !enabled) {
+    if (reader.AheadCount() >= kBatch / 2 || !enabled) {
         return;
     }
     std::vector<std::string> names;
     while (names.size() < kBatch) {
-        const auto entry = block.NextAhead();
+        const auto entry = reader.NextAhead();
         if (!entry) {
             break;
         }

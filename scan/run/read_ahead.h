@@ -11,7 +11,9 @@
 
 #include "common/file_descriptor.h"
 
-class DirectoryBlock;
+namespace common {
+class DirectoryReader;
+}
 
 /// Turns reading ahead on or off for what is scanned afterwards; on by default. Any thread.
 void SetReadAhead(bool on);
@@ -28,9 +30,9 @@ public:
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
 
-    /// Called for each file of the open directory `directory`: reads ahead what `block` has behind
+    /// Called for each file of the open directory `directory`: reads ahead what `reader` has behind
     /// it. Only regular files are opened.
-    void LookAhead(int directory, DirectoryBlock& block);
+    void LookAhead(int directory, common::DirectoryReader& reader);
 
     /// How many files were handed to the helpers.
     [[nodiscard]] std::size_t FilesReadAhead() const { return m_filesReadAhead; }

@@ -5,7 +5,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "common/directory_block.h"
+#include "common/directory_reader.h"
 #include "tests/unit/scan/hostile_tree.h"
 
 namespace {
@@ -53,11 +53,12 @@ protected:
     int Walk(ReadAhead& readAhead) const {
         const FileDescriptor folder(
             ::open(m_scratch.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        const auto block = std::make_unique<DirectoryBlock>();
+        common::DirectoryReader reader;
+        reader.Start(folder.Get(), common::DirectoryReader::Want::kAll);
         int seen = 0;
-        while (block->Next(folder.Get())) {
+        while (reader.Next()) {
             ++seen;
-            readAhead.LookAhead(folder.Get(), *block);
+            readAhead.LookAhead(folder.Get(), reader);
         }
         return seen;
     }
@@ -87,27 +88,6 @@ TEST_F(ReadAheadTest, CanBeTurnedOff) {
     ReadAhead readAhead;
     EXPECT_EQ(Walk(readAhead), kFiles);
     EXPECT_EQ(readAhead.FilesReadAhead(), 0U);
-}
-
-TEST(DirectoryBlock, LooksAheadWithoutTakingAnything) {
-    const ScratchFolder scratch;
-    for (const char* name : {"a", "b", "c"}) {
-        WriteFile(scratch / name, "");
-    }
-    const FileDescriptor folder(::open(scratch.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const auto block = std::make_unique<DirectoryBlock>();
-    EXPECT_FALSE(block->NextAhead());  // nothing was read yet
-    const auto first = block->Next(folder.Get());
-    ASSERT_TRUE(first);
-    const std::string second(block->NextAhead().value().name);
-    const std::string third(block->NextAhead().value().name);
-    EXPECT_FALSE(block->NextAhead());
-    EXPECT_EQ(block->AheadCount(), 2U);
-    EXPECT_EQ(block->Next(folder.Get()).value().name, second);
-    EXPECT_EQ(block->AheadCount(), 1U);
-    EXPECT_EQ(block->Next(folder.Get()).value().name, third);
-    EXPECT_EQ(block->AheadCount(), 0U);
-    EXPECT_FALSE(block->Next(folder.Get()));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 #include "common/run_state.h"
@@ -13,6 +14,7 @@
 #include "scan/run/descriptor_limit.h"
 #include "scan/run/directory_walker.h"
 #include "scan/run/file_type.h"
+#include "tests/support/silent_file_system.h"
 #include "tests/unit/scan/hostile_tree.h"
 
 namespace {
@@ -106,6 +108,33 @@ TEST_F(Walk, FindsRegularFilesAndNothingElse) {
                                      m_top + "/.hidden/..."));
     EXPECT_EQ(GetFileCount(m_top.c_str()), 1U);
     EXPECT_EQ(g_totalfilestoscan, 4U);
+}
+
+TEST_F(Walk, FindsTheSameWhereTheFileSystemTellsNoTypes) {
+    MakeFolder(m_top);
+    MakeFolder(m_top + "/below");
+    WriteFile(m_top + "/a", "x");
+    WriteFile(m_top + "/below/c", "x");
+    MakeFifo(m_top + "/fifo");
+    MakeLink("a", m_top + "/link");
+    MakeLink("below", m_top + "/linkToFolder");
+    const SilentFileSystem silent;
+    EXPECT_EQ(Run(m_top), kWalkDone);
+    EXPECT_THAT(m_collector.m_files, UnorderedElementsAre(m_top + "/a", m_top + "/below/c"));
+    EXPECT_GT(SilentFileSystem::EntriesWithheld(), 0);
+}
+
+TEST_F(Walk, PassesOverWhatIsGoneBeforeItsTypeCouldBeTold) {
+    MakeFolder(m_top);
+    WriteFile(m_top + "/a", "x");
+    WriteFile(m_top + "/b", "x");
+    // Both are listed by the time that the first is handed out.
+    m_collector.m_onFile = [this](const std::string& path) {
+        ::unlink((path == m_top + "/a" ? m_top + "/b" : m_top + "/a").c_str());
+    };
+    const SilentFileSystem silent;
+    EXPECT_EQ(Run(m_top), kWalkDone);
+    EXPECT_EQ(m_collector.m_files.size(), 1U);
 }
 
 TEST_F(Walk, KeepsNamesByteForByte) {
