@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/stat.h>
 
-#include "common/file_descriptor.h"
+#include "common/regular_file.h"
 #include "common/string_algorithms.h"
 
 namespace {
@@ -61,9 +60,8 @@ bool IsHeaderOf(std::string_view line, const std::string& section) {
 }
 
 FileStream OpenProfile(const char* path) {
-    FileDescriptor file(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    struct stat status {};
-    if (!file || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    FileDescriptor file = common::OpenRegularFile(path, O_RDONLY, common::Links::kFollow);
+    if (!file) {
         return nullptr;
     }
     FileStream stream(::fdopen(file.Get(), "r"));

@@ -3,62 +3,36 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
-#include <utility>
+
+#include "common/regular_file.h"
 
 namespace {
 
 // How often the file may vanish and come back between two attempts before we give up.
 constexpr int kMaxAttempts = 16;
 
-int OpenRetrying(const char* path, int flags, mode_t mode) {
-    int fd = -1;
-    do {
-        fd = ::open(path, flags, mode);
-    } while (fd < 0 && errno == EINTR);
-    return fd;
-}
-
-// The flags with which nothing is opened that was laid there, and nothing is waited for.
-constexpr int kCarefulFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-
-// Gives `file` back when it is a regular file of one name only.
-FileDescriptor Checked(FileDescriptor file) {
-    struct stat status {};
-    if (file &&
-        (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1)) {
-        file.Reset();
-        errno = EPERM;
-    }
-    return file;
-}
-
 }  // namespace
 
 FileDescriptor OpenSharedFile(const char* path, int flags, mode_t mode) {
-    if (path == nullptr) {
-        errno = EINVAL;
-        return {};
-    }
-    flags |= kCarefulFlags;
-    FileDescriptor file;
-    for (int attempt = 0; attempt < kMaxAttempts && !file; ++attempt) {
-        file.Reset(OpenRetrying(path, flags, 0));
+    using common::Links;
+    using common::OpenRegularFile;
+    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+        FileDescriptor file = OpenRegularFile(path, flags, Links::kNone);
         if (file || errno != ENOENT) {
-            break;
+            return file;
         }
-        file.Reset(OpenRetrying(path, flags | O_CREAT | O_EXCL, mode));
-        if (!file && errno != EEXIST) {
-            break;
+        file = OpenRegularFile(path, flags | O_CREAT | O_EXCL, Links::kNone, mode);
+        if (file) {
+            (void)::fchmod(file.Get(), mode);  // a strict umask would keep other users out
+            return file;
+        }
+        if (errno != EEXIST) {
+            return file;
         }
     }
-    return Checked(std::move(file));
+    return {};
 }
 
 FileDescriptor OpenExistingSharedFile(const char* path, int flags) {
-    if (path == nullptr) {
-        errno = EINVAL;
-        return {};
-    }
-    return Checked(FileDescriptor(OpenRetrying(path, flags | kCarefulFlags, 0)));
+    return common::OpenRegularFile(path, flags, common::Links::kNone);
 }

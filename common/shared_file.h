@@ -4,8 +4,8 @@
 
 #include "common/file_descriptor.h"
 
-/// Opens, or creates with `mode`, a file under a name that others can foresee in a folder that
-/// others can write to, as a lock or a log in "/tmp" is.
+/// Opens, or creates with `mode` whatever the umask, a file under a name that others can foresee in
+/// a folder that others can write to, as a lock or a log in "/tmp" is.
 ///
 /// `flags` is the access mode and at most O_APPEND; an existing file is never truncated. Opens
 /// nothing that somebody could have laid there to be hit by accident: no symbolic link, no further

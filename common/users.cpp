@@ -12,9 +12,9 @@
 #include <utmp.h>
 #include <vector>
 
-#include "common/file_descriptor.h"
 #include "common/io.h"
 #include "common/owners.h"
+#include "common/regular_file.h"
 #include "common/text_field.h"
 
 static_assert(sizeof(utmp) == 384);
@@ -79,7 +79,8 @@ int GetLoggedInUsername(char* buffer, std::size_t size) {
     if (buffer == nullptr) {
         return 0;
     }
-    const FileDescriptor records(::open("/var/run/utmp", O_RDONLY | O_CLOEXEC));
+    const FileDescriptor records =
+        common::OpenRegularFile("/var/run/utmp", O_RDONLY, common::Links::kFollow);
     if (!records) {
         return 0;
     }

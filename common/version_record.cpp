@@ -1,20 +1,21 @@
 #include "common/version_record.h"
 
 #include <fcntl.h>
-#include <string>
 
-#include "common/file_descriptor.h"
 #include "common/io.h"
 #include "common/paths.h"
+#include "common/regular_file.h"
 
 int GetVDBInfo(tagZQVERINFO* info) {
-    char directory[sizeof kProductDirectory];
-    if (info == nullptr || GetZqPath(directory, sizeof directory) == 0) {
+    if (info == nullptr) {
         return 0;
     }
-    const std::string path = std::string(directory) + kVersionFileName;
-    // A FIFO in its place must not keep anybody waiting.
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    const auto path = common::InFoundProductDirectory(kVersionFileName);
+    if (!path) {
+        return 0;
+    }
+    const FileDescriptor file =
+        common::OpenRegularFile(path->c_str(), O_RDONLY, common::Links::kFollow);
     tagZQVERINFO record{};
     if (!file || ReadFull(file.Get(), BytesOf(record)) != std::ptrdiff_t{sizeof record}) {
         return 0;

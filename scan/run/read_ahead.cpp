@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "common/directory_reader.h"
+#include "common/regular_file.h"
 
 namespace {
 
@@ -27,14 +28,16 @@ std::atomic<bool> enabled{true};
 
 /// Opens `name` to be read ahead; none when it is no regular file. Never waits, follows no link and
 /// leaves the time of the last access alone where that is allowed.
-FileDescriptor OpenRegular(int directory, const char* name, off_t& size) {
-    constexpr int kFlags = O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY;
-    FileDescriptor file(openat(directory, name, kFlags | O_NOATIME));
+FileDescriptor OpenToReadAhead(int directory, const char* name, off_t& size) {
+    using common::Links;
+    using common::OpenRegularFileAt;
+    FileDescriptor file =
+        OpenRegularFileAt(directory, name, O_RDONLY | O_NOATIME, Links::kNoSymbolic);
     if (!file) {
-        file.Reset(openat(directory, name, kFlags));
+        file = OpenRegularFileAt(directory, name, O_RDONLY, Links::kNoSymbolic);
     }
     struct stat status {};
-    if (!file || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (!file || ::fstat(file.Get(), &status) != 0) {
         return {};
     }
     size = status.st_size;
@@ -44,20 +47,20 @@ FileDescriptor OpenRegular(int directory, const char* name, off_t& size) {
 /// True when the first byte of the file is known not to be in memory.
 bool IsCold(int directory, const char* name) {
     off_t size = 0;
-    const FileDescriptor file = OpenRegular(directory, name, size);
+    const FileDescriptor file = OpenToReadAhead(directory, name, size);
     if (!file || size == 0) {
         return false;
     }
     char byte = 0;
     const iovec target{&byte, 1};
-    return preadv2(file.Get(), &target, 1, 0, RWF_NOWAIT) < 0 && errno == EAGAIN;
+    return ::preadv2(file.Get(), &target, 1, 0, RWF_NOWAIT) < 0 && errno == EAGAIN;
 }
 
 void ReadAheadOne(int directory, const char* name) {
     off_t size = 0;
-    const FileDescriptor file = OpenRegular(directory, name, size);
+    const FileDescriptor file = OpenToReadAhead(directory, name, size);
     if (file && size > 0) {
-        posix_fadvise(file.Get(), 0, std::min(size, kLongestRead), POSIX_FADV_WILLNEED);
+        ::posix_fadvise(file.Get(), 0, std::min(size, kLongestRead), POSIX_FADV_WILLNEED);
     }
 }
 
@@ -113,7 +116,7 @@ void ReadAhead::LookAhead(int directory, common::DirectoryReader& reader) {
 }
 
 void ReadAhead::Submit(int directory, std::vector<std::string> names) {
-    const auto shared = std::make_shared<FileDescriptor>(fcntl(directory, F_DUPFD_CLOEXEC, 0));
+    const auto shared = std::make_shared<FileDescriptor>(::fcntl(directory, F_DUPFD_CLOEXEC, 0));
     if (!*shared) {
         return;
     }

@@ -1,7 +1,6 @@
 #include "update/files/admin_links.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
@@ -10,10 +9,10 @@
 #include <string_view>
 #include <sys/stat.h>
 
-#include "common/file_descriptor.h"
 #include "common/io.h"
 #include "common/nibble_swap.h"
 #include "common/paths.h"
+#include "common/regular_file.h"
 #include "common/text_field.h"
 #include "common/times.h"
 #include "common/version_record.h"
@@ -28,25 +27,16 @@ unsigned char* ScrambledBytes(Record& record) {
     return reinterpret_cast<unsigned char*>(&record);
 }
 
-// Neither waits for a FIFO nor takes one for a link file.
-FileDescriptor OpenLinkFile(const char* path, int flags, mode_t mode) {
-    FileDescriptor file(::open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode));
-    struct stat status {};
-    if (file && (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))) {
-        file.Reset();
-        errno = EINVAL;
-    }
-    return file;
-}
-
 FileDescriptor OpenForWriting(const char* path) {
     // Not truncated: the count in the record keeps readers from older entries behind the new ones,
     // and whoever reads meanwhile finds a whole record.
-    FileDescriptor file = OpenLinkFile(path, O_RDWR | O_CREAT, 0600);
+    FileDescriptor file =
+        common::OpenRegularFile(path, O_RDWR | O_CREAT, common::Links::kFollow, 0600);
     if (file) {
         return file;
     }
-    file = OpenLinkFile(path, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    file =
+        common::OpenRegularFile(path, O_WRONLY | O_CREAT | O_TRUNC, common::Links::kFollow, 0666);
     if (file && ::fchmod(file.Get(), 0666) != 0) {
         file.Reset();
     }
@@ -97,7 +87,7 @@ int ReadUpdateInfo(const char* path, tagADMNURLRECORD* record, unsigned short* c
     }
     error = 0;
     // For writing too, so that who may not write the file does not get to read it either.
-    const FileDescriptor file = OpenLinkFile(path, O_RDWR, 0);
+    const FileDescriptor file = common::OpenRegularFile(path, O_RDWR, common::Links::kFollow);
     tagADMNURLRECORD head{};
     if (!file || ReadFull(file.Get(), BytesOf(head)) != std::ptrdiff_t{sizeof head}) {
         return 0;
@@ -158,21 +148,20 @@ int WriteUpdateInfo(const char* path, tagADMNURLRECORD* record, unsigned short c
 }
 
 int SetUpdateUrl(char** list, unsigned short count) {
-    char directory[sizeof kProductDirectory];
-    if (list == nullptr || GetZqPath(directory, sizeof directory) == 0) {
+    const auto path = common::InFoundProductDirectory(kAdminLinkFileName);
+    if (list == nullptr || !path) {
         return 0;
     }
-    const std::string path = std::string(directory) + kAdminLinkFileName;
     tagADMNURLRECORD record{};
     unsigned short oldCount = 0;
     char** oldList = nullptr;
     unsigned int error = 0;
-    if (ReadUpdateInfo(path.c_str(), &record, &oldCount, &oldList, error) == 0) {
+    if (ReadUpdateInfo(path->c_str(), &record, &oldCount, &oldList, error) == 0) {
         record = NewRecord();
     }
     FreeMemory(oldList, oldCount);
     record.addressCount = count;
     // The result says that the list was taken, not that it was stored: callers have always got 1.
-    (void)WriteUpdateInfo(path.c_str(), &record, count, list, error);
+    (void)WriteUpdateInfo(path->c_str(), &record, count, list, error);
     return 1;
 }

@@ -7,16 +7,17 @@
 #include <fcntl.h>
 #include <string>
 
-#include "common/file_descriptor.h"
 #include "common/io.h"
 #include "common/log.h"
 #include "common/paths.h"
+#include "common/regular_file.h"
 #include "common/text_field.h"
 #include "update/files/admin_links.h"
 
 namespace {
 
 constexpr int kScrambleBits = 3;
+constexpr char kNoHeader[] = "In CUpdate::ReadUpdLink(): Invalid UpdtHeader!!";
 
 template <typename Record>
 bool ReadRecord(int file, Record& record) {
@@ -81,10 +82,12 @@ char** CUpdate::ReadUpdLink(int* count, const char* path) {
     if (count == nullptr || path == nullptr) {
         return nullptr;
     }
-    // A FIFO in its place must not keep anybody waiting.
-    const FileDescriptor file(::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    const FileDescriptor file = common::OpenRegularFile(path, O_RDONLY, common::Links::kFollow);
     if (!file) {
-        LogUpdate("In CUpdate::ReadUpdLink(): file (" + std::string(path) + ") open Error!!");
+        // A folder or a FIFO can be opened, and then has no head.
+        LogUpdate(errno == EPERM
+                      ? kNoHeader
+                      : "In CUpdate::ReadUpdLink(): file (" + std::string(path) + ") open Error!!");
         return nullptr;
     }
     AddressList links;
@@ -93,7 +96,7 @@ char** CUpdate::ReadUpdLink(int* count, const char* path) {
             *count = static_cast<int>(links.Size());
             return links.Release();
         case ReadLinksResult::kNoHeader:
-            LogUpdate("In CUpdate::ReadUpdLink(): Invalid UpdtHeader!!");
+            LogUpdate(kNoHeader);
             break;
         case ReadLinksResult::kFailed:
             break;
@@ -111,7 +114,7 @@ char** CUpdate::GetURLsForAdmin(int* count) {
     }
     // The directory is fixed here, and looked up in SetUpdateUrl, which finds none on a machine
     // without the product: the updater reads whatever lies in the one place it knows.
-    const std::string path = std::string(kProductDirectory) + kAdminLinkFileName;
+    const std::string path = common::InProductDirectory(kAdminLinkFileName);
     tagADMNURLRECORD record{};
     unsigned short found = 0;
     char** list = nullptr;

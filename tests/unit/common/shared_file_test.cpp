@@ -27,6 +27,13 @@ TEST_F(SharedFile, CreatesWithTheMode) {
     EXPECT_EQ(ModeOf(m_path), 0600U);
 }
 
+TEST_F(SharedFile, CreatesForOtherUsersWhateverTheUmask) {
+    const mode_t before = ::umask(077);
+    EXPECT_TRUE(OpenSharedFile(m_path.c_str(), O_RDWR, 0666));
+    ::umask(before);
+    EXPECT_EQ(ModeOf(m_path), 0666U);
+}
+
 TEST_F(SharedFile, KeepsWhatIsThere) {
     WriteFile(m_path, "before");
     ASSERT_EQ(::chmod(m_path.c_str(), 0640), 0);
