@@ -1,18 +1,19 @@
 #include "common/option_file.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
+
+#include "common/regular_file.h"
+
+using common::Links;
 
 FileDescriptor OpenOptionFile(const char* path) {
-    return FileDescriptor(open(path, O_RDWR | O_CLOEXEC | O_NOFOLLOW));
+    return common::OpenRegularFile(path, O_RDWR, Links::kOnlyOfRoot);
 }
 
 FileDescriptor CreateOptionFile(const char* path) {
-    return FileDescriptor(open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+    return common::OpenRegularFile(path, O_RDWR | O_CREAT | O_EXCL, Links::kNone, 0600);
 }
 
-void ShareWithEveryone(const FileDescriptor& file) {
-    if (file.IsOpen()) {
-        fchmod(file.Get(), 0666);
-    }
+void ShareWithEveryone(const char* path) {
+    (void)common::SetFileMode(path, 0666, Links::kOnlyOfRoot);
 }

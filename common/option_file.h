@@ -2,8 +2,9 @@
 
 #include "common/file_descriptor.h"
 
-// The option files: small files in the application directory that every user of
-// the machine may change. They are made private and widened at once; links are never followed.
+// The option files: small files in the application directory that every user of the machine may
+// change. They are made private and widened at once. A link in their place is the administrator's
+// where only root can write to the folder, and followed; elsewhere it is refused.
 
 /// Opens an existing file for reading and writing.
 FileDescriptor OpenOptionFile(const char* path);
@@ -11,5 +12,6 @@ FileDescriptor OpenOptionFile(const char* path);
 /// Makes a file that is not there yet, with mode 0600, for reading and writing.
 FileDescriptor CreateOptionFile(const char* path);
 
-/// Sets the mode of an open file to 0666. A file of another user keeps its mode.
-void ShareWithEveryone(const FileDescriptor& file);
+/// Sets the mode of a file to 0666, whether or not it could be opened. A file of another user keeps
+/// its mode.
+void ShareWithEveryone(const char* path);

@@ -5,12 +5,12 @@
 #include "common/io.h"
 #include "common/log.h"
 #include "common/option_file.h"
-#include "common/run_state.h"
+#include "common/paths.h"
 
 namespace {
 
 std::string ScanOptionsPath() {
-    return std::string(g_szAppPath) + "zqscn.opt";
+    return common::InProgramDirectory("zqscn.opt");
 }
 
 }  // namespace
@@ -22,37 +22,34 @@ bool LoadScanOptionsFile(tagSCNOPTS* options) {
     }
     *options = kDefaultScanSettings;
     const std::string path = ScanOptionsPath();
-    FileDescriptor file = OpenOptionFile(path.c_str());
-    if (file) {
+    if (const FileDescriptor file = OpenOptionFile(path.c_str())) {
         // Bytes that the file lacks keep their defaults, and no value is rejected.
         ReadFull(file.Get(), BytesOf(*options));
-    } else {
-        file = CreateOptionFile(path.c_str());
-        if (file) {
-            WriteAll(file.Get(), BytesOf(kDefaultScanSettings));
-        }
+    } else if (const FileDescriptor made = CreateOptionFile(path.c_str())) {
+        WriteAll(made.Get(), BytesOf(kDefaultScanSettings));
     }
-    ShareWithEveryone(file);
+    ShareWithEveryone(path.c_str());
     return true;
 }
 
 FileOutcome ReadScanOptionsFile(tagSCNOPTS& options) {
     options = {};
-    const FileDescriptor file = OpenOptionFile(ScanOptionsPath().c_str());
+    const std::string path = ScanOptionsPath();
+    const FileDescriptor file = OpenOptionFile(path.c_str());
+    ShareWithEveryone(path.c_str());  // opened or not
     if (!file) {
         return FileOutcome::kNotOpened;
     }
-    const bool read = ReadFull(file.Get(), BytesOf(options)) >= 0;
-    ShareWithEveryone(file);
-    return read ? FileOutcome::kDone : FileOutcome::kFailed;
+    return ReadFull(file.Get(), BytesOf(options)) >= 0 ? FileOutcome::kDone : FileOutcome::kFailed;
 }
 
 FileOutcome WriteScanOptionsFile(const tagSCNOPTS& options) {
-    const FileDescriptor file = OpenOptionFile(ScanOptionsPath().c_str());
+    const std::string path = ScanOptionsPath();
+    const FileDescriptor file = OpenOptionFile(path.c_str());
     if (!file) {
-        return FileOutcome::kNotOpened;
+        return FileOutcome::kNotOpened;  // and nothing else changes: the mode stays, too
     }
     const bool written = WriteAll(file.Get(), BytesOf(options));
-    ShareWithEveryone(file);
+    ShareWithEveryone(path.c_str());
     return written ? FileOutcome::kDone : FileOutcome::kFailed;
 }

@@ -4,21 +4,19 @@
 
 #include "common/io.h"
 #include "common/option_file.h"
-#include "common/run_state.h"
+#include "common/paths.h"
 
 tagUpdtOpts LoadUpdateOptionsAtStart() {
-    const std::string path = std::string(g_szAppPath) + "zqupdate.opt";
+    const std::string path = common::InProgramDirectory("zqupdate.opt");
     tagUpdtOpts options{};
-    FileDescriptor file = OpenOptionFile(path.c_str());
-    if (file) {
+    if (const FileDescriptor file = OpenOptionFile(path.c_str())) {
         ReadFull(file.Get(), BytesOf(options));
     } else {
         options = kStartUpdateOptions;
-        file = CreateOptionFile(path.c_str());
-        if (file) {
-            WriteAll(file.Get(), BytesOf(options));
+        if (const FileDescriptor made = CreateOptionFile(path.c_str())) {
+            WriteAll(made.Get(), BytesOf(options));
         }
     }
-    ShareWithEveryone(file);
+    ShareWithEveryone(path.c_str());
     return options;
 }

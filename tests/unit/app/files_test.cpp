@@ -4,16 +4,19 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "app/start_up.h"
 #include "common/option_file.h"
 #include "common/run_state.h"
 #include "common/scan_options_file.h"
 #include "common/text_field.h"
+#include "tests/support/scratch.h"
 #include "update/files/update_options.h"
 
 namespace {
@@ -116,7 +119,8 @@ TEST_F(OptionFiles, NoValueIsRejected) {
     EXPECT_EQ(options.flags, 0xF0);
 }
 
-TEST_F(OptionFiles, LinkInTheSettingsPlaceIsNotFollowed) {
+TEST_F(OptionFiles, LinkInTheSettingsPlaceIsNotFollowedWhereOthersMayWrite) {
+    chmod(m_folder.c_str(), 0777);
     Put("secret", std::string("\x02\x00\x01", 3));
     fs::create_symlink("secret", m_folder / "zqscn.opt");
     tagSCNOPTS options{};
@@ -126,6 +130,115 @@ TEST_F(OptionFiles, LinkInTheSettingsPlaceIsNotFollowed) {
     EXPECT_EQ(Mode("secret"), 0600);
     EXPECT_EQ(WriteScanOptionsFile({4, 4}), FileOutcome::kNotOpened);
     EXPECT_EQ(Get("secret"), std::string("\x02\x00\x01", 3));
+    EXPECT_EQ(Mode("secret"), 0600);
+}
+
+TEST_F(OptionFiles, LinkInTheUpdateOptionsPlaceIsNotFollowedWhereOthersMayWrite) {
+    chmod(m_folder.c_str(), 0777);
+    Put("secret", std::string("\x02\0\0\0", 4));
+    fs::create_symlink("secret", m_folder / "zqupdate.opt");
+    EXPECT_EQ(LoadUpdateOptionsAtStart().flags, 9U);
+    EXPECT_EQ(Mode("secret"), 0600);
+}
+
+TEST_F(OptionFiles, TheAdministratorsLinkIsFollowed) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs root, to own the folder";
+    }
+    chmod(m_folder.c_str(), 0755);
+    fs::create_directory(m_folder / "etc");
+    Put("etc/reportOnly", std::string("\x03\x00\x0F", 3));
+    fs::create_symlink("etc/reportOnly", m_folder / "zqscn.opt");
+    tagSCNOPTS options{};
+    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_EQ(options.action, 3) << "Report only, and not the defaults, which delete";
+    EXPECT_EQ(options.flags, 15);
+    EXPECT_EQ(Mode("etc/reportOnly"), 0666);
+    EXPECT_EQ(WriteScanOptionsFile({4, 1}), FileOutcome::kDone);
+    EXPECT_EQ(Get("etc/reportOnly"), std::string("\x04\x00\x01", 3));
+    EXPECT_EQ(ReadScanOptionsFile(options), FileOutcome::kDone);
+    EXPECT_EQ(options.action, 4);
+    EXPECT_TRUE(fs::is_symlink(m_folder / "zqscn.opt"));
+
+    Put("etc/update", std::string("\x02\0\0\0", 4));
+    fs::create_symlink("etc/update", m_folder / "zqupdate.opt");
+    EXPECT_EQ(LoadUpdateOptionsAtStart().flags, 2U);
+}
+
+TEST_F(OptionFiles, ALinkThatLeadsNowhereGivesTheDefaults) {
+    fs::create_symlink("nowhere", m_folder / "zqscn.opt");
+    tagSCNOPTS options{};
+    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_EQ(options.action, 1);
+    EXPECT_EQ(options.flags, 11);
+    EXPECT_FALSE(fs::exists(m_folder / "nowhere"));
+}
+
+TEST_F(OptionFiles, AFifoIsRefusedAndNotWaitedFor) {
+    for (const mode_t mode : {0755U, 0777U}) {
+        chmod(m_folder.c_str(), mode);
+        for (const char* name : {"zqscn.opt", "zqupdate.opt"}) {
+            ASSERT_EQ(mkfifo((m_folder / name).c_str(), 0600), 0);
+        }
+        tagSCNOPTS options{};
+        EXPECT_TRUE(LoadScanOptionsFile(&options));
+        EXPECT_EQ(options.action, 1);
+        EXPECT_EQ(ReadScanOptionsFile(options), FileOutcome::kNotOpened);
+        EXPECT_EQ(WriteScanOptionsFile(options), FileOutcome::kNotOpened);
+        EXPECT_EQ(LoadUpdateOptionsAtStart().flags, 9U);
+        for (const char* name : {"zqscn.opt", "zqupdate.opt"}) {
+            EXPECT_EQ(Mode(name), 0600);
+            fs::remove(m_folder / name);
+        }
+    }
+}
+
+// Does `work` as a user who owns what is in the folder, where root could open everything.
+int AsOwner(const fs::path& folder, const std::function<int()>& work) {
+    constexpr uid_t kOwner = 12345;
+    if (geteuid() == 0) {
+        for (const auto& entry : fs::directory_iterator(folder)) {
+            EXPECT_EQ(lchown(entry.path().c_str(), kOwner, kOwner), 0);
+        }
+        EXPECT_EQ(lchown(folder.c_str(), kOwner, kOwner), 0);
+    }
+    return InChild([&] {
+        return geteuid() == 0 && (setgid(kOwner) != 0 || setuid(kOwner) != 0) ? 99 : work();
+    });
+}
+
+TEST_F(OptionFiles, TheModeIsSetThoughTheFileCouldNotBeOpened) {
+    Put("zqscn.opt", std::string("\x03\x00\x01", 3), 0400);
+    Put("zqupdate.opt", std::string("\x02\0\0\0", 4), 0);
+    EXPECT_EQ(AsOwner(m_folder,
+                      [] {
+                          tagSCNOPTS options{};
+                          return LoadScanOptionsFile(&options) && options.action == 1 &&
+                                         LoadUpdateOptionsAtStart().flags == 9
+                                     ? 0
+                                     : 1;
+                      }),
+              0);
+    EXPECT_EQ(Mode("zqscn.opt"), 0666);
+    EXPECT_EQ(Mode("zqupdate.opt"), 0666);
+    EXPECT_EQ(Get("zqscn.opt"), std::string("\x03\x00\x01", 3)) << "loaded the next time";
+}
+
+TEST_F(OptionFiles, ReadingSetsTheModeThoughTheFileCouldNotBeOpenedAndWritingDoesNot) {
+    Put("zqscn.opt", std::string("\x03\x00\x01", 3), 0400);
+    EXPECT_EQ(AsOwner(m_folder,
+                      [] {
+                          return WriteScanOptionsFile({4, 4}) == FileOutcome::kNotOpened ? 0 : 1;
+                      }),
+              0);
+    EXPECT_EQ(Mode("zqscn.opt"), 0400);
+    EXPECT_EQ(AsOwner(m_folder,
+                      [] {
+                          tagSCNOPTS options{};
+                          return ReadScanOptionsFile(options) == FileOutcome::kNotOpened ? 0 : 1;
+                      }),
+              0);
+    EXPECT_EQ(Mode("zqscn.opt"), 0666);
 }
 
 TEST_F(OptionFiles, ReadingStartsFromZero) {
