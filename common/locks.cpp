@@ -5,6 +5,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "common/regular_file.h"
 #include "common/shared_file.h"
 
 int g_fdlock = -1;
@@ -48,6 +49,14 @@ bool IsStillNamed(int fd, const char* path) {
            open.st_ino == named.st_ino;
 }
 
+// A file that somebody has given a further name keeps its mode: it may be theirs by now.
+void OpenToEveryUser(int fd) {
+    struct stat status {};
+    if (::fstat(fd, &status) == 0 && status.st_nlink <= 1) {
+        (void)::fchmod(fd, 0666);
+    }
+}
+
 }  // namespace
 
 bool Get_Lock(const char* path) {
@@ -62,7 +71,7 @@ bool Get_Lock(const char* path) {
         }
         struct flock lock = FirstByte(F_WRLCK);
         const bool locked = ::fcntl(file.Get(), F_SETLK, &lock) == 0;
-        (void)::fchmod(file.Get(), 0666);
+        OpenToEveryUser(file.Get());
         if (!locked) {
             return false;
         }
@@ -78,7 +87,11 @@ void Release_Lock(const char* path) {
     // Deleted before the lock is let go: a process that takes the lock in between would lose the
     // file it has just locked.
     if (path != nullptr) {
-        (void)::fchmodat(AT_FDCWD, path, 0666, AT_SYMLINK_NOFOLLOW);
+        if (g_fdlock >= 0) {
+            OpenToEveryUser(g_fdlock);
+        } else {
+            (void)common::SetFileMode(path, 0666, common::Links::kNone);
+        }
         (void)::unlink(path);
     }
     if (g_fdlock >= 0) {

@@ -18,7 +18,9 @@ extern int g_fdlock;
 /// ends, for closing its descriptor might drop the new one.
 bool Get_Lock(const char* path);
 
-/// Gives the named lock back and deletes the file `path`, held or not. Main thread only.
+/// Gives the named lock back and deletes the file `path`, held or not. Its mode becomes 0666
+/// before, for those who have it open or where it cannot be deleted, unless the file has further
+/// names. Main thread only.
 void Release_Lock(const char* path);
 
 /// A lock on the first byte of a file, to guard data that several processes share. An object is for
@@ -35,8 +37,8 @@ public:
     ZQFileLock(const ZQFileLock&) = delete;
     ZQFileLock& operator=(const ZQFileLock&) = delete;
 
-    /// Does not wait. 0 when the lock is held afterwards, -1 when not. The file has mode 0666 less
-    /// the umask when it is created here.
+    /// Does not wait. 0 when the lock is held afterwards, -1 when not. The file has mode 0666,
+    /// whatever the umask, when it is created here; links are not followed.
     int AcquireLock();
 
     /// Unlocks; always 0. The lock file stays.

@@ -109,6 +109,65 @@ TEST_F(NamedLock, FollowsNoLink) {
     EXPECT_EQ(ReadFile(m_scratch / "victim"), "precious");
 }
 
+TEST_F(NamedLock, FollowsNoLinkInAFolderLikeTmp) {
+    ASSERT_EQ(::chmod(m_scratch.Path().c_str(), 01777), 0);
+    WriteFile(m_scratch / "victim", "precious");
+    ASSERT_EQ(::chmod((m_scratch / "victim").c_str(), 0600), 0);
+    ASSERT_EQ(::symlink("victim", m_path.c_str()), 0);
+    EXPECT_FALSE(Get_Lock(m_path.c_str()));
+    EXPECT_EQ(g_fdlock, -1);
+    EXPECT_EQ(ModeOf(m_scratch / "victim"), 0600U);
+    ZQFileLock lock(m_path.c_str());
+    EXPECT_EQ(lock.AcquireLock(), -1);
+    Release_Lock(m_path.c_str());
+    EXPECT_FALSE(Exists(m_path)) << "the link goes";
+    EXPECT_EQ(ModeOf(m_scratch / "victim"), 0600U);
+    EXPECT_EQ(ReadFile(m_scratch / "victim"), "precious");
+}
+
+TEST_F(NamedLock, ReleaseLeavesTheModeOfAFileWithAFurtherNameAndDeletesThisOne) {
+    const std::string other = m_scratch / "other";
+    ASSERT_TRUE(Get_Lock(m_path.c_str()));
+    ASSERT_EQ(::link(m_path.c_str(), other.c_str()), 0);
+    ASSERT_EQ(::chmod(other.c_str(), 0600), 0);
+    Release_Lock(m_path.c_str());
+    EXPECT_FALSE(Exists(m_path));
+    EXPECT_EQ(g_fdlock, -1);
+    EXPECT_EQ(ModeOf(other), 0600U);
+
+    // And without the lock.
+    ASSERT_EQ(::link(other.c_str(), m_path.c_str()), 0);
+    Release_Lock(m_path.c_str());
+    EXPECT_FALSE(Exists(m_path));
+    EXPECT_EQ(ModeOf(other), 0600U);
+}
+
+TEST_F(NamedLock, ReleaseSetsTheModeOfTheFileThatIsLocked) {
+    ASSERT_TRUE(Get_Lock(m_path.c_str()));
+    ASSERT_EQ(::chmod(m_path.c_str(), 0600), 0);
+    // Whatever has come under the name meanwhile.
+    ASSERT_EQ(::rename(m_path.c_str(), (m_scratch / "away").c_str()), 0);
+    WriteFile(m_path, "somebody's");
+    ASSERT_EQ(::chmod(m_path.c_str(), 0600), 0);
+    const FileDescriptor somebodys(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
+    Release_Lock(m_path.c_str());
+    EXPECT_EQ(ModeOf(m_scratch / "away"), 0666U);
+    struct stat status {};
+    ASSERT_EQ(::fstat(somebodys.Get(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0600U);
+    EXPECT_FALSE(Exists(m_path));
+}
+
+TEST_F(NamedLock, ReleaseSetsTheModeOfAFileThatIsNotLocked) {
+    WriteFile(m_path, "");
+    ASSERT_EQ(::chmod(m_path.c_str(), 0600), 0);
+    const FileDescriptor open(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
+    Release_Lock(m_path.c_str());
+    struct stat status {};
+    ASSERT_EQ(::fstat(open.Get(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0666U);
+}
+
 TEST_F(NamedLock, FailsForPathsThatCannotBe) {
     EXPECT_FALSE(Get_Lock(nullptr));
     EXPECT_FALSE(Get_Lock((m_scratch / "missing/scan.lck").c_str()));
@@ -174,12 +233,22 @@ TEST_F(FileLock, KeepsOtherProcessesOutUntilReleased) {
 }
 
 TEST_F(FileLock, CreatesItsFileForEveryUser) {
-    const mode_t before = ::umask(0);
+    const mode_t before = ::umask(077);
     ZQFileLock lock(m_path.c_str());
     const int result = lock.AcquireLock();
     ::umask(before);
     ASSERT_EQ(result, 0);
     EXPECT_EQ(ModeOf(m_path), 0666U);
+    lock.ReleaseLock();
+}
+
+TEST_F(FileLock, LeavesTheModeOfAFileThatIsThere) {
+    WriteFile(m_path, "data");
+    ASSERT_EQ(::chmod(m_path.c_str(), 0640), 0);
+    ZQFileLock lock(m_path.c_str());
+    ASSERT_EQ(lock.AcquireLock(), 0);
+    EXPECT_EQ(ModeOf(m_path), 0640U);
+    EXPECT_EQ(ReadFile(m_path), "data");
     lock.ReleaseLock();
 }
 
