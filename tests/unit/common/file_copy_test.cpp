@@ -86,6 +86,21 @@ TEST(CopyFile, SetsTheMode) {
     EXPECT_EQ(ModeOf(scratch / "copy"), 0755U);
 }
 
+TEST(CopyFile, SetsTheModeWhateverItWasAndWhateverTheUmask) {
+    const ScratchFolder scratch;
+    WriteFile(scratch / "source", "text");
+    ASSERT_EQ(::chmod((scratch / "source").c_str(), 0444), 0);
+    const mode_t before = ::umask(077);
+    EXPECT_EQ(CopyFile((scratch / "source").c_str(), (scratch / "made").c_str()), 1);
+    WriteFile(scratch / "there", "longer text");
+    ASSERT_EQ(::chmod((scratch / "there").c_str(), 0600), 0);
+    EXPECT_EQ(CopyFile((scratch / "source").c_str(), (scratch / "there").c_str()), 1);
+    ::umask(before);
+    EXPECT_EQ(ModeOf(scratch / "made"), 0755U);
+    EXPECT_EQ(ModeOf(scratch / "there"), 0755U);
+    EXPECT_EQ(ModeOf(scratch / "source"), 0444U);
+}
+
 TEST(ZQCopyFile, LeavesTheMode) {
     const ScratchFolder scratch;
     WriteFile(scratch / "source", "text");

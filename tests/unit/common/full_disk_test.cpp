@@ -37,6 +37,13 @@ TEST_F(FullDisk, CopyFileLeavesNoDestination) {
     EXPECT_FALSE(Exists(m_copy));
 }
 
+TEST_F(FullDisk, CopyFileDeletesADestinationThatWasThere) {
+    WriteFile(m_copy, "before");
+    EXPECT_EQ(CopyFile(m_source.c_str(), m_copy.c_str()), 0);
+    EXPECT_FALSE(Exists(m_copy));
+    EXPECT_EQ(ReadFile(m_source).size(), 200'000U);
+}
+
 TEST_F(FullDisk, ZQCopyFileLeavesAPartialOne) {
     EXPECT_EQ(ZQCopyFile(m_source.c_str(), m_copy.c_str()), 0);
     EXPECT_EQ(ReadFile(m_copy), std::string(65'536, 's'));

@@ -62,6 +62,29 @@ TEST_F(Log, FollowsNoLink) {
     EXPECT_EQ(ModeOf(m_scratch / "victim"), 0600U);
 }
 
+TEST_F(Log, FollowsNoLinkInAFolderLikeTmp) {
+    ASSERT_EQ(::chmod(m_scratch.Path().c_str(), 01777), 0);
+    WriteFile(m_scratch / "victim", "precious");
+    ASSERT_EQ(::chmod((m_scratch / "victim").c_str(), 0600), 0);
+    ASSERT_EQ(::symlink("victim", m_path.c_str()), 0);
+    WriteToLog(m_path.c_str(), "text");
+    ASSERT_EQ(::unlink(m_path.c_str()), 0);
+    ASSERT_EQ(::link((m_scratch / "victim").c_str(), m_path.c_str()), 0);
+    WriteToLog(m_path.c_str(), "text");
+    ASSERT_EQ(::unlink(m_path.c_str()), 0);
+    ASSERT_EQ(::symlink("nowhere", m_path.c_str()), 0);
+    WriteToLog(m_path.c_str(), "text");
+    EXPECT_FALSE(Exists(m_scratch / "nowhere"));
+    EXPECT_EQ(ReadFile(m_scratch / "victim"), "precious");
+    EXPECT_EQ(ModeOf(m_scratch / "victim"), 0600U);
+}
+
+TEST_F(Log, WaitsForNobodyAtAPipe) {
+    ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
+    WriteToLog(m_path.c_str(), "text");
+    EXPECT_EQ(ModeOf(m_path), 0600U);
+}
+
 TEST_F(Log, KeepsTheLinesOfSeveralProcessesWhole) {
     constexpr int kProcesses = 4;
     constexpr int kLines = 200;
