@@ -30,7 +30,11 @@ int main(int argc, char** argv) {
 
     QTranslator translator;
     SetApplicationFont();
-    auto application = std::make_unique<QApplication>(argc, argv);
+    std::unique_ptr<QApplication> application;
+    {
+        const DisplayNeeded needed;
+        application = std::make_unique<QApplication>(argc, argv);
+    }
 
     if (!RecordApplicationDirectory()) {
         Unregfromonlineprot(g_pCurrproc_pid);

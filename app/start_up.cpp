@@ -12,12 +12,14 @@
 #include <QFile>
 #include <QFont>
 #include <QTranslator>
+#include <QtGlobal>
 
 #include "abi/opsitf.h"
 #include "common/libraries.h"
 #include "common/paths.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
+#include "widgets/display_name.h"
 #include "widgets/messages.h"
 
 namespace {
@@ -31,7 +33,7 @@ constexpr mode_t kTemporaryMode = 777;  // decimal, which is octal 1411: kept as
 constexpr mode_t kMadeDirectoryMode = 0666;
 
 struct PipeCloser {
-    void operator()(std::FILE* pipe) const { pclose(pipe); }
+    void operator()(std::FILE* pipe) const { ::pclose(pipe); }
 };
 
 std::string_view Trimmed(std::string_view text) {
@@ -53,12 +55,28 @@ bool IsAscii(std::string_view text) {
 }
 
 bool MakeDirectory(const char* path, mode_t mode) {
-    if (mkdir(path, mode) != 0) {
+    if (::mkdir(path, mode) != 0) {
         return false;
     }
     // The mode set afterwards is what stays; a directory just made cannot be a link.
-    chmod(path, kMadeDirectoryMode);
+    (void)::chmod(path, kMadeDirectoryMode);
     return true;
+}
+
+void Complain(const char* what) {
+    (void)std::fprintf(stderr, "corvane: %s\n", what);
+}
+
+QtMessageHandler otherMessages = nullptr;
+
+void EndOnFatalMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (type != QtFatalMsg) {
+        otherMessages(type, context, text);
+        return;
+    }
+    Complain("no window can be shown: the display cannot be reached");
+    Unregfromonlineprot(g_pCurrproc_pid);
+    std::_Exit(EXIT_FAILURE);  // the application object is half made: nothing may be undone
 }
 
 }  // namespace
@@ -72,7 +90,7 @@ void RegisterWithOnAccessService() {
         ZQFreeLibrary(library);
         return;
     }
-    g_pCurrproc_pid = getpid();
+    g_pCurrproc_pid = ::getpid();
     ignoreProcess(g_pCurrproc_pid, &status);
     // The library stays loaded: the service holds the registration for as long as the process runs.
 }
@@ -90,7 +108,7 @@ int Unregfromonlineprot(int /*pid*/) {
 }
 
 DisplayKind ProbeDisplay() {
-    const std::unique_ptr<std::FILE, PipeCloser> pipe(popen("echo $WAYLAND_DISPLAY", "r"));
+    const std::unique_ptr<std::FILE, PipeCloser> pipe(::popen("echo $WAYLAND_DISPLAY", "r"));
     if (pipe == nullptr) {
         return DisplayKind::kUnknown;
     }
@@ -110,6 +128,14 @@ void SetApplicationFont() {
     QApplication::setFont(QFont(QStringLiteral("Tahoma"), 10));
 }
 
+DisplayNeeded::DisplayNeeded() {
+    otherMessages = qInstallMessageHandler(EndOnFatalMessage);
+}
+
+DisplayNeeded::~DisplayNeeded() {
+    qInstallMessageHandler(otherMessages);
+}
+
 bool RecordApplicationDirectory() {
     return RecordApplicationDirectory(
         QFile::encodeName(QApplication::applicationDirPath()).toStdString());
@@ -124,35 +150,37 @@ bool RecordApplicationDirectory(const std::string& directory) {
         path += '/';
     }
     if (path.size() >= sizeof(g_szAppPath)) {
-        return false;  // a cut path would be another directory
+        // A cut path would be another directory.
+        Complain("the path of the program's directory is longer than 255 bytes");
+        return false;
     }
     return CopyToField(g_szAppPath, path);
 }
 
 bool InstallTranslation(QTranslator& translator, const char* languageCode) {
-    const std::string file = std::string(g_szAppPath) + "zqscan_" + languageCode + ".qm";
-    const QString shownFile = QFile::decodeName(file.c_str());
+    const std::string file =
+        common::InProgramDirectory(std::string("zqscan_") + languageCode + ".qm");
     if (IsValidPath(file.c_str()) == 0) {
         ShowWarning(nullptr, QStringLiteral("File error"),
-                    QStringLiteral("Cannot find translation for language: ") + shownFile +
+                    QStringLiteral("Cannot find translation for language: ") + DisplayName(file) +
                         QStringLiteral("\n(try for 'en' )"));
         return false;
     }
     QApplication::removeTranslator(&translator);
     // A file that holds no translation leaves the built-in English texts.
-    if (translator.load(shownFile, QStringLiteral("."))) {
+    if (translator.load(QFile::decodeName(file.c_str()), QStringLiteral("."))) {
         QApplication::installTranslator(&translator);
     }
     return true;
 }
 
 bool MakeReportsDirectory() {
-    const std::string path = std::string(g_szAppPath) + "reports";
+    const std::string path = common::InProgramDirectory("reports");
     return IsValidPath(path.c_str()) != 0 || MakeDirectory(path.c_str(), kReportsMode);
 }
 
 bool MakeTemporaryDirectory(const char* path) {
-    return access(path, W_OK) == 0 || MakeDirectory(path, kTemporaryMode);
+    return ::access(path, W_OK) == 0 || MakeDirectory(path, kTemporaryMode);
 }
 
 void OpenScanLog() {

@@ -32,8 +32,20 @@ void NotifyWaylandUnsupported();
 /// Sets the font of all windows; to be called before the application object exists.
 void SetApplicationFont();
 
+/// While one lives, what the toolkit cannot go on without, a display that can be reached above all,
+/// ends the process as start-up ends: a line on standard error, the on-access registration undone,
+/// status 1. The toolkit's own way is to abort. One at a time.
+class DisplayNeeded {
+public:
+    DisplayNeeded();
+    ~DisplayNeeded();
+    DisplayNeeded(const DisplayNeeded&) = delete;
+    DisplayNeeded& operator=(const DisplayNeeded&) = delete;
+};
+
 /// Records the directory of the running program, with its trailing "/", in g_szAppPath.
-/// False, with nothing recorded, when it is no ASCII text or does not fit.
+/// False, with nothing recorded, when it is no ASCII text, and after a line on standard error when
+/// it does not fit.
 bool RecordApplicationDirectory();
 
 /// The same for a directory given as text.

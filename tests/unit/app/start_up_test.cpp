@@ -30,6 +30,26 @@ fs::path FakeNotifySend(const StagedProgram& program) {
     return folder;
 }
 
+/// Keeps what the program writes to standard error while it lives.
+class KeptErrors {
+public:
+    explicit KeptErrors(const StagedProgram& program)
+        : m_path(program.Scratch() / "errors"),
+          m_before(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
+        const FileDescriptor kept(open(m_path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+        dup2(kept.Get(), STDERR_FILENO);
+    }
+    ~KeptErrors() { dup2(m_before.Get(), STDERR_FILENO); }
+    KeptErrors(const KeptErrors&) = delete;
+    KeptErrors& operator=(const KeptErrors&) = delete;
+
+    [[nodiscard]] std::vector<std::string> Lines() const { return FileLines(m_path); }
+
+private:
+    fs::path m_path;
+    FileDescriptor m_before;
+};
+
 std::string PathWith(const fs::path& folder) {
     return "PATH=" + folder.string() + ":" + std::getenv("PATH");
 }
@@ -119,7 +139,9 @@ TEST_F(StartUp, BlankWaylandDisplayCountsAsX11) {
 TEST_F(StartUp, DirectoryThatIsNoAsciiText) {
     const StagedProgram program("pr\xc3\xb6gram");
     program.InstallOnAccessService();
+    const KeptErrors errors(program);
     EXPECT_EQ(program.Run(), 0);
+    EXPECT_THAT(errors.Lines(), IsEmpty());
     EXPECT_THAT(program.OnAccessCalls(), ElementsAre("ignore self nolock", "unignore self nolock"));
     EXPECT_THAT(program.Seen(), IsEmpty());
     EXPECT_FALSE(fs::exists(program.Directory() / "reports"));
@@ -128,9 +150,40 @@ TEST_F(StartUp, DirectoryThatIsNoAsciiText) {
 TEST_F(StartUp, DirectoryThatDoesNotFit) {
     const StagedProgram program(std::string(240, 'd'));
     program.InstallOnAccessService();
+    const KeptErrors errors(program);
     EXPECT_EQ(program.Run(), 0);
+    EXPECT_THAT(
+        errors.Lines(),
+        ElementsAre("corvane: the path of the program's directory is longer than 255 bytes"));
     EXPECT_THAT(program.OnAccessCalls(), ElementsAre("ignore self nolock", "unignore self nolock"));
     EXPECT_THAT(program.Seen(), IsEmpty());
+}
+
+TEST_F(StartUp, NoDisplayCanBeReached) {
+    // No server answers there; the second is a platform that there is no plug-in for.
+    const std::vector<std::string> places[] = {{"QT_QPA_PLATFORM=xcb", "DISPLAY=:4242"},
+                                               {"QT_QPA_PLATFORM=nosuchplatform"}};
+    for (const std::vector<std::string>& place : places) {
+        const StagedProgram program;
+        program.InstallOnAccessService();
+        const KeptErrors errors(program);
+        EXPECT_EQ(program.Run({}, {place, {}, false}), 1);
+        EXPECT_THAT(errors.Lines(),
+                    Contains("corvane: no window can be shown: the display cannot be reached"));
+        EXPECT_THAT(program.OnAccessCalls(),
+                    ElementsAre("ignore self nolock", "unignore self nolock"));
+        EXPECT_THAT(program.Seen(), IsEmpty());
+        EXPECT_FALSE(fs::exists(program.Directory() / "reports"));
+        EXPECT_FALSE(fs::exists(kLock));
+    }
+}
+
+TEST_F(StartUp, MissingTranslationIsNamedWithNothingHidden) {
+    const StagedProgram program;
+    EXPECT_EQ(program.Run({"d\xE2\x80\xAE"
+                           "e"}),
+              0);
+    EXPECT_THAT(program.Seen(), ElementsAre(::testing::HasSubstr("/zqscan_d\\u202Ee.qm")));
 }
 
 TEST_F(StartUp, MissingTranslation) {
