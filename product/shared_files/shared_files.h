@@ -2,7 +2,7 @@
 
 #include <span>
 
-#include "packaging/shared_files/provide.h"
+#include "product/shared_files/provide.h"
 
 // What the product expects from installation. The starting contents are those that the program
 // itself gives a file that it finds missing.

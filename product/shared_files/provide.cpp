@@ -1,4 +1,4 @@
-#include "packaging/shared_files/provide.h"
+#include "product/shared_files/provide.h"
 
 #include <array>
 #include <cerrno>

@@ -9,8 +9,8 @@
 #include <fcntl.h>
 #include <string>
 
-#include "packaging/shared_files/provide.h"
-#include "packaging/shared_files/shared_files.h"
+#include "product/shared_files/provide.h"
+#include "product/shared_files/shared_files.h"
 
 namespace shared_files {
 namespace {

@@ -1,4 +1,4 @@
-#include "packaging/shared_files/shared_files.h"
+#include "product/shared_files/shared_files.h"
 
 #include <cstddef>
 #include <string_view>
