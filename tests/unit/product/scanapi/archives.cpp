@@ -12,8 +12,10 @@ namespace archives {
 namespace {
 
 void Put(std::string& out, std::uint64_t value, int bytes) {
+    // More bytes than the value has are zeros.
     for (int i = 0; i < bytes; ++i) {
-        out += static_cast<char>(value >> (8 * i) & 0xFFU);
+        out += static_cast<char>(value & 0xFFU);
+        value >>= 8;
     }
 }
 
