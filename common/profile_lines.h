@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <sys/types.h>
+#include <utility>
 
 #include "common/owners.h"
 
@@ -48,6 +49,7 @@ FileStream OpenProfile(const char* path);
 class ProfileReader {
 public:
     explicit ProfileReader(const char* path) : m_file(OpenProfile(path)) {}
+    explicit ProfileReader(FileStream file) : m_file(std::move(file)) {}
 
     [[nodiscard]] bool IsOpen() const { return m_file != nullptr; }
 
@@ -70,3 +72,10 @@ private:
     FileStream m_file;
     std::array<char, kLineBufferSize> m_line{};
 };
+
+/// Copies the profile to `to` with `entry`, "key=value", in the place of the line in `section` that
+/// has `key`, or else at the end of the section, which is added where it is missing. All three are
+/// arguments as ProfileArgument gives them. Whether all of it was read and written the streams
+/// tell.
+void CopyProfile(ProfileReader& profile, std::FILE* to, const std::string& section,
+                 const std::string& key, const std::string& entry);

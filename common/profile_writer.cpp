@@ -140,10 +140,7 @@ ProfileError Replace(const std::string& section, const std::string& key, const s
     if (!temporary.IsOpen()) {
         return PROFILE_ERR_OPEN;
     }
-    if (!CopyToSection(profile, temporary.Stream(), section)) {
-        WriteToFile(temporary.Stream(), "[" + section + "]");
-    }
-    CopyWithEntry(profile, temporary.Stream(), key, entry);
+    CopyProfile(profile, temporary.Stream(), section, key, entry);
     const bool isReadWhole = std::ferror(profile.Rest()) == 0;
     const bool isWritten = temporary.Finish(status) && isReadWhole;
     return isWritten && temporary.MoveTo(path) ? PROFILE_OK : PROFILE_ERR_OPEN;
@@ -173,6 +170,14 @@ int Write(const char* sectionArgument, const char* keyArgument, const char* valu
 }
 
 }  // namespace
+
+void CopyProfile(ProfileReader& profile, std::FILE* to, const std::string& section,
+                 const std::string& key, const std::string& entry) {
+    if (!CopyToSection(profile, to, section)) {
+        WriteToFile(to, "[" + section + "]");
+    }
+    CopyWithEntry(profile, to, key, entry);
+}
 
 int WritePrivateProfileString(const char* section, const char* key, const char* value,
                               const char* path, std::uint32_t* error) {

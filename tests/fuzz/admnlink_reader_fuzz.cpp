@@ -6,8 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "common/io.h"
 #include "tests/fuzz/fuzz.h"
 #include "tests/fuzz/link_file.h"
+#include "tests/fuzz/memory_file.h"
 #include "update/files/admin_links.h"
 
 namespace {
@@ -55,7 +57,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string plain = Unscrambled(bytes);
     const std::optional<Links> wanted = Oracle(plain);
 
-    const MemoryFile file(bytes);
+    static const MemoryFile file;
+    file.Put(bytes);
     tagADMNURLRECORD record{};
     record.kind = 99;
     const std::string recordBefore = RecordBytes(record);

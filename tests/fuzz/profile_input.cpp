@@ -12,6 +12,7 @@
 #include "common/file_descriptor.h"
 #include "common/io.h"
 #include "tests/fuzz/fuzz.h"
+#include "tests/fuzz/memory_file.h"
 #include "tests/support/scratch.h"
 
 namespace {
@@ -87,6 +88,7 @@ ProfileInput::ProfileInput(const std::uint8_t* data, std::size_t inputSize) {
     if ((flags & 8U) != 0) {
         content.reset();
     }
+    isOnDisk = (flags & 0xf0U) == 0xf0U;
     if (control[3] >= 'A' && control[3] < static_cast<char>('A' + kMaxNulls)) {
         nullArgument = control[3] - 'A' + 1;
     }
@@ -118,6 +120,15 @@ oracle::Content ProfileFile::Get() const {
         content.append(block.data(), static_cast<std::size_t>(got));
     }
     return content;
+}
+
+const char* InMemory(const oracle::Content& content) {
+    static const MemoryFile file;
+    if (!content) {
+        return "/proc/self/fd/none";
+    }
+    file.Put(*content);
+    return file.Path().c_str();
 }
 
 const ProfileFile& TheProfile() {

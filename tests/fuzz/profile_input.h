@@ -15,7 +15,8 @@
 ///     the file, from here to the end
 ///
 /// Character 0: bit 0 takes the section from the file's headers instead, bit 1 the key from its
-/// entries, bit 2 flips their case, bit 3 leaves the file away. Character 1: the size of the
+/// entries, bit 2 flips their case, bit 3 leaves the file away. Where bits 4 to 7 are all set, who
+/// writes does it to a file on disk. Character 1: the size of the
 /// buffer. Character 2: which header and entry. Character 3: "A" makes the first argument null,
 /// "B" the second and so on.
 ///
@@ -30,6 +31,7 @@ struct ProfileInput {
     oracle::Content content;
     std::uint32_t size = 1;
     int nullArgument = 0;  ///< its number from 1; none at 0
+    bool isOnDisk = false;
 
     /// `argument`, or null where it is the `number`th and shall be.
     template <typename Type>
@@ -50,6 +52,9 @@ public:
 private:
     std::string m_path;
 };
+
+/// The path of a file in memory with this content; where there is none, one at which nothing is.
+const char* InMemory(const oracle::Content& content);
 
 /// The file that the harness of this process works on, in a folder of its own.
 const ProfileFile& TheProfile();

@@ -8,13 +8,13 @@
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const ProfileInput input(data, size);
-    TheProfile().Put(input.content);
+    const char* const path = InMemory(input.content);
     constexpr char kUntouched = '\x5a';
     std::vector<char> buffer(input.size, kUntouched);
     const std::uint32_t length = GetPrivateProfileString(
         input.Argument(1, input.section.c_str()), input.Argument(2, input.key.c_str()),
         input.Argument(3, input.value.c_str()), input.Argument(4, buffer.data()), input.size,
-        input.Argument(6, TheProfile().Path()));
+        input.Argument(6, path));
 
     oracle::Legacy wanted{0, std::string(input.size, kUntouched)};
     if (input.nullArgument == 0 || input.nullArgument == 5 || input.nullArgument == 7) {

@@ -24,10 +24,16 @@ bool Same(const std::string& first, const std::string& second) {
     return Lower(first) == Lower(second);
 }
 
-std::vector<Piece> Lines(const std::string& content) {
-    auto lines = Pieces(content, 1023);
-    for (Piece& line : lines) {
-        line.text = Stripped(line.text);
+// The lines of the content asked for last are kept: every reader wants the same ones.
+const std::vector<Piece>& Lines(const std::string& content) {
+    static std::string last;
+    static std::vector<Piece> lines;
+    if (content != last) {
+        last = content;
+        lines = Pieces(content, 1023);
+        for (Piece& line : lines) {
+            line.text = Stripped(line.text);
+        }
     }
     return lines;
 }
@@ -64,26 +70,26 @@ std::size_t Behind(const std::vector<Piece>& lines, const std::string& section) 
 
 std::vector<Piece> Pieces(const std::string& content, std::size_t longest) {
     std::vector<Piece> pieces;
-    std::string bytes;
-    for (std::size_t i = 0; i < content.size(); ++i) {
-        bytes += content[i];
-        if (content[i] == '\n' || bytes.size() == longest || i + 1 == content.size()) {
-            pieces.push_back({bytes.substr(0, bytes.find('\0')), i + 1});
-            bytes.clear();
-        }
+    for (std::size_t start = 0; start < content.size();) {
+        const std::size_t newline = std::min(content.find('\n', start), content.size() - 1);
+        const std::size_t end = std::min(newline + 1, start + longest);
+        const std::string bytes = content.substr(start, end - start);
+        pieces.push_back({bytes.substr(0, bytes.find('\0')), end});
+        start = end;
     }
     return pieces;
 }
 
 std::string Stripped(const std::string& text) {
-    std::string result = text;
-    while (!result.empty() && IsSpace(result.back())) {
-        result.pop_back();
+    std::size_t end = text.size();
+    while (end > 0 && IsSpace(text[end - 1])) {
+        --end;
     }
-    while (!result.empty() && IsSpace(result.front())) {
-        result.erase(0, 1);
+    std::size_t start = 0;
+    while (start < end && IsSpace(text[start])) {
+        ++start;
     }
-    return result;
+    return text.substr(start, end - start);
 }
 
 std::string Argument(const std::string& text) {
@@ -100,7 +106,7 @@ Lookup ReadText(const Content& content, const std::string& section, const std::s
     if (!content) {
         return {102, {}};
     }
-    const auto lines = Lines(*content);
+    const auto& lines = Lines(*content);
     std::size_t i = Behind(lines, Argument(section));
     if (i > lines.size()) {
         return {204, {}};
@@ -145,7 +151,7 @@ std::optional<std::vector<std::string>> ReadSection(const Content& content,
         return std::nullopt;
     }
     std::vector<std::string> found;
-    const auto lines = Lines(*content);
+    const auto& lines = Lines(*content);
     for (std::size_t i = Behind(lines, Argument(section));
          i < lines.size() && !StartsSection(lines[i].text); ++i) {
         if (!IsNothing(lines[i].text)) {
@@ -170,7 +176,7 @@ Written Write(const Content& content, const std::string& section, const std::str
         return {102, content};
     }
     const std::string entry = Argument(key) + "=" + Argument(value) + "\n";
-    const auto lines = Lines(*content);
+    const auto& lines = Lines(*content);
     const std::size_t behind = Behind(lines, Argument(section));
     std::string result;
     for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -190,8 +196,10 @@ Written Write(const Content& content, const std::string& section, const std::str
 }
 
 std::string Filled(std::string buffer, const std::string& text) {
-    for (std::size_t i = 0; i + 1 < buffer.size(); ++i) {
-        buffer[i] = i < text.size() ? text[i] : '\0';
+    if (!buffer.empty()) {
+        const std::size_t room = buffer.size() - 1;
+        buffer.replace(
+            0, room, text.substr(0, room) + std::string(room - std::min(room, text.size()), '\0'));
     }
     return buffer;
 }

@@ -11,14 +11,14 @@ namespace {
 constexpr char kUntouched = '\x5a';
 constexpr std::uint32_t kUntouchedCode = 77;
 
-void CheckText(const ProfileInput& input) {
+void CheckText(const ProfileInput& input, const char* path) {
     // A buffer of exactly the size told, so that the sanitizer sees every byte too many.
     std::vector<char> buffer(input.size, kUntouched);
     std::uint32_t code = kUntouchedCode;
     const int result = GetPrivateProfileString(
         input.Argument(1, input.section.c_str()), input.Argument(2, input.key.c_str()),
         input.Argument(3, input.value.c_str()), input.Argument(4, buffer.data()), input.size,
-        input.Argument(6, TheProfile().Path()), input.Argument(7, &code));
+        input.Argument(6, path), input.Argument(7, &code));
 
     std::string expected(input.size, kUntouched);
     oracle::Lookup wanted{kUntouchedCode, {}};
@@ -33,12 +33,12 @@ void CheckText(const ProfileInput& input) {
     RequireSame(std::string(buffer.begin(), buffer.end()), expected, "the string reader's buffer");
 }
 
-void CheckNumber(const ProfileInput& input) {
+void CheckNumber(const ProfileInput& input, const char* path) {
     const int defaultValue = static_cast<int>(input.size);
     std::uint32_t code = kUntouchedCode;
-    const int result = GetPrivateProfileInt(
-        input.Argument(1, input.section.c_str()), input.Argument(2, input.key.c_str()),
-        defaultValue, input.Argument(4, TheProfile().Path()), input.Argument(5, &code));
+    const int result = GetPrivateProfileInt(input.Argument(1, input.section.c_str()),
+                                            input.Argument(2, input.key.c_str()), defaultValue,
+                                            input.Argument(4, path), input.Argument(5, &code));
 
     oracle::Number wanted{kUntouchedCode, -1};
     if (input.nullArgument == 0 || input.nullArgument == 3 || input.nullArgument > 5) {
@@ -48,11 +48,10 @@ void CheckNumber(const ProfileInput& input) {
     RequireSame(code, wanted.code, "the integer reader's code");
 }
 
-void CheckSection(const ProfileInput& input) {
+void CheckSection(const ProfileInput& input, const char* path) {
     std::vector<std::string> lines = {"before"};
-    const int result =
-        GetPrivateProfileSection(input.Argument(1, input.section.c_str()),
-                                 input.Argument(2, &lines), input.Argument(3, TheProfile().Path()));
+    const int result = GetPrivateProfileSection(input.Argument(1, input.section.c_str()),
+                                                input.Argument(2, &lines), input.Argument(3, path));
 
     std::optional<std::vector<std::string>> wanted;
     if (input.nullArgument == 0 || input.nullArgument > 3) {
@@ -74,9 +73,9 @@ void CheckSection(const ProfileInput& input) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const ProfileInput input(data, size);
-    TheProfile().Put(input.content);
-    CheckText(input);
-    CheckNumber(input);
-    CheckSection(input);
+    const char* const path = InMemory(input.content);
+    CheckText(input, path);
+    CheckNumber(input, path);
+    CheckSection(input, path);
     return 0;
 }

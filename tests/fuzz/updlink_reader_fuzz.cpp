@@ -6,6 +6,7 @@
 
 #include "tests/fuzz/fuzz.h"
 #include "tests/fuzz/link_file.h"
+#include "tests/fuzz/memory_file.h"
 #include "update/files/update_links.h"
 
 namespace {
@@ -62,7 +63,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Links expected;
     const ReadLinksResult wanted = Oracle(bytes, expected);
 
-    const MemoryFile file(bytes);
+    static const MemoryFile file;
+    file.Put(bytes);
     AddressList links;
     const ReadLinksResult result = ReadUpdateLinks(file.Get(), links);
     RequireSame(static_cast<int>(result), static_cast<int>(wanted), "the result");

@@ -7,7 +7,7 @@
 
 #include "reports/virus_log/log_reader.h"
 #include "tests/fuzz/fuzz.h"
-#include "tests/support/scratch.h"
+#include "tests/fuzz/memory_file.h"
 
 namespace {
 
@@ -163,10 +163,11 @@ void RequireContents(const VirusLogContents& contents, std::string_view bytes, s
             "another number missing");
 }
 
-void Check(const std::string& path, const std::string& bytes) {
-    WriteFile(path, bytes);
+void Check(const std::string& bytes) {
+    static const MemoryFile file;
+    file.Put(bytes);
     VirusLogContents contents;
-    const ReadLogResult result = ReadVirusLogCopy(path.c_str(), contents);
+    const ReadLogResult result = ReadVirusLogCopy(file.Get(), contents);
     const std::size_t end = bytes.size() < kHeadSize ? 0 : NumberAt(bytes, 8, 4);
     if (end < kHeadSize || end > bytes.size()) {
         Require(result == ReadLogResult::kNotALog && contents.entries.empty(), "that is no log");
@@ -189,12 +190,10 @@ std::string WithTableInside(std::string bytes) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const ScratchFolder folder;
-    const std::string path = folder / "copy";
     const std::string bytes = FuzzInput(data, size).TakeRest();
-    Check(path, bytes);
+    Check(bytes);
     if (bytes.size() >= kHeadSize) {
-        Check(path, WithTableInside(bytes));
+        Check(WithTableInside(bytes));
     }
     return 0;
 }
