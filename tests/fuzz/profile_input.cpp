@@ -22,10 +22,14 @@ constexpr std::size_t kMaxNulls = 7;
 std::string Unfolded(const std::string& text) {
     constexpr char kRun = '\x1e';
     constexpr std::size_t kRunUnit = 8;
+    // Room for several lines that are longer than any buffer; more would only cost time.
+    constexpr std::size_t kMost = 4096;
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == kRun && i + 2 < text.size()) {
-            result.append(static_cast<unsigned char>(text[i + 1]) * kRunUnit, text[i + 2]);
+            const std::size_t room = kMost - std::min(kMost, result.size());
+            result.append(std::min(room, static_cast<unsigned char>(text[i + 1]) * kRunUnit),
+                          text[i + 2]);
             i += 2;
         } else {
             result += text[i];

@@ -11,17 +11,13 @@ bool IsSpace(char byte) {
     return byte == ' ' || (byte >= 9 && byte <= 13);
 }
 
-std::string Lower(std::string text) {
-    for (char& byte : text) {
-        if (byte >= 'A' && byte <= 'Z') {
-            byte = static_cast<char>(byte - 'A' + 'a');
-        }
-    }
-    return text;
+char Lower(char byte) {
+    return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
 }
 
 bool Same(const std::string& first, const std::string& second) {
-    return Lower(first) == Lower(second);
+    return std::equal(first.begin(), first.end(), second.begin(), second.end(),
+                      [](char one, char other) { return Lower(one) == Lower(other); });
 }
 
 // The lines of the content asked for last are kept: every reader wants the same ones.
@@ -39,7 +35,7 @@ const std::vector<Piece>& Lines(const std::string& content) {
 }
 
 bool StartsSection(const std::string& line) {
-    return line.substr(0, 1) == "[";
+    return !line.empty() && line[0] == '[';
 }
 
 bool IsNothing(const std::string& line) {
@@ -111,9 +107,10 @@ Lookup ReadText(const Content& content, const std::string& section, const std::s
     if (i > lines.size()) {
         return {204, {}};
     }
+    const std::string name = Argument(key);
     for (; i < lines.size() && !StartsSection(lines[i].text); ++i) {
         const std::string& line = lines[i].text;
-        if (IsEntry(line, Argument(key))) {
+        if (IsEntry(line, name)) {
             const std::size_t equals = line.find('=');
             return equals == std::string::npos ? Lookup{201, {}}
                                                : Lookup{0, Stripped(line.substr(equals + 1))};
@@ -175,14 +172,15 @@ Written Write(const Content& content, const std::string& section, const std::str
     if (!content) {
         return {102, content};
     }
-    const std::string entry = Argument(key) + "=" + Argument(value) + "\n";
+    const std::string name = Argument(key);
+    const std::string entry = name + "=" + Argument(value) + "\n";
     const auto& lines = Lines(*content);
     const std::size_t behind = Behind(lines, Argument(section));
     std::string result;
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const std::string& line = lines[i].text;
         const bool isNextSection = i >= behind && StartsSection(line);
-        if (isNextSection || (i >= behind && IsEntry(line, Argument(key)))) {
+        if (isNextSection || (i >= behind && IsEntry(line, name))) {
             result += entry;
             result += isNextSection ? line + "\n" : "";
             return {0, result + content->substr(lines[i].end)};
