@@ -9,6 +9,8 @@
 
 /// Messages from the engine to the program, in tagZQFILEINFO::code.
 enum EngineMessage : std::int16_t {
+    kMsgAskStop =
+        0,  ///< says nothing, only asks whether to stop: answered kReplyStop or kReplyGoOn
     kMsgVirusFound = 1001,
     kMsgFileClean = 1002,
     kMsgScanningMember = 1003,

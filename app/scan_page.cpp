@@ -12,7 +12,6 @@
 #include "reports/files/complete_scan.h"
 #include "reports/files/report_generator.h"
 #include "scan/dlg_scn_prgrs.h"
-#include "scan/run/detection_filters.h"
 #include "scan/scanner.h"
 #include "widgets/dlg_sc_dir.h"
 #include "widgets/messages.h"

@@ -5,6 +5,7 @@ char g_szAppPath[256]{};
 char g_szLogFile[256]{};
 
 tagSCNOPTS g_scnopts = kDefaultScanSettings;
+void* g_hModScanAPI = nullptr;
 PFNGETVER pfnGetVer = nullptr;
 
 std::atomic<std::uint32_t> g_uiTotCnt{0};
@@ -26,6 +27,15 @@ void ResetRunCounters() {
         *counter = 0;
     }
 }
+
+std::atomic<std::int32_t> g_iCleanFileSeqCnt{0};
+std::atomic<std::int32_t> g_iCntLabViruses{0};
+std::array<LabDetectionKind, kLabDetectionKinds> g_LabScanData{};
+
+std::condition_variable g_waitForPrompt;
+tagMYSCNOPTS g_myScnopts{};
+std::int32_t g_scnActn = 1;
+const tagZQFILEINFO* g_zqFileInfo = nullptr;
 
 char g_szRptName[50]{};
 char g_szRptPath[1024]{};

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <sys/types.h>
 
@@ -17,7 +19,8 @@ extern char g_szLogFile[256];  ///< the diagnostic log, empty until start-up has
 /// The settings in force. Written by the GUI thread while no scan runs, read by the scan thread.
 extern tagSCNOPTS g_scnopts;
 
-/// The engine's version entry point; null while no engine is loaded.
+/// The loaded engine library and its version entry point; null while no engine is loaded.
+extern void* g_hModScanAPI;
 extern PFNGETVER pfnGetVer;
 
 // Counters of the run, zeroed when it starts.
@@ -37,6 +40,38 @@ extern double g_dDiffTime;     ///< seconds between the two
 
 /// Zeroes the six counters.
 void ResetRunCounters();
+
+/// Clean files seen since the run started, -1 once a detection has been reported. 0 when a run is
+/// started. Scan thread.
+extern std::atomic<std::int32_t> g_iCleanFileSeqCnt;
+
+/// One kind of detection, as it is told apart in a run.
+struct LabDetectionKind {
+    std::uint16_t subClass;
+    std::uint16_t detectionClass;
+};
+
+/// How many kinds a run records. With the last of them the scan turns the lab scan flag on.
+inline constexpr std::int32_t kLabDetectionKinds = 10;
+
+/// The distinct kinds of detection reported in this run, and how many there are; none when a run is
+/// started. Scan thread.
+extern std::atomic<std::int32_t> g_iCntLabViruses;
+extern std::array<LabDetectionKind, kLabDetectionKinds> g_LabScanData;
+
+/// Woken when the user has answered; the only thing a scan waits for.
+extern std::condition_variable g_waitForPrompt;
+
+/// The user's choice in the virus prompt; zeroed when a run starts. Written by the GUI thread while
+/// the scan thread waits for it.
+extern tagMYSCNOPTS g_myScnopts;
+
+/// The last choice made in the prompt; the next prompt, in a later scan too, starts from it.
+/// GUI thread only.
+extern std::int32_t g_scnActn;
+
+/// The detection that is being asked about, null when none is. GUI thread only.
+extern const tagZQFILEINFO* g_zqFileInfo;
 
 // The report that the viewer shows. GUI thread only.
 extern char g_szRptName[50];    ///< its name, at most 49 characters

@@ -6,12 +6,9 @@
 
 #include "ui_dlg_vir_fnd.h"
 
+#include "common/run_state.h"
 #include "common/text_field.h"
-#include "scan/run/prompt_handshake.h"
 #include "widgets/display_name.h"
-
-std::int32_t g_scnActn = 1;
-const tagZQFILEINFO* g_zqFileInfo = nullptr;
 
 namespace {
 

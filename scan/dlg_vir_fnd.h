@@ -1,22 +1,12 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 
 #include <QDialog>
 
-#include "abi/scanapi.h"
-
 namespace Ui {
 class dlgVirFnd;
 }
-
-/// The last choice made in the prompt; the next prompt, in a later scan too, starts from it.
-/// GUI thread only.
-extern std::int32_t g_scnActn;
-
-/// The detection that is being asked about, null when none is. GUI thread only.
-extern const tagZQFILEINFO* g_zqFileInfo;
 
 /// Asks what to do with the infected file in g_zqFileInfo and puts the answer into g_myScnopts.
 /// The result is 1 for Ok and 0 for Cancel.

@@ -132,6 +132,7 @@ EngineReply Answer(const tagZQFILEINFO& info, ScanDialog& dialog, std::int16_t& 
         case kMsgMarkedForDeletion:
             RecordInVirusLog(info);  // and no event: the file is still there
             return kReplyGoOn;
+        case kMsgAskStop:
         default:
             return kReplyGoOn;
     }

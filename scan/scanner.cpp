@@ -10,7 +10,6 @@
 #include "common/text_field.h"
 #include "scan/engine_callback.h"
 
-void* g_hModScanAPI = nullptr;
 tagSCANAPI_OPTIONS Scanner::m_ScanOptns{};
 std::int16_t Scanner::m_shAction = 0;
 

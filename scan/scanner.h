@@ -7,9 +7,6 @@
 
 class QDialog;
 
-/// Handle of the loaded engine library, null while none is loaded.
-extern void* g_hModScanAPI;
-
 /// Ends the engine and unloads its library. 0 when none is loaded, else 1. GUI thread, no scan
 /// running.
 int UnLoadScanAPI();

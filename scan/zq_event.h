@@ -6,27 +6,9 @@
 #include <QEvent>
 
 #include "abi/scanapi.h"
+#include "scan/run/scan_events.h"
 
 class ScanDialog;
-
-/// The events of a scan run, posted by its threads to the progress dialog.
-enum ZQEvent : int {
-    kEvtScanningFile = 1100,
-    kEvtScanFinished = 1101,
-    kEvtInfected = 1102,
-    kEvtPrompt = 1103,
-    kEvtDeleted = 1104,
-    kEvtRepaired = 1105,
-    kEvtSkipped = 1106,
-    kEvtPathStarted = 1108,
-    kEvtPathDone = 1109,
-    kEvtUnreadable = 1110,
-    kEvtNeedsDecision = 1111,
-    kEvtConfirmStop = 1112,
-    kEvtAdvance = 1113,
-    kEvtCountingDone = 1114,
-    kEvtFillBar = 1115,
-};
 
 /// One step of a scan on its way to the progress dialog. Text and file names are bytes.
 class ZqEvent : public QEvent {

@@ -9,7 +9,6 @@ namespace scanapi {
 
 namespace {
 
-constexpr std::int16_t kNoMessage = 0;
 constexpr std::string_view kCutMark = "...";
 
 }  // namespace
@@ -42,7 +41,7 @@ bool Conversation::Member(std::string_view memberPath) {
 }
 
 bool Conversation::StopWanted() {
-    return Say(kNoMessage, m_file.Path()) == kReplyStop;
+    return Say(kMsgAskStop, m_file.Path()) == kReplyStop;
 }
 
 bool Conversation::Conclude(const ScanOutcome& outcome) {

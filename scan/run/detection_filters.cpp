@@ -3,11 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "common/run_state.h"
 #include "common/text_field.h"
-
-std::atomic<std::int32_t> g_iCleanFileSeqCnt{0};
-std::atomic<std::int32_t> g_iCntLabViruses{0};
-std::array<LabDetectionKind, kLabDetectionKinds> g_LabScanData{};
 
 namespace {
 

@@ -2,8 +2,7 @@
 
 #include <mutex>
 
-std::condition_variable g_waitForPrompt;
-tagMYSCNOPTS g_myScnopts{};
+#include "common/run_state.h"
 
 namespace {
 

@@ -14,7 +14,6 @@
 #include "common/run_state.h"
 #include "reports/files/report_generator.h"
 #include "scan/dlg_scn_prgrs.h"
-#include "scan/run/detection_filters.h"
 #include "scan/scanner.h"
 #include "tests/gui/app/window_fixture.h"
 #include "widgets/dlg_sc_dir.h"

@@ -8,8 +8,8 @@
 #include <QPushButton>
 #include <QTest>
 
+#include "common/run_state.h"
 #include "common/text_field.h"
-#include "scan/run/prompt_handshake.h"
 
 namespace {
 

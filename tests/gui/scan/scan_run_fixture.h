@@ -19,7 +19,6 @@
 #include "reports/files/report_generator.h"
 #include "scan/dlg_scn_prgrs.h"
 #include "scan/dlg_vir_fnd.h"
-#include "scan/run/detection_filters.h"
 #include "scan/run/prompt_handshake.h"
 #include "scan/scanner.h"
 #include "scan/zq_event.h"

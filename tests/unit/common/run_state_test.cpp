@@ -17,6 +17,13 @@ TEST(RunState, StartsWithNothingSet) {
     EXPECT_FALSE(StopCount);
     EXPECT_EQ(g_scnopts.action, 1);
     EXPECT_EQ(g_scnopts.flags, 0x0B);
+    EXPECT_EQ(g_hModScanAPI, nullptr);
+    EXPECT_EQ(g_iCleanFileSeqCnt, 0);
+    EXPECT_EQ(g_iCntLabViruses, 0);
+    EXPECT_EQ(g_myScnopts.choice, 0);
+    EXPECT_EQ(g_myScnopts.applyToAll, 0);
+    EXPECT_EQ(g_scnActn, 1);
+    EXPECT_EQ(g_zqFileInfo, nullptr);
 }
 
 TEST(RunState, ResetZeroesTheSixCountersOnly) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "common/run_state.h"
 #include "common/text_field.h"
 
 namespace {

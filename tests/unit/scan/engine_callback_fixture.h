@@ -9,7 +9,6 @@
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "scan/engine_callback.h"
-#include "scan/run/detection_filters.h"
 #include "scan/scanner.h"
 #include "tests/unit/scan/recording_dialog.h"
 

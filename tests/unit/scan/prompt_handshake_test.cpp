@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 
+#include "common/run_state.h"
+
 namespace {
 
 using namespace std::chrono_literals;

@@ -11,7 +11,6 @@
 
 #include "common/run_state.h"
 #include "common/text_field.h"
-#include "scan/run/detection_filters.h"
 #include "scan/scanner.h"
 #include "tests/fakes/scanapi/fake_engine.h"
 
