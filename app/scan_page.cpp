@@ -12,6 +12,7 @@
 #include "reports/files/complete_scan.h"
 #include "reports/files/report_generator.h"
 #include "scan/dlg_scn_prgrs.h"
+#include "scan/run/scan_run.h"
 #include "scan/scanner.h"
 #include "widgets/dlg_sc_dir.h"
 #include "widgets/messages.h"
@@ -23,8 +24,7 @@ constexpr auto kTitle = "Corvane Scan";
 /// Nothing of the last run is left: neither what was detected nor what the engine was told about
 /// it.
 void PrepareRun() {
-    g_iCntLabViruses = 0;
-    g_iCleanFileSeqCnt = 0;
+    ScanRun::ForgetDetections();
     Scanner::m_ScanOptns.extraFlags &= static_cast<std::uint16_t>(~kLabScanFlag);
     Scanner::SetScanOptions(&g_scnopts);
     Scanner::ResetFPTFlags();

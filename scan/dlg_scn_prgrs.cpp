@@ -18,10 +18,8 @@
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "reports/dlg_report.h"
-#include "reports/files/report_generator.h"
 #include "scan/dlg_vir_fnd.h"
-#include "scan/file_count_thread.h"
-#include "scan/run/prompt_handshake.h"
+#include "scan/run/file_count.h"
 #include "scan/scan_thread.h"
 #include "scan/zq_event.h"
 
@@ -31,21 +29,9 @@ constexpr int kCurrentFileWidth = 70;
 constexpr int kLastInfectedWidth = 50;
 constexpr int kShowInterval = 33;     // milliseconds: some thirty pictures a second
 constexpr int kEndPollInterval = 10;  // milliseconds
-constexpr char kSeparator[] =
-    "\n------------------------------------------------------------------\n\n";
-
-void Log(const std::string& text) {
-    if (g_pRptObj != nullptr) {
-        g_pRptObj->Log(text.c_str());
-    }
-}
 
 std::string FileNameOf(const ZqEvent& event) {
     return std::string(FieldText(event.Info().fileName));
-}
-
-std::string VirusNameOf(const ZqEvent& event) {
-    return std::string(FieldText(event.Info().virusName));
 }
 
 /// What waits to be drawn. Not what the user did: a second click of the button that started the
@@ -95,7 +81,7 @@ void dlgScnPrgrs::init() {
     ProcessPendingEvents();
     m_stop.Clear();
     m_thread.reset();
-    m_paths = nullptr;
+    Run().SetPaths(nullptr);
     m_ui->btnStop->setEnabled(false);
 }
 
@@ -104,20 +90,17 @@ void dlgScnPrgrs::destroy() {
         EndThread();
     }
     m_thread.reset();
-    if (g_zqFileInfo == &m_asked) {
-        g_zqFileInfo = nullptr;
-    }
 }
 
 void dlgScnPrgrs::SetPathListToScan(tagPathList* paths) {
     if (paths != nullptr) {
-        m_paths = paths;
+        Run().SetPaths(paths);
     }
 }
 
 void dlgScnPrgrs::GetPathListToScan(tagPathList** paths) {
     if (paths != nullptr) {
-        *paths = m_paths;
+        *paths = Run().Paths();
     }
 }
 
@@ -129,10 +112,10 @@ int dlgScnPrgrs::myexec() {
     m_ui->btnViewRpt->setEnabled(false);
     m_ui->btnStop->setEnabled(true);
     m_ui->btnStop->setFocus();
-    g_totalfilestoscan = 0;
+    Run().ForgetTotal();
     m_view.ResetBar(kUnknownTotal);
     m_view.Show();
-    m_thread = std::make_unique<ScanThrd>(this);
+    m_thread = std::make_unique<ScanThrd>(Run());
     m_running = true;
     m_thread->start();
     const int result = exec();
@@ -151,23 +134,24 @@ void dlgScnPrgrs::WaitForScan() {
         QApplication::restoreOverrideCursor();
     }
     if (m_running) {
-        EndThread();  // the program is quitting, which no event loop outlasts
+        // The program is quitting, which no event loop outlasts. Nobody wants to wait then for the
+        // virus log that a dead process keeps locked; while a stop is only asked for, the record of
+        // what was done still matters.
+        EndMutexWaits();
+        EndThread();
     }
     m_thread->Join();
 }
 
 void dlgScnPrgrs::EndThread() {
-    // There is no one left to ask.
-    m_running = false;
-    m_stop.Set();
-    StopCount = true;
-    CloseEvents();
-    // Nor does anybody want to wait for the virus log that a dead process keeps locked.
-    EndMutexWaits();
+    Run().Abandon();
+    // Its last steps belong into the report, and so does the summary.
     while (!m_thread->wait(kEndPollInterval)) {
-        WakePrompt();
+        Deliver();
     }
     m_thread->Join();
+    Deliver();
+    m_running = false;
 }
 
 void dlgScnPrgrs::customEvent(QEvent* event) {
@@ -175,44 +159,32 @@ void dlgScnPrgrs::customEvent(QEvent* event) {
     if (step == nullptr) {
         return;
     }
-    switch (static_cast<int>(step->type())) {
+    ShowStep(*step, Run().Apply(step->Step()));
+    ShowSoon();
+}
+
+void dlgScnPrgrs::ShowStep(const ZqEvent& event, std::uint32_t count) {
+    switch (event.Step().type) {
         case kEvtScanningFile:
-            OnScanningFile(*step);
+            ShowScanningFile(event, count);
             break;
         case kEvtScanFinished:
-            OnScanFinished();
+            ShowScanFinished();
             break;
         case kEvtInfected:
-            OnInfected(*step);
+            ShowInfected(event, count);
             break;
         case kEvtPrompt:
-            OnPrompt(*step);
+            OnPrompt();
             break;
         case kEvtDeleted:
-            m_view.SetCount(ProgressView::kDeleted, ++g_uiDeleCnt);
-            Log("\n[Deleted]");
+            m_view.SetCount(ProgressView::kDeleted, count);
             break;
         case kEvtRepaired:
-            m_view.SetCount(ProgressView::kRepaired, ++g_uiReprCnt);
-            Log("\n[Repaired]");
+            m_view.SetCount(ProgressView::kRepaired, count);
             break;
         case kEvtSkipped:
-            m_view.SetCount(ProgressView::kSkipped, ++g_uiSkipCnt);
-            Log("\n[Skipped]");
-            break;
-        case kEvtPathStarted:
-            Log("Scanning: ");
-            Log(step->Text() != nullptr ? step->Text() : "");
-            break;
-        case kEvtPathDone:
-            Log(kSeparator);
-            break;
-        case kEvtUnreadable:
-            ++g_uiIOErrCnt;  // no label shows it
-            Log("\n[Access denied]");
-            break;
-        case kEvtNeedsDecision:
-            OnNeedsDecision(*step);
+            m_view.SetCount(ProgressView::kSkipped, count);
             break;
         case kEvtConfirmStop:
             OnConfirmStop();
@@ -221,15 +193,17 @@ void dlgScnPrgrs::customEvent(QEvent* event) {
             m_view.Advance();
             break;
         case kEvtCountingDone:
-            m_view.SetTotal(g_totalfilestoscan);
+            m_view.SetTotal(Run().State().total);
             break;
         case kEvtFillBar:
-            m_view.SetProgress(g_totalfilestoscan);
+            m_view.SetProgress(Run().State().total);
             break;
-        default:
-            break;
+        case kEvtPathStarted:
+        case kEvtPathDone:
+        case kEvtUnreadable:
+        case kEvtNeedsDecision:
+            break;  // no label shows them
     }
-    ShowSoon();
 }
 
 void dlgScnPrgrs::ShowSoon() {
@@ -248,19 +222,14 @@ void dlgScnPrgrs::timerEvent(QTimerEvent* event) {
     ShowSoon();
 }
 
-void dlgScnPrgrs::OnScanningFile(const ZqEvent& event) {
+void dlgScnPrgrs::ShowScanningFile(const ZqEvent& event, std::uint32_t count) {
     m_view.SetPath(ProgressView::kCurrentFile,
                    event.Text() != nullptr ? event.Text() : FileNameOf(event).c_str(),
                    kCurrentFileWidth);
-    m_view.SetCount(ProgressView::kScanned, ++g_uiTotCnt);
+    m_view.SetCount(ProgressView::kScanned, count);
 }
 
-void dlgScnPrgrs::OnScanFinished() {
-    if (g_pRptObj != nullptr) {
-        g_pRptObj->WriteSummary(m_stop.IsSet());
-        g_pRptObj->MakeIndexEntry();
-    }
-    m_stop.Set();
+void dlgScnPrgrs::ShowScanFinished() {
     m_running = false;
     m_showTimer.stop();
     m_view.Show();
@@ -277,30 +246,22 @@ void dlgScnPrgrs::OnScanFinished() {
     }
 }
 
-void dlgScnPrgrs::OnInfected(const ZqEvent& event) {
-    const std::string fileName = FileNameOf(event);
-    const std::string virusName = VirusNameOf(event);
-    m_view.SetPath(ProgressView::kLastInfected, fileName.c_str(), kLastInfectedWidth);
-    m_view.SetText(ProgressView::kLastVirus, virusName);
-    m_view.SetCount(ProgressView::kInfected, ++g_uiInfCnt);
-    Log("\n\nScanning: ");
-    Log(fileName);
-    Log("\nInfected: ");
-    Log(virusName);
+void dlgScnPrgrs::ShowInfected(const ZqEvent& event, std::uint32_t count) {
+    m_view.SetPath(ProgressView::kLastInfected, FileNameOf(event).c_str(), kLastInfectedWidth);
+    m_view.SetText(ProgressView::kLastVirus, FieldText(event.Info().virusName));
+    m_view.SetCount(ProgressView::kInfected, count);
 }
 
-bool dlgScnPrgrs::IsClosedOverScan() const {
-    return m_running && !isVisible();
+bool dlgScnPrgrs::IsThereToAnswer() {
+    return !Run().IsAbandoned() && (!m_running || isVisible());
 }
 
-void dlgScnPrgrs::OnPrompt(const ZqEvent& event) {
-    m_asked = event.Info();
-    g_zqFileInfo = &m_asked;
+void dlgScnPrgrs::OnPrompt() {
     m_movie->setPaused(true);
-    if (!IsClosedOverScan()) {
+    if (IsThereToAnswer()) {
         showvirus();
     }
-    WakePrompt();
+    Run().Answer();
     m_movie->setPaused(false);
 }
 
@@ -311,27 +272,20 @@ void dlgScnPrgrs::showvirus() {
     }
 }
 
-void dlgScnPrgrs::OnNeedsDecision(const ZqEvent& event) {
-    --g_uiSkipCnt;  // not shown until the next skipped file
-    Log("\n\nScanning: ");
-    Log(FileNameOf(event));
-    Log("\n");
-    Log(VirusNameOf(event));
-}
-
 void dlgScnPrgrs::OnConfirmStop() {
     m_movie->setPaused(true);
-    if (!IsClosedOverScan()) {
+    if (IsThereToAnswer()) {
         QMessageBox box(QMessageBox::Question, tr("Corvane Scan"), tr("Do you want to stop scan?"),
                         QMessageBox::Yes | QMessageBox::No, this);
         box.setTextFormat(Qt::PlainText);
         box.setEscapeButton(QMessageBox::No);
-        if (box.exec() != QMessageBox::Yes) {
+        // Quitting the program over the question ends it too, and is no refusal.
+        if (box.exec() == QMessageBox::No) {
             m_movie->setPaused(false);
             m_stop.Clear();
         }
     }
-    WakePrompt();
+    Run().Answer();
 }
 
 void dlgScnPrgrs::OnStopClick() {

@@ -5,7 +5,6 @@
 #include <QBasicTimer>
 #include <QString>
 
-#include "abi/scanapi.h"
 #include "common/path_list.h"
 #include "scan/progress_view.h"
 #include "scan/scan_dialog.h"
@@ -18,8 +17,8 @@ namespace Ui {
 class dlgScnPrgrs;
 }
 
-/// Shown while an on-demand scan runs: owns the scan thread, turns its events into counters, labels
-/// and lines of the report in g_pRptObj, and asks the user what the scan has to know.
+/// Shown while an on-demand scan runs: owns the scan thread, hands its events to the scan's own
+/// records, shows what they change, and asks the user what the scan has to know.
 ///
 /// GUI thread, except for m_stop and GetPathListToScan().
 class dlgScnPrgrs : public ScanDialog {
@@ -58,16 +57,17 @@ private:
     void init();
     void destroy();
 
-    void OnScanningFile(const ZqEvent& event);
-    void OnScanFinished();
-    void OnInfected(const ZqEvent& event);
-    void OnPrompt(const ZqEvent& event);
-    void OnNeedsDecision(const ZqEvent& event);
+    /// Shows a step and `count`, the new value of the counter that it raised.
+    void ShowStep(const ZqEvent& event, std::uint32_t count);
+    void ShowScanningFile(const ZqEvent& event, std::uint32_t count);
+    void ShowInfected(const ZqEvent& event, std::uint32_t count);
+    void ShowScanFinished();
+    void OnPrompt();
     void OnConfirmStop();
 
-    /// The user has closed the dialog, with the stop flag set, before the scan was over: that is
-    /// the answer to whatever the scan still asks.
-    [[nodiscard]] bool IsClosedOverScan() const;
+    /// False when the user has closed the dialog, with the stop flag set, before the scan was over,
+    /// or the program is quitting: that is the answer to whatever the scan still asks.
+    [[nodiscard]] bool IsThereToAnswer();
 
     /// Shows what changed, now or with the next picture.
     void ShowSoon();
@@ -75,7 +75,7 @@ private:
     /// Lets a scan whose dialog was closed come to its end, events included.
     void WaitForScan();
 
-    /// Ends the thread without handling its events.
+    /// Ends the thread and hands its last events on.
     void EndThread();
 
     std::unique_ptr<Ui::dlgScnPrgrs> m_ui;
@@ -84,8 +84,6 @@ private:
     QString m_movieFile;
     std::unique_ptr<QMovie> m_movie;
     std::unique_ptr<ScanThrd> m_thread;
-    tagPathList* m_paths = nullptr;
-    tagZQFILEINFO m_asked{};           // what the prompt asks about
     bool m_running = false;            // until kEvtScanFinished has been handled
     QEventLoop* m_waitLoop = nullptr;  // of WaitForScan()
 };

@@ -23,6 +23,19 @@ bool IsQuestion(const ZqEvent& event) {
 
 ScanDialog::~ScanDialog() {
     m_events.Close();
+    m_run.Abandon();  // should the engine still be at a file of it
+}
+
+void ScanDialog::Tell(const ScanStep& step) {
+    if (step.info != nullptr) {
+        PostZqEvent(this, step.type, step.info);
+    } else {
+        PostZqEvent(this, step.type, step.text);
+    }
+}
+
+void ScanDialog::Ask(const ScanStep& question) {
+    Tell(question);
 }
 
 void PostZqEvent(ScanDialog* dialog, std::unique_ptr<ZqEvent> event) {

@@ -5,13 +5,11 @@
 
 #include <QThread>
 
-#include "common/path_list.h"
-
 class QDialog;
-class dlgScnPrgrs;
+class ScanRun;
 
-/// Hands one file, named by bytes, to the engine and posts its steps to `dialog`, which is the
-/// ScanDialog of the scan. A null path does nothing. Scan thread.
+/// Hands one file, named by bytes, to the engine and tells the scan of `dialog`, which is a
+/// ScanDialog. A null path does nothing. Scan thread.
 void ScanFile(const char* path, QDialog* dialog);
 
 /// Scans every regular file under `directory`. When the dialog's stop flag is set it asks there for
@@ -19,11 +17,11 @@ void ScanFile(const char* path, QDialog* dialog);
 /// confirmed; StopCount is set then. Scan thread.
 std::uint32_t ScanDirectory(char* directory, QDialog* dialog);
 
-/// One on-demand scan: walks the dialog's paths and hands each file to the engine, with a
-/// FileCountThrd beside it. Owned by the dialog.
+/// Carries out one scan, with a FileCountThrd beside it.
 class ScanThrd : public QThread {
 public:
-    explicit ScanThrd(dlgScnPrgrs* dialog);
+    /// The run outlives the thread.
+    explicit ScanThrd(ScanRun& run) : m_run(run) {}
 
     /// Waits until the thread has ended.
     void Join();
@@ -32,11 +30,7 @@ protected:
     void run() override;
 
 private:
-    void ScanPaths();
-
-    dlgScnPrgrs* m_dialog;
-    tagPathList* m_paths = nullptr;    // the main window's, which frees it after the scan
-    tagPathList* m_current = nullptr;  // the node being scanned
+    ScanRun& m_run;
     // QThread::wait() orders memory too, but where the thread sanitizer cannot see it.
     std::atomic<bool> m_ended{false};
 };

@@ -34,6 +34,10 @@ const tagZQFILEINFO& ZqEvent::Info() const {
     return m_info != nullptr ? *m_info : kNoInfo;
 }
 
+ScanStep ZqEvent::Step() const {
+    return {static_cast<ZQEvent>(type()), Text(), m_info.get()};
+}
+
 const ZqEvent* AsZqEvent(const QEvent* event) {
     const int type = event->type();
     return type >= kEvtScanningFile && type <= kEvtFillBar ? static_cast<const ZqEvent*>(event)

@@ -6,7 +6,7 @@
 #include <QEvent>
 
 #include "abi/scanapi.h"
-#include "scan/run/scan_events.h"
+#include "scan/run/scan_listener.h"
 
 class ScanDialog;
 
@@ -24,6 +24,8 @@ public:
     [[nodiscard]] const char* Text() const;
     /// The record, all zero when the event carries only a text.
     [[nodiscard]] const tagZQFILEINFO& Info() const;
+    /// The step it tells of, valid as long as the event.
+    [[nodiscard]] ScanStep Step() const;
 
 private:
     std::unique_ptr<std::string> m_text;

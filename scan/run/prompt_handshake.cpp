@@ -7,19 +7,36 @@
 namespace {
 
 std::mutex promptMutex;
-bool answered = false;  // guarded by promptMutex
 
 }  // namespace
 
-void AskAndWait(const std::function<void()>& post) {
+void PromptHandshake::AskAndWait(const std::function<void()>& ask) {
+    {
+        const std::scoped_lock lock(promptMutex);
+        if (m_closed) {
+            return;
+        }
+        m_answered = false;
+    }
+    // Without the lock: the answer may be given in there. It is kept until the wait looks for it.
+    ask();
     std::unique_lock lock(promptMutex);
-    answered = false;
-    post();
-    g_waitForPrompt.wait(lock, [] { return answered; });
+    g_waitForPrompt.wait(lock, [this] { return m_answered || m_closed; });
 }
 
-void WakePrompt() {
+void PromptHandshake::Answer() {
     const std::scoped_lock lock(promptMutex);
-    answered = true;
+    m_answered = true;
     g_waitForPrompt.notify_all();
+}
+
+void PromptHandshake::Close() {
+    const std::scoped_lock lock(promptMutex);
+    m_closed = true;
+    g_waitForPrompt.notify_all();
+}
+
+bool PromptHandshake::IsClosed() const {
+    const std::scoped_lock lock(promptMutex);
+    return m_closed;
 }

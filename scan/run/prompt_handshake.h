@@ -2,10 +2,24 @@
 
 #include <functional>
 
-/// On a scan thread: calls `post`, which posts the question, and waits with no time limit until
-/// WakePrompt() has answered it. The hand-shake's mutex is held from before the event is posted, so
-/// no wake-up is lost.
-void AskAndWait(const std::function<void()>& post);
+/// The open question of a scan, and its answer. Whoever asks waits on g_waitForPrompt.
+class PromptHandshake {
+public:
+    /// On the scan thread: calls `ask` and waits with no time limit until the question is answered,
+    /// by `ask` itself or by another thread. An answer given before it was asked does not count.
+    /// After Close() nothing is asked.
+    void AskAndWait(const std::function<void()>& ask);
 
-/// On the GUI thread: wakes the scan thread that waits for an answer.
-void WakePrompt();
+    /// Any thread: lets the scan thread go on.
+    void Answer();
+
+    /// Any thread: there is no one left to ask. The open question counts as answered.
+    void Close();
+
+    [[nodiscard]] bool IsClosed() const;
+
+private:
+    // Both are guarded by the one mutex of g_waitForPrompt.
+    bool m_answered = false;
+    bool m_closed = false;
+};

@@ -13,7 +13,9 @@
 #include <filesystem>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "abi/scanapi.h"
@@ -109,6 +111,13 @@ bool SayAndFollowUp(tagZQFILEINFO message, void* context) {
     }
 }
 
+/// As an engine does that lets an exception of its own get out.
+void ThrowIfTold(std::string_view symbol) {
+    if (engine.script.throwing.contains(symbol)) {
+        throw std::runtime_error("told to throw");
+    }
+}
+
 void HoldUntilThere(const std::string& file) {
     const auto limit = std::chrono::steady_clock::now() + 1min;
     while (!std::filesystem::exists(file) && std::chrono::steady_clock::now() < limit) {
@@ -153,28 +162,36 @@ FAKE_EXPORT int ZqInitScan(tagSCANAPI_OPTIONS* options) {
     ReadScriptAndOpenLog();
     Note(std::ostringstream() << "ZqInitScan " << Hex(*options) << " -> "
                               << engine.script.initResult);
+    ThrowIfTold("ZqInitScan");
     return engine.script.initResult;
 }
 
 FAKE_EXPORT void ZqDeinitScan() {
     Note(std::ostringstream() << "ZqDeinitScan");
+    const bool throws = engine.script.throwing.contains("ZqDeinitScan");
     engine = {};
+    if (throws) {
+        throw std::runtime_error("told to throw");
+    }
 }
 
 FAKE_EXPORT void ZqGetAPIVersion(tagZQVERINFO* version) {
     *version = engine.script.version;
     Note(std::ostringstream() << "ZqGetAPIVersion");
+    ThrowIfTold("ZqGetAPIVersion");
 }
 
 FAKE_EXPORT int ZqSetCallBack(PFNZQCALLBACK callback) {
     engine.callback = callback;
     Note(std::ostringstream() << "ZqSetCallBack " << (callback != nullptr ? "set" : "null")
                               << " -> " << engine.script.setCallbackResult);
+    ThrowIfTold("ZqSetCallBack");
     return engine.script.setCallbackResult;
 }
 
 FAKE_EXPORT void ZqSetOptions(tagSCANAPI_OPTIONS* options) {
     Note(std::ostringstream() << "ZqSetOptions " << Hex(*options));
+    ThrowIfTold("ZqSetOptions");
 }
 
 FAKE_EXPORT int ZqOpenFile(const char* name, std::uint64_t* handle) {
@@ -193,6 +210,7 @@ FAKE_EXPORT int ZqOpenFile(const char* name, std::uint64_t* handle) {
     engine.openFiles[*handle] = name;
     Note(std::ostringstream() << "ZqOpenFile " << fake::Encode(name) << " -> " << status
                               << " handle " << *handle);
+    ThrowIfTold("ZqOpenFile");
     return status;
 }
 
@@ -200,11 +218,13 @@ FAKE_EXPORT int ZqCloseFile(std::uint64_t* handle) {
     Note(std::ostringstream() << "ZqCloseFile " << *handle << " -> " << engine.script.closeResult);
     engine.openFiles.erase(*handle);
     *handle = 0;
+    ThrowIfTold("ZqCloseFile");
     return engine.script.closeResult;
 }
 
 FAKE_EXPORT int ZqScanFileEx(std::uint64_t handle, void* context) {
     Note(std::ostringstream() << "ZqScanFileEx " << handle << " context " << context);
+    ThrowIfTold("ZqScanFileEx");
     const std::string name = engine.openFiles[handle];
     ScanOne(name, context);
     int result = 1;
@@ -220,4 +240,5 @@ FAKE_EXPORT int ZqScanFileEx(std::uint64_t handle, void* context) {
 
 FAKE_EXPORT void ZqResetFPTFlags() {
     Note(std::ostringstream() << "ZqResetFPTFlags");
+    ThrowIfTold("ZqResetFPTFlags");
 }

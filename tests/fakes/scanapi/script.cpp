@@ -78,6 +78,8 @@ bool ReadRule(const std::string& verb, std::istringstream& line, Script& script)
         tagZQVERINFO& version = script.version;
         line >> version.major >> version.minor >> version.databaseDate.year >>
             version.databaseDate.month >> version.databaseDate.day;
+    } else if (verb == "throw") {
+        script.throwing.insert(RestOfLine(line));
     } else if (verb == "log") {
         line >> script.log;
         script.log = Decode(script.log);

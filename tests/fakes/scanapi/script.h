@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,6 +26,7 @@
 //   member CODE CLASS SUBCLASS VIRUS NAME PATTERN  the same about another name
 //   delay MILLISECONDS PATTERN                   wait
 //   hold FILE PATTERN                            wait until FILE is there, at most a minute
+//   throw SYMBOL                                 this entry point ends in an exception
 //   after CODE REPLY NEXT                        told REPLY to the message CODE, send NEXT about it
 //
 // The first `open` and `scan` rule that matches counts; all others that match are carried out in
@@ -71,6 +74,7 @@ struct Script {
     std::vector<ScanRule> scans;
     std::vector<Step> steps;
     std::vector<FollowUp> followUps;
+    std::set<std::string, std::less<>> throwing;
 };
 
 /// Reads the script at `path`; one that is not there is empty. A line that is not understood ends

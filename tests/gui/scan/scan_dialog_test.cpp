@@ -13,7 +13,6 @@
 #include <QTest>
 #include <QTimer>
 
-#include "scan/run/prompt_handshake.h"
 #include "scan/zq_event.h"
 #include "tests/support/scratch.h"
 
@@ -82,7 +81,7 @@ TEST(ScanDialog, AQuestionPassesAFullQueueAndHoldsNoEventUp) {
         if (type == kEvtPrompt) {
             wasAsked = true;
             answering.exec();  // as a modal window does
-            WakePrompt();
+            dialog.Run().Answer();
         } else if (wasAsked && dialog.m_numbers.size() == 5000) {
             answering.quit();
         }
@@ -92,7 +91,7 @@ TEST(ScanDialog, AQuestionPassesAFullQueueAndHoldsNoEventUp) {
     ASSERT_TRUE(WaitUntil([&] { return dialog.WaitingEvents() == EventQueue::kRoom; }));
     std::atomic<bool> isAnswered{false};
     std::thread scan([&] {
-        AskAndWait([&dialog] { PostZqEvent(&dialog, kEvtPrompt); });
+        dialog.Run().Ask({kEvtPrompt});
         isAnswered = true;
     });
     ASSERT_TRUE(WaitUntil([&] { return dialog.WaitingEvents() == EventQueue::kRoom + 1; }));

@@ -15,7 +15,7 @@ namespace {
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-TEST_F(ScanRun, ADetectionReachesLabelsAndReport) {
+TEST_F(WholeScan, ADetectionReachesLabelsAndReport) {
     WriteFile(m_top + "/eicar.com", "x");
     AddPath(m_top);
     m_whenOver = [this] {
@@ -32,7 +32,7 @@ TEST_F(ScanRun, ADetectionReachesLabelsAndReport) {
     EXPECT_EQ(g_uiDeleCnt, 1U);
 }
 
-TEST_F(ScanRun, ThePromptIsAskedOnceForAll) {
+TEST_F(WholeScan, ThePromptIsAskedOnceForAll) {
     for (const char* name : {"/v1", "/v2", "/v3"}) {
         WriteFile(m_top + name, "x");
     }
@@ -48,7 +48,7 @@ TEST_F(ScanRun, ThePromptIsAskedOnceForAll) {
     EXPECT_EQ(g_uiSkipCnt, 3U);
 }
 
-TEST_F(ScanRun, TheTenthKindTurnsTheLabScanOn) {
+TEST_F(WholeScan, TheTenthKindTurnsTheLabScanOn) {
     std::string script;
     for (int kind = 0; kind < 10; ++kind) {
         MakeFolder(m_top);
@@ -62,7 +62,7 @@ TEST_F(ScanRun, TheTenthKindTurnsTheLabScanOn) {
     EXPECT_THAT(m_engine.Calls("ZqSetOptions"), SizeIs(1));
 }
 
-TEST_F(ScanRun, NineKindsDoNotTurnTheLabScanOn) {
+TEST_F(WholeScan, NineKindsDoNotTurnTheLabScanOn) {
     std::string script;
     for (int file = 0; file < 12; ++file) {
         WriteFile(m_top + "/v" + std::to_string(100 + file), "x");

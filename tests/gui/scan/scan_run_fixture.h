@@ -19,7 +19,6 @@
 #include "reports/files/report_generator.h"
 #include "scan/dlg_scn_prgrs.h"
 #include "scan/dlg_vir_fnd.h"
-#include "scan/run/prompt_handshake.h"
 #include "scan/scanner.h"
 #include "scan/zq_event.h"
 #include "tests/fakes/scanapi/fake_engine.h"
@@ -48,9 +47,9 @@ protected:
 };
 
 /// Whole runs: the dialog, both threads and the scripted engine.
-class ScanRun : public ::testing::Test {
+class WholeScan : public ::testing::Test {
 protected:
-    ScanRun() {
+    WholeScan() {
         MakeReportFiles(m_application.Path());
         MakeFolder(m_top);
         g_scnopts = {kActionReportOnly, 0};
@@ -63,7 +62,7 @@ protected:
         g_myScnopts = {2, 1};
         StopCount = true;
     }
-    ~ScanRun() override {
+    ~WholeScan() override {
         EXPECT_TRUE(m_answers.empty()) << "a question was never asked";
         Scanner::DestroyScan();
         g_pRptObj.reset();
@@ -98,6 +97,7 @@ protected:
             }
         });
         poll.start(2);
+        m_beforeRun();
         const int result = dialog.myexec();
         m_dialog = nullptr;
         m_steps = dialog.m_steps;
@@ -119,6 +119,17 @@ protected:
         const auto answer = m_answers.front();
         m_answers.pop_front();
         answer(question);
+    }
+
+    /// The report and its record are as complete as those of any scan that was stopped.
+    void ExpectInterruptedReport() const {
+        const std::string report = Report();
+        const std::size_t summary = report.find("Scan Interrupted.\n\n");
+        EXPECT_NE(summary, std::string::npos) << report;
+        EXPECT_EQ(report.rfind("Scan Interrupted.\n\n"), summary) << report;
+        EXPECT_EQ(report.find("Scan Complete."), std::string::npos) << report;
+        EXPECT_TRUE(report.ends_with("** Report End **\r\n")) << report;
+        EXPECT_EQ(ReadFile(m_application / "main.rpt").size(), 12U + 542U);
     }
 
     std::string Report() const { return ReadFile(g_szRptPath); }
@@ -144,6 +155,7 @@ protected:
     bool m_closeWhenOver = true;
     std::deque<std::function<void(QDialog*)>> m_answers;
     QPointer<QDialog> m_answered;
+    std::function<void()> m_beforeRun = [] {};
     std::function<void()> m_whenOver = [] {};
     std::function<void()> m_whileRunning = [] {};
 };

@@ -12,7 +12,7 @@
 
 namespace {
 
-TEST_F(ScanRun, QuittingTheProgramEndsTheWaitForTheVirusLog) {
+TEST_F(WholeScan, QuittingTheProgramEndsTheWaitForTheVirusLog) {
     if (!InSandbox()) {
         GTEST_SKIP() << "message queues are only private in tests/support/sandbox";
     }

@@ -17,7 +17,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::SizeIs;
 
-TEST_F(ScanRun, CancellingThePromptAsksWhetherToStop) {
+TEST_F(WholeScan, CancellingThePromptAsksWhetherToStop) {
     for (const char* name : {"/v1", "/v2", "/v3"}) {
         WriteFile(m_top + name, "x");
     }
@@ -34,7 +34,7 @@ TEST_F(ScanRun, CancellingThePromptAsksWhetherToStop) {
     EXPECT_TRUE(StopCount);
 }
 
-TEST_F(ScanRun, ARefusedStopLetsTheScanGoOn) {
+TEST_F(WholeScan, ARefusedStopLetsTheScanGoOn) {
     for (int file = 0; file < 50; ++file) {
         WriteFile(m_top + "/f" + std::to_string(file), "x");
     }
@@ -56,7 +56,7 @@ TEST_F(ScanRun, ARefusedStopLetsTheScanGoOn) {
     EXPECT_NE(Report().find("Scan Complete.\n\n"), std::string::npos);
 }
 
-TEST_F(ScanRun, AStopMayBeRefusedAgainAndAgain) {
+TEST_F(WholeScan, AStopMayBeRefusedAgainAndAgain) {
     for (int file = 0; file < 60; ++file) {
         WriteFile(m_top + "/f" + std::to_string(file), "x");
     }
@@ -80,7 +80,7 @@ TEST_F(ScanRun, AStopMayBeRefusedAgainAndAgain) {
     EXPECT_NE(Report().find("Scan Complete.\n\n"), std::string::npos);
 }
 
-TEST_F(ScanRun, AStopWhileASingleFileIsScannedAsksNothing) {
+TEST_F(WholeScan, AStopWhileASingleFileIsScannedAsksNothing) {
     WriteFile(m_top + "/f", "x");
     AddPath(m_top + "/f");
     const std::string released = m_scratch / "released";
@@ -97,7 +97,7 @@ TEST_F(ScanRun, AStopWhileASingleFileIsScannedAsksNothing) {
     EXPECT_NE(Report().find("Scan Interrupted.\n\n"), std::string::npos);
 }
 
-TEST_F(ScanRun, AStopDuringThePromptOutweighsItsAnswer) {
+TEST_F(WholeScan, AStopDuringThePromptOutweighsItsAnswer) {
     WriteFile(m_top + "/f", "x");
     AddPath(m_top);
     g_scnopts.action = kActionPrompt;
@@ -114,7 +114,7 @@ TEST_F(ScanRun, AStopDuringThePromptOutweighsItsAnswer) {
     EXPECT_THAT(m_engine.Calls("callback"), ElementsAre(::testing::EndsWith(" -> 2004")));
 }
 
-TEST_F(ScanRun, AConfirmedStopEndsEveryLevelAndPath) {
+TEST_F(WholeScan, AConfirmedStopEndsEveryLevelAndPath) {
     std::string folder = m_top;
     for (int level = 0; level < 20; ++level) {
         folder += "/d";
@@ -143,7 +143,7 @@ TEST_F(ScanRun, AConfirmedStopEndsEveryLevelAndPath) {
         << report;
 }
 
-TEST_F(ScanRun, ClosingTwiceEndsTheScanBeforeItReturns) {
+TEST_F(WholeScan, ClosingTwiceEndsTheScanBeforeItReturns) {
     for (int file = 0; file < 2000; ++file) {
         WriteFile(m_top + "/f" + std::to_string(file), "x");
     }
@@ -160,7 +160,7 @@ TEST_F(ScanRun, ClosingTwiceEndsTheScanBeforeItReturns) {
     EXPECT_NE(Report().find("** Report End **\r\n"), std::string::npos);
 }
 
-TEST_F(ScanRun, QuittingTheProgramEndsTheScan) {
+TEST_F(WholeScan, QuittingTheProgramEndsTheScan) {
     for (int file = 0; file < 3000; ++file) {
         WriteFile(m_top + "/f" + std::to_string(file), "x");
     }
@@ -173,10 +173,11 @@ TEST_F(ScanRun, QuittingTheProgramEndsTheScan) {
     QTimer::singleShot(0, [this] { EXPECT_EQ(Run("delay 2 *\n"), 0); });
     QApplication::exec();
     EXPECT_LT(g_uiTotCnt, 3000U);
-    EXPECT_LT(Opened().size(), 3000U);
+    EXPECT_EQ(Opened().size(), g_uiTotCnt) << "a step was told and not counted";
+    ExpectInterruptedReport();
 }
 
-TEST_F(ScanRun, QuittingWhileTheScanAsksEndsItToo) {
+TEST_F(WholeScan, QuittingWhileTheScanAsksEndsItToo) {
     for (int file = 0; file < 20; ++file) {
         WriteFile(m_top + "/f" + std::to_string(file), "x");
     }
@@ -186,6 +187,30 @@ TEST_F(ScanRun, QuittingWhileTheScanAsksEndsItToo) {
     QTimer::singleShot(0, [this] { EXPECT_EQ(Run("say 1001 1 1 V *\n"), 0); });
     QApplication::exec();
     EXPECT_THAT(Opened(), SizeIs(1));
+    ExpectInterruptedReport();
+}
+
+TEST_F(WholeScan, QuittingOverTheStopQuestionEndsReportAndIndexInOrder) {
+    for (int file = 0; file < 200; ++file) {
+        WriteFile(m_top + "/f" + std::to_string(file), "x");
+    }
+    AddPath(m_top);
+    bool stopped = false;
+    m_whileRunning = [this, &stopped] {
+        if (g_uiTotCnt >= 1 && !stopped) {
+            stopped = true;
+            m_dialog->OnStopClick();
+        }
+    };
+    m_answers.push_back([](QDialog* question) {
+        EXPECT_NE(qobject_cast<QMessageBox*>(question), nullptr);
+        QApplication::exit();
+    });
+    QTimer::singleShot(0, [this] { EXPECT_EQ(Run("delay 10 *\n"), 0); });
+    QApplication::exec();
+    EXPECT_LT(g_uiTotCnt, 200U) << "quitting is no refusal";
+    EXPECT_EQ(Opened().size(), g_uiTotCnt);
+    ExpectInterruptedReport();
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using ::testing::UnorderedElementsAre;
 
-TEST_F(ScanRun, ACleanTree) {
+TEST_F(WholeScan, ACleanTree) {
     MakeFolder(m_top + "/d");
     WriteFile(m_top + "/a", "x");
     WriteFile(m_top + "/d/b", "x");
@@ -54,7 +54,7 @@ TEST_F(ScanRun, ACleanTree) {
     EXPECT_LT(g_dDiffTime, 60);
 }
 
-TEST_F(ScanRun, TheStepsOfATree) {
+TEST_F(WholeScan, TheStepsOfATree) {
     WriteFile(m_top + "/f", "x");
     AddPath(m_top);
     EXPECT_EQ(Run("member 1003 0 0 - f/member *\nsay 1001 1 1 V *\n"), 1);
@@ -65,7 +65,7 @@ TEST_F(ScanRun, TheStepsOfATree) {
                             "1102 record of " + m_top + "/f", "1109 " + m_top, "1115", "1101 abc"));
 }
 
-TEST_F(ScanRun, TheStepsOfASingleFile) {
+TEST_F(WholeScan, TheStepsOfASingleFile) {
     WriteFile(m_top + "/f", "x");
     AddPath(m_top + "/f");
     EXPECT_EQ(Run(), 1);
@@ -73,7 +73,7 @@ TEST_F(ScanRun, TheStepsOfASingleFile) {
                                      "1115", "1101 abc"));
 }
 
-TEST_F(ScanRun, ARunStartsFromItsFirstPicture) {
+TEST_F(WholeScan, ARunStartsFromItsFirstPicture) {
     WriteFile(m_top + "/f", "x");
     AddPath(m_top + "/f");
     bool looked = false;
@@ -95,7 +95,33 @@ TEST_F(ScanRun, ARunStartsFromItsFirstPicture) {
     EXPECT_TRUE(looked);
 }
 
-TEST_F(ScanRun, ATreeWithoutFilesHasTheUsualTotal) {
+TEST_F(WholeScan, TheBarOfAnEarlierRunDoesNotShow) {
+    WriteFile(m_top + "/f", "x");
+    AddPath(m_top);
+    const auto bar = [this] { return m_dialog->findChild<QProgressBar*>("progressBar"); };
+    m_beforeRun = [&bar] {
+        bar()->setMaximum(10);
+        bar()->setValue(7);
+    };
+    const std::string released = m_scratch / "released";
+    bool looked = false;
+    m_whileRunning = [&] {
+        if (!looked) {
+            looked = true;
+            EXPECT_EQ(bar()->maximum(), 200000);
+            EXPECT_EQ(bar()->value(), -1);
+            WriteFile(released, "");
+        }
+    };
+    m_whenOver = [&bar] {
+        EXPECT_EQ(bar()->maximum(), 1);
+        EXPECT_EQ(bar()->value(), 1);
+    };
+    EXPECT_EQ(Run("hold " + released + " *\n"), 1);
+    EXPECT_TRUE(looked);
+}
+
+TEST_F(WholeScan, ATreeWithoutFilesHasTheUsualTotal) {
     MakeFifo(m_top + "/fifo");
     MakeLink("/etc/passwd", m_top + "/link");
     AddPath(m_top);
@@ -109,7 +135,7 @@ TEST_F(ScanRun, ATreeWithoutFilesHasTheUsualTotal) {
     EXPECT_EQ(g_totalfilestoscan, 200000U);
 }
 
-TEST_F(ScanRun, SeveralTopsOneOfThemMissing) {
+TEST_F(WholeScan, SeveralTopsOneOfThemMissing) {
     for (const char* name : {"/a", "/b"}) {
         MakeFolder(m_top + name);
         WriteFile(m_top + name + "/f", "x");
@@ -126,7 +152,7 @@ TEST_F(ScanRun, SeveralTopsOneOfThemMissing) {
               std::string::npos);
 }
 
-TEST_F(ScanRun, ALinkAtTheTopIsFollowed) {
+TEST_F(WholeScan, ALinkAtTheTopIsFollowed) {
     WriteFile(m_top + "/f", "x");
     MakeLink(m_top, m_scratch / "link");
     AddPath(m_scratch / "link");
@@ -134,7 +160,7 @@ TEST_F(ScanRun, ALinkAtTheTopIsFollowed) {
     EXPECT_THAT(Opened(), ElementsAre(m_scratch / "link/f"));
 }
 
-TEST_F(ScanRun, ASingleFileIsTheOnlyOneScanned) {
+TEST_F(WholeScan, ASingleFileIsTheOnlyOneScanned) {
     WriteFile(m_top + "/one", "x");
     WriteFile(m_top + "/two", "x");
     AddPath(m_top + "/one");
@@ -146,7 +172,7 @@ TEST_F(ScanRun, ASingleFileIsTheOnlyOneScanned) {
     EXPECT_NE(Report().find(PathLine(m_top + "/one") + "\n" + kLine66), std::string::npos);
 }
 
-TEST_F(ScanRun, AMissingTopIsHandedOverLikeAFile) {
+TEST_F(WholeScan, AMissingTopIsHandedOverLikeAFile) {
     AddPath(m_top + "/missing");
     EXPECT_EQ(Run("open 0 auto *missing\n"), 1);
     EXPECT_THAT(Opened(), SizeIs(1));
@@ -154,14 +180,14 @@ TEST_F(ScanRun, AMissingTopIsHandedOverLikeAFile) {
     EXPECT_THAT(m_engine.Calls("ZqScanFileEx"), IsEmpty());
 }
 
-TEST_F(ScanRun, AFifoAtTheTopDoesNotHoldTheScanUp) {
+TEST_F(WholeScan, AFifoAtTheTopDoesNotHoldTheScanUp) {
     MakeFifo(m_top + "/fifo");
     AddPath(m_top + "/fifo");
     EXPECT_EQ(Run("open 4001 auto *fifo\n"), 1);
     EXPECT_EQ(g_uiTotCnt, 1U);
 }
 
-TEST_F(ScanRun, AHostileTree) {
+TEST_F(WholeScan, AHostileTree) {
     WriteFile(m_top + "/<img src=x>", "x");
     WriteFile(m_top + "/two\nlines", "x");
     WriteFile(m_top + "/not\xFFutf8", "x");
@@ -180,13 +206,13 @@ TEST_F(ScanRun, AHostileTree) {
     }
 }
 
-TEST_F(ScanRun, AnEmptyListEndsAtOnce) {
+TEST_F(WholeScan, AnEmptyListEndsAtOnce) {
     EXPECT_EQ(Run(), 1);
     EXPECT_THAT(Opened(), IsEmpty());
     EXPECT_EQ(g_uiTotCnt, 0U);
 }
 
-TEST_F(ScanRun, ManyFilesAreCountedExactly) {
+TEST_F(WholeScan, ManyFilesAreCountedExactly) {
     for (int file = 0; file < 10000; ++file) {
         WriteFile(m_top + "/f" + std::to_string(file), "");
     }
@@ -200,7 +226,7 @@ TEST_F(ScanRun, ManyFilesAreCountedExactly) {
     EXPECT_EQ(g_totalfilestoscan, 10000U);
 }
 
-TEST_F(ScanRun, NoPathScansNothing) {
+TEST_F(WholeScan, NoPathScansNothing) {
     ScanFile(nullptr, nullptr);
     EXPECT_THAT(m_engine.Calls(), IsEmpty());
 }

@@ -63,7 +63,7 @@ protected:
     /// The reply to a message given on a scan thread.
     int Reply(const tagZQFILEINFO& info) {
         reportedBefore = true;
-        return OnScanThread([&] { return ZqCallBack(&info, m_dialog.Context()); });
+        return m_dialog.OnScanThread([&] { return ZqCallBack(&info, m_dialog.Context()); });
     }
     int Reply(int code) { return Reply(Message(code)); }
 

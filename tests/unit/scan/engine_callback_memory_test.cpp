@@ -15,7 +15,7 @@ using ::testing::IsEmpty;
 int ReplyWithoutMemory(RecordingDialog& dialog, int code) {
     tagZQFILEINFO info{};
     info.code = static_cast<std::int16_t>(code);
-    const int reply = OnScanThread([&] {
+    const int reply = dialog.OnScanThread([&] {
         SetOutOfMemory(true);
         const int answer = ZqCallBack(&info, dialog.Context());
         SetOutOfMemory(false);

@@ -2,11 +2,12 @@
 #include <cstdint>
 #include <future>
 #include <gmock/gmock.h>
+#include <memory>
 
 #include <QCoreApplication>
 #include <QEventLoop>
 
-#include "scan/run/prompt_handshake.h"
+#include "tests/support/scratch.h"
 #include "tests/unit/scan/engine_callback_fixture.h"
 
 // Asking the user about a detection while the engine waits.
@@ -29,7 +30,7 @@ TEST_F(EngineCallback, TheEngineWaitsForTheUsersAnswer) {
     EXPECT_THAT(m_dialog.Types(), ElementsAre(1102, 1103));
     EXPECT_EQ(reply.wait_for(50ms), std::future_status::timeout);
     g_myScnopts = {2, 0};
-    WakePrompt();
+    m_dialog.Run().Answer();
     EXPECT_EQ(reply.get(), 2002);
 }
 
@@ -41,7 +42,7 @@ TEST_F(EngineCallback, CancellingThePromptStops) {
             m_dialog.m_onPrompt = [this, all] {
                 g_myScnopts = {0, all};
                 m_dialog.m_stop.Set();
-                WakePrompt();
+                m_dialog.Run().Answer();
             };
             EXPECT_EQ(Reply(code), 2004) << code;
             g_myScnopts = {};
@@ -49,11 +50,26 @@ TEST_F(EngineCallback, CancellingThePromptStops) {
     }
 }
 
+TEST_F(EngineCallback, WhatWasAskedAboutIsTheLastDetectionReported) {
+    m_dialog.m_onPrompt = [this] {
+        g_myScnopts = {1, 0};
+        m_dialog.Run().Answer();
+    };
+    ReportBefore(1007);
+    SetAnswers(kActionPrompt, 0, 0);
+    EXPECT_EQ(Reply(1001), 2001);
+    EXPECT_EQ(Reply(3002), 2002) << "a failed repair of the first kind is deleted";
+    ReportBefore(1001);
+    SetAnswers(kActionPrompt, 0, 0);
+    EXPECT_EQ(Reply(1007), 2001);
+    EXPECT_EQ(Reply(3002), 2004) << "one of the second kind stops";
+}
+
 TEST_F(EngineCallback, ApplyToAllAsksOnlyOnce) {
     SetAnswers(kActionPrompt, 0, 0);
-    m_dialog.m_onPrompt = [] {
+    m_dialog.m_onPrompt = [this] {
         g_myScnopts = {3, 1};
-        WakePrompt();
+        m_dialog.Run().Answer();
     };
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(Reply(1001), 2003);
@@ -64,9 +80,9 @@ TEST_F(EngineCallback, ApplyToAllAsksOnlyOnce) {
 TEST_F(EngineCallback, WithoutApplyToAllEveryDetectionIsAskedAbout) {
     SetAnswers(kActionPrompt, 0, 0);
     std::uint16_t choice = 0;
-    m_dialog.m_onPrompt = [&choice] {
+    m_dialog.m_onPrompt = [this, &choice] {
         g_myScnopts = {choice++, 0};
-        WakePrompt();
+        m_dialog.Run().Answer();
     };
     EXPECT_EQ(Reply(1001), 2001);
     EXPECT_EQ(Reply(1001), 2001);
@@ -80,6 +96,17 @@ TEST_F(EngineCallback, ApplyToAllDoesNotOverruleOtherActions) {
     EXPECT_EQ(Reply(1001), 2003);
     SetAnswers(kActionDelete, 3, 1);
     EXPECT_EQ(Reply(1001), 2002);
+}
+
+TEST_F(EngineCallback, ADialogThatGoesAwayStopsTheCallThatWaitsForItsAnswer) {
+    SetAnswers(kActionPrompt, 0, 0);
+    auto dialog = std::make_unique<RecordingDialog>();
+    void* context = dialog->Context();
+    const tagZQFILEINFO info = Message(1001);
+    auto reply = std::async(std::launch::async, [&] { return ZqCallBack(&info, context); });
+    ASSERT_TRUE(WaitUntil([&] { return dialog->WaitingEvents() == 2; }));
+    dialog.reset();
+    EXPECT_EQ(reply.get(), 2004);
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 
 #include <QCoreApplication>
 
-#include "scan/run/prompt_handshake.h"
 #include "tests/unit/scan/engine_callback_fixture.h"
 
 // What each message of the engine is answered, whatever the settings.
@@ -41,6 +40,25 @@ TEST_F(EngineCallback, WithoutMessageOrDialogTheEngineGoesOn) {
     EXPECT_THAT(m_dialog.Types(), IsEmpty());
 }
 
+TEST_F(EngineCallback, ALateCallForADialogThatIsGoneStops) {
+    void* context = nullptr;
+    {
+        RecordingDialog closed;
+        context = closed.Context();
+        const tagZQFILEINFO info = Message(1002);
+        EXPECT_EQ(ZqCallBack(&info, context), 2005);
+    }
+    int noDialog = 0;
+    for (const int code : kAllCodes) {
+        const tagZQFILEINFO info = Message(code);
+        EXPECT_EQ(ZqCallBack(&info, context), 2004) << code;
+        EXPECT_EQ(ZqCallBack(&info, &noDialog), 2004) << code;
+    }
+    EXPECT_EQ(ZqCallBack(nullptr, context), 2005);
+    EXPECT_EQ(g_iCleanFileSeqCnt, 1) << "of the call in time";
+    EXPECT_THAT(logRecords, IsEmpty());
+}
+
 TEST_F(EngineCallback, TheStopFlagStopsEveryMessageBeforeAnythingElse) {
     m_dialog.m_stop.Set();
     for (const int code : kAllCodes) {
@@ -70,9 +88,9 @@ TEST_F(EngineCallback, DetectionsAreAnsweredByActionThenByChoice) {
                 if (action == 4 && all == 0) {
                     g_myScnopts = {};
                 }
-                m_dialog.m_onPrompt = [choice] {
+                m_dialog.m_onPrompt = [this, choice] {
                     g_myScnopts = {static_cast<std::uint16_t>(choice), 0};
-                    WakePrompt();
+                    m_dialog.Run().Answer();
                 };
                 const int decided = action == 4 ? choice : action;
                 EXPECT_EQ(Reply(kind.code), kind.replies.at(static_cast<std::size_t>(decided)))

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "scan/run/message_rules.h"
 #include "tests/unit/scan/engine_callback_fixture.h"
 
 // What a message leaves behind: events with the engine's bytes, the virus log, counts and kinds.

@@ -16,55 +16,64 @@ bool IsReady(std::future<void>& future, std::chrono::milliseconds limit) {
     return future.wait_for(limit) == std::future_status::ready;
 }
 
-TEST(PromptHandshake, WaitsUntilWoken) {
+class Handshake : public ::testing::Test {
+protected:
+    PromptHandshake m_handshake;
+};
+
+TEST_F(Handshake, WaitsUntilWoken) {
     std::promise<void> posted;
-    auto asking = std::async(std::launch::async, [&] { AskAndWait([&] { posted.set_value(); }); });
+    auto asking = std::async(std::launch::async,
+                             [&] { m_handshake.AskAndWait([&] { posted.set_value(); }); });
     posted.get_future().wait();
     EXPECT_FALSE(IsReady(asking, 50ms));
-    WakePrompt();
+    m_handshake.Answer();
     EXPECT_TRUE(IsReady(asking, 10s));
 }
 
-TEST(PromptHandshake, AnAnswerThatComesAtOnceIsNotLost) {
+TEST_F(Handshake, AnAnswerThatComesAtOnceIsNotLost) {
     for (int i = 0; i < 500; ++i) {
         // The answer is under way before the asking thread has begun to wait.
         std::future<void> answer;
         auto asking = std::async(std::launch::async, [&] {
-            AskAndWait([&] { answer = std::async(std::launch::async, WakePrompt); });
+            m_handshake.AskAndWait(
+                [&] { answer = std::async(std::launch::async, [&] { m_handshake.Answer(); }); });
         });
         ASSERT_TRUE(IsReady(asking, 10s)) << i;
     }
 }
 
-TEST(PromptHandshake, AnEarlierWakeUpAnswersNoLaterQuestion) {
-    WakePrompt();
+TEST_F(Handshake, AnEarlierWakeUpAnswersNoLaterQuestion) {
+    m_handshake.Answer();
     std::promise<void> posted;
-    auto asking = std::async(std::launch::async, [&] { AskAndWait([&] { posted.set_value(); }); });
+    auto asking = std::async(std::launch::async,
+                             [&] { m_handshake.AskAndWait([&] { posted.set_value(); }); });
     posted.get_future().wait();
     EXPECT_FALSE(IsReady(asking, 50ms));
-    WakePrompt();
+    m_handshake.Answer();
     EXPECT_TRUE(IsReady(asking, 10s));
 }
 
-TEST(PromptHandshake, AWakeUpWithoutAnAnswerIsWaitedThrough) {
+TEST_F(Handshake, AWakeUpWithoutAnAnswerIsWaitedThrough) {
     std::promise<void> posted;
-    auto asking = std::async(std::launch::async, [&] { AskAndWait([&] { posted.set_value(); }); });
+    auto asking = std::async(std::launch::async,
+                             [&] { m_handshake.AskAndWait([&] { posted.set_value(); }); });
     posted.get_future().wait();
     for (int i = 0; i < 20; ++i) {
         g_waitForPrompt.notify_all();
         EXPECT_FALSE(IsReady(asking, 1ms));
     }
-    WakePrompt();
+    m_handshake.Answer();
     EXPECT_TRUE(IsReady(asking, 10s));
 }
 
-TEST(PromptHandshake, WhatTheAnswerWroteIsSeen) {
+TEST_F(Handshake, WhatTheAnswerWroteIsSeen) {
     for (std::uint16_t i = 0; i < 100; ++i) {
         std::future<void> answer;
-        AskAndWait([&] {
-            answer = std::async(std::launch::async, [i] {
+        m_handshake.AskAndWait([&] {
+            answer = std::async(std::launch::async, [this, i] {
                 g_myScnopts = {i, 1};
-                WakePrompt();
+                m_handshake.Answer();
             });
         });
         answer.wait();
@@ -73,9 +82,31 @@ TEST(PromptHandshake, WhatTheAnswerWroteIsSeen) {
     g_myScnopts = {};
 }
 
-TEST(PromptHandshake, AQuestionThatCannotBePostedIsNotWaitedFor) {
-    EXPECT_THROW(AskAndWait([] { throw std::runtime_error("no room"); }), std::runtime_error);
-    WakePrompt();  // and the lock is free again
+TEST_F(Handshake, AQuestionThatCannotBePostedIsNotWaitedFor) {
+    EXPECT_THROW(m_handshake.AskAndWait([] { throw std::runtime_error("no room"); }),
+                 std::runtime_error);
+    m_handshake.Answer();  // and the lock is free again
+}
+
+TEST_F(Handshake, AnAnswerFromWithinTheQuestionCounts) {
+    auto asking = std::async(std::launch::async,
+                             [&] { m_handshake.AskAndWait([&] { m_handshake.Answer(); }); });
+    ASSERT_TRUE(IsReady(asking, 10s));
+}
+
+TEST_F(Handshake, ClosingAnswersTheOpenQuestionAndAllToCome) {
+    EXPECT_FALSE(m_handshake.IsClosed());
+    std::promise<void> posted;
+    auto asking = std::async(std::launch::async,
+                             [&] { m_handshake.AskAndWait([&] { posted.set_value(); }); });
+    posted.get_future().wait();
+    EXPECT_FALSE(IsReady(asking, 50ms));
+    m_handshake.Close();
+    EXPECT_TRUE(IsReady(asking, 10s));
+    EXPECT_TRUE(m_handshake.IsClosed());
+    bool wasAsked = false;
+    m_handshake.AskAndWait([&] { wasAsked = true; });
+    EXPECT_FALSE(wasAsked);
 }
 
 }  // namespace

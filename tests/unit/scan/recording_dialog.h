@@ -11,7 +11,6 @@
 #include <QCoreApplication>
 #include <QEvent>
 
-#include "scan/run/prompt_handshake.h"
 #include "scan/scan_dialog.h"
 #include "scan/zq_event.h"
 
@@ -26,7 +25,7 @@ public:
     std::vector<Received> m_received;
 
     /// What the user does when asked.
-    std::function<void()> m_onPrompt = [] { WakePrompt(); };
+    std::function<void()> m_onPrompt = [this] { Run().Answer(); };
 
     [[nodiscard]] std::vector<int> Types() const {
         std::vector<int> types;
@@ -39,6 +38,24 @@ public:
 
     /// As the engine carries it.
     void* Context() { return static_cast<QDialog*>(this); }
+
+    /// Runs `work` on a thread of its own, as a scan is, and the events of this thread meanwhile
+    /// and afterwards. The result of `work`.
+    template <typename Work>
+    auto OnScanThread(Work work) {
+        using namespace std::chrono_literals;
+        auto result = std::async(std::launch::async, work);
+        const auto limit = std::chrono::steady_clock::now() + 20s;
+        while (result.wait_for(1ms) != std::future_status::ready) {
+            QCoreApplication::processEvents();
+            if (std::chrono::steady_clock::now() > limit) {
+                ADD_FAILURE() << "the scan thread does not come back";
+                Run().Answer();
+            }
+        }
+        QCoreApplication::processEvents();
+        return result.get();
+    }
 
 protected:
     void customEvent(QEvent* event) override {
@@ -53,21 +70,3 @@ protected:
         }
     }
 };
-
-/// Runs `work` on a thread of its own, as a scan is, and the events of this thread meanwhile and
-/// afterwards. The result of `work`.
-template <typename Work>
-auto OnScanThread(Work work) {
-    using namespace std::chrono_literals;
-    auto result = std::async(std::launch::async, work);
-    const auto limit = std::chrono::steady_clock::now() + 20s;
-    while (result.wait_for(1ms) != std::future_status::ready) {
-        QCoreApplication::processEvents();
-        if (std::chrono::steady_clock::now() > limit) {
-            ADD_FAILURE() << "the scan thread does not come back";
-            WakePrompt();
-        }
-    }
-    QCoreApplication::processEvents();
-    return result.get();
-}

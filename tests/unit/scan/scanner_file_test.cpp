@@ -43,7 +43,7 @@ TEST_F(ScannerTest, TheEnginesMessagesReachTheDialogAndItsRepliesTheEngine) {
     ASSERT_EQ(Init(1), 1);
     g_scnopts = {1, 11};
     RecordingDialog dialog;
-    const int result = OnScanThread([&] {
+    const int result = dialog.OnScanThread([&] {
         Scanner scanner;
         return scanner.Open("/tmp/bad.com") + scanner.Scan(&dialog) + scanner.Close();
     });

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "scan/run/scan_engine.h"
+
+class QDialog;
+
+/// The program's engine for the scan of one progress dialog, which the engine is given as the
+/// context of its callbacks.
+class DialogEngine : public ScanEngine {
+public:
+    explicit DialogEngine(QDialog* dialog) : m_dialog(dialog) {}
+
+    bool ScanFile(const char* path) override;
+    tagSCANAPI_OPTIONS& Options() override;
+    void SendOptions() override;
+
+private:
+    QDialog* m_dialog;
+};

@@ -1,0 +1,26 @@
+#include "scan/run/file_count.h"
+
+namespace {
+
+class CountingVisitor : public WalkVisitor {
+public:
+    CountingVisitor(const std::atomic<bool>& stop, std::atomic<std::uint64_t>& total)
+        : m_stop(stop), m_total(total) {}
+
+    bool GoOn(const char* /*directory*/) override {
+        return !m_stop.load(std::memory_order_relaxed);
+    }
+    void OnFile(const char* /*path*/) override { m_total.fetch_add(1, std::memory_order_relaxed); }
+
+private:
+    const std::atomic<bool>& m_stop;
+    std::atomic<std::uint64_t>& m_total;
+};
+
+}  // namespace
+
+WalkResult CountFiles(const char* directory, const std::atomic<bool>& stop,
+                      std::atomic<std::uint64_t>& total) {
+    CountingVisitor visitor(stop, total);
+    return DirectoryWalker(visitor).Walk(directory);
+}

@@ -1,0 +1,194 @@
+#include "scan/run/scan_run.h"
+
+#include <span>
+#include <sys/stat.h>
+
+#include "scan/run/directory_walker.h"
+#include "scan/run/exception_log.h"
+#include "scan/run/file_count.h"
+#include "scan/run/message_rules.h"
+#include "scan/run/read_ahead.h"
+#include "scan/run/scan_engine.h"
+#include "scan/run/step_record.h"
+
+namespace {
+
+class ScanningVisitor : public WalkVisitor {
+public:
+    explicit ScanningVisitor(ScanRun& run) : m_run(run) {}
+
+    bool GoOn(const char* directory) override {
+        if (!m_run.Stop().IsSet()) {
+            return true;
+        }
+        m_run.Ask({kEvtConfirmStop, directory});
+        if (m_run.Stop().IsSet()) {
+            m_run.State().stopCount = true;
+            return false;
+        }
+        return true;
+    }
+    void OnFile(const char* path) override { m_run.ScanFile(path); }
+    void LookAhead(int directory, common::DirectoryReader& reader) override {
+        m_readAhead.LookAhead(directory, reader);
+    }
+
+private:
+    ScanRun& m_run;
+    ReadAhead m_readAhead;
+};
+
+void WriteTime(std::span<char> field, const char* format, std::time_t time) {
+    std::tm local{};
+    localtime_r(&time, &local);
+    if (std::strftime(field.data(), field.size(), format, &local) == 0) {
+        field[0] = '\0';
+    }
+}
+
+bool IsDirectoryBehindLinks(const char* path) {
+    struct stat status {};
+    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+}  // namespace
+
+ScanRun::ScanRun(ScanListener& listener, ScanEngine& engine)
+    : m_listener(listener), m_engine(engine) {}
+
+ScanRun::~ScanRun() {
+    if (m_state.askedAbout == &m_asked) {
+        m_state.askedAbout = nullptr;
+    }
+}
+
+void ScanRun::ForgetDetections() {
+    const ScanState state;
+    state.detectionKinds = 0;
+    state.cleanFiles = 0;
+}
+
+void ScanRun::ForgetTotal() {
+    m_state.total = 0;
+}
+
+void ScanRun::Begin() {
+    m_isScanning = true;
+    m_state.stopCount = false;
+    m_state.answer = {};
+    ResetRunCounters();
+    m_start = std::time(nullptr);
+    WriteTime(m_state.startTime, "Start Time : %H:%M:%S\r\n", m_start);
+    WriteHeader();
+}
+
+void ScanRun::WriteHeader() {
+    try {
+        if (m_state.report != nullptr) {
+            m_state.report->WriteHeader();
+        }
+    } catch (...) {
+        LogException("ScanRun::WriteHeader()");  // of the engine, which is asked for its version
+    }
+}
+
+void ScanRun::Scan(CountingThread& counting) {
+    if (m_paths != nullptr && IsDirectoryBehindLinks(m_paths->path)) {
+        counting.Start();
+        ScanPaths();
+    } else if (m_paths != nullptr) {
+        // A single file, which is how the main window passes one: what follows it is not scanned.
+        m_state.total = kUnknownTotal;
+        Tell({kEvtPathStarted, m_paths->path});
+        ScanFile(m_paths->path);
+        Tell({kEvtPathDone});
+    }
+    NoteEnd();
+    counting.Join();
+    m_isScanning = false;
+    Tell({kEvtFillBar});
+    Tell({kEvtScanFinished, "abc"});  // a filler that no one reads
+}
+
+void ScanRun::ScanPaths() {
+    for (const tagPathList* node = m_paths; node != nullptr; node = node->next) {
+        Tell({kEvtPathStarted, node->path});
+        const std::uint32_t result = ScanDirectory(node->path);
+        Tell({kEvtPathDone, node->path});
+        if (result == kWalkStopped) {
+            break;
+        }
+    }
+}
+
+void ScanRun::NoteEnd() {
+    const std::time_t end = std::time(nullptr);
+    WriteTime(m_state.endTime, "End Time :  %H:%M:%S\r\n", end);
+    m_state.seconds = std::difftime(end, m_start);
+}
+
+std::uint32_t ScanRun::ScanDirectory(const char* directory) {
+    ScanningVisitor visitor(*this);
+    return DirectoryWalker(visitor).Walk(directory);
+}
+
+void ScanRun::ScanFile(const char* path) {
+    Tell({kEvtAdvance});
+    Tell({kEvtScanningFile, path});
+    if (!m_engine.ScanFile(path)) {
+        return;
+    }
+    if (m_state.detectionKinds == kLabDetectionKinds) {
+        m_engine.Options().extraFlags |= kLabScanFlag;
+        m_engine.SendOptions();
+    }
+}
+
+EngineReply ScanRun::Reply(const tagZQFILEINFO& info) noexcept {
+    if (m_stop.IsSet()) {
+        return kReplyStop;
+    }
+    try {
+        return ReplyToMessage(info, *this);
+    } catch (...) {
+        LogException("ScanRun::Reply()");
+        // A file whose detection could not be shown is not changed either.
+        return IsDetection(info.code) ? kReplyLeave : kReplyGoOn;
+    }
+}
+
+void ScanRun::Ask(const ScanStep& question) {
+    m_questions.AskAndWait([this, &question] { m_listener.Ask(question); });
+}
+
+tagSCANAPI_OPTIONS& ScanRun::EngineOptions() {
+    return m_engine.Options();
+}
+
+void ScanRun::Count() {
+    for (const tagPathList* node = m_paths; node != nullptr; node = node->next) {
+        if (CountFiles(node->path, m_state.stopCount, m_state.total) == kWalkStopped) {
+            break;
+        }
+    }
+    if (m_state.total == 0) {
+        m_state.total = kUnknownTotal;
+    }
+    Tell({kEvtCountingDone});
+}
+
+std::uint32_t ScanRun::Apply(const ScanStep& step) {
+    if (step.type == kEvtPrompt) {
+        m_asked = step.info != nullptr ? *step.info : tagZQFILEINFO{};
+        m_state.askedAbout = &m_asked;
+    }
+    return RecordStep(step, m_state, m_stop);
+}
+
+void ScanRun::Abandon() {
+    m_stop.Set();
+    if (m_isScanning) {
+        m_state.stopCount = true;
+    }
+    m_questions.Close();
+}
