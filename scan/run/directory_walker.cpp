@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include "common/text_field.h"
 #include "scan/run/file_type.h"
@@ -11,8 +12,15 @@ namespace {
 // Without waiting: a FIFO or a device may stand where a directory was a moment ago.
 constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
 
-ZqFileType TypeToWalk(int directory, const common::DirectoryEntry& entry) {
-    const mode_t type = common::TypeOf(directory, entry);
+/// Whether the entries of a directory can be looked at. One that may only be listed tells their
+/// types, but nothing in it can be opened.
+bool IsSearchable(int directory) {
+    struct stat status {};
+    return ::fstatat(directory, ".", &status, 0) == 0;
+}
+
+ZqFileType TypeToWalk(int directory, bool isSearchable, const common::DirectoryEntry& entry) {
+    const mode_t type = isSearchable ? common::TypeOf(directory, entry) : 0;
     return type == 0 ? kTypeSkip : FileTypeOfMode(type);
 }
 
@@ -35,12 +43,13 @@ WalkResult DirectoryWalker::WalkLevel(const FileDescriptor& directory, std::size
     }
     common::DirectoryReader& reader = *m_readers[depth];
     reader.Start(directory.Get(), common::DirectoryReader::Want::kAll);
+    const bool isSearchable = IsSearchable(directory.Get());
     while (m_visitor.GoOn(m_path.data())) {
         const auto entry = reader.Next();
         if (!entry) {
             return kWalkDone;
         }
-        const ZqFileType type = TypeToWalk(directory.Get(), *entry);
+        const ZqFileType type = TypeToWalk(directory.Get(), isSearchable, *entry);
         if (type == kTypeSkip) {
             continue;
         }

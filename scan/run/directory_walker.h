@@ -42,8 +42,8 @@ public:
 ///
 /// It goes down by descriptor and follows no link below the top, so no path is walked twice and a
 /// directory swapped for a link is not entered. One descriptor is open for each level. What cannot
-/// be opened, is gone, or whose path does not fit kWalkPathSize is passed over and the walk goes
-/// on.
+/// be opened, is gone, lies in a directory that may only be listed, or whose path does not fit
+/// kWalkPathSize is passed over and the walk goes on.
 class DirectoryWalker {
 public:
     explicit DirectoryWalker(WalkVisitor& visitor) : m_visitor(visitor) {}

@@ -208,6 +208,42 @@ TEST_F(Walk, PassesOverAFolderThatCannotBeRead) {
               1);
 }
 
+TEST_F(Walk, PassesOverWhatLiesInAFolderThatMayOnlyBeListed) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root, to become another user";
+    }
+    MakeFolder(m_top);
+    MakeFolder(m_top + "/listed");
+    MakeFolder(m_top + "/listed/below");
+    WriteFile(m_top + "/listed/a", "x");
+    WriteFile(m_top + "/listed/below/c", "x");
+    WriteFile(m_top + "/b", "x");
+    ::chmod((m_top + "/listed").c_str(), 0744);
+    ::chmod(m_scratch.Path().c_str(), 0755);
+    EXPECT_EQ(InChild([this] {
+                  constexpr uid_t kNobody = 65534;
+                  if (::setuid(kNobody) != 0) {
+                      return 99;
+                  }
+                  if (Run(m_top) != kWalkDone || GetFileCount(m_top.c_str()) != kWalkDone) {
+                      return 98;
+                  }
+                  if (g_totalfilestoscan != 1 || m_collector.m_files.size() != 1 ||
+                      m_collector.m_files[0] != m_top + "/b") {
+                      return 97;
+                  }
+                  // At the top, too: it is read to its end, and there is nothing in it.
+                  m_collector.m_files.clear();
+                  return Run(m_top + "/listed") == kWalkDone && m_collector.m_files.empty() ? 0
+                                                                                            : 96;
+              }),
+              0);
+    EXPECT_EQ(Run(m_top), kWalkDone);
+    EXPECT_THAT(m_collector.m_files,
+                UnorderedElementsAre(m_top + "/listed/a", m_top + "/listed/below/c", m_top + "/b"))
+        << "root may search it";
+}
+
 TEST_F(Walk, PassesOverPathsThatDoNotFit) {
     MakeFolder(m_top);
     const int fitting = MakeDeepTree(m_top, 3000);
