@@ -54,6 +54,17 @@ TEST_F(WholeScan, ACleanTree) {
     EXPECT_LT(g_dDiffTime, 60);
 }
 
+TEST_F(WholeScan, EachFileThatWasOpenedIsClosed) {
+    for (const char* name : {"/a", "/b", "/refused"}) {
+        WriteFile(m_top + name, "x");
+    }
+    AddPath(m_top);
+    EXPECT_EQ(Run("open 4001 auto *refused\n"), 1);
+    EXPECT_THAT(Opened(), SizeIs(3));
+    EXPECT_THAT(m_engine.Calls("ZqCloseFile"), SizeIs(2));
+    EXPECT_EQ(g_uiTotCnt, 3U);
+}
+
 TEST_F(WholeScan, TheStepsOfATree) {
     WriteFile(m_top + "/f", "x");
     AddPath(m_top);

@@ -48,18 +48,6 @@ TEST_F(ShellScan, TellsCountsAndReportsATree) {
     EXPECT_EQ(ReadFile(m_application / "main.rpt").size(), 12U + 542U);
 }
 
-TEST_F(ShellScan, ClosesEachFileThatItOpened) {
-    WriteFile(m_top + "/a", "x");
-    WriteFile(m_top + "/b", "x");
-    WriteFile(m_top + "/refused", "x");
-    AddPath(m_top);
-    ASSERT_TRUE(StartEngine("open 4001 auto *refused\n"));
-    Scan();
-    EXPECT_THAT(m_engine.Calls("ZqOpenFile"), SizeIs(3));
-    EXPECT_THAT(m_engine.Calls("ZqCloseFile"), SizeIs(2));
-    EXPECT_EQ(g_uiTotCnt, 3U);
-}
-
 TEST_F(ShellScan, TakesTheTimeBetweenStartAndEnd) {
     WriteFile(m_top + "/slow", "x");
     AddPath(m_top);
