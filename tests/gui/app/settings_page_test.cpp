@@ -207,7 +207,8 @@ TEST_F(Settings, ApplyNeverMakesTheFile) {
 TEST_F(Settings, ApplyWithoutTheRightToWrite) {
     if (geteuid() == 0) {
         OpenPage();
-        // Even root cannot open a link here, which stands for every file that cannot be opened.
+        // A link where others may write stands for every file that even root cannot open.
+        fs::permissions(PathOf("zqscn.opt").parent_path(), fs::perms(0777));
         fs::rename(PathOf("zqscn.opt"), PathOf("elsewhere"));
         fs::create_symlink("elsewhere", PathOf("zqscn.opt"));
     } else {
