@@ -1,7 +1,9 @@
 #include "common/locks.h"
 
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
@@ -250,6 +252,24 @@ TEST_F(FileLock, LeavesTheModeOfAFileThatIsThere) {
     EXPECT_EQ(ModeOf(m_path), 0640U);
     EXPECT_EQ(ReadFile(m_path), "data");
     lock.ReleaseLock();
+}
+
+TEST_F(FileLock, NoDescriptorStaysOpenWithoutTheLock) {
+    const auto openDescriptors = [] {
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        return std::distance(begin(all), end(all));
+    };
+    ZQFileLock lock(m_path.c_str());
+    const auto before = openDescriptors();
+    ASSERT_EQ(lock.AcquireLock(), 0);
+    EXPECT_EQ(openDescriptors(), before + 1);
+    EXPECT_EQ(InChild([&] {
+                  ZQFileLock mine(m_path.c_str());
+                  return mine.AcquireLock() == -1 && openDescriptors() == before + 1 ? 0 : 1;
+              }),
+              0);
+    lock.ReleaseLock();
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST_F(FileLock, OutlivesTheObject) {
