@@ -32,7 +32,3 @@ FileDescriptor OpenSharedFile(const char* path, int flags, mode_t mode) {
     }
     return {};
 }
-
-FileDescriptor OpenExistingSharedFile(const char* path, int flags) {
-    return common::OpenRegularFile(path, flags, common::Links::kNone);
-}

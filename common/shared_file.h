@@ -14,6 +14,3 @@
 ///
 /// Not open on failure, with the reason in errno. Any thread.
 FileDescriptor OpenSharedFile(const char* path, int flags, mode_t mode);
-
-/// The same for a file that is not created when it is missing.
-FileDescriptor OpenExistingSharedFile(const char* path, int flags);

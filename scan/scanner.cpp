@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/paths.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "scan/engine_callback.h"
@@ -27,7 +28,7 @@ int Scanner::InitScan(const tagSCNOPTS* settings) {
         return 0;
     }
     const std::string_view applicationDirectory = FieldText(g_szAppPath);
-    if (!engine.Load((std::string(applicationDirectory) + kScanApiLibrary).c_str())) {
+    if (!engine.Load(common::InProgramDirectory(kScanApiLibrary).c_str())) {
         return 0;
     }
     m_shAction = static_cast<std::int16_t>(settings->action);

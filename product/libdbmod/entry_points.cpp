@@ -14,7 +14,7 @@ namespace dbmod {
 namespace {
 
 std::string DatabasePath() {
-    return std::string(kProductDirectory) + kSettingsDatabaseName;
+    return common::InProductDirectory(kSettingsDatabaseName);
 }
 
 void SetResult(tagDBRESULT* result, std::uint32_t code, int systemError = 0) {

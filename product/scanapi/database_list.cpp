@@ -11,8 +11,8 @@
 #include <sys/stat.h>
 #include <tuple>
 
-#include "common/file_descriptor.h"
 #include "common/io.h"
+#include "common/regular_file.h"
 
 namespace scanapi {
 
@@ -66,9 +66,10 @@ bool LooksLikeText(std::string_view head) {
 }
 
 bool ReadHead(Database& database) {
-    const FileDescriptor file(open(database.path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor file =
+        common::OpenRegularFile(database.path.c_str(), O_RDONLY, common::Links::kFollow);
     struct stat state {};
-    if (!file || fstat(file.Get(), &state) != 0 || !S_ISREG(state.st_mode)) {
+    if (!file || fstat(file.Get(), &state) != 0) {
         return false;
     }
     database.built = state.st_mtime;

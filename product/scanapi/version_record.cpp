@@ -5,8 +5,8 @@
 #include <fcntl.h>
 #include <limits>
 
-#include "common/file_descriptor.h"
 #include "common/io.h"
+#include "common/regular_file.h"
 #include "common/times.h"
 #include "common/version_record.h"
 
@@ -17,7 +17,8 @@ namespace {
 constexpr unsigned int kMinorNumbers = 100;  // the record is shown as "%u.%02u"
 
 bool ReadVersionFile(const std::string& path, tagZQVERINFO& version) {
-    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor file =
+        common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kFollow);
     return file &&
            ReadFull(file.Get(), BytesOf(version)) == static_cast<std::ptrdiff_t>(sizeof(version));
 }

@@ -7,13 +7,12 @@
 #include <utility>
 
 #include "common/io.h"
-#include "common/run_state.h"
+#include "common/paths.h"
 #include "common/shared_file.h"
-#include "common/text_field.h"
 #include "common/times.h"
 
 void WriteCmpScnRptforAdmin() {
-    const std::string path = std::string(FieldText(g_szAppPath)) + "reports/CmplScn.dat";
+    const std::string path = common::InProgramDirectory("reports/CmplScn.dat");
     const FileDescriptor file = OpenSharedFile(path.c_str(), O_RDWR, 0600);
     if (!file) {
         return;

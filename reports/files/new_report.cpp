@@ -5,8 +5,7 @@
 #include <fcntl.h>
 
 #include "common/paths.h"
-#include "common/run_state.h"
-#include "common/text_field.h"
+#include "common/regular_file.h"
 
 namespace {
 
@@ -16,7 +15,7 @@ constexpr int kMaxAttempts = 16;
 }  // namespace
 
 NewReport CreateNewReport(const char* prefix) {
-    const std::string directory = std::string(FieldText(g_szAppPath)) + "reports/";
+    const std::string directory = common::InProgramDirectory("reports/");
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
         std::array<char, 256> name{};
         if (GetUniqueFileName(directory.c_str(), prefix, "log", name.data()) == 0) {
@@ -26,12 +25,12 @@ NewReport CreateNewReport(const char* prefix) {
         if (path.size() >= kReportPathSize) {
             break;  // whoever keeps it in a field would cut it into another file's path
         }
-        FileDescriptor file(
-            open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+        FileDescriptor file = common::OpenRegularFile(path.c_str(), O_RDWR | O_CREAT | O_EXCL,
+                                                      common::Links::kNone, 0600);
         if (file) {
             return {std::move(file), name.data(), path};
         }
-        if (errno != EEXIST && errno != EINTR) {
+        if (errno != EEXIST) {
             break;
         }
     }

@@ -6,8 +6,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "common/file_descriptor.h"
 #include "common/io.h"
+#include "common/paths.h"
+#include "common/regular_file.h"
 #include "common/text_field.h"
 #include "reports/files/scheduled_index.h"
 
@@ -16,10 +17,6 @@ namespace {
 // Larger files are no reports of ours; a report of a million files is a tenth of it. Every user may
 // write to a report, and one made endless must not take the memory.
 constexpr std::size_t kMaxReportBytes = std::size_t{512} << 20U;
-
-std::string InProgramDirectory(std::string_view name) {
-    return std::string(FieldText(g_szAppPath)).append(name);
-}
 
 std::optional<std::vector<ReportListing>> ListScheduledReports() {
     std::vector<tagReportIndexEntry> entries;
@@ -40,7 +37,7 @@ std::optional<std::vector<ReportListing>> ListScheduledReports() {
 }  // namespace
 
 std::string ReportIndexPath(ReportKind kind) {
-    return InProgramDirectory(kind == kUpdateReports ? kUpdateIndexName : kScanIndexName);
+    return common::InProgramDirectory(kind == kUpdateReports ? kUpdateIndexName : kScanIndexName);
 }
 
 std::optional<std::vector<ReportListing>> ListReports(ReportKind kind, IndexCount count) {
@@ -71,13 +68,14 @@ std::optional<std::string> ReportPath(ReportKind kind, std::string_view report) 
     if (report.find('/') != std::string_view::npos || report == "." || report == "..") {
         return std::nullopt;
     }
-    return InProgramDirectory("reports/").append(report);
+    return common::InProgramDirectory("reports/").append(report);
 }
 
 std::optional<std::string> ReadReportText(const std::string& path) {
-    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const FileDescriptor file =
+        common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kFollow);
     struct stat status {};
-    if (!file || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (!file || ::fstat(file.Get(), &status) != 0) {
         return std::nullopt;
     }
     const auto size = static_cast<std::size_t>(status.st_size);

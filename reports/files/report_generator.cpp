@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "common/io.h"
+#include "common/paths.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "common/times.h"
@@ -155,7 +156,7 @@ int ReportGen::WriteSummary(bool interrupted) {
 }
 
 bool ReportGen::MakeIndexEntry() {
-    const std::string indexPath = std::string(FieldText(g_szAppPath)) + kScanIndexName;
+    const std::string indexPath = common::InProgramDirectory(kScanIndexName);
     if (!CopyToField(m_indexPath, indexPath)) {
         return false;  // cut, it would be another file's path
     }

@@ -9,7 +9,8 @@
 #include <unistd.h>
 
 #include "common/io.h"
-#include "common/run_state.h"
+#include "common/paths.h"
+#include "common/regular_file.h"
 #include "common/shared_file.h"
 #include "common/string_algorithms.h"
 #include "common/text_field.h"
@@ -47,7 +48,7 @@ bool HandOut(const tagVIRMAIN& main, char* name) {
 }  // namespace
 
 std::string VirusLogPath(std::string_view name) {
-    return std::string(g_szAppPath) + "reports/" + std::string(name);
+    return common::InProgramDirectory("reports/").append(name);
 }
 
 void MakeVirusLogFolder() {
@@ -64,7 +65,7 @@ FileDescriptor OpenLogFile(std::string_view name) {
 }
 
 FileDescriptor OpenExistingLogFile(std::string_view name, int flags) {
-    return OpenExistingSharedFile(VirusLogPath(name).c_str(), flags);
+    return common::OpenRegularFile(VirusLogPath(name).c_str(), flags, common::Links::kNone);
 }
 
 FileDescriptor OpenTemporaryLogFile(std::string_view name) {

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "common/io.h"
-#include "common/shared_file.h"
+#include "common/regular_file.h"
 #include "common/text_field.h"
 #include "common/utf16.h"
 #include "reports/virus_log/log_files.h"

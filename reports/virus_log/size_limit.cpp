@@ -11,8 +11,8 @@
 #include <unistd.h>
 
 #include "common/io.h"
+#include "common/paths.h"
 #include "common/profile.h"
-#include "common/run_state.h"
 #include "reports/virus_log/log_files.h"
 
 namespace {
@@ -21,7 +21,7 @@ constexpr off_t kNarrowEntry = sizeof(std::uint32_t);
 constexpr off_t kHeadSize = sizeof(tagVIRHEAD);
 
 bool ReadLimit(const char* key, int* value) {
-    const std::string path = std::string(g_szAppPath) + "section.ini";
+    const std::string path = common::InProgramDirectory("section.ini");
     std::array<char, 32> text{};
     if (GetPrivateProfileString("LOGLIMIT", key, "", text.data(), text.size(), path.c_str()) == 0) {
         return false;

@@ -37,7 +37,7 @@ constexpr char kUsage[] =
     "one line is read when standard input is no terminal or --stdin is given.\n";
 
 std::string DatabasePath() {
-    return std::string(kProductDirectory) + kSettingsDatabaseName;
+    return common::InProductDirectory(kSettingsDatabaseName);
 }
 
 ExitStatus Complain(const std::string& message) {

@@ -110,30 +110,4 @@ TEST_F(SharedFile, OpensAnotherUsersFileInAFolderLikeTmp) {
               0);
 }
 
-TEST_F(SharedFile, TheExistingOneIsOpenedAndNoneIsCreated) {
-    EXPECT_FALSE(OpenExistingSharedFile(m_path.c_str(), O_RDWR));
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_FALSE(Exists(m_path));
-    EXPECT_FALSE(OpenExistingSharedFile(nullptr, O_RDONLY));
-
-    WriteFile(m_path, "before");
-    const FileDescriptor file = OpenExistingSharedFile(m_path.c_str(), O_RDWR);
-    ASSERT_TRUE(file);
-    EXPECT_NE(::fcntl(file.Get(), F_GETFD) & FD_CLOEXEC, 0);
-    ASSERT_TRUE(WriteAll(file.Get(), "after "));
-    EXPECT_EQ(ReadFile(m_path), "after ");
-}
-
-TEST_F(SharedFile, TheExistingOneIsNoLinkOfAnyKindAndNoFifo) {
-    WriteFile(m_scratch / "victim", "precious");
-    ASSERT_EQ(::symlink("victim", m_path.c_str()), 0);
-    EXPECT_FALSE(OpenExistingSharedFile(m_path.c_str(), O_RDONLY));
-    ASSERT_EQ(::unlink(m_path.c_str()), 0);
-    ASSERT_EQ(::link((m_scratch / "victim").c_str(), m_path.c_str()), 0);
-    EXPECT_FALSE(OpenExistingSharedFile(m_path.c_str(), O_RDONLY));
-    ASSERT_EQ(::unlink(m_path.c_str()), 0);
-    ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
-    EXPECT_FALSE(OpenExistingSharedFile(m_path.c_str(), O_RDONLY));
-}
-
 }  // namespace
