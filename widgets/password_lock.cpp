@@ -9,10 +9,52 @@
 #include "abi/libdbmod.h"
 #include "common/paths.h"
 #include "widgets/messages.h"
+#include "widgets/secret_text.h"
 
 namespace {
 
 constexpr auto kTitle = "Corvane";
+
+/// What the user types. Wiped as soon as it has been checked, or at the end of its life: here and
+/// in the line it was typed into.
+class TypedPassword {
+public:
+    TypedPassword() = default;
+    ~TypedPassword() { WipeSecret(m_text); }
+    TypedPassword(const TypedPassword&) = delete;
+    TypedPassword& operator=(const TypedPassword&) = delete;
+    TypedPassword(TypedPassword&&) = delete;
+    TypedPassword& operator=(TypedPassword&&) = delete;
+
+    /// False when the user cancels.
+    bool Ask(QWidget* parent, const QString& label) {
+        QInputDialog dialog(parent);
+        dialog.setWindowTitle(kTitle);
+        dialog.setLabelText(label);
+        dialog.setTextEchoMode(QLineEdit::Password);
+        const bool isConfirmed = dialog.exec() == QDialog::Accepted;
+        m_text = dialog.textValue();  // shares the characters with the dialog and its line
+        return isConfirmed;
+    }
+
+    [[nodiscard]] bool IsEmpty() const { return m_text.isEmpty(); }
+
+    /// The result of `verify` itself.
+    int CheckWith(PFNAVVERFIYPASSWORD verify, tagDBRESULT& result) {
+        QByteArray password = m_text.toUtf8();
+        WipeSecret(m_text);
+        tagPASSWORDRECORD record{};
+        record.size = sizeof(record);
+        result = {};
+        result.size = sizeof(result);
+        const int checked = verify(password.constData(), &record, &result);
+        WipeSecret(password);
+        return checked;
+    }
+
+private:
+    QString m_text;
+};
 
 }  // namespace
 
@@ -63,25 +105,15 @@ bool PasswordLock::AskWith(void* library, QWidget* parent) {
         return true;
     }
 
-    bool confirmed = false;
-    const QString typed = QInputDialog::getText(parent, kTitle, tr("Enter password:"),
-                                                QLineEdit::Password, QString(), &confirmed);
-    if (!confirmed) {
+    TypedPassword typed;
+    if (!typed.Ask(parent, tr("Enter password:"))) {
         return false;
     }
-    if (typed.isEmpty()) {
+    if (typed.IsEmpty()) {
         ShowWarning(parent, kTitle, tr("Invalid password"));
         return false;
     }
-
-    QByteArray password = typed.toUtf8();
-    tagPASSWORDRECORD record{};
-    record.size = sizeof(record);
-    result = {};
-    result.size = sizeof(result);
-    const bool checked = verifyPassword(password.constData(), &record, &result) != 0;
-    password.fill('\0');
-    if (!checked) {
+    if (typed.CheckWith(verifyPassword, result) == 0) {
         ShowWarning(parent, kTitle, tr("Unable to read the settings, Please try again."));
         return false;
     }

@@ -4,6 +4,7 @@
 
 #include <QInputDialog>
 #include <QLineEdit>
+#include <QTest>
 
 #include "tests/gui/app/window_fixture.h"
 
@@ -170,6 +171,33 @@ TEST_F(Password, OtherOutcomeDoesNothing) {
     ExpectQuestion(user, "secret", QDialog::Accepted);
     Click("btnOptions");
     ExpectRefused();
+}
+
+TEST_F(Password, NothingOfItIsLeft) {
+    const struct {
+        const char* answers;
+        int result;
+        std::vector<std::string> calls;
+    } kEnds[] = {
+        {"1 1 1 1002", QDialog::Accepted, {"get 14 1", "verify secret"}},
+        {"1 1 1 1002", QDialog::Rejected, {"get 14 1", "verify secret", "get 14 1"}},
+    };
+    Open();
+    for (const auto& end : kEnds) {
+        SetDatabaseAnswers(end.answers);
+        QString typed;
+        ModalDriver user;
+        user.Expect([&](QDialog* dialog) {
+            auto* line = dialog->findChild<QLineEdit*>();
+            QTest::keyClicks(line, "secret");
+            typed = line->text();  // the line's own characters, shared
+            EXPECT_EQ(typed, "secret");
+            dialog->done(end.result);
+        });
+        Click("btnOptions");
+        EXPECT_EQ(typed, QString(6, QChar(0)));
+        EXPECT_EQ(DatabaseCalls(), end.calls) << "the database had it";
+    }
 }
 
 TEST_F(Password, LibraryStaysLoadedOnceThePageWasOpened) {
