@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
         const DisplayNeeded needed;
         application = std::make_unique<QApplication>(argc, argv);
     }
+    SetApplicationStyle();
 
     if (!RecordApplicationDirectory()) {
         Unregfromonlineprot(g_pCurrproc_pid);

@@ -20,6 +20,7 @@
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "widgets/display_name.h"
+#include "widgets/house_style.h"
 #include "widgets/messages.h"
 
 namespace {
@@ -134,6 +135,10 @@ DisplayNeeded::DisplayNeeded() {
 
 DisplayNeeded::~DisplayNeeded() {
     qInstallMessageHandler(otherMessages);
+}
+
+void SetApplicationStyle() {
+    QApplication::setStyle(new HouseStyle);
 }
 
 bool RecordApplicationDirectory() {

@@ -43,6 +43,9 @@ public:
     DisplayNeeded& operator=(const DisplayNeeded&) = delete;
 };
 
+/// Gives all windows the style of the house; to be called when the application object exists.
+void SetApplicationStyle();
+
 /// Records the directory of the running program, with its trailing "/", in g_szAppPath.
 /// False, with nothing recorded, when it is no ASCII text, and after a line on standard error when
 /// it does not fit.

@@ -13,6 +13,8 @@
 #include "common/run_state.h"
 #include "scan/scanner.h"
 #include "tests/gui/app/window_fixture.h"
+#include "tests/support/rendered_box.h"
+#include "widgets/house_style.h"
 
 namespace {
 
@@ -106,6 +108,22 @@ TEST_F(Settings, TextsKeysAndTooltips) {
     }
     EXPECT_EQ(actions.join('|'),
               "Repair only|Repair, delete if unrepairable|Delete|Report only|Prompt");
+}
+
+TEST_F(Settings, TheCheckBoxesCanBeSeenInEveryPalette) {
+    dlgMain& window = OpenPage();
+    HouseStyle style;
+    for (const QPalette& palette : {LightPalette(), DarkPalette(), DimPalette()}) {
+        window.setPalette(palette);
+        const QColor behind = palette.color(QPalette::Window);
+        for (QCheckBox* box : {&Adware(), &Dumb(), &Archives(), &Packed()}) {
+            box->setStyle(&style);
+            EXPECT_GE(EdgeContrast(box->grab().toImage(), IndicatorOf(*box), behind, ContrastRatio),
+                      3.0)
+                << box->objectName().toStdString() << " on " << behind.name().toStdString();
+        }
+    }
+    CloseWindow();
 }
 
 TEST_F(Settings, DefaultsAreShownAtStart) {

@@ -8,6 +8,8 @@
 #include <QTreeWidget>
 
 #include "tests/gui/widgets/dlg_sc_dir_fixture.h"
+#include "tests/support/rendered_box.h"
+#include "widgets/house_style.h"
 
 using testing::ElementsAre;
 
@@ -108,24 +110,25 @@ TEST_F(DlgScDirTest, OpensOnTenThousandSubfolders) {
     EXPECT_THAT(ResultOfScan(), ElementsAre("/"));
 }
 
-TEST_F(DlgScDirTest, AnEmptyCheckBoxCanBeSeenOnLightAndOnDark) {
+TEST_F(DlgScDirTest, AnEmptyCheckBoxCanBeSeenInEveryPalette) {
     m_tree.Folder("a");
     Open();
-    for (const QColor& base : {QColor(Qt::white), QColor(35, 35, 35)}) {
-        QPalette palette(base);
-        palette.setColor(QPalette::Base, base);
-        palette.setColor(QPalette::Text, base == Qt::white ? Qt::black : Qt::white);
+    HouseStyle style;
+    View()->setStyle(&style);
+    for (const QPalette& palette : {LightPalette(), DarkPalette(), DimPalette()}) {
         View()->setPalette(palette);
-        QRect box = View()->visualItemRect(At("/a"));
-        box.setWidth(18);
-        const QImage shown = View()->viewport()->grab(box).toImage();
-        int contrast = 0;
-        for (int x = 0; x < shown.width(); ++x) {
-            const int lightness = qGray(shown.pixel(x, shown.height() / 2));
-            contrast = std::max(contrast, std::abs(lightness - qGray(base.rgb())));
-        }
-        EXPECT_GT(contrast, 60) << base.name().toStdString();
+        QStyleOptionViewItem option;
+        option.initFrom(View());
+        option.widget = View();
+        option.rect = View()->visualItemRect(At("/a"));
+        option.features = QStyleOptionViewItem::HasCheckIndicator;
+        const QRect box =
+            style.subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, View());
+        const QImage shown = View()->viewport()->grab().toImage();
+        const QColor base = palette.color(QPalette::Base);
+        EXPECT_GE(EdgeContrast(shown, box, base, ContrastRatio), 3.0) << base.name().toStdString();
     }
+    View()->setStyle(nullptr);
 }
 
 // Names and paths

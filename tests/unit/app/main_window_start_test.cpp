@@ -33,11 +33,11 @@ protected:
 TEST_F(MainWindowStart, ShowsItsStepsAndThenItself) {
     const StagedProgram program;
     EXPECT_EQ(program.Run(), 0);
-    EXPECT_THAT(
-        program.Seen(),
-        ElementsAre("splash Loading... Scan Option Settings", "splash Loading... Update Module",
-                    "splash Loading...", "splash API Library loaded successfully", "window Corvane",
-                    "heading Scanner", "font Tahoma 10", "centred", "pictures 1"));
+    EXPECT_THAT(program.Seen(), ElementsAre("splash Loading... Scan Option Settings",
+                                            "splash Loading... Update Module", "splash Loading...",
+                                            "splash API Library loaded successfully",
+                                            "window Corvane", "heading Scanner", "font Tahoma 10",
+                                            "style HouseStyle", "centred", "pictures 1"));
 }
 
 TEST_F(MainWindowStart, PicturesAreSharpAtTwiceTheSize) {

@@ -15,6 +15,7 @@
 #include <QScreen>
 #include <QSplashScreen>
 #include <QStackedWidget>
+#include <QStyle>
 #include <QTimer>
 
 namespace {
@@ -78,6 +79,7 @@ private:
             Note("heading " + scanPage->findChild<QLabel*>("lblHeading")->text());
             const QFont font = QApplication::font();
             Note(QStringLiteral("font %1 %2").arg(font.family()).arg(font.pointSize()));
+            Note(QStringLiteral("style ") + QApplication::style()->metaObject()->className());
             const QSize desktop = QApplication::primaryScreen()->size();
             const bool centred = window.x() == (desktop.width() - window.width()) / 2 &&
                                  window.y() == (desktop.height() - window.height()) / 2;
