@@ -1,0 +1,76 @@
+#include "tests/support/screen_reader.h"
+
+#include <private/qguiapplication_p.h>
+#include <utility>
+
+#include <QAccessible>
+#include <QLabel>
+#include <qpa/qplatformaccessibility.h>
+#include <qpa/qplatformintegration.h>
+
+namespace {
+
+std::vector<std::string>& Heard() {
+    static std::vector<std::string> heard;
+    return heard;
+}
+
+void Hear(QAccessibleEvent* event) {
+    const bool isValue = event->type() == QAccessible::ValueChanged;
+    if ((isValue || event->type() == QAccessible::NameChanged) &&
+        event->accessibleInterface() != nullptr) {
+        const QString text =
+            event->accessibleInterface()->text(isValue ? QAccessible::Value : QAccessible::Name);
+        Heard().push_back(
+            (event->object()->objectName() + QStringLiteral(": ") + text).toStdString());
+    }
+}
+
+void SetListening(bool listening) {
+    QAccessible::installUpdateHandler(listening ? Hear : nullptr);
+    // The platform's own switch: without a screen reader on the bus the toolkit tells nothing.
+    QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(listening);
+    Heard().clear();
+}
+
+QString TextOf(QWidget* widget, QAccessible::Text kind) {
+    return QAccessible::queryAccessibleInterface(widget)->text(kind);
+}
+
+}  // namespace
+
+ScreenReader::ScreenReader() {
+    SetListening(true);
+}
+
+ScreenReader::~ScreenReader() {
+    SetListening(false);
+}
+
+QString ScreenReader::NameOf(QWidget* widget) {
+    return TextOf(widget, QAccessible::Name);
+}
+
+QString ScreenReader::DescriptionOf(QWidget* widget) {
+    return TextOf(widget, QAccessible::Description);
+}
+
+std::vector<std::string> ScreenReader::TakeAnnouncements() {
+    return std::exchange(Heard(), {});
+}
+
+std::vector<std::string> ScreenReader::UnreadableLabels(const QWidget& window) {
+    std::vector<std::string> unreadable;
+    for (QLabel* label : window.findChildren<QLabel*>()) {
+        QString text = label->text();
+        if (label->buddy() != nullptr) {
+            text.remove(u'&');
+        }
+        if (!text.isEmpty() && NameOf(label) != text) {
+            unreadable.push_back(QStringLiteral("%1: %2 | %3")
+                                     .arg(label->objectName(), text, NameOf(label))
+                                     .toStdString());
+        }
+    }
+    return unreadable;
+}
