@@ -2,7 +2,8 @@
 
 #include <QStyledItemDelegate>
 
-/// Draws the folders of the tree with room between the rows.
+/// Draws the folders of the tree: with room between the rows, and behind the name of a closed
+/// folder what is ticked inside it.
 class FolderItemDelegate : public QStyledItemDelegate {
     Q_OBJECT
 
@@ -10,4 +11,7 @@ public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override;
 };

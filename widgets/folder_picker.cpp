@@ -1,6 +1,7 @@
 #include "widgets/folder_picker.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
 #include <QApplication>
@@ -18,6 +19,7 @@
 #include "widgets/folder_item_delegate.h"
 #include "widgets/messages.h"
 #include "widgets/state_chk_lst_view.h"
+#include "widgets/ticked_folders.h"
 
 QIcon folderClosed;
 QIcon folderOpen;
@@ -61,6 +63,15 @@ void ShowAsLocked(StateChkLstView* item) {
     item->SetExpandable(false);
 }
 
+/// The user's home without links on the way, for the tree shows none. As it is called when it is
+/// not there.
+std::filesystem::path HomeFolder() {
+    const std::filesystem::path home(qgetenv("HOME").toStdString());
+    std::error_code error;
+    const std::filesystem::path real = std::filesystem::canonical(home, error);
+    return error ? home : real;
+}
+
 }  // namespace
 
 FolderPicker::FolderPicker(QWidget* parent, FolderListing listing)
@@ -93,11 +104,40 @@ void FolderPicker::init() {
             tree->expandItem(root);
         }
     }
-    tree->setCurrentItem(tree->topLevelItem(0));
+    OpenTo(HomeFolder());
+    TellWhatIsTicked();
+}
+
+void FolderPicker::OpenTo(const std::filesystem::path& path) {
+    StateChkLstView* folder = AsFolder(m_ui->folderTree->topLevelItem(0));
+    for (const std::filesystem::path& name : path.relative_path()) {
+        if (name.empty() || !folder->IsExpandable()) {  // empty: after a "/" at the end
+            break;
+        }
+        m_ui->folderTree->expandItem(folder);
+        StateChkLstView* child = folder->ChildNamed(name.string());
+        if (child == nullptr) {
+            break;
+        }
+        folder = child;
+    }
+    m_ui->folderTree->setCurrentItem(folder);
+}
+
+void FolderPicker::TellWhatIsTicked() {
+    const QSignalBlocker notTheUser(m_ui->folderTree);
+    m_ui->tickedLabel->setText(NoteTickedFolders(AsFolder(m_ui->folderTree->topLevelItem(0))));
+}
+
+void FolderPicker::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    QTreeWidget* tree = m_ui->folderTree;
+    tree->scrollToItem(tree->currentItem(), QAbstractItemView::PositionAtCenter);
 }
 
 void FolderPicker::languageChange() {
     m_ui->retranslateUi(this);
+    TellWhatIsTicked();
 }
 
 void FolderPicker::changeEvent(QEvent* event) {
@@ -179,11 +219,13 @@ void FolderPicker::OnListItemExpanded(QTreeWidgetItem* item) {
         // Nothing to show after all: what the user cannot open must not count as open either.
         m_ui->folderTree->collapseItem(folder);
     }
+    TellWhatIsTicked();
 }
 
 void FolderPicker::OnListItemCollapsed(QTreeWidgetItem* item) {
     const QSignalBlocker notTheUser(m_ui->folderTree);
     item->setIcon(0, folderClosed);
+    TellWhatIsTicked();
 }
 
 // A change that the dialog did not make itself is the user's, by mouse, keyboard or a screen
@@ -209,6 +251,7 @@ void FolderPicker::OnListClick(QTreeWidgetItem* item) {
     }
     CheckForChild(item);
     CheckForParent(item);
+    TellWhatIsTicked();
 }
 
 void FolderPicker::CheckForChild(QTreeWidgetItem* item) {

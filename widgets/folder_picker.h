@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -73,10 +74,15 @@ protected:
     void LeaveOut(const std::string& path);
 
     void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void Populate(StateChkLstView* item);
+    /// Opens the tree as far as `path`, or the folder nearest above it that the tree has.
+    void OpenTo(const std::filesystem::path& path);
+    /// Shows how many folders are ticked, and where they cannot be seen.
+    void TellWhatIsTicked();
     bool IsWhollyTicked(const StateChkLstView* folder) const;
     void TellWhatWasLeftOut();
     void OnUserTicked(QTreeWidgetItem* item);

@@ -19,6 +19,15 @@ void StateChkLstView::SetStatePopulated(bool populated) {
     m_populated = populated;
 }
 
+StateChkLstView* StateChkLstView::ChildNamed(std::string_view name) const {
+    for (int i = 0; i < childCount(); ++i) {
+        if (Child(i)->Name() == name) {
+            return Child(i);
+        }
+    }
+    return nullptr;
+}
+
 std::vector<StateChkLstView*> WithLaterSiblings(QTreeWidgetItem* item) {
     std::vector<StateChkLstView*> siblings;
     if (item == nullptr) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <QTreeWidgetItem>
@@ -36,6 +37,9 @@ public:
     [[nodiscard]] StateChkLstView* Child(int index) const {
         return static_cast<StateChkLstView*>(child(index));
     }
+
+    /// The sub-folder of this name in the tree, null when there is none.
+    [[nodiscard]] StateChkLstView* ChildNamed(std::string_view name) const;
 
 private:
     std::string m_name;
