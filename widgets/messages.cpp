@@ -50,3 +50,16 @@ bool AskYesNo(QWidget* parent, const QString& title, const QString& text) {
     box.exec();
     return box.clickedButton() == yes;
 }
+
+bool AskWithoutDefault(QWidget* parent, const QString& title, const QString& text) {
+    QMessageBox box(QMessageBox::Question, title, text, QMessageBox::Yes | QMessageBox::No, parent);
+    box.setTextFormat(Qt::PlainText);
+    box.setEscapeButton(QMessageBox::No);
+    for (QPushButton* button : box.findChildren<QPushButton*>()) {
+        button->setAutoDefault(false);
+    }
+    // Else the first button would get the focus, and with it the space bar.
+    box.setFocusPolicy(Qt::StrongFocus);
+    box.setFocus();
+    return box.exec() == QMessageBox::Yes;
+}

@@ -22,3 +22,7 @@ Answer AskYesNoCancel(QWidget* parent, const QString& title, const QString& text
 
 /// A warning that asks, with "&Yes" and "&No"; Escape is No. True for Yes.
 bool AskYesNo(QWidget* parent, const QString& title, const QString& text);
+
+/// A question with Yes and No that is asked while the user may be typing: no button is the default
+/// and none has the focus, so that a key pressed for something else answers nothing. Escape is No.
+bool AskWithoutDefault(QWidget* parent, const QString& title, const QString& text);

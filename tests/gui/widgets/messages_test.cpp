@@ -1,0 +1,64 @@
+// The question that no stray key answers.
+#include "widgets/messages.h"
+
+#include <gtest/gtest.h>
+#include <optional>
+
+#include <QPushButton>
+#include <QTest>
+
+#include "tests/support/modal_driver.h"
+
+namespace {
+
+/// What comes of pressing a key; nothing when the question stays.
+std::optional<bool> AnswerTo(int key, Qt::KeyboardModifiers modifiers = {}) {
+    bool isAnswered = true;
+    ModalDriver driver;
+    driver.Expect([&](QDialog* dialog) {
+        EXPECT_TRUE(QTest::qWaitForWindowActive(dialog));
+        QWidget* focus = QApplication::focusWidget();
+        QTest::keyClick(focus != nullptr ? focus : dialog, static_cast<Qt::Key>(key), modifiers);
+        QTest::qWait(150);  // a button pressed by its key is animated
+        isAnswered = !dialog->isVisible();
+        if (!isAnswered) {
+            dialog->reject();
+        }
+    });
+    const bool answer =
+        AskWithoutDefault(nullptr, QStringLiteral("Title"), QStringLiteral("<b>Sure?</b>"));
+    return isAnswered ? std::optional<bool>(answer) : std::nullopt;
+}
+
+TEST(QuestionWithoutDefault, AnswersNothingToAKeyPressedForSomethingElse) {
+    for (const int key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
+        EXPECT_EQ(AnswerTo(key), std::nullopt) << key;
+    }
+}
+
+TEST(QuestionWithoutDefault, AnswersToItsOwnKeys) {
+    EXPECT_EQ(AnswerTo(Qt::Key_Escape), false);
+    EXPECT_EQ(AnswerTo(Qt::Key_Y, Qt::AltModifier), true);
+    EXPECT_EQ(AnswerTo(Qt::Key_N, Qt::AltModifier), false);
+}
+
+TEST(QuestionWithoutDefault, TheKeyboardReachesItsButtons) {
+    ModalDriver driver;
+    driver.Expect([](QDialog* dialog) {
+        auto* box = qobject_cast<QMessageBox*>(dialog);
+        ASSERT_NE(box, nullptr);
+        EXPECT_EQ(box->icon(), QMessageBox::Question);
+        EXPECT_EQ(box->textFormat(), Qt::PlainText);
+        for (const auto button : {QMessageBox::Yes, QMessageBox::No}) {
+            EXPECT_FALSE(qobject_cast<QPushButton*>(box->button(button))->isDefault());
+        }
+        EXPECT_TRUE(QTest::qWaitForWindowActive(box));
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        EXPECT_NE(qobject_cast<QPushButton*>(QApplication::focusWidget()), nullptr);
+        box->button(QMessageBox::Yes)->setFocus();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+    });
+    EXPECT_TRUE(AskWithoutDefault(nullptr, QStringLiteral("Title"), QStringLiteral("Sure?")));
+}
+
+}  // namespace
