@@ -8,7 +8,6 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QKeyEvent>
-#include <QMessageBox>
 #include <QMovie>
 #include <QPixmap>
 
@@ -22,6 +21,7 @@
 #include "scan/run/file_count.h"
 #include "scan/scan_thread.h"
 #include "scan/zq_event.h"
+#include "widgets/messages.h"
 
 namespace {
 
@@ -55,6 +55,7 @@ dlgScnPrgrs::dlgScnPrgrs(QWidget* parent, const char* name, bool modal, Qt::Wind
         setObjectName(QString::fromUtf8(name));
     }
     setModal(modal);
+    setWindowFlag(Qt::WindowMinimizeButtonHint);  // a scan may take hours
     m_view.Attach(ProgressView::kCurrentFile, m_ui->currentFileLabel);
     m_view.Attach(ProgressView::kLastInfected, m_ui->lastInfectedLabel);
     m_view.Attach(ProgressView::kLastVirus, m_ui->lastVirusLabel);
@@ -159,17 +160,18 @@ void dlgScnPrgrs::customEvent(QEvent* event) {
     if (step == nullptr) {
         return;
     }
-    ShowStep(*step, Run().Apply(step->Step()));
+    const bool wasStopped = m_stop.IsSet();  // the end of the scan sets the flag, too
+    ShowStep(*step, Run().Apply(step->Step()), wasStopped);
     ShowSoon();
 }
 
-void dlgScnPrgrs::ShowStep(const ZqEvent& event, std::uint32_t count) {
+void dlgScnPrgrs::ShowStep(const ZqEvent& event, std::uint32_t count, bool wasStopped) {
     switch (event.Step().type) {
         case kEvtScanningFile:
             ShowScanningFile(event, count);
             break;
         case kEvtScanFinished:
-            ShowScanFinished();
+            ShowScanFinished(wasStopped);
             break;
         case kEvtInfected:
             ShowInfected(event, count);
@@ -229,7 +231,9 @@ void dlgScnPrgrs::ShowScanningFile(const ZqEvent& event, std::uint32_t count) {
     m_view.SetCount(ProgressView::kScanned, count);
 }
 
-void dlgScnPrgrs::ShowScanFinished() {
+void dlgScnPrgrs::ShowScanFinished(bool wasStopped) {
+    m_ui->scanNote->ShowOutcome(Run().State().infected, wasStopped);
+    QApplication::alert(this);  // the user may be elsewhere by now
     m_running = false;
     m_showTimer.stop();
     m_view.Show();
@@ -259,6 +263,7 @@ bool dlgScnPrgrs::IsThereToAnswer() {
 void dlgScnPrgrs::OnPrompt() {
     m_movie->setPaused(true);
     if (IsThereToAnswer()) {
+        ComeBack();
         showvirus();
     }
     Run().Answer();
@@ -268,19 +273,18 @@ void dlgScnPrgrs::OnPrompt() {
 void dlgScnPrgrs::showvirus() {
     dlgVirFnd prompt(this);
     if (prompt.exec() == QDialog::Rejected) {
-        m_stop.Set();
+        RequestStop();
     }
 }
 
 void dlgScnPrgrs::OnConfirmStop() {
     m_movie->setPaused(true);
     if (IsThereToAnswer()) {
-        QMessageBox box(QMessageBox::Question, tr("Corvane Scan"), tr("Do you want to stop scan?"),
-                        QMessageBox::Yes | QMessageBox::No, this);
-        box.setTextFormat(Qt::PlainText);
-        box.setEscapeButton(QMessageBox::No);
+        ComeBack();
         // Quitting the program over the question ends it too, and is no refusal.
-        if (box.exec() == QMessageBox::No) {
+        if (AskWithoutDefault(this, tr("Corvane Scan"), tr("Do you want to stop scan?")) ==
+            Answer::kNo) {
+            m_ui->scanNote->Clear();
             m_movie->setPaused(false);
             m_stop.Clear();
         }
@@ -288,8 +292,19 @@ void dlgScnPrgrs::OnConfirmStop() {
     Run().Answer();
 }
 
-void dlgScnPrgrs::OnStopClick() {
+void dlgScnPrgrs::ComeBack() {
+    if (isMinimized()) {
+        showNormal();
+    }
+}
+
+void dlgScnPrgrs::RequestStop() {
     m_stop.Set();
+    m_ui->scanNote->ShowStopping();
+}
+
+void dlgScnPrgrs::OnStopClick() {
+    RequestStop();
 }
 
 void dlgScnPrgrs::MyReject() {
@@ -309,7 +324,7 @@ void dlgScnPrgrs::OnViewRptClick() {
 
 void dlgScnPrgrs::closeEvent(QCloseEvent* event) {
     if (!m_stop.IsSet()) {
-        m_stop.Set();  // the scan is asked to stop first
+        RequestStop();  // the scan is asked to stop first
         event->ignore();
         return;
     }
@@ -325,7 +340,7 @@ void dlgScnPrgrs::keyPressEvent(QKeyEvent* event) {
         event->accept();
         close();
     } else if (event->modifiers() == Qt::NoModifier) {
-        m_stop.Set();
+        RequestStop();
         event->ignore();
     }
 }

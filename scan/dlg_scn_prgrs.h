@@ -58,16 +58,22 @@ private:
     void destroy();
 
     /// Shows a step and `count`, the new value of the counter that it raised.
-    void ShowStep(const ZqEvent& event, std::uint32_t count);
+    void ShowStep(const ZqEvent& event, std::uint32_t count, bool wasStopped);
     void ShowScanningFile(const ZqEvent& event, std::uint32_t count);
     void ShowInfected(const ZqEvent& event, std::uint32_t count);
-    void ShowScanFinished();
+    void ShowScanFinished(bool wasStopped);
     void OnPrompt();
     void OnConfirmStop();
 
     /// False when the user has closed the dialog, with the stop flag set, before the scan was over,
     /// or the program is quitting: that is the answer to whatever the scan still asks.
     [[nodiscard]] bool IsThereToAnswer();
+
+    /// Sets the stop flag and tells the user so: the question comes only after the file under way.
+    void RequestStop();
+
+    /// Out of the task bar, before a question that could not be seen there.
+    void ComeBack();
 
     /// Shows what changed, now or with the next picture.
     void ShowSoon();

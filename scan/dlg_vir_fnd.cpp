@@ -32,6 +32,7 @@ dlgVirFnd::dlgVirFnd(QWidget* parent, const char* name, bool modal, Qt::WindowFl
     connect(m_ui->btnOk, &QPushButton::clicked, this, &dlgVirFnd::OnOkClicked);
     connect(m_ui->btnCancel, &QPushButton::clicked, this, &dlgVirFnd::OnCancelClicked);
     connect(m_ui->actionCombo, &QComboBox::activated, this, &dlgVirFnd::actionSelected);
+    m_ui->actionCombo->setFocus();  // not the first of the names, which take the focus too
     init();
 }
 
@@ -44,8 +45,10 @@ void dlgVirFnd::init() {
     m_ui->actionCombo->setCurrentIndex(isItem ? g_scnActn : kPresetItem);
     if (g_zqFileInfo != nullptr) {
         const std::string fileName(FieldText(g_zqFileInfo->fileName));
-        m_ui->fileNameLabel->setText(ShortDisplayPath(fileName.c_str(), kFileNameWidth));
-        m_ui->virusNameLabel->setText(DisplayName(FieldText(g_zqFileInfo->virusName)));
+        m_ui->fileNameLabel->SetName(ShortDisplayPath(fileName.c_str(), kFileNameWidth),
+                                     DisplayName(fileName));
+        const QString virusName = DisplayName(FieldText(g_zqFileInfo->virusName));
+        m_ui->virusNameLabel->SetName(virusName, virusName);
     }
 }
 

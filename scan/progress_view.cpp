@@ -8,6 +8,7 @@
 #include <QProgressBar>
 
 #include "widgets/display_name.h"
+#include "widgets/name_label.h"
 
 namespace {
 
@@ -22,8 +23,12 @@ QString CountText(std::uint32_t count) {
 
 }  // namespace
 
+void ProgressView::Attach(Label label, NameLabel* widget) {
+    m_fields[label].name = widget;
+}
+
 void ProgressView::Attach(Label label, QLabel* widget) {
-    m_fields[label].widget = widget;
+    m_fields[label].number = widget;
 }
 
 void ProgressView::SetPath(Label label, const char* path, int width) {
@@ -43,7 +48,6 @@ void ProgressView::SetText(Label label, std::string_view text) {
 void ProgressView::SetCount(Label label, std::uint32_t count) {
     Field& field = m_fields[label];
     field.count = count;
-    field.isCount = true;
     field.changed = m_changed = true;
 }
 
@@ -67,18 +71,20 @@ void ProgressView::SetProgressValue(std::int64_t progress) {
     m_barChanged = m_changed = true;
 }
 
-QString ProgressView::TextOf(const Field& field) {
-    if (field.isCount) {
-        return CountText(field.count);
+void ProgressView::ShowField(const Field& field) {
+    if (field.number != nullptr) {
+        field.number->setText(CountText(field.count));
+    } else if (field.name != nullptr) {
+        const QString whole = DisplayName(field.text);
+        field.name->SetName(
+            field.width > 0 ? ShortDisplayPath(field.text.c_str(), field.width) : whole, whole);
     }
-    return field.width > 0 ? ShortDisplayPath(field.text.c_str(), field.width)
-                           : DisplayName(field.text);
 }
 
 void ProgressView::Show() {
     for (Field& field : m_fields) {
-        if (field.changed && field.widget != nullptr) {
-            field.widget->setText(TextOf(field));
+        if (field.changed) {
+            ShowField(field);
         }
         field.changed = false;
     }

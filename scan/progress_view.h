@@ -8,6 +8,7 @@
 
 #include <QString>
 
+class NameLabel;
 class QLabel;
 class QProgressBar;
 
@@ -27,11 +28,12 @@ public:
         kLabels,
     };
 
-    /// The widgets outlive this object.
+    /// The widgets outlive this object. Paths and texts go to a NameLabel, counts to a QLabel.
+    void Attach(Label label, NameLabel* widget);
     void Attach(Label label, QLabel* widget);
     void Attach(QProgressBar* bar) { m_bar = bar; }
 
-    /// A path, shown shortened to `width` bytes.
+    /// A path, shown shortened to `width` bytes; the label has the whole of it too.
     void SetPath(Label label, const char* path, int width);
     void SetText(Label label, std::string_view text);
     void SetCount(Label label, std::uint32_t count);
@@ -49,15 +51,15 @@ public:
 
 private:
     struct Field {
-        QLabel* widget = nullptr;
+        NameLabel* name = nullptr;
+        QLabel* number = nullptr;
         std::string text;
         int width = 0;  // 0: shown whole
         std::uint32_t count = 0;
-        bool isCount = false;
         bool changed = false;
     };
 
-    static QString TextOf(const Field& field);
+    static void ShowField(const Field& field);
     void SetProgressValue(std::int64_t progress);
     void ShowBar();
 

@@ -51,7 +51,7 @@ bool AskYesNo(QWidget* parent, const QString& title, const QString& text) {
     return box.clickedButton() == yes;
 }
 
-bool AskWithoutDefault(QWidget* parent, const QString& title, const QString& text) {
+Answer AskWithoutDefault(QWidget* parent, const QString& title, const QString& text) {
     QMessageBox box(QMessageBox::Question, title, text, QMessageBox::Yes | QMessageBox::No, parent);
     box.setTextFormat(Qt::PlainText);
     box.setEscapeButton(QMessageBox::No);
@@ -61,5 +61,12 @@ bool AskWithoutDefault(QWidget* parent, const QString& title, const QString& tex
     // Else the first button would get the focus, and with it the space bar.
     box.setFocusPolicy(Qt::StrongFocus);
     box.setFocus();
-    return box.exec() == QMessageBox::Yes;
+    switch (box.exec()) {
+        case QMessageBox::Yes:
+            return Answer::kYes;
+        case QMessageBox::No:
+            return Answer::kNo;
+        default:
+            return Answer::kCancel;
+    }
 }

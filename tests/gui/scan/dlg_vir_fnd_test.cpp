@@ -10,6 +10,10 @@
 
 #include "common/run_state.h"
 #include "common/text_field.h"
+#include "tests/support/rendered_box.h"
+#include "tests/support/screen_reader.h"
+#include "widgets/house_style.h"
+#include "widgets/name_label.h"
 
 namespace {
 
@@ -165,6 +169,66 @@ TEST_F(VirFnd, CancelKeepsTheChoiceAndAppliesNothingToAll) {
     EXPECT_EQ(dialog.result(), 0);
     EXPECT_EQ(g_myScnopts.applyToAll, 0);
     EXPECT_EQ(g_scnActn, 1);
+}
+
+TEST_F(VirFnd, TheWholeFileNameCanBeHad) {
+    const std::string name = "/home/user/<b>a long way</b>/" + std::string(200, 'd') + "/virus.com";
+    CopyToField(m_info.fileName, name);
+    CopyToField(m_info.virusName, "<i>V</i>");
+    const dlgVirFnd dialog;
+    auto* label = Find<NameLabel>(dialog, "fileNameLabel");
+    EXPECT_EQ(label->text().size(), 32);
+    EXPECT_EQ(label->WholeName().toStdString(), name);
+    EXPECT_EQ(ScreenReader::NameOf(label).toStdString(), name);
+    EXPECT_TRUE(label->toolTip().contains("/home/user/&lt;b&gt;a long way&lt;/b&gt;/ddd"));
+    EXPECT_TRUE(label->toolTip().contains("ddd/virus.com"));
+    EXPECT_EQ(label->textInteractionFlags(),
+              Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    auto* virus = Find<NameLabel>(dialog, "virusNameLabel");
+    EXPECT_EQ(virus->WholeName(), "<i>V</i>");
+    EXPECT_TRUE(virus->toolTip().contains("&lt;i&gt;V"));
+}
+
+TEST_F(VirFnd, IsReadOutAsItIsShown) {
+    const dlgVirFnd dialog;
+    EXPECT_TRUE(ScreenReader::UnreadableLabels(dialog).empty())
+        << ScreenReader::UnreadableLabels(dialog).front();
+    EXPECT_EQ(ScreenReader::NameOf(Find<QLabel>(dialog, "fileNameLabel")),
+              "/home/user/infected.com");
+    EXPECT_EQ(ScreenReader::NameOf(Find<QLabel>(dialog, "virusNameLabel")), "EICAR-Test");
+    // A list is read out by its item; its caption comes from the label.
+    EXPECT_EQ(ScreenReader::NameOf(Find<QComboBox>(dialog, "actionCombo")),
+              "Repair, delete if unrepairable");
+    EXPECT_EQ(Find<QLabel>(dialog, "fileNameCaption")->buddy(),
+              Find<QLabel>(dialog, "fileNameLabel"));
+}
+
+TEST_F(VirFnd, TheChoiceHasTheFocusAndTheNamesComeLast) {
+    dlgVirFnd dialog;
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    QStringList order;
+    for (int i = 0; i < 6; ++i) {
+        order << QApplication::focusWidget()->objectName();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    }
+    EXPECT_EQ(order.join(' '),
+              "actionCombo applyToAllCheck btnOk btnCancel fileNameLabel virusNameLabel");
+}
+
+TEST_F(VirFnd, TheCheckBoxCanBeSeenInEveryPalette) {
+    dlgVirFnd dialog;
+    dialog.resize(dialog.sizeHint());
+    HouseStyle style;
+    auto* check = Find<QCheckBox>(dialog, "applyToAllCheck");
+    check->setStyle(&style);
+    for (const QPalette& palette : {LightPalette(), DarkPalette(), DimPalette()}) {
+        dialog.setPalette(palette);
+        const QColor behind = palette.color(QPalette::Window);
+        EXPECT_GE(EdgeContrast(check->grab().toImage(), IndicatorOf(*check), behind, ContrastRatio),
+                  3.0)
+            << behind.name().toStdString();
+    }
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 namespace {
 
 /// What comes of pressing a key; nothing when the question stays.
-std::optional<bool> AnswerTo(int key, Qt::KeyboardModifiers modifiers = {}) {
+std::optional<Answer> AnswerTo(int key, Qt::KeyboardModifiers modifiers = {}) {
     bool isAnswered = true;
     ModalDriver driver;
     driver.Expect([&](QDialog* dialog) {
@@ -25,9 +25,9 @@ std::optional<bool> AnswerTo(int key, Qt::KeyboardModifiers modifiers = {}) {
             dialog->reject();
         }
     });
-    const bool answer =
+    const Answer answer =
         AskWithoutDefault(nullptr, QStringLiteral("Title"), QStringLiteral("<b>Sure?</b>"));
-    return isAnswered ? std::optional<bool>(answer) : std::nullopt;
+    return isAnswered ? std::optional<Answer>(answer) : std::nullopt;
 }
 
 TEST(QuestionWithoutDefault, AnswersNothingToAKeyPressedForSomethingElse) {
@@ -37,9 +37,9 @@ TEST(QuestionWithoutDefault, AnswersNothingToAKeyPressedForSomethingElse) {
 }
 
 TEST(QuestionWithoutDefault, AnswersToItsOwnKeys) {
-    EXPECT_EQ(AnswerTo(Qt::Key_Escape), false);
-    EXPECT_EQ(AnswerTo(Qt::Key_Y, Qt::AltModifier), true);
-    EXPECT_EQ(AnswerTo(Qt::Key_N, Qt::AltModifier), false);
+    EXPECT_EQ(AnswerTo(Qt::Key_Escape), Answer::kNo);
+    EXPECT_EQ(AnswerTo(Qt::Key_Y, Qt::AltModifier), Answer::kYes);
+    EXPECT_EQ(AnswerTo(Qt::Key_N, Qt::AltModifier), Answer::kNo);
 }
 
 TEST(QuestionWithoutDefault, TheKeyboardReachesItsButtons) {
@@ -58,7 +58,8 @@ TEST(QuestionWithoutDefault, TheKeyboardReachesItsButtons) {
         box->button(QMessageBox::Yes)->setFocus();
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
     });
-    EXPECT_TRUE(AskWithoutDefault(nullptr, QStringLiteral("Title"), QStringLiteral("Sure?")));
+    EXPECT_EQ(AskWithoutDefault(nullptr, QStringLiteral("Title"), QStringLiteral("Sure?")),
+              Answer::kYes);
 }
 
 }  // namespace
