@@ -14,10 +14,13 @@ ReportFolder() {
 
 # UnderSanitizers PRESET COMMAND...: the command, with what the sanitizers are told.
 UnderSanitizers() {
-    local preset=$1 reports
+    local preset=$1 reports addresses
     shift
     reports=log_path=$(ReportFolder "$preset")/report
-    ASAN_OPTIONS=$reports:detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1 \
+    addresses=$reports:detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1
+    # Whole stacks, or nothing would name the function of a library that lost memory.
+    addresses+=:fast_unwind_on_malloc=0:malloc_context_size=80
+    ASAN_OPTIONS=$addresses \
     LSAN_OPTIONS=suppressions=$root/tools/leaks.supp:print_suppressions=0 \
     UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
     TSAN_OPTIONS=$reports:second_deadlock_stack=1 \
