@@ -17,7 +17,7 @@ UnderSanitizers() {
     local preset=$1 reports addresses
     shift
     reports=log_path=$(ReportFolder "$preset")/report
-    addresses=$reports:detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1
+    addresses=$reports:detect_leaks=1:detect_stack_use_after_return=1
     # Whole stacks, or nothing would name the function of a library that lost memory.
     addresses+=:fast_unwind_on_malloc=0:malloc_context_size=80
     ASAN_OPTIONS=$addresses \
