@@ -138,7 +138,7 @@ void ReadRecords(int fd, const tagVIRHEAD& head, Offset end, Offset size, VirusL
 
 ReadLogResult ReadVirusLogCopy(const char* path, VirusLogContents& out) {
     out = {};
-    const FileDescriptor copy = OpenExistingSharedFile(path, O_RDONLY);
+    const FileDescriptor copy = common::OpenRegularFile(path, O_RDONLY, common::Links::kNone);
     return copy ? ReadVirusLogCopy(copy.Get(), out) : ReadLogResult::kCannotOpen;
 }
 
