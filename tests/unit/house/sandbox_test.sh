@@ -133,11 +133,16 @@ CheckDevices() {
 }
 
 CheckKernelSettings() {
-    local got file=/proc/sys/kernel/printk_ratelimit
+    local got before file=/proc/sys/kernel/printk_ratelimit
     got=$("$sandbox" sh -c '(cat "$1" >"$1") 2>/dev/null || echo closed
         mkdir /sys/house 2>&1 | sed "s/.*: //"; cat "$1"' sh "$file" | tr '\n' ' ')
     Expect "root cannot change the kernel's settings" \
         "closed Read-only file system $(cat "$file") " "$got"
+    file=/proc/sys/kernel/msgmni
+    before=$(cat "$file")
+    got=$("$sandbox" sh -c 'echo 77 >"$1"; cat "$1"' sh "$file" 2>&1)
+    Expect "root can bound the sandbox's own queues" 77 "$got"
+    Expect "the machine's queues keep their bound" "$before" "$(cat "$file")"
 }
 
 # A folder below /run is hidden, or with --show there: with its sockets, and not to be written.
