@@ -1,10 +1,14 @@
 #include "reports/reports_page.h"
 
+#include <algorithm>
 #include <unistd.h>
 #include <vector>
 
 #include <QEvent>
 #include <QHeaderView>
+#include <QKeyEvent>
+#include <QScrollBar>
+#include <QStyle>
 #include <QTreeWidget>
 
 #include "ui_reports_page.h"
@@ -13,6 +17,7 @@
 #include "reports/dlg_report.h"
 #include "reports/files/current_report.h"
 #include "reports/files/scheduled_index.h"
+#include "reports/plain_tool_tip.h"
 #include "widgets/display_name.h"
 #include "widgets/messages.h"
 
@@ -28,7 +33,11 @@ ReportKind CurrentKind() {
 }
 
 void SetColumn(QTreeWidgetItem* row, Column column, const std::string& bytes) {
-    row->setText(column, DisplayName(bytes));
+    const QString text = DisplayName(bytes);
+    row->setText(column, text);
+    if (column != kFinished) {
+        row->setToolTip(column, PlainToolTip(text));
+    }
     row->setData(column, kBytesRole,
                  QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size())));
 }
@@ -43,13 +52,15 @@ ReportsPage::ReportsPage(QWidget* parent)
     : QWidget(parent), m_ui(std::make_unique<Ui::ReportsPage>()) {
     m_ui->setupUi(this);
     QTreeWidget* list = m_ui->lstReports;
-    list->header()->resizeSection(kFinished, 210);
-    list->header()->resizeSection(kSubject, 260);
+    list->header()->setMinimumSectionSize(1);
+    list->installEventFilter(this);
+    list->viewport()->installEventFilter(this);
     connect(m_ui->cmbReports, &QComboBox::currentIndexChanged, this, &ReportsPage::KindChosen);
     connect(list, &QTreeWidget::itemDoubleClicked, this, &ReportsPage::RowDoubleClicked);
     connect(list, &QTreeWidget::itemClicked, this, &ReportsPage::RowClicked);
     connect(m_ui->btnShwRpt, &QPushButton::clicked, this, &ReportsPage::ShowClicked);
     connect(m_ui->btnDelRpt, &QPushButton::clicked, this, &ReportsPage::DeleteClicked);
+    connect(list, &QTreeWidget::itemSelectionChanged, m_ui->lblHint, &QLabel::hide);
     SayWhatIsEmpty();
 }
 
@@ -68,9 +79,11 @@ void ReportsPage::Fill() {
     QTreeWidget* list = m_ui->lstReports;
     list->clear();
     list->setSortingEnabled(false);  // rows stay in the order of the index
+    m_ui->lblHint->hide();
     const auto reports = ListReports(CurrentKind(), IndexCount::kNoneMeansEmpty);
+    m_isReadable = reports.has_value();
     if (!reports) {
-        SayWhatIsEmpty();
+        EnableButtons();
         if (CurrentKind() != kScheduledReports) {
             ShowCritical(this, "Corvane",
                          tr("Unable to open Report File. \n Close all the application and try "
@@ -89,6 +102,38 @@ void ReportsPage::Fill() {
     }
     list->addTopLevelItems(rows);
     EnableButtons();
+    FitColumns();
+    GoToNewest();
+}
+
+// Indexes are written from the oldest report to the newest.
+void ReportsPage::GoToNewest() {
+    QTreeWidget* list = m_ui->lstReports;
+    if (QTreeWidgetItem* newest = list->topLevelItem(list->topLevelItemCount() - 1)) {
+        list->setCurrentItem(newest, kFinished, QItemSelectionModel::NoUpdate);
+        list->scrollToItem(newest);
+    }
+}
+
+// The date and a report's name are seen whole where the page is wide enough; what was scanned takes
+// the rest and is cut in its middle. Full paths of reports share that rest.
+void ReportsPage::FitColumns() {
+    QTreeWidget* list = m_ui->lstReports;
+    QHeaderView* header = list->header();
+    const int spare = 2 * (list->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1) +
+                      list->fontMetrics().averageCharWidth();
+    const auto wide = [&](Column column, const char* sample) {
+        return std::max(header->sectionSizeHint(column),
+                        list->fontMetrics().horizontalAdvance(QLatin1String(sample)) + spare);
+    };
+    const int all = list->viewport()->width();
+    const int date = std::min(wide(kFinished, "28 Mar, 2026, 10:00:00 PM"), all / 2);
+    const int name = CurrentKind() == kScheduledReports
+                         ? (all - date) / 2
+                         : std::min(wide(kReport, "updt0000.log"), (all - date) / 2);
+    header->resizeSection(kFinished, date);
+    header->resizeSection(kSubject, all - date - name);
+    header->resizeSection(kReport, name);
 }
 
 void ReportsPage::ShowSelected() {
@@ -97,6 +142,7 @@ void ReportsPage::ShowSelected() {
 
 void ReportsPage::ShowRow(const QTreeWidgetItem* row) {
     if (row == nullptr) {
+        SayNothingIsSelected();
         return;
     }
     SetCurrentReport(CurrentKind(), ColumnBytes(row, kReport));
@@ -106,6 +152,7 @@ void ReportsPage::ShowRow(const QTreeWidgetItem* row) {
 void ReportsPage::DeleteSelected() {
     QTreeWidgetItem* row = SelectedRow();
     if (row == nullptr) {
+        SayNothingIsSelected();
         return;
     }
     if (CurrentKind() == kScheduledReports) {
@@ -176,6 +223,12 @@ void ReportsPage::EnableButtons() {
 
 void ReportsPage::SayWhatIsEmpty() {
     const bool isEmpty = m_ui->lstReports->topLevelItemCount() == 0;
+    m_ui->listOrEmpty->setCurrentWidget(isEmpty ? static_cast<QWidget*>(m_ui->pageEmpty)
+                                                : m_ui->lstReports);
+    if (!m_isReadable) {
+        m_ui->lblEmpty->setText(tr("The list of these reports cannot be read."));
+        return;
+    }
     switch (CurrentKind()) {
         case kUpdateReports:
             m_ui->lblEmpty->setText(
@@ -190,14 +243,38 @@ void ReportsPage::SayWhatIsEmpty() {
                 tr("No scan reports yet.\nScan a file or a folder: its report will be here."));
             break;
     }
-    m_ui->listOrEmpty->setCurrentWidget(isEmpty ? static_cast<QWidget*>(m_ui->pageEmpty)
-                                                : m_ui->lstReports);
+}
+
+void ReportsPage::SayNothingIsSelected() {
+    if (m_ui->lstReports->topLevelItemCount() != 0) {
+        m_ui->lblHint->setText(tr("Select a report in the list first."));
+        m_ui->lblHint->show();
+    }
+}
+
+// Return shows the report that the keys have reached, selected or not.
+bool ReportsPage::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_ui->lstReports->viewport() && event->type() == QEvent::Resize) {
+        FitColumns();
+    }
+    QTreeWidgetItem* current = m_ui->lstReports->currentItem();
+    if (watched == m_ui->lstReports && event->type() == QEvent::KeyPress && current != nullptr) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            m_ui->lstReports->setCurrentItem(current);
+            emit RowDoubleClicked(current, kFinished);
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void ReportsPage::changeEvent(QEvent* event) {
     if (event->type() == QEvent::LanguageChange) {
         m_ui->retranslateUi(this);
+        m_ui->lblHint->hide();
         SayWhatIsEmpty();
+        FitColumns();
     }
     QWidget::changeEvent(event);
 }
