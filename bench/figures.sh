@@ -204,6 +204,8 @@ FigureH() {
     Note "== a report of 50 MB"
     ShowReports open
     Row h "report of 50 MB on screen / bare text widget" "$(Median open)" most 0.1
+    Note "   It was read, gone to its end and searched in $(Field memory) KiB, and never kept the window" \
+        "waiting for longer than $(Field longest) s."
 }
 
 FigureI() {

@@ -6,18 +6,20 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGuiApplication>
-#include <QMessageBox>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QProgressDialog>
 #include <QSaveFile>
 #include <QShortcut>
-#include <QTextDocument>
 
 #include "ui_dlg_report.h"
 
 #include "common/text_field.h"
 #include "reports/files/current_report.h"
 #include "reports/find_bar.h"
+#include "reports/plain_tool_tip.h"
+#include "reports/report_printer.h"
+#include "widgets/display_name.h"
 #include "widgets/messages.h"
 
 dlgReport::dlgReport(QWidget* parent)
@@ -25,8 +27,9 @@ dlgReport::dlgReport(QWidget* parent)
       m_ui(std::make_unique<Ui::dlgReport>()),
       m_kind(static_cast<ReportKind>(g_siRptKind)) {
     m_ui->setupUi(this);
+    setWindowFlag(Qt::WindowMaximizeButtonHint);
     m_findBar = new FindBar(m_ui->edtViewRpt, this);
-    m_ui->layout->insertWidget(1, m_findBar);
+    m_ui->layout->insertWidget(m_ui->layout->indexOf(m_ui->edtViewRpt) + 1, m_findBar);
     m_findBar->TabBetween(m_ui->edtViewRpt, m_ui->btnPrev);
     connect(m_ui->btnPrev, &QPushButton::clicked, this, &dlgReport::OnPrevClick);
     connect(m_ui->btnNext, &QPushButton::clicked, this, &dlgReport::OnNextClick);
@@ -97,7 +100,14 @@ bool dlgReport::DisplayReport() {
     }
     m_ui->edtViewRpt->SetReport(std::move(*text));
     m_findBar->ReportChanged();
+    ShowName();
     return true;
+}
+
+void dlgReport::ShowName() {
+    const std::string_view path = FieldText(g_szRptPath);
+    m_ui->lblReport->setText(DisplayName(path.substr(path.rfind('/') + 1)));
+    m_ui->lblReport->setToolTip(PlainToolTip(DisplayName(path)));
 }
 
 void dlgReport::OnNextClick() {
@@ -125,12 +135,23 @@ void dlgReport::OnPrint() {
     if (dialog.exec() != QDialog::Accepted) {
         return;
     }
-    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-    QTextDocument document;
-    document.setDefaultFont(m_ui->edtViewRpt->font());
-    document.setPlainText(m_ui->edtViewRpt->ReportText());
-    document.print(m_printer.get());
-    QGuiApplication::restoreOverrideCursor();
+    QProgressDialog waiting(tr("Printing the report ..."), tr("Cancel"), 0, 1000, this);
+    waiting.setWindowTitle(windowTitle());
+    waiting.setWindowModality(Qt::WindowModal);
+    waiting.setMinimumDuration(300);  // milliseconds; a few pages are printed before that
+    const auto progress = [&waiting](int done) {
+        waiting.setValue(done);  // lets the window answer, too
+        return !waiting.wasCanceled();
+    };
+    const PrintResult result =
+        PrintReport(*m_printer, m_ui->edtViewRpt->Report(), m_ui->lblReport->text(),
+                    m_ui->edtViewRpt->font(), progress);
+    waiting.reset();
+    if (result == PrintResult::kFailed) {
+        ShowCritical(this, "Corvane",
+                     tr("Unable to print the report.\nCheck the printer, or the room for the file "
+                        "that is printed to."));
+    }
 }
 
 QString dlgReport::ProposedFileName() const {
@@ -170,7 +191,7 @@ bool dlgReport::SaveReport(const QString& fileName) {
     // The old file stays whole until the new one is: a full disk loses neither.
     QSaveFile file(fileName);
     file.setDirectWriteFallback(true);
-    const std::string& bytes = m_ui->edtViewRpt->ReportBytes();
+    const std::string& bytes = m_ui->edtViewRpt->Report().Bytes();
     const auto size = static_cast<qint64>(bytes.size());
     if (file.open(QIODevice::WriteOnly) && file.write(bytes.data(), size) == size &&
         file.commit()) {

@@ -49,6 +49,7 @@ private:
     [[nodiscard]] bool CanStep(int direction) const;
     [[nodiscard]] QString ProposedFileName() const;
     bool SaveReport(const QString& fileName);
+    void ShowName();
 
     std::unique_ptr<Ui::dlgReport> m_ui;
     FindBar* m_findBar = nullptr;  // owned by the layout

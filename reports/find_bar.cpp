@@ -1,11 +1,7 @@
 #include "reports/find_bar.h"
 
-#include <algorithm>
-
 #include <QEvent>
 #include <QKeyEvent>
-#include <QStringMatcher>
-#include <QTextCursor>
 
 #include "ui_find_bar.h"
 
@@ -24,7 +20,8 @@ FindBar::FindBar(ReportView* view, QWidget* parent)
     m_pause.setSingleShot(true);
     m_pause.setInterval(kPauseMilliseconds);
     connect(m_ui->edtFind, &QLineEdit::textChanged, &m_pause, qOverload<>(&QTimer::start));
-    connect(&m_pause, &QTimer::timeout, this, &FindBar::CountAndShowFirst);
+    connect(&m_pause, &QTimer::timeout, this, [this] { CountMatches(Goal::kFirst); });
+    connect(&m_counting, &QTimer::timeout, this, &FindBar::CountSome);
     connect(m_ui->btnFindNext, &QToolButton::clicked, this, &FindBar::FindNext);
     connect(m_ui->btnFindPrev, &QToolButton::clicked, this, &FindBar::FindPrevious);
     connect(m_ui->btnFindClose, &QToolButton::clicked, this, &FindBar::Close);
@@ -54,79 +51,79 @@ void FindBar::Close() {
 
 void FindBar::ReportChanged() {
     m_pause.stop();
-    CountMatches();
+    CountMatches(Goal::kNone);
 }
 
-void FindBar::CountMatches() {
-    m_matches.clear();
-    m_current = -1;
+void FindBar::CountMatches(Goal goal) {
     const QString wanted = m_ui->edtFind->text();
-    if (!wanted.isEmpty()) {
-        const QString& text = m_view->ReportText();
-        const QStringMatcher matcher(wanted, Qt::CaseInsensitive);
-        for (qsizetype at = matcher.indexIn(text); at >= 0;
-             at = matcher.indexIn(text, at + wanted.size())) {
-            m_matches.push_back(at);
-        }
+    m_search = wanted.isEmpty() ? ReportSearch() : ReportSearch(m_view->Report(), wanted);
+    m_current.reset();
+    m_goal = goal;
+    m_counting.start(0);
+    CountSome();
+}
+
+void FindBar::CountSome() {
+    m_search.CountSome();
+    if (m_search.IsWhole()) {
+        m_counting.stop();
+        Go(m_goal);
     }
     SayCount();
-}
-
-void FindBar::CountAndShowFirst() {
-    CountMatches();
-    if (!m_matches.empty()) {
-        // On from where the reader is, so that a longer text keeps its place.
-        const auto next = std::lower_bound(m_matches.begin(), m_matches.end(),
-                                           m_view->textCursor().selectionStart());
-        m_current = next == m_matches.end() ? 0 : next - m_matches.begin();
-        ShowCurrent();
-    }
 }
 
 void FindBar::FindNext() {
-    Step(1);
+    Step(Goal::kNext);
 }
 
 void FindBar::FindPrevious() {
-    Step(-1);
+    Step(Goal::kPrevious);
 }
 
-void FindBar::Step(int direction) {
+void FindBar::Step(Goal goal) {
     if (m_ui->edtFind->text().isEmpty()) {
         Open();
-        return;
-    }
-    if (m_pause.isActive()) {
+    } else if (m_pause.isActive()) {
         m_pause.stop();
-        CountMatches();
-    }
-    const auto count = static_cast<std::ptrdiff_t>(m_matches.size());
-    if (count == 0) {
-        return;
-    }
-    if (m_current < 0) {
-        m_current = direction > 0 ? 0 : count - 1;
+        CountMatches(goal);
+    } else if (!m_search.IsWhole()) {
+        m_goal = goal;
     } else {
-        m_current = (m_current + direction + count) % count;
+        Go(goal);
+        SayCount();
     }
-    ShowCurrent();
 }
 
-void FindBar::ShowCurrent() {
-    m_view->ShowMatch(m_matches[static_cast<std::size_t>(m_current)], m_ui->edtFind->text().size());
-    SayCount();
+void FindBar::Go(Goal goal) {
+    m_goal = Goal::kNone;
+    const std::size_t count = m_search.Count();
+    if (count == 0 || goal == Goal::kNone) {
+        return;
+    }
+    if (goal == Goal::kFirst) {
+        // On from where the reader is, so that a longer text keeps its place.
+        m_current = m_search.FirstFrom(m_view->SelectionBegin()) % count;
+    } else if (goal == Goal::kNext) {
+        m_current = m_current ? (*m_current + 1) % count : 0;
+    } else {
+        m_current = (m_current.value_or(0) + count - 1) % count;
+    }
+    const ReportSearch::Match match = m_search.At(*m_current);
+    m_view->ShowRange(match.begin, match.end);
 }
 
 void FindBar::SayCount() {
-    const auto count = static_cast<int>(m_matches.size());
+    const auto count = static_cast<int>(m_search.Count());
     if (m_ui->edtFind->text().isEmpty()) {
         m_ui->lblMatches->clear();
+    } else if (!m_search.IsWhole()) {
+        m_ui->lblMatches->setText(tr("Searching ..."));
     } else if (count == 0) {
         m_ui->lblMatches->setText(tr("No match"));
-    } else if (m_current < 0) {
+    } else if (!m_current) {
         m_ui->lblMatches->setText(count == 1 ? tr("1 match") : tr("%1 matches").arg(count));
     } else {
-        m_ui->lblMatches->setText(tr("%1 of %2").arg(m_current + 1).arg(count));
+        m_ui->lblMatches->setText(tr("%1 of %2").arg(*m_current + 1).arg(count));
     }
     m_ui->btnFindNext->setEnabled(count != 0);
     m_ui->btnFindPrev->setEnabled(count != 0);
@@ -137,7 +134,7 @@ void FindBar::keyPressEvent(QKeyEvent* event) {
         Close();
     } else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
         // Kept from the dialog, whose default button it would press.
-        Step(event->modifiers().testFlag(Qt::ShiftModifier) ? -1 : 1);
+        Step(event->modifiers().testFlag(Qt::ShiftModifier) ? Goal::kPrevious : Goal::kNext);
     } else {
         QWidget::keyPressEvent(event);
     }

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
-#include <vector>
+#include <optional>
 
 #include <QTimer>
 #include <QWidget>
+
+#include "reports/report_search.h"
 
 class ReportView;
 
@@ -13,7 +16,8 @@ class FindBar;
 }
 
 /// A line to search a report with: every match is counted as soon as the typing pauses, and F3 and
-/// Shift+F3 go round them. Letters match in both cases. GUI thread only.
+/// Shift+F3 go round them. Letters match in both cases. A large report is searched a piece at a
+/// time; what is pressed meanwhile is done when all is counted. GUI thread only.
 class FindBar : public QWidget {
     Q_OBJECT
 
@@ -36,21 +40,29 @@ public:
     /// The view shows another report: its matches are counted anew, but not gone to.
     void ReportChanged();
 
+    /// The search that the bar shows the count of.
+    [[nodiscard]] const ReportSearch& Search() const { return m_search; }
+
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:
-    void CountMatches();
-    void CountAndShowFirst();
-    void Step(int direction);
-    void ShowCurrent();
+    // What is done when all matches are counted.
+    enum class Goal { kNone, kFirst, kNext, kPrevious };
+
+    void CountMatches(Goal goal);
+    void CountSome();
+    void Step(Goal goal);
+    void Go(Goal goal);
     void SayCount();
     void Close();
 
     std::unique_ptr<Ui::FindBar> m_ui;
     ReportView* m_view;
     QTimer m_pause;
-    std::vector<qsizetype> m_matches;  // where each begins in the text
-    std::ptrdiff_t m_current = -1;     // the match gone to last
+    QTimer m_counting;
+    ReportSearch m_search;
+    Goal m_goal = Goal::kNone;
+    std::optional<std::size_t> m_current;  // the match gone to last
 };

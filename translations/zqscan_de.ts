@@ -51,6 +51,10 @@
         <source>%1 of %2</source>
         <translation>%1 von %2</translation>
     </message>
+    <message>
+        <source>Searching ...</source>
+        <translation>Suche läuft ...</translation>
+    </message>
 </context>
 <context>
     <name>FolderPicker</name>
@@ -142,6 +146,13 @@
     <message>
         <source>This page is not there yet. It comes with a later version of Corvane.</source>
         <translation>Diese Seite gibt es noch nicht. Sie kommt mit einer späteren Version von Corvane.</translation>
+    </message>
+</context>
+<context>
+    <name>ReportPrinter</name>
+    <message>
+        <source>Page %1 of %2</source>
+        <translation>Seite %1 von %2</translation>
     </message>
 </context>
 <context>
@@ -245,6 +256,14 @@ Prüfen Sie eine Datei oder einen Ordner: Der Bericht steht dann hier.</translat
     <message>
         <source>Show selected report</source>
         <translation>Ausgewählten Bericht anzeigen</translation>
+    </message>
+    <message>
+        <source>The list of these reports cannot be read.</source>
+        <translation>Die Liste dieser Berichte kann nicht gelesen werden.</translation>
+    </message>
+    <message>
+        <source>Select a report in the list first.</source>
+        <translation>Wählen Sie zuerst einen Bericht in der Liste aus.</translation>
     </message>
 </context>
 <context>
@@ -765,6 +784,28 @@ Möchten Sie die vorhandene Datei ersetzen?</translation>
     <message>
         <source>Close</source>
         <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>Printing the report ...</source>
+        <translation>Der Bericht wird gedruckt ...</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Unable to print the report.
+Check the printer, or the room for the file that is printed to.</source>
+        <translation>Der Bericht konnte nicht gedruckt werden.
+Prüfen Sie den Drucker oder den Platz für die Datei, in die gedruckt wird.</translation>
+    </message>
+    <message>
+        <source>It is not a file that can hold a text.</source>
+        <translation>Das ist keine Datei, die einen Text aufnehmen kann.</translation>
+    </message>
+    <message>
+        <source>What the file held before is lost.</source>
+        <translation>Der bisherige Inhalt der Datei ist verloren.</translation>
     </message>
 </context>
 <context>

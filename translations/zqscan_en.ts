@@ -51,6 +51,10 @@
         <source>%1 of %2</source>
         <translation>%1 of %2</translation>
     </message>
+    <message>
+        <source>Searching ...</source>
+        <translation>Searching ...</translation>
+    </message>
 </context>
 <context>
     <name>FolderPicker</name>
@@ -142,6 +146,13 @@
     <message>
         <source>This page is not there yet. It comes with a later version of Corvane.</source>
         <translation>This page is not there yet. It comes with a later version of Corvane.</translation>
+    </message>
+</context>
+<context>
+    <name>ReportPrinter</name>
+    <message>
+        <source>Page %1 of %2</source>
+        <translation>Page %1 of %2</translation>
     </message>
 </context>
 <context>
@@ -245,6 +256,14 @@ Scan a file or a folder: its report will be here.</translation>
     <message>
         <source>Show selected report</source>
         <translation>Show selected report</translation>
+    </message>
+    <message>
+        <source>The list of these reports cannot be read.</source>
+        <translation>The list of these reports cannot be read.</translation>
+    </message>
+    <message>
+        <source>Select a report in the list first.</source>
+        <translation>Select a report in the list first.</translation>
     </message>
 </context>
 <context>
@@ -765,6 +784,28 @@ Do you want to replace the existing file?</translation>
     <message>
         <source>Close</source>
         <translation>Close</translation>
+    </message>
+    <message>
+        <source>Printing the report ...</source>
+        <translation>Printing the report ...</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>Unable to print the report.
+Check the printer, or the room for the file that is printed to.</source>
+        <translation>Unable to print the report.
+Check the printer, or the room for the file that is printed to.</translation>
+    </message>
+    <message>
+        <source>It is not a file that can hold a text.</source>
+        <translation>It is not a file that can hold a text.</translation>
+    </message>
+    <message>
+        <source>What the file held before is lost.</source>
+        <translation>What the file held before is lost.</translation>
     </message>
 </context>
 <context>

@@ -5,6 +5,7 @@
 #include <QPushButton>
 #include <QTest>
 
+#include "reports/find_bar.h"
 #include "tests/gui/reports/dlg_report_fixture.h"
 
 // The viewer's find bar: matches, the way round them, keys and focus.
@@ -63,13 +64,66 @@ TEST_F(DlgReportTest, TabGoesFromTheReportThroughTheFindBarToTheButtons) {
                                                "btnRptSavAs", "btnRptClose"}));
 }
 
-TEST_F(DlgReportTest, FindReachesWhatIsNotFilledInYet) {
-    OpenText(std::string(3'000'000, '\n') + "needle");
+// A megabyte that holds "needle" at its start and its end, and "NEEDLE" in its middle.
+std::string Haystack() {
+    const std::string hay(500'000, '\n');
+    return "needle" + hay + "\xC3\xA9 NEEDLE" + hay + "needle";
+}
+
+TEST_F(DlgReportTest, FindReachesWhatIsNotLaidOut) {
+    OpenText(Haystack());
+    ASSERT_FALSE(View()->IsWhole());
+    Press(Qt::Key_F, Qt::ControlModifier);
+    Find<QLineEdit>("edtFind")->setText("needle");
+    // Backwards at once, before anything is counted.
+    Press(Qt::Key_F3, Qt::ShiftModifier);
+    EXPECT_EQ(Matches(), "Searching ...");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return Matches() == "3 of 3"; }, kLimit));
+    EXPECT_EQ(View()->textCursor().selectedText(), "needle");
+    EXPECT_EQ(View()->SelectionBegin(), Haystack().size() - 6);
+    Press(Qt::Key_F3, Qt::ShiftModifier);
+    EXPECT_EQ(Matches(), "2 of 3");
+    EXPECT_EQ(View()->textCursor().selectedText(), "NEEDLE");
+    EXPECT_EQ(View()->SelectionBegin(), 500'009U);
+    Press(Qt::Key_F3);
+    Press(Qt::Key_F3);
+    EXPECT_EQ(Matches(), "1 of 3");
+    EXPECT_EQ(View()->SelectionBegin(), 0U);
+}
+
+TEST_F(DlgReportTest, ATurnOfTheWindowSearchesOnlyAPiece) {
+    OpenText(Haystack());
     Press(Qt::Key_F, Qt::ControlModifier);
     Find<QLineEdit>("edtFind")->setText("needle");
     Press(Qt::Key_F3);
-    EXPECT_EQ(View()->textCursor().selectedText(), "needle");
-    EXPECT_EQ(Matches(), "1 of 1");
+    const auto* bar = m_dialog->findChild<FindBar*>();
+    std::size_t before = bar->Search().Searched();
+    EXPECT_LE(before, ReportSearch::kMostAtOnce);
+    int turns = 0;
+    while (!bar->Search().IsWhole()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        EXPECT_LE(bar->Search().Searched() - before, ReportSearch::kMostAtOnce);
+        before = bar->Search().Searched();
+        ++turns;
+    }
+    EXPECT_GE(turns, 3);
+    EXPECT_EQ(Matches(), "1 of 3");
+}
+
+TEST_F(DlgReportTest, AnotherReportEndsASearchThatIsUnderWay) {
+    WriteIndex({{"d", "s", "big.log"}, {"d", "s", "small.log"}});
+    WriteReport("big.log", Haystack());
+    WriteReport("small.log", "a needle");
+    Open("big.log");
+    Press(Qt::Key_F, Qt::ControlModifier);
+    Find<QLineEdit>("edtFind")->setText("needle");
+    Press(Qt::Key_F3);
+    ASSERT_EQ(Matches(), "Searching ...");
+    Find("btnNext")->click();
+    EXPECT_EQ(Matches(), "1 match");
+    QTest::qWait(20);
+    EXPECT_EQ(Matches(), "1 match");
+    EXPECT_EQ(View()->SelectionBegin(), 0U);
 }
 
 TEST_F(DlgReportTest, FindIsRightBehindCarriageReturns) {

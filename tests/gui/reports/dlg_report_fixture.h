@@ -79,8 +79,12 @@ protected:
         Find<QLabel>("lblMatches")->setText("counting");
         edit->clear();
         QTest::keyClicks(edit, text);
-        ASSERT_TRUE(
-            QTest::qWaitFor([&] { return Matches() != "counting" && !Matches().empty(); }, kLimit));
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] {
+                return Matches() != "counting" && Matches() != "Searching ..." &&
+                       !Matches().empty();
+            },
+            kLimit));
     }
 
     std::unique_ptr<dlgReport> m_dialog;

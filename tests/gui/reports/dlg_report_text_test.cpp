@@ -3,6 +3,8 @@
 #include <string>
 
 #include <QColor>
+#include <QFontMetrics>
+#include <QLabel>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
@@ -11,7 +13,7 @@
 
 #include "tests/gui/reports/dlg_report_fixture.h"
 
-// How the viewer shows a report: as plain text, from its top, filled in as it goes, with marks.
+// How the viewer shows a report: as plain text, from its top, with marks.
 
 namespace {
 
@@ -31,31 +33,34 @@ TEST_F(DlgReportTest, StartsAtTheTop) {
     EXPECT_EQ(View()->verticalScrollBar()->value(), 0);
 }
 
-TEST_F(DlgReportTest, ALargeReportIsShownAtOnceAndFilledInWhileTheWindowLives) {
-    std::string text;
-    while (text.size() < 4'000'000) {
-        text += "Scanning: /home/user/some/file/in/some/folder\n";
-    }
-    text += "the end";
-    OpenText(text);
-    EXPECT_TRUE(View()->IsFilling()) << "opening does not wait for the whole text";
-    EXPECT_GT(View()->document()->blockCount(), 100) << "but its beginning is there";
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !View()->IsFilling(); }, kLimit));
-    EXPECT_EQ(Shown(), text);
-    EXPECT_EQ(View()->textCursor().position(), 0);
-    EXPECT_EQ(View()->verticalScrollBar()->value(), 0);
+TEST_F(DlgReportTest, ItsColumnsLineUp) {
+    OpenText("Total Files Scanned   = 1\nTotal I/O Errors      = 2");
+    const QFontMetrics metrics(View()->font());
+    EXPECT_EQ(metrics.horizontalAdvance("iiii"), metrics.horizontalAdvance("MMMM"));
 }
 
-TEST_F(DlgReportTest, AnotherReportReplacesOneThatIsStillFillingIn) {
-    WriteIndex({{"d", "s", "big.log"}, {"d", "s", "small.log"}});
-    WriteReport("big.log", std::string(3'000'000, '\n'));
-    WriteReport("small.log", "small");
-    Open("big.log");
-    ASSERT_TRUE(View()->IsFilling());
+TEST_F(DlgReportTest, NamesItsReportAndCanBeMaximised) {
+    OpenMiddle();
+    EXPECT_EQ(Find<QLabel>("lblReport")->text(), "b.log");
+    EXPECT_NE(Find<QLabel>("lblReport")
+                  ->toolTip()
+                  .indexOf(QString::fromStdString(m_folder / "reports/b.log")),
+              -1);
     Find("btnNext")->click();
-    EXPECT_FALSE(View()->IsFilling());
-    QTest::qWait(20);
-    EXPECT_EQ(Shown(), "small");
+    EXPECT_EQ(Find<QLabel>("lblReport")->text(), "c.log");
+    EXPECT_TRUE(m_dialog->windowFlags().testFlag(Qt::WindowMaximizeButtonHint));
+    EXPECT_EQ(m_dialog->windowTitle(), "Corvane Scan Report");
+}
+
+TEST_F(DlgReportTest, ANameIsNoMarkupAndDoesNotWidenTheWindow) {
+    const std::string name = "<b>" + std::string(40, 'n') + ".log";
+    WriteIndex({{"d", "s", name}});
+    WriteReport(name, "x");
+    Open(name);
+    EXPECT_EQ(Find<QLabel>("lblReport")->text(), QString::fromStdString(name));
+    EXPECT_EQ(Find<QLabel>("lblReport")->textFormat(), Qt::PlainText);
+    EXPECT_NE(Find<QLabel>("lblReport")->toolTip().indexOf("&lt;b&gt;"), -1);
+    EXPECT_EQ(Find<QLabel>("lblReport")->sizePolicy().horizontalPolicy(), QSizePolicy::Ignored);
 }
 
 TEST_F(DlgReportTest, MarksTheLinesAReaderLooksFor) {
