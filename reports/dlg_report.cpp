@@ -3,19 +3,20 @@
 #include <algorithm>
 
 #include <QEvent>
+#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QProgressDialog>
-#include <QSaveFile>
 #include <QShortcut>
 
 #include "ui_dlg_report.h"
 
 #include "common/text_field.h"
 #include "reports/files/current_report.h"
+#include "reports/files/save_copy.h"
 #include "reports/find_bar.h"
 #include "reports/plain_tool_tip.h"
 #include "reports/report_printer.h"
@@ -188,17 +189,21 @@ void dlgReport::OnSavAsClick() {
 }
 
 bool dlgReport::SaveReport(const QString& fileName) {
-    // The old file stays whole until the new one is: a full disk loses neither.
-    QSaveFile file(fileName);
-    file.setDirectWriteFallback(true);
-    const std::string& bytes = m_ui->edtViewRpt->Report().Bytes();
-    const auto size = static_cast<qint64>(bytes.size());
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes.data(), size) == size &&
-        file.commit()) {
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    const SaveOutcome outcome =
+        SaveCopy(QFile::encodeName(fileName).toStdString(), m_ui->edtViewRpt->Report().Bytes());
+    QGuiApplication::restoreOverrideCursor();
+    if (outcome.kind == SaveOutcome::kSaved) {
         return true;
     }
+    QString reason = outcome.kind == SaveOutcome::kNotRegular
+                         ? tr("It is not a file that can hold a text.")
+                         : qt_error_string(outcome.error);
+    if (outcome.kind == SaveOutcome::kLostOldBytes) {
+        reason += '\n' + tr("What the file held before is lost.");
+    }
     ShowCritical(this, "Corvane",
-                 tr("Unable to save the report as ' %1 '.\n%2").arg(fileName, file.errorString()));
+                 tr("Unable to save the report as ' %1 '.\n%2").arg(fileName, reason));
     return false;
 }
 

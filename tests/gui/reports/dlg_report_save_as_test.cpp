@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <sys/stat.h>
 
 #include <QAbstractButton>
 #include <QFileDialog>
@@ -56,6 +57,12 @@ protected:
             buttons.sort();
             EXPECT_EQ(buttons, (QStringList{"&No", "&Yes"}));
         });
+    }
+
+    void ExpectFailure(const std::string& fileName, const std::string& reason) {
+        m_driver.ExpectMessage(QMessageBox::Critical, "Corvane",
+                               QString::fromStdString("Unable to save the report as ' " + fileName +
+                                                      " '.\n" + reason));
     }
 
     BoxDriver m_driver;
@@ -127,16 +134,35 @@ TEST_F(SaveAsTest, AFullDiskIsSaidAndTheOldFileStays) {
     WriteFile(target, "old");
     Choose(target);
     AnswerReplace(target, "&Yes");
-    m_driver.Expect([](QDialog* dialog) {
-        auto* box = qobject_cast<QMessageBox*>(dialog);
-        ASSERT_NE(box, nullptr);
-        EXPECT_EQ(box->icon(), QMessageBox::Critical);
-        EXPECT_TRUE(box->text().startsWith("Unable to save the report as ' "));
-        box->done(QMessageBox::Ok);
-    });
+    ExpectFailure(target, "No space left on device");
     Choose("");
     Find("btnRptSavAs")->click();
     EXPECT_EQ(ReadFile(target), "old");
+}
+
+TEST_F(SaveAsTest, AFifoIsRefusedAndNotWaitedFor) {
+    OpenText("new");
+    const std::string target = m_folder / "fifo";
+    ASSERT_EQ(mkfifo(target.c_str(), 0600), 0);
+    Choose(target);
+    AnswerReplace(target, "&Yes");
+    ExpectFailure(target, "It is not a file that can hold a text.");
+    Choose("");
+    Find("btnRptSavAs")->click();
+    EXPECT_TRUE(fs::is_fifo(target));
+}
+
+TEST_F(SaveAsTest, AnExistingFileKeepsItsOtherNameAndItsMode) {
+    OpenText("new");
+    const std::string target = m_folder / "copy.txt";
+    WriteFile(target, "old and longer");
+    fs::permissions(target, fs::perms(0640));
+    fs::create_hard_link(target, m_folder / "other");
+    Choose(target);
+    AnswerReplace(target, "&Yes");
+    Find("btnRptSavAs")->click();
+    EXPECT_EQ(ReadFile(m_folder / "other"), "new");
+    EXPECT_EQ(fs::status(target).permissions(), fs::perms(0640));
 }
 
 }  // namespace
