@@ -19,6 +19,7 @@ ActionCard::ActionCard(QWidget* parent) : QPushButton(parent) {
 
 void ActionCard::SetDescription(const QString& description) {
     m_description = description;
+    setAccessibleDescription(description);
     updateGeometry();
     update();
 }

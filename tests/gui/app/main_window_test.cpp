@@ -13,6 +13,7 @@
 #include "common/run_state.h"
 #include "scan/scanner.h"
 #include "tests/gui/app/main_window_fixture.h"
+#include "tests/support/screen_reader.h"
 
 // The main window's shell: slot table, buttons, pages, texts, the engine's start and end.
 
@@ -119,6 +120,16 @@ TEST_F(MainWindow, EverythingThatTakesTheFocusIsNamedAndExplained) {
         EXPECT_FALSE(widget->toolTip().isEmpty()) << widget->objectName().toStdString();
     }
     EXPECT_EQ(seen, 8 + 2 + 7 + 4);
+}
+
+TEST_F(MainWindow, AllThatCanBeReadIsReadOut) {
+    Open();
+    EXPECT_THAT(ScreenReader::UnreadableLabels(*m_window), ::testing::IsEmpty());
+    EXPECT_EQ(ScreenReader::NameOf(&Find<QWidget>("btnScnFl")), "Select file to scan");
+    EXPECT_EQ(ScreenReader::DescriptionOf(&Find<QWidget>("btnScnFl")),
+              "Choose one file and look into it for viruses.");
+    EXPECT_EQ(ScreenReader::DescriptionOf(&Find<QWidget>("btnScnDir")),
+              "Tick the folders whose files are to be scanned.");
 }
 
 TEST_F(MainWindow, TabGoesDownTheButtonsAndThenIntoThePage) {
