@@ -70,7 +70,7 @@ void ScanNote::ShowOutcome(std::uint32_t infected, bool wasStopped) {
                               : tr("%1 infected files were found.").arg(infected);
     }
     if (wasStopped) {
-        found.prepend(tr("The scan was stopped before its end.") + u' ');
+        found.prepend(tr("Stopped before the end.") + u' ');
     }
     if (infected > 0) {
         Show(found, QStyle::SP_MessageBoxWarning, kInfected);

@@ -114,6 +114,26 @@
         <source>Tick the &amp;folders to scan. Each is scanned with all it contains.</source>
         <translation>&amp;Ordner ankreuzen, die gescannt werden sollen. Jeder wird mit seinem ganzen Inhalt gescannt.</translation>
     </message>
+    <message>
+        <source>%1 ticked inside</source>
+        <translation>%1 darin angekreuzt</translation>
+    </message>
+    <message>
+        <source>No folder is ticked.</source>
+        <translation>Kein Ordner ist angekreuzt.</translation>
+    </message>
+    <message>
+        <source>1 folder is ticked.</source>
+        <translation>1 Ordner ist angekreuzt.</translation>
+    </message>
+    <message>
+        <source>%1 folders are ticked.</source>
+        <translation>%1 Ordner sind angekreuzt.</translation>
+    </message>
+    <message>
+        <source>%1 inside closed folders.</source>
+        <translation>%1 davon in zugeklappten Ordnern.</translation>
+    </message>
 </context>
 <context>
     <name>Messages</name>
@@ -124,6 +144,13 @@
     <message>
         <source>&amp;No</source>
         <translation>&amp;Nein</translation>
+    </message>
+</context>
+<context>
+    <name>NameLabel</name>
+    <message>
+        <source>&amp;Copy</source>
+        <translation>&amp;Kopieren</translation>
     </message>
 </context>
 <context>
@@ -264,6 +291,33 @@ Prüfen Sie eine Datei oder einen Ordner: Der Bericht steht dann hier.</translat
     <message>
         <source>Select a report in the list first.</source>
         <translation>Wählen Sie zuerst einen Bericht in der Liste aus.</translation>
+    </message>
+</context>
+<context>
+    <name>ScanNote</name>
+    <message>
+        <source>Stopping after this file...</source>
+        <translation>Der Scan hält nach dieser Datei an …</translation>
+    </message>
+    <message>
+        <source>No virus was found until then.</source>
+        <translation>Bis dahin wurde kein Virus gefunden.</translation>
+    </message>
+    <message>
+        <source>No virus was found.</source>
+        <translation>Es wurde kein Virus gefunden.</translation>
+    </message>
+    <message>
+        <source>1 infected file was found.</source>
+        <translation>1 infizierte Datei wurde gefunden.</translation>
+    </message>
+    <message>
+        <source>%1 infected files were found.</source>
+        <translation>%1 infizierte Dateien wurden gefunden.</translation>
+    </message>
+    <message>
+        <source>Stopped before the end.</source>
+        <translation>Vorzeitig angehalten.</translation>
     </message>
 </context>
 <context>
@@ -574,7 +628,7 @@ ist länger als 255 Bytes. Es wurde nichts gescannt; um sie zu scannen, bitte ei
     </message>
     <message>
         <source>About Corvane (Alt+A)</source>
-        <translation>Info über Corvane (Alt+B)</translation>
+        <translation>Info über Corvane (Alt+I)</translation>
     </message>
     <message>
         <source>About</source>
@@ -582,11 +636,11 @@ ist länger als 255 Bytes. Es wurde nichts gescannt; um sie zu scannen, bitte ei
     </message>
     <message>
         <source>&amp;About</source>
-        <translation>Ü&amp;ber Corvane</translation>
+        <translation>&amp;Info</translation>
     </message>
     <message>
         <source>Alt+A</source>
-        <translation>Alt+B</translation>
+        <translation>Alt+I</translation>
     </message>
     <message>
         <source>Display Corvane help (Alt+H)</source>
@@ -813,10 +867,6 @@ Prüfen Sie den Drucker oder den Platz für die Datei, in die gedruckt wird.</tr
     <message>
         <source>Corvane Scanner</source>
         <translation>Corvane-Scanner</translation>
-    </message>
-    <message>
-        <source>Status</source>
-        <translation>Status</translation>
     </message>
     <message>
         <source>Scanning...</source>

@@ -114,6 +114,26 @@
         <source>Tick the &amp;folders to scan. Each is scanned with all it contains.</source>
         <translation>Tick the &amp;folders to scan. Each is scanned with all it contains.</translation>
     </message>
+    <message>
+        <source>%1 ticked inside</source>
+        <translation>%1 ticked inside</translation>
+    </message>
+    <message>
+        <source>No folder is ticked.</source>
+        <translation>No folder is ticked.</translation>
+    </message>
+    <message>
+        <source>1 folder is ticked.</source>
+        <translation>1 folder is ticked.</translation>
+    </message>
+    <message>
+        <source>%1 folders are ticked.</source>
+        <translation>%1 folders are ticked.</translation>
+    </message>
+    <message>
+        <source>%1 inside closed folders.</source>
+        <translation>%1 inside closed folders.</translation>
+    </message>
 </context>
 <context>
     <name>Messages</name>
@@ -124,6 +144,13 @@
     <message>
         <source>&amp;No</source>
         <translation>&amp;No</translation>
+    </message>
+</context>
+<context>
+    <name>NameLabel</name>
+    <message>
+        <source>&amp;Copy</source>
+        <translation>&amp;Copy</translation>
     </message>
 </context>
 <context>
@@ -264,6 +291,33 @@ Scan a file or a folder: its report will be here.</translation>
     <message>
         <source>Select a report in the list first.</source>
         <translation>Select a report in the list first.</translation>
+    </message>
+</context>
+<context>
+    <name>ScanNote</name>
+    <message>
+        <source>Stopping after this file...</source>
+        <translation>Stopping after this file...</translation>
+    </message>
+    <message>
+        <source>No virus was found until then.</source>
+        <translation>No virus was found until then.</translation>
+    </message>
+    <message>
+        <source>No virus was found.</source>
+        <translation>No virus was found.</translation>
+    </message>
+    <message>
+        <source>1 infected file was found.</source>
+        <translation>1 infected file was found.</translation>
+    </message>
+    <message>
+        <source>%1 infected files were found.</source>
+        <translation>%1 infected files were found.</translation>
+    </message>
+    <message>
+        <source>Stopped before the end.</source>
+        <translation>Stopped before the end.</translation>
     </message>
 </context>
 <context>
@@ -813,10 +867,6 @@ Check the printer, or the room for the file that is printed to.</translation>
     <message>
         <source>Corvane Scanner</source>
         <translation>Corvane Scanner</translation>
-    </message>
-    <message>
-        <source>Status</source>
-        <translation>Status</translation>
     </message>
     <message>
         <source>Scanning...</source>

@@ -108,10 +108,9 @@ TEST_F(Note, TheEndInWords) {
         {0, false, "No virus was found."},
         {1, false, "1 infected file was found."},
         {2, false, "2 infected files were found."},
-        {0, true, "The scan was stopped before its end. No virus was found until then."},
-        {1, true, "The scan was stopped before its end. 1 infected file was found."},
-        {4000000000U, true,
-         "The scan was stopped before its end. 4000000000 infected files were found."},
+        {0, true, "Stopped before the end. No virus was found until then."},
+        {1, true, "Stopped before the end. 1 infected file was found."},
+        {4000000000U, true, "Stopped before the end. 4000000000 infected files were found."},
     };
     for (const auto& end : kEnds) {
         Finish(end.infected, end.isStopped);
