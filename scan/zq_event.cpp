@@ -40,6 +40,7 @@ ScanStep ZqEvent::Step() const {
 
 const ZqEvent* AsZqEvent(const QEvent* event) {
     const int type = event->type();
-    return type >= kEvtScanningFile && type <= kEvtFillBar ? static_cast<const ZqEvent*>(event)
+    // Another event may bear one of these numbers.
+    return type >= kEvtScanningFile && type <= kEvtFillBar ? dynamic_cast<const ZqEvent*>(event)
                                                            : nullptr;
 }

@@ -39,5 +39,6 @@ private:
 void PostZqEvent(ScanDialog* dialog, ZQEvent type, const tagZQFILEINFO* info);
 void PostZqEvent(ScanDialog* dialog, ZQEvent type, const char* text = nullptr);
 
-/// What customEvent() was given as the ZqEvent it is, null when its type is none of them.
+/// What customEvent() was given as the ZqEvent it is, null for any other event and for a type that
+/// is no step of a scan.
 const ZqEvent* AsZqEvent(const QEvent* event);

@@ -149,7 +149,7 @@ TEST_F(Progress, TheBarOfAnEnormousTree) {
 }
 
 TEST_F(Progress, EventsThatAreNoneOfItsOwnAreIgnored) {
-    for (const int type : {1099, 1116, 1126}) {
+    for (const int type : {1099, 1100, 1107, 1116, 1126}) {
         m_dialog->SendOther(type);
     }
     m_dialog->Send(static_cast<ZQEvent>(1107));
