@@ -1,7 +1,7 @@
 #include <fstream>
 #include <optional>
 
-#include "tests/unit/product/shared_files_fixture.h"
+#include "tests/unit/product/shared_files/shared_files_fixture.h"
 
 // create-shared-files on a disk that is full, and killed or refused at its system calls.
 

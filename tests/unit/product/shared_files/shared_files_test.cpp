@@ -1,6 +1,6 @@
 #include <grp.h>
 
-#include "tests/unit/product/shared_files_fixture.h"
+#include "tests/unit/product/shared_files/shared_files_fixture.h"
 
 // What create-shared-files makes, keeps, repairs and leaves alone.
 
