@@ -54,5 +54,6 @@ private:
     LiveRun m_live{static_cast<QDialog*>(this), m_run};
 
 public:
+    /// The scan's, set for as long as somebody wants it to end, and after it. Any thread.
     StopFlag& m_stop = m_run.Stop();
 };
