@@ -27,7 +27,7 @@ Checked() {
 
 Tidied() {
     : >"$scratch/given"
-    printf '%s\n' one.cpp two.cpp | "$checkout/tools/tidy" build >"$scratch/out" 2>&1
+    printf '%s\n' one.cpp two.cpp | "$tools/tidy" build >"$scratch/out" 2>&1
     Expect "$1" "$2" "$(sort "$scratch/given" | tr '\n' ' ')"
 }
 
@@ -60,7 +60,10 @@ Command() {
         "$PWD/build" "$3" "$2" "$PWD/$1" "$PWD/$1"
 }
 
-mkdir "$scratch/bin" "$scratch/project"
+mkdir "$scratch/bin" "$scratch/project" "$scratch/tools"
+# A copy, as the scripts are changed, too.
+tools=$scratch/tools
+cp -- "$checkout"/tools/tidy* "$tools"
 cd "$scratch/project" || exit 1
 cat >"$scratch/bin/clang-tidy-14" <<END
 #!/bin/bash
@@ -111,10 +114,18 @@ echo 'Checks: "-*"' >tests/.clang-tidy
 Checked "a configuration in a folder" "one.cpp two.cpp "
 echo "version 15" >"$scratch/version"
 Checked "another clang-tidy" "one.cpp two.cpp "
+for script in tidy tidy-keys tidy-one; do
+    echo '# Changed.' >>"$tools/$script"
+    Checked "another $script" "one.cpp two.cpp "
+done
 
 mv deep.h away.h
 Tidied "a header that is gone" "two.cpp "
 Tidied "a header that is gone leaves no pass behind" "two.cpp "
+# Whatever left this there, nothing passed under that name.
+: >build/lint/-
+Tidied "a file in place of a pass that nothing can have" "two.cpp "
+rm build/lint/-
 mv away.h deep.h
 Checked "a header that is back as it was" ""
 rm build/again.o
@@ -129,13 +140,13 @@ echo two.cpp >"$scratch/refused"
 echo 'int Both(char);' >both.h
 Checked "what fails" "one.cpp two.cpp "
 Checked "what failed is looked at again" "two.cpp "
-printf 'two.cpp\n' | "$checkout/tools/tidy" build >/dev/null 2>&1
+printf 'two.cpp\n' | "$tools/tidy" build >/dev/null 2>&1
 Expect "a failure is told" 123 $?
 rm "$scratch/refused"
-printf 'two.cpp\n' | "$checkout/tools/tidy" build
+printf 'two.cpp\n' | "$tools/tidy" build
 Expect "a pass is told" 0 $?
 Expect "a source that is not compiled is named" "note: other.cpp is not compiled" \
-    "$(echo other.cpp | "$checkout/tools/tidy" build 2>&1)"
+    "$(echo other.cpp | "$tools/tidy" build 2>&1)"
 
 WriteBuild "-Winvalid-pch -include $PWD/build/CMakeFiles/x.dir/cmake_pch.hxx -DLAST" -DAGAIN
 Tidied "a precompiled header" "one.cpp "
