@@ -7,6 +7,10 @@ TEST(Sample, Passes) {
     SUCCEED();
 }
 
+TEST(Sample, DISABLED_Passes) {
+    SUCCEED();
+}
+
 TEST(Sample, SkipsForMarkup) {
     GTEST_SKIP() << "no \"<disk>\" & no 'tape'\nhere";
 }
