@@ -58,7 +58,7 @@ SuiteUnder() {
     ForgetReports "$preset"
     Say "Testing ($preset)"
     UnderSanitizers "$preset" ctest --test-dir "build/$preset" --parallel "$(nproc)" \
-        --output-on-failure "$@" || status=1
+        --no-tests=error --output-on-failure "$@" || status=1
     for report in "$(ReportFolder "$preset")"/report.*; do
         [[ -s $report ]] || continue
         status=1
@@ -100,7 +100,7 @@ CheckTypes() {
     BuildProduct lto
 }
 
-# Verb_check [types|addresses|threads [CTEST ARGUMENT...]]: one of the three, or all.
+# Verb_check [types | addresses [CTEST ARGUMENT...] | threads [CTEST ARGUMENT...]]: one of the three, or all.
 Verb_check() {
     local part status=0
     local -a parts=(types addresses threads)
@@ -108,6 +108,7 @@ Verb_check() {
         [[ " ${parts[*]} " == *" $1 "* ]] || Die "check: \"$1\" is none of ${parts[*]}"
         parts=("$1")
         shift
+        [[ ${parts[0]} != types || $# -eq 0 ]] || Die "check: types takes no arguments, as it runs no test"
     fi
     for part in "${parts[@]}"; do
         Say "Checking $part"
