@@ -2,6 +2,7 @@
 
 #include <QAbstractButton>
 #include <QCoreApplication>
+#include <QKeyEvent>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -13,6 +14,29 @@ QMessageBox::StandardButton Show(QMessageBox::Icon icon, QWidget* parent, const 
     box.setTextFormat(Qt::PlainText);
     return static_cast<QMessageBox::StandardButton>(box.exec());
 }
+
+/// Answers to its buttons, their accelerators and Escape alone: a message box takes the letter of
+/// an accelerator without Alt, too, which is what somebody types who has not seen the question yet.
+class DeafToTyping : public QMessageBox {
+public:
+    using QMessageBox::QMessageBox;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override {
+        constexpr Qt::KeyboardModifiers kNoTyping =
+            Qt::AltModifier | Qt::ControlModifier | Qt::MetaModifier;
+        const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+        if (event->key() == Qt::Key_Escape || (event->modifiers() & kNoTyping) != 0) {
+            QMessageBox::keyPressEvent(event);
+            return;
+        }
+        // A button that is no default leaves this key to its window, even where it has the focus.
+        if (auto* button = qobject_cast<QAbstractButton*>(focusWidget()); isReturn && button) {
+            button->click();
+        }
+        event->accept();
+    }
+};
 
 }  // namespace
 
@@ -52,7 +76,8 @@ bool AskYesNo(QWidget* parent, const QString& title, const QString& text) {
 }
 
 Answer AskWithoutDefault(QWidget* parent, const QString& title, const QString& text) {
-    QMessageBox box(QMessageBox::Question, title, text, QMessageBox::Yes | QMessageBox::No, parent);
+    DeafToTyping box(QMessageBox::Question, title, text, QMessageBox::Yes | QMessageBox::No,
+                     parent);
     box.setTextFormat(Qt::PlainText);
     box.setEscapeButton(QMessageBox::No);
     for (QPushButton* button : box.findChildren<QPushButton*>()) {

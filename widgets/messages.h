@@ -24,6 +24,6 @@ Answer AskYesNoCancel(QWidget* parent, const QString& title, const QString& text
 bool AskYesNo(QWidget* parent, const QString& title, const QString& text);
 
 /// A question with Yes and No that is asked while the user may be typing: no button is the default
-/// and none has the focus, so that a key pressed for something else answers nothing. Escape is No;
-/// kCancel says that the program was quit over the question.
+/// and none has the focus, and a letter counts only with Alt, so that a key pressed for something
+/// else answers nothing. Escape is No; kCancel says that the program was quit over the question.
 Answer AskWithoutDefault(QWidget* parent, const QString& title, const QString& text);

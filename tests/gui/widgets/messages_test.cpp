@@ -31,8 +31,43 @@ std::optional<Answer> AnswerTo(int key, Qt::KeyboardModifiers modifiers = {}) {
 }
 
 TEST(QuestionWithoutDefault, AnswersNothingToAKeyPressedForSomethingElse) {
-    for (const int key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
+    // Y, N, J: the accelerators of Yes and No, in English and German, without Alt.
+    for (const int key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space, Qt::Key_Y, Qt::Key_N,
+                          Qt::Key_J, Qt::Key_A}) {
         EXPECT_EQ(AnswerTo(key), std::nullopt) << key;
+        EXPECT_EQ(AnswerTo(key, Qt::ShiftModifier), std::nullopt) << key;
+    }
+}
+
+TEST(QuestionWithoutDefault, AnswersNothingToALetterOnAButton) {
+    ModalDriver driver;
+    driver.Expect([](QDialog* dialog) {
+        EXPECT_TRUE(QTest::qWaitForWindowActive(dialog));
+        auto* box = qobject_cast<QMessageBox*>(dialog);
+        ASSERT_NE(box, nullptr);
+        box->button(QMessageBox::No)->setFocus();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Y);
+        QTest::qWait(150);  // a button pressed by its key is animated
+        ASSERT_TRUE(box->isVisible());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    });
+    EXPECT_EQ(AskWithoutDefault(nullptr, QStringLiteral("Title"), QStringLiteral("Sure?")),
+              Answer::kNo);
+}
+
+TEST(QuestionWithoutDefault, TheKeysOfAButtonPressTheOneWithTheFocus) {
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
+        ModalDriver driver;
+        driver.Expect([key](QDialog* dialog) {
+            EXPECT_TRUE(QTest::qWaitForWindowActive(dialog));
+            auto* box = qobject_cast<QMessageBox*>(dialog);
+            ASSERT_NE(box, nullptr);
+            box->button(QMessageBox::Yes)->setFocus();
+            QTest::keyClick(QApplication::focusWidget(), key);
+        });
+        EXPECT_EQ(AskWithoutDefault(nullptr, QStringLiteral("Title"), QStringLiteral("Sure?")),
+                  Answer::kYes)
+            << key;
     }
 }
 
