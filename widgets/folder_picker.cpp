@@ -104,17 +104,15 @@ void FolderPicker::init() {
             tree->expandItem(root);
         }
     }
-    OpenTo(HomeFolder());
+    BeginAt(HomeFolder());
     TellWhatIsTicked();
 }
 
-void FolderPicker::OpenTo(const std::filesystem::path& path) {
+// Nothing is read on the way: to open "/home" would look into the homes of all users, which may
+// have to come over the network first.
+void FolderPicker::BeginAt(const std::filesystem::path& path) {
     StateChkLstView* folder = AsFolder(m_ui->folderTree->topLevelItem(0));
     for (const std::filesystem::path& name : path.relative_path()) {
-        if (name.empty() || !folder->IsExpandable()) {  // empty: after a "/" at the end
-            break;
-        }
-        m_ui->folderTree->expandItem(folder);
         StateChkLstView* child = folder->ChildNamed(name.string());
         if (child == nullptr) {
             break;

@@ -79,8 +79,8 @@ protected:
 
 private:
     void Populate(StateChkLstView* item);
-    /// Opens the tree as far as `path`, or the folder nearest above it that the tree has.
-    void OpenTo(const std::filesystem::path& path);
+    /// Puts the user on `path`, or on the folder nearest above it that has been read.
+    void BeginAt(const std::filesystem::path& path);
     /// Shows how many folders are ticked, and where they cannot be seen.
     void TellWhatIsTicked();
     bool IsWhollyTicked(const StateChkLstView* folder) const;

@@ -144,21 +144,10 @@ TickFolder() {
     Press "Select Directory" "${keys[@]}"
 }
 
-# CloseFolders: closes what the folder tree opened on its way to the home folder, where it begins.
-CloseFolders() {
-    local -a keys=(alt+f)
-    local step
-    for ((step = 0; step < 24; step++)); do # each folder on the way: closed, then left for its parent
-        keys+=(Left)
-    done
-    Press "Select Directory" "${keys[@]}"
-}
-
 # StartFolderScan PATH...: from the main window to the running scan of these folders.
 StartFolderScan() {
     local path
     Press Corvane alt+s alt+d || return
-    CloseFolders || return
     for path in "$@"; do
         TickFolder "$path" || return
     done
