@@ -1,3 +1,5 @@
+#include "reports/virus_log/readers_copy.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
@@ -11,7 +13,6 @@
 #include "common/wide_string.h"
 #include "reports/virus_log/log_files.h"
 #include "reports/virus_log/log_mutex.h"
-#include "reports/virus_log/readers_copy.h"
 #include "reports/virus_log/virus_log.h"
 
 namespace {
