@@ -140,6 +140,32 @@ TEST_F(VirFnd, ActivatingAnItemChoosesIt) {
     }
 }
 
+// It comes while the user may be typing elsewhere, and what it starts with may be "Delete".
+TEST_F(VirFnd, AStrayReturnAnswersNothing) {
+    g_scnActn = 2;
+    dlgVirFnd dialog;
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    for (const char* name : {"btnOk", "btnCancel"}) {
+        const auto* button = Find<QPushButton>(dialog, name);
+        EXPECT_FALSE(button->isDefault()) << name;
+        EXPECT_FALSE(button->autoDefault()) << name;
+    }
+    for (const char* focus : {"actionCombo", "applyToAllCheck"}) {
+        Find<QWidget>(dialog, focus)->setFocus();
+        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+            QTest::keyClick(QApplication::focusWidget(), key);
+            QTest::qWait(150);  // a button pressed by its key is animated
+            EXPECT_TRUE(dialog.isVisible()) << focus << ' ' << key;
+            EXPECT_FALSE(Find<QCheckBox>(dialog, "applyToAllCheck")->isChecked());
+        }
+    }
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_K, Qt::AltModifier);
+    ASSERT_TRUE(QTest::qWaitFor([&dialog] { return !dialog.isVisible(); }));
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+    EXPECT_EQ(g_myScnopts.choice, 2);
+}
+
 TEST_F(VirFnd, OkTakesTheItemShown) {
     g_scnActn = 9;  // shows item 1
     dlgVirFnd dialog;
