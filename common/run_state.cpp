@@ -32,6 +32,11 @@ std::atomic<std::int32_t> g_iCleanFileSeqCnt{0};
 std::atomic<std::int32_t> g_iCntLabViruses{0};
 std::array<LabDetectionKind, kLabDetectionKinds> g_LabScanData{};
 
+void ResetDetectionCounters() {
+    g_iCleanFileSeqCnt = 0;
+    g_iCntLabViruses = 0;
+}
+
 std::condition_variable g_waitForPrompt;
 tagMYSCNOPTS g_myScnopts{};
 std::int32_t g_scnActn = 1;

@@ -59,7 +59,10 @@ inline constexpr std::int32_t kLabDetectionKinds = 10;
 extern std::atomic<std::int32_t> g_iCntLabViruses;
 extern std::array<LabDetectionKind, kLabDetectionKinds> g_LabScanData;
 
-/// Woken when the user has answered; the only thing a scan waits for.
+/// Zeroes the two counts of the detections that are told apart.
+void ResetDetectionCounters();
+
+/// Woken when the user has answered: what a scan waits on for the user.
 extern std::condition_variable g_waitForPrompt;
 
 /// The user's choice in the virus prompt; zeroed when a run starts. Written by the GUI thread while

@@ -63,9 +63,7 @@ ScanRun::~ScanRun() {
 }
 
 void ScanRun::ForgetDetections() {
-    const ScanState state;
-    state.detectionKinds = 0;
-    state.cleanFiles = 0;
+    ResetDetectionCounters();
 }
 
 void ScanRun::ForgetTotal() {

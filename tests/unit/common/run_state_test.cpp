@@ -45,6 +45,17 @@ TEST(RunState, ResetZeroesTheSixCountersOnly) {
     g_totalfilestoscan = 0;
 }
 
+TEST(RunState, ResetZeroesWhatTellsDetectionsApart) {
+    g_iCleanFileSeqCnt = -1;
+    g_iCntLabViruses = 10;
+    g_uiInfCnt = 2;
+    ResetDetectionCounters();
+    EXPECT_EQ(g_iCleanFileSeqCnt, 0);
+    EXPECT_EQ(g_iCntLabViruses, 0);
+    EXPECT_EQ(g_uiInfCnt, 2U);
+    g_uiInfCnt = 0;
+}
+
 TEST(RunState, ReportKinds) {
     EXPECT_EQ(kScanReports, 0);
     EXPECT_EQ(kUpdateReports, 1);
