@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "common/engine_version.h"
 #include "common/io.h"
 #include "common/paths.h"
 #include "common/run_state.h"
@@ -42,10 +43,7 @@ std::string Formatted(const char* format, Arguments... arguments) {
 }
 
 std::string VersionText() {
-    tagZQVERINFO version{};
-    if (pfnGetVer != nullptr) {
-        pfnGetVer(&version);
-    }
+    const tagZQVERINFO version = EngineVersion();
     std::tm databaseDate{};
     SystemTimeToTm(&version.databaseDate, &databaseDate);
     return Formatted("Corvane Endpoint Protection Version %u.%02u\n%s\n\nVirus Database: ",

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <sys/stat.h>
 
+#include "common/engine_version.h"
 #include "common/io.h"
-#include "common/run_state.h"
 #include "common/text_field.h"
 #include "common/times.h"
 #include "reports/files/new_report.h"
@@ -22,10 +22,7 @@ char g_szOldDbTime[100];
 namespace {
 
 std::string UpdatedText() {
-    tagZQVERINFO version{};
-    if (pfnGetVer != nullptr) {
-        pfnGetVer(&version);
-    }
+    const tagZQVERINFO version = EngineVersion();
     std::array<char, 32> number{};
     std::snprintf(number.data(), number.size(), "  %u.%02u", unsigned{version.major},
                   unsigned{version.minor});

@@ -2,8 +2,8 @@
 
 #include <type_traits>
 
+#include "common/exception_log.h"
 #include "common/libraries.h"
-#include "scan/run/exception_log.h"
 
 namespace {
 

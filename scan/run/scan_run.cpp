@@ -3,8 +3,8 @@
 #include <span>
 #include <sys/stat.h>
 
+#include "common/exception_log.h"
 #include "scan/run/directory_walker.h"
-#include "scan/run/exception_log.h"
 #include "scan/run/file_count.h"
 #include "scan/run/message_rules.h"
 #include "scan/run/read_ahead.h"
@@ -77,16 +77,8 @@ void ScanRun::Begin() {
     ResetRunCounters();
     m_start = std::time(nullptr);
     WriteTime(m_state.startTime, "Start Time : %H:%M:%S\r\n", m_start);
-    WriteHeader();
-}
-
-void ScanRun::WriteHeader() {
-    try {
-        if (m_state.report != nullptr) {
-            m_state.report->WriteHeader();
-        }
-    } catch (...) {
-        LogException("ScanRun::WriteHeader()");  // of the engine, which is asked for its version
+    if (m_state.report != nullptr) {
+        m_state.report->WriteHeader();
     }
 }
 

@@ -100,7 +100,6 @@ public:
     [[nodiscard]] ScanState& State() { return m_state; }
 
 private:
-    void WriteHeader();
     void ScanPaths();
     void NoteEnd();
 

@@ -125,6 +125,17 @@ TEST_F(Generator, SurvivesAnyDateOfTheEngine) {
               std::string::npos);
 }
 
+TEST_F(Generator, AnEngineThatThrowsCostsTheVersionsOnly) {
+    pfnGetVer = [](tagZQVERINFO* version) {
+        version->major = 9;
+        throw 7;
+    };
+    ReportGen report(nullptr);
+    EXPECT_EQ(report.WriteHeader(), 1);
+    EXPECT_NE(Report().find("Corvane Endpoint Protection Version 0.00\n"), std::string::npos);
+    EXPECT_NE(Report().find("Scanner Settings for this Scan were as follows\n"), std::string::npos);
+}
+
 TEST_F(Generator, LogsTextsAsTheyAre) {
     {
         ReportGen report(nullptr);

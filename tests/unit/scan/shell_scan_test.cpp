@@ -160,10 +160,15 @@ TEST_F(ShellScan, AnEngineThatThrowsEndsNoScan) {
     EXPECT_EQ(g_uiTotCnt, 2U);
     EXPECT_THAT(m_engine.Calls("ZqCloseFile"), SizeIs(2));
     EXPECT_EQ(LogText(),
-              "In ScanRun::WriteHeader(): told to throw\n"
+              "In EngineVersion(): ZqGetAPIVersion: told to throw\n"
               "In EngineLibrary::Scan(): ZqScanFileEx: told to throw\n"
               "In EngineLibrary::Scan(): ZqScanFileEx: told to throw\n");
-    EXPECT_THAT(ReadFile(g_szRptPath), EndsWith("** Report End **\r\n"));
+    const std::string report = ReadFile(g_szRptPath);
+    EXPECT_THAT(report, HasSubstr("Corvane Endpoint Protection Version 0.00\n"));
+    EXPECT_THAT(report, HasSubstr("Scanner Settings for this Scan were as follows\n\n"
+                                  "- Scan Packed: Off\n"));
+    EXPECT_THAT(report, HasSubstr("Action on Virus found\n- Report only\n"));
+    EXPECT_THAT(report, EndsWith("** Report End **\r\n"));
 }
 
 TEST_F(ShellScan, AnEngineThatThrowsAtItsStartIsFreed) {

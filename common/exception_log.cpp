@@ -1,4 +1,4 @@
-#include "scan/run/exception_log.h"
+#include "common/exception_log.h"
 
 #include <exception>
 #include <string>
