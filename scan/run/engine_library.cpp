@@ -7,6 +7,17 @@
 
 namespace {
 
+// The engine's entry points, null while none is loaded. The ninth is pfnGetVer, which others call,
+// too.
+PFNINITSCAN pfnInit = nullptr;
+PFNDEINITSCAN pfnDeinit = nullptr;
+PFNSETCALLBACK pfnSetclbk = nullptr;
+PFNSETOPTIONS pfnSetoptns = nullptr;
+PFNOPENFILE pfnOpen = nullptr;
+PFNCLOSEFILE pfnClose = nullptr;
+PFNSCANFILEEX pfnScan = nullptr;
+PFNRESETFPTFLAGS pfnResetFPTFlags = nullptr;
+
 template <typename Function>
 bool LookUp(void* library, const char* symbol, Function& pointer) {
     pointer = reinterpret_cast<Function>(ZQGetProcAddress(library, symbol));
@@ -32,13 +43,14 @@ auto Call(const char* where, Function function, Arguments... arguments) {
 }  // namespace
 
 bool EngineLibrary::LookUpEntryPoints() {
-    return LookUp(m_library, "ZqInitScan", m_init) && LookUp(m_library, "ZqDeinitScan", m_deinit) &&
-           LookUp(m_library, "ZqGetAPIVersion", m_getVersion) &&
-           LookUp(m_library, "ZqSetCallBack", m_setCallback) &&
-           LookUp(m_library, "ZqSetOptions", m_setOptions) &&
-           LookUp(m_library, "ZqOpenFile", m_open) && LookUp(m_library, "ZqCloseFile", m_close) &&
-           LookUp(m_library, "ZqScanFileEx", m_scan) &&
-           LookUp(m_library, "ZqResetFPTFlags", m_resetFptFlags);
+    return LookUp(m_library, "ZqInitScan", pfnInit) &&
+           LookUp(m_library, "ZqDeinitScan", pfnDeinit) &&
+           LookUp(m_library, "ZqGetAPIVersion", pfnGetVer) &&
+           LookUp(m_library, "ZqSetCallBack", pfnSetclbk) &&
+           LookUp(m_library, "ZqSetOptions", pfnSetoptns) &&
+           LookUp(m_library, "ZqOpenFile", pfnOpen) && LookUp(m_library, "ZqCloseFile", pfnClose) &&
+           LookUp(m_library, "ZqScanFileEx", pfnScan) &&
+           LookUp(m_library, "ZqResetFPTFlags", pfnResetFPTFlags);
 }
 
 bool EngineLibrary::Load(const char* path) {
@@ -55,11 +67,11 @@ bool EngineLibrary::Load(const char* path) {
 }
 
 bool EngineLibrary::Start(tagSCANAPI_OPTIONS& options, PFNZQCALLBACK callback) {
-    if (Call("EngineLibrary::Start(): ZqInitScan", m_init, &options) == 0) {
+    if (Call("EngineLibrary::Start(): ZqInitScan", pfnInit, &options) == 0) {
         Free();
         return false;
     }
-    if (Call("EngineLibrary::Start(): ZqSetCallBack", m_setCallback, callback) == 0) {
+    if (Call("EngineLibrary::Start(): ZqSetCallBack", pfnSetclbk, callback) == 0) {
         Unload();
         return false;
     }
@@ -70,42 +82,42 @@ bool EngineLibrary::Unload() {
     if (m_library == nullptr) {
         return false;
     }
-    Call("EngineLibrary::Unload(): ZqDeinitScan", m_deinit);
+    Call("EngineLibrary::Unload(): ZqDeinitScan", pfnDeinit);
     Free();
     return true;
 }
 
 void EngineLibrary::Free() {
-    m_init = nullptr;
-    m_deinit = nullptr;
-    m_getVersion = nullptr;
-    m_setCallback = nullptr;
-    m_setOptions = nullptr;
-    m_open = nullptr;
-    m_close = nullptr;
-    m_scan = nullptr;
-    m_resetFptFlags = nullptr;
+    pfnInit = nullptr;
+    pfnDeinit = nullptr;
+    pfnGetVer = nullptr;
+    pfnSetclbk = nullptr;
+    pfnSetoptns = nullptr;
+    pfnOpen = nullptr;
+    pfnClose = nullptr;
+    pfnScan = nullptr;
+    pfnResetFPTFlags = nullptr;
     ZQFreeLibrary(m_library);
     m_library = nullptr;
 }
 
 void EngineLibrary::SetOptions(tagSCANAPI_OPTIONS& options) {
-    Call("EngineLibrary::SetOptions(): ZqSetOptions", m_setOptions, &options);
+    Call("EngineLibrary::SetOptions(): ZqSetOptions", pfnSetoptns, &options);
 }
 
 void EngineLibrary::ForgetDetections() {
-    Call("EngineLibrary::ForgetDetections(): ZqResetFPTFlags", m_resetFptFlags);
+    Call("EngineLibrary::ForgetDetections(): ZqResetFPTFlags", pfnResetFPTFlags);
 }
 
 bool EngineLibrary::Open(const char* name, std::uint64_t& handle) {
-    const int status = Call("EngineLibrary::Open(): ZqOpenFile", m_open, name, &handle);
+    const int status = Call("EngineLibrary::Open(): ZqOpenFile", pfnOpen, name, &handle);
     return status != kOpenFailed && status != kOpenRefused && handle != 0;
 }
 
 bool EngineLibrary::Scan(std::uint64_t handle, void* context) {
-    return Call("EngineLibrary::Scan(): ZqScanFileEx", m_scan, handle, context) == 1;
+    return Call("EngineLibrary::Scan(): ZqScanFileEx", pfnScan, handle, context) == 1;
 }
 
 bool EngineLibrary::Close(std::uint64_t& handle) {
-    return Call("EngineLibrary::Close(): ZqCloseFile", m_close, &handle) != 0;
+    return Call("EngineLibrary::Close(): ZqCloseFile", pfnClose, &handle) != 0;
 }

@@ -6,7 +6,8 @@
 #include "common/run_state.h"
 
 /// The engine's library and its nine entry points. A process has one engine: its handle and its
-/// version entry point are the globals that other code links.
+/// version entry point are globals that other code links, and the other entry points lie beside the
+/// functions of the class.
 ///
 /// Nothing that the engine throws gets past here. Such a call has failed, and the log says which it
 /// was. Starting and unloading belong to one thread while no file is open; the others to the scan
@@ -49,13 +50,4 @@ private:
     bool LookUpEntryPoints();
 
     void*& m_library = g_hModScanAPI;
-    PFNGETVER& m_getVersion = pfnGetVer;
-    PFNINITSCAN m_init = nullptr;
-    PFNDEINITSCAN m_deinit = nullptr;
-    PFNSETCALLBACK m_setCallback = nullptr;
-    PFNSETOPTIONS m_setOptions = nullptr;
-    PFNOPENFILE m_open = nullptr;
-    PFNCLOSEFILE m_close = nullptr;
-    PFNSCANFILEEX m_scan = nullptr;
-    PFNRESETFPTFLAGS m_resetFptFlags = nullptr;
 };
