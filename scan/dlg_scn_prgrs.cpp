@@ -87,7 +87,7 @@ void dlgScnPrgrs::init() {
 }
 
 void dlgScnPrgrs::destroy() {
-    if (m_thread != nullptr && m_thread->isRunning()) {
+    if (m_thread != nullptr && m_running) {
         EndThread();
     }
     m_thread.reset();
@@ -135,17 +135,18 @@ void dlgScnPrgrs::WaitForScan() {
         QApplication::restoreOverrideCursor();
     }
     if (m_running) {
-        // The program is quitting, which no event loop outlasts. Nobody wants to wait then for the
-        // virus log that a dead process keeps locked; while a stop is only asked for, the record of
-        // what was done still matters.
-        EndMutexWaits();
-        EndThread();
+        EndThread();  // the program is quitting, which no event loop outlasts
     }
     m_thread->Join();
 }
 
 void dlgScnPrgrs::EndThread() {
-    Run().Abandon();
+    if (m_thread->isRunning()) {
+        // Nobody wants to wait now for the virus log that a dead process keeps locked; while a stop
+        // is only asked for, the record of what was done still matters.
+        EndMutexWaits();
+        Run().Abandon();
+    }
     // Its last steps belong into the report, and so does the summary.
     while (!m_thread->wait(kEndPollInterval)) {
         Deliver();

@@ -20,7 +20,7 @@ class dlgScnPrgrs;
 /// Shown while an on-demand scan runs: owns the scan thread, hands its events to the scan's own
 /// records, shows what they change, and asks the user what the scan has to know.
 ///
-/// GUI thread, except for m_stop and GetPathListToScan().
+/// GUI thread, except for m_stop.
 class dlgScnPrgrs : public ScanDialog {
     Q_OBJECT
 
@@ -32,7 +32,8 @@ public:
     /// The paths to scan, which stay the caller's and outlive myexec(). Null is ignored.
     void SetPathListToScan(tagPathList* paths);
 
-    /// Gives the list back; a null argument is ignored. Any thread, once the scan has been started.
+    /// Gives the list back; a null argument is ignored. The scan's threads do not need it: they ask
+    /// their ScanRun.
     void GetPathListToScan(tagPathList** paths);
 
     /// Starts the scan and shows the dialog until it is closed. The scan is over when this returns.
@@ -81,7 +82,8 @@ private:
     /// Lets a scan whose dialog was closed come to its end, events included.
     void WaitForScan();
 
-    /// Ends the thread and hands its last events on.
+    /// Ends the thread, if it has not come to its end, and hands its last events on. No wait for a
+    /// named mutex of this process lasts then.
     void EndThread();
 
     std::unique_ptr<Ui::dlgScnPrgrs> m_ui;
