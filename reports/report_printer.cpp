@@ -9,8 +9,10 @@
 #include <QPainter>
 #include <QPalette>
 #include <QPrinter>
+#include <QTemporaryDir>
 #include <QTextLayout>
 
+#include "reports/files/save_copy.h"
 #include "reports/report_highlighter.h"
 #include "reports/report_text.h"
 
@@ -165,15 +167,44 @@ PrintResult Print(QPrinter& printer, Pages& pages) {
 }
 
 // The toolkit does not tell when a disk was full: whether the file has its end does.
-bool IsWholeFile(const QPrinter& printer) {
-    if (printer.outputFormat() != QPrinter::PdfFormat || printer.outputFileName().isEmpty()) {
-        return true;
-    }
-    QFile file(printer.outputFileName());
+bool IsWhole(QFile& file) {
     constexpr qint64 kTail = 32;
-    return file.open(QIODevice::ReadOnly) &&
-           (file.isSequential() || (file.seek(std::max<qint64>(0, file.size() - kTail)) &&
-                                    file.readAll().contains("%%EOF")));
+    return file.seek(std::max<qint64>(0, file.size() - kTail)) && file.readAll().contains("%%EOF");
+}
+
+// Gives what was printed to the person's file.
+bool HandOver(const QString& printed, const QString& target) {
+    QFile file(printed);
+    if (!file.open(QIODevice::ReadOnly) || !IsWhole(file)) {
+        return false;
+    }
+    const uchar* bytes = file.map(0, file.size());
+    return bytes != nullptr &&
+           SaveCopy(QFile::encodeName(target).toStdString(),
+                    {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(file.size())})
+                   .kind == SaveOutcome::kSaved;
+}
+
+// Whether there is any sense in laying out a report for this file, which may take minutes.
+bool MayHold(const QFileInfo& target) {
+    return target.exists() ? target.isFile() && target.isWritable()
+                           : QFileInfo(target.path()).isWritable();
+}
+
+// The printer writes a file of its own. The person's is touched only once that is whole, so that it
+// keeps what it held when the printing ends before.
+PrintResult PrintToFile(QPrinter& printer, Pages& pages) {
+    const QString target = printer.outputFileName();
+    const QTemporaryDir folder;
+    if (!folder.isValid() || !MayHold(QFileInfo(target))) {
+        return PrintResult::kFailed;
+    }
+    const QString own = folder.filePath("report");
+    printer.setOutputFileName(own);
+    const PrintResult result = Print(printer, pages);
+    printer.setOutputFileName(target);
+    return result == PrintResult::kPrinted && !HandOver(own, target) ? PrintResult::kFailed
+                                                                     : result;
 }
 
 }  // namespace
@@ -182,13 +213,5 @@ PrintResult PrintReport(QPrinter& printer, const ReportText& report, const QStri
                         const QFont& font, const PrintProgress& progress) {
     printer.setDocName(name);
     Pages pages(printer, report, name, font, progress);
-    PrintResult result = Print(printer, pages);
-    if (result == PrintResult::kPrinted && !IsWholeFile(printer)) {
-        result = PrintResult::kFailed;
-    }
-    const QString output = printer.outputFileName();
-    if (result != PrintResult::kPrinted && !output.isEmpty() && QFileInfo(output).isFile()) {
-        (void)QFile::remove(output);
-    }
-    return result;
+    return printer.outputFileName().isEmpty() ? Print(printer, pages) : PrintToFile(printer, pages);
 }
