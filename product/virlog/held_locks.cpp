@@ -26,14 +26,13 @@ bool IsAmong(const HeldLock& lock, const std::vector<HeldLock>& locks) {
     });
 }
 
-bool TellOfHeldLock(const std::vector<HeldLock>& before) {
+void TellOfHeldLock(const std::vector<HeldLock>& before) {
     for (const HeldLock& lock : FindHeldLocks()) {
         if (IsAmong(lock, before)) {
             Say("waiting for " + Describe(lock, std::time(nullptr)));
-            return true;
+            return;
         }
     }
-    return false;
 }
 
 std::string OwnerName(uid_t owner) {

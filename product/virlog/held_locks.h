@@ -19,9 +19,9 @@ std::vector<HeldLock> FindHeldLocks();
 /// Whether `lock` is among `locks`, held without a break.
 bool IsAmong(const HeldLock& lock, const std::vector<HeldLock>& locks);
 
-/// Says on standard error which lock of `before` is held still, as that it is waited for. False
+/// Says on standard error which lock of `before` is held still, as that it is waited for; nothing
 /// when none is.
-bool TellOfHeldLock(const std::vector<HeldLock>& before);
+void TellOfHeldLock(const std::vector<HeldLock>& before);
 
 /// "alice", or "user 1234" when that user has no name.
 std::string OwnerName(uid_t owner);

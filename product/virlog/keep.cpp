@@ -21,11 +21,7 @@ using Clock = std::chrono::steady_clock;
 bool Cut(std::uint32_t count, CutRecords& cut) {
     HeldSignals signals;
     const std::vector<HeldLock> before = FindHeldLocks();
-    const auto tellOfWait = [&before] {
-        if (!TellOfHeldLock(before)) {
-            Say("cutting the log takes about ten seconds");
-        }
-    };
+    const auto tellOfWait = [&before] { TellOfHeldLock(before); };
     return signals.Run([&] { return KeepNewest(count, cut); }, tellOfWait, EndMutexWaits);
 }
 

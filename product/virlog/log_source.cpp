@@ -116,7 +116,7 @@ struct Fetched {
 bool MakeCopy(HeldSignals& signals, Fetched& fetched) {
     // Only what was held already is waited for; what appears later may be in our own hands.
     const std::vector<HeldLock> before = FindHeldLocks();
-    const auto tellOfWait = [&before] { (void)TellOfHeldLock(before); };
+    const auto tellOfWait = [&before] { TellOfHeldLock(before); };
     if (!IsAnythingIn(kRecordFile)) {
         return signals.Run([&fetched] { return GetWaitingRecords(fetched.waiting); }, tellOfWait,
                            EndMutexWaits);

@@ -9,7 +9,11 @@ struct CutRecords {
 };
 
 /// Merges what waits in the second file and removes the oldest records, so that at most the newest
-/// `keep` of those that were there stay. What others add meanwhile stays as well. Takes the mutexes
-/// as a reset does, and at least 10 seconds unless there is nothing to remove. False when the log
-/// has no counter or cannot be cut. Any thread.
+/// `keep` stay. First sends records to the main file again, should a reset that was killed have
+/// left them going to the second one.
+///
+/// Waits up to 10 seconds for each mutex of the log and then holds both for as long as it works,
+/// which depends on the size of what stays: who adds a record meanwhile waits for that, but no
+/// longer than 5 seconds. False when a mutex stays taken, the log has no counter or cannot be cut;
+/// then no record is gone. Any thread.
 bool KeepNewest(std::uint32_t keep, CutRecords& out);

@@ -41,9 +41,10 @@ std::optional<std::uint32_t> CorrectCount(const FileDescriptor& file) {
 
 std::optional<std::uint32_t> CorrectCounts() {
     const LogMutex mutex(kRecordMutex, kResetWait);
-    if (!mutex.IsHeld()) {
-        return std::nullopt;
-    }
+    return mutex.IsHeld() ? CorrectHeldCounts() : std::nullopt;
+}
+
+std::optional<std::uint32_t> CorrectHeldCounts() {
     // There need be no second file; one that cannot be set right is left for the merge to refuse.
     (void)CorrectCount(OpenExistingLogFile(kSecondRecordFile, O_RDWR));
     return CorrectCount(OpenLogFile(kRecordFile));

@@ -11,3 +11,6 @@
 /// The count of the main record file, which is made when it is missing. None when mutex "10011"
 /// stays taken for 10 seconds, or that file has no counter, or cannot be opened or written.
 std::optional<std::uint32_t> CorrectCounts();
+
+/// The same for a caller who holds mutex "10011" already.
+std::optional<std::uint32_t> CorrectHeldCounts();

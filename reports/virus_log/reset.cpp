@@ -87,9 +87,10 @@ int MergeFiles(const char* into, const char* from) {
     // A reset that calls this holds the mutex already, which makes this wait in vain: kept as it
     // always was. The records wait unharmed in the second file until the reset calls this again.
     const LogMutex mutex(kRecordMutex, kResetWait);
-    if (!mutex.IsHeld()) {
-        return 0;
-    }
+    return mutex.IsHeld() ? MergeHeldFiles(into, from) : 0;
+}
+
+int MergeHeldFiles(const char* into, const char* from) {
     const std::optional<Merge> merge = OpenBoth(into, from);
     if (!merge || off_t{merge->intoCounter.count} > merge->intoSize) {
         return 0;  // others have written the count, which decides how large the table grows

@@ -6,6 +6,9 @@
 /// "RecOffset.dat" cannot be opened.
 int MergeFiles(const char* into, const char* from);
 
+/// The same for a caller who holds mutex "10011" already; no null pointers.
+int MergeHeldFiles(const char* into, const char* from);
+
 /// Removes the oldest `count` records under the mutexes, while others add theirs to the second
-/// file.
+/// file; but see ZQVRResetLog.
 bool PerformResetLog(unsigned int count);

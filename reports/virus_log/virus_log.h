@@ -20,7 +20,7 @@ bool ZQVRAddRecVirusReport(unsigned int component, const char* filePath, const c
 /// Removes the oldest `count` records; `*remaining` receives how many stay. False with all records
 /// there when it holds fewer. First sets a count that does not fit the records right. Records that
 /// others add meanwhile go to a second file and then to the end of the log. Takes at least 10
-/// seconds.
+/// seconds, in which it holds "10011": who adds a record then waits 5 seconds and is refused.
 bool ZQVRResetLog(unsigned int count, unsigned int* remaining);
 
 /// Makes a copy of the log that can be read without any lock (see log_reader.h) and stores its full

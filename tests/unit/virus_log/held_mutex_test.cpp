@@ -2,6 +2,7 @@
 #include <functional>
 #include <vector>
 
+#include "reports/virus_log/keep_newest.h"
 #include "reports/virus_log/log_files.h"
 #include "reports/virus_log/record_count.h"
 #include "reports/virus_log/reset.h"
@@ -73,6 +74,10 @@ TEST_F(HeldMutexTest, WithoutThatOfTheMainFileNothingIsDone) {
             return ZQVRResetLog(1, &remaining);
         },
         [] {
+            CutRecords cut;
+            return KeepNewest(1, cut);
+        },
+        [] {
             std::array<unsigned short, kVirusReportPathSize> path{};
             return ZQVRGetVirusReportFile(path.data());
         },
@@ -113,6 +118,20 @@ TEST_F(HeldMutexTest, WithoutThatOfTheRecordsNothingIsMergedOrReset) {
     ExpectUnchanged();
     EXPECT_EQ(Content("VirMain.dat"), MainBytes(0, "VirRcONE.dat"));
     EXPECT_FALSE(IsMutexHeld(10022));
+    EXPECT_TRUE(IsMutexHeld(10011)) << "it is its owner's";
+}
+
+TEST_F(HeldMutexTest, WithoutThatOfTheRecordsNothingIsCut) {
+    HeldMutex held(10011);
+    ASSERT_TRUE(held.IsHeld());
+    Put("VirMain.dat", MainBytes(1, "VirRcTWO.dat"));
+    ExpectAllFail({[] {
+        CutRecords cut;
+        return KeepNewest(1, cut);
+    }});
+    ExpectUnchanged();
+    EXPECT_EQ(Content("VirMain.dat"), MainBytes(1, "VirRcTWO.dat"));
+    EXPECT_FALSE(IsMutexHeld(10022)) << "taken in vain and not given back";
     EXPECT_TRUE(IsMutexHeld(10011)) << "it is its owner's";
 }
 
