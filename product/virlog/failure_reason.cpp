@@ -68,7 +68,8 @@ std::string LockReason(std::chrono::nanoseconds waited) {
 std::string HeadReason() {
     struct stat status {};
     const std::string path = VirusLogPath(kRecordFile);
-    return ::stat(path.c_str(), &status) == 0 &&
+    // An empty one is as installed.
+    return ::stat(path.c_str(), &status) == 0 && status.st_size > 0 &&
                    status.st_size < static_cast<off_t>(sizeof(tagVIRHEAD))
                ? "the virus log is damaged: " + path + " is shorter than its head"
                : "";
@@ -102,6 +103,18 @@ std::string OwnerReason() {
            (file.st_uid == 0 ? "" : " or root") + " can cut it";
 }
 
+// A failed cut has given back what it had taken of the disk. It needs no more than the log has.
+std::string RoomReason() {
+    const std::string folder = VirusLogPath("");
+    struct statvfs space {};
+    struct stat log {};
+    return ::statvfs(folder.c_str(), &space) == 0 &&
+                   ::stat(VirusLogPath(kRecordFile).c_str(), &log) == 0 &&
+                   space.f_bavail * space.f_frsize < static_cast<std::uint64_t>(log.st_size)
+               ? "there is no room in " + folder + " for the part of the virus log that stays"
+               : "";
+}
+
 std::string FirstOf(std::initializer_list<std::string> reasons) {
     const auto* const first = std::find_if(
         reasons.begin(), reasons.end(), [](const std::string& reason) { return !reason.empty(); });
@@ -119,8 +132,8 @@ std::string ReasonNotToCut() {
 }
 
 std::string ReasonOfFailedCut(std::chrono::nanoseconds waited) {
-    const std::string reason =
-        FirstOf({FileReason(kRecordFile), LockReason(waited), HeadReason(), TornReason()});
+    const std::string reason = FirstOf(
+        {FileReason(kRecordFile), LockReason(waited), HeadReason(), TornReason(), RoomReason()});
     return reason.empty() ? "the virus log could not be cut in " + VirusLogPath("") : reason;
 }
 

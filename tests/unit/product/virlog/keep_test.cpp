@@ -109,6 +109,10 @@ TEST_F(VirlogKeepTest, SaysWhyItCouldNot) {
     EXPECT_EQ(ReadFile(path), torn);
     WriteFile(path, "short");
     ExpectFailed("the virus log is damaged: " + path + " is shorter than its head");
+    WriteFile(path, "");  // as installed
+    WriteFile(kSecondRecords, "short");
+    ExpectFailed("the virus log could not be cut in " + std::string(kReports));
+    fs::remove(kSecondRecords);
     fs::remove(path);
     fs::create_symlink("/etc/passwd", path);
     ExpectFailed("the virus log is left alone: " + path + " is a link or no plain file");
@@ -117,6 +121,32 @@ TEST_F(VirlogKeepTest, SaysWhyItCouldNot) {
     fs::create_directory(kReports + std::string("tempdel.dat"));
     ExpectFailed("the virus log could not be cut in " + std::string(kReports));
     EXPECT_EQ(ReadFile(path), Head(1) + Record(u"/tmp/a"));
+}
+
+TEST_F(VirlogKeepTest, SaysThatThereIsNoRoom) {
+    const TinyDisk disk(kReports, "64k");
+    if (!disk.IsMounted()) {
+        GTEST_SKIP() << "no file system can be mounted";
+    }
+    std::vector<std::string> records(40, Record(u"/tmp/a"));
+    WriteLog(records);
+    WriteFile(kReports + std::string("VirMain.dat"),
+              Number(0) + "VirRcONE.dat" + std::string(88, '\0'));
+    const std::string before = ReadFile(kRecords);
+    const std::string filler = kReports + std::string("full");
+    const std::string said = "there is no room in " + std::string(kReports) +
+                             " for the part of the virus log that stays";
+    // One block is left, for a part of it only; then none.
+    for (const std::size_t size : {40'960U, 45'056U}) {
+        WriteFile(filler, std::string(size, 'x'));
+        ASSERT_EQ(fs::file_size(filler), size);
+        VirlogRun run({"--keep", "39"});
+        EXPECT_EQ(run.Status(), 1) << size;
+        EXPECT_EQ(run.Errors(), "corvane-virlog: " + said + "\n") << size;
+        EXPECT_EQ(ReadFile(kRecords), before) << size;
+    }
+    fs::remove(filler);
+    ExpectKept("39", "1 record removed, 39 stay\n");
 }
 
 TEST_F(VirlogKeepTest, NeedsTheProduct) {
