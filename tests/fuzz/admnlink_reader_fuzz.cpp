@@ -53,7 +53,7 @@ std::string RecordBytes(const tagADMNURLRECORD& record) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string bytes = FuzzInput(data, size).TakeRest();
+    const std::string_view bytes = FuzzInput(data, size).TakeRest();
     const std::string plain = Unscrambled(bytes);
     const std::optional<Links> wanted = Oracle(plain);
 

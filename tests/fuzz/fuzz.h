@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -56,15 +57,11 @@ inline void RequireSame(long long actual, long long expected, std::string_view w
     }
 }
 
-/// Cuts arguments from the front of a fuzzer's input.
+/// Cuts arguments from the front of a fuzzer's input, which must outlive them: nothing is copied.
 class FuzzInput {
 public:
-    FuzzInput(const std::uint8_t* data, std::size_t size) : m_rest(size, '\0') {
-        // A loop, because the pointer of an empty input may be null.
-        for (std::size_t i = 0; i < size; ++i) {
-            m_rest[i] = static_cast<char>(data[i]);
-        }
-    }
+    FuzzInput(const std::uint8_t* data, std::size_t size)
+        : m_rest(reinterpret_cast<const char*>(data), size) {}
 
     /// One byte, 0 at the end of the input.
     unsigned char TakeByte() {
@@ -72,20 +69,19 @@ public:
             return 0;
         }
         const auto byte = static_cast<unsigned char>(m_rest.front());
-        m_rest.erase(0, 1);
+        m_rest.remove_prefix(1);
         return byte;
     }
 
     /// All up to the next newline, which is dropped; all that is left when there is none.
-    std::string TakeLine() {
-        const std::size_t end = m_rest.find('\n');
-        std::string line = m_rest.substr(0, end);
-        m_rest.erase(0, end == std::string::npos ? end : end + 1);
+    std::string_view TakeLine() {
+        const std::string_view line = m_rest.substr(0, m_rest.find('\n'));
+        m_rest.remove_prefix(std::min(line.size() + 1, m_rest.size()));
         return line;
     }
 
-    std::string TakeRest() { return std::exchange(m_rest, {}); }
+    std::string_view TakeRest() { return std::exchange(m_rest, {}); }
 
 private:
-    std::string m_rest;
+    std::string_view m_rest;
 };

@@ -7,7 +7,6 @@
 #include <span>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 #include "common/file_descriptor.h"
 #include "common/io.h"
@@ -17,14 +16,14 @@
 
 namespace {
 
-constexpr std::size_t kMaxNulls = 7;
+constexpr int kMaxNulls = 7;
 
-std::string Unfolded(const std::string& text) {
+// Appends `text` with its runs written out.
+void Unfold(std::string_view text, std::string& result) {
     constexpr char kRun = '\x1e';
     constexpr std::size_t kRunUnit = 8;
     // Room for several lines that are longer than any buffer; more would only cost time.
     constexpr std::size_t kMost = 4096;
-    std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == kRun && i + 2 < text.size()) {
             const std::size_t room = kMost - std::min(kMost, result.size());
@@ -35,25 +34,33 @@ std::string Unfolded(const std::string& text) {
             result += text[i];
         }
     }
-    return result;
 }
 
-// What stands between `before` and the next `after` behind it, for every `before`.
-std::vector<std::string> Between(const std::string& text, char before, char after) {
-    std::vector<std::string> found;
-    for (std::size_t i = text.find(before); i != std::string::npos; i = text.find(before, i + 1)) {
-        const std::size_t end = text.find(after, i);
-        if (end != std::string::npos) {
-            found.push_back(text.substr(i + 1, end - i - 1));
-        }
-    }
-    return found;
+// A function's argument. The functions see texts that end at their first zero byte, and so must
+// whoever compares.
+void PutArgument(std::string_view text, std::string& argument) {
+    argument.clear();
+    Unfold(text, argument);
+    argument.resize(std::min(argument.find('\0'), argument.size()));
 }
 
-void Pick(std::string& argument, const std::vector<std::string>& from, std::size_t which) {
-    if (!from.empty()) {
-        argument = from[which % from.size()];
+// Makes `argument` one of the texts between a `before` and the next `after` behind it, if there is
+// any; the first follows the last.
+void Pick(std::string& argument, std::string_view text, char before, char after,
+          std::size_t which) {
+    const std::size_t lastAfter = text.rfind(after);
+    const std::string_view starts =
+        text.substr(0, lastAfter == std::string_view::npos ? 0 : lastAfter);
+    const auto count = static_cast<std::size_t>(std::count(starts.begin(), starts.end(), before));
+    if (count == 0) {
+        return;
     }
+    std::size_t start = starts.find(before);
+    for (which %= count; which > 0; --which) {
+        start = starts.find(before, start + 1);
+    }
+    const std::string_view rest = text.substr(start + 1);
+    argument = rest.substr(0, std::min(rest.find(after), rest.find('\0')));
 }
 
 void FlipCase(std::string& text) {
@@ -66,24 +73,27 @@ void FlipCase(std::string& text) {
 
 }  // namespace
 
-ProfileInput::ProfileInput(const std::uint8_t* data, std::size_t inputSize) {
+void ProfileInput::Put(const std::uint8_t* data, std::size_t inputSize) {
     FuzzInput input(data, inputSize);
-    std::string control = input.TakeLine();
-    control.resize(4);
-    section = Unfolded(input.TakeLine());
-    key = Unfolded(input.TakeLine());
-    value = Unfolded(input.TakeLine());
-    content = Unfolded(input.TakeRest());
+    const std::string_view control = input.TakeLine();
+    const auto controlAt = [control](std::size_t index) {
+        return static_cast<unsigned char>(index < control.size() ? control[index] : 0);
+    };
+    PutArgument(input.TakeLine(), section);
+    PutArgument(input.TakeLine(), key);
+    PutArgument(input.TakeLine(), value);
+    m_file = "\n";
+    Unfold(input.TakeRest(), m_file);
+    content = std::string_view(m_file).substr(1);
 
-    const auto flags = static_cast<unsigned char>(control[0]);
-    const auto sizeCode = static_cast<unsigned char>(control[1]);
-    const auto which = static_cast<unsigned char>(control[2]);
+    const unsigned char flags = controlAt(0);
+    const unsigned char sizeCode = controlAt(1);
     size = 1 + (sizeCode & 0x7fU) * ((sizeCode & 0x80U) != 0 ? 16U : 1U);
     if ((flags & 1U) != 0) {
-        Pick(section, Between(*content, '[', ']'), which);
+        Pick(section, *content, '[', ']', controlAt(2));
     }
     if ((flags & 2U) != 0) {
-        Pick(key, Between("\n" + *content, '\n', '='), which);
+        Pick(key, m_file, '\n', '=', controlAt(2));
     }
     if ((flags & 4U) != 0) {
         FlipCase(section);
@@ -93,13 +103,20 @@ ProfileInput::ProfileInput(const std::uint8_t* data, std::size_t inputSize) {
         content.reset();
     }
     isOnDisk = (flags & 0xf0U) == 0xf0U;
-    if (control[3] >= 'A' && control[3] < static_cast<char>('A' + kMaxNulls)) {
-        nullArgument = control[3] - 'A' + 1;
-    }
-    // The functions see texts that end at their first zero byte, and so must whoever compares.
-    for (std::string* text : {&section, &key, &value}) {
-        text->resize(std::min(text->find('\0'), text->size()));
-    }
+    const int null = controlAt(3) - 'A' + 1;
+    nullArgument = null >= 1 && null <= kMaxNulls ? null : 0;
+    m_asked = std::max<unsigned char>(controlAt(4), '0') - '0';
+}
+
+void ProfileBuffer::Expect(std::string_view text, char last) {
+    const std::size_t room = m_expected.size() - 1;
+    m_expected = text.substr(0, room);
+    m_expected.resize(room, '\0');
+    m_expected += last;
+}
+
+void ProfileBuffer::Check(std::string_view what) const {
+    RequireSame({m_actual.data(), m_actual.size()}, m_expected, what);
 }
 
 void ProfileFile::Put(const oracle::Content& content) const {
@@ -112,18 +129,18 @@ void ProfileFile::Put(const oracle::Content& content) const {
             "the file cannot be written");
 }
 
-oracle::Content ProfileFile::Get() const {
+bool ProfileFile::Get(std::string& content) const {
     const FileDescriptor file(::open(Path(), O_RDONLY | O_CLOEXEC));
+    content.clear();
     if (!file) {
-        return std::nullopt;
+        return false;
     }
-    std::string content;
     std::array<char, 8192> block;
     std::ptrdiff_t got = 0;
     while ((got = ReadFull(file.Get(), std::as_writable_bytes(std::span(block)))) > 0) {
         content.append(block.data(), static_cast<std::size_t>(got));
     }
-    return content;
+    return true;
 }
 
 const char* InMemory(const oracle::Content& content) {

@@ -1,6 +1,7 @@
 #include "tests/fuzz/profile_oracle.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 namespace oracle {
@@ -15,68 +16,74 @@ char Lower(char byte) {
     return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
 }
 
-bool Same(const std::string& first, const std::string& second) {
+bool Same(std::string_view first, std::string_view second) {
     return std::equal(first.begin(), first.end(), second.begin(), second.end(),
                       [](char one, char other) { return Lower(one) == Lower(other); });
 }
 
-// The lines of the content asked for last are kept: every reader wants the same ones.
-const std::vector<Piece>& Lines(const std::string& content) {
-    static std::string last;
-    static std::vector<Piece> lines;
-    if (content != last) {
-        last = content;
-        lines = Pieces(content, 1023);
-        for (Piece& line : lines) {
-            line.text = Stripped(line.text);
-        }
-    }
-    return lines;
+Piece LineAt(std::string_view content, std::size_t start) {
+    const Piece piece = PieceAt(content, start, 1023);
+    return {Stripped(piece.text), piece.end};
 }
 
-bool StartsSection(const std::string& line) {
+bool StartsSection(std::string_view line) {
     return !line.empty() && line[0] == '[';
 }
 
-bool IsNothing(const std::string& line) {
+bool IsNothing(std::string_view line) {
     return line.empty() || line[0] == '#' || line[0] == ';';
 }
 
-bool IsSection(const std::string& line, const std::string& section) {
+bool IsSection(std::string_view line, std::string_view section) {
     const std::size_t close = line.find(']');
-    return StartsSection(line) && close != std::string::npos &&
+    return StartsSection(line) && close != std::string_view::npos &&
            Same(Stripped(line.substr(1, close - 1)), section);
 }
 
-bool IsEntry(const std::string& line, const std::string& key) {
+bool IsEntry(std::string_view line, std::string_view key) {
     return !IsNothing(line) && !StartsSection(line) &&
            Same(Stripped(line.substr(0, line.find('='))), key);
 }
 
-// The index of the first line behind the section's header, or the number of lines plus one.
-std::size_t Behind(const std::vector<Piece>& lines, const std::string& section) {
-    std::size_t i = 0;
-    while (i < lines.size() && !IsSection(lines[i].text, section)) {
-        ++i;
+// Where the first line behind the section's header begins; nothing without such a header.
+std::optional<std::size_t> Behind(std::string_view content, std::string_view section) {
+    for (std::size_t at = 0; at < content.size();) {
+        const Piece line = LineAt(content, at);
+        if (IsSection(line.text, section)) {
+            return line.end;
+        }
+        at = line.end;
     }
-    return i + 1;
+    return std::nullopt;
+}
+
+// The first three words of a line; those that it does not have are empty.
+std::array<std::string_view, 3> Words(std::string_view line) {
+    std::array<std::string_view, 3> words;
+    std::size_t at = 0;
+    for (std::string_view& word : words) {
+        while (at < line.size() && IsSpace(line[at])) {
+            ++at;
+        }
+        const std::size_t start = at;
+        while (at < line.size() && !IsSpace(line[at])) {
+            ++at;
+        }
+        word = line.substr(start, at - start);
+    }
+    return words;
 }
 
 }  // namespace
 
-std::vector<Piece> Pieces(const std::string& content, std::size_t longest) {
-    std::vector<Piece> pieces;
-    for (std::size_t start = 0; start < content.size();) {
-        const std::size_t newline = std::min(content.find('\n', start), content.size() - 1);
-        const std::size_t end = std::min(newline + 1, start + longest);
-        const std::string bytes = content.substr(start, end - start);
-        pieces.push_back({bytes.substr(0, bytes.find('\0')), end});
-        start = end;
-    }
-    return pieces;
+Piece PieceAt(std::string_view content, std::size_t start, std::size_t longest) {
+    const std::size_t newline = std::min(content.find('\n', start), content.size() - 1);
+    const std::size_t end = std::min(newline + 1, start + longest);
+    const std::string_view bytes = content.substr(start, end - start);
+    return {bytes.substr(0, bytes.find('\0')), end};
 }
 
-std::string Stripped(const std::string& text) {
+std::string_view Stripped(std::string_view text) {
     std::size_t end = text.size();
     while (end > 0 && IsSpace(text[end - 1])) {
         --end;
@@ -88,11 +95,11 @@ std::string Stripped(const std::string& text) {
     return text.substr(start, end - start);
 }
 
-std::string Argument(const std::string& text) {
+std::string_view Argument(std::string_view text) {
     return Stripped(text.substr(0, text.find('\0')).substr(0, 256));
 }
 
-Lookup ReadText(const Content& content, const std::string& section, const std::string& key) {
+Lookup ReadText(const Content& content, std::string_view section, std::string_view key) {
     if (Argument(section).empty()) {
         return {205, {}};
     }
@@ -102,24 +109,27 @@ Lookup ReadText(const Content& content, const std::string& section, const std::s
     if (!content) {
         return {102, {}};
     }
-    const auto& lines = Lines(*content);
-    std::size_t i = Behind(lines, Argument(section));
-    if (i > lines.size()) {
+    const auto behind = Behind(*content, Argument(section));
+    if (!behind) {
         return {204, {}};
     }
-    const std::string name = Argument(key);
-    for (; i < lines.size() && !StartsSection(lines[i].text); ++i) {
-        const std::string& line = lines[i].text;
-        if (IsEntry(line, name)) {
-            const std::size_t equals = line.find('=');
-            return equals == std::string::npos ? Lookup{201, {}}
-                                               : Lookup{0, Stripped(line.substr(equals + 1))};
+    for (std::size_t at = *behind; at < content->size();) {
+        const Piece line = LineAt(*content, at);
+        if (StartsSection(line.text)) {
+            break;
         }
+        if (IsEntry(line.text, Argument(key))) {
+            const std::size_t equals = line.text.find('=');
+            return equals == std::string_view::npos
+                       ? Lookup{201, {}}
+                       : Lookup{0, Stripped(line.text.substr(equals + 1))};
+        }
+        at = line.end;
     }
     return {202, {}};
 }
 
-Number ReadNumber(const Content& content, const std::string& section, const std::string& key,
+Number ReadNumber(const Content& content, std::string_view section, std::string_view key,
                   int defaultValue) {
     const Lookup found = ReadText(content, section, key);
     if (found.code != 0) {
@@ -142,77 +152,78 @@ Number ReadNumber(const Content& content, const std::string& section, const std:
     return {0, static_cast<int>(isNegative ? 0U - bits : bits)};
 }
 
-std::optional<std::vector<std::string>> ReadSection(const Content& content,
-                                                    const std::string& section) {
+bool ReadSection(const Content& content, std::string_view section,
+                 std::vector<std::string_view>& lines) {
     if (!content || Argument(section).empty()) {
-        return std::nullopt;
+        return false;
     }
-    std::vector<std::string> found;
-    const auto& lines = Lines(*content);
-    for (std::size_t i = Behind(lines, Argument(section));
-         i < lines.size() && !StartsSection(lines[i].text); ++i) {
-        if (!IsNothing(lines[i].text)) {
-            found.push_back(lines[i].text);
-        }
-    }
-    return found;
-}
-
-Written Write(const Content& content, const std::string& section, const std::string& key,
-              const std::string& value, bool isEmptyAccepted) {
-    if (Argument(section).empty()) {
-        return {205, content};
-    }
-    if (Argument(key).empty()) {
-        return {203, content};
-    }
-    if (Argument(value).empty() && !isEmptyAccepted) {
-        return {206, content};
-    }
-    if (!content) {
-        return {102, content};
-    }
-    const std::string name = Argument(key);
-    const std::string entry = name + "=" + Argument(value) + "\n";
-    const auto& lines = Lines(*content);
-    const std::size_t behind = Behind(lines, Argument(section));
-    std::string result;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        const std::string& line = lines[i].text;
-        const bool isNextSection = i >= behind && StartsSection(line);
-        if (isNextSection || (i >= behind && IsEntry(line, name))) {
-            result += entry;
-            result += isNextSection ? line + "\n" : "";
-            return {0, result + content->substr(lines[i].end)};
-        }
-        result += line + "\n";
-    }
-    if (behind > lines.size()) {
-        result += "[" + Argument(section) + "]\n";
-    }
-    return {0, result + entry};
-}
-
-std::string Filled(std::string buffer, const std::string& text) {
-    if (!buffer.empty()) {
-        const std::size_t room = buffer.size() - 1;
-        buffer.replace(
-            0, room, text.substr(0, room) + std::string(room - std::min(room, text.size()), '\0'));
-    }
-    return buffer;
-}
-
-Legacy ReadLegacy(const Content& content, const std::string& section, const std::string& key,
-                  const std::string& defaultText, const std::string& buffer) {
-    if (!content) {
-        return {0, buffer};
-    }
-    const std::string zeroes(buffer.size(), '\0');
-    Legacy result{0, buffer};
-    bool isInside = false;
-    for (const Piece& line : Pieces(*content, 1024)) {
+    for (std::size_t at = Behind(*content, Argument(section)).value_or(content->size());
+         at < content->size();) {
+        const Piece line = LineAt(*content, at);
         if (StartsSection(line.text)) {
-            const bool isOurs = line.text.find(section) != std::string::npos;
+            break;
+        }
+        if (!IsNothing(line.text)) {
+            lines.push_back(line.text);
+        }
+        at = line.end;
+    }
+    return true;
+}
+
+std::uint32_t Write(const Content& content, const Entry& entry, bool isEmptyAccepted,
+                    std::string& result) {
+    const std::string_view section = Argument(entry.section);
+    const std::string_view key = Argument(entry.key);
+    const std::string_view value = Argument(entry.value);
+    if (section.empty()) {
+        return 205;
+    }
+    if (key.empty()) {
+        return 203;
+    }
+    if (value.empty() && !isEmptyAccepted) {
+        return 206;
+    }
+    if (!content) {
+        return 102;
+    }
+    const auto addEntry = [&] { result.append(key).append("=").append(value).append("\n"); };
+    const auto behind = Behind(*content, section);
+    result.clear();
+    for (std::size_t at = 0; at < content->size();) {
+        const bool isInside = behind && at >= *behind;
+        const Piece line = LineAt(*content, at);
+        const bool isNextSection = isInside && StartsSection(line.text);
+        if (isNextSection || (isInside && IsEntry(line.text, key))) {
+            addEntry();
+            if (isNextSection) {
+                result.append(line.text).append("\n");
+            }
+            result.append(content->substr(line.end));
+            return 0;
+        }
+        result.append(line.text).append("\n");
+        at = line.end;
+    }
+    if (!behind) {
+        result.append("[").append(section).append("]\n");
+    }
+    addEntry();
+    return 0;
+}
+
+Legacy ReadLegacy(const Content& content, const Entry& wanted) {
+    if (!content) {
+        return {};
+    }
+    Legacy result;
+    bool isInside = false;
+    for (std::size_t at = 0; at < content->size();) {
+        const Piece line = PieceAt(*content, at, 1024);
+        at = line.end;
+        if (StartsSection(line.text)) {
+            const bool isOurs = line.text.find(wanted.section) != std::string_view::npos;
             if (isInside && !isOurs) {
                 return result;
             }
@@ -221,23 +232,14 @@ Legacy ReadLegacy(const Content& content, const std::string& section, const std:
         if (!isInside) {
             continue;
         }
-        std::vector<std::string> words(1);
-        for (const char byte : line.text) {
-            if (!IsSpace(byte)) {
-                words.back() += byte;
-            } else if (!words.back().empty()) {
-                words.emplace_back();
-            }
-        }
-        words.resize(3);
-        result.buffer = Filled(zeroes, words[2]);
-        if (!words[0].empty() && words[0] == key) {
-            result.length =
-                static_cast<std::uint32_t>(std::min(words[2].size(), buffer.size() - 1));
+        const auto words = Words(line.text);
+        result.left = words[2];
+        result.isFound = !words[0].empty() && words[0] == wanted.key;
+        if (result.isFound) {
             return result;
         }
     }
-    return {0, Filled(zeroes, defaultText)};
+    return {false, wanted.value};
 }
 
 }  // namespace oracle

@@ -4,61 +4,62 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // What the functions of common/profile.h must do, written down a second time: plainly, on a whole
-// file in memory, and without a line of theirs.
+// file in memory, and without a line of theirs. What they find are views of their arguments, and
+// what they write goes into buffers of the caller: a harness that asks them for every input would
+// otherwise spend its time on memory.
 
 namespace oracle {
 
 /// A file's bytes; nothing for a file that is not there.
-using Content = std::optional<std::string>;
+using Content = std::optional<std::string_view>;
 
 struct Piece {
-    std::string text;  ///< up to its first zero byte, not trimmed
-    std::size_t end;   ///< the offset of what follows it in the file
+    std::string_view text;  ///< up to its first zero byte, not trimmed
+    std::size_t end;        ///< the offset of what follows it in the file
 };
 
-/// The lines of a file as they are read with at most `longest` bytes a line.
-std::vector<Piece> Pieces(const std::string& content, std::size_t longest);
+/// The line that begins at `start`, inside the file, when at most `longest` bytes are read a line.
+Piece PieceAt(std::string_view content, std::size_t start, std::size_t longest);
 
-std::string Stripped(const std::string& text);
+std::string_view Stripped(std::string_view text);
 
 /// What of an argument counts.
-std::string Argument(const std::string& text);
+std::string_view Argument(std::string_view text);
 
 struct Lookup {
     std::uint32_t code = 0;
-    std::string value;
+    std::string_view value;
 };
-Lookup ReadText(const Content& content, const std::string& section, const std::string& key);
+Lookup ReadText(const Content& content, std::string_view section, std::string_view key);
 
 struct Number {
     std::uint32_t code = 0;
     int value = 0;
 };
-Number ReadNumber(const Content& content, const std::string& section, const std::string& key,
+Number ReadNumber(const Content& content, std::string_view section, std::string_view key,
                   int defaultValue);
 
-/// Nothing on failure.
-std::optional<std::vector<std::string>> ReadSection(const Content& content,
-                                                    const std::string& section);
+/// Appends the section's lines. False on failure.
+bool ReadSection(const Content& content, std::string_view section,
+                 std::vector<std::string_view>& lines);
 
-struct Written {
-    std::uint32_t code = 0;
-    Content content;
+struct Entry {
+    std::string_view section;
+    std::string_view key;
+    std::string_view value;
 };
-Written Write(const Content& content, const std::string& section, const std::string& key,
-              const std::string& value, bool isEmptyAccepted);
-
-/// The bytes of a buffer after `text` was copied into all but its last byte.
-std::string Filled(std::string buffer, const std::string& text);
+/// The code. On success `result` is the file as it is then; otherwise the file stays.
+std::uint32_t Write(const Content& content, const Entry& entry, bool isEmptyAccepted,
+                    std::string& result);
 
 struct Legacy {
-    std::uint32_t length = 0;
-    std::string buffer;
+    bool isFound = false;
+    std::optional<std::string_view> left;  ///< what the buffer holds; nothing: what it held before
 };
-Legacy ReadLegacy(const Content& content, const std::string& section, const std::string& key,
-                  const std::string& defaultText, const std::string& buffer);
+Legacy ReadLegacy(const Content& content, const Entry& wanted);
 
 }  // namespace oracle

@@ -1,5 +1,8 @@
-// The three readers of profile files against the oracle.
+// The three readers of profile files against the oracle, one of them for each input.
 
+#include <array>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "common/profile.h"
@@ -8,29 +11,26 @@
 
 namespace {
 
-constexpr char kUntouched = '\x5a';
 constexpr std::uint32_t kUntouchedCode = 77;
 
 void CheckText(const ProfileInput& input, const char* path) {
-    // A buffer of exactly the size told, so that the sanitizer sees every byte too many.
-    std::vector<char> buffer(input.size, kUntouched);
+    ProfileBuffer buffer(input.size);
     std::uint32_t code = kUntouchedCode;
     const int result = GetPrivateProfileString(
         input.Argument(1, input.section.c_str()), input.Argument(2, input.key.c_str()),
-        input.Argument(3, input.value.c_str()), input.Argument(4, buffer.data()), input.size,
+        input.Argument(3, input.value.c_str()), input.Argument(4, buffer.Data()), buffer.Size(),
         input.Argument(6, path), input.Argument(7, &code));
 
-    std::string expected(input.size, kUntouched);
     oracle::Lookup wanted{kUntouchedCode, {}};
     if (input.nullArgument == 0 || input.nullArgument == 5) {
         wanted = oracle::ReadText(input.content, input.section, input.key);
         if (wanted.code != 203 && wanted.code != 205) {
-            expected = oracle::Filled(expected, wanted.code == 0 ? wanted.value : input.value);
+            buffer.Expect(wanted.code == 0 ? wanted.value : input.value);
         }
     }
     RequireSame(result, wanted.code == 0 ? 0 : -1, "the string reader's result");
     RequireSame(code, wanted.code, "the string reader's code");
-    RequireSame(std::string(buffer.begin(), buffer.end()), expected, "the string reader's buffer");
+    buffer.Check("the string reader's buffer");
 }
 
 void CheckNumber(const ProfileInput& input, const char* path) {
@@ -53,15 +53,11 @@ void CheckSection(const ProfileInput& input, const char* path) {
     const int result = GetPrivateProfileSection(input.Argument(1, input.section.c_str()),
                                                 input.Argument(2, &lines), input.Argument(3, path));
 
-    std::optional<std::vector<std::string>> wanted;
-    if (input.nullArgument == 0 || input.nullArgument > 3) {
-        wanted = oracle::ReadSection(input.content, input.section);
-    }
-    RequireSame(result, wanted ? 0 : -1, "the section reader's result");
-    std::vector<std::string> expected = {"before"};
-    if (wanted) {
-        expected.insert(expected.end(), wanted->begin(), wanted->end());
-    }
+    static std::vector<std::string_view> expected;
+    expected.assign(1, "before");
+    const bool isRead = (input.nullArgument == 0 || input.nullArgument > 3) &&
+                        oracle::ReadSection(input.content, input.section, expected);
+    RequireSame(result, isRead ? 0 : -1, "the section reader's result");
     RequireSame(static_cast<long long>(lines.size()), static_cast<long long>(expected.size()),
                 "the section's number of lines");
     for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -72,10 +68,10 @@ void CheckSection(const ProfileInput& input, const char* path) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const ProfileInput input(data, size);
+    static ProfileInput input;
+    input.Put(data, size);
     const char* const path = InMemory(input.content);
-    CheckText(input, path);
-    CheckNumber(input, path);
-    CheckSection(input, path);
+    constexpr std::array kChecks = {CheckText, CheckNumber, CheckSection};
+    kChecks[input.Asked(kChecks.size())](input, path);
     return 0;
 }

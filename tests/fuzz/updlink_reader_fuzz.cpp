@@ -59,7 +59,7 @@ void RequireLinks(char** list, std::size_t count, const Links& expected) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string bytes = FuzzInput(data, size).TakeRest();
+    const std::string_view bytes = FuzzInput(data, size).TakeRest();
     Links expected;
     const ReadLinksResult wanted = Oracle(bytes, expected);
 
