@@ -75,7 +75,8 @@ void EndOnFatalMessage(QtMsgType type, const QMessageLogContext& context, const 
         otherMessages(type, context, text);
         return;
     }
-    Complain("no window can be shown: the display cannot be reached");
+    Complain("no window can be shown: no display can be reached, or no plug-in draws on it");
+    Complain(text.toLocal8Bit().constData());
     Unregfromonlineprot(g_pCurrproc_pid);
     std::_Exit(EXIT_FAILURE);  // the application object is half made: nothing may be undone
 }
