@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
 #include <fcntl.h>
 #include <functional>
 #include <gmock/gmock.h>
@@ -13,6 +15,7 @@
 #include "scan/file_count_thread.h"
 #include "scan/run/descriptor_limit.h"
 #include "scan/run/directory_walker.h"
+#include "scan/run/file_count.h"
 #include "scan/run/file_type.h"
 #include "tests/support/silent_file_system.h"
 #include "tests/unit/scan/hostile_tree.h"
@@ -116,12 +119,19 @@ TEST_F(Walk, FindsTheSameWhereTheFileSystemTellsNoTypes) {
     WriteFile(m_top + "/a", "x");
     WriteFile(m_top + "/below/c", "x");
     MakeFifo(m_top + "/fifo");
+    MakeSocket(m_top + "/socket");
     MakeLink("a", m_top + "/link");
     MakeLink("below", m_top + "/linkToFolder");
+    MakeLink("/", m_top + "/rootlink");
     const SilentFileSystem silent;
     EXPECT_EQ(Run(m_top), kWalkDone);
     EXPECT_THAT(m_collector.m_files, UnorderedElementsAre(m_top + "/a", m_top + "/below/c"));
-    EXPECT_GT(SilentFileSystem::EntriesWithheld(), 0);
+    EXPECT_GT(SilentFileSystem::EntriesWithheld(), 7) << "the entries kept their types";
+
+    const std::atomic<bool> stop{false};
+    std::atomic<std::uint64_t> total{0};
+    EXPECT_EQ(CountFiles(m_top.c_str(), stop, total), kWalkDone);
+    EXPECT_EQ(total, 2U);
 }
 
 TEST_F(Walk, PassesOverWhatIsGoneBeforeItsTypeCouldBeTold) {
