@@ -7,7 +7,8 @@
 /// In the terms of the Unicode Standard (14.0 to 15.1) these are
 ///   - General_Category Cc, Zl and Zp: the controls, and the line and paragraph separator;
 ///   - Default_Ignorable_Code_Point, which holds all of Bidi_Control, the zero width and filler
-///     characters, the joiners, the variation selectors and the tags;
+///     characters and the tags, but without Join_Control and Variation_Selector: many languages and
+///     most emoji cannot be written without those;
 ///   - the interlinear annotation characters U+FFF9 to U+FFFB;
 ///   - Noncharacter_Code_Point.
 /// Blanks are none of them, nor are combining marks that are seen. Any thread.

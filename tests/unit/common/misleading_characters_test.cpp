@@ -30,16 +30,27 @@ TEST(MisleadingCharacters, AreAllThatChangeTheDirection) {
     }
 }
 
-// The whole property Default_Ignorable_Code_Point as the standard lists it.
+// The whole property Default_Ignorable_Code_Point as the standard lists it, without the joiners and
+// the variation selectors.
 TEST(MisleadingCharacters, AreAllThatIsIgnorable) {
     for (const Range& range :
-         {Range{0x00AD, 0x00AD}, {0x034F, 0x034F}, {0x061C, 0x061C},   {0x115F, 0x1160},
-          {0x17B4, 0x17B5},      {0x180B, 0x180D}, {0x180E, 0x180E},   {0x180F, 0x180F},
-          {0x200B, 0x200F},      {0x202A, 0x202E}, {0x2060, 0x2064},   {0x2065, 0x2065},
-          {0x2066, 0x206F},      {0x3164, 0x3164}, {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},
-          {0xFFA0, 0xFFA0},      {0xFFF0, 0xFFF8}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A},
-          {0xE0000, 0xE0FFF}}) {
+         {Range{0x00AD, 0x00AD}, {0x034F, 0x034F},   {0x061C, 0x061C},   {0x115F, 0x1160},
+          {0x17B4, 0x17B5},      {0x180E, 0x180E},   {0x200B, 0x200B},   {0x200E, 0x200F},
+          {0x202A, 0x202E},      {0x2060, 0x2064},   {0x2065, 0x2065},   {0x2066, 0x206F},
+          {0x3164, 0x3164},      {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFF8},
+          {0x1BCA0, 0x1BCA3},    {0x1D173, 0x1D17A}, {0xE0000, 0xE00FF}, {0xE01F0, 0xE0FFF}}) {
         ExpectAll(range, true);
+    }
+}
+
+// Names in Persian, in the scripts of India and of Mongolia and with emoji are full of them.
+TEST(MisleadingCharacters, AreNotTheJoinersAndVariationSelectors) {
+    for (const Range& range : {Range{0x200C, 0x200D},
+                               {0xFE00, 0xFE0F},
+                               {0xE0100, 0xE01EF},
+                               {0x180B, 0x180D},
+                               {0x180F, 0x180F}}) {
+        ExpectAll(range, false);
     }
 }
 

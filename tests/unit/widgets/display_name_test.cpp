@@ -54,7 +54,16 @@ TEST(DisplayNameTest, ShowsCharactersThatAreNotSeen) {
     EXPECT_EQ(Shown("\xE1\xA0\x8E"), "\\u180E");
     EXPECT_EQ(Shown("\xE3\x85\xA4"), "\\u3164");
     EXPECT_EQ(Shown("\xE1\x85\x9F"), "\\u115F");
-    EXPECT_EQ(Shown("\xE2\x80\x8D\xEF\xB8\x8F"), "\\u200D\\uFE0F") << "joiners and selectors too";
+}
+
+TEST(DisplayNameTest, ShowsJoinersAndVariationSelectorsAsTheyStand) {
+    for (const std::string name : {"\xD9\x85\xDB\x8C\xE2\x80\x8C\xD8\xAE\xD9\x88",      // Persian
+                                   "\xE0\xA4\x95\xE0\xA5\x8D\xE2\x80\x8D\xE0\xA4\xB7",  // Hindi
+                                   "\xE1\xA0\xA0\xE1\xA0\x8B",                          // Mongolian
+                                   "\xE2\x9D\xA4\xEF\xB8\x8F",                          // a heart
+                                   "\xE8\x91\x9B\xF3\xA0\x84\x80"}) {                   // Japanese
+        EXPECT_EQ(Shown(name), name);
+    }
 }
 
 TEST(DisplayNameTest, ShowsTheTagsBeyondFourDigits) {
