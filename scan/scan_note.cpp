@@ -61,18 +61,17 @@ void ScanNote::ShowStopping() {
     Show(tr("Stopping after this file..."), std::nullopt, QColor());
 }
 
-void ScanNote::ShowOutcome(std::uint32_t infected, bool wasStopped) {
+void ScanNote::ShowOutcome(std::uint32_t detections, bool wasStopped) {
     QString found;
-    if (infected == 0) {
-        found = wasStopped ? tr("No virus was found until then.") : tr("No virus was found.");
+    if (detections == 0) {
+        found = wasStopped ? tr("Nothing was found until then.") : tr("Nothing was found.");
     } else {
-        found = infected == 1 ? tr("1 infected file was found.")
-                              : tr("%1 infected files were found.").arg(infected);
+        found = detections == 1 ? tr("1 detection.") : tr("%1 detections.").arg(detections);
     }
     if (wasStopped) {
         found.prepend(tr("Stopped before the end.") + u' ');
     }
-    if (infected > 0) {
+    if (detections > 0) {
         Show(found, QStyle::SP_MessageBoxWarning, kInfected);
     } else if (wasStopped) {
         Show(found, QStyle::SP_MessageBoxInformation, kStopped);

@@ -23,8 +23,8 @@ public:
     /// The scan was asked to stop and will ask back when it is done with its file.
     void ShowStopping();
 
-    /// `infected`: how many detections were counted.
-    void ShowOutcome(std::uint32_t infected, bool wasStopped);
+    /// `detections`: how many were counted, of which one archive may hold several.
+    void ShowOutcome(std::uint32_t detections, bool wasStopped);
 
 protected:
     void paintEvent(QPaintEvent* event) override;

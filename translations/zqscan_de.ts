@@ -300,20 +300,20 @@ Prüfen Sie eine Datei oder einen Ordner: Der Bericht steht dann hier.</translat
         <translation>Der Scan hält nach dieser Datei an …</translation>
     </message>
     <message>
-        <source>No virus was found until then.</source>
-        <translation>Bis dahin wurde kein Virus gefunden.</translation>
+        <source>Nothing was found until then.</source>
+        <translation>Bis dahin wurde nichts gefunden.</translation>
     </message>
     <message>
-        <source>No virus was found.</source>
-        <translation>Es wurde kein Virus gefunden.</translation>
+        <source>Nothing was found.</source>
+        <translation>Es wurde nichts gefunden.</translation>
     </message>
     <message>
-        <source>1 infected file was found.</source>
-        <translation>1 infizierte Datei wurde gefunden.</translation>
+        <source>1 detection.</source>
+        <translation>1 Fund.</translation>
     </message>
     <message>
-        <source>%1 infected files were found.</source>
-        <translation>%1 infizierte Dateien wurden gefunden.</translation>
+        <source>%1 detections.</source>
+        <translation>%1 Funde.</translation>
     </message>
     <message>
         <source>Stopped before the end.</source>

@@ -300,20 +300,20 @@ Scan a file or a folder: its report will be here.</translation>
         <translation>Stopping after this file...</translation>
     </message>
     <message>
-        <source>No virus was found until then.</source>
-        <translation>No virus was found until then.</translation>
+        <source>Nothing was found until then.</source>
+        <translation>Nothing was found until then.</translation>
     </message>
     <message>
-        <source>No virus was found.</source>
-        <translation>No virus was found.</translation>
+        <source>Nothing was found.</source>
+        <translation>Nothing was found.</translation>
     </message>
     <message>
-        <source>1 infected file was found.</source>
-        <translation>1 infected file was found.</translation>
+        <source>1 detection.</source>
+        <translation>1 detection.</translation>
     </message>
     <message>
-        <source>%1 infected files were found.</source>
-        <translation>%1 infected files were found.</translation>
+        <source>%1 detections.</source>
+        <translation>%1 detections.</translation>
     </message>
     <message>
         <source>Stopped before the end.</source>

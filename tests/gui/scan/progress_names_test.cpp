@@ -86,7 +86,7 @@ TEST_F(Progress, ChangesAreAnnouncedWithThePictureThatShowsThem) {
     EXPECT_THAT(heard, Contains("lastVirusLabel: Eicar"));
     EXPECT_THAT(heard, Contains("progressBar: 2000"));
     EXPECT_THAT(heard, Contains("statusLabel: Scanning completed successfully"));
-    EXPECT_THAT(heard, Contains("noteLabel: 1 infected file was found."));
+    EXPECT_THAT(heard, Contains("noteLabel: 1 detection."));
 }
 
 TEST_F(Progress, TheWholeOfAShortenedNameCanBeHad) {

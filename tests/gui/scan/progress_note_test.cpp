@@ -105,12 +105,12 @@ TEST_F(Note, TheEndInWords) {
         bool isStopped;
         const char* words;
     } kEnds[] = {
-        {0, false, "No virus was found."},
-        {1, false, "1 infected file was found."},
-        {2, false, "2 infected files were found."},
-        {0, true, "Stopped before the end. No virus was found until then."},
-        {1, true, "Stopped before the end. 1 infected file was found."},
-        {4000000000U, true, "Stopped before the end. 4000000000 infected files were found."},
+        {0, false, "Nothing was found."},
+        {1, false, "1 detection."},
+        {2, false, "2 detections."},
+        {0, true, "Stopped before the end. Nothing was found until then."},
+        {1, true, "Stopped before the end. 1 detection."},
+        {4000000000U, true, "Stopped before the end. 4000000000 detections."},
     };
     for (const auto& end : kEnds) {
         Finish(end.infected, end.isStopped);
