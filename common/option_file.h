@@ -4,7 +4,8 @@
 
 // The option files: small files in the application directory that every user of the machine may
 // change. They are made private and widened at once. A link in their place is the administrator's
-// where only root can write to the folder, and followed; elsewhere it is refused.
+// where only root can write to the folder, and followed; elsewhere it is refused. A link that leads
+// nowhere fails both functions: there is no file to open, and none is made through it.
 
 /// Opens an existing file for reading and writing.
 FileDescriptor OpenOptionFile(const char* path);

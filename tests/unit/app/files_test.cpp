@@ -295,6 +295,15 @@ TEST_F(OptionFiles, SharedFileIsMadePrivate) {
     EXPECT_NE(fcntl(file.Get(), F_GETFD) & FD_CLOEXEC, 0);
 }
 
+TEST_F(OptionFiles, ALinkThatLeadsNowhereIsNoFileAndBecomesNone) {
+    fs::create_symlink("nowhere", m_folder / "link");
+    const std::string path = m_folder / "link";
+    EXPECT_FALSE(OpenOptionFile(path.c_str()).IsOpen());
+    EXPECT_FALSE(CreateOptionFile(path.c_str()).IsOpen());
+    EXPECT_TRUE(fs::is_symlink(path));
+    EXPECT_FALSE(fs::exists(m_folder / "nowhere"));
+}
+
 TEST_F(OptionFiles, ApplicationDirectoryEndsInOneSlash) {
     EXPECT_TRUE(RecordApplicationDirectory("/opt/program"));
     EXPECT_STREQ(g_szAppPath, "/opt/program/");
