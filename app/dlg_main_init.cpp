@@ -15,6 +15,7 @@
 #include "app/start_up.h"
 #include "common/locks.h"
 #include "common/paths.h"
+#include "common/run_state.h"
 #include "reports/files/report_index.h"
 #include "scan/scanner.h"
 #include "widgets/messages.h"

@@ -19,7 +19,7 @@ int main(int argc, char** argv) {
 
     switch (ProbeDisplay()) {
         case DisplayKind::kUnknown:
-            return -1;  // alone with the missing translation in leaving the process registered
+            return -1;  // leaves the process registered, as the missing translation below does
         case DisplayKind::kWayland:
             Unregfromonlineprot(g_pCurrproc_pid);
             NotifyWaylandUnsupported();

@@ -29,6 +29,7 @@ FileDescriptor Checked(FileDescriptor file, Links links) {
     return file;
 }
 
+// Who else may write by an access control list shows, too: its mask stands in the group's bits.
 bool OnlyRootWrites(int folder) {
     struct stat status {};
     return ::fstat(folder, &status) == 0 && status.st_uid == 0 &&

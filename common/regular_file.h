@@ -22,7 +22,10 @@ enum class Links {
 /// O_APPEND or O_NOATIME as needed. The descriptor is not inherited.
 ///
 /// Not open on failure, with the reason in errno: EPERM for what is no regular file and for one
-/// with further names, ELOOP for a link that is not followed, EINVAL for a null path.
+/// with further names, ELOOP for a link that is not followed, EINVAL for a null path. Where opening
+/// fails before that can be told, the system's reason: ENXIO for a socket, for a FIFO that is to be
+/// written and that nobody reads, and for a device that is not there; EISDIR for a folder that is
+/// to be written.
 FileDescriptor OpenRegularFile(const char* path, int flags, Links links, mode_t mode = 0);
 
 /// The same of `name` in the open directory `directory`.

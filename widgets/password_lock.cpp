@@ -15,8 +15,8 @@ namespace {
 
 constexpr auto kTitle = "Corvane";
 
-/// What the user types. Wiped as soon as it has been checked, or at the end of its life: here and
-/// in the line it was typed into.
+/// What the user types. Wiped as soon as it has been checked, or at the end of its life, with what
+/// shares its characters. The line it was typed into may have left others behind while it grew.
 class TypedPassword {
 public:
     TypedPassword() = default;

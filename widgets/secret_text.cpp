@@ -1,6 +1,8 @@
 #include "widgets/secret_text.h"
 
-#include <strings.h>
+#include <cstddef>
+#include <cstring>
+#include <type_traits>
 
 namespace {
 
