@@ -1,11 +1,9 @@
 #include "reports/virus_log/delete_records.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <fcntl.h>
 #include <limits>
 #include <span>
-#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -62,7 +60,7 @@ int CopyRest(Kept& kept, off_t offset, int to) {
     }
     const auto length = static_cast<std::uint64_t>(offset - first);
     return WriteAt(to, 0, BytesOf(kept.head)) &&
-                   CopyBytes(kept.from.Get(), first, to, sizeof kept.head, length)
+                   CopyBytes(kept.from.Get(), first, to, sizeof kept.head, length) && IsOnDisk(to)
                ? kDeleteDone
                : kDeleteIoFailed;
 }
@@ -98,7 +96,7 @@ int PutInPlace(const Kept& kept, const char* fileName, int to, int table) {
     // Who could write the old file can write the new one.
     if (::fstat(kept.from.Get(), &before) != 0 ||
         !TakeRights(kept.from.Get(), to, before.st_mode & 07777U) ||
-        std::rename(VirusLogPath(kKeptRecordFile).c_str(), VirusLogPath(fileName).c_str()) != 0) {
+        !RenameLogFile(kKeptRecordFile, fileName)) {
         (void)::ftruncate(table, tableSize);
         return kDeleteNotReplaced;
     }

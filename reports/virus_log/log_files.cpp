@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <limits>
 #include <sys/stat.h>
@@ -145,6 +146,21 @@ bool TakeRights(int from, int to, mode_t mode) {
         [[maybe_unused]] const int given = ::fchown(to, status.st_uid, status.st_gid);
     }
     return ::fchmod(to, mode) == 0;
+}
+
+bool IsOnDisk(int fd) {
+    // Some file systems have nothing to wait for, and say so.
+    return ::fsync(fd) == 0 || errno == EINVAL || errno == ENOSYS;
+}
+
+bool RenameLogFile(std::string_view name, std::string_view target) {
+    if (std::rename(VirusLogPath(name).c_str(), VirusLogPath(target).c_str()) != 0) {
+        return false;
+    }
+    const FileDescriptor folder(
+        ::open(VirusLogPath("").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    (void)(folder && IsOnDisk(folder.Get()));
+    return true;
 }
 
 off_t SizeOf(int fd) {

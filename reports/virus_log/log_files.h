@@ -64,6 +64,15 @@ bool CopyContent(int from, int to);
 /// bits `mode`. Who may not give files away stays the owner. False when the bits cannot be set.
 bool TakeRights(int from, int to, mode_t mode);
 
+/// Whether what was written to an open file has reached the disk, which it waits for. A file that
+/// is to take the place of another one has to: after a power cut the name could be that of the new
+/// file and the content nobody's.
+bool IsOnDisk(int fd);
+
+/// Gives the file `name` the name `target` in the place of the file that had it, and sees the
+/// change on disk as far as it can. False with nothing changed.
+bool RenameLogFile(std::string_view name, std::string_view target);
+
 /// The size of an open file in bytes, -1 when it cannot be told.
 off_t SizeOf(int fd);
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <limits>
@@ -106,8 +105,7 @@ bool PutInPlace(const char* temporary, std::string_view file, int from) {
     constexpr mode_t kCopiedMode = 0755;
     constexpr mode_t kSharedBits = 0066;
     const mode_t mode = kCopiedMode | (before.st_mode & kSharedBits);
-    if (TakeRights(old.Get(), from, mode) &&
-        std::rename(VirusLogPath(temporary).c_str(), VirusLogPath(file).c_str()) == 0) {
+    if (TakeRights(old.Get(), from, mode) && RenameLogFile(temporary, file)) {
         return true;
     }
     if (!CopyContent(from, old.Get())) {
@@ -151,7 +149,8 @@ bool ResetVirusLog(char* fileName) {
     }
     const FileDescriptor offsets = MakeTemporary(kTrimmedOffsetFile);
     if (!offsets || !WriteTrimmedRecords(cut, records.Get(), limit) ||
-        !WriteTrimmedOffsets(cut, offsets.Get(), limit)) {
+        !WriteTrimmedOffsets(cut, offsets.Get(), limit) || !IsOnDisk(records.Get()) ||
+        !IsOnDisk(offsets.Get())) {
         (void)RemoveLogFile(kTrimmedRecordFile);
         (void)RemoveLogFile(kTrimmedOffsetFile);
         return false;

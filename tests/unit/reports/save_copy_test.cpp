@@ -12,8 +12,8 @@
 
 #include "common/file_descriptor.h"
 #include "common/io.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/scratch.h"
-#include "tests/unit/reports/failing_calls.h"
 
 // A report saved elsewhere: whole, or not at all and with the reason.
 

@@ -3,6 +3,7 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 
+#include "tests/support/failing_calls.h"
 #include "tests/unit/virus_log/virus_log_fixture.h"
 
 namespace {
@@ -241,6 +242,28 @@ TEST_F(DeleteRecordsTest, AFileThatCannotBeReplacedIs134) {
     }
     ASSERT_EQ(::umount2(path.c_str(), MNT_DETACH), 0);
     ExpectUnchanged();
+}
+
+// What the disk does not take must not be given the name of the records.
+TEST_F(DeleteRecordsTest, RecordsThatDoNotReachTheDiskAre135) {
+    FailCall(Call::kFsync, EIO);
+    EXPECT_EQ(DeleteRecords("VirRcONE.dat", 1), 135);
+    EXPECT_FALSE(IsStillToFail(Call::kFsync));
+    ExpectUnchanged();
+    // Some file systems know no such thing.
+    for (const int error : {EINVAL, ENOSYS}) {
+        PutLog(m_log);
+        FailCall(Call::kFsync, error);
+        EXPECT_EQ(DeleteRecords("VirRcONE.dat", 1), 139);
+    }
+}
+
+// The second is that of the folder. By then the records are replaced, so it changes nothing.
+TEST_F(DeleteRecordsTest, TheNewNameIsSeenOnDiskToo) {
+    FailCall(Call::kFsync, EIO, 2);
+    EXPECT_EQ(DeleteRecords("VirRcONE.dat", 1), 139);
+    EXPECT_FALSE(IsStillToFail(Call::kFsync));
+    EXPECT_EQ(Content("VirRcONE.dat"), HeadBytes(2) + Second() + Third());
 }
 
 TEST_F(DeleteRecordsTest, TheOwnerStays) {

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "reports/virus_log/virus_log.h"
+#include "tests/support/failing_calls.h"
 #include "tests/unit/virus_log/virus_log_fixture.h"
 
 namespace {
@@ -285,6 +286,26 @@ TEST_F(SizeLimit, TheOwnersStay) {
         ASSERT_EQ(::stat(Log(name).c_str(), &status), 0);
         EXPECT_EQ(status.st_uid, 12'345U) << name;
         EXPECT_EQ(status.st_gid, 54'321U) << name;
+    }
+}
+
+// What the disk does not take must not be given the name of the log's files.
+TEST_F(SizeLimit, WhatDoesNotReachTheDiskReplacesNothing) {
+    for (const int nth : {1, 2}) {
+        FailCall(Call::kFsync, EIO, nth);
+        EXPECT_FALSE(TrimFour(U64(88) + U64(308) + U64(528) + U64(748), 4)) << nth;
+        EXPECT_FALSE(IsStillToFail(Call::kFsync)) << nth;
+        ExpectUntouched();
+    }
+}
+
+// The third and the fourth are those of the folder, after each of the two files has its new name.
+TEST_F(SizeLimit, TheNewNamesAreSeenOnDiskToo) {
+    for (const int nth : {3, 4}) {
+        FailCall(Call::kFsync, EIO, nth);
+        EXPECT_TRUE(TrimFour(U64(88) + U64(308) + U64(528) + U64(748), 4)) << nth;
+        EXPECT_FALSE(IsStillToFail(Call::kFsync)) << nth;
+        ExpectTrimmed(HeadBytes(4) + Record('c') + Record('d'), U64(88) + U64(308));
     }
 }
 

@@ -1,4 +1,4 @@
-#include "tests/unit/reports/failing_calls.h"
+#include "tests/support/failing_calls.h"
 
 #include <array>
 #include <cerrno>
@@ -33,6 +33,10 @@ int Result(long result) {
 
 void FailCall(Call call, int error, int nth) {
     g_faults.at(static_cast<std::size_t>(call)) = {error, nth};
+}
+
+bool IsStillToFail(Call call) {
+    return g_faults.at(static_cast<std::size_t>(call)).callsLeft > 0;
 }
 
 void FailNothing() {
