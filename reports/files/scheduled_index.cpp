@@ -13,6 +13,8 @@
 #include "common/io.h"
 #include "common/locks.h"
 #include "common/paths.h"
+#include "common/regular_file.h"
+#include "common/shared_file.h"
 #include "common/text_field.h"
 
 namespace {
@@ -31,19 +33,19 @@ static_assert(sizeof(IndexHeader) == 11);
 
 // Everybody may write in the index's folder: a link in its place leads nowhere, and a FIFO must not
 // keep anybody waiting.
-FileDescriptor OpenIndex(int flags) {
+FileDescriptor OpenIndexToRead() {
     return FileDescriptor(
-        open(kScheduledIndexPath, flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, kIndexMode));
+        open(kScheduledIndexPath, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
 }
 
-// The same to write, which only a regular file is for.
+// The same to write, which only a regular file without further names is for. Missing, it is made:
+// separately, since the kernel refuses to open what another user made there for creating.
+FileDescriptor OpenOrMakeIndex(int flags) {
+    return OpenSharedFile(kScheduledIndexPath, flags, kIndexMode);
+}
+
 FileDescriptor OpenIndexToWrite(int flags) {
-    FileDescriptor index = OpenIndex(flags);
-    struct stat status {};
-    if (index && (fstat(index.Get(), &status) != 0 || !S_ISREG(status.st_mode))) {
-        index.Reset();
-    }
-    return index;
+    return common::OpenRegularFile(kScheduledIndexPath, flags, common::Links::kNone);
 }
 
 bool WriteHeader(const FileDescriptor& index, const IndexHeader& header) {
@@ -56,7 +58,7 @@ bool ReadHeader(const FileDescriptor& index, IndexHeader& header) {
 }
 
 bool CreateIndex() {
-    const FileDescriptor created = OpenIndexToWrite(O_RDWR | O_CREAT);
+    const FileDescriptor created = OpenOrMakeIndex(O_RDWR);
     return created.IsOpen() && WriteHeader(created, {});
 }
 
@@ -104,7 +106,7 @@ bool ReadIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& out, unsig
         *err = kIndexMissing;
         return false;
     }
-    const FileDescriptor index = OpenIndex(O_RDONLY);
+    const FileDescriptor index = OpenIndexToRead();
     if (!index.IsOpen()) {
         *err = kIndexOpenFailed;
         return false;
@@ -137,7 +139,7 @@ bool WriteIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& entries, 
         return false;
     }
     *err = kIndexOk;
-    const FileDescriptor index = OpenIndexToWrite(O_WRONLY | O_CREAT);
+    const FileDescriptor index = OpenOrMakeIndex(O_WRONLY);
     if (!index.IsOpen()) {
         *err = kIndexOpenFailed;
         return false;

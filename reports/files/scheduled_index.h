@@ -53,7 +53,8 @@ bool ReadIndexEntry(short kind, std::vector<tagReportIndexEntry>& out, unsigned 
                     unsigned int* err);
 
 /// Replaces the whole index by `entries` under the file's lock. False with the reason in `*err`; a
-/// null `err` fails. A write that fails leaves a shorter index and `*err` 0.
+/// null `err` fails. A write that fails leaves `*err` 0 and the index with what was written so far
+/// over its start, and behind that what it held.
 bool WriteIndexEntry(short kind, std::vector<tagReportIndexEntry>& entries, unsigned int* err);
 
 /// Deletes the first report at `path` that belongs to `uid` (to anyone when `uid` is 0), and its

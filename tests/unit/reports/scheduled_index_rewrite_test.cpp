@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "reports/files/scheduled_index.h"
+#include "tests/support/protected_folders.h"
 #include "tests/unit/reports/scheduled_index_fixture.h"
 
 // The index written anew, whole or without the reports that somebody deletes.
@@ -37,6 +38,37 @@ TEST_F(ScheduledIndex, RewritingCreatesAMissingIndex) {
     EXPECT_TRUE(WriteIndexEntry(1001, entries, &err));
     EXPECT_EQ(Bytes(), std::string(kHeaderSize, '\0'));
     EXPECT_EQ(Mode(), 0644U);
+}
+
+// The folder is everybody's, and who made the index is another one than who deletes from it.
+TEST_F(ScheduledIndex, AnothersIndexIsWrittenWhereTheKernelProtectsIt) {
+    const ProtectedFolders folders;
+    Append("a", 1);
+    Append("b", 2);
+    EXPECT_EQ(Listed(0), (Names{"a", "b"}));
+    unsigned int err = 77;
+    EXPECT_TRUE(DeleteReportForFile(1001, (std::string(kReports) + "/a").c_str(), 0, &err));
+    EXPECT_EQ(err, 0U);
+    EXPECT_EQ(Listed(0), Names{"b"});
+    fs::remove(kIndex);
+    std::vector<tagReportIndexEntry> entries;
+    EXPECT_TRUE(WriteIndexEntry(1001, entries, &err));
+    EXPECT_EQ(Bytes(), std::string(kHeaderSize, '\0'));
+}
+
+// Another name of a file that somebody could have laid there to be written over.
+TEST_F(ScheduledIndex, AFileWithAnotherNameIsNotWritten) {
+    Append("a", 1);
+    const std::string victim = std::string(kReports) + "/victim";
+    fs::create_hard_link(kIndex, victim);
+    const std::string before = ReadFile(victim);
+    std::vector<tagReportIndexEntry> entries;
+    unsigned int err = 77;
+    EXPECT_FALSE(WriteIndexEntry(1001, entries, &err));
+    EXPECT_EQ(err, 1002U);
+    tagReportIndexEntry entry = Entry("b", 1);
+    EXPECT_FALSE(ScanReports().MakeIndexEntry(&entry));
+    EXPECT_EQ(ReadFile(victim), before);
 }
 
 TEST_F(ScheduledIndex, ItsModeIsKept) {
