@@ -23,6 +23,15 @@
 #include "widgets/display_name.h"
 #include "widgets/messages.h"
 
+namespace {
+
+// A name that was chosen, with what could mislead made visible.
+QString ShownName(const QString& fileName) {
+    return DisplayName(QFile::encodeName(fileName).toStdString());
+}
+
+}  // namespace
+
 dlgReport::dlgReport(QWidget* parent)
     : QDialog(parent),
       m_ui(std::make_unique<Ui::dlgReport>()),
@@ -179,7 +188,7 @@ void dlgReport::OnSavAsClick() {
             !AskYesNo(
                 this, "Corvane",
                 tr("The File ' %1 ' already exists.\nDo you want to replace the existing file?")
-                    .arg(fileName))) {
+                    .arg(ShownName(fileName)))) {
             continue;
         }
         if (SaveReport(fileName)) {
@@ -203,7 +212,7 @@ bool dlgReport::SaveReport(const QString& fileName) {
         reason += '\n' + tr("What the file held before is lost.");
     }
     ShowCritical(this, "Corvane",
-                 tr("Unable to save the report as ' %1 '.\n%2").arg(fileName, reason));
+                 tr("Unable to save the report as ' %1 '.\n%2").arg(ShownName(fileName), reason));
     return false;
 }
 

@@ -123,6 +123,25 @@ TEST_F(SaveAsTest, AnExistingFileIsReplacedOnlyAfterYes) {
     EXPECT_EQ(ReadFile(target), "new");
 }
 
+// What the eye would not see, or see in another place, is said before anything is written over.
+TEST_F(SaveAsTest, TheBoxesShowHiddenCharactersOfTheName) {
+    OpenText("new");
+    const std::string target = m_folder / "a\xE2\x80\xAE\n\xC3\xA9.txt";
+    const std::string shown = m_folder / "a\\u202E\\n\xC3\xA9.txt";
+    WriteFile(target, "old");
+    Choose(target);
+    AnswerReplace(shown, "&Yes");
+    Find("btnRptSavAs")->click();
+    EXPECT_EQ(ReadFile(target), "new");
+    fs::remove(target);
+    ASSERT_EQ(mkfifo(target.c_str(), 0600), 0);
+    Choose(target);
+    AnswerReplace(shown, "&Yes");
+    ExpectFailure(shown, "It is not a file that can hold a text.");
+    Choose("");
+    Find("btnRptSavAs")->click();
+}
+
 TEST_F(SaveAsTest, AFullDiskIsSaidAndTheOldFileStays) {
     fs::create_directory(m_folder / "disk");
     const TinyDisk disk(m_folder / "disk", "64k");
