@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "common/utf8.h"
@@ -109,20 +110,50 @@ ReportText::ReportText(std::string bytes) : m_bytes(std::move(bytes)) {
     if (m_bytes.find('\r') != std::string::npos) {
         m_breaks = "\n\r";
     }
+    FindLongLines();
+}
+
+// Of each piece of the report only the end is looked at, back to the last line that begins in it;
+// but a piece without any is looked at whole.
+void ReportText::FindLongLines() {
+    std::size_t line = 0;
+    std::size_t at = 0;
+    while (Size() - at >= kMaxLine) {
+        if (const auto last = LastBreak(at, at + kMaxLine)) {
+            line = *last + 1;
+            at = line;
+            continue;
+        }
+        if (at == line) {
+            m_longLines.push_back(line);
+        }
+        at += kMaxLine;
+    }
+}
+
+// The last end of a line from `begin` on and before `end`.
+std::optional<std::size_t> ReportText::LastBreak(std::size_t begin, std::size_t end) const {
+    std::optional<std::size_t> last;
+    for (const char wanted : m_breaks) {
+        const void* found = ::memrchr(m_bytes.data() + begin, wanted, end - begin);
+        if (found != nullptr) {
+            last = static_cast<std::size_t>(static_cast<const char*>(found) - m_bytes.data());
+            begin = *last + 1;
+        }
+    }
+    return last;
 }
 
 std::size_t ReportText::UncutLineStart(std::size_t at) const {
-    if (at == 0) {
-        return 0;
+    if (at == 0 || !IsInLine(at - 1)) {
+        return at;
     }
-    if (m_breaks.size() == 1) {
-        const void* found = ::memrchr(m_bytes.data(), '\n', at);
-        return found == nullptr
-                   ? 0
-                   : static_cast<std::size_t>(static_cast<const char*>(found) - m_bytes.data()) + 1;
+    const std::size_t reach = std::min(at, kMaxLine);
+    if (const auto last = LastBreak(at - reach, at)) {
+        return *last + 1;
     }
-    const std::size_t found = m_bytes.find_last_of(m_breaks, at - 1);
-    return found == std::string::npos ? 0 : found + 1;
+    const auto behind = std::upper_bound(m_longLines.begin(), m_longLines.end(), at);
+    return behind == m_longLines.begin() ? 0 : *std::prev(behind);
 }
 
 bool ReportText::IsInLine(std::size_t at) const {

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <QString>
 #include <QTextOption>
@@ -46,6 +48,8 @@ public:
         return std::string_view(m_bytes).substr(begin, end - begin);
     }
 
+    // However long the lines of a report are, neither of these looks further than two of kMaxLine.
+
     /// Where the shown line begins that the offset `at` lies in.
     [[nodiscard]] std::size_t LineStart(std::size_t at) const;
 
@@ -56,10 +60,14 @@ public:
     [[nodiscard]] std::size_t CharacterStart(std::size_t at) const;
 
 private:
+    void FindLongLines();
+    [[nodiscard]] std::optional<std::size_t> LastBreak(std::size_t begin, std::size_t end) const;
     [[nodiscard]] std::size_t UncutLineStart(std::size_t at) const;
     [[nodiscard]] bool IsInLine(std::size_t at) const;
 
     std::string m_bytes;
     // Looking for one character is ten times faster, and reports seldom hold a "\r".
     std::string_view m_breaks = "\n";
+    // Where the lines begin that are no shorter than kMaxLine before they are cut, in order.
+    std::vector<std::size_t> m_longLines;
 };

@@ -1,8 +1,12 @@
 #include "reports/report_text.h"
 
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/mman.h>
 #include <vector>
+
+#include "tests/support/scratch.h"
 
 // The bytes of a report as the lines that are shown.
 
@@ -60,6 +64,54 @@ TEST(ReportText, CutsNoCharacterInTwo) {
     // Of bytes that are no characters the cut is where it is.
     const std::string rubbish(65536 + 10, '\x80');
     EXPECT_EQ(LinesOf(ReportText(rubbish)), (Lines{rubbish.substr(10), rubbish.substr(0, 10)}));
+}
+
+// Whatever ends the lines around it, a long line is found from each of its pieces.
+TEST(ReportText, CutsLongLinesAmongOthers) {
+    const std::string full(65536, 'x');
+    const Lines pieces{"a", full, full, "y", "b", "", full, "c", full, full, "z"};
+    for (const char first : {'\n', '\r'}) {
+        for (const char second : {'\n', '\r'}) {
+            EXPECT_EQ(LinesOf(ReportText(std::string("a") + first + full + full + "y" + second +
+                                         "b" + first + second + full + second + "c" + first + full +
+                                         full + "z")),
+                      pieces);
+        }
+    }
+}
+
+// A report of one long line, or of no long line but ends of one kind only, must not be looked at
+// from its start on for each line. What lies far from the line cannot be read here at all.
+TEST(ReportText, LooksNoFurtherThanTwoLines) {
+    constexpr std::size_t kSize = 40 * ReportText::kMaxLine;
+    constexpr std::size_t kNear = 2 * ReportText::kMaxLine;
+    constexpr std::size_t kPage = 4096;
+    std::string shortLines;
+    while (shortLines.size() < kSize) {
+        shortLines += std::string(99, 'x') + '\r';
+    }
+    for (const std::string& bytes :
+         {"\r" + std::string(kSize, 'x'), std::string(kSize, 'x'), "\n" + std::string(kSize, 'x'),
+          shortLines, std::string(kSize, '\r'), std::string(kSize, '\n')}) {
+        const ReportText report(bytes);
+        for (const std::size_t at : {kSize / 2, kSize - ReportText::kMaxLine, kSize - 1}) {
+            EXPECT_EQ(InChild([&] {
+                          const auto start =
+                              reinterpret_cast<std::uintptr_t>(report.Bytes().data());
+                          const auto begin = (start + kPage - 1) / kPage * kPage;
+                          const auto end = (start + at - kNear) / kPage * kPage;
+                          // NOLINTNEXTLINE(performance-no-int-to-ptr)
+                          if (::mprotect(reinterpret_cast<void*>(begin), end - begin, PROT_NONE)) {
+                              return 1;
+                          }
+                          const std::size_t line = report.LineStart(at);
+                          const ReportText::Line found = report.LineAt(line);
+                          return line <= at && found.next > at ? 0 : 2;
+                      }),
+                      0)
+                << at << " behind " << static_cast<int>(bytes.front());
+        }
+    }
 }
 
 TEST(ReportText, ShowsWhatIsNoTextAsReplacements) {
