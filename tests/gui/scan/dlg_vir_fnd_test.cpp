@@ -156,7 +156,7 @@ TEST_F(VirFnd, AStrayReturnAnswersNothing) {
         for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
             QTest::keyClick(QApplication::focusWidget(), key);
             QTest::qWait(150);  // a button pressed by its key is animated
-            EXPECT_TRUE(dialog.isVisible()) << focus << ' ' << key;
+            ASSERT_TRUE(dialog.isVisible()) << focus << ' ' << key;
             EXPECT_FALSE(Find<QCheckBox>(dialog, "applyToAllCheck")->isChecked());
         }
     }
