@@ -16,10 +16,10 @@ constexpr std::size_t kMaxLineLength = 1024;
 
 // Cuts the first word from `text`; empty when there is none.
 std::string_view TakeWord(std::string_view& text) {
-    text.remove_prefix(std::min(text.find_first_not_of(kProfileWhiteSpace), text.size()));
-    const std::string_view word = text.substr(0, text.find_first_of(kProfileWhiteSpace));
-    text.remove_prefix(word.size());
-    return word;
+    const auto* start = std::find_if_not(text.begin(), text.end(), IsProfileWhiteSpace);
+    const auto* end = std::find_if(start, text.end(), IsProfileWhiteSpace);
+    text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
+    return {start, static_cast<std::size_t>(end - start)};
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "common/profile_lines.h"
 
-#include <algorithm>
 #include <cstring>
 #include <fcntl.h>
 
@@ -14,11 +13,15 @@ constexpr std::size_t kMaxArgumentLength = 256;
 }  // namespace
 
 char* Trim(char* text) {
-    std::string_view rest = text;
-    rest.remove_prefix(std::min(rest.find_first_not_of(kProfileWhiteSpace), rest.size()));
-    char* start = text + (rest.data() - text);
-    start[rest.find_last_not_of(kProfileWhiteSpace) + 1] = '\0';
-    return start;
+    while (IsProfileWhiteSpace(*text)) {
+        ++text;
+    }
+    char* end = text + std::strlen(text);
+    while (end != text && IsProfileWhiteSpace(end[-1])) {
+        --end;
+    }
+    *end = '\0';
+    return text;
 }
 
 char* GetSectionName(char* line) {
@@ -53,7 +56,11 @@ bool IsHeader(const char* line) {
     return *line == '[';
 }
 
-bool IsHeaderOf(std::string_view line, const std::string& section) {
+bool IsHeaderOf(const char* line, const std::string& section) {
+    // Most lines are none: only what is a header is worth a copy.
+    if (!IsHeader(line)) {
+        return false;
+    }
     std::string header(line);
     const char* name = GetSectionName(header.data());
     return name != nullptr && text::EqualsIgnoringCase(name, section);

@@ -13,7 +13,9 @@
 // whatever locale the program is in.
 
 /// isspace of the C locale.
-constexpr std::string_view kProfileWhiteSpace = " \t\n\r\v\f";
+constexpr bool IsProfileWhiteSpace(char byte) {
+    return byte == ' ' || (byte >= '\t' && byte <= '\r');
+}
 
 /// Removes white space at both ends, in place, and returns the start of what is left.
 char* Trim(char* text);
@@ -39,7 +41,7 @@ bool IsIgnored(const char* line);
 bool IsHeader(const char* line);
 
 /// Whether a trimmed line is the header of `section`. Leaves the line as it is.
-bool IsHeaderOf(std::string_view line, const std::string& section);
+bool IsHeaderOf(const char* line, const std::string& section);
 
 /// Opens an existing regular file to read; nothing else, so that a FIFO cannot hold the caller.
 /// Null on failure.

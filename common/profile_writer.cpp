@@ -108,6 +108,7 @@ bool CopyToSection(ProfileReader& profile, std::FILE* to, const std::string& sec
 // the end of the section.
 void CopyWithEntry(ProfileReader& profile, std::FILE* to, const std::string& key,
                    const std::string& entry) {
+    std::string cut;
     for (const char* line = profile.NextLine(); line != nullptr; line = profile.NextLine()) {
         if (IsHeader(line)) {
             WriteToFile(to, entry);
@@ -115,7 +116,7 @@ void CopyWithEntry(ProfileReader& profile, std::FILE* to, const std::string& key
             CopyRest(profile.Rest(), to);
             return;
         }
-        std::string cut(line);
+        cut = line;
         if (!IsIgnored(line) && CompareKey(cut.data(), key.c_str()) == 0) {
             WriteToFile(to, entry);
             CopyRest(profile.Rest(), to);
