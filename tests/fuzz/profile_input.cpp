@@ -22,10 +22,11 @@ constexpr int kMaxNulls = 7;
 void Unfold(std::string_view text, std::string& result) {
     constexpr char kRun = '\x1e';
     constexpr std::size_t kRunUnit = 8;
-    // Room for several lines that are longer than any buffer; more would only cost time.
-    constexpr std::size_t kMost = 4096;
+    // Room for two lines that are longer than any buffer; more would only cost time, and so would
+    // thousands of empty lines.
+    constexpr std::size_t kMost = 2560;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == kRun && i + 2 < text.size()) {
+        if (text[i] == kRun && i + 2 < text.size() && text[i + 2] != '\n') {
             const std::size_t room = kMost - std::min(kMost, result.size());
             result.append(std::min(room, static_cast<unsigned char>(text[i + 1]) * kRunUnit),
                           text[i + 2]);
