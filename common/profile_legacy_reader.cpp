@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -16,10 +15,16 @@ constexpr std::size_t kMaxLineLength = 1024;
 
 // Cuts the first word from `text`; empty when there is none.
 std::string_view TakeWord(std::string_view& text) {
-    const auto* start = std::find_if_not(text.begin(), text.end(), IsProfileWhiteSpace);
-    const auto* end = std::find_if(start, text.end(), IsProfileWhiteSpace);
-    text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
-    return {start, static_cast<std::size_t>(end - start)};
+    while (!text.empty() && IsProfileWhiteSpace(text.front())) {
+        text.remove_prefix(1);
+    }
+    std::size_t length = 0;
+    while (length < text.size() && !IsProfileWhiteSpace(text[length])) {
+        ++length;
+    }
+    const std::string_view word = text.substr(0, length);
+    text.remove_prefix(length);
+    return word;
 }
 
 }  // namespace
