@@ -19,7 +19,7 @@ int main(int argc, char** argv) {
 
     switch (ProbeDisplay()) {
         case DisplayKind::kUnknown:
-            return -1;  // leaves the process registered, as the missing translation below does
+            return -1;  // still registered, as after a missing translation or EndProcess()
         case DisplayKind::kWayland:
             Unregfromonlineprot(g_pCurrproc_pid);
             NotifyWaylandUnsupported();
