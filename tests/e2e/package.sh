@@ -3,8 +3,13 @@
 
 : "${e2eRoot:?}"
 
-# MakePackage BUILD: sets `package`; the test is skipped where that cannot be done.
+# MakePackage BUILD: sets `package`; the test is skipped where that cannot be done, and where what dpkg
+# does would be done to the machine itself.
 MakePackage() {
+    if ! grep -q '^corvane-sandbox / ' /proc/self/mounts; then
+        echo "skipped: the root is the machine's own, and so are its packages"
+        exit 77
+    fi
     if [[ $EUID -ne 0 ]] || ! type -P dpkg-shlibdeps >/dev/null; then
         echo "skipped: installing a package needs root, making one needs dpkg-dev"
         exit 77

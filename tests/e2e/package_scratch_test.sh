@@ -10,11 +10,6 @@ source "$e2eRoot/tests/e2e/e2e.sh"
 source "$e2eRoot/tests/e2e/package.sh"
 MakePackage "$1"
 
-if ! grep -q '^corvane-sandbox / ' /proc/self/mounts; then
-    echo "skipped: the root is the machine's own, and so is its systemd"
-    exit 77
-fi
-
 space=$kProductDir/tmp
 unit=usr-lib-Corvane-Corvane-tmp.mount
 wanted=/etc/systemd/system/local-fs.target.wants/$unit

@@ -227,10 +227,10 @@ CheckFallback() {
     got=$("$sandbox" bash -c '
         WithoutNamespaces "$1" bash -c "mkdir -p /usr/lib/Corvane/Corvane
             : >/usr/bin/corvane; : >/usr/bin/corvane-virlog
-            : >/zqcommon.log; : >/tmp/scan.lck; : >/tmp/mine; ipcmk -Q >/dev/null
+            mkdir /corvane-sample; : >/zqcommon.log; : >/tmp/scan.lck; : >/tmp/mine; ipcmk -Q >/dev/null
             echo \$CORVANE_SANDBOX; exit 6"
         echo "status $?"
-        ls -d /usr/lib/Corvane /usr/bin/corvane* /zqcommon.log /tmp/scan.lck 2>/dev/null
+        ls -d /usr/lib/Corvane /usr/bin/corvane* /zqcommon.log /tmp/scan.lck /corvane-sample 2>/dev/null
         ls /tmp/mine
         ipcs -q | grep -c "^0x"' bash "$sandbox" | tr '\n' ' ')
     Expect "without namespaces root uses the real paths and cleans up" \
