@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <string>
 #include <string_view>
+#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,14 +34,31 @@ std::string TemporaryName() {
     return std::string(kTemporaryPrefix) + digits.data();
 }
 
-/// A new file that goes away with the object unless it is given its name.
+/// Whether another run took the file for a leftover before it was locked.
+bool IsRemoved(int fd) {
+    struct stat status {};
+    return ::fstat(fd, &status) == 0 && status.st_nlink == 0;
+}
+
+/// A new file that goes away with the object unless it is given its name. It is locked while it has
+/// the name of a temporary one, so that no other run takes it for a leftover. (Whoever may open the
+/// folder could lock that, and keep an installation waiting; nobody else can open this file.)
 class TemporaryFile {
 public:
-    explicit TemporaryFile(int folder) : m_folder(folder), m_name(TemporaryName()) {
-        if (!m_name.empty()) {
+    explicit TemporaryFile(int folder) : m_folder(folder) {
+        do {
+            m_name = TemporaryName();
+            if (m_name.empty()) {
+                return;
+            }
             m_file.Reset(::openat(folder, m_name.c_str(),
                                   O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-        }
+            if (!m_file) {
+                return;
+            }
+            // Not every file system has locks.
+            (void)::flock(m_file.Get(), LOCK_EX);
+        } while (IsRemoved(m_file.Get()));
     }
     ~TemporaryFile() {
         if (m_file) {
@@ -81,6 +99,13 @@ private:
 bool IsSound(const struct stat& status, const SharedFile& file) {
     return status.st_size >= file.minimumSize &&
            (status.st_size > 0 || (status.st_mode & kModeBits) == file.mode);
+}
+
+/// Whether a run that is still alive works on it. What cannot be opened is no run's own.
+bool IsAtWork(int folder, const char* name) {
+    const FileDescriptor file(
+        ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    return file && ::flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
 }  // namespace
@@ -131,7 +156,8 @@ void RemoveLeftovers(int folder) {
     }
     [[maybe_unused]] const int ownedByTheStream = copy.Release();
     while (const dirent* entry = ::readdir(entries.get())) {
-        if (std::string_view(entry->d_name).starts_with(kTemporaryPrefix)) {
+        if (std::string_view(entry->d_name).starts_with(kTemporaryPrefix) &&
+            !IsAtWork(folder, entry->d_name)) {
             (void)::unlinkat(folder, entry->d_name, 0);
         }
     }

@@ -28,7 +28,8 @@ enum class Provided {
     kRepaired,   ///< was too short, or empty and closed to its users; made anew
     kLeftAlone,  ///< a link, a folder or another thing that is no plain file, or just made
                  ///< by somebody else
-    kFailed,     ///< see errno; what was there is as it was
+    kFailed,  ///< see errno; what was there is as it was, or when only the folder could not be put
+              ///< on the disk, made anew and perhaps lost again with the power
 };
 
 /// Sees to it that `file` is in the open `folder`. It appears there whole, on the disk and with its
@@ -41,7 +42,8 @@ Provided Provide(int folder, FolderOwner owner, const SharedFile& file);
 /// Not open on failure, with errno set.
 FileDescriptor ProvideFolder(int parent, const char* name, mode_t mode);
 
-/// Removes the half-made files that a killed process left in the open `folder`.
+/// Removes the half-made files that a killed process left in the open `folder`; those of one that
+/// is at work stay.
 void RemoveLeftovers(int folder);
 
 }  // namespace shared_files

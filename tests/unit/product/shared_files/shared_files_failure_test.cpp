@@ -1,5 +1,8 @@
+#include <chrono>
 #include <fstream>
 #include <optional>
+#include <sys/wait.h>
+#include <thread>
 
 #include "tests/unit/product/shared_files/shared_files_fixture.h"
 
@@ -131,6 +134,16 @@ protected:
         return calls;
     }
 
+    // Another run from beginning to end once this one, held up, has made its first file.
+    Outcome RunMeanwhile() const {
+        constexpr std::chrono::seconds kLimit(10);
+        const auto end = std::chrono::steady_clock::now() + kLimit;
+        while (CountOfEntries() == 0 && std::chrono::steady_clock::now() < end) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return Run();
+    }
+
     void Reset(bool wereThere) const {
         fs::remove_all(m_directory);
         fs::create_directories(m_directory);
@@ -183,6 +196,33 @@ TEST_F(SharedFilesTraced, ADiskThatTakesNothingLeavesNone) {
 
 TEST_F(SharedFilesTraced, AFileSystemThatCannotLookBeforeItRenamesWillDo) {
     EXPECT_EQ(Trace({"-o", "/dev/null", "-e", "inject=renameat2:error=EINVAL"}).status, 0);
+    ExpectAllWhole();
+}
+
+TEST_F(SharedFilesTraced, ARunMeanwhileTakesNothingAway) {
+    // Before the file is locked, while it is written, and before it has its name.
+    for (const char* call : {"flock", "write", "fsync"}) {
+        SCOPED_TRACE(call);
+        Reset(false);
+        const pid_t other = ::fork();
+        if (other == 0) {
+            ::_exit(RunMeanwhile().status);
+        }
+        const Outcome run = Trace({"-o", "/dev/null", "-e",
+                                   std::string("inject=") + call + ":delay_enter=1500000:when=1"});
+        int status = -1;
+        ASSERT_EQ(::waitpid(other, &status, 0), other);
+        EXPECT_EQ(status, 0);
+        EXPECT_EQ(run.status, 0) << run.errors;
+        ExpectAllWhole();
+    }
+}
+
+TEST_F(SharedFilesTraced, WhatIsRenamedBeforeItsFolderFailsIsThereAllTheSame) {
+    Put("zqscn.opt", "", 0666);
+    const Outcome run = Trace({"-o", "/dev/null", "-e", "inject=fsync:error=EIO:when=2"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.errors, "create-shared-files: " + PathOf("zqscn.opt") + ": Input/output error\n");
     ExpectAllWhole();
 }
 

@@ -1,5 +1,7 @@
 #include <grp.h>
+#include <sys/file.h>
 
+#include "common/file_descriptor.h"
 #include "tests/unit/product/shared_files/shared_files_fixture.h"
 
 // What create-shared-files makes, keeps, repairs and leaves alone.
@@ -147,6 +149,26 @@ TEST_F(SharedFiles, WhatAKilledRunLeftIsRemoved) {
     EXPECT_EQ(Run().status, 0);
     EXPECT_EQ(ReadFile(PathOf("reports/create-shared-files-of-a-user")), "a user's");
     fs::remove(PathOf("reports/create-shared-files-of-a-user"));
+    ExpectAllWhole();
+}
+
+TEST_F(SharedFiles, WhatARunIsAtWorkOnIsNotRemoved) {
+    const std::string name = "reports/.create-shared-files-0123456789abcdef";
+    Put(name, "half");
+    FileDescriptor other(::open(PathOf(name).c_str(), O_WRONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(other.Get(), LOCK_EX), 0);
+    EXPECT_EQ(Run().status, 0);
+    EXPECT_EQ(ReadFile(PathOf(name)), "half");
+    other.Reset();
+    EXPECT_EQ(Run().status, 0);
+    ExpectAllWhole();
+}
+
+TEST_F(SharedFiles, WhatIsNoFileUnderTheNameOfAHalfMadeOneHoldsNobodyUp) {
+    fs::create_directories(PathOf("reports"));
+    fs::create_symlink(m_scratch / "nowhere", PathOf(".create-shared-files-link"));
+    ASSERT_EQ(::mkfifo(PathOf("reports/.create-shared-files-pipe").c_str(), 0600), 0);
+    EXPECT_EQ(Run().status, 0);
     ExpectAllWhole();
 }
 
