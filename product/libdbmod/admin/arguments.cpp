@@ -7,7 +7,12 @@ namespace dbmod {
 
 namespace {
 
-enum Option : int { kOptionStdin = 1, kOptionHelp, kOptionVersion };
+/// What getopt_long gives back; 1 is its own, for a word that is no option.
+enum Option : int { kOptionWord = 1, kOptionStdin, kOptionHelp, kOptionVersion };
+
+// Words are given back where they stand, too: otherwise the environment could say that the options
+// end at the first one.
+constexpr char kWordsInOrder[] = "-";
 
 constexpr option kOptions[] = {
     {"stdin", no_argument, nullptr, kOptionStdin},
@@ -41,9 +46,14 @@ std::optional<AdminArguments> ParseAdminArguments(int argc, char** argv) {
     std::optional<AdminCommand> command;
     opterr = 0;  // What is not known is not repeated.
     int found = 0;
-    while ((found = getopt_long(argc, argv, "", kOptions, nullptr)) != -1) {
+    while ((found = getopt_long(argc, argv, kWordsInOrder, kOptions, nullptr)) != -1) {
         if (found == kOptionStdin) {
             arguments.fromStandardInput = true;
+        } else if (found == kOptionWord && !command) {
+            command = CommandOfName(optarg);
+            if (!command) {
+                return std::nullopt;
+            }
         } else if ((found == kOptionHelp || found == kOptionVersion) && !command) {
             command = found == kOptionHelp ? AdminCommand::kHelp : AdminCommand::kVersion;
         } else {

@@ -60,6 +60,23 @@ TEST_F(CorvaneAdminTest, ReadsOneLineOfStandardInput) {
     EXPECT_EQ(CheckPassword(" blanks kept \t\r", Stored().hash), PasswordCheck::kMatches);
 }
 
+TEST_F(CorvaneAdminTest, TheEnvironmentDoesNotSayWhereOptionsStand) {
+    ASSERT_EQ(setenv("POSIXLY_CORRECT", "1", 1), 0);
+    const std::vector<std::string> right[] = {{"set-password", "--stdin"},
+                                              {"--stdin", "set-password"},
+                                              {"set-password", "--stdin", "--"},
+                                              {"--stdin", "--", "set-password"}};
+    for (const auto& arguments : right) {
+        SetCheapPassword();
+        EXPECT_EQ(RunAdmin(arguments, "secret\n").exitStatus, 0);
+        EXPECT_EQ(CheckPassword("secret", Stored().hash), PasswordCheck::kMatches);
+    }
+    EXPECT_EQ(RunAdmin({"status", "--stdin"}).exitStatus, 2);
+    EXPECT_EQ(RunAdmin({"status", "--help"}).exitStatus, 2);
+    EXPECT_EQ(RunAdmin({"status", "status"}).exitStatus, 2);
+    unsetenv("POSIXLY_CORRECT");
+}
+
 TEST_F(CorvaneAdminTest, TakesPasswordsUpTo511Bytes) {
     const std::string longest(511, 'x');
     EXPECT_EQ(RunAdmin({"set-password"}, longest + "\n").exitStatus, 0);
