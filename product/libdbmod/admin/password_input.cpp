@@ -53,8 +53,12 @@ public:
 
     /// Waits for input; false when a signal came or the wait failed.
     bool WaitForInput(int fd) const {
-        pollfd input{fd, POLLIN, 0};
-        return ppoll(&input, 1, nullptr, &m_oldMask) > 0 && g_caughtSignal == 0;
+        int ready = -1;
+        do {
+            pollfd input{fd, POLLIN, 0};
+            ready = ppoll(&input, 1, nullptr, &m_oldMask);
+        } while (ready < 0 && errno == EINTR && g_caughtSignal == 0);
+        return ready > 0 && g_caughtSignal == 0;
     }
 
 private:
@@ -116,12 +120,16 @@ bool SecretText::operator==(const SecretText& other) const {
            std::memcmp(m_text.data(), other.m_text.data(), m_length) == 0;
 }
 
-InputStatus ReadPasswordLine(int fd, SecretText& text) {
+InputStatus ReadPasswordLine(int fd, SecretText& text, const std::function<bool()>& wait) {
     text.Clear();
     bool hasBegun = false;
     InputStatus status = InputStatus::kOk;
     char c = 0;
     while (true) {
+        if (wait && !wait()) {
+            status = InputStatus::kFailed;
+            break;
+        }
         const ssize_t got = read(fd, &c, 1);
         if (got < 0 && errno == EINTR) {
             continue;
@@ -160,9 +168,8 @@ InputStatus AskPassword(int fd, std::string_view prompt, SecretText& text) {
                     return InputStatus::kFailed;  // Better no password than one on the screen.
                 }
                 Show(prompt);
-                if (signals.WaitForInput(fd)) {
-                    status = ReadPasswordLine(fd, text);
-                }
+                // Before each byte: the end of input can come in the middle of the line.
+                status = ReadPasswordLine(fd, text, [&] { return signals.WaitForInput(fd); });
                 Show("\n");
             }
             caught = g_caughtSignal;

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <string_view>
 
 #include "product/libdbmod/password_hash.h"
@@ -39,7 +40,8 @@ enum class InputStatus {
 
 /// Reads one line from `fd`, byte by byte so that what follows the line stays unread. The newline
 /// is left away, and may be missing from the last line. `text` is empty unless the result is kOk.
-InputStatus ReadPasswordLine(int fd, SecretText& text);
+/// `wait`, where given, comes before each byte and returns false to give up (kFailed).
+InputStatus ReadPasswordLine(int fd, SecretText& text, const std::function<bool()>& wait = {});
 
 // Not libbsd's readpassphrase(3): it cuts a password at a zero byte, cannot tell the end of the
 // input from an empty line, and hides only what is typed on "/dev/tty", not on standard input.

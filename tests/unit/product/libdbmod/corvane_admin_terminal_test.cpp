@@ -1,5 +1,6 @@
 #include <chrono>
 #include <csignal>
+#include <fstream>
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
@@ -87,6 +88,16 @@ public:
         termios settings{};
         EXPECT_EQ(tcgetattr(m_master, &settings), 0);
         return (settings.c_lflag & ECHO) != 0;
+    }
+
+    /// How many bytes the program has read from anything so far.
+    [[nodiscard]] long BytesRead() const {
+        std::ifstream counters("/proc/" + std::to_string(m_pid) + "/io");
+        std::string name;
+        long count = -1;
+        counters >> name >> count;
+        EXPECT_EQ(name, "rchar:");
+        return count;
     }
 
     void Send(int signal) const { kill(m_pid, signal); }
@@ -220,6 +231,22 @@ TEST_F(CorvaneAdminTerminalTest, ASignalPutsTheTerminalBackAndThenEndsTheProgram
         EXPECT_EQ(terminal.Screen().find("hunter2"), std::string::npos);
         EXPECT_EQ(Stored().hash, kCheapHash);
     }
+}
+
+TEST_F(CorvaneAdminTerminalTest, ASignalEndsItInTheMiddleOfALineToo) {
+    SetCheapPassword();
+    Terminal terminal("set-password");
+    ASSERT_TRUE(terminal.Shows(kFirst));
+    const long before = terminal.BytesRead();
+    terminal.Type("half\x04");
+    ASSERT_TRUE(WaitUntil([&] { return terminal.BytesRead() >= before + 4; }, kLimit));
+    terminal.Type("\x03");
+    const int status = terminal.WaitForChange();
+    ASSERT_TRUE(WIFSIGNALED(status)) << terminal.Screen();
+    EXPECT_EQ(WTERMSIG(status), SIGINT);
+    EXPECT_TRUE(terminal.Echoes());
+    EXPECT_EQ(terminal.Screen().find("half"), std::string::npos);
+    EXPECT_EQ(Stored().hash, kCheapHash);
 }
 
 TEST_F(CorvaneAdminTerminalTest, StoppedAndContinuedItAsksAgain) {
