@@ -160,6 +160,11 @@ CheckKernelSettings() {
         mkdir /sys/house 2>&1 | sed "s/.*: //"; cat "$1"' sh "$file" | tr '\n' ' ')
     Expect "root cannot change the kernel's settings" \
         "closed Read-only file system $(cat "$file") " "$got"
+    # As the formats of programs are mounted, once somebody uses them.
+    got=$(unshare --mount --propagation private sh -c 'mount -t tmpfs house-test /proc/sys/fs/inotify &&
+        "$1" sh -c "(: >/proc/sys/fs/inotify/house-test) 2>/dev/null || echo closed"
+        ls -A /proc/sys/fs/inotify' sh "$sandbox")
+    Expect "root cannot change what is mounted below them" closed "$got"
     file=/proc/sys/kernel/msgmni
     before=$(cat "$file")
     got=$("$sandbox" sh -c 'echo 77 >"$1"; cat "$1"' sh "$file" 2>&1)
