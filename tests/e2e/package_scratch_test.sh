@@ -24,7 +24,8 @@ words=()
 for word in "\$@"; do
     [[ \$word == -* ]] || words+=("\$word")
 done
-echo "\${words[*]}" >>"$scratch/systemctl.log"
+[[ -e /usr/lib/Corvane ]] || words+=(, all gone)
+echo "\${words[*]}" | sed 's/ ,/,/' >>"$scratch/systemctl.log"
 case \${words[0]} in
     is-enabled) if [[ -L $wanted ]]; then echo enabled; else echo disabled; exit 1; fi ;;
     is-active) mountpoint -q $space ;;
@@ -85,6 +86,7 @@ Must "it is removed" Dpkg --remove corvane
 Must "it is installed again" Dpkg --install "$package"
 Expect "disabled outlives a removal" "no no $starts" "$(Enabled) $(Mounted) $(Starts)"
 Must "it is purged" Dpkg --purge corvane
+Expect "systemd looks again when all is gone" 1 "$(grep -c '^daemon-reload, all gone$' "$scratch/systemctl.log")"
 Must "it is installed as for the first time" Dpkg --install "$package"
 Expect "a purge forgets that" "yes yes" "$(Enabled) $(Mounted)"
 
