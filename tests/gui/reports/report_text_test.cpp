@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <gtest/gtest.h>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <sys/mman.h>
 #include <vector>
 
@@ -13,6 +15,14 @@
 namespace {
 
 using Lines = std::vector<std::string>;
+
+std::string Joined(std::initializer_list<std::string_view> parts) {
+    std::string text;
+    for (const std::string_view part : parts) {
+        text += part;
+    }
+    return text;
+}
 
 Lines LinesOf(const ReportText& report) {
     Lines lines;
@@ -57,8 +67,8 @@ TEST(ReportText, CutsNoCharacterInTwo) {
         for (std::size_t inside = 1; inside < character.size(); ++inside) {
             const std::string before(65536 - inside, 'x');
             const std::string after(65536 - character.size() + inside, 'y');
-            EXPECT_EQ(LinesOf(ReportText(before + character + after + "z")),
-                      (Lines{before, character + after, "z"}));
+            EXPECT_EQ(LinesOf(ReportText(Joined({before, character, after, "z"}))),
+                      (Lines{before, Joined({character, after}), "z"}));
         }
     }
     // Of bytes that are no characters the cut is where it is.
@@ -70,12 +80,12 @@ TEST(ReportText, CutsNoCharacterInTwo) {
 TEST(ReportText, CutsLongLinesAmongOthers) {
     const std::string full(65536, 'x');
     const Lines pieces{"a", full, full, "y", "b", "", full, "c", full, full, "z"};
-    for (const char first : {'\n', '\r'}) {
-        for (const char second : {'\n', '\r'}) {
-            EXPECT_EQ(LinesOf(ReportText(std::string("a") + first + full + full + "y" + second +
-                                         "b" + first + second + full + second + "c" + first + full +
-                                         full + "z")),
-                      pieces);
+    for (const std::string_view first : {"\n", "\r"}) {
+        for (const std::string_view second : {"\n", "\r"}) {
+            EXPECT_EQ(
+                LinesOf(ReportText(Joined({"a", first, full, full, "y", second, "b", first, second,
+                                           full, second, "c", first, full, full, "z"}))),
+                pieces);
         }
     }
 }
@@ -88,7 +98,7 @@ TEST(ReportText, LooksNoFurtherThanTwoLines) {
     constexpr std::size_t kPage = 4096;
     std::string shortLines;
     while (shortLines.size() < kSize) {
-        shortLines += std::string(99, 'x') + '\r';
+        shortLines.append(99, 'x').push_back('\r');
     }
     for (const std::string& bytes :
          {"\r" + std::string(kSize, 'x'), std::string(kSize, 'x'), "\n" + std::string(kSize, 'x'),

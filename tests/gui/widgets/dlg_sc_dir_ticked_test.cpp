@@ -64,7 +64,7 @@ TEST_F(Ticked, OpensAtTheFolderThatLeadsHome) {
     const QRect shown = View()->visualItemRect(item);
     EXPECT_TRUE(View()->viewport()->rect().contains(shown.left(), shown.top()));
     EXPECT_TRUE(View()->viewport()->rect().contains(shown.left(), shown.bottom()));
-    EXPECT_NEAR(shown.center().y(), View()->viewport()->height() / 2, 2 * shown.height())
+    EXPECT_NEAR(shown.center().y(), View()->viewport()->height() / 2.0, 2 * shown.height())
         << "with its neighbours round it";
     EXPECT_FALSE(item->IsTicked());
     EXPECT_EQ(Line(), QStringLiteral("No folder is ticked."));
