@@ -21,6 +21,7 @@ protected:
     // The page at `size` with `count` reports, the newest called "scn(count - 1).log".
     void Show(QSize size, int count) {
         std::vector<Listed> reports;
+        reports.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i) {
             reports.push_back({"28 Mar, 2026, 10:00:00 PM",
                                "/home/someone/a folder with a long name/" + std::to_string(i),
