@@ -67,13 +67,20 @@ protected:
 };
 
 TEST_F(ReadAheadTest, ReadsColdFilesAndLosesNoEntry) {
-    if (!MakeCold()) {
-        GTEST_SKIP() << "this file system does not let its files go from memory";
+    // A look at a cold file starts to read it. Where the thread has to wait for a processor just
+    // then, the disk is done before the look is, and the files pass for being in memory.
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        if (!MakeCold()) {
+            GTEST_SKIP() << "this file system does not let its files go from memory";
+        }
+        ReadAhead readAhead;
+        EXPECT_EQ(Walk(readAhead), kFiles);
+        if (readAhead.FilesReadAhead() > 100U) {
+            EXPECT_TRUE(WaitUntil([this] { return CountCold() < kFiles - 20; }));
+            return;
+        }
     }
-    ReadAhead readAhead;
-    EXPECT_EQ(Walk(readAhead), kFiles);
-    EXPECT_GT(readAhead.FilesReadAhead(), 100U);
-    EXPECT_TRUE(WaitUntil([this] { return CountCold() < kFiles - 20; }));
+    FAIL() << "nothing was read ahead";
 }
 
 TEST_F(ReadAheadTest, StaysAwayFromFilesInMemory) {
