@@ -18,10 +18,10 @@
 #include "reports/files/current_report.h"
 #include "reports/files/save_copy.h"
 #include "reports/find_bar.h"
-#include "reports/plain_tool_tip.h"
 #include "reports/report_printer.h"
 #include "widgets/display_name.h"
 #include "widgets/messages.h"
+#include "widgets/name_label.h"
 
 namespace {
 

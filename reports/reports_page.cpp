@@ -17,9 +17,9 @@
 #include "reports/dlg_report.h"
 #include "reports/files/current_report.h"
 #include "reports/files/scheduled_index.h"
-#include "reports/plain_tool_tip.h"
 #include "widgets/display_name.h"
 #include "widgets/messages.h"
+#include "widgets/name_label.h"
 
 namespace {
 

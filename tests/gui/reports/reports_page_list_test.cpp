@@ -89,8 +89,9 @@ TEST_F(ReportsList, TheWholePathIsInTheTooltip) {
     WriteIndex({{"d", "/home/<b>some</b>\nfolder", "scn1.log"}});
     m_page.Fill();
     const QTreeWidgetItem* row = List()->topLevelItem(0);
-    EXPECT_EQ(row->toolTip(1), "<span>/home/&lt;b&gt;some&lt;/b&gt;\\nfolder</span>");
-    EXPECT_EQ(row->toolTip(2), "<span>scn1.log</span>");
+    EXPECT_EQ(row->toolTip(1),
+              "<p style=\"white-space:pre-wrap\">/home/&lt;b&gt;some&lt;/b&gt;\\nfolder</p>");
+    EXPECT_EQ(row->toolTip(2), "<p style=\"white-space:pre-wrap\">scn1.log</p>");
     EXPECT_EQ(List()->toolTip(), "Select Entry to view the report");
 }
 
