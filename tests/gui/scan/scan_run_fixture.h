@@ -23,7 +23,7 @@
 #include "scan/zq_event.h"
 #include "tests/fakes/scanapi/fake_engine.h"
 #include "tests/support/report_files.h"
-#include "tests/unit/scan/hostile_tree.h"
+#include "tests/unit/scan/run/hostile_tree.h"
 
 /// Writes down what its threads tell it, and shows it.
 class RecordingProgress : public dlgScnPrgrs {

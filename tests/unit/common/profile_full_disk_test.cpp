@@ -1,32 +1,18 @@
+#include <cstdint>
 #include <gtest/gtest.h>
-#include <optional>
 #include <string>
-#include <sys/stat.h>
 
 #include "common/profile.h"
 #include "tests/support/scratch.h"
+#include "tests/unit/common/full_disk_fixture.h"
 
 namespace {
 
-class ProfileOnAFullDisk : public testing::TestWithParam<decltype(&WritePrivateProfileString)> {
+class ProfileOnAFullDisk
+    : public FullDisk,
+      public testing::WithParamInterface<decltype(&WritePrivateProfileString)> {
 protected:
-    void SetUp() override {
-        if (!HasPrivateRoot()) {
-            GTEST_SKIP() << "disks are only mounted in a private root";
-        }
-        ASSERT_EQ(::mkdir(m_diskFolder.c_str(), 0777), 0);
-        m_disk.emplace(m_diskFolder, "64k");
-        if (!m_disk->IsMounted()) {
-            GTEST_SKIP() << "no right to mount a disk to fill";
-        }
-    }
-
-    ScratchFolder m_scratch;
-    std::string m_diskFolder = m_scratch / "disk";
     std::string m_path = m_diskFolder + "/section.ini";
-
-private:
-    std::optional<TinyDisk> m_disk;
 };
 
 TEST_P(ProfileOnAFullDisk, TheOldFileStaysWholeAndNoTemporaryFileIsLeft) {
