@@ -3,71 +3,43 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <string>
-#include <string_view>
 
 #include <QMessageBox>
 
-#include "common/named_mutex.h"
-#include "common/paths.h"
-#include "common/version_record.h"
 #include "reports/virus_log/log_reader.h"
 #include "reports/virus_log/virus_log.h"
+#include "tests/gui/scan/held_virus_log.h"
 #include "tests/gui/scan/scan_run_fixture.h"
 #include "tests/support/scratch.h"
 
 namespace {
-
-std::atomic<bool> isWaiting{false};
-
-}  // namespace
-
-// The linker sends the program's calls of GetMutexOwnerShip here, which hands them on (--wrap).
-int NotedTaking(const char* key, tagMUTEX_INFO* mutex,
-                int retries) asm("__wrap__Z17GetMutexOwnerShipPKcP13tagMUTEX_INFOi");
-int RealTaking(const char* key, tagMUTEX_INFO* mutex,
-               int retries) asm("__real__Z17GetMutexOwnerShipPKcP13tagMUTEX_INFOi");
-int NotedTaking(const char* key, tagMUTEX_INFO* mutex, int retries) {
-    isWaiting = isWaiting || std::string_view(key) == "10011";
-    return RealTaking(key, mutex, retries);
-}
-
-namespace {
-
-void LayOutProduct() {
-    std::filesystem::create_directories(kProductDirectory);
-    WriteFile(std::string(kProductDirectory) + kVersionFileName, std::string(20, '\1'));
-}
 
 // Comes first: a program that has begun to quit waits for no mutex any more.
 TEST_F(WholeScan, AStopThatIsOnlyAskedForLosesNoRecord) {
     if (!InSandbox()) {
         GTEST_SKIP() << "message queues are only private in tests/support/sandbox";
     }
-    LayOutProduct();
-    tagMUTEX_INFO left{};
-    ASSERT_EQ(GetMutexOwnerShip("10011", &left, 0), 1);
+    HeldVirusLog left;
+    ASSERT_TRUE(left.IsHeld());
     WriteFile(m_top + "/infected", "x");
     AddPath(m_top);
-    isWaiting = false;
     bool stopped = false;
     std::chrono::steady_clock::time_point asked;
     m_whileRunning = [&] {
-        if (isWaiting && !stopped) {
+        if (HeldVirusLog::IsWaitedFor() && !stopped) {
             stopped = true;
             asked = std::chrono::steady_clock::now();
             m_dialog->OnStopClick();
         }
-        if (stopped && left.queueId != -1 &&
+        if (stopped && left.IsHeld() &&
             std::chrono::steady_clock::now() - asked > std::chrono::milliseconds(200)) {
-            EXPECT_EQ(ReleaseMutexOwnerShip(&left), 1);
+            left.Release();
         }
     };
     m_answers.push_back([&left](QDialog* dialog) {
-        EXPECT_EQ(left.queueId, -1) << "the scan did not wait for the virus log";
+        EXPECT_FALSE(left.IsHeld()) << "the scan did not wait for the virus log";
         qobject_cast<QMessageBox*>(dialog)->button(QMessageBox::No)->click();
     });
     EXPECT_EQ(Run("say 3004 1 1 V *\n"), 1);
@@ -87,9 +59,8 @@ TEST_F(WholeScan, QuittingTheProgramEndsTheWaitForTheVirusLog) {
     if (!InSandbox()) {
         GTEST_SKIP() << "message queues are only private in tests/support/sandbox";
     }
-    LayOutProduct();
-    tagMUTEX_INFO left{};
-    ASSERT_EQ(GetMutexOwnerShip("10011", &left, 0), 1);
+    HeldVirusLog left;
+    ASSERT_TRUE(left.IsHeld());
     WriteFile(m_top + "/infected", "x");
     AddPath(m_top);
 
@@ -104,7 +75,6 @@ TEST_F(WholeScan, QuittingTheProgramEndsTheWaitForTheVirusLog) {
     QApplication::exec();
     // The wait alone would take five seconds.
     EXPECT_LT(std::chrono::steady_clock::now() - quit, std::chrono::seconds(3));
-    EXPECT_EQ(ReleaseMutexOwnerShip(&left), 1);
     ExpectInterruptedReport();
 }
 

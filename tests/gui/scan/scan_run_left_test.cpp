@@ -1,37 +1,17 @@
 // A progress dialog that goes away before its scan has been told to the end: an exception got past
 // it.
 
-#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <iterator>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 
 #include <QTest>
 
-#include "common/named_mutex.h"
-#include "common/paths.h"
-#include "common/version_record.h"
+#include "tests/gui/scan/held_virus_log.h"
 #include "tests/gui/scan/scan_run_fixture.h"
 #include "tests/support/scratch.h"
-
-namespace {
-
-std::atomic<bool> isWaiting{false};
-
-}  // namespace
-
-// The linker sends the program's calls of GetMutexOwnerShip here, which hands them on (--wrap).
-int NotedTaking(const char* key, tagMUTEX_INFO* mutex,
-                int retries) asm("__wrap__Z17GetMutexOwnerShipPKcP13tagMUTEX_INFOi");
-int RealTaking(const char* key, tagMUTEX_INFO* mutex,
-               int retries) asm("__real__Z17GetMutexOwnerShipPKcP13tagMUTEX_INFOi");
-int NotedTaking(const char* key, tagMUTEX_INFO* mutex, int retries) {
-    isWaiting = isWaiting || std::string_view(key) == "10011";
-    return RealTaking(key, mutex, retries);
-}
 
 namespace {
 
@@ -94,21 +74,17 @@ TEST_F(LeftScan, NobodyWaitsForAHeldVirusLog) {
     if (!InSandbox()) {
         GTEST_SKIP() << "message queues are only private in tests/support/sandbox";
     }
-    std::filesystem::create_directories(kProductDirectory);
-    WriteFile(std::string(kProductDirectory) + kVersionFileName, std::string(20, '\1'));
-    tagMUTEX_INFO left{};
-    ASSERT_EQ(GetMutexOwnerShip("10011", &left, 0), 1);
+    const HeldVirusLog left;
+    ASSERT_TRUE(left.IsHeld());
     WriteFile(m_top + "/infected", "x");
     AddPath(m_top);
-    isWaiting = false;
     Clock::time_point leaving;
     RunAndLeave("say 3004 1 1 V *\n", [&leaving] {
-        EXPECT_TRUE(QTest::qWaitFor([] { return isWaiting.load(); }, 60000));
+        EXPECT_TRUE(QTest::qWaitFor(&HeldVirusLog::IsWaitedFor, 60000));
         leaving = Clock::now();
     });
     // The wait for the record would take five seconds.
     EXPECT_LT(Clock::now() - leaving, std::chrono::seconds(3));
-    EXPECT_EQ(ReleaseMutexOwnerShip(&left), 1);
     ExpectInterruptedReport();
 }
 
