@@ -8,23 +8,15 @@ e2eRoot=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/../.." && pwd -P)
 source "$e2eRoot/tests/support/drive.sh"
 # shellcheck source=../support/sample_folder.sh
 source "$e2eRoot/tests/support/sample_folder.sh"
+# shellcheck source=../support/expect.sh
+source "$e2eRoot/tests/support/expect.sh"
 
 if [[ ${CORVANE_SANDBOX:-} != 1 ]]; then
     echo "skipped: whole-program tests write to the product's fixed paths; run them in the sandbox"
     exit 77
 fi
 
-failures=0
-checks=0
 runAs=()
-
-# Expect WHAT WANTED GOT
-Expect() {
-    checks=$((checks + 1))
-    [[ $2 == "$3" ]] && return
-    failures=$((failures + 1))
-    printf 'FAILED %s\n  wanted: %q\n  got:    %q\n' "$1" "$2" "$3"
-}
 
 # Must WHAT COMMAND...: nothing after it makes sense when COMMAND fails.
 Must() {
@@ -41,8 +33,7 @@ Must() {
 Finish() {
     [[ -z ${programPid:-} ]] || kill "$programPid" 2>/dev/null
     StopDisplay
-    echo "$checks checks, $failures failed"
-    [[ $failures -eq 0 ]] && exit 0
+    AllHeld && exit 0
     exit 1
 }
 

@@ -3,17 +3,11 @@
 # of a stage that was made in private, and that on a machine without private roots nothing else is, and no
 # package tried out. Exit status 0, or 1 with one line for each promise broken, or 77.
 set -u
+# shellcheck source=../../support/expect.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/../../support/expect.sh"
 
 checkout=$1
 directory=/usr/lib/Corvane/Corvane
-failures=0
-
-# Expect WHAT WANTED GOT
-Expect() {
-    [[ $2 == "$3" ]] && return
-    failures=$((failures + 1))
-    printf 'FAILED %s\n  wanted: %s\n  got:    %s\n' "$1" "$2" "$3"
-}
 
 if ! grep -q '^corvane-sandbox / ' /proc/self/mounts; then
     echo "skipped: the root is the machine's own"
@@ -94,4 +88,4 @@ Expect "the system's folders stay as they are" "$before" "$(stat -c '%a %U %n' "
 Expect "the program is a link" "$directory/corvane" "$(readlink /usr/bin/corvane)"
 Expect "the shared files are made" "$directory" "$(cat "$directory/made")"
 
-[[ $failures -eq 0 ]]
+AllHeld

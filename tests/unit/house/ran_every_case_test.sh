@@ -1,20 +1,14 @@
 #!/bin/bash
 # ran_every_case_test.sh SAMPLE: CTest shows a case that was skipped as skipped, and nothing that failed.
 set -u
+# shellcheck source=../../support/expect.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/../../support/expect.sh"
 
 sample=$1
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd -P)
 support=$here/../../support
-failures=0
 scratch=$(mktemp -d)
 trap 'rm -rf -- "$scratch"' EXIT
-
-# Expect WHAT WANTED GOT
-Expect() {
-    [[ $2 == "$3" ]] && return
-    failures=$((failures + 1))
-    printf 'FAILED %s\n  wanted: %s\n  got:    %s\n' "$1" "$2" "$3"
-}
 
 # Runs CTest behind the command given and leaves what it shows in $scratch/shown.
 RunTests() {
@@ -113,4 +107,4 @@ else
     echo "note: user namespaces are not allowed here; a machine without a private root was not checked"
 fi
 
-[[ $failures -eq 0 ]]
+AllHeld

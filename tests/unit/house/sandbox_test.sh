@@ -5,23 +5,15 @@
 # The scripts in single quotes are for the shell inside.
 # shellcheck disable=SC2016
 set -u
+# shellcheck source=../../support/expect.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/../../support/expect.sh"
 
 sandbox=$(readlink -f -- "$1")
 checkout=$(readlink -f -- "${sandbox%/*}/../..")
-failures=0
-checks=0
 skips=0
 scratch=$(mktemp -d)
 madeBelowRun=
 trap 'rm -rf -- "$scratch" ${madeBelowRun:+"$madeBelowRun"}' EXIT
-
-# Expect WHAT WANTED GOT
-Expect() {
-    checks=$((checks + 1))
-    [[ $2 == "$3" ]] && return
-    failures=$((failures + 1))
-    printf 'FAILED %s\n  wanted: %s\n  got:    %s\n' "$1" "$2" "$3"
-}
 
 Skip() {
     skips=$((skips + 1))
@@ -249,8 +241,7 @@ CheckFallback() {
 }
 
 Finish() {
-    echo "$checks checks, $failures failed"
-    [[ $failures -eq 0 ]] || exit 1
+    AllHeld || exit 1
     [[ $skips -eq 0 ]] || exit 77
     exit 0
 }

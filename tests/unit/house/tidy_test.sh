@@ -5,19 +5,13 @@
 # tidy_test.sh CHECKOUT COMPILER: tools/tidy looks again at exactly the sources whose result can have
 # changed. A project of two sources is checked with a clang-tidy-14 that writes down what it is given.
 set -u
+# shellcheck source=../../support/expect.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/../../support/expect.sh"
 
 checkout=$1
 compiler=$2
-failures=0
 scratch=$(mktemp -d)
 trap 'rm -rf -- "$scratch"' EXIT
-
-# Expect WHAT WANTED GOT
-Expect() {
-    [[ $2 == "$3" ]] && return
-    failures=$((failures + 1))
-    printf 'FAILED %s\n  wanted: %s\n  got:    %s\n' "$1" "$2" "$3"
-}
 
 # Checked WHAT FILES: builds, and expects these sources to be looked at, in this order.
 Checked() {
@@ -153,4 +147,4 @@ Tidied "a precompiled header" "one.cpp "
 Expect "clang is not given g++'s precompiled headers" "cc -DLAST -o one.o" \
     "$(grep -o 'cc .*-o one\.o' "$scratch/commands" | tr -s ' ')"
 
-[[ $failures -eq 0 ]]
+AllHeld

@@ -3,19 +3,13 @@
 # fail when those for CTest pick no test. Nothing is built, and of the tests one that is made up is run.
 # Exit status 0, or 1 with one line for each broken promise.
 set -u
+# shellcheck source=../../support/expect.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/../../support/expect.sh"
 
 checkout=$1
 PATH=$(dirname -- "$2"):$PATH
-failures=0
 scratch=$(mktemp -d)
 trap 'rm -rf -- "$scratch"' EXIT
-
-# Expect WHAT WANTED GOT
-Expect() {
-    [[ $2 == "$3" ]] && return
-    failures=$((failures + 1))
-    printf 'FAILED %s\n  wanted: %s\n  got:    %s\n' "$1" "$2" "$3"
-}
 
 # What ./dev provides; what is built is a folder with one test.
 # shellcheck disable=SC2034
@@ -81,4 +75,4 @@ Check "died: check: types takes no arguments, as it runs no test" types addresse
 Check "died: check: types takes no arguments, as it runs no test" types ''
 Check 'died: check: "-R" is none of types addresses threads' -R x
 
-[[ $failures -eq 0 ]]
+AllHeld
