@@ -4,6 +4,7 @@
 #include <chrono>
 #include <future>
 #include <gtest/gtest.h>
+#include <memory>
 #include <stdexcept>
 
 #include "common/run_state.h"
@@ -12,20 +13,27 @@ namespace {
 
 using namespace std::chrono_literals;
 
-bool IsReady(std::future<void>& future, std::chrono::milliseconds limit) {
+bool IsReady(const std::future<void>& future, std::chrono::milliseconds limit) {
     return future.wait_for(limit) == std::future_status::ready;
 }
 
 class Handshake : public ::testing::Test {
 protected:
+    // Asks in a thread of its own, and returns when the question is posted.
+    std::future<void> Ask() {
+        const auto posted = std::make_shared<std::promise<void>>();
+        auto asking = std::async(std::launch::async, [this, posted] {
+            m_handshake.AskAndWait([&posted] { posted->set_value(); });
+        });
+        posted->get_future().wait();
+        return asking;
+    }
+
     PromptHandshake m_handshake;
 };
 
 TEST_F(Handshake, WaitsUntilWoken) {
-    std::promise<void> posted;
-    auto asking = std::async(std::launch::async,
-                             [&] { m_handshake.AskAndWait([&] { posted.set_value(); }); });
-    posted.get_future().wait();
+    const auto asking = Ask();
     EXPECT_FALSE(IsReady(asking, 50ms));
     m_handshake.Answer();
     EXPECT_TRUE(IsReady(asking, 10s));
@@ -45,20 +53,14 @@ TEST_F(Handshake, AnAnswerThatComesAtOnceIsNotLost) {
 
 TEST_F(Handshake, AnEarlierWakeUpAnswersNoLaterQuestion) {
     m_handshake.Answer();
-    std::promise<void> posted;
-    auto asking = std::async(std::launch::async,
-                             [&] { m_handshake.AskAndWait([&] { posted.set_value(); }); });
-    posted.get_future().wait();
+    const auto asking = Ask();
     EXPECT_FALSE(IsReady(asking, 50ms));
     m_handshake.Answer();
     EXPECT_TRUE(IsReady(asking, 10s));
 }
 
 TEST_F(Handshake, AWakeUpWithoutAnAnswerIsWaitedThrough) {
-    std::promise<void> posted;
-    auto asking = std::async(std::launch::async,
-                             [&] { m_handshake.AskAndWait([&] { posted.set_value(); }); });
-    posted.get_future().wait();
+    const auto asking = Ask();
     for (int i = 0; i < 20; ++i) {
         g_waitForPrompt.notify_all();
         EXPECT_FALSE(IsReady(asking, 1ms));
@@ -96,10 +98,7 @@ TEST_F(Handshake, AnAnswerFromWithinTheQuestionCounts) {
 
 TEST_F(Handshake, ClosingAnswersTheOpenQuestionAndAllToCome) {
     EXPECT_FALSE(m_handshake.IsClosed());
-    std::promise<void> posted;
-    auto asking = std::async(std::launch::async,
-                             [&] { m_handshake.AskAndWait([&] { posted.set_value(); }); });
-    posted.get_future().wait();
+    const auto asking = Ask();
     EXPECT_FALSE(IsReady(asking, 50ms));
     m_handshake.Close();
     EXPECT_TRUE(IsReady(asking, 10s));
