@@ -116,6 +116,7 @@ done
 mv deep.h away.h
 Tidied "a header that is gone" "two.cpp "
 Tidied "a header that is gone leaves no pass behind" "two.cpp "
+Expect "nor a file of one" "" "$(find build/lint -name -)"
 # Whatever left this there, nothing passed under that name.
 : >build/lint/-
 Tidied "a file in place of a pass that nothing can have" "two.cpp "
