@@ -9,7 +9,9 @@
 #include "abi/libdbmod.h"
 #include "abi/opsitf.h"
 #include "abi/scanapi.h"
+#include "abi/scansts.h"
 #include "abi/system_time.h"
+#include "abi/updturl.h"
 #include "common/scan_settings.h"
 
 namespace {
@@ -108,6 +110,37 @@ TEST(Records, PasswordRecordPlacesEveryField) {
     EXPECT_EQ(Image(record).size(), 64U);
 }
 
+TEST(Records, UpdateInfoPlacesEveryField) {
+    tagUPDATEINFO info;
+    Clear(info);
+    info.status = 0x07D6;
+    std::memset(info.fileName, 'f', sizeof info.fileName);
+    EXPECT_EQ(Image(info), "\xD6\x07" + std::string(1024, 'f') + Zeros(16));
+    EXPECT_EQ(Image(info).size(), 1042U);
+}
+
+TEST(Records, InternetSettingsPlaceEveryField) {
+    tagZQINETCONFIG settings;
+    Clear(settings);
+    settings.useProxy = 0x0102;
+    std::memset(settings.server, 's', sizeof settings.server);
+    settings.port = 0x1F90;
+    std::memset(settings.user, 'u', sizeof settings.user);
+    std::memset(settings.password, 'p', sizeof settings.password);
+    settings.authenticate = 0x0304;
+    EXPECT_EQ(Image(settings), "\x02\x01" + Zeros(2) + std::string(260, 's') + "\x90\x1F" +
+                                   std::string(260, 'u') + std::string(260, 'p') + "\x04\x03");
+    EXPECT_EQ(Image(settings).size(), 788U);
+    EXPECT_EQ(kUpdaterSettingsSize, 786U);
+}
+
+TEST(Records, StatusChangeIsItsKindAndZeros) {
+    tagSTATUSCHANGE change;
+    Clear(change);
+    change.what = kStatusUpdateChanged;
+    EXPECT_EQ(Image(change), "\x0A" + Zeros(63));
+}
+
 TEST(Records, ScannerSettingsAreThreeBytes) {
     EXPECT_EQ(Image(tagSCNOPTS{0x0102, 0x0B}), std::string("\x02\x01\x0B"));
     EXPECT_EQ(Image(kDefaultScanSettings), std::string("\x01\x00\x0B", 3));
@@ -139,6 +172,29 @@ TEST(Codes, EngineReplies) {
     EXPECT_EQ(kOpenRefused, 4001);
 }
 
+TEST(Codes, UpdateStatuses) {
+    EXPECT_EQ(kUpdateConnecting, 2000);
+    EXPECT_EQ(kUpdateLoadingFiles, 2001);
+    EXPECT_EQ(kUpdateUnshown, 2002);
+    EXPECT_EQ(kUpdateLoadingIndex, 2003);
+    EXPECT_EQ(kUpdateProcessingFailed, 2004);
+    EXPECT_EQ(kUpdateLoadingDefinitions, 2005);
+    EXPECT_EQ(kUpdateLoadingNamedFile, 2006);
+    EXPECT_EQ(kUpdateInstalling, 2015);
+    EXPECT_EQ(kFirstUpdateStatus, 2000);
+    EXPECT_EQ(kLastUpdateStatus, 2015);
+}
+
+TEST(Codes, UpdaterResultsAndReplies) {
+    EXPECT_EQ(kUpdaterFailed, 0);
+    EXPECT_EQ(kUpdaterUpdated, 1);
+    EXPECT_EQ(kUpdaterUpToDate, 2);
+    EXPECT_EQ(kUpdaterInterrupted, 3);
+    EXPECT_EQ(kUpdaterInvalidFiles, 4);
+    EXPECT_EQ(kUpdateGoOn, 1);
+    EXPECT_EQ(kUpdateStop, 2);
+}
+
 TEST(Codes, SettingsDatabase) {
     EXPECT_EQ(kPasswordCategory, 14U);
     EXPECT_EQ(kPasswordValue, 1U);
@@ -165,6 +221,11 @@ TEST(Names, OfLibrariesAndEntryPoints) {
     EXPECT_STREQ(kDbLibrary, "libdbmod.so");
     EXPECT_STREQ(kDbGetClientSettingData, "AvGetClientSettingData");
     EXPECT_STREQ(kDbVerifyPassword, "AvVerfiyPassword");
+    EXPECT_STREQ(kUpdaterLibrary, "updturl.so");
+    EXPECT_STREQ(kUpdateFromSite, "ZQUpdateFromSite");
+    EXPECT_STREQ(kUpdateFromIndex, "UpdateFromIndex");
+    EXPECT_STREQ(kStatusLibrary, "scansts.so");
+    EXPECT_STREQ(kStatusCommunicateChange, "StsCommunicateChange");
 }
 
 }  // namespace
