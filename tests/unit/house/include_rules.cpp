@@ -26,6 +26,7 @@ const std::map<std::string, Room, std::less<>> kRooms = {
     {"update/files", {.floor = 2, .hasQt = false}},
     {"widgets", {.floor = 2, .hasQt = true}},
     {"scan/run", {.floor = 3, .hasQt = false}},
+    {"update/run", {.floor = 3, .hasQt = false}},
     {"reports", {.floor = 3, .hasQt = true}},
     {"scan", {.floor = 4, .hasQt = true}},
     {"update", {.floor = 4, .hasQt = true}},

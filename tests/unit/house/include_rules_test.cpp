@@ -128,14 +128,14 @@ TEST_F(MadeUpTree, NothingInstalledUsesTestsOrBench) {
 TEST_F(MadeUpTree, ARoomWithoutQtUsesNoQt) {
     for (const char* room : {"abi", "app", "common", "common/given", "help", "product/one",
                              "reports", "reports/files", "reports/virus_log", "scan", "scan/run",
-                             "schedule", "update", "update/files", "widgets"}) {
+                             "schedule", "update", "update/files", "update/run", "widgets"}) {
         Write(std::string(room) + "/x.cpp", "#include <QString>\n");
     }
     const std::string why = "/x.cpp includes QString: a room without Qt uses no Qt";
     EXPECT_THAT(Broken(),
                 ElementsAre("abi" + why, "common/given" + why, "common" + why, "product/one" + why,
                             "reports/files" + why, "reports/virus_log" + why, "scan/run" + why,
-                            "update/files" + why));
+                            "update/files" + why, "update/run" + why));
 }
 
 TEST_F(MadeUpTree, ARoomWithoutQtUsesNoRoomWithIt) {
