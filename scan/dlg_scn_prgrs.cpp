@@ -19,8 +19,8 @@
 #include "reports/dlg_report.h"
 #include "scan/dlg_vir_fnd.h"
 #include "scan/run/file_count.h"
+#include "scan/scan_event.h"
 #include "scan/scan_thread.h"
-#include "scan/zq_event.h"
 #include "widgets/messages.h"
 
 namespace {
@@ -157,17 +157,17 @@ void dlgScnPrgrs::EndThread() {
 }
 
 void dlgScnPrgrs::customEvent(QEvent* event) {
-    const ZqEvent* step = AsZqEvent(event);
+    const ZqEvent* step = AsScanEvent(event);
     if (step == nullptr) {
         return;
     }
     const bool wasStopped = m_stop.IsSet();  // the end of the scan sets the flag, too
-    ShowStep(*step, Run().Apply(step->Step()), wasStopped);
+    ShowStep(*step, Run().Apply(StepOf(*step)), wasStopped);
     ShowSoon();
 }
 
 void dlgScnPrgrs::ShowStep(const ZqEvent& event, std::uint32_t count, bool wasStopped) {
-    switch (event.Step().type) {
+    switch (StepOf(event).type) {
         case kEvtScanningFile:
             ShowScanningFile(event, count);
             break;

@@ -1,4 +1,4 @@
-#include "scan/event_queue.h"
+#include "widgets/event_queue.h"
 
 #include <utility>
 

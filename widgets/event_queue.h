@@ -6,10 +6,10 @@
 #include <mutex>
 #include <vector>
 
-#include "scan/zq_event.h"
+#include "widgets/zq_event.h"
 
-/// The events of a scan on their way from its threads to one receiver, in the order in which they
-/// were posted.
+/// The events of a run of work on their way from its threads to one receiver, in the order in which
+/// they were posted.
 ///
 /// The event loop is woken once for all that wait, not for each of them: on a tree of small files
 /// waking it costs more than the walk. A thread waits when too many events do.

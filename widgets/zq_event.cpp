@@ -1,4 +1,4 @@
-#include "scan/zq_event.h"
+#include "widgets/zq_event.h"
 
 #include <new>
 
@@ -17,11 +17,13 @@ std::unique_ptr<std::string> CopyOf(const char* text) noexcept {
 
 }  // namespace
 
-ZqEvent::ZqEvent(ZQEvent type, const tagZQFILEINFO* info)
+ZqEvent::ZqEvent(int type) : QEvent(static_cast<QEvent::Type>(type)) {}
+
+ZqEvent::ZqEvent(int type, const tagZQFILEINFO* info)
     : QEvent(static_cast<QEvent::Type>(type)),
       m_info(info != nullptr ? std::make_unique<tagZQFILEINFO>(*info) : nullptr) {}
 
-ZqEvent::ZqEvent(ZQEvent type, const char* text)
+ZqEvent::ZqEvent(int type, const char* text)
     : QEvent(static_cast<QEvent::Type>(type)), m_text(CopyOf(text)) {}
 
 ZqEvent::~ZqEvent() = default;
@@ -34,13 +36,8 @@ const tagZQFILEINFO& ZqEvent::Info() const {
     return m_info != nullptr ? *m_info : kNoInfo;
 }
 
-ScanStep ZqEvent::Step() const {
-    return {static_cast<ZQEvent>(type()), Text(), m_info.get()};
-}
-
-const ZqEvent* AsZqEvent(const QEvent* event) {
+const ZqEvent* AsZqEvent(const QEvent* event, int first, int last) {
     const int type = event->type();
     // Another event may bear one of these numbers.
-    return type >= kEvtScanningFile && type <= kEvtFillBar ? dynamic_cast<const ZqEvent*>(event)
-                                                           : nullptr;
+    return type >= first && type <= last ? dynamic_cast<const ZqEvent*>(event) : nullptr;
 }

@@ -16,7 +16,7 @@
 #include "reports/files/report_generator.h"
 #include "scan/dlg_scn_prgrs.h"
 #include "scan/dlg_vir_fnd.h"
-#include "scan/zq_event.h"
+#include "scan/scan_event.h"
 #include "tests/support/find_widget.h"
 #include "tests/support/report_files.h"
 #include "tests/support/scratch.h"

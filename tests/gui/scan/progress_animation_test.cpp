@@ -12,7 +12,7 @@
 #include "common/text_field.h"
 #include "scan/dlg_scn_prgrs.h"
 #include "scan/dlg_vir_fnd.h"
-#include "scan/zq_event.h"
+#include "scan/scan_event.h"
 #include "tests/support/modal_driver.h"
 #include "tests/support/scratch.h"
 

@@ -13,7 +13,7 @@
 #include <QTest>
 #include <QTimer>
 
-#include "scan/zq_event.h"
+#include "scan/scan_event.h"
 #include "tests/support/scratch.h"
 
 // How the events of a scan reach its dialog.
@@ -28,7 +28,7 @@ public:
 
 protected:
     void customEvent(QEvent* event) override {
-        const ZqEvent* step = AsZqEvent(event);
+        const ZqEvent* step = AsScanEvent(event);
         ASSERT_NE(step, nullptr);
         m_types.push_back(step->type());
         if (step->Text() != nullptr) {

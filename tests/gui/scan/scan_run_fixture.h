@@ -20,7 +20,7 @@
 #include "scan/dlg_scn_prgrs.h"
 #include "scan/dlg_vir_fnd.h"
 #include "scan/scanner.h"
-#include "scan/zq_event.h"
+#include "scan/scan_event.h"
 #include "tests/fakes/scanapi/fake_engine.h"
 #include "tests/support/report_files.h"
 #include "tests/unit/scan/run/hostile_tree.h"
@@ -32,7 +32,7 @@ public:
 
 protected:
     void customEvent(QEvent* event) override {
-        const ZqEvent* step = AsZqEvent(event);
+        const ZqEvent* step = AsScanEvent(event);
         ASSERT_NE(step, nullptr);
         std::string line = std::to_string(step->type());
         if (step->Text() != nullptr) {

@@ -12,7 +12,7 @@
 #include <QEvent>
 
 #include "scan/scan_dialog.h"
-#include "scan/zq_event.h"
+#include "scan/scan_event.h"
 
 /// A progress dialog that keeps the events of the scan instead of showing them.
 class RecordingDialog : public ScanDialog {
@@ -59,7 +59,7 @@ public:
 
 protected:
     void customEvent(QEvent* event) override {
-        const ZqEvent* zqEvent = AsZqEvent(event);
+        const ZqEvent* zqEvent = AsScanEvent(event);
         ASSERT_NE(zqEvent, nullptr);
         const char* text = zqEvent->Text();
         m_received.push_back({event->type(),

@@ -1,4 +1,4 @@
-#include "scan/event_queue.h"
+#include "widgets/event_queue.h"
 
 #include <atomic>
 #include <gtest/gtest.h>
@@ -10,18 +10,19 @@
 
 namespace {
 
-std::unique_ptr<ZqEvent> Event(ZQEvent type = kEvtAdvance) {
-    return std::make_unique<ZqEvent>(type, static_cast<const char*>(nullptr));
+std::unique_ptr<ZqEvent> Event(int type = 1113) {
+    return std::make_unique<ZqEvent>(type);
 }
 
 TEST(ZqEvent, CarriesAnOwnedTextOrARecord) {
     std::string text = "/a/b";
-    const ZqEvent withText(kEvtScanningFile, text.c_str());
+    const ZqEvent withText(1100, text.c_str());
     text = "gone";
     EXPECT_STREQ(withText.Text(), "/a/b");
     EXPECT_EQ(withText.type(), 1100);
     EXPECT_EQ(withText.Info().code, 0);
     EXPECT_EQ(withText.Info().fileName[0], '\0');
+    EXPECT_EQ(withText.Record(), nullptr);
 
     tagZQFILEINFO info{};
     info.code = 1001;
@@ -29,7 +30,7 @@ TEST(ZqEvent, CarriesAnOwnedTextOrARecord) {
     info.detectionSubClass = 39;
     CopyToField(info.fileName, "/f");
     CopyToField(info.virusName, "V");
-    const ZqEvent withRecord(kEvtInfected, &info);
+    const ZqEvent withRecord(1102, &info);
     info = {};
     EXPECT_EQ(withRecord.Text(), nullptr);
     EXPECT_EQ(withRecord.Info().code, 1001);
@@ -37,18 +38,28 @@ TEST(ZqEvent, CarriesAnOwnedTextOrARecord) {
     EXPECT_EQ(withRecord.Info().detectionSubClass, 39);
     EXPECT_STREQ(withRecord.Info().fileName, "/f");
     EXPECT_STREQ(withRecord.Info().virusName, "V");
+    EXPECT_EQ(withRecord.Record(), &withRecord.Info());
 
-    EXPECT_EQ(ZqEvent(kEvtPathDone, static_cast<const char*>(nullptr)).Text(), nullptr);
-    EXPECT_EQ(ZqEvent(kEvtInfected, static_cast<const tagZQFILEINFO*>(nullptr)).Info().code, 0);
+    EXPECT_EQ(ZqEvent(1109, static_cast<const char*>(nullptr)).Text(), nullptr);
+    EXPECT_EQ(ZqEvent(1102, static_cast<const tagZQFILEINFO*>(nullptr)).Info().code, 0);
 }
 
-TEST(ZqEvent, IsToldFromOtherEventsByItsType) {
-    EXPECT_EQ(AsZqEvent(Event(kEvtScanningFile).get())->type(), 1100);
-    EXPECT_EQ(AsZqEvent(Event(kEvtFillBar).get())->type(), 1115);
-    const QEvent before(static_cast<QEvent::Type>(1099));
-    const QEvent behind(static_cast<QEvent::Type>(1116));
-    EXPECT_EQ(AsZqEvent(&before), nullptr);
-    EXPECT_EQ(AsZqEvent(&behind), nullptr);
+TEST(ZqEvent, CarriesNothingButItsType) {
+    const ZqEvent event(1116);
+    EXPECT_EQ(event.type(), 1116);
+    EXPECT_EQ(event.Text(), nullptr);
+    EXPECT_EQ(event.Record(), nullptr);
+}
+
+TEST(ZqEvent, IsToldFromOtherEventsByItsTypeAndItsClass) {
+    const ZqEvent first(1116);
+    const ZqEvent last(1126);
+    EXPECT_EQ(AsZqEvent(&first, 1116, 1126), &first);
+    EXPECT_EQ(AsZqEvent(&last, 1116, 1126), &last);
+    EXPECT_EQ(AsZqEvent(&first, 1117, 1126), nullptr);
+    EXPECT_EQ(AsZqEvent(&last, 1116, 1125), nullptr);
+    const QEvent other(static_cast<QEvent::Type>(1120));
+    EXPECT_EQ(AsZqEvent(&other, 1116, 1126), nullptr);
 }
 
 TEST(EventQueue, WakesTheReceiverOnceForAllThatWait) {
@@ -65,9 +76,9 @@ TEST(EventQueue, WakesTheReceiverOnceForAllThatWait) {
 
 TEST(EventQueue, KeepsTheOrder) {
     EventQueue queue;
-    (void)queue.Put(Event(kEvtPathStarted), true);
-    (void)queue.Put(Event(kEvtAdvance), true);
-    (void)queue.Put(Event(kEvtPathDone), true);
+    (void)queue.Put(Event(1108), true);
+    (void)queue.Put(Event(1113), true);
+    (void)queue.Put(Event(1109), true);
     const auto taken = queue.TakeAll();
     ASSERT_EQ(taken.size(), 3U);
     EXPECT_EQ(taken[0]->type(), 1108);
