@@ -35,6 +35,12 @@ const std::map<std::string, Room, std::less<>> kRooms = {
     {"app", {.floor = 5, .hasQt = true}},
 };
 
+// What several parts of the product are built from, bottom first. Each folder of product/ that is
+// not named here stands for itself.
+const std::map<std::string, int, std::less<>> kSharedOfProduct = {
+    {"product/signed_index", 0},
+};
+
 struct Include {
     std::string text;
     bool isQuoted;
@@ -116,9 +122,16 @@ std::string_view WhyForbidden(const std::string& from, const std::string& to) {
         return "nothing that is installed uses the tests";
     }
     if (to.starts_with("product/")) {
-        return from.starts_with("product/")
-                   ? "each folder of product stands for itself"
-                   : "the product's libraries are loaded at run time, never built in";
+        if (!from.starts_with("product/")) {
+            return "the product's libraries are loaded at run time, never built in";
+        }
+        const auto shared = kSharedOfProduct.find(to);
+        if (shared == kSharedOfProduct.end()) {
+            return "each folder of product stands for itself";
+        }
+        const auto user = kSharedOfProduct.find(from);
+        const bool isAbove = user == kSharedOfProduct.end() || user->second > shared->second;
+        return isAbove ? std::string_view{} : "the arrow points up";
     }
     if (!HasQt(from) && HasQt(to)) {
         return "a room without Qt uses no room with it";

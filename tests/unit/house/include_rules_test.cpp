@@ -113,6 +113,20 @@ TEST_F(MadeUpTree, AProductFolderUsesAnyRoomWithoutQtAndNoOtherProductFolder) {
                     "product/one/p.cpp includes scan/s.h: a room without Qt uses no room with it"));
 }
 
+TEST_F(MadeUpTree, APartOfTheProductUsesWhatItsPartsShareAndNotTheOtherWayRound) {
+    Write("product/one/p.h");
+    Write("product/signed_index/i.h");
+    Write("product/one/p.cpp", "#include \"product/signed_index/i.h\"\n");
+    EXPECT_THAT(Broken(), IsEmpty());
+    Write("product/signed_index/i.cpp", "#include \"product/one/p.h\"\n");
+    Write("update/files/u.cpp", "#include \"product/signed_index/i.h\"\n");
+    EXPECT_THAT(Broken(),
+                ElementsAre("product/signed_index/i.cpp includes product/one/p.h: each folder of "
+                            "product stands for itself",
+                            "update/files/u.cpp includes product/signed_index/i.h: the product's "
+                            "libraries are loaded at run time, never built in"));
+}
+
 TEST_F(MadeUpTree, NothingInstalledUsesTestsOrBench) {
     Write("tests/t.h");
     Write("bench/b.h");
