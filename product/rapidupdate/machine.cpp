@@ -1,0 +1,50 @@
+#include "product/rapidupdate/machine.h"
+
+#include <random>
+#include <string>
+#include <syslog.h>
+
+#include "common/io.h"
+#include "common/paths.h"
+#include "common/regular_file.h"
+#include "product/rapidupdate/after_update.h"
+#include "product/rapidupdate/network.h"
+#include "product/rapidupdate/update_lock.h"
+#include "product/rapidupdate/update_service.h"
+#include "update/files/update_options.h"
+
+namespace rapidupdate {
+
+double Machine::Random() {
+    std::random_device source;
+    return std::uniform_real_distribution<double>(0, 1)(source);
+}
+
+bool Machine::AreUpdatesOn() {
+    const std::string path = common::InProductDirectory("zqupdate.opt");
+    const FileDescriptor file =
+        common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kOnlyOfRoot);
+    tagUpdtOpts options{};
+    return file && ReadFull(file.Get(), BytesOf(options)) > 0 &&
+           (options.flags & kUpdateAutomatically) != 0;
+}
+
+bool Machine::IsMetered() {
+    return IsConnectionMetered();
+}
+
+Outcome Machine::Update() {
+    const std::string lockPath = common::InProductDirectory("updt.lck");
+    UpdateLock lock(lockPath.c_str());
+    if (!WaitForLock(*this, [&lock] { return lock.TryAcquire(); })) {
+        return Outcome::kFailed;
+    }
+    RememberOldVersion();
+    return FinishUpdate(AskForUpdate(kUpdateSocket, m_alarm.EndDescriptor()));
+}
+
+void Machine::Log(const char* message) {
+    ::syslog(LOG_INFO, "%s", message);
+}
+
+}  // namespace rapidupdate

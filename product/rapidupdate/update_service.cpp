@@ -1,0 +1,99 @@
+#include "product/rapidupdate/update_service.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <poll.h>
+#include <string>
+#include <string_view>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+
+#include "common/file_descriptor.h"
+#include "product/updturl/line_reader.h"
+#include "product/updturl/message.h"
+#include "product/updturl/request.h"
+
+namespace rapidupdate {
+
+namespace {
+
+using updturl::LineReader;
+
+FileDescriptor Connect(std::string_view path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        errno = ENAMETOOLONG;
+        return {};
+    }
+    path.copy(address.sun_path, path.size());
+    FileDescriptor connection(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (connection && ::connect(connection.Get(), reinterpret_cast<const sockaddr*>(&address),
+                                sizeof address) != 0) {
+        connection.Reset();
+    }
+    return connection;
+}
+
+/// So little fits into the buffer of a new connection.
+bool Say(int connection, std::string_view word) {
+    const std::string line = std::string(word) + "\n";
+    return ::send(connection, line.data(), line.size(), MSG_NOSIGNAL) ==
+           static_cast<ssize_t>(line.size());
+}
+
+/// The result, once a line holds it.
+std::optional<UpdaterResult> ReadLines(LineReader& lines) {
+    while (const auto line = lines.Next()) {
+        const auto message = updturl::ReadMessage(*line);
+        if (message && message->kind == updturl::MessageKind::kLog) {
+            ::syslog(LOG_INFO, "%s", message->text.c_str());
+        } else if (message && message->kind == updturl::MessageKind::kResult) {
+            return static_cast<UpdaterResult>(message->number);
+        }
+    }
+    return std::nullopt;
+}
+
+UpdaterResult Follow(int connection, int endDescriptor, std::chrono::milliseconds silence) {
+    LineReader lines;
+    while (lines.Now() == LineReader::State::kOpen) {
+        std::array<pollfd, 2> watched{{{endDescriptor, POLLIN, 0}, {connection, POLLIN, 0}}};
+        const int ready = ::poll(watched.data(), watched.size(), static_cast<int>(silence.count()));
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        if (ready <= 0) {
+            ::syslog(LOG_ERR, "the update service says nothing any more");
+            return kUpdaterFailed;
+        }
+        if (watched[0].revents != 0) {
+            (void)Say(connection, updturl::kStopLine);
+            return kUpdaterInterrupted;
+        }
+        lines.ReadFrom(connection);
+        if (const auto result = ReadLines(lines)) {
+            return *result;
+        }
+    }
+    ::syslog(LOG_ERR, "the update service ended without a result");
+    return kUpdaterFailed;
+}
+
+}  // namespace
+
+UpdaterResult AskForUpdate(const char* path, int endDescriptor, std::chrono::milliseconds silence) {
+    const FileDescriptor connection = Connect(path);
+    if (!connection || !Say(connection.Get(), updturl::kGoLine)) {
+        ::syslog(LOG_ERR,
+                 "no update service at %s (%s); start it with \"service corvane-updated start\"",
+                 path, std::strerror(errno));
+        return kUpdaterFailed;
+    }
+    return Follow(connection.Get(), endDescriptor, silence);
+}
+
+}  // namespace rapidupdate
