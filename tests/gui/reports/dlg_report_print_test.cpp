@@ -168,9 +168,7 @@ TEST_F(DlgReportPrintTest, CanBeCancelledOnTheWay) {
     Choose(pdf, QDialog::Accepted);
     int turns = 0;
     int atCancel = -1;
-    m_driver.Expect([&](QDialog* dialog) {
-        auto* waiting = qobject_cast<QProgressDialog*>(dialog);
-        ASSERT_NE(waiting, nullptr);
+    m_driver.ExpectProgress([&](QProgressDialog* waiting) {
         EXPECT_EQ(waiting->labelText(), "Printing the report ...");
         atCancel = waiting->value();
         waiting->cancel();
