@@ -83,11 +83,32 @@ HasFocus() {
     [[ $(xdotool getwindowfocus) == "$1" ]]
 }
 
+# IsAsleep PID: its first thread, the one with the windows, waits for something or has ended.
+IsAsleep() {
+    local stat
+    read -r stat <"/proc/$1/stat" && [[ ${stat##*) } == [SZ]* ]]
+}
+
+# Rest: until the program and the display have done what the last key led to. A button shows itself
+# pressed for a tenth of a second before it acts on its accelerator, and what it acts on may be enabled
+# only then, which no window tells: both must be found asleep for longer than that. A program that draws
+# the progress of a scan never is; it is left alone after three seconds.
+Rest() {
+    local asleep=0 end=$((SECONDS + 3))
+    while ((asleep < 8 && SECONDS <= end)) && IsRunning; do
+        sleep 0.02
+        if IsAsleep "$programPid" && IsAsleep "$displayPid"; then
+            asleep=$((asleep + 1))
+        else
+            asleep=0
+        fi
+    done
+}
+
 # Press TITLE KEY...: keys to the window with this title. No window manager runs on the virtual
-# display, so the window is given the focus first. A button shows itself pressed for a tenth of a second
-# before it acts on its accelerator, which no window tells: the keys after one come at a person's pace.
+# display, so the window is given the focus first. The keys after an accelerator wait for its effect.
 Press() {
-    local title=$1 window key
+    local title=$1 window key last=
     local -a quick=()
     shift
     WaitForWindow "$title" || return
@@ -95,11 +116,13 @@ Press() {
     xdotool windowfocus "$window"
     WaitFor "$kWindowLimit" HasFocus "$window" || return
     for key in "$@"; do
-        quick+=("$key")
-        if [[ $key == alt+* ]]; then
-            xdotool key --clearmodifiers --delay 4 "${quick[@]}" sleep 0.15 || return
+        if [[ $last == alt+* ]]; then
+            xdotool key --clearmodifiers --delay 4 "${quick[@]}" || return
             quick=()
+            Rest
         fi
+        quick+=("$key")
+        last=$key
     done
     [[ ${#quick[@]} -eq 0 ]] || xdotool key --clearmodifiers --delay 4 "${quick[@]}"
 }
