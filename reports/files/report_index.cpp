@@ -10,6 +10,7 @@
 #include "common/file_descriptor.h"
 #include "common/io.h"
 #include "common/locks.h"
+#include "reports/files/record_read.h"
 
 static_assert(std::endian::native == std::endian::little);
 
@@ -126,7 +127,7 @@ bool ReadReportIndex(const char* path, IndexCount count, std::vector<tagScanInde
     if (ReadFull(index.Get(), BytesOf(header)) == static_cast<std::ptrdiff_t>(sizeof header) &&
         (count == IndexCount::kIgnored || header.count != 0)) {
         tagScanIndexEntry entry{};
-        while (out.size() < kMaxIndexRecords && ReadFull(index.Get(), BytesOf(entry)) > 0) {
+        while (out.size() < kMaxIndexRecords && ReadRecord(index.Get(), BytesOf(entry)) > 0) {
             out.push_back(entry);
             entry = {};
         }

@@ -16,6 +16,7 @@
 #include "common/regular_file.h"
 #include "common/shared_file.h"
 #include "common/text_field.h"
+#include "reports/files/record_read.h"
 
 namespace {
 
@@ -120,13 +121,13 @@ bool ReadIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& out, unsig
         *err = kIndexHeaderUnreadable;
         return false;
     }
-    // A torn last record is passed over: the next read finds the end.
     tagReportIndexEntry entry{};
     for (std::size_t records = 0; records < kMaxScheduledRecords; ++records) {
-        const std::ptrdiff_t got = ReadFull(index.Get(), BytesOf(entry));
+        const std::ptrdiff_t got = ReadRecord(index.Get(), BytesOf(entry));
         if (got <= 0) {
             break;
         }
+        // A record that is torn, or just being written, is passed over.
         if (got == static_cast<std::ptrdiff_t>(sizeof entry) && (uid == 0 || entry.userId == uid)) {
             out.push_back(entry);
         }

@@ -48,7 +48,8 @@ public:
 inline constexpr std::size_t kMaxScheduledRecords = 100'000;
 
 /// Appends the index's records to `out` in file order: those of user `uid`, or all when `uid` is 0.
-/// The count in the header is not consulted. False with the reason in `*err`; a null `err` fails.
+/// The count in the header is not consulted, and a record that somebody is just appending is passed
+/// over. False with the reason in `*err`; a null `err` fails.
 bool ReadIndexEntry(short kind, std::vector<tagReportIndexEntry>& out, unsigned int uid,
                     unsigned int* err);
 
