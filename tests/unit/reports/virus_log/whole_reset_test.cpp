@@ -1,8 +1,12 @@
 #include <chrono>
 #include <csignal>
+#include <fstream>
+#include <functional>
 #include <optional>
+#include <string_view>
 #include <sys/wait.h>
 
+#include "common/named_mutex.h"
 #include "reports/virus_log/delete_records.h"
 #include "reports/virus_log/reset.h"
 #include "reports/virus_log/size_limit.h"
@@ -10,6 +14,23 @@
 #include "tests/unit/reports/virus_log/virus_log_fixture.h"
 
 // Resets that succeed. Each takes 10 seconds, because its merge waits for the mutex that it holds.
+
+namespace {
+
+// What happens just before somebody gives back a mutex.
+std::function<void(std::string_view key)> atRelease;
+
+}  // namespace
+
+// The linker sends all calls of ReleaseMutexOwnerShip here, which hands them on (--wrap).
+int NotedRelease(tagMUTEX_INFO* mutex) asm("__wrap__Z21ReleaseMutexOwnerShipP13tagMUTEX_INFO");
+int RealRelease(tagMUTEX_INFO* mutex) asm("__real__Z21ReleaseMutexOwnerShipP13tagMUTEX_INFO");
+int NotedRelease(tagMUTEX_INFO* mutex) {
+    if (atRelease) {
+        atRelease(mutex->key);
+    }
+    return RealRelease(mutex);
+}
 
 namespace {
 
@@ -32,6 +53,11 @@ bool Stop(pid_t process) {
 
 class WholeReset : public VirusLogTest {
 protected:
+    void TearDown() override {
+        atRelease = nullptr;
+        VirusLogTest::TearDown();
+    }
+
     // Starts a reset and lets it come as far as waiting for a record that is just being added.
     // `wrong` is a log whose count is wrong, which shows when the reset has looked at it, and
     // `log` the same with the right one.
@@ -104,6 +130,13 @@ TEST_F(WholeReset, TheSecondMergeIsStillPartOfIt) {
     Put("VirRcONE.dat", HeadBytes(1) + Record('a'));
     Put("RecOffset.dat", U32(88));
     Put("VirRcTWO.dat", HeadBytes(kCount) + waiting);
+    // At each release a line: which mutex, whether a reset was under way and a second file was
+    // there.
+    atRelease = [this](std::string_view key) {
+        std::ofstream(m_app / "releases", std::ios::app)
+            << key << (Content("VirMain.dat").starts_with(U32(1)) ? " resetting" : " normal")
+            << (Exists(Log("VirRcTWO.dat")) ? " waiting\n" : " merged\n");
+    };
     const pid_t reset = StartReset(0, 1);
     EXPECT_TRUE(WaitUntil([this] { return Content("VirMain.dat").starts_with(U32(1)); }));
     EXPECT_TRUE(WaitUntil([this] { return Content("VirMain.dat").starts_with(U32(0)); },
@@ -115,6 +148,13 @@ TEST_F(WholeReset, TheSecondMergeIsStillPartOfIt) {
     EXPECT_EQ(Content("VirMain.dat"), MainBytes(0, "VirRcONE.dat"));
     EXPECT_TRUE(Content("VirRcONE.dat") == HeadBytes(kCount + 1) + Record('a') + waiting);
     EXPECT_EQ(Content("VirRcTWO.dat"), "(missing)");
+    // The counts are set, others have let go, the first merge was in vain, and the second was not.
+    EXPECT_EQ(ReadFile(m_app / "releases"),
+              "10011 normal waiting\n"
+              "10011 resetting waiting\n"
+              "10011 normal waiting\n"
+              "10011 normal merged\n"
+              "10022 normal merged\n");
 }
 
 TEST_F(WholeReset, AsManyAsThereAreLeaveAnEmptyLog) {
