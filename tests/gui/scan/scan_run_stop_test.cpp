@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <string>
 
@@ -39,17 +40,19 @@ TEST_F(WholeScan, ARefusedStopLetsTheScanGoOn) {
         WriteFile(m_top + "/f" + std::to_string(file), "x");
     }
     AddPath(m_top);
+    const std::string released = m_scratch / "released";
     bool asked = false;
-    m_whileRunning = [this, &asked] {
-        if (!asked && g_uiTotCnt >= 1 && g_uiTotCnt < 50) {
+    m_whileRunning = [&] {
+        if (!asked && g_uiTotCnt == 1) {
             asked = true;
             m_dialog->OnStopClick();
+            WriteFile(released, "");
         }
     };
     m_answers.push_back([](QDialog* dialog) {
         qobject_cast<QMessageBox*>(dialog)->button(QMessageBox::No)->click();
     });
-    EXPECT_EQ(Run("delay 5 *\n"), 1);
+    EXPECT_EQ(Run("hold " + released + " *\n"), 1);
     EXPECT_TRUE(asked);
     EXPECT_EQ(g_uiTotCnt, 50U);
     EXPECT_FALSE(StopCount);
@@ -61,20 +64,24 @@ TEST_F(WholeScan, AStopMayBeRefusedAgainAndAgain) {
         WriteFile(m_top + "/f" + std::to_string(file), "x");
     }
     AddPath(m_top);
-    int asked = 0;
-    m_whileRunning = [this, &asked] {
-        // Not before the last answer has got through: the scan has gone on since.
-        if (asked < 5 && m_answers.empty() && !m_dialog->m_stop.IsSet() &&
-            g_uiTotCnt >= static_cast<std::uint32_t>(8 * (asked + 1))) {
+    const std::string released = m_scratch / "released";
+    std::uint32_t asked = 0;
+    m_whileRunning = [&] {
+        // The engine is held at the file after the last answer: the scan has gone on since.
+        if (asked < 5 && g_uiTotCnt == asked + 1) {
             ++asked;
-            m_answers.push_back([](QDialog* dialog) {
+            m_answers.push_back([&](QDialog* dialog) {
+                if (asked < 5) {
+                    std::filesystem::remove(released);
+                }
                 qobject_cast<QMessageBox*>(dialog)->button(QMessageBox::No)->click();
             });
             m_dialog->OnStopClick();
+            WriteFile(released, "");
         }
     };
-    EXPECT_EQ(Run("delay 5 *\n"), 1);
-    EXPECT_EQ(asked, 5);
+    EXPECT_EQ(Run("hold " + released + " *\n"), 1);
+    EXPECT_EQ(asked, 5U);
     EXPECT_EQ(std::erase(m_steps, "1112 " + m_top), 5U);
     EXPECT_EQ(g_uiTotCnt, 60U);
     EXPECT_NE(Report().find("Scan Complete.\n\n"), std::string::npos);
@@ -124,18 +131,20 @@ TEST_F(WholeScan, AConfirmedStopEndsEveryLevelAndPath) {
     }
     AddPath(m_top);
     AddPath(m_scratch.Path());
+    const std::string released = m_application / "released";
     bool asked = false;
-    m_whileRunning = [this, &asked] {
-        if (!asked && g_uiTotCnt >= 1 && g_uiTotCnt < 30) {
+    m_whileRunning = [&] {
+        if (!asked && g_uiTotCnt == 1) {
             asked = true;
             m_dialog->close();
+            WriteFile(released, "");
         }
     };
     m_answers.push_back([](QDialog* dialog) {
         qobject_cast<QMessageBox*>(dialog)->button(QMessageBox::Yes)->click();
     });
-    EXPECT_EQ(Run("delay 5 *\n"), 1);
-    EXPECT_LT(g_uiTotCnt, 40U);
+    EXPECT_EQ(Run("hold " + released + " *\n"), 1);
+    EXPECT_EQ(g_uiTotCnt, 1U);
     EXPECT_TRUE(StopCount);
     const std::string report = Report();
     EXPECT_NE(report.find(PathLine(m_top) + "\n" + kLine66 + "\n\nScan Interrupted.\n\n"),
