@@ -2,7 +2,7 @@
 #include <array>
 #include <fcntl.h>
 #include <filesystem>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <memory>
 #include <pwd.h>
 #include <string>
@@ -191,13 +191,17 @@ TEST_F(VirlogListingTest, SeveralAtOnceAllSeeTheWholeLog) {
     const std::string expected = Listed({"--format", "csv"});
     std::vector<std::unique_ptr<VirlogRun>> runs;
     constexpr std::size_t kCount = 8;
+    constexpr auto kWaiting =
+        "corvane-virlog: waiting for another process that keeps "
+        "/usr/lib/Corvane/Corvane/reports/ locked\n";
     runs.reserve(kCount);
     while (runs.size() < kCount) {
         runs.push_back(std::make_unique<VirlogRun>(std::vector<std::string>{"--format", "csv"}));
     }
     for (const auto& run : runs) {
         EXPECT_EQ(run->Status(), 0);
-        EXPECT_EQ(run->Errors(), "");
+        // Where they are slow, the last ones wait for more than a second and say so.
+        EXPECT_THAT(run->Errors(), ::testing::AnyOf("", kWaiting));
         EXPECT_EQ(run->Output(), expected);
     }
     EXPECT_FALSE(Exists(kCopy));
