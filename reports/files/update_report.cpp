@@ -1,7 +1,5 @@
 #include "reports/files/update_report.h"
 
-#include <array>
-#include <cstdio>
 #include <ctime>
 #include <string>
 #include <string_view>
@@ -11,6 +9,7 @@
 #include "common/io.h"
 #include "common/text_field.h"
 #include "common/times.h"
+#include "common/version_texts.h"
 #include "reports/files/new_report.h"
 #include "reports/files/report_files.h"
 #include "reports/files/report_index.h"
@@ -22,19 +21,13 @@ char g_szOldDbTime[100];
 namespace {
 
 std::string UpdatedText() {
-    const tagZQVERINFO version = EngineVersion();
-    std::array<char, 32> number{};
-    std::snprintf(number.data(), number.size(), "  %u.%02u", unsigned{version.major},
-                  unsigned{version.minor});
-    std::tm date{};
-    SystemTimeToTm(&version.databaseDate, &date);
+    const VersionTexts now = TextsOf(EngineVersion());
     std::string text = "\nCorvane is Successfully updated \n\nFrom Version :";
     text.append(FieldText(g_szOldVersion));
     text.append("\nVirus database :");
     text.append(FieldText(g_szOldDbDate)).append(FieldText(g_szOldDbTime));
-    text.append("\nTo Version :").append(number.data());
-    text.append("\nVirus database :");
-    text.append(FormatTime("  %d %B %Y", date)).append(FormatTime(" [%T]", date));
+    text.append("\nTo Version :").append(now.version);
+    text.append("\nVirus database :").append(now.date).append(now.time);
     return text;
 }
 
@@ -50,6 +43,13 @@ std::string ReportText(std::string_view status) {
 }
 
 }  // namespace
+
+void CaptureOldVersion() {
+    const VersionTexts texts = TextsOf(EngineVersion());
+    CopyToField(g_szOldVersion, texts.version);
+    CopyToField(g_szOldDbDate, texts.date);
+    CopyToField(g_szOldDbTime, texts.time);
+}
 
 bool WriteUpdtFile(const char* status) {
     if (status == nullptr) {

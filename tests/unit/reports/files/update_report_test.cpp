@@ -52,6 +52,13 @@ TEST_F(UpdateReport, ASuccessTellsTheOldAndTheNewVersion) {
               "\nVirus database :  21 November 2026 [09:08:07]");
 }
 
+TEST_F(UpdateReport, TheOldVersionIsWhatTheEngineSaidBefore) {
+    CaptureOldVersion();
+    EXPECT_STREQ(g_szOldVersion, "  17.05");
+    EXPECT_STREQ(g_szOldDbDate, "  21 November 2026");
+    EXPECT_STREQ(g_szOldDbTime, " [09:08:07]");
+}
+
 TEST_F(UpdateReport, NothingNewIsSaid) {
     ASSERT_TRUE(WriteUpdtFile("UP-TO-DATE"));
     EXPECT_EQ(ReadFile(OnlyReport()),

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+#include "abi/system_time.h"
+
+/// A version record as reports and pages show it, English whatever language the user speaks.
+struct VersionTexts {
+    std::string version;  ///< "  17.05"
+    std::string date;     ///< "  02 November 2026", of the virus database
+    std::string time;     ///< " [03:04:05]"
+};
+
+/// Any thread.
+VersionTexts TextsOf(const tagZQVERINFO& version);
