@@ -16,3 +16,6 @@ FileDescriptor CreateOptionFile(const char* path);
 /// Sets the mode of a file to 0666, whether or not it could be opened. A file of another user keeps
 /// its mode.
 void ShareWithEveryone(const char* path);
+
+/// What became of reading or writing an option file.
+enum class FileOutcome { kDone, kNotOpened, kFailed };

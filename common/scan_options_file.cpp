@@ -4,7 +4,6 @@
 
 #include "common/io.h"
 #include "common/log.h"
-#include "common/option_file.h"
 #include "common/paths.h"
 
 namespace {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/option_file.h"
 #include "common/scan_settings.h"
 
 // The scanner settings file: "zqscn.opt" in the application directory, three bytes. GUI thread
@@ -8,8 +9,6 @@
 /// Fills `options` from the file, which is made with the defaults when it is missing; a short file
 /// leaves the defaults in what it does not hold. True, but false for a null record.
 bool LoadScanOptionsFile(tagSCNOPTS* options);
-
-enum class FileOutcome { kDone, kNotOpened, kFailed };
 
 /// Reads the file over a zeroed record. Never makes the file.
 FileOutcome ReadScanOptionsFile(tagSCNOPTS& options);

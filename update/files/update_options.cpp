@@ -3,20 +3,46 @@
 #include <string>
 
 #include "common/io.h"
-#include "common/option_file.h"
 #include "common/paths.h"
 
-tagUpdtOpts LoadUpdateOptionsAtStart() {
-    const std::string path = common::InProgramDirectory("zqupdate.opt");
+namespace {
+
+std::string OptionsPath() {
+    return common::InProgramDirectory("zqupdate.opt");
+}
+
+tagUpdtOpts LoadOrMake(const tagUpdtOpts& defaults) {
+    const std::string path = OptionsPath();
     tagUpdtOpts options{};
     if (const FileDescriptor file = OpenOptionFile(path.c_str())) {
         ReadFull(file.Get(), BytesOf(options));
     } else {
-        options = kStartUpdateOptions;
+        options = defaults;
         if (const FileDescriptor made = CreateOptionFile(path.c_str())) {
             WriteAll(made.Get(), BytesOf(options));
         }
     }
     ShareWithEveryone(path.c_str());
     return options;
+}
+
+}  // namespace
+
+tagUpdtOpts LoadUpdateOptionsAtStart() {
+    return LoadOrMake(kStartUpdateOptions);
+}
+
+tagUpdtOpts LoadUpdateOptions() {
+    return LoadOrMake(kPageUpdateOptions);
+}
+
+FileOutcome WriteUpdateOptions(const tagUpdtOpts& options) {
+    const std::string path = OptionsPath();
+    const FileDescriptor file = OpenOptionFile(path.c_str());
+    if (!file) {
+        return FileOutcome::kNotOpened;  // the mode stays, too
+    }
+    const bool written = WriteAll(file.Get(), BytesOf(options));
+    ShareWithEveryone(path.c_str());
+    return written ? FileOutcome::kDone : FileOutcome::kFailed;
 }

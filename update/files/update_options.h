@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "common/option_file.h"
+
 /// Where updates come from and whether they run by themselves, as bits of tagUpdtOpts::flags.
 enum UpdateFlag : std::uint32_t {
     kUpdateAutomatically = 0x1,
@@ -27,10 +29,22 @@ static_assert(offsetof(tagUpdtOpts, reserved) == 4);
 static_assert(offsetof(tagUpdtOpts, path) == 8);
 static_assert(offsetof(tagUpdtOpts, backupFolder) == 264);
 
-/// What installation and start-up make: automatic updates from the server. (The update page makes
-/// the file without automatic updates; the two differ on purpose.)
+// The two defaults differ on purpose: a fresh machine updates itself, but who opens the page
+// without a file there is shown nothing that is not so.
+
+/// What installation and start-up make: automatic updates from the server.
 inline constexpr tagUpdtOpts kStartUpdateOptions{
     kUpdateAutomatically | kUpdateFromServer, 1, {}, {}};
 
-/// Reads "zqupdate.opt" at start-up, making it when it is missing.
+/// What the update page makes: updates from the server, when somebody asks for them.
+inline constexpr tagUpdtOpts kPageUpdateOptions{kUpdateFromServer, 1, {}, {}};
+
+/// Reads "zqupdate.opt" at start-up, making it when it is missing. A short file leaves zeros in
+/// what it does not hold; a file that can neither be opened nor made gives the default. GUI thread.
 tagUpdtOpts LoadUpdateOptionsAtStart();
+
+/// The same for the update page, with its own default. GUI thread.
+tagUpdtOpts LoadUpdateOptions();
+
+/// Writes the record over the start of "zqupdate.opt", which is never made here. GUI thread.
+FileOutcome WriteUpdateOptions(const tagUpdtOpts& options);
