@@ -1,0 +1,143 @@
+#include "product/definitions/backup.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <limits>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include "common/regular_file.h"
+#include "common/times.h"
+#include "product/definitions/folder_names.h"
+#include "product/definitions/reasons.h"
+#include "product/definitions/retrying.h"
+#include "product/definitions/trusted_folder.h"
+
+namespace definitions {
+
+namespace {
+
+constexpr std::string_view kPrefix = "corvane-definitions-";
+constexpr std::string_view kHalfMade = ".unfinished";
+constexpr int kNamesTried = 100;
+
+FileDescriptor OpenFolder(int parent, const std::string& name) {
+    return FileDescriptor(Retrying([&] {
+        return ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    }));
+}
+
+// One of ours, whatever a user has called a folder of theirs.
+bool IsOurs(int parent, const std::string& name) {
+    struct stat status {};
+    const FileDescriptor folder = OpenFolder(parent, name);
+    return name.starts_with(kPrefix) && folder &&
+           ::fstatat(folder.Get(), kBackupMarker, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISREG(status.st_mode);
+}
+
+// The marker goes last: what is half removed is still known as ours.
+void RemoveBackup(int parent, const std::string& name) {
+    const FileDescriptor folder = OpenFolder(parent, name);
+    for (const std::string& entry : NamesIn(folder.Get())) {
+        if (entry != kBackupMarker) {
+            (void)::unlinkat(folder.Get(), entry.c_str(), 0);
+        }
+    }
+    (void)::unlinkat(folder.Get(), kBackupMarker, 0);
+    (void)::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+}
+
+void Prune(int parent, const std::string& made) {
+    std::vector<std::string> backups;
+    for (const std::string& name : NamesIn(parent)) {
+        if (name == made || !IsOurs(parent, name)) {
+            continue;
+        }
+        if (name.ends_with(kHalfMade)) {
+            RemoveBackup(parent, name);
+        } else {
+            backups.push_back(name);
+        }
+    }
+    // The new one is the last, whatever the clock says.
+    for (std::size_t i = 0; i + kBackupsKept <= backups.size(); ++i) {
+        RemoveBackup(parent, backups[i]);
+    }
+}
+
+std::string CopyFiles(int set, int target, const GoOn& goOn) {
+    if (!WriteInto(target, kBackupMarker, {})) {
+        return WordsForError(errno);
+    }
+    for (const std::string& name : NamesIn(set)) {
+        const FileDescriptor file =
+            common::OpenRegularFileAt(set, name.c_str(), O_RDONLY, common::Links::kNoSymbolic);
+        if (!file) {
+            continue;
+        }
+        constexpr auto kAnySize = std::numeric_limits<std::uint64_t>::max();
+        switch (CopyInto(target, name, file.Get(), kAnySize, goOn).result) {
+            case CopyResult::kCopied:
+                break;
+            case CopyResult::kStopped:
+                return "stopped";
+            default:
+                return name + ": " + WordsForError(errno);
+        }
+    }
+    return Retrying([&] { return ::fsync(target); }) == 0 ? std::string() : WordsForError(errno);
+}
+
+// Gives the backup a name that is free, so that nothing is ever replaced.
+std::string Publish(int parent, const std::string& halfMade, const std::string& name,
+                    std::string& published) {
+    for (int number = 1; number <= kNamesTried; ++number) {
+        published = number == 1 ? name : name + "-" + std::to_string(number);
+        if (Retrying([&] {
+                return ::renameat2(parent, halfMade.c_str(), parent, published.c_str(),
+                                   RENAME_NOREPLACE);
+            }) == 0) {
+            return Retrying([&] { return ::fsync(parent); }) == 0 ? std::string()
+                                                                  : WordsForError(errno);
+        }
+        if (errno != EEXIST) {
+            break;
+        }
+    }
+    return WordsForError(errno);
+}
+
+}  // namespace
+
+std::string BackUp(int set, const std::string& folder, std::time_t now, const GoOn& goOn) {
+    std::string why;
+    const FileDescriptor parent = OpenTrustedFolder(folder, why);
+    if (!parent) {
+        return why;
+    }
+    const std::string name = std::string(kPrefix) + FormatTime("%Y%m%d-%H%M%S", LocalTm(now));
+    const std::string halfMade = name + std::string(kHalfMade);
+    if (IsOurs(parent.Get(), halfMade)) {
+        RemoveBackup(parent.Get(), halfMade);
+    }
+    if (Retrying([&] { return ::mkdirat(parent.Get(), halfMade.c_str(), 0755); }) != 0) {
+        return WordsForError(errno);
+    }
+    const FileDescriptor made = OpenFolder(parent.Get(), halfMade);
+    why = CopyFiles(set, made.Get(), goOn);
+    std::string published;
+    if (why.empty()) {
+        why = Publish(parent.Get(), halfMade, name, published);
+    }
+    if (!why.empty()) {
+        RemoveBackup(parent.Get(), halfMade);
+        return why;
+    }
+    Prune(parent.Get(), published);
+    return {};
+}
+
+}  // namespace definitions

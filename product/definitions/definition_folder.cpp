@@ -1,0 +1,175 @@
+#include "product/definitions/definition_folder.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "product/definitions/folder_names.h"
+#include "product/definitions/retrying.h"
+
+namespace definitions {
+
+namespace {
+
+constexpr std::string_view kSetPrefix = "set-";
+constexpr std::size_t kMaxDigits = 9;
+constexpr std::string_view kHalfMadeLink = ".new";
+constexpr mode_t kFolderMode = 0755;
+
+bool IsGone(int error) {
+    return error == ENOENT;
+}
+
+bool RemoveFile(int folder, const std::string& name) {
+    return Retrying([&] { return ::unlinkat(folder, name.c_str(), 0); }) == 0 || IsGone(errno);
+}
+
+}  // namespace
+
+std::string NameOfSet(SetNumber number) {
+    return std::string(kSetPrefix) + std::to_string(number);
+}
+
+std::optional<SetNumber> NumberOfSet(std::string_view name) {
+    if (!name.starts_with(kSetPrefix)) {
+        return std::nullopt;
+    }
+    name.remove_prefix(kSetPrefix.size());
+    SetNumber number = 0;
+    const char* end = name.data() + name.size();
+    const auto [stop, error] = std::from_chars(name.data(), end, number);
+    // Written back it must be the same: "set-07" is none of ours.
+    const bool isWhole = error == std::errc() && stop == end && name.size() <= kMaxDigits &&
+                         std::to_string(number) == name;
+    return isWhole ? std::optional(number) : std::nullopt;
+}
+
+DefinitionFolder DefinitionFolder::Open(const std::string& productDirectory) {
+    DefinitionFolder folder;
+    folder.m_path = productDirectory + kFolderName + "/";
+    const std::string path = productDirectory + kFolderName;
+    folder.m_folder.Reset(Retrying(
+        [&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }));
+    return folder;
+}
+
+std::vector<SetNumber> DefinitionFolder::Sets() const {
+    std::vector<SetNumber> sets;
+    for (const std::string& name : NamesIn(Get())) {
+        if (const auto number = NumberOfSet(name)) {
+            sets.push_back(*number);
+        }
+    }
+    std::sort(sets.begin(), sets.end());
+    return sets;
+}
+
+std::optional<SetNumber> DefinitionFolder::SetOfLink(const char* link) const {
+    std::array<char, 64> target{};
+    const ssize_t size = ::readlinkat(Get(), link, target.data(), target.size());
+    if (size <= 0) {
+        return std::nullopt;
+    }
+    const auto number = NumberOfSet({target.data(), static_cast<std::size_t>(size)});
+    return number && OpenSet(*number) ? number : std::nullopt;
+}
+
+std::optional<SetNumber> DefinitionFolder::Previous() const {
+    const auto current = Current();
+    if (!current) {
+        return std::nullopt;
+    }
+    std::vector<SetNumber> sets = Sets();
+    sets.erase(std::lower_bound(sets.begin(), sets.end(), *current), sets.end());
+    if (const auto heldBack = SetOfLink(kHeldBackLink)) {
+        std::erase(sets, *heldBack);
+    }
+    return sets.empty() ? std::nullopt : std::optional(sets.back());
+}
+
+FileDescriptor DefinitionFolder::OpenEntry(const std::string& name) const {
+    return FileDescriptor(Retrying([&] {
+        return ::openat(Get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    }));
+}
+
+FileDescriptor DefinitionFolder::MakeUnfinished() const {
+    if (!Remove(kUnfinishedFolder) ||
+        Retrying([&] { return ::mkdirat(Get(), kUnfinishedFolder, kFolderMode); }) != 0) {
+        return {};
+    }
+    FileDescriptor made = OpenEntry(kUnfinishedFolder);
+    // Whatever the umask: every user's engine reads it.
+    if (made && Retrying([&] { return ::fchmod(made.Get(), kFolderMode); }) != 0) {
+        made.Reset();
+    }
+    return made;
+}
+
+bool DefinitionFolder::FinishAs(SetNumber number) const {
+    const std::string name = NameOfSet(number);
+    return Retrying([&] {
+               return ::renameat2(Get(), kUnfinishedFolder, Get(), name.c_str(), RENAME_NOREPLACE);
+           }) == 0 &&
+           Sync();
+}
+
+bool DefinitionFolder::Point(const char* link, SetNumber number) const {
+    const std::string made = link + std::string(kHalfMadeLink);
+    const std::string target = NameOfSet(number);
+    return RemoveFile(Get(), made) &&
+           Retrying([&] { return ::symlinkat(target.c_str(), Get(), made.c_str()); }) == 0 &&
+           Retrying([&] { return ::renameat(Get(), made.c_str(), Get(), link); }) == 0;
+}
+
+bool DefinitionFolder::Sync() const {
+    return Retrying([&] { return ::fsync(Get()); }) == 0;
+}
+
+bool DefinitionFolder::Remove(const std::string& name) const {
+    const FileDescriptor folder = OpenEntry(name);
+    if (!folder) {
+        return IsGone(errno) || RemoveFile(Get(), name);
+    }
+    bool isEmpty = true;
+    for (const std::string& entry : NamesIn(folder.Get())) {
+        isEmpty = RemoveFile(folder.Get(), entry) && isEmpty;
+    }
+    return isEmpty && Retrying([&] { return ::unlinkat(Get(), name.c_str(), AT_REMOVEDIR); }) == 0;
+}
+
+void DefinitionFolder::RemoveLeftovers() const {
+    Remove(kUnfinishedFolder);
+    for (const char* link : {kCurrentLink, kHeldBackLink}) {
+        RemoveFile(Get(), link + std::string(kHalfMadeLink));
+    }
+    const auto current = Current();
+    if (!current) {
+        // Which of the sets was the last in use is not known, so each may be the best there is.
+        return;
+    }
+    std::vector<SetNumber> kept{*current};
+    if (const auto previous = Previous()) {
+        kept.push_back(*previous);
+    }
+    if (const auto heldBack = SetOfLink(kHeldBackLink)) {
+        if (*heldBack > *current) {
+            kept.push_back(*heldBack);
+        } else {
+            // Something newer has come.
+            RemoveFile(Get(), kHeldBackLink);
+        }
+    }
+    for (const SetNumber each : Sets()) {
+        if (std::find(kept.begin(), kept.end(), each) == kept.end()) {
+            Remove(NameOfSet(each));
+        }
+    }
+}
+
+}  // namespace definitions

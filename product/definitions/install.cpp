@@ -1,0 +1,105 @@
+#include "product/definitions/install.h"
+
+#include <cerrno>
+#include <ctime>
+
+#include "product/definitions/backup.h"
+#include "product/definitions/definition_folder.h"
+#include "product/definitions/reasons.h"
+#include "product/definitions/set_maker.h"
+#include "product/definitions/update_lock.h"
+
+namespace definitions {
+
+namespace {
+
+InstallResult LockedBy(const UpdateLock& lock) {
+    if (lock.Error() != 0) {
+        errno = lock.Error();
+        return FailedToDo("the lock of the definitions cannot be used");
+    }
+    InstallResult result = Result(Outcome::kLocked, "another process changes the definitions");
+    result.holder = lock.Holder();
+    return result;
+}
+
+// The set in the making gets its number and is switched to.
+InstallResult PutIntoUse(const DefinitionFolder& definitions, InstallObserver& observer) {
+    const auto sets = definitions.Sets();
+    const SetNumber number = sets.empty() ? 1 : sets.back() + 1;
+    if (!definitions.FinishAs(number)) {
+        return FailedToDo("the new set cannot be stored");
+    }
+    if (!definitions.Point(kCurrentLink, number)) {
+        return FailedToDo("the new set cannot be put into use");
+    }
+    if (definitions.Sync()) {
+        definitions.RemoveLeftovers();
+    } else {
+        observer.Log("the new definitions are in use, and may be lost with the power: " +
+                     WordsForError(errno));
+    }
+    return Succeeded();
+}
+
+void KeepBackup(int set, const std::string& folder, InstallObserver& observer) {
+    const std::string why = BackUp(set, folder, std::time(nullptr),
+                                   [&] { return observer.GoOn(InstallStep::kBackup); });
+    if (!why.empty()) {
+        observer.Log("no backup of the update files was made in " + folder + ": " + why);
+    }
+}
+
+}  // namespace
+
+InstallResult Install(const Candidate& candidate, const InstallOptions& options,
+                      InstallObserver& observer) {
+    const DefinitionFolder definitions = DefinitionFolder::Open(options.productDirectory);
+    if (!definitions) {
+        return FailedToDo("the folder of the definitions cannot be opened");
+    }
+    const UpdateLock lock(definitions.Get());
+    if (!lock.IsHeld()) {
+        return LockedBy(lock);
+    }
+    definitions.RemoveLeftovers();
+    const CandidateFiles files = OpenCandidate(candidate);
+    if (!files.folder) {
+        return FailedToDo("the folder of the new definitions cannot be opened");
+    }
+    SetMaker maker(definitions, options, observer);
+    InstallResult result = maker.Make(files);
+    if (result.outcome == Outcome::kInstalled) {
+        result = PutIntoUse(definitions, observer);
+    }
+    if (result.outcome != Outcome::kInstalled) {
+        definitions.RemoveLeftovers();
+    } else if (options.backupFolder) {
+        KeepBackup(maker.Folder(), *options.backupFolder, observer);
+    }
+    return result;
+}
+
+InstallResult RollBack(const std::string& productDirectory) {
+    const DefinitionFolder definitions = DefinitionFolder::Open(productDirectory);
+    if (!definitions) {
+        return FailedToDo("the folder of the definitions cannot be opened");
+    }
+    const UpdateLock lock(definitions.Get());
+    if (!lock.IsHeld()) {
+        return LockedBy(lock);
+    }
+    const auto current = definitions.Current();
+    const auto previous = definitions.Previous();
+    if (!current || !previous) {
+        return Result(Outcome::kNothingValid, "there is no set to go back to");
+    }
+    // Held back first: no automatic update in between brings it back.
+    if (!definitions.Point(kHeldBackLink, *current) || !definitions.Sync() ||
+        !definitions.Point(kCurrentLink, *previous) || !definitions.Sync()) {
+        return FailedToDo("the set before cannot be put into use");
+    }
+    return Succeeded();
+}
+
+}  // namespace definitions

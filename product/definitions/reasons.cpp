@@ -1,0 +1,34 @@
+#include "product/definitions/reasons.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace definitions {
+
+std::string WordsForError(int error) {
+    return error == ENOSPC || error == EDQUOT || error == EFBIG
+               ? "there is no room left on the disk"
+               : std::strerror(error);
+}
+
+InstallResult FailedToDo(const std::string& what) {
+    return Result(Outcome::kFailed, what + ": " + WordsForError(errno));
+}
+
+InstallResult ResultOfChild(ChildEnd end, const std::string& why) {
+    switch (end) {
+        case ChildEnd::kSucceeded:
+            return Succeeded();
+        case ChildEnd::kStopped:
+            return Result(Outcome::kStopped, "stopped");
+        case ChildEnd::kNotStarted:
+            return Result(Outcome::kFailed, why);
+        case ChildEnd::kFailed:
+        case ChildEnd::kDied:
+        case ChildEnd::kTooSlow:
+            break;
+    }
+    return Result(Outcome::kRefused, why);
+}
+
+}  // namespace definitions

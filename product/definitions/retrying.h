@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cerrno>
+
+namespace definitions {
+
+/// What `call` gives, made anew as long as a signal breaks it off.
+template <typename Call>
+auto Retrying(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+
+}  // namespace definitions

@@ -1,0 +1,80 @@
+#include "product/definitions/trusted_folder.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <optional>
+#include <pwd.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include "product/definitions/retrying.h"
+
+namespace definitions {
+
+namespace {
+
+constexpr char kUpdaterUser[] = "corvane";
+
+std::optional<uid_t> UpdaterUser() {
+    std::vector<char> buffer(4096);
+    passwd entry{};
+    passwd* found = nullptr;
+    return ::getpwnam_r(kUpdaterUser, &entry, buffer.data(), buffer.size(), &found) == 0 &&
+                   found != nullptr
+               ? std::optional(entry.pw_uid)
+               : std::nullopt;
+}
+
+bool IsTrusted(uid_t owner) {
+    return owner == 0 || owner == ::geteuid() || (::geteuid() == 0 && owner == UpdaterUser());
+}
+
+// Empty when nothing speaks against the folder.
+std::string Objection(int folder) {
+    struct stat status {};
+    if (::fstat(folder, &status) != 0) {
+        return std::strerror(errno);
+    }
+    if (!IsTrusted(status.st_uid)) {
+        return "it belongs to another user";
+    }
+    // Who may write by an access control list shows, too: its mask stands in the group's bits.
+    return (status.st_mode & (S_IWGRP | S_IWOTH)) != 0 ? "others may write to it" : std::string();
+}
+
+}  // namespace
+
+FileDescriptor OpenTrustedFolder(const std::string& path, std::string& why) {
+    if (!path.starts_with('/')) {
+        why = path + ": it is no absolute path";
+        return {};
+    }
+    constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    FileDescriptor folder(Retrying([] { return ::open("/", kFlags); }));
+    std::string_view rest = path;
+    std::string walked;
+    while (true) {
+        const std::string objection = folder ? Objection(folder.Get()) : std::strerror(errno);
+        if (!objection.empty()) {
+            why = (walked.empty() ? "/" : walked) + ": " + objection;
+            return {};
+        }
+        rest.remove_prefix(std::min(rest.find_first_not_of('/'), rest.size()));
+        if (rest.empty()) {
+            return folder;
+        }
+        const std::string name(rest.substr(0, rest.find('/')));
+        rest.remove_prefix(name.size());
+        walked += "/" + name;
+        if (name == "..") {
+            why = walked + ": a path may not lead up";
+            return {};
+        }
+        folder.Reset(Retrying([&] { return ::openat(folder.Get(), name.c_str(), kFlags); }));
+    }
+}
+
+}  // namespace definitions

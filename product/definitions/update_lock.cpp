@@ -1,0 +1,47 @@
+#include "product/definitions/update_lock.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "common/regular_file.h"
+#include "product/definitions/definition_folder.h"
+#include "product/definitions/retrying.h"
+
+namespace definitions {
+
+namespace {
+
+struct flock WholeFile() {
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
+}  // namespace
+
+UpdateLock::UpdateLock(int folder)
+    : m_file(common::OpenRegularFileAt(folder, kLockName, O_RDWR | O_CREAT, common::Links::kNone,
+                                       0600)) {
+    if (!m_file) {
+        m_error = errno;
+        return;
+    }
+    struct flock lock = WholeFile();
+    m_isHeld = Retrying([&] { return ::fcntl(m_file.Get(), F_SETLK, &lock); }) == 0;
+    if (m_isHeld) {
+        return;
+    }
+    if (errno != EAGAIN && errno != EACCES) {
+        m_error = errno;
+        return;
+    }
+    lock = WholeFile();
+    // Given back meanwhile, it has no holder any more.
+    if (::fcntl(m_file.Get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK && lock.l_pid > 0) {
+        m_holder = lock.l_pid;
+    }
+}
+
+}  // namespace definitions

@@ -1,0 +1,208 @@
+#include <gmock/gmock.h>
+
+#include "product/definitions/official_database.h"
+#include "tests/unit/product/definitions/definitions_fixture.h"
+
+// Installing databases that carry their publisher's signature.
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using definitions::CandidateFromFolder;
+using definitions::Outcome;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class InstallOfficial : public DefinitionsTest {
+protected:
+    void SetUp() override {
+        NEED_SIGNED_DATABASES();
+        m_three = ReadFile(SignedDatabases() + "test-3.cvd");
+        m_six = ReadFile(SignedDatabases() + "test-6.cvd");
+    }
+
+    Outcome InstallFiles(const std::vector<GivenFile>& files) {
+        PutFiles(files);
+        const auto result = Install();
+        m_why = result.why;
+        return result.outcome;
+    }
+
+    std::string m_three;
+    std::string m_six;
+    std::string m_why;
+};
+
+TEST_F(InstallOfficial, IsInUseAsItIs) {
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kInstalled) << m_why;
+    EXPECT_THAT(CurrentNames(), ElementsAre("scanver.cnf", "test.cvd"));
+    EXPECT_EQ(CurrentFile("test.cvd"), m_six);
+    ExpectWhole();
+}
+
+// Version 6 as 0.06, built at 1624412045: Wednesday, 23 June 2021, 01:34:05 UTC.
+TEST_F(InstallOfficial, TheVersionRecordIsThatOfTheSignedList) {
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kInstalled) << m_why;
+    EXPECT_EQ(CurrentFile("scanver.cnf"),
+              std::string("\0\0\x06\0\xE5\x07\x06\0\x03\0\x17\0\x01\0\x22\0\x05\0\0\0", 20));
+}
+
+TEST_F(InstallOfficial, ANewerOneReplacesAnOlder) {
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_three}}), Outcome::kInstalled) << m_why;
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kInstalled) << m_why;
+    EXPECT_EQ(CurrentFile("test.cvd"), m_six);
+    EXPECT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kUpToDate);
+    EXPECT_EQ(m_why, "there is nothing newer");
+}
+
+TEST_F(InstallOfficial, AnOlderOneReplacesNothing) {
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kInstalled) << m_why;
+    EXPECT_EQ(InstallFiles({{"test.cvd", m_three}}), Outcome::kRefused);
+    EXPECT_EQ(m_why, "these definitions are older than those in use");
+    EXPECT_EQ(CurrentFile("test.cvd"), m_six);
+}
+
+// The header is not what counts: 512 bytes that nobody signed alone.
+TEST_F(InstallOfficial, AHeadThatClaimsAnotherVersionIsRefused) {
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kInstalled) << m_why;
+    std::string forged = m_three;
+    forged.replace(forged.find(":3:11:"), 6, ":9:11:");
+    EXPECT_EQ(InstallFiles({{"test.cvd", forged}}), Outcome::kNothingValid);
+    EXPECT_EQ(CurrentFile("test.cvd"), m_six);
+    EXPECT_THAT(m_listener.log, HasSubstr("test.cvd is not used: "));
+}
+
+// What it becomes by differences has its signature in the list alone.
+TEST_F(InstallOfficial, IsTakenWithTheSignatureOfItsList) {
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_three}}), Outcome::kInstalled) << m_why;
+    ASSERT_EQ(InstallFiles({{"test.cld", m_six}}), Outcome::kInstalled) << m_why;
+    EXPECT_THAT(CurrentNames(), ElementsAre("scanver.cnf", "test.cld"));
+    ExpectWhole();
+}
+
+TEST_F(InstallOfficial, TheSameAtTwoAgesUnderTwoEndingsIsTakenOnce) {
+    ASSERT_EQ(InstallFiles({{"test.cld", m_three}, {"test.cvd", m_six}}), Outcome::kInstalled)
+        << m_why;
+    EXPECT_THAT(CurrentNames(), ElementsAre("scanver.cnf", "test.cvd"));
+    EXPECT_EQ(CurrentFile("test.cvd"), m_six);
+    EXPECT_EQ(m_listener.log, "") << "both are valid";
+}
+
+TEST_F(InstallOfficial, OneOfAnotherNameIsNotTakenForAnother) {
+    EXPECT_EQ(InstallFiles({{"main.cvd", m_six}}), Outcome::kNothingValid);
+    EXPECT_EQ(m_listener.log,
+              "main.cvd is not used: what is signed in it belongs to another database\n");
+}
+
+TEST_F(InstallOfficial, WhatIsNotBroughtStaysInUse) {
+    ASSERT_EQ(InstallSerial(7, {{"own.ndb", OwnSignature('A'), 1}}), Outcome::kInstalled);
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_three}}), Outcome::kInstalled) << m_why;
+    EXPECT_THAT(CurrentNames(), ElementsAre("index.json", "index.json.minisig", "own.ndb",
+                                            "scanver.cnf", "test.cvd"));
+    EXPECT_EQ(CurrentFile("own.ndb"), OwnSignature('A'));
+    ExpectWhole();
+    // Nor does an index make the machine forget what it does not name.
+    ASSERT_EQ(InstallSerial(8, {{"own.ndb", OwnSignature('B'), 2}}), Outcome::kInstalled);
+    EXPECT_EQ(CurrentFile("test.cvd"), m_three);
+    EXPECT_EQ(CurrentFile("own.ndb"), OwnSignature('B'));
+    ExpectWhole();
+}
+
+TEST_F(InstallOfficial, AnIndexReplacesWhatItNames) {
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_three}}), Outcome::kInstalled) << m_why;
+    ASSERT_EQ(InstallSerial(7, {{"test.cvd", m_six, 6}}), Outcome::kInstalled);
+    EXPECT_EQ(CurrentFile("test.cvd"), m_six);
+    ASSERT_EQ(InstallSerial(8, {{"own.ndb", OwnSignature('B'), 2}}), Outcome::kInstalled);
+    EXPECT_FALSE(Exists(m_defs + "current/test.cvd")) << "the last index brought it";
+}
+
+TEST_F(InstallOfficial, AnIndexWithAnOlderDatabaseIsRefused) {
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kInstalled) << m_why;
+    PutIndexed(7, {{"test.cvd", m_three, 12}});
+    const auto result = Install();
+    EXPECT_EQ(result.outcome, Outcome::kRefused);
+    EXPECT_EQ(result.why, "test.cvd is older, version 3, than the one in use, version 6");
+    EXPECT_EQ(CurrentFile("test.cvd"), m_six);
+}
+
+TEST_F(InstallOfficial, WithoutASignatureOfTheirOwnNoneIsTaken) {
+    EXPECT_EQ(InstallFiles({{"own.ndb", OwnSignature('A')}, {"test.cud", m_six}}),
+              Outcome::kNothingValid);
+    EXPECT_EQ(m_why, "there are no valid definitions");
+    EXPECT_EQ(m_listener.log,
+              "own.ndb is not used: it is no file with a signature of its own\n"
+              "test.cud is not used: it is no file with a signature of its own\n");
+    EXPECT_EQ(Names(), std::vector<std::string>());
+    m_listener.log.clear();
+    EXPECT_EQ(InstallFiles({{"own.ndb", OwnSignature('A')}, {"test.cvd", m_six}}),
+              Outcome::kInstalled);
+    EXPECT_THAT(CurrentNames(), ElementsAre("scanver.cnf", "test.cvd"));
+}
+
+TEST_F(InstallOfficial, AnUnsignedOneIsNotTakenUnderTheNameOfASigned) {
+    std::string stripped = m_six;
+    const auto digest = stripped.find(":3e249e");
+    stripped.replace(digest, stripped.find(":micasnyd") - digest, ":X:X");
+    const std::size_t removed = m_six.size() - stripped.size();
+    stripped.insert(512 - removed, std::string(removed, ' '));
+    ASSERT_EQ(stripped.size(), m_six.size());
+    EXPECT_EQ(InstallFiles({{"test.cvd", stripped}}), Outcome::kNothingValid);
+    EXPECT_EQ(m_listener.log, "test.cvd is not used: its signature is missing or wrong\n");
+}
+
+TEST_F(InstallOfficial, NoLinkIsTakenForADatabase) {
+    PutFiles({});
+    WriteFile(m_scratch / "outside.cvd", m_six);
+    fs::create_symlink(m_scratch / "outside.cvd", m_candidate + "test.cvd");
+    EXPECT_EQ(Install().outcome, Outcome::kNothingValid);
+    EXPECT_EQ(m_listener.log, "test.cvd is not used: it is no file with a signature of its own\n");
+    EXPECT_FALSE(CandidateFromFolder(m_candidate));
+}
+
+TEST_F(InstallOfficial, ABadIndexIsNotPassedOverForTheDatabasesBesideIt) {
+    PutFiles({{"test.cvd", m_six}, {"index.json", "{}"}});
+    const auto result = Install();
+    EXPECT_EQ(result.outcome, Outcome::kRefused);
+    EXPECT_EQ(result.why, "the index has no signature");
+}
+
+TEST_F(InstallOfficial, StopsWhileASignatureIsChecked) {
+    PutFiles({{"test.cvd", m_six}});
+    m_listener.stopAfter = 2;  // both of the copying
+    const auto result = Install();
+    EXPECT_EQ(result.outcome, Outcome::kStopped);
+    EXPECT_EQ(Names(), std::vector<std::string>());
+}
+
+TEST_F(InstallOfficial, WhatWasGoneBackFromDoesNotComeAgain) {
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_three}}), Outcome::kInstalled) << m_why;
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kInstalled) << m_why;
+    ASSERT_EQ(definitions::RollBack(m_product).outcome, Outcome::kInstalled);
+    EXPECT_EQ(CurrentFile("test.cvd"), m_three);
+    EXPECT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kUpToDate);
+    EXPECT_EQ(CurrentFile("test.cvd"), m_three);
+}
+
+TEST_F(InstallOfficial, AFolderWithOneIsACandidate) {
+    PutFiles({{"test.cvd", m_six}});
+    const auto candidate = CandidateFromFolder(m_scratch / "candidate");
+    ASSERT_TRUE(candidate);
+    EXPECT_EQ(candidate->path, m_candidate);
+}
+
+class CandidateFolder : public DefinitionsTest {};
+
+TEST_F(CandidateFolder, NeedsAnIndexOrADatabaseWithASignature) {
+    EXPECT_FALSE(CandidateFromFolder(""));
+    EXPECT_FALSE(CandidateFromFolder(m_scratch / "missing"));
+    EXPECT_FALSE(CandidateFromFolder(m_candidate));
+    PutFiles({{"own.ndb", "x"}, {"daily.cud", "x"}, {"readme.txt", "x"}, {".cvd", "x"}});
+    EXPECT_FALSE(CandidateFromFolder(m_candidate));
+    PutFiles({{"index.json", "x"}});
+    EXPECT_TRUE(CandidateFromFolder(m_candidate));
+    PutFiles({{"daily.cld", "x"}});
+    EXPECT_TRUE(CandidateFromFolder(m_candidate));
+}
+
+}  // namespace
