@@ -1,0 +1,150 @@
+#include "product/updturl/conversation.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <utility>
+
+#include "product/updturl/request.h"
+#include "product/updturl/update_log.h"
+
+namespace updturl {
+
+Conversation::Conversation(FileDescriptor socket, ProgressListener& listener)
+    : m_socket(std::move(socket)), m_listener(listener) {
+    (void)::fcntl(m_socket.Get(), F_SETFL, O_NONBLOCK);
+}
+
+Ending Conversation::Hold(std::string words, std::optional<Clock::time_point> end) {
+    m_unsent = std::move(words);
+    m_listener.TellAgain();
+    m_toldAt = Clock::now();
+    while (true) {
+        if (const auto ending = Ended()) {
+            return *ending;
+        }
+        if (m_listener.IsToStop()) {
+            AskToStop(Ending::kStopped);
+        } else if (end && Clock::now() >= *end) {
+            AskToStop(Ending::kTooLate);
+        }
+        Exchange(NextTurn(end));
+        Hear();
+        TellWhenDue();
+    }
+}
+
+void Conversation::HearTheRest() {
+    while (!m_result && m_reader.ReadFrom(m_socket.Get()) == LineReader::State::kOpen) {
+        Hear();
+        pollfd waiting{.fd = m_socket.Get(), .events = POLLIN, .revents = 0};
+        if (::poll(&waiting, 1, 0) != 1) {
+            break;
+        }
+    }
+    Hear();
+}
+
+Conversation::Clock::time_point Conversation::NextTurn(std::optional<Clock::time_point> end) const {
+    auto turn = m_toldAt + kTick;
+    if (m_patienceEnd) {
+        turn = std::min(turn, *m_patienceEnd);
+    } else if (end) {
+        turn = std::min(turn, *end);
+    }
+    return turn;
+}
+
+/// Sends and receives what can be, and waits until `turn` at most for it.
+void Conversation::Exchange(Clock::time_point turn) {
+    const auto limit = std::chrono::ceil<std::chrono::milliseconds>(turn - Clock::now());
+    pollfd waiting{.fd = m_socket.Get(), .events = POLLIN, .revents = 0};
+    if (!m_unsent.empty()) {
+        waiting.events |= POLLOUT;
+    }
+    if (::poll(&waiting, 1, std::max(0, static_cast<int>(limit.count()))) < 1) {
+        return;
+    }
+    if ((waiting.revents & POLLOUT) != 0) {
+        Send();
+    }
+    if ((waiting.revents & ~POLLOUT) != 0) {
+        m_reader.ReadFrom(m_socket.Get());
+    }
+}
+
+void Conversation::Send() {
+    // Without a signal: this may be any program, and it need not expect one.
+    const ssize_t count = ::send(m_socket.Get(), m_unsent.data(), m_unsent.size(), MSG_NOSIGNAL);
+    if (count > 0) {
+        m_unsent.erase(0, static_cast<std::size_t>(count));
+    } else if (errno != EAGAIN && errno != EINTR) {
+        m_unsent.clear();  // nobody listens; what they said before is still heard
+    }
+}
+
+void Conversation::Hear() {
+    while (!m_result) {
+        const auto line = m_reader.Next();
+        if (!line) {
+            return;
+        }
+        if (const auto message = ReadMessage(*line)) {
+            Take(*message);
+        }
+    }
+}
+
+void Conversation::Take(const Message& message) {
+    switch (message.kind) {
+        case MessageKind::kStatus:
+            m_listener.Tell(message.number, message.text);
+            m_toldAt = Clock::now();
+            return;
+        case MessageKind::kLog:
+            LogUpdate(message.text);
+            return;
+        case MessageKind::kSwitching:
+            m_isSwitching = true;
+            m_patienceEnd = Clock::now() + kTimeToSwitch;
+            return;
+        case MessageKind::kResult:
+            m_result = message.number;
+            return;
+        case MessageKind::kCandidate:  // between the stages of a run
+            return;
+    }
+}
+
+void Conversation::TellWhenDue() {
+    if (Clock::now() - m_toldAt >= kTick) {
+        m_listener.TellAgain();
+        m_toldAt = Clock::now();
+    }
+}
+
+void Conversation::AskToStop(Ending reason) {
+    if (m_patienceEnd) {
+        return;
+    }
+    m_unsent.append(kStopLine).append("\n");
+    m_patienceEnd = Clock::now() + kTimeToStop;
+    m_stopReason = reason;
+}
+
+std::optional<Ending> Conversation::Ended() {
+    if (m_result) {
+        return Ending::kResult;
+    }
+    if (m_reader.Now() != LineReader::State::kOpen) {
+        return m_patienceEnd && !m_isSwitching ? m_stopReason : Ending::kSilence;
+    }
+    if (m_patienceEnd && Clock::now() >= *m_patienceEnd) {
+        return m_isSwitching ? Ending::kSilence : m_stopReason;
+    }
+    return std::nullopt;
+}
+
+}  // namespace updturl

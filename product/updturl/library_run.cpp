@@ -1,0 +1,102 @@
+#include "product/updturl/library_run.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <memory>
+#include <utility>
+
+#include "product/updturl/conversation.h"
+#include "product/updturl/service_connection.h"
+#include "product/updturl/update_log.h"
+#include "product/updturl/updater_child.h"
+
+namespace updturl {
+namespace {
+
+/// A run from a folder can neither be watched nor stopped: it has to be over within two minutes.
+constexpr std::chrono::seconds kTimeForIndex{115};
+
+std::optional<Conversation::Clock::time_point> EndOf(Source source) {
+    if (source == Source::kSite) {
+        return std::nullopt;
+    }
+    return Conversation::Clock::now() + kTimeForIndex;
+}
+
+int ResultOf(const Conversation& conversation, Ending ending) {
+    if (const auto result = conversation.Result()) {
+        return *result;
+    }
+    switch (ending) {
+        case Ending::kStopped:
+            return kUpdaterInterrupted;
+        case Ending::kTooLate:
+            LogUpdate("the update took too long and was ended");
+            return kUpdaterFailed;
+        case Ending::kResult:
+        case Ending::kSilence:
+            break;
+    }
+    LogUpdate("the updater ended without a result");
+    return kUpdaterFailed;
+}
+
+}  // namespace
+
+int RunChild(const std::string& program, const Request& request, ProgressListener& listener) {
+    auto words = RequestText(request);
+    if (!words) {
+        LogUpdate("a text of the request is too long");
+        return kUpdaterFailed;
+    }
+    UpdaterChild child;
+    FileDescriptor socket = child.Start(program);
+    if (!socket) {
+        LogUpdate(program + " cannot be started: " + std::strerror(errno));
+        return kUpdaterFailed;
+    }
+    Conversation conversation(std::move(socket), listener);
+    const Ending ending = conversation.Hold(*std::move(words), EndOf(request.source));
+    if (ending == Ending::kResult) {
+        child.EndInPeace();
+    } else {
+        child.EndByForce();
+        conversation.HearTheRest();
+    }
+    return ResultOf(conversation, ending);
+}
+
+int AskService(const std::string& socketPath, Source source, ProgressListener& listener) {
+    std::string reason;
+    FileDescriptor socket = ConnectToService(socketPath, reason);
+    if (!socket) {
+        LogUpdate("the update service cannot be asked (" + reason +
+                  "); an administrator starts it with \"systemctl start corvane-updated\" or "
+                  "\"/etc/init.d/corvane-updated start\"");
+        return kUpdaterFailed;
+    }
+    Conversation conversation(std::move(socket), listener);
+    const char* const wish = source == Source::kIndex ? kWishForIndex : kWishToUpdate;
+    const Ending ending = conversation.Hold(wish, EndOf(source));
+    return ResultOf(conversation, ending);
+}
+
+std::string ProgramBesideLibrary() {
+    Dl_info info{};
+    if (::dladdr(reinterpret_cast<const void*>(&ProgramBesideLibrary), &info) == 0) {
+        return {};
+    }
+    struct Free {
+        void operator()(char* text) const { std::free(text); }
+    };
+    const std::unique_ptr<char, Free> library(::realpath(info.dli_fname, nullptr));
+    if (library == nullptr) {
+        return {};
+    }
+    const std::string path = library.get();
+    return path.substr(0, path.rfind('/') + 1) + kUpdaterProgram;
+}
+
+}  // namespace updturl
