@@ -8,18 +8,18 @@
 #include <utility>
 
 #include "product/updturl/request.h"
-#include "product/updturl/update_log.h"
 
 namespace updturl {
 
-Conversation::Conversation(FileDescriptor socket, ProgressListener& listener)
+Conversation::Conversation(FileDescriptor socket, ConversationListener& listener)
     : m_socket(std::move(socket)), m_listener(listener) {
     (void)::fcntl(m_socket.Get(), F_SETFL, O_NONBLOCK);
 }
 
-Ending Conversation::Hold(std::string words, std::optional<Clock::time_point> end) {
+Ending Conversation::Hold(std::string words, const ConversationRules& rules) {
+    m_rules = rules;
     m_unsent = std::move(words);
-    m_listener.TellAgain();
+    m_listener.Beat();
     m_toldAt = Clock::now();
     while (true) {
         if (const auto ending = Ended()) {
@@ -27,12 +27,12 @@ Ending Conversation::Hold(std::string words, std::optional<Clock::time_point> en
         }
         if (m_listener.IsToStop()) {
             AskToStop(Ending::kStopped);
-        } else if (end && Clock::now() >= *end) {
+        } else if (m_rules.end && Clock::now() >= *m_rules.end) {
             AskToStop(Ending::kTooLate);
         }
-        Exchange(NextTurn(end));
+        Exchange(NextTurn());
         Hear();
-        TellWhenDue();
+        BeatWhenDue();
     }
 }
 
@@ -47,12 +47,12 @@ void Conversation::HearTheRest() {
     Hear();
 }
 
-Conversation::Clock::time_point Conversation::NextTurn(std::optional<Clock::time_point> end) const {
+Conversation::Clock::time_point Conversation::NextTurn() const {
     auto turn = m_toldAt + kTick;
     if (m_patienceEnd) {
         turn = std::min(turn, *m_patienceEnd);
-    } else if (end) {
-        turn = std::min(turn, *end);
+    } else if (m_rules.end) {
+        turn = std::min(turn, *m_rules.end);
     }
     return turn;
 }
@@ -100,27 +100,30 @@ void Conversation::Hear() {
 void Conversation::Take(const Message& message) {
     switch (message.kind) {
         case MessageKind::kStatus:
-            m_listener.Tell(message.number, message.text);
+            m_listener.Status(message.number, message.text);
             m_toldAt = Clock::now();
             return;
         case MessageKind::kLog:
-            LogUpdate(message.text);
+            m_listener.Log(message.text);
             return;
         case MessageKind::kSwitching:
-            m_isSwitching = true;
-            m_patienceEnd = Clock::now() + kTimeToSwitch;
+            if (m_rules.maySwitch) {
+                m_isSwitching = true;
+                m_patienceEnd = Clock::now() + kTimeToSwitch;
+            }
             return;
         case MessageKind::kResult:
             m_result = message.number;
             return;
-        case MessageKind::kCandidate:  // between the stages of a run
+        case MessageKind::kCandidate:
+            m_listener.Candidate(message.text);
             return;
     }
 }
 
-void Conversation::TellWhenDue() {
+void Conversation::BeatWhenDue() {
     if (Clock::now() - m_toldAt >= kTick) {
-        m_listener.TellAgain();
+        m_listener.Beat();
         m_toldAt = Clock::now();
     }
 }
@@ -130,7 +133,7 @@ void Conversation::AskToStop(Ending reason) {
         return;
     }
     m_unsent.append(kStopLine).append("\n");
-    m_patienceEnd = Clock::now() + kTimeToStop;
+    m_patienceEnd = Clock::now() + m_rules.timeToStop;
     m_stopReason = reason;
 }
 

@@ -7,7 +7,6 @@
 #include "common/file_descriptor.h"
 #include "product/updturl/line_reader.h"
 #include "product/updturl/message.h"
-#include "product/updturl/progress_listener.h"
 
 namespace updturl {
 
@@ -19,26 +18,54 @@ enum class Ending {
     kTooLate,  ///< the time was up
 };
 
+/// Who is told what a run says. All calls come from the thread that holds the conversation.
+class ConversationListener {
+public:
+    virtual ~ConversationListener() = default;
+
+    /// What is done now, an UpdateStatus; only kUpdateLoadingNamedFile has a name.
+    virtual void Status(std::uint16_t status, std::string_view fileName) = 0;
+
+    /// Called at the beginning, and at least four times a second when nothing else is said.
+    virtual void Beat() = 0;
+
+    /// A line for the log.
+    virtual void Log(std::string_view text) = 0;
+
+    /// The folder with what is to be installed.
+    virtual void Candidate(std::string_view /*folder*/) {}
+
+    /// Whether the run is to end.
+    virtual bool IsToStop() = 0;
+};
+
+/// When a conversation ends without a result.
+struct ConversationRules {
+    /// When it is over in any case.
+    std::optional<std::chrono::steady_clock::time_point> end;
+    /// How long a run may take to answer a wish to stop; with what it takes to hear of the wish and
+    /// to end the run by force this stays below 300 ms.
+    std::chrono::milliseconds timeToStop{120};
+    /// Whether the run may say that it is switching, and is then waited for.
+    bool maySwitch = true;
+};
+
 /// What is said with a run of the updater over a socket: the words that begin it, its messages, the
-/// wish to stop. The listener is told on the calling thread, at least four times a second. For one
-/// thread.
+/// wish to stop. For one thread.
 class Conversation {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// How long a run may take to answer a wish to stop; with what it takes to end it by force this
-    /// stays below 300 ms.
-    static constexpr std::chrono::milliseconds kTimeToStop{120};
     /// How often the listener is told when nothing happens.
     static constexpr std::chrono::milliseconds kTick{75};
     /// How long a switch to a new set may take, which nothing interrupts.
     static constexpr std::chrono::seconds kTimeToSwitch{60};
 
     /// `socket` is connected.
-    Conversation(FileDescriptor socket, ProgressListener& listener);
+    Conversation(FileDescriptor socket, ConversationListener& listener);
 
     /// Says `words` and listens until the run is over. Once.
-    Ending Hold(std::string words, std::optional<Clock::time_point> end = std::nullopt);
+    Ending Hold(std::string words, const ConversationRules& rules = {});
 
     /// Listens to what is left on the socket after the other side has been ended, without waiting:
     /// a run that had a result meanwhile is not said to have been interrupted.
@@ -48,17 +75,18 @@ public:
     [[nodiscard]] std::optional<int> Result() const { return m_result; }
 
 private:
-    [[nodiscard]] Clock::time_point NextTurn(std::optional<Clock::time_point> end) const;
+    [[nodiscard]] Clock::time_point NextTurn() const;
     void Exchange(Clock::time_point turn);
     void Send();
     void Hear();
     void Take(const Message& message);
-    void TellWhenDue();
+    void BeatWhenDue();
     void AskToStop(Ending reason);
     [[nodiscard]] std::optional<Ending> Ended();
 
     FileDescriptor m_socket;
-    ProgressListener& m_listener;
+    ConversationListener& m_listener;
+    ConversationRules m_rules;
     LineReader m_reader;
     std::string m_unsent;
     Clock::time_point m_toldAt;

@@ -7,10 +7,10 @@
 #include <memory>
 #include <utility>
 
+#include "product/updturl/child_process.h"
 #include "product/updturl/conversation.h"
 #include "product/updturl/service_connection.h"
 #include "product/updturl/update_log.h"
-#include "product/updturl/updater_child.h"
 
 namespace updturl {
 namespace {
@@ -18,11 +18,12 @@ namespace {
 /// A run from a folder can neither be watched nor stopped: it has to be over within two minutes.
 constexpr std::chrono::seconds kTimeForIndex{115};
 
-std::optional<Conversation::Clock::time_point> EndOf(Source source) {
-    if (source == Source::kSite) {
-        return std::nullopt;
+ConversationRules RulesOf(Source source) {
+    ConversationRules rules;
+    if (source == Source::kIndex) {
+        rules.end = Conversation::Clock::now() + kTimeForIndex;
     }
-    return Conversation::Clock::now() + kTimeForIndex;
+    return rules;
 }
 
 int ResultOf(const Conversation& conversation, Ending ending) {
@@ -51,14 +52,14 @@ int RunChild(const std::string& program, const Request& request, ProgressListene
         LogUpdate("a text of the request is too long");
         return kUpdaterFailed;
     }
-    UpdaterChild child;
-    FileDescriptor socket = child.Start(program);
+    ChildProcess child;
+    FileDescriptor socket = child.Start(program, "", ProcessGroup::kOwn);
     if (!socket) {
         LogUpdate(program + " cannot be started: " + std::strerror(errno));
         return kUpdaterFailed;
     }
     Conversation conversation(std::move(socket), listener);
-    const Ending ending = conversation.Hold(*std::move(words), EndOf(request.source));
+    const Ending ending = conversation.Hold(*std::move(words), RulesOf(request.source));
     if (ending == Ending::kResult) {
         child.EndInPeace();
     } else {
@@ -70,7 +71,7 @@ int RunChild(const std::string& program, const Request& request, ProgressListene
 
 int AskService(const std::string& socketPath, Source source, ProgressListener& listener) {
     std::string reason;
-    FileDescriptor socket = ConnectToService(socketPath, reason);
+    FileDescriptor socket = ConnectToService(socketPath, kServiceUser, reason);
     if (!socket) {
         LogUpdate("the update service cannot be asked (" + reason +
                   "); an administrator starts it with \"systemctl start corvane-updated\" or "
@@ -79,7 +80,7 @@ int AskService(const std::string& socketPath, Source source, ProgressListener& l
     }
     Conversation conversation(std::move(socket), listener);
     const char* const wish = source == Source::kIndex ? kWishForIndex : kWishToUpdate;
-    const Ending ending = conversation.Hold(wish, EndOf(source));
+    const Ending ending = conversation.Hold(wish, RulesOf(source));
     return ResultOf(conversation, ending);
 }
 

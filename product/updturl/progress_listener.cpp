@@ -1,19 +1,24 @@
 #include "product/updturl/progress_listener.h"
 
 #include "common/text_field.h"
+#include "product/updturl/update_log.h"
 
 namespace updturl {
 
-void ProgressListener::Tell(std::uint16_t status, std::string_view fileName) {
+void ProgressListener::Status(std::uint16_t status, std::string_view fileName) {
     m_info.status = status;
     CopyToField(m_info.fileName, fileName);
-    TellAgain();
+    Beat();
 }
 
-void ProgressListener::TellAgain() {
+void ProgressListener::Beat() {
     if (m_callback != nullptr && m_callback(&m_info, m_context) == kUpdateStop) {
         m_isToStop = true;
     }
+}
+
+void ProgressListener::Log(std::string_view text) {
+    LogUpdate(text);
 }
 
 }  // namespace updturl

@@ -3,24 +3,26 @@
 #include <string_view>
 
 #include "abi/updturl.h"
+#include "product/updturl/conversation.h"
 
 namespace updturl {
 
 /// The program's callback, and what it was told last. For one thread.
-class ProgressListener {
+class ProgressListener : public ConversationListener {
 public:
     /// `callback` may be null: nobody is told, and nobody asks to stop.
     ProgressListener(PFNUPDTCALLBACK callback, void* context)
         : m_callback(callback), m_context(context) {}
 
-    /// Tells a status. Only that of a named file has a name.
-    void Tell(std::uint16_t status, std::string_view fileName);
+    void Status(std::uint16_t status, std::string_view fileName) override;
 
-    /// Tells the last one again; a run begins with kUpdateConnecting.
-    void TellAgain();
+    /// Tells the last status again; a run begins with kUpdateConnecting.
+    void Beat() override;
+
+    void Log(std::string_view text) override;
 
     /// Whether any call was answered with kUpdateStop.
-    [[nodiscard]] bool IsToStop() const { return m_isToStop; }
+    bool IsToStop() override { return m_isToStop; }
 
 private:
     PFNUPDTCALLBACK m_callback;

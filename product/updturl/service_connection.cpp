@@ -1,45 +1,31 @@
 #include "product/updturl/service_connection.h"
 
-#include <array>
 #include <cerrno>
 #include <cstring>
-#include <optional>
-#include <pwd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
-#include <vector>
 
 #include "common/text_field.h"
+#include "product/updturl/account.h"
 
 namespace updturl {
 namespace {
 
-constexpr char kServiceUser[] = "corvane";
-
-std::optional<uid_t> UserNumber(const char* name) {
-    passwd entry{};
-    passwd* found = nullptr;
-    std::vector<char> buffer(16384);
-    if (::getpwnam_r(name, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
-        return std::nullopt;
-    }
-    return entry.pw_uid;
-}
-
-/// Whether root or the service's user listens: the credentials are of when listening began.
-bool IsOfTheService(int socket) {
+/// Whether root or `user` listens: the credentials are of when listening began.
+bool IsListenedToBy(int socket, const char* user) {
     ucred peer{};
     socklen_t size = sizeof peer;
     if (::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
         return false;
     }
-    return peer.uid == 0 || UserNumber(kServiceUser) == peer.uid;
+    const auto account = AccountOf(user);
+    return peer.uid == 0 || (account && account->uid == peer.uid);
 }
 
 }  // namespace
 
-FileDescriptor ConnectToService(const std::string& path, std::string& reason) {
+FileDescriptor ConnectToService(const std::string& path, const char* user, std::string& reason) {
     FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -48,7 +34,7 @@ FileDescriptor ConnectToService(const std::string& path, std::string& reason) {
         reason = std::strerror(errno);
         return {};
     }
-    if (!IsOfTheService(socket.Get())) {
+    if (!IsListenedToBy(socket.Get(), user)) {
         reason = "it is not the service that listens on " + path;
         return {};
     }

@@ -14,9 +14,14 @@ inline constexpr char kWishToUpdate[] = "update\n";
 /// The same, from the folder that they name.
 inline constexpr char kWishForIndex[] = "index\n";
 
-/// Connects to the service that listens on `path`. Not open, with why in `reason`, where nobody
-/// listens, and where neither root nor the user "corvane" does: another user could otherwise say
-/// that the machine is up to date. Does not wait. Any thread.
-FileDescriptor ConnectToService(const std::string& path, std::string& reason);
+/// The user that installs definitions, and on whose behalf the service listens.
+inline constexpr char kServiceUser[] = "corvane";
+/// The user that downloads.
+inline constexpr char kFetchUser[] = "corvane-fetch";
+
+/// Connects to whoever listens on `path`. Not open, with why in `reason`, where nobody listens, and
+/// where neither root nor `user` does: another user could otherwise say that the machine is up to
+/// date. Does not wait. Any thread.
+FileDescriptor ConnectToService(const std::string& path, const char* user, std::string& reason);
 
 }  // namespace updturl

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/io.h"
+#include "product/updturl/progress_listener.h"
 #include "tests/support/scratch.h"
 
 namespace updturl {
@@ -52,11 +53,10 @@ protected:
         return heard;
     }
 
-    Ending Hold(const std::string& words = "go\n",
-                std::optional<Clock::time_point> end = std::nullopt) {
+    Ending Hold(const std::string& words = "go\n", const ConversationRules& rules = {}) {
         m_conversation.emplace(std::move(m_ours), m_listener);
         const auto begun = Clock::now();
-        const Ending ending = m_conversation->Hold(words, end);
+        const Ending ending = m_conversation->Hold(words, rules);
         m_took = Clock::now() - begun;
         return ending;
     }
@@ -186,8 +186,15 @@ TEST_F(ConversationTest, WhoLeavesInTheMiddleOfASwitchHasNotStopped) {
     EXPECT_EQ(Hold(), Ending::kSilence);
 }
 
+TEST_F(ConversationTest, WhoMayNotSwitchIsNotWaitedFor) {
+    m_watcher.stopAtCall = 2;
+    ASSERT_TRUE(WriteAll(m_theirs.Get(), "status 2015\nswitching\n"));
+    EXPECT_EQ(Hold("go\n", {.end = {}, .timeToStop = 0ms, .maySwitch = false}), Ending::kStopped);
+    EXPECT_LT(m_took, 100ms);
+}
+
 TEST_F(ConversationTest, ARunWithALimitIsOverByThen) {
-    EXPECT_EQ(Hold("go\n", Clock::now() + 300ms), Ending::kTooLate);
+    EXPECT_EQ(Hold("go\n", {.end = Clock::now() + 300ms}), Ending::kTooLate);
     EXPECT_GE(m_took, 300ms);
     EXPECT_LT(m_took, 600ms);
     EXPECT_EQ(HearUntil("stop\n"), "go\nstop\n");

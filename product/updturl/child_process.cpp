@@ -1,4 +1,4 @@
-#include "product/updturl/updater_child.h"
+#include "product/updturl/child_process.h"
 
 #include <array>
 #include <cerrno>
@@ -45,7 +45,7 @@ private:
 
 class SpawnAttributes {
 public:
-    SpawnAttributes() {
+    explicit SpawnAttributes(ProcessGroup group) {
         posix_spawnattr_init(&m_attributes);
         sigset_t signals;
         sigfillset(&signals);
@@ -53,8 +53,11 @@ public:
         sigemptyset(&signals);
         posix_spawnattr_setsigmask(&m_attributes, &signals);
         posix_spawnattr_setpgroup(&m_attributes, 0);
-        posix_spawnattr_setflags(
-            &m_attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
+        int flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+        if (group == ProcessGroup::kOwn) {
+            flags |= POSIX_SPAWN_SETPGROUP;
+        }
+        posix_spawnattr_setflags(&m_attributes, static_cast<short>(flags));
     }
     ~SpawnAttributes() { posix_spawnattr_destroy(&m_attributes); }
     SpawnAttributes(const SpawnAttributes&) = delete;
@@ -68,11 +71,12 @@ private:
 
 }  // namespace
 
-UpdaterChild::~UpdaterChild() {
+ChildProcess::~ChildProcess() {
     EndByForce();
 }
 
-FileDescriptor UpdaterChild::Start(const std::string& program) {
+FileDescriptor ChildProcess::Start(const std::string& program, const std::string& argument,
+                                   ProcessGroup group) {
     std::array<int, 2> ends{};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
         return {};
@@ -82,36 +86,40 @@ FileDescriptor UpdaterChild::Start(const std::string& program) {
     std::string name = program;
     std::string path = kPath;
     std::string language = kLanguage;
-    const std::array<char*, 2> arguments{name.data(), nullptr};
+    std::string option = argument;
+    const std::array<char*, 3> arguments{name.data(), option.empty() ? nullptr : option.data(),
+                                         nullptr};
     const std::array<char*, 3> environment{path.data(), language.data(), nullptr};
     pid_t pid = 0;
-    const int error = ::posix_spawn(&pid, program.c_str(), SpawnActions(theirs.Get()).Get(),
-                                    SpawnAttributes().Get(), arguments.data(), environment.data());
+    const int error =
+        ::posix_spawn(&pid, program.c_str(), SpawnActions(theirs.Get()).Get(),
+                      SpawnAttributes(group).Get(), arguments.data(), environment.data());
     if (error != 0) {
         errno = error;
         return {};
     }
     m_pid = pid;
+    m_group = group;
     return ours;
 }
 
-void UpdaterChild::EndInPeace() {
+void ChildProcess::EndInPeace() {
     if (m_pid != 0) {
         WaitForEnd(kTimeToLeave);
         Finish();
     }
 }
 
-void UpdaterChild::EndByForce() {
+void ChildProcess::EndByForce() {
     if (m_pid != 0) {
-        Signal(SIGTERM);
+        (void)Signal(SIGTERM);
         WaitForEnd(kTimeAfterTermination);
         Finish();
     }
 }
 
 /// Whether the child ends in that time. It stays a zombie, so that its number is no other's.
-bool UpdaterChild::WaitForEnd(int milliseconds) const {
+bool ChildProcess::WaitForEnd(int milliseconds) const {
     for (int waited = 0;; waited += kPause) {
         siginfo_t info{};
         if (::waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) != 0) {
@@ -128,14 +136,16 @@ bool UpdaterChild::WaitForEnd(int milliseconds) const {
     }
 }
 
-void UpdaterChild::Signal(int signal) const {
-    ::kill(-m_pid, signal);
+bool ChildProcess::Signal(int signal) const {
+    return ::kill(m_group == ProcessGroup::kOwn ? -m_pid : m_pid, signal) == 0;
 }
 
-/// Ends what is left of the group, and collects the child.
-void UpdaterChild::Finish() {
-    Signal(SIGKILL);
-    while (::waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
+/// Ends what is left, and collects the child.
+void ChildProcess::Finish() {
+    // A child that runs as another user cannot be ended by us, nor be waited for: it ends when it
+    // finds its input at the end.
+    const bool isOurs = Signal(SIGKILL) || errno != EPERM;
+    while (isOurs && ::waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
     }
     m_pid = 0;
 }
