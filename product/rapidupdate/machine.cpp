@@ -1,5 +1,6 @@
 #include "product/rapidupdate/machine.h"
 
+#include <cstdint>
 #include <random>
 #include <string>
 #include <syslog.h>
@@ -15,18 +16,30 @@
 
 namespace rapidupdate {
 
+namespace {
+
+/// UpdateFlag bits; none where the options are missing.
+std::uint32_t ReadFlags() {
+    const std::string path = common::InProductDirectory("zqupdate.opt");
+    const FileDescriptor file =
+        common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kOnlyOfRoot);
+    tagUpdtOpts options{};
+    return file && ReadFull(file.Get(), BytesOf(options)) > 0 ? options.flags : 0;
+}
+
+Wish WishOf(std::uint32_t flags) {
+    return (flags & (kUpdateFromInternet | kUpdateFromServer)) != 0 ? Wish::kUpdate : Wish::kIndex;
+}
+
+}  // namespace
+
 double Machine::Random() {
     std::random_device source;
     return std::uniform_real_distribution<double>(0, 1)(source);
 }
 
 bool Machine::AreUpdatesOn() {
-    const std::string path = common::InProductDirectory("zqupdate.opt");
-    const FileDescriptor file =
-        common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kOnlyOfRoot);
-    tagUpdtOpts options{};
-    return file && ReadFull(file.Get(), BytesOf(options)) > 0 &&
-           (options.flags & kUpdateAutomatically) != 0;
+    return (ReadFlags() & kUpdateAutomatically) != 0;
 }
 
 bool Machine::IsMetered() {
@@ -40,7 +53,7 @@ Outcome Machine::Update() {
         return Outcome::kFailed;
     }
     RememberOldVersion();
-    return FinishUpdate(AskForUpdate(kUpdateSocket, m_alarm.EndDescriptor()));
+    return FinishUpdate(AskForUpdate(kUpdateSocket, WishOf(ReadFlags()), m_alarm.EndDescriptor()));
 }
 
 void Machine::Log(const char* message) {

@@ -22,6 +22,9 @@ namespace {
 
 using updturl::LineReader;
 
+constexpr std::string_view kWishToUpdate = "update";
+constexpr std::string_view kWishForIndex = "index";
+
 FileDescriptor Connect(std::string_view path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -85,9 +88,11 @@ UpdaterResult Follow(int connection, int endDescriptor, std::chrono::millisecond
 
 }  // namespace
 
-UpdaterResult AskForUpdate(const char* path, int endDescriptor, std::chrono::milliseconds silence) {
+UpdaterResult AskForUpdate(const char* path, Wish wish, int endDescriptor,
+                           std::chrono::milliseconds silence) {
     const FileDescriptor connection = Connect(path);
-    if (!connection || !Say(connection.Get(), updturl::kGoLine)) {
+    if (!connection ||
+        !Say(connection.Get(), wish == Wish::kIndex ? kWishForIndex : kWishToUpdate)) {
         ::syslog(LOG_ERR,
                  "no update service at %s (%s); start it with \"service corvane-updated start\"",
                  path, std::strerror(errno));

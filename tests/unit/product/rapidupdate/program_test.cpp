@@ -136,7 +136,7 @@ TEST_F(Rapidupdate, ASuccessIsReportedAndTold) {
             FakeUpdateService::Write(peer, "status 2000\nlog set-2%20is%20there\nresult 1\n");
         });
         EXPECT_EQ(Run({"--once", "--log-on-screen"}), 0);
-        EXPECT_EQ(service.Heard(), "go\n");
+        EXPECT_EQ(service.Heard(), "update\n");
     }
     EXPECT_EQ(Reports(),
               std::vector<std::string>{"\nCorvane is Successfully updated \n\n"
@@ -250,6 +250,19 @@ TEST_F(Rapidupdate, TheServiceUpdatesOnlyWhileItIsSwitchedOn) {
     EXPECT_TRUE(WaitUntil([] { return !Reports().empty(); })) << Log();
     ::kill(program, SIGTERM);
     EXPECT_EQ(JoinChild(program), 0);
+}
+
+TEST_F(Rapidupdate, AsksForTheSourceThatTheOptionsName) {
+    std::string wishes;
+    for (const char flags : {'\x03', '\x09', '\x0B', '\x01', '\x05'}) {
+        SetOptions(flags);
+        FakeUpdateService service(kSocket,
+                                  [&](int peer) { FakeUpdateService::Write(peer, "result 2\n"); });
+        EXPECT_EQ(Run({"--once"}), 0);
+        wishes += service.Heard();
+        ::unlink(kSocket.c_str());
+    }
+    EXPECT_EQ(wishes, "update\nupdate\nupdate\nindex\nindex\n");
 }
 
 TEST_F(Rapidupdate, MissingOptionsSwitchNothingOn) {

@@ -19,8 +19,8 @@ protected:
     /// The result where the service answers `text` and hangs up.
     UpdaterResult ResultOf(const std::string& text) {
         FakeUpdateService service(m_path, [&](int peer) { FakeUpdateService::Write(peer, text); });
-        const UpdaterResult result = AskForUpdate(m_path.c_str(), -1);
-        EXPECT_EQ(service.Heard(), "go\n");
+        const UpdaterResult result = AskForUpdate(m_path.c_str(), Wish::kUpdate, -1);
+        EXPECT_EQ(service.Heard(), "update\n");
         ::unlink(m_path.c_str());
         return result;
     }
@@ -36,6 +36,13 @@ TEST_F(UpdateService, AsksForARunAndGivesItsResult) {
     EXPECT_EQ(ResultOf("result 2\n"), kUpdaterUpToDate);
     EXPECT_EQ(ResultOf("result 3\n"), kUpdaterInterrupted);
     EXPECT_EQ(ResultOf("result 4\n"), kUpdaterInvalidFiles);
+}
+
+TEST_F(UpdateService, AsksForTheFolderWhereThatIsTheSource) {
+    FakeUpdateService service(m_path,
+                              [](int peer) { FakeUpdateService::Write(peer, "result 2\n"); });
+    EXPECT_EQ(AskForUpdate(m_path.c_str(), Wish::kIndex, -1), kUpdaterUpToDate);
+    EXPECT_EQ(service.Heard(), "index\n");
 }
 
 TEST_F(UpdateService, AnEndWithoutAResultIsAFailure) {
@@ -58,8 +65,9 @@ TEST_F(UpdateService, NothingAfterTheResultCounts) {
 
 TEST_F(UpdateService, WithoutAServiceItIsAFailureAtOnce) {
     const auto begin = steady_clock::now();
-    EXPECT_EQ(AskForUpdate(m_path.c_str(), -1), kUpdaterFailed);
-    EXPECT_EQ(AskForUpdate((m_folder / std::string(200, 'x')).c_str(), -1), kUpdaterFailed);
+    EXPECT_EQ(AskForUpdate(m_path.c_str(), Wish::kUpdate, -1), kUpdaterFailed);
+    EXPECT_EQ(AskForUpdate((m_folder / std::string(200, 'x')).c_str(), Wish::kUpdate, -1),
+              kUpdaterFailed);
     EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(1));
 }
 
@@ -67,7 +75,7 @@ TEST_F(UpdateService, OneThatSaysNothingIsGivenUp) {
     std::atomic<bool> mayEnd = false;
     FakeUpdateService service(m_path, [&](int) { WaitUntil([&] { return mayEnd.load(); }); });
     const auto begin = steady_clock::now();
-    EXPECT_EQ(AskForUpdate(m_path.c_str(), -1, milliseconds(200)), kUpdaterFailed);
+    EXPECT_EQ(AskForUpdate(m_path.c_str(), Wish::kUpdate, -1, milliseconds(200)), kUpdaterFailed);
     EXPECT_GE(steady_clock::now() - begin, milliseconds(200));
     EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(5));
     mayEnd = true;
@@ -86,9 +94,9 @@ TEST_F(UpdateService, AnEndOfTheServiceStopsTheRunAtOnce) {
         EXPECT_EQ(::poll(&heard, 1, 60'000), 1);
     });
     const auto begin = steady_clock::now();
-    EXPECT_EQ(AskForUpdate(m_path.c_str(), end.Get()), kUpdaterInterrupted);
+    EXPECT_EQ(AskForUpdate(m_path.c_str(), Wish::kUpdate, end.Get()), kUpdaterInterrupted);
     EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(5));
-    EXPECT_EQ(service.Heard(), "go\nstop\n");
+    EXPECT_EQ(service.Heard(), "update\nstop\n");
 }
 
 }  // namespace
