@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <string>
+#include <string_view>
 
 #include "product/shared_files/provide.h"
 #include "product/shared_files/shared_files.h"
@@ -55,13 +56,13 @@ bool ProvideAll(const std::string& directory) {
     }
     bool isComplete =
         ProvideFiles(directory, program.Get(), FolderOwner::kAdministrator, ProgramFiles());
-    for (const char* name : {kReportsFolder, kScratchFolder}) {
-        const std::string path = directory + "/" + name;
-        const FileDescriptor folder = ProvideFolder(program.Get(), name, kSharedFolderMode);
+    for (const SharedFolder& wanted : ProgramFolders()) {
+        const std::string path = directory + "/" + wanted.name;
+        const FileDescriptor folder = ProvideFolder(program.Get(), wanted);
         if (!folder) {
             Say(path, std::strerror(errno));
             isComplete = false;
-        } else if (name == kReportsFolder &&
+        } else if (wanted.name == std::string_view(kReportsFolder) &&
                    !ProvideFiles(path, folder.Get(), FolderOwner::kEverybody, ReportsFiles())) {
             isComplete = false;
         }

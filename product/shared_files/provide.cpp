@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <dirent.h>
 #include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
 #include <string>
 #include <string_view>
 #include <sys/file.h>
@@ -32,6 +34,23 @@ std::string TemporaryName() {
     std::array<char, 17> digits{};
     (void)std::snprintf(digits.data(), digits.size(), "%016" PRIx64, number);
     return std::string(kTemporaryPrefix) + digits.data();
+}
+
+/// -1, which leaves things as they are, for a null name and one that nobody has here. Only root can
+/// give files away.
+uid_t UserOf(const Owner& owner) {
+    const passwd* user =
+        owner.user != nullptr && ::geteuid() == 0 ? ::getpwnam(owner.user) : nullptr;
+    return user != nullptr ? user->pw_uid : static_cast<uid_t>(-1);
+}
+gid_t GroupOf(const Owner& owner) {
+    const char* name = owner.group != nullptr ? owner.group : owner.user;
+    const group* group = name != nullptr && ::geteuid() == 0 ? ::getgrnam(name) : nullptr;
+    return group != nullptr ? group->gr_gid : static_cast<gid_t>(-1);
+}
+
+bool GiveTo(int fd, const Owner& owner) {
+    return ::fchown(fd, UserOf(owner), GroupOf(owner)) == 0;
 }
 
 /// Whether another run took the file for a leftover before it was locked.
@@ -71,8 +90,8 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     [[nodiscard]] bool Fill(const SharedFile& file) const {
-        return m_file && file.write(m_file.Get()) && ::fchmod(m_file.Get(), file.mode) == 0 &&
-               ::fsync(m_file.Get()) == 0;
+        return m_file && file.write(m_file.Get()) && GiveTo(m_file.Get(), file.owner) &&
+               ::fchmod(m_file.Get(), file.mode) == 0 && ::fsync(m_file.Get()) == 0;
     }
 
     /// Gives the file its name; `flags` as for renameat2.
@@ -95,10 +114,20 @@ private:
     FileDescriptor m_file;
 };
 
-/// An empty file can be right, but not one that was left before it got its mode.
-bool IsSound(const struct stat& status, const SharedFile& file) {
+/// An empty file can be right, but where its mode is not set later, not one that was left before it
+/// got it.
+bool IsSound(const struct stat& status, FolderOwner owner, const SharedFile& file) {
     return status.st_size >= file.minimumSize &&
-           (status.st_size > 0 || (status.st_mode & kModeBits) == file.mode);
+           (status.st_size > 0 || owner == FolderOwner::kAdministrator ||
+            (status.st_mode & kModeBits) == file.mode);
+}
+
+/// In the administrator's folder, where nobody can put another file there meanwhile.
+bool SetOwnerAndMode(int folder, const SharedFile& file, const struct stat& status) {
+    return ::fchownat(folder, file.name, UserOf(file.owner), GroupOf(file.owner),
+                      AT_SYMLINK_NOFOLLOW) == 0 &&
+           ((status.st_mode & kModeBits) == file.mode ||
+            ::fchmodat(folder, file.name, file.mode, 0) == 0);
 }
 
 /// Whether a run that is still alive works on it. What cannot be opened is no run's own.
@@ -117,13 +146,12 @@ Provided Provide(int folder, FolderOwner owner, const SharedFile& file) {
         return Provided::kFailed;
     }
     if (isThere && !S_ISREG(status.st_mode)) {
-        return Provided::kLeftAlone;
+        return file.mayBeLink && S_ISLNK(status.st_mode) ? Provided::kSound : Provided::kLeftAlone;
     }
-    if (isThere && IsSound(status, file)) {
-        const bool hasMode = owner == FolderOwner::kEverybody ||
-                             (status.st_mode & kModeBits) == file.mode ||
-                             ::fchmodat(folder, file.name, file.mode, 0) == 0;
-        return hasMode ? Provided::kSound : Provided::kFailed;
+    if (isThere && IsSound(status, owner, file)) {
+        const bool isAsItShould =
+            owner == FolderOwner::kEverybody || SetOwnerAndMode(folder, file, status);
+        return isAsItShould ? Provided::kSound : Provided::kFailed;
     }
     TemporaryFile temporary(folder);
     if (!temporary.Fill(file)) {
@@ -135,17 +163,19 @@ Provided Provide(int folder, FolderOwner owner, const SharedFile& file) {
     return isThere ? Provided::kRepaired : Provided::kMade;
 }
 
-FileDescriptor ProvideFolder(int parent, const char* name, mode_t mode) {
-    if (::mkdirat(parent, name, 0700) != 0 && errno != EEXIST) {
+FileDescriptor ProvideFolder(int parent, const SharedFolder& folder) {
+    if (::mkdirat(parent, folder.name, 0700) != 0 && errno != EEXIST) {
         return {};
     }
-    FileDescriptor folder(::openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    FileDescriptor open(::openat(parent, folder.name, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     struct stat status {};
-    if (folder && (::fstat(folder.Get(), &status) != 0 ||
-                   ((status.st_mode & kModeBits) != mode && ::fchmod(folder.Get(), mode) != 0))) {
-        folder.Reset();
+    // The owner first: giving a folder away can take mode bits from it.
+    if (open &&
+        (!GiveTo(open.Get(), folder.owner) || ::fstat(open.Get(), &status) != 0 ||
+         ((status.st_mode & kModeBits) != folder.mode && ::fchmod(open.Get(), folder.mode) != 0))) {
+        open.Reset();
     }
-    return folder;
+    return open;
 }
 
 void RemoveLeftovers(int folder) {

@@ -8,12 +8,28 @@
 
 namespace shared_files {
 
+/// Whose a file or folder is. The two system users exist on a machine with the package; elsewhere
+/// all belongs to who runs this.
+struct Owner {
+    const char* user = nullptr;   ///< null: who runs this
+    const char* group = nullptr;  ///< null: the user's own
+};
+
 /// A file that the product expects from installation.
 struct SharedFile {
     const char* name;  ///< without a folder
     mode_t mode;
     off_t minimumSize;      ///< in bytes; a shorter one is of no use and is made anew
     bool (*write)(int fd);  ///< writes the starting content; false with errno set
+    Owner owner = {};
+    bool mayBeLink = false;  ///< the product itself puts a link in its place
+};
+
+/// A folder, likewise.
+struct SharedFolder {
+    const char* name;
+    mode_t mode;
+    Owner owner = {};
 };
 
 /// Who may put names into a folder.
@@ -23,7 +39,7 @@ enum class FolderOwner {
 };
 
 enum class Provided {
-    kSound,      ///< was there and keeps its content
+    kSound,      ///< was there and keeps its content; also a link that may be one
     kMade,       ///< was missing
     kRepaired,   ///< was too short, or empty and closed to its users; made anew
     kLeftAlone,  ///< a link, a folder or another thing that is no plain file, or just made
@@ -32,15 +48,15 @@ enum class Provided {
               ///< on the disk, made anew and perhaps lost again with the power
 };
 
-/// Sees to it that `file` is in the open `folder`. It appears there whole, on the disk and with its
-/// mode, or not at all, whenever the process is killed; links are never followed. The mode of a
-/// sound file is set in the administrator's folder only: in everybody's it may be somebody's
-/// private file that was moved there.
+/// Sees to it that `file` is in the open `folder`. It appears there whole, on the disk, with its
+/// owner and mode, or not at all, whenever the process is killed; links are never followed. Owner
+/// and mode of a sound file are set in the administrator's folder only: in everybody's it may be
+/// somebody's private file that was moved there.
 Provided Provide(int folder, FolderOwner owner, const SharedFile& file);
 
-/// Opens the folder `name` in the open folder `parent`, made when it is missing, and sets its mode.
-/// Not open on failure, with errno set.
-FileDescriptor ProvideFolder(int parent, const char* name, mode_t mode);
+/// Opens `folder` in the open folder `parent`, made when it is missing, and sets its owner and
+/// mode. Not open on failure, with errno set.
+FileDescriptor ProvideFolder(int parent, const SharedFolder& folder);
 
 /// Removes the half-made files that a killed process left in the open `folder`; those of one that
 /// is at work stay.

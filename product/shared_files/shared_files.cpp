@@ -4,11 +4,16 @@
 #include <string_view>
 
 #include "abi/system_time.h"
+#include "abi/updturl.h"
 #include "common/io.h"
+#include "common/nibble_swap.h"
 #include "common/scan_settings.h"
+#include "common/text_field.h"
 #include "common/version_record.h"
 #include "reports/files/report_index.h"
 #include "reports/virus_log/log_files.h"
+#include "update/files/admin_links.h"
+#include "update/files/update_links.h"
 #include "update/files/update_options.h"
 
 namespace shared_files {
@@ -19,11 +24,41 @@ namespace {
 constexpr mode_t kShared = 0666;
 constexpr mode_t kReadable = 0644;
 
+/// What writes the virus definitions, and what loads them from outside into its own folder only.
+constexpr Owner kUpdater{"corvane"};
+constexpr Owner kFetcher{"corvane-fetch", "corvane"};
+
 // What the virus database that comes along says of itself: of Saturday, 21 November 2026.
 constexpr tagZQVERINFO kDatabaseVersion{2026, 11, {2026, 11, 6, 21, 0, 0, 0, 0}};
 
 // When the virus log is cut, and to how many records.
 constexpr std::string_view kLogLimits = "[LOGLIMIT]\nMAXLIMIT = 10000\nLIMIT = 5000\n";
+
+// Where a machine that nobody has set up gets its definitions.
+constexpr std::string_view kOfficialMirror = "https://database.clamav.net";
+
+bool WriteUpdateLinks(int fd) {
+    const tagUPDLINKHEADER header{{}, 1};
+    tagUPDLINKRECORD record{};
+    CopyToField(record.address, kOfficialMirror);
+    CUpdate::Encrypt(reinterpret_cast<unsigned char*>(&record), sizeof record);
+    return WriteAll(fd, BytesOf(header)) && WriteAll(fd, BytesOf(record));
+}
+
+// No address yet. Without the file, an administrator's list could not be told from a broken one.
+bool WriteAdminLinks(int fd) {
+    tagADMNURLRECORD record{};
+    record.kind = kAdminRecordKind;
+    record.created = {2026, 11, 6, 21, 0, 0, 0, 0};
+    record.value18 = kAdminRecordValue18;
+    record.value22 = kAdminRecordValue22;
+    Encrypt(reinterpret_cast<unsigned char*>(&record), sizeof record);
+    return WriteAll(fd, BytesOf(record));
+}
+
+bool WriteInternetSettings(int fd) {
+    return WriteAll(fd, BytesOf(tagZQINETCONFIG{}));
+}
 
 bool WriteIndex(int fd) {
     return WriteAll(fd, BytesOf(kEmptyReportIndex));
@@ -38,12 +73,32 @@ constexpr SharedFile kProgramFiles[] = {
     {"zqscn.opt", kShared, 1, [](int fd) { return WriteAll(fd, BytesOf(kDefaultScanSettings)); }},
     {kScanIndexName, kShared, sizeof(tagReportIndexHeader), WriteIndex},
     {kUpdateIndexName, kShared, sizeof(tagReportIndexHeader), WriteIndex},
-    // Without the paths they are empty.
+    // Without the paths they are empty. The update services see to it that everybody may open them,
+    // whoever has changed the mode.
     {"zqupdate.opt", kShared, offsetof(tagUpdtOpts, path),
-     [](int fd) { return WriteAll(fd, BytesOf(kStartUpdateOptions)); }},
-    {kVersionFileName, kReadable, sizeof(tagZQVERINFO),
-     [](int fd) { return WriteAll(fd, BytesOf(kDatabaseVersion)); }},
+     [](int fd) { return WriteAll(fd, BytesOf(kInstalledUpdateOptions)); }, kUpdater},
+    {"zqinet.opt", kShared, sizeof(tagZQINETCONFIG), WriteInternetSettings},
+    {kUpdateLinkFileName, kReadable, sizeof(tagUPDLINKHEADER), WriteUpdateLinks},
+    // Its reader opens it for writing too.
+    {kAdminLinkFileName, kReadable, sizeof(tagADMNURLRECORD), WriteAdminLinks, kUpdater},
+    {"updt.lck", kShared, 0, WriteNothing},
+    // Installed definitions bring their own, and a link leads to it.
+    {kVersionFileName,
+     kReadable,
+     sizeof(tagZQVERINFO),
+     [](int fd) { return WriteAll(fd, BytesOf(kDatabaseVersion)); },
+     {},
+     true},
     {"section.ini", kReadable, 1, [](int fd) { return WriteAll(fd, kLogLimits); }},
+};
+
+constexpr SharedFolder kProgramFolders[] = {
+    // Everybody's reports and scratch files lie in these two, each removable by its owner only.
+    {kReportsFolder, 01777},
+    {"tmp", 01777},
+    // What is made in there is the updater's to read: it gets the folder's group.
+    {"download", 02750, kFetcher},
+    {"defs", 0755, kUpdater},
 };
 
 constexpr SharedFile kReportsFiles[] = {
@@ -57,6 +112,10 @@ constexpr SharedFile kReportsFiles[] = {
 
 std::span<const SharedFile> ProgramFiles() {
     return kProgramFiles;
+}
+
+std::span<const SharedFolder> ProgramFolders() {
+    return kProgramFolders;
 }
 
 std::span<const SharedFile> ReportsFiles() {

@@ -10,13 +10,12 @@
 namespace shared_files {
 
 inline constexpr char kReportsFolder[] = "reports";
-inline constexpr char kScratchFolder[] = "tmp";
-
-/// Everybody's reports and scratch files lie in these folders, each removable by its owner only.
-inline constexpr mode_t kSharedFolderMode = 01777;
 
 /// In the program directory.
 std::span<const SharedFile> ProgramFiles();
+
+/// There too, kReportsFolder among them.
+std::span<const SharedFolder> ProgramFolders();
 
 /// In its folder "reports".
 std::span<const SharedFile> ReportsFiles();

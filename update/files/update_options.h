@@ -29,10 +29,15 @@ static_assert(offsetof(tagUpdtOpts, reserved) == 4);
 static_assert(offsetof(tagUpdtOpts, path) == 8);
 static_assert(offsetof(tagUpdtOpts, backupFolder) == 264);
 
-// The two defaults differ on purpose: a fresh machine updates itself, but who opens the page
-// without a file there is shown nothing that is not so.
+// Three defaults that differ on purpose: a machine that nobody has set up updates itself from the
+// Internet; start-up without a file updates from the server; and who opens the page without one is
+// shown nothing that is not so.
 
-/// What installation and start-up make: automatic updates from the server.
+/// What installation makes.
+inline constexpr tagUpdtOpts kInstalledUpdateOptions{
+    kUpdateAutomatically | kUpdateFromInternet, 1, {}, {}};
+
+/// What start-up makes: automatic updates from the server.
 inline constexpr tagUpdtOpts kStartUpdateOptions{
     kUpdateAutomatically | kUpdateFromServer, 1, {}, {}};
 

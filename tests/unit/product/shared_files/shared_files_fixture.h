@@ -20,12 +20,32 @@ struct ExpectedFile {
 
 inline const std::string kEmptyIndex("ZQRF\0\0\0\0\0\0\0\0", 12);
 
+/// "https://database.clamav.net", each byte rotated left by three bits.
+inline const std::string kOfficialMirrorRotated(
+    "\x43\xA3\xA3\x83\x9B\xD1\x79\x79\x23\x0B\xA3\x0B\x13\x0B\x9B\x2B\x71\x1B\x63\x0B\x6B\x0B\xB3"
+    "\x71"
+    "\x73\x2B\xA3");
+
+/// Kind 1, of Saturday, 21 November 2026, 20, 0, 56, 0 and no address; the halves of each byte
+/// swapped.
+inline const std::string kAdminHead(
+    "\x10\x00\xAE\x70\xB0\x00\x60\x00\x51\x00\x00\x00\x00\x00\x00\x00\x00\x00\x41\x00\x00\x00\x83"
+    "\x00"
+    "\x00\x00\x00\x00",
+    28);
+
 /// What an installation makes, byte for byte.
 inline const std::vector<ExpectedFile> kFiles = {
     {"zqscn.opt", std::string("\x01\x00\x0B", 3), 0666, 1},
     {"main.rpt", kEmptyIndex, 0666, 12},
     {"updt.rpt", kEmptyIndex, 0666, 12},
-    {"zqupdate.opt", std::string("\x09\0\0\0\x01\0\0\0", 8) + std::string(512, '\0'), 0666, 8},
+    {"zqupdate.opt", std::string("\x03\0\0\0\x01\0\0\0", 8) + std::string(512, '\0'), 0666, 8},
+    {"zqinet.opt", std::string(788, '\0'), 0666, 788},
+    {"updlink.dat",
+     std::string("\0\0\0\0\x01\0\0\0\0\0", 10) + kOfficialMirrorRotated + std::string(1005, '\0'),
+     0644, 6},
+    {"admnlink.dat", kAdminHead + std::string(526, '\0'), 0644, 554},
+    {"updt.lck", "", 0666, 0},
     {"scanver.cnf",
      std::string("\xEA\x07\x0B\x00\xEA\x07\x0B\x00\x06\x00\x15\x00\0\0\0\0\0\0\0\0", 20), 0644, 20},
     {"section.ini", "[LOGLIMIT]\nMAXLIMIT = 10000\nLIMIT = 5000\n", 0644, 1},
@@ -86,7 +106,9 @@ protected:
         }
         EXPECT_EQ(ModeOf(PathOf("reports")), 01777U);
         EXPECT_EQ(ModeOf(PathOf("tmp")), 01777U);
-        EXPECT_EQ(CountOfEntries(), kFiles.size() + 2) << "and nothing else is left";
+        EXPECT_EQ(ModeOf(PathOf("download")), 02750U);
+        EXPECT_EQ(ModeOf(PathOf("defs")), 0755U);
+        EXPECT_EQ(CountOfEntries(), kFiles.size() + 4) << "and nothing else is left";
     }
 
     [[nodiscard]] std::size_t CountOfEntries() const {

@@ -3,6 +3,8 @@
 
 #include "common/file_descriptor.h"
 #include "tests/unit/product/shared_files/shared_files_fixture.h"
+#include "update/files/admin_links.h"
+#include "update/files/update_links.h"
 
 // What create-shared-files makes, keeps, repairs and leaves alone.
 
@@ -89,7 +91,10 @@ TEST_F(SharedFiles, LinksAreNotFollowed) {
             fs::create_symlink(target, PathOf(file.name));
             const Outcome run = Run();
             EXPECT_EQ(run.status, 0) << "what somebody planted must not break an upgrade";
-            EXPECT_EQ(run.errors, "create-shared-files: " + PathOf(file.name) + kAlone);
+            // Installed definitions have put a link in this one's place.
+            EXPECT_EQ(run.errors, file.name == "scanver.cnf"
+                                      ? ""
+                                      : "create-shared-files: " + PathOf(file.name) + kAlone);
             EXPECT_TRUE(fs::is_symlink(PathOf(file.name)));
             EXPECT_EQ(ModeOf(victim), 0600U);
             EXPECT_EQ(ReadFile(victim), "");
@@ -188,6 +193,126 @@ TEST_F(SharedFiles, OneThatCannotBeMadeKeepsNoOtherFromBeingMade) {
     EXPECT_EQ(run.errors, "create-shared-files: " + PathOf("reports") + ": Not a directory\n");
     ExpectWhole(kFiles[5]);
     EXPECT_EQ(ModeOf(PathOf("tmp")), 01777U);
+}
+
+TEST_F(SharedFiles, TheLockOfUpdatesIsNeverReplacedUnderItsHolder) {
+    Put("updt.lck", "", 0600);
+    struct stat before {};
+    ASSERT_EQ(::stat(PathOf("updt.lck").c_str(), &before), 0);
+    EXPECT_EQ(Run().errors, "");
+    struct stat after {};
+    ASSERT_EQ(::stat(PathOf("updt.lck").c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(ModeOf(PathOf("updt.lck")), 0666U);
+}
+
+TEST_F(SharedFiles, TheFirstSourceAndTheEmptyListOfTheServerCanBeRead) {
+    ASSERT_EQ(Run().status, 0);
+    int count = -1;
+    char** const links = CUpdate::ReadUpdLink(&count, PathOf("updlink.dat").c_str());
+    ASSERT_NE(links, nullptr);
+    EXPECT_EQ(count, 1);
+    EXPECT_STREQ(links[0], "https://database.clamav.net");
+    CUpdate::FreeUpdtLink(links, count);
+
+    tagADMNURLRECORD record{};
+    unsigned short addresses = 7;
+    char** list = nullptr;
+    unsigned int error = 1;
+    EXPECT_EQ(ReadUpdateInfo(PathOf("admnlink.dat").c_str(), &record, &addresses, &list, error), 1);
+    EXPECT_EQ(addresses, 0);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(record.kind, 1);
+}
+
+/// With the users of the package, who are the test's own.
+class SharedFilesWithUsers : public SharedFiles {
+protected:
+    void SetUp() override {
+        SharedFiles::SetUp();
+        if (!HasPrivateRoot() || ::geteuid() != 0) {
+            GTEST_SKIP() << "users are only made in a private root, by root";
+        }
+        WriteFile("/etc/passwd",
+                  m_users +
+                      "corvane:x:64001:64001::/nonexistent:/usr/sbin/nologin\n"
+                      "corvane-fetch:x:64002:64002::/nonexistent:/usr/sbin/nologin\n");
+        WriteFile("/etc/group", m_groups + "corvane:x:64001:\ncorvane-fetch:x:64002:\n");
+    }
+    void TearDown() override {
+        if (HasPrivateRoot() && ::geteuid() == 0) {
+            WriteFile("/etc/passwd", m_users);
+            WriteFile("/etc/group", m_groups);
+        }
+    }
+
+    /// User and group of what is in the directory.
+    [[nodiscard]] std::string OwnerOf(const std::string& name) const {
+        struct stat status {};
+        if (::lstat(PathOf(name).c_str(), &status) != 0) {
+            return "missing";
+        }
+        return std::to_string(status.st_uid) + ":" + std::to_string(status.st_gid);
+    }
+
+    void ExpectOwners() const {
+        for (const ExpectedFile& file : kFiles) {
+            const bool isUpdaters = file.name == "zqupdate.opt" || file.name == "admnlink.dat";
+            EXPECT_EQ(OwnerOf(file.name), isUpdaters ? "64001:64001" : "0:0") << file.name;
+        }
+        EXPECT_EQ(OwnerOf("download"), "64002:64001");
+        EXPECT_EQ(OwnerOf("defs"), "64001:64001");
+        EXPECT_EQ(OwnerOf("reports"), "0:0");
+        EXPECT_EQ(OwnerOf("tmp"), "0:0");
+    }
+
+    std::string m_users = ReadFile("/etc/passwd");
+    std::string m_groups = ReadFile("/etc/group");
+};
+
+TEST_F(SharedFilesWithUsers, BelongToWhoWritesThem) {
+    EXPECT_EQ(Run().errors, "");
+    ExpectAllWhole();
+    ExpectOwners();
+}
+
+TEST_F(SharedFilesWithUsers, AreGivenToThemWhereTheyAreOlderThanTheUsers) {
+    WriteFile("/etc/passwd", m_users);
+    WriteFile("/etc/group", m_groups);
+    ASSERT_EQ(Run().status, 0);
+    EXPECT_EQ(OwnerOf("zqupdate.opt"), "0:0");
+    EXPECT_EQ(OwnerOf("download"), "0:0");
+    SetUp();
+    EXPECT_EQ(Run().status, 0);
+    ExpectAllWhole();
+    ExpectOwners();
+}
+
+TEST_F(SharedFilesWithUsers, WhatIsMadeInTheDownloadFolderIsTheUpdatersToRead) {
+    ASSERT_EQ(::chmod(m_scratch.Path().c_str(), 0755), 0);
+    ASSERT_EQ(Run().status, 0);
+    const std::string made = PathOf("download/candidate");
+    EXPECT_EQ(InChild([&] {
+                  ::umask(0027);
+                  return ::setgroups(0, nullptr) == 0 && ::setgid(64002) == 0 &&
+                                 ::setuid(64002) == 0 && ::mkdir(made.c_str(), 0777) == 0
+                             ? 0
+                             : 1;
+              }),
+              0);
+    EXPECT_EQ(OwnerOf("download/candidate"), "64002:64001");
+    EXPECT_EQ(ModeOf(made) & 0777U, 0750U);
+}
+
+TEST_F(SharedFilesWithUsers, ALinkIsNotGivenAwayNorWhatItLeadsTo) {
+    const std::string victim = m_scratch / "victim";
+    WriteFile(victim, "victim");
+    fs::create_symlink(victim, PathOf("zqupdate.opt"));
+    EXPECT_EQ(Run().status, 0);
+    struct stat status {};
+    ASSERT_EQ(::stat(victim.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 0U);
+    EXPECT_EQ(OwnerOf("zqupdate.opt"), "0:0");
 }
 
 }  // namespace
