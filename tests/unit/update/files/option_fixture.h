@@ -4,7 +4,7 @@
 
 #include "common/run_state.h"
 #include "common/text_field.h"
-#include "tests/unit/update/product_fixture.h"
+#include "tests/unit/update/files/product_fixture.h"
 
 /// A private application directory, "/" at its end, beside the product directory.
 class OptionFixture : public ProductFixture {

@@ -3,7 +3,7 @@
 #include "update/files/update_options.h"
 
 #include "tests/support/no_room.h"
-#include "tests/unit/update/option_fixture.h"
+#include "tests/unit/update/files/option_fixture.h"
 
 namespace {
 

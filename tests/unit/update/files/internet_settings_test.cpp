@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "tests/support/no_room.h"
-#include "tests/unit/update/option_fixture.h"
+#include "tests/unit/update/files/option_fixture.h"
 
 namespace {
 

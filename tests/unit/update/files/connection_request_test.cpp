@@ -2,7 +2,7 @@
 
 #include "update/files/connection_request.h"
 
-#include "tests/unit/update/option_fixture.h"
+#include "tests/unit/update/files/option_fixture.h"
 
 namespace {
 
