@@ -92,10 +92,10 @@ IsAsleep() {
 # Rest: until the program and the display have done what the last key led to. A button shows itself
 # pressed for a tenth of a second before it acts on its accelerator, and what it acts on may be enabled
 # only then, which no window tells: both must be found asleep for longer than that. A program that draws
-# the progress of a scan never is; it is left alone after three seconds.
+# the progress of a scan never is; nobody presses several keys there.
 Rest() {
-    local asleep=0 end=$((SECONDS + 3))
-    while ((asleep < 8 && SECONDS <= end)) && IsRunning; do
+    local asleep=0 end=$((SECONDS + kWindowLimit))
+    while ((asleep < 8 && SECONDS < end)) && IsRunning; do
         sleep 0.02
         if IsAsleep "$programPid" && IsAsleep "$displayPid"; then
             asleep=$((asleep + 1))
