@@ -80,8 +80,9 @@ CheckAddresses() {
 }
 
 CheckThreads() {
-    Build tsan seeded_data_race &&
+    Build tsan seeded_data_race seeded_race_below_qt &&
         MustReport tsan data_race "data race" SeededDataRace &&
+        MustReport tsan race_below_qt "data race" SeededRaceBelowQt &&
         SuiteUnder tsan "$@"
 }
 
