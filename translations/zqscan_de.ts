@@ -958,6 +958,53 @@ Prüfen Sie den Drucker oder den Platz für die Datei, in die gedruckt wird.</tr
     </message>
 </context>
 <context>
+    <name>dlgUpdate</name>
+    <message>
+        <source>Rapid Update</source>
+        <translation>Rapid Update</translation>
+    </message>
+    <message>
+        <source>Retrieving updates</source>
+        <translation>Aktualisierungen werden geholt</translation>
+    </message>
+    <message>
+        <source>Please wait while Rapid Update retrieves latest updates from Corvane Internet centre.</source>
+        <translation>Bitte warten Sie, während Rapid Update die neuesten Aktualisierungen vom Corvane-Internetzentrum holt.</translation>
+    </message>
+    <message>
+        <source>&amp;Stop</source>
+        <translation>&amp;Stopp</translation>
+    </message>
+    <message>
+        <source>Stop rapid update (Alt+S)</source>
+        <translation>Rapid Update anhalten (Alt+S)</translation>
+    </message>
+    <message>
+        <source>Connecting to Corvane Internet Centre</source>
+        <translation>Verbindung zum Corvane-Internetzentrum wird hergestellt</translation>
+    </message>
+    <message>
+        <source>Downloading update files</source>
+        <translation>Aktualisierungsdateien werden geladen</translation>
+    </message>
+    <message>
+        <source>Downloding index files</source>
+        <translation>Indexdateien werden geladen</translation>
+    </message>
+    <message>
+        <source>Dat files Processing errors</source>
+        <translation>Fehler beim Verarbeiten der Definitionsdateien</translation>
+    </message>
+    <message>
+        <source>Downloading Dat files.</source>
+        <translation>Definitionsdateien werden geladen.</translation>
+    </message>
+    <message>
+        <source>Updating Corvane Engine</source>
+        <translation>Der Corvane-Scanner wird aktualisiert</translation>
+    </message>
+</context>
+<context>
     <name>dlgVirFnd</name>
     <message>
         <source>Virus found!</source>

@@ -958,6 +958,53 @@ Check the printer, or the room for the file that is printed to.</translation>
     </message>
 </context>
 <context>
+    <name>dlgUpdate</name>
+    <message>
+        <source>Rapid Update</source>
+        <translation>Rapid Update</translation>
+    </message>
+    <message>
+        <source>Retrieving updates</source>
+        <translation>Retrieving updates</translation>
+    </message>
+    <message>
+        <source>Please wait while Rapid Update retrieves latest updates from Corvane Internet centre.</source>
+        <translation>Please wait while Rapid Update retrieves latest updates from Corvane Internet centre.</translation>
+    </message>
+    <message>
+        <source>&amp;Stop</source>
+        <translation>&amp;Stop</translation>
+    </message>
+    <message>
+        <source>Stop rapid update (Alt+S)</source>
+        <translation>Stop rapid update (Alt+S)</translation>
+    </message>
+    <message>
+        <source>Connecting to Corvane Internet Centre</source>
+        <translation>Connecting to Corvane Internet Centre</translation>
+    </message>
+    <message>
+        <source>Downloading update files</source>
+        <translation>Downloading update files</translation>
+    </message>
+    <message>
+        <source>Downloding index files</source>
+        <translation>Downloding index files</translation>
+    </message>
+    <message>
+        <source>Dat files Processing errors</source>
+        <translation>Dat files Processing errors</translation>
+    </message>
+    <message>
+        <source>Downloading Dat files.</source>
+        <translation>Downloading Dat files.</translation>
+    </message>
+    <message>
+        <source>Updating Corvane Engine</source>
+        <translation>Updating Corvane Engine</translation>
+    </message>
+</context>
+<context>
     <name>dlgVirFnd</name>
     <message>
         <source>Virus found!</source>

@@ -12,6 +12,7 @@
 #include "scan/dlg_scn_prgrs.h"
 #include "scan/dlg_vir_fnd.h"
 #include "tests/gui/app/window_fixture.h"
+#include "update/dlg_update.h"
 #include "widgets/dlg_sc_dir.h"
 
 namespace {
@@ -110,6 +111,8 @@ TEST_P(Mnemonics, OfEveryDialog) {
     ExpectClear(progress, "progress");
     const dlgScDir picker;
     ExpectClear(picker, "folder picker");
+    const dlgUpdate update;
+    ExpectClear(update, "update");
     Put("reports/scn1.log", "a report");
     CopyToField(g_szRptPath, PathOf("reports/scn1.log").string());
     g_siRptKind = kScheduledReports;  // the only kind whose list may be missing

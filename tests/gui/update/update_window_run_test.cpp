@@ -1,0 +1,208 @@
+#include <QElapsedTimer>
+
+#include "tests/gui/update/update_fixture.h"
+#include "update/upd_thrd.h"
+
+// Whole updates: the dialog, its thread and the scripted updater.
+
+namespace {
+
+using ::testing::Contains;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+class UpdateInWindow : public UpdateTest {
+protected:
+    /// Runs the update, with `meanwhile` called every few milliseconds. The dialog's result.
+    int Run(const std::function<void(RecordingUpdate&)>& meanwhile = [](RecordingUpdate&) {}) {
+        RecordingUpdate dialog;
+        dialog.m_afterEvent = [this, &dialog](int) {
+            m_statuses.push_back(dialog.Text("statusLabel").toStdString());
+        };
+        QTimer poll;
+        QObject::connect(&poll, &QTimer::timeout, [&] { meanwhile(dialog); });
+        poll.start(2);
+        const int result = dialog.Myexec();
+        m_types = dialog.m_types;
+        return result;
+    }
+
+    std::vector<int> m_types;
+    std::vector<std::string> m_statuses;
+};
+
+TEST_F(UpdateInWindow, ShowsEachPhaseAndEndsWithItsResult) {
+    Prepare(
+        "status 2000\nstatus 2001\nstatus 2002\nstatus 2003\nstatus 2004\nstatus 2005\n"
+        "status 2010 not shown\nstatus 2015\nresult 2\n");
+    EXPECT_EQ(Run(), 1);
+    EXPECT_EQ(g_siUpdateRetFlag, 2);
+    EXPECT_THAT(m_types, ElementsAre(1117, 1118, 1119, 1120, 1121, 1122, 1123, 1116));
+    m_statuses.pop_back();
+    EXPECT_THAT(m_statuses, ElementsAre("Connecting to Corvane Internet Centre",
+                                        "Downloading update files", "Downloading update files",
+                                        "Downloding index files", "Dat files Processing errors",
+                                        "Downloading Dat files.", "Updating Corvane Engine"));
+}
+
+TEST_F(UpdateInWindow, ShowsTheNameOfAFile) {
+    Prepare("status 2006 daily file.cvd\nwait-for " + m_updater.Path("shown") + "\nresult 1\n");
+    EXPECT_EQ(Run([this](RecordingUpdate& dialog) {
+                  if (dialog.Text("statusLabel") == "Downloading \tdaily file.cvd") {
+                      WriteFile(m_updater.Path("shown"), "");
+                  }
+              }),
+              1);
+    EXPECT_EQ(g_siUpdateRetFlag, 1);
+}
+
+TEST_F(UpdateInWindow, TheUpdaterGetsTheDialogAsItsContext) {
+    Prepare("result 1\n");
+    std::string context;
+    Run([&context](RecordingUpdate& dialog) {
+        context =
+            QStringLiteral("0x%1")
+                .arg(reinterpret_cast<quintptr>(static_cast<void*>(static_cast<QDialog*>(&dialog))),
+                     0, 16)
+                .toStdString();
+    });
+    if (!context.empty()) {
+        EXPECT_EQ(m_updater.Call("context "), context);
+    }
+    RecordingUpdate dialog;
+    EXPECT_EQ(g_receiver.load(), nullptr);
+    {
+        const UpdThrd thread(&dialog);
+        EXPECT_EQ(g_receiver.load(), &dialog);
+    }
+    EXPECT_EQ(g_receiver.load(), nullptr);
+}
+
+TEST_F(UpdateInWindow, StopEndsItInterruptedWithin300Milliseconds) {
+    Prepare("status 2000\nwait-for-stop\nresult 3\n");
+    QElapsedTimer sinceStop;
+    EXPECT_EQ(
+        Run([&sinceStop](RecordingUpdate& dialog) {
+            if (dialog.Text("statusLabel") == "Downloading update files" && !sinceStop.isValid()) {
+                sinceStop.start();
+                dialog.StopButton()->click();
+            }
+        }),
+        1);
+    EXPECT_TRUE(sinceStop.isValid());
+    EXPECT_LT(sinceStop.elapsed(), 300);
+    EXPECT_EQ(g_siUpdateRetFlag, 3);
+    EXPECT_THAT(m_updater.Calls(), Contains("stopped"));
+    EXPECT_EQ(m_types.back(), 1116);
+}
+
+TEST_F(UpdateInWindow, FromAPathItSaysSoAndStopChangesNothing) {
+    Prepare("wait-for " + m_updater.Path("go") + "\nresult 3\n", 0);
+    EXPECT_EQ(
+        Run([this](RecordingUpdate& dialog) {
+            if (dialog.Text("statusLabel") == "Please wait while Rapid Update retrieves updates.") {
+                dialog.StopButton()->click();
+                EXPECT_TRUE(dialog.isVisible());
+                WriteFile(m_updater.Path("go"), "");
+            }
+        }),
+        1);
+    EXPECT_EQ(g_siUpdateRetFlag, 4);
+    EXPECT_THAT(m_types, ElementsAre(1126, 1116));
+}
+
+TEST_F(UpdateInWindow, AFailedStartEndsItWithZeroAndTheOutcomeOfASuccess) {
+    Prepare("result 0\n");
+    std::filesystem::remove(m_application / "zqupdate.opt");
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(g_siUpdateRetFlag, 1);
+    EXPECT_THAT(m_types, ElementsAre(1125));
+}
+
+TEST_F(UpdateInWindow, WithoutTheLibraryItStaysOpenUntilTheUserStopsIt) {
+    Prepare("");
+    std::filesystem::remove(m_application / "updturl.so");
+    QElapsedTimer sinceSilence;
+    EXPECT_EQ(Run([&](RecordingUpdate& dialog) {
+                  if (dialog.Run().IsSilent() && !sinceSilence.isValid()) {
+                      sinceSilence.start();
+                  }
+                  EXPECT_TRUE(dialog.isVisible());
+                  if (sinceSilence.isValid() && sinceSilence.elapsed() > 300) {
+                      EXPECT_EQ(g_siUpdateRetFlag, 1);
+                      dialog.StopButton()->click();
+                  }
+              }),
+              0);
+    EXPECT_GT(sinceSilence.elapsed(), 300);
+    EXPECT_THAT(m_types, IsEmpty());
+    EXPECT_EQ(g_siUpdateRetFlag, 3) << "the user has stopped it";
+}
+
+TEST_F(UpdateInWindow, AStopThatComesBeforeTheLibraryIsMissedEndsItToo) {
+    Prepare("");
+    std::filesystem::remove(m_application / "updturl.so");
+    RecordingUpdate dialog;
+    dialog.StopButton()->click();  // the thread has not even started
+    EXPECT_EQ(dialog.Myexec(), 0);
+    EXPECT_EQ(g_siUpdateRetFlag, 3);
+}
+
+TEST_F(UpdateInWindow, AFloodOfStepsLeavesTheWindowTimeForOtherWork) {
+    Prepare("flood 20000 2006\nresult 1\n");
+    QElapsedTimer sinceLook;
+    qint64 longestGap = 0;
+    int looks = 0;
+    EXPECT_EQ(Run([&](RecordingUpdate&) {
+                  longestGap = sinceLook.isValid() ? std::max(longestGap, sinceLook.restart()) : 0;
+                  sinceLook.start();
+                  ++looks;
+              }),
+              1);
+    EXPECT_THAT(m_types, SizeIs(20001));
+    EXPECT_EQ(m_updater.Call("went on "), "20000");
+    EXPECT_GE(looks, 10);
+    RecordProperty("longest_gap_milliseconds", static_cast<int>(longestGap));
+}
+
+TEST_F(UpdateInWindow, QuittingTheProgramStopsTheUpdateAndWaitsForIt) {
+    Prepare("status 2000\nwait-for-stop\nresult 3\n");
+    EXPECT_EQ(Run([](RecordingUpdate& dialog) {
+                  if (dialog.Text("statusLabel") == "Downloading update files") {
+                      QCoreApplication::exit();
+                  }
+              }),
+              0);
+    EXPECT_EQ(g_siUpdateRetFlag, 3);
+    EXPECT_EQ(m_updater.Calls().back(), "unloaded");
+}
+
+TEST_F(UpdateInWindow, ADialogThatIsLeftStopsTheUpdateAndWaitsForIt) {
+    Prepare("status 2000\nwait-for-stop\nresult 3\n");
+    class Leaving : public dlgUpdate {
+    public:
+        int exec() override { throw std::runtime_error("left"); }
+    };
+    EXPECT_THROW(Leaving().Myexec(), std::runtime_error);
+    EXPECT_THAT(m_updater.Calls(), Contains("stopped"));
+    EXPECT_EQ(m_updater.Calls().back(), "unloaded");
+}
+
+TEST_F(UpdateInWindow, TheThreadReadsTheProxySettings) {
+    tagZQINETCONFIG settings{};
+    settings.useProxy = 7;
+    EXPECT_EQ(UpdThrd::GetUpdateinfo(nullptr), 0);
+    EXPECT_EQ(UpdThrd::GetUpdateinfo(&settings), 0);
+    EXPECT_EQ(settings.useProxy, 0);
+    WriteFile(m_application / "zqinet.opt", std::string("\x01\x00\x00\x00", 4) + "proxy" +
+                                                std::string(777, '\0') +
+                                                std::string("\x01\x00", 2));
+    EXPECT_EQ(UpdThrd::GetUpdateinfo(&settings), 1);
+    EXPECT_EQ(settings.useProxy, 1);
+    EXPECT_STREQ(settings.server, "proxy");
+    EXPECT_EQ(settings.authenticate, 0) << "not the updater's";
+}
+
+}  // namespace
