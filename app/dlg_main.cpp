@@ -8,6 +8,7 @@
 #include "ui_dlg_main.h"
 
 #include "common/scan_options_file.h"
+#include "update/update_now.h"
 #include "widgets/messages.h"
 
 dlgMain::dlgMain() : m_ui(std::make_unique<Ui::dlgMain>()) {
@@ -228,6 +229,16 @@ void dlgMain::DelEntry() {
     m_ui->reportsPage->RewriteIndex();
 }
 
+// ---- The update page
+
+void dlgMain::OnUpdateNowClick() {
+    if (!ApplyNetSettingsOrNot()) {
+        OnUpdtClicked();
+        return;
+    }
+    UpdateNow(this).Run();
+}
+
 // ---- Slots whose pages are not there yet
 
 void dlgMain::LoadUpdtOptions() {}
@@ -258,9 +269,6 @@ void dlgMain::OnRemoveSchClick() {
 void dlgMain::OnSchScnRwDblClick(QTreeWidgetItem* /*row*/, const QPoint& /*position*/,
                                  int /*column*/) {}
 
-void dlgMain::OnUpdateNowClick() {
-    SayNotThereYet();
-}
 void dlgMain::OnIntSettingClicked() {
     SayNotThereYet();
 }

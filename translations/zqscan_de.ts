@@ -541,6 +541,39 @@ ist länger als 255 Bytes. Es wurde nichts gescannt; um sie zu scannen, bitte ei
     </message>
 </context>
 <context>
+    <name>UpdateNow</name>
+    <message>
+        <source>Rapid Update</source>
+        <translation>Rapid Update</translation>
+    </message>
+    <message>
+        <source>Rapid Update is already running in automatic mode.</source>
+        <translation>Rapid Update läuft bereits automatisch.</translation>
+    </message>
+    <message>
+        <source>Error retrieving updates.</source>
+        <translation>Die Aktualisierungen konnten nicht geholt werden.</translation>
+    </message>
+    <message>
+        <source>Corvane Endpoint Protection is successfully updated.</source>
+        <translation>Corvane Endpoint Protection wurde erfolgreich aktualisiert.</translation>
+    </message>
+    <message>
+        <source>The version of Corvane Endpoint Protection you have is up-to-date. 
+Use Rapid Update regularly to keep your copy updated.</source>
+        <translation>Ihre Version von Corvane Endpoint Protection ist auf dem neuesten Stand.
+Verwenden Sie Rapid Update regelmäßig, damit das so bleibt.</translation>
+    </message>
+    <message>
+        <source>Update process interrupted by user.</source>
+        <translation>Die Aktualisierung wurde vom Benutzer abgebrochen.</translation>
+    </message>
+    <message>
+        <source>Specify valid definition files.</source>
+        <translation>Geben Sie gültige Definitionsdateien an.</translation>
+    </message>
+</context>
+<context>
     <name>dlgMain</name>
     <message>
         <source>Corvane</source>

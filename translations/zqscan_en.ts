@@ -541,6 +541,39 @@ is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above i
     </message>
 </context>
 <context>
+    <name>UpdateNow</name>
+    <message>
+        <source>Rapid Update</source>
+        <translation>Rapid Update</translation>
+    </message>
+    <message>
+        <source>Rapid Update is already running in automatic mode.</source>
+        <translation>Rapid Update is already running in automatic mode.</translation>
+    </message>
+    <message>
+        <source>Error retrieving updates.</source>
+        <translation>Error retrieving updates.</translation>
+    </message>
+    <message>
+        <source>Corvane Endpoint Protection is successfully updated.</source>
+        <translation>Corvane Endpoint Protection is successfully updated.</translation>
+    </message>
+    <message>
+        <source>The version of Corvane Endpoint Protection you have is up-to-date. 
+Use Rapid Update regularly to keep your copy updated.</source>
+        <translation>The version of Corvane Endpoint Protection you have is up-to-date. 
+Use Rapid Update regularly to keep your copy updated.</translation>
+    </message>
+    <message>
+        <source>Update process interrupted by user.</source>
+        <translation>Update process interrupted by user.</translation>
+    </message>
+    <message>
+        <source>Specify valid definition files.</source>
+        <translation>Specify valid definition files.</translation>
+    </message>
+</context>
+<context>
     <name>dlgMain</name>
     <message>
         <source>Corvane</source>

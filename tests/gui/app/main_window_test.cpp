@@ -194,12 +194,11 @@ TEST_F(MainWindow, SlotsToComeSaySo) {
                            "This is not there yet. It comes with a later version of Corvane.");
     };
     ModalDriver user;
-    for (int i = 0; i < 7; ++i) {
+    for (int i = 0; i < 6; ++i) {
         notThere(user);
     }
     Click("btnHelp");
     window.OnUrlClicked();
-    window.OnUpdateNowClick();
     window.OnIntSettingClicked();
     window.OnNewSchClick();
     window.OnEditSchClick();
