@@ -1,28 +1,12 @@
 #include "common/services.h"
 
 #include <cstdlib>
-#include <string>
-#include <string_view>
 
 #include "common/paths.h"
 
 namespace {
 
 constexpr std::string_view kScriptDirectories[] = {"/etc/init.d/rc.d/", "/etc/init.d/"};
-
-// The script's path, empty when there is none. A name that leads elsewhere is no service's.
-std::string FindScript(std::string_view name) {
-    if (name.empty() || name == "." || name == ".." || name.find('/') != std::string_view::npos) {
-        return {};
-    }
-    for (const std::string_view directory : kScriptDirectories) {
-        std::string path = std::string(directory).append(name);
-        if (IsValidPath(path.c_str()) != 0) {
-            return path;
-        }
-    }
-    return {};
-}
 
 // One word to the shell, whatever characters are in it.
 std::string Quoted(std::string_view text) {
@@ -54,11 +38,24 @@ std::string_view WordOf(int operation) {
 
 }  // namespace
 
+std::string ServiceScript(std::string_view name) {
+    if (name.empty() || name == "." || name == ".." || name.find('/') != std::string_view::npos) {
+        return {};  // it would lead elsewhere
+    }
+    for (const std::string_view directory : kScriptDirectories) {
+        std::string path = std::string(directory).append(name);
+        if (IsValidPath(path.c_str()) != 0) {
+            return path;
+        }
+    }
+    return {};
+}
+
 int HandleService(const char* name, int operation, unsigned int* error) {
     if (name == nullptr || error == nullptr) {
         return 0;
     }
-    const std::string script = FindScript(name);
+    const std::string script = ServiceScript(name);
     if (script.empty()) {
         *error = kServiceMissing;
         return 0;

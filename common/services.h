@@ -1,5 +1,8 @@
 #pragma once
 
+#include <string>
+#include <string_view>
+
 /// What HandleService does with a service.
 enum ServiceOperation : int {
     kServiceStart = 1,
@@ -13,6 +16,10 @@ enum ServiceError : unsigned int {
     kServiceMissing = 120,
     kServiceUnknownOperation = 121,
 };
+
+/// The path of the script of the service `name`: in "/etc/init.d/rc.d/" when it is there, else in
+/// "/etc/init.d/". Empty when there is none, and for a name that is no file name. Any thread.
+std::string ServiceScript(std::string_view name);
 
 /// Runs the script of the service `name`, from "/etc/init.d/rc.d/" or else "/etc/init.d/", through
 /// the shell with the word of `operation`, and waits for it.

@@ -54,6 +54,18 @@ TEST_F(Services, RunTheWordOfEachOperation) {
               "/etc/init.d/testsvc|1|status\n");
 }
 
+TEST_F(Services, AreFoundByTheirNames) {
+    EXPECT_EQ(ServiceScript("testsvc"), "");
+    Install("/etc/init.d/testsvc");
+    EXPECT_EQ(ServiceScript("testsvc"), "/etc/init.d/testsvc");
+    std::filesystem::create_directories("/etc/init.d/rc.d");
+    Install("/etc/init.d/rc.d/testsvc");
+    EXPECT_EQ(ServiceScript("testsvc"), "/etc/init.d/rc.d/testsvc");
+    for (const char* name : {"", ".", "..", "rc.d/testsvc", "../init.d/testsvc"}) {
+        EXPECT_EQ(ServiceScript(name), "") << name;
+    }
+}
+
 TEST_F(Services, PreferTheInnerFolder) {
     Install("/etc/init.d/testsvc");
     std::filesystem::create_directories("/etc/init.d/rc.d");
