@@ -2,6 +2,49 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE" sourcelanguage="en">
 <context>
+    <name>ConnectionTest</name>
+    <message>
+        <source>There was no answer in time; the test was ended.</source>
+        <translation>Es kam keine Antwort in der vorgesehenen Zeit; der Test wurde beendet.</translation>
+    </message>
+    <message>
+        <source>The test ended without a result.</source>
+        <translation>Der Test endete ohne Ergebnis.</translation>
+    </message>
+    <message>
+        <source>The program that tests the connection is missing or cannot be started: %1</source>
+        <translation>Das Programm, das die Verbindung testet, fehlt oder lässt sich nicht starten: %1</translation>
+    </message>
+    <message>
+        <source>The connection works.</source>
+        <translation>Die Verbindung funktioniert.</translation>
+    </message>
+    <message>
+        <source>The name of the server was not found.</source>
+        <translation>Der Name des Servers wurde nicht gefunden.</translation>
+    </message>
+    <message>
+        <source>The server refused the connection.</source>
+        <translation>Der Server hat die Verbindung abgelehnt.</translation>
+    </message>
+    <message>
+        <source>The proxy server does not accept the user ID and password (error 407).</source>
+        <translation>Der Proxyserver nimmt Benutzer-ID und Passwort nicht an (Fehler 407).</translation>
+    </message>
+    <message>
+        <source>The certificate of the server cannot be trusted.</source>
+        <translation>Dem Zertifikat des Servers kann nicht vertraut werden.</translation>
+    </message>
+    <message>
+        <source>There was no answer within 10 seconds.</source>
+        <translation>Innerhalb von 10 Sekunden kam keine Antwort.</translation>
+    </message>
+    <message>
+        <source>The test failed: %1</source>
+        <translation>Der Test ist fehlgeschlagen: %1</translation>
+    </message>
+</context>
+<context>
     <name>FindBar</name>
     <message>
         <source>&amp;Find:</source>
@@ -571,6 +614,169 @@ Verwenden Sie Rapid Update regelmäßig, damit das so bleibt.</translation>
     <message>
         <source>Specify valid definition files.</source>
         <translation>Geben Sie gültige Definitionsdateien an.</translation>
+    </message>
+</context>
+<context>
+    <name>dlgIntSet</name>
+    <message>
+        <source>Internet Settings</source>
+        <translation>Internet-Einstellungen</translation>
+    </message>
+    <message>
+        <source>Change these settings only in case if your computer is connected to a SOCKS5 or Firewall protected Network or if you have any trouble while downloading from Corvane Internet Centre.</source>
+        <translation>Ändern Sie diese Einstellungen nur, wenn Ihr Rechner mit einem durch SOCKS5 oder eine Firewall geschützten Netz verbunden ist oder das Herunterladen von der Corvane-Internetzentrale Schwierigkeiten macht.</translation>
+    </message>
+    <message>
+        <source>Proxy settings</source>
+        <translation>Proxy-Einstellungen</translation>
+    </message>
+    <message>
+        <source>Use proxy server (Alt+U)</source>
+        <translation>Proxyserver benutzen (Alt+U)</translation>
+    </message>
+    <message>
+        <source>Use Proxy</source>
+        <translation>Proxy benutzen</translation>
+    </message>
+    <message>
+        <source>&amp;Use Proxy</source>
+        <translation>Proxy ben&amp;utzen</translation>
+    </message>
+    <message>
+        <source>Alt+U</source>
+        <translation>Alt+U</translation>
+    </message>
+    <message>
+        <source>Proxy server address (Alt+S)</source>
+        <translation>Adresse des Proxyservers (Alt+S)</translation>
+    </message>
+    <message>
+        <source>&amp;Server</source>
+        <translation>&amp;Server</translation>
+    </message>
+    <message>
+        <source>Server</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>proxy.example.org or socks5://proxy.example.org</source>
+        <translation>proxy.example.org oder socks5://proxy.example.org</translation>
+    </message>
+    <message>
+        <source>Port (Alt+P)</source>
+        <translation>Port (Alt+P)</translation>
+    </message>
+    <message>
+        <source>&amp;Port</source>
+        <translation>&amp;Port</translation>
+    </message>
+    <message>
+        <source>Port</source>
+        <translation>Port</translation>
+    </message>
+    <message>
+        <source>Enable authentication (Alt+Q)</source>
+        <translation>Anmeldung einschalten (Alt+N)</translation>
+    </message>
+    <message>
+        <source>Authentication required</source>
+        <translation>Anmeldung nötig</translation>
+    </message>
+    <message>
+        <source>Authentication re&amp;quired</source>
+        <translation>Anmeldung &amp;nötig</translation>
+    </message>
+    <message>
+        <source>Alt+Q</source>
+        <translation>Alt+N</translation>
+    </message>
+    <message>
+        <source>User name (Alt+I)</source>
+        <translation>Benutzername (Alt+I)</translation>
+    </message>
+    <message>
+        <source>User&amp;ID</source>
+        <translation>Benutzer-&amp;ID</translation>
+    </message>
+    <message>
+        <source>UserID</source>
+        <translation>Benutzer-ID</translation>
+    </message>
+    <message>
+        <source>Password (Alt+W)</source>
+        <translation>Passwort (Alt+W)</translation>
+    </message>
+    <message>
+        <source>Pass&amp;word</source>
+        <translation>Pass&amp;wort</translation>
+    </message>
+    <message>
+        <source>Password</source>
+        <translation>Passwort</translation>
+    </message>
+    <message>
+        <source>Test the connection (Alt+T)</source>
+        <translation>Die Verbindung testen (Alt+T)</translation>
+    </message>
+    <message>
+        <source>Test</source>
+        <translation>Testen</translation>
+    </message>
+    <message>
+        <source>&amp;Test</source>
+        <translation>&amp;Testen</translation>
+    </message>
+    <message>
+        <source>Alt+T</source>
+        <translation>Alt+T</translation>
+    </message>
+    <message>
+        <source>Ok (Alt+K)</source>
+        <translation>Ok (Alt+K)</translation>
+    </message>
+    <message>
+        <source>Ok</source>
+        <translation>Ok</translation>
+    </message>
+    <message>
+        <source>O&amp;k</source>
+        <translation>O&amp;k</translation>
+    </message>
+    <message>
+        <source>Alt+K</source>
+        <translation>Alt+K</translation>
+    </message>
+    <message>
+        <source>Cancel (Alt+C)</source>
+        <translation>Abbrechen (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>Abbre&amp;chen</translation>
+    </message>
+    <message>
+        <source>Alt+C</source>
+        <translation>Alt+C</translation>
+    </message>
+    <message>
+        <source>Internet settings</source>
+        <translation>Internet-Einstellungen</translation>
+    </message>
+    <message>
+        <source>Bad or Missing Configuration.</source>
+        <translation>Die Konfiguration fehlt oder ist beschädigt.</translation>
+    </message>
+    <message>
+        <source>The connection is being tested...</source>
+        <translation>Die Verbindung wird getestet ...</translation>
+    </message>
+    <message>
+        <source>Provide the valid proxy server configuration</source>
+        <translation>Geben Sie eine gültige Proxy-Konfiguration an</translation>
     </message>
 </context>
 <context>

@@ -2,6 +2,49 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en_US" sourcelanguage="en">
 <context>
+    <name>ConnectionTest</name>
+    <message>
+        <source>There was no answer in time; the test was ended.</source>
+        <translation>There was no answer in time; the test was ended.</translation>
+    </message>
+    <message>
+        <source>The test ended without a result.</source>
+        <translation>The test ended without a result.</translation>
+    </message>
+    <message>
+        <source>The program that tests the connection is missing or cannot be started: %1</source>
+        <translation>The program that tests the connection is missing or cannot be started: %1</translation>
+    </message>
+    <message>
+        <source>The connection works.</source>
+        <translation>The connection works.</translation>
+    </message>
+    <message>
+        <source>The name of the server was not found.</source>
+        <translation>The name of the server was not found.</translation>
+    </message>
+    <message>
+        <source>The server refused the connection.</source>
+        <translation>The server refused the connection.</translation>
+    </message>
+    <message>
+        <source>The proxy server does not accept the user ID and password (error 407).</source>
+        <translation>The proxy server does not accept the user ID and password (error 407).</translation>
+    </message>
+    <message>
+        <source>The certificate of the server cannot be trusted.</source>
+        <translation>The certificate of the server cannot be trusted.</translation>
+    </message>
+    <message>
+        <source>There was no answer within 10 seconds.</source>
+        <translation>There was no answer within 10 seconds.</translation>
+    </message>
+    <message>
+        <source>The test failed: %1</source>
+        <translation>The test failed: %1</translation>
+    </message>
+</context>
+<context>
     <name>FindBar</name>
     <message>
         <source>&amp;Find:</source>
@@ -571,6 +614,169 @@ Use Rapid Update regularly to keep your copy updated.</translation>
     <message>
         <source>Specify valid definition files.</source>
         <translation>Specify valid definition files.</translation>
+    </message>
+</context>
+<context>
+    <name>dlgIntSet</name>
+    <message>
+        <source>Internet Settings</source>
+        <translation>Internet Settings</translation>
+    </message>
+    <message>
+        <source>Change these settings only in case if your computer is connected to a SOCKS5 or Firewall protected Network or if you have any trouble while downloading from Corvane Internet Centre.</source>
+        <translation>Change these settings only in case if your computer is connected to a SOCKS5 or Firewall protected Network or if you have any trouble while downloading from Corvane Internet Centre.</translation>
+    </message>
+    <message>
+        <source>Proxy settings</source>
+        <translation>Proxy settings</translation>
+    </message>
+    <message>
+        <source>Use proxy server (Alt+U)</source>
+        <translation>Use proxy server (Alt+U)</translation>
+    </message>
+    <message>
+        <source>Use Proxy</source>
+        <translation>Use Proxy</translation>
+    </message>
+    <message>
+        <source>&amp;Use Proxy</source>
+        <translation>&amp;Use Proxy</translation>
+    </message>
+    <message>
+        <source>Alt+U</source>
+        <translation>Alt+U</translation>
+    </message>
+    <message>
+        <source>Proxy server address (Alt+S)</source>
+        <translation>Proxy server address (Alt+S)</translation>
+    </message>
+    <message>
+        <source>&amp;Server</source>
+        <translation>&amp;Server</translation>
+    </message>
+    <message>
+        <source>Server</source>
+        <translation>Server</translation>
+    </message>
+    <message>
+        <source>proxy.example.org or socks5://proxy.example.org</source>
+        <translation>proxy.example.org or socks5://proxy.example.org</translation>
+    </message>
+    <message>
+        <source>Port (Alt+P)</source>
+        <translation>Port (Alt+P)</translation>
+    </message>
+    <message>
+        <source>&amp;Port</source>
+        <translation>&amp;Port</translation>
+    </message>
+    <message>
+        <source>Port</source>
+        <translation>Port</translation>
+    </message>
+    <message>
+        <source>Enable authentication (Alt+Q)</source>
+        <translation>Enable authentication (Alt+Q)</translation>
+    </message>
+    <message>
+        <source>Authentication required</source>
+        <translation>Authentication required</translation>
+    </message>
+    <message>
+        <source>Authentication re&amp;quired</source>
+        <translation>Authentication re&amp;quired</translation>
+    </message>
+    <message>
+        <source>Alt+Q</source>
+        <translation>Alt+Q</translation>
+    </message>
+    <message>
+        <source>User name (Alt+I)</source>
+        <translation>User name (Alt+I)</translation>
+    </message>
+    <message>
+        <source>User&amp;ID</source>
+        <translation>User&amp;ID</translation>
+    </message>
+    <message>
+        <source>UserID</source>
+        <translation>UserID</translation>
+    </message>
+    <message>
+        <source>Password (Alt+W)</source>
+        <translation>Password (Alt+W)</translation>
+    </message>
+    <message>
+        <source>Pass&amp;word</source>
+        <translation>Pass&amp;word</translation>
+    </message>
+    <message>
+        <source>Password</source>
+        <translation>Password</translation>
+    </message>
+    <message>
+        <source>Test the connection (Alt+T)</source>
+        <translation>Test the connection (Alt+T)</translation>
+    </message>
+    <message>
+        <source>Test</source>
+        <translation>Test</translation>
+    </message>
+    <message>
+        <source>&amp;Test</source>
+        <translation>&amp;Test</translation>
+    </message>
+    <message>
+        <source>Alt+T</source>
+        <translation>Alt+T</translation>
+    </message>
+    <message>
+        <source>Ok (Alt+K)</source>
+        <translation>Ok (Alt+K)</translation>
+    </message>
+    <message>
+        <source>Ok</source>
+        <translation>Ok</translation>
+    </message>
+    <message>
+        <source>O&amp;k</source>
+        <translation>O&amp;k</translation>
+    </message>
+    <message>
+        <source>Alt+K</source>
+        <translation>Alt+K</translation>
+    </message>
+    <message>
+        <source>Cancel (Alt+C)</source>
+        <translation>Cancel (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>&amp;Cancel</translation>
+    </message>
+    <message>
+        <source>Alt+C</source>
+        <translation>Alt+C</translation>
+    </message>
+    <message>
+        <source>Internet settings</source>
+        <translation>Internet settings</translation>
+    </message>
+    <message>
+        <source>Bad or Missing Configuration.</source>
+        <translation>Bad or Missing Configuration.</translation>
+    </message>
+    <message>
+        <source>The connection is being tested...</source>
+        <translation>The connection is being tested...</translation>
+    </message>
+    <message>
+        <source>Provide the valid proxy server configuration</source>
+        <translation>Provide the valid proxy server configuration</translation>
     </message>
 </context>
 <context>
