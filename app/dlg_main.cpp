@@ -49,6 +49,8 @@ void dlgMain::ConnectPages() {
     connect(settings, &SettingsPage::SaveClicked, this, &dlgMain::OnSaveOptsClick);
     connect(settings, &SettingsPage::CancelClicked, this, &dlgMain::OnCnclSvClick);
 
+    ConnectUpdatePage();
+
     const ReportsPage* reports = m_ui->reportsPage;
     connect(reports, &ReportsPage::KindChosen, this, &dlgMain::OnReportToggle);
     connect(reports, &ReportsPage::ShowClicked, this, &dlgMain::OnRptShwClick);
@@ -60,6 +62,21 @@ void dlgMain::ConnectPages() {
         OnRptRwClick(Qt::LeftButton, m_ui->reportsPage->List()->indexOfTopLevelItem(row), column,
                      QCursor::pos());
     });
+}
+
+void dlgMain::ConnectUpdatePage() {
+    const UpdatePage* update = m_ui->updatePage;
+    connect(update, &UpdatePage::AutomaticToggled, this, &dlgMain::OnEnableApplyBtn);
+    connect(update, &UpdatePage::BackupToggled, this, &dlgMain::OnBkupChecked);
+    connect(update, &UpdatePage::CentreToggled, this, &dlgMain::IntCentreSelected);
+    connect(update, &UpdatePage::SourceChanged, this, &dlgMain::UpdateChange);
+    connect(update, &UpdatePage::TextChanged, this, &dlgMain::EnableApplyOnTxtChange);
+    connect(update, &UpdatePage::PathClicked, this, &dlgMain::OnUpdtPathClicked);
+    connect(update, &UpdatePage::BackupFolderClicked, this, &dlgMain::OnBkupFolderClicked);
+    connect(update, &UpdatePage::InternetSettingsClicked, this, &dlgMain::OnIntSettingClicked);
+    connect(update, &UpdatePage::UpdateNowClicked, this, &dlgMain::OnUpdateNowClick);
+    connect(update, &UpdatePage::CancelClicked, this, &dlgMain::OnCancelUpdClick);
+    connect(update, &UpdatePage::ApplyClicked, this, &dlgMain::OnApplyOptClick);
 }
 
 // ---- Pages and guards
@@ -109,9 +126,20 @@ bool dlgMain::SaveOrNot() {
     return false;
 }
 
-// The update page holds nothing yet that could be unsaved.
 bool dlgMain::ApplyNetSettingsOrNot() {
-    return true;
+    if (!m_ui->updatePage->HasChanges()) {
+        return true;
+    }
+    switch (AskYesNoCancel(this, tr("Corvane Settings"), tr("Do you want to save the changes?"))) {
+        case Answer::kYes:
+            return OnApplyOptClick();
+        case Answer::kNo:
+            OnCancelUpdClick();
+            return true;
+        case Answer::kCancel:
+            break;
+    }
+    return false;
 }
 
 void dlgMain::OnScnClick() {
@@ -143,9 +171,20 @@ void dlgMain::OnRptClick() {
 }
 
 void dlgMain::OnUpdtClicked() {
-    if (SaveOrNot()) {
-        ShowPage(kUpdatePage);
+    // Who is sent back to the page that is in front has been asked when it was opened.
+    if (m_ui->pages->currentIndex() == kUpdatePage) {
+        MarkCurrentPage();
+        return;
     }
+    if (!m_passwordLock.Ask(this)) {
+        return;
+    }
+    if (!SaveOrNot()) {
+        m_passwordLock.ReleaseLibrary();
+        return;
+    }
+    m_passwordLock.KeepLibrary();
+    ShowPage(kUpdatePage);
 }
 
 void dlgMain::OnSchClick() {
@@ -237,25 +276,50 @@ void dlgMain::OnUpdateNowClick() {
         return;
     }
     UpdateNow(this).Run();
+    m_ui->updatePage->RefreshStatus();
+}
+
+void dlgMain::LoadUpdtOptions() {
+    m_ui->updatePage->Reload();
+}
+void dlgMain::updateUiChange(P_UPDTOPTS options) {
+    if (options != nullptr) {
+        m_ui->updatePage->ShowRecord(*options);
+    }
+}
+void dlgMain::IntCentreSelected(bool selected) {
+    m_ui->updatePage->TakeCentre(selected);
+}
+void dlgMain::OnBkupChecked(bool checked) {
+    m_ui->updatePage->TakeBackup(checked);
+}
+// A box that was cleared is a change like one that was ticked.
+void dlgMain::OnEnableApplyBtn(bool /*checked*/) {
+    m_ui->updatePage->NoteChange();
+}
+void dlgMain::UpdateChange() {
+    m_ui->updatePage->NoteChange();
+}
+void dlgMain::EnableApplyOnTxtChange() {
+    m_ui->updatePage->NoteChange();
+}
+void dlgMain::OnCancelUpdClick() {
+    LoadUpdtOptions();
+}
+bool dlgMain::OnApplyOptClick() {
+    return m_ui->updatePage->Apply();
+}
+void dlgMain::OnUpdtPathClicked() {
+    m_ui->updatePage->ChoosePath();
+}
+void dlgMain::OnBkupFolderClicked() {
+    m_ui->updatePage->ChooseBackupFolder();
+}
+void dlgMain::OnIntSettingClicked() {
+    m_ui->updatePage->OpenInternetSettings();
 }
 
 // ---- Slots whose pages are not there yet
-
-void dlgMain::LoadUpdtOptions() {}
-void dlgMain::updateUiChange(P_UPDTOPTS options) {
-    if (options != nullptr) {
-        m_updateOptions = *options;
-    }
-}
-void dlgMain::IntCentreSelected(bool /*selected*/) {}
-void dlgMain::OnBkupChecked(bool /*checked*/) {}
-void dlgMain::OnEnableApplyBtn(bool /*enable*/) {}
-void dlgMain::UpdateChange() {}
-void dlgMain::OnCancelUpdClick() {}
-void dlgMain::OnApplyOptClick() {}
-void dlgMain::OnUpdtPathClicked() {}
-void dlgMain::OnBkupFolderClicked() {}
-void dlgMain::EnableApplyOnTxtChange() {}
 
 void dlgMain::OnNewSchClick() {
     SayNotThereYet();
@@ -269,9 +333,6 @@ void dlgMain::OnRemoveSchClick() {
 void dlgMain::OnSchScnRwDblClick(QTreeWidgetItem* /*row*/, const QPoint& /*position*/,
                                  int /*column*/) {}
 
-void dlgMain::OnIntSettingClicked() {
-    SayNotThereYet();
-}
 void dlgMain::OnHelpClick() {
     SayNotThereYet();
 }

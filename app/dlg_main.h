@@ -80,7 +80,7 @@ public slots:
     virtual void OnUpdateNowClick();
     virtual void UpdateChange();
     virtual void OnCancelUpdClick();
-    virtual void OnApplyOptClick();
+    virtual bool OnApplyOptClick();
     virtual void OnReportToggle();
     virtual void OnHelpClick();
     virtual void OnUrlClicked();
@@ -96,6 +96,7 @@ protected:
 private:
     void ConnectButtons();
     void ConnectPages();
+    void ConnectUpdatePage();
 
     void init();
     void destroy();
@@ -111,5 +112,4 @@ private:
 
     std::unique_ptr<Ui::dlgMain> m_ui;
     PasswordLock m_passwordLock;
-    tagUpdtOpts m_updateOptions{};
 };

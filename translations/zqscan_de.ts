@@ -45,6 +45,76 @@
     </message>
 </context>
 <context>
+    <name>DefinitionsStatus</name>
+    <message>
+        <source>Definitions: not known</source>
+        <translation>Definitionen: nicht bekannt</translation>
+    </message>
+    <message>
+        <source>Definitions: version %1, date not known</source>
+        <translation>Definitionen: Version %1, Datum nicht bekannt</translation>
+    </message>
+    <message>
+        <source>Definitions: version %1, %2, %3</source>
+        <translation>Definitionen: Version %1, %2, %3</translation>
+    </message>
+    <message>
+        <source>%1. They are out of date.</source>
+        <translation>%1. Sie sind veraltet.</translation>
+    </message>
+    <message>
+        <source>of today</source>
+        <translation>von heute</translation>
+    </message>
+    <message>
+        <source>1 day old</source>
+        <translation>1 Tag alt</translation>
+    </message>
+    <message>
+        <source>%1 days old</source>
+        <translation>%1 Tage alt</translation>
+    </message>
+    <message>
+        <source>en_GB</source>
+        <comment>the language that dates are written in</comment>
+        <translation>de_DE</translation>
+    </message>
+    <message>
+        <source>d MMMM yyyy</source>
+        <comment>how a date is written</comment>
+        <translation>d. MMMM yyyy</translation>
+    </message>
+    <message>
+        <source>Last update: not known</source>
+        <translation>Letztes Update: nicht bekannt</translation>
+    </message>
+    <message>
+        <source>Last update: none yet</source>
+        <translation>Letztes Update: noch keines</translation>
+    </message>
+    <message>
+        <source>Last update: %1, %2</source>
+        <translation>Letztes Update: %1, %2</translation>
+    </message>
+    <message>
+        <source>%1, %2</source>
+        <comment>date and time of day</comment>
+        <translation>%1, %2</translation>
+    </message>
+    <message>
+        <source>updated</source>
+        <translation>aktualisiert</translation>
+    </message>
+    <message>
+        <source>nothing new</source>
+        <translation>nichts Neues</translation>
+    </message>
+    <message>
+        <source>failed</source>
+        <translation>fehlgeschlagen</translation>
+    </message>
+</context>
+<context>
     <name>FindBar</name>
     <message>
         <source>&amp;Find:</source>
@@ -614,6 +684,249 @@ Verwenden Sie Rapid Update regelmäßig, damit das so bleibt.</translation>
     <message>
         <source>Specify valid definition files.</source>
         <translation>Geben Sie gültige Definitionsdateien an.</translation>
+    </message>
+</context>
+<context>
+    <name>UpdatePage</name>
+    <message>
+        <source>Update</source>
+        <translation>Update</translation>
+    </message>
+    <message>
+        <source>Update from</source>
+        <translation>Updates holen von</translation>
+    </message>
+    <message>
+        <source>Update from the Internet centre (Alt+I)</source>
+        <translation>Von der Internetzentrale aktualisieren (Alt+T)</translation>
+    </message>
+    <message>
+        <source>Internet centre</source>
+        <translation>Internetzentrale</translation>
+    </message>
+    <message>
+        <source>&amp;Internet centre</source>
+        <translation>In&amp;ternetzentrale</translation>
+    </message>
+    <message>
+        <source>Alt+I</source>
+        <translation>Alt+T</translation>
+    </message>
+    <message>
+        <source>Set the proxy server (Alt+G)</source>
+        <translation>Den Proxyserver einstellen (Alt+G)</translation>
+    </message>
+    <message>
+        <source>Internet settings</source>
+        <translation>Internet-Einstellungen</translation>
+    </message>
+    <message>
+        <source>Internet settin&amp;gs...</source>
+        <translation>Internet-Einstellun&amp;gen ...</translation>
+    </message>
+    <message>
+        <source>Alt+G</source>
+        <translation>Alt+G</translation>
+    </message>
+    <message>
+        <source>Update from the Endpoint Protection Server (Alt+V)</source>
+        <translation>Vom Endpoint Protection Server aktualisieren (Alt+V)</translation>
+    </message>
+    <message>
+        <source>Endpoint Protection Server</source>
+        <translation>Endpoint Protection Server</translation>
+    </message>
+    <message>
+        <source>Endpoint Protection Ser&amp;ver</source>
+        <translation>Endpoint Protection Ser&amp;ver</translation>
+    </message>
+    <message>
+        <source>Alt+V</source>
+        <translation>Alt+V</translation>
+    </message>
+    <message>
+        <source>Update from path (Alt+K)</source>
+        <translation>Aus einem Ordner aktualisieren (Alt+K)</translation>
+    </message>
+    <message>
+        <source>Update from path</source>
+        <translation>Aus einem Ordner aktualisieren</translation>
+    </message>
+    <message>
+        <source>Alt+K</source>
+        <translation>Alt+K</translation>
+    </message>
+    <message>
+        <source>Folder that updates are taken from</source>
+        <translation>Ordner, aus dem Updates geholt werden</translation>
+    </message>
+    <message>
+        <source>Folder with updates</source>
+        <translation>Ordner mit Updates</translation>
+    </message>
+    <message>
+        <source>Choose the folder that updates are taken from (Alt+D)</source>
+        <translation>Den Ordner wählen, aus dem Updates geholt werden (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Choose the folder with updates</source>
+        <translation>Ordner mit Updates wählen</translation>
+    </message>
+    <message>
+        <source>Fol&amp;der...</source>
+        <translation>Or&amp;dner ...</translation>
+    </message>
+    <message>
+        <source>Alt+D</source>
+        <translation>Alt+D</translation>
+    </message>
+    <message>
+        <source>Update the virus database now (Alt+W)</source>
+        <translation>Die Virendatenbank jetzt aktualisieren (Alt+Z)</translation>
+    </message>
+    <message>
+        <source>Update now</source>
+        <translation>Jetzt aktualisieren</translation>
+    </message>
+    <message>
+        <source>Update no&amp;w</source>
+        <translation>Jet&amp;zt aktualisieren</translation>
+    </message>
+    <message>
+        <source>Alt+W</source>
+        <translation>Alt+Z</translation>
+    </message>
+    <message>
+        <source>Keep backup of update files (Alt+B)</source>
+        <translation>Sicherung der Updatedateien behalten (Alt+B)</translation>
+    </message>
+    <message>
+        <source>Keep a backup of update files</source>
+        <translation>Sicherung der Updatedateien behalten</translation>
+    </message>
+    <message>
+        <source>Keep a &amp;backup of update files</source>
+        <translation>Sicherung der Updatedateien &amp;behalten</translation>
+    </message>
+    <message>
+        <source>Alt+B</source>
+        <translation>Alt+B</translation>
+    </message>
+    <message>
+        <source>Folder that update files are kept in</source>
+        <translation>Ordner, in dem Updatedateien behalten werden</translation>
+    </message>
+    <message>
+        <source>Backup folder</source>
+        <translation>Sicherungsordner</translation>
+    </message>
+    <message>
+        <source>Choose the folder that update files are kept in (Alt+F)</source>
+        <translation>Den Ordner wählen, in dem Updatedateien behalten werden (Alt+N)</translation>
+    </message>
+    <message>
+        <source>Choose the backup folder</source>
+        <translation>Sicherungsordner wählen</translation>
+    </message>
+    <message>
+        <source>&amp;Folder...</source>
+        <translation>Ord&amp;ner ...</translation>
+    </message>
+    <message>
+        <source>Alt+F</source>
+        <translation>Alt+N</translation>
+    </message>
+    <message>
+        <source>Enable automatic update (Alt+E)</source>
+        <translation>Automatische Updates einschalten (Alt+A)</translation>
+    </message>
+    <message>
+        <source>Enable automatic updates</source>
+        <translation>Automatische Updates einschalten</translation>
+    </message>
+    <message>
+        <source>&amp;Enable automatic updates</source>
+        <translation>&amp;Automatische Updates einschalten</translation>
+    </message>
+    <message>
+        <source>Alt+E</source>
+        <translation>Alt+A</translation>
+    </message>
+    <message>
+        <source>Drop the changes (Alt+C)</source>
+        <translation>Änderungen verwerfen (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>Abbre&amp;chen</translation>
+    </message>
+    <message>
+        <source>Alt+C</source>
+        <translation>Alt+C</translation>
+    </message>
+    <message>
+        <source>Save the update settings (Alt+P)</source>
+        <translation>Die Update-Einstellungen speichern (Alt+M)</translation>
+    </message>
+    <message>
+        <source>Apply</source>
+        <translation>Übernehmen</translation>
+    </message>
+    <message>
+        <source>A&amp;pply</source>
+        <translation>Überneh&amp;men</translation>
+    </message>
+    <message>
+        <source>Alt+P</source>
+        <translation>Alt+M</translation>
+    </message>
+    <message>
+        <source>You do not have sufficient privileges.</source>
+        <translation>Sie haben nicht die nötigen Rechte.</translation>
+    </message>
+    <message>
+        <source>Bad or Missing Configuration, or you do not have sufficient privileges</source>
+        <translation>Die Konfiguration fehlt oder ist fehlerhaft, oder Ihre Rechte reichen nicht aus</translation>
+    </message>
+    <message>
+        <source>Bad or Missing Configuration.</source>
+        <translation>Die Konfiguration fehlt oder ist beschädigt.</translation>
+    </message>
+    <message>
+        <source>Please provide the path.</source>
+        <translation>Bitte geben Sie den Pfad an.</translation>
+    </message>
+    <message>
+        <source>Please Provide the valid path.</source>
+        <translation>Bitte geben Sie einen gültigen Pfad an.</translation>
+    </message>
+    <message>
+        <source>Provide the path to store update backup.</source>
+        <translation>Geben Sie den Pfad für die Sicherung der Updates an.</translation>
+    </message>
+    <message>
+        <source>Please provide the valid path.</source>
+        <translation>Bitte geben Sie einen gültigen Pfad an.</translation>
+    </message>
+    <message>
+        <source>The name of the folder is longer than 255 bytes. Nothing was saved.</source>
+        <translation>Der Name des Ordners ist länger als 255 Byte. Es wurde nichts gespeichert.</translation>
+    </message>
+    <message>
+        <source>get existing directory</source>
+        <translation>Vorhandenen Ordner wählen</translation>
+    </message>
+    <message>
+        <source>The folder
+%1
+cannot be reached by this name. Rename it, or choose another one.</source>
+        <translation>Der Ordner
+%1
+ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie einen anderen.</translation>
     </message>
 </context>
 <context>

@@ -45,6 +45,76 @@
     </message>
 </context>
 <context>
+    <name>DefinitionsStatus</name>
+    <message>
+        <source>Definitions: not known</source>
+        <translation>Definitions: not known</translation>
+    </message>
+    <message>
+        <source>Definitions: version %1, date not known</source>
+        <translation>Definitions: version %1, date not known</translation>
+    </message>
+    <message>
+        <source>Definitions: version %1, %2, %3</source>
+        <translation>Definitions: version %1, %2, %3</translation>
+    </message>
+    <message>
+        <source>%1. They are out of date.</source>
+        <translation>%1. They are out of date.</translation>
+    </message>
+    <message>
+        <source>of today</source>
+        <translation>of today</translation>
+    </message>
+    <message>
+        <source>1 day old</source>
+        <translation>1 day old</translation>
+    </message>
+    <message>
+        <source>%1 days old</source>
+        <translation>%1 days old</translation>
+    </message>
+    <message>
+        <source>en_GB</source>
+        <comment>the language that dates are written in</comment>
+        <translation>en_GB</translation>
+    </message>
+    <message>
+        <source>d MMMM yyyy</source>
+        <comment>how a date is written</comment>
+        <translation>d MMMM yyyy</translation>
+    </message>
+    <message>
+        <source>Last update: not known</source>
+        <translation>Last update: not known</translation>
+    </message>
+    <message>
+        <source>Last update: none yet</source>
+        <translation>Last update: none yet</translation>
+    </message>
+    <message>
+        <source>Last update: %1, %2</source>
+        <translation>Last update: %1, %2</translation>
+    </message>
+    <message>
+        <source>%1, %2</source>
+        <comment>date and time of day</comment>
+        <translation>%1, %2</translation>
+    </message>
+    <message>
+        <source>updated</source>
+        <translation>updated</translation>
+    </message>
+    <message>
+        <source>nothing new</source>
+        <translation>nothing new</translation>
+    </message>
+    <message>
+        <source>failed</source>
+        <translation>failed</translation>
+    </message>
+</context>
+<context>
     <name>FindBar</name>
     <message>
         <source>&amp;Find:</source>
@@ -614,6 +684,249 @@ Use Rapid Update regularly to keep your copy updated.</translation>
     <message>
         <source>Specify valid definition files.</source>
         <translation>Specify valid definition files.</translation>
+    </message>
+</context>
+<context>
+    <name>UpdatePage</name>
+    <message>
+        <source>Update</source>
+        <translation>Update</translation>
+    </message>
+    <message>
+        <source>Update from</source>
+        <translation>Update from</translation>
+    </message>
+    <message>
+        <source>Update from the Internet centre (Alt+I)</source>
+        <translation>Update from the Internet centre (Alt+I)</translation>
+    </message>
+    <message>
+        <source>Internet centre</source>
+        <translation>Internet centre</translation>
+    </message>
+    <message>
+        <source>&amp;Internet centre</source>
+        <translation>&amp;Internet centre</translation>
+    </message>
+    <message>
+        <source>Alt+I</source>
+        <translation>Alt+I</translation>
+    </message>
+    <message>
+        <source>Set the proxy server (Alt+G)</source>
+        <translation>Set the proxy server (Alt+G)</translation>
+    </message>
+    <message>
+        <source>Internet settings</source>
+        <translation>Internet settings</translation>
+    </message>
+    <message>
+        <source>Internet settin&amp;gs...</source>
+        <translation>Internet settin&amp;gs...</translation>
+    </message>
+    <message>
+        <source>Alt+G</source>
+        <translation>Alt+G</translation>
+    </message>
+    <message>
+        <source>Update from the Endpoint Protection Server (Alt+V)</source>
+        <translation>Update from the Endpoint Protection Server (Alt+V)</translation>
+    </message>
+    <message>
+        <source>Endpoint Protection Server</source>
+        <translation>Endpoint Protection Server</translation>
+    </message>
+    <message>
+        <source>Endpoint Protection Ser&amp;ver</source>
+        <translation>Endpoint Protection Ser&amp;ver</translation>
+    </message>
+    <message>
+        <source>Alt+V</source>
+        <translation>Alt+V</translation>
+    </message>
+    <message>
+        <source>Update from path (Alt+K)</source>
+        <translation>Update from path (Alt+K)</translation>
+    </message>
+    <message>
+        <source>Update from path</source>
+        <translation>Update from path</translation>
+    </message>
+    <message>
+        <source>Alt+K</source>
+        <translation>Alt+K</translation>
+    </message>
+    <message>
+        <source>Folder that updates are taken from</source>
+        <translation>Folder that updates are taken from</translation>
+    </message>
+    <message>
+        <source>Folder with updates</source>
+        <translation>Folder with updates</translation>
+    </message>
+    <message>
+        <source>Choose the folder that updates are taken from (Alt+D)</source>
+        <translation>Choose the folder that updates are taken from (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Choose the folder with updates</source>
+        <translation>Choose the folder with updates</translation>
+    </message>
+    <message>
+        <source>Fol&amp;der...</source>
+        <translation>Fol&amp;der...</translation>
+    </message>
+    <message>
+        <source>Alt+D</source>
+        <translation>Alt+D</translation>
+    </message>
+    <message>
+        <source>Update the virus database now (Alt+W)</source>
+        <translation>Update the virus database now (Alt+W)</translation>
+    </message>
+    <message>
+        <source>Update now</source>
+        <translation>Update now</translation>
+    </message>
+    <message>
+        <source>Update no&amp;w</source>
+        <translation>Update no&amp;w</translation>
+    </message>
+    <message>
+        <source>Alt+W</source>
+        <translation>Alt+W</translation>
+    </message>
+    <message>
+        <source>Keep backup of update files (Alt+B)</source>
+        <translation>Keep backup of update files (Alt+B)</translation>
+    </message>
+    <message>
+        <source>Keep a backup of update files</source>
+        <translation>Keep a backup of update files</translation>
+    </message>
+    <message>
+        <source>Keep a &amp;backup of update files</source>
+        <translation>Keep a &amp;backup of update files</translation>
+    </message>
+    <message>
+        <source>Alt+B</source>
+        <translation>Alt+B</translation>
+    </message>
+    <message>
+        <source>Folder that update files are kept in</source>
+        <translation>Folder that update files are kept in</translation>
+    </message>
+    <message>
+        <source>Backup folder</source>
+        <translation>Backup folder</translation>
+    </message>
+    <message>
+        <source>Choose the folder that update files are kept in (Alt+F)</source>
+        <translation>Choose the folder that update files are kept in (Alt+F)</translation>
+    </message>
+    <message>
+        <source>Choose the backup folder</source>
+        <translation>Choose the backup folder</translation>
+    </message>
+    <message>
+        <source>&amp;Folder...</source>
+        <translation>&amp;Folder...</translation>
+    </message>
+    <message>
+        <source>Alt+F</source>
+        <translation>Alt+F</translation>
+    </message>
+    <message>
+        <source>Enable automatic update (Alt+E)</source>
+        <translation>Enable automatic update (Alt+E)</translation>
+    </message>
+    <message>
+        <source>Enable automatic updates</source>
+        <translation>Enable automatic updates</translation>
+    </message>
+    <message>
+        <source>&amp;Enable automatic updates</source>
+        <translation>&amp;Enable automatic updates</translation>
+    </message>
+    <message>
+        <source>Alt+E</source>
+        <translation>Alt+E</translation>
+    </message>
+    <message>
+        <source>Drop the changes (Alt+C)</source>
+        <translation>Drop the changes (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>&amp;Cancel</translation>
+    </message>
+    <message>
+        <source>Alt+C</source>
+        <translation>Alt+C</translation>
+    </message>
+    <message>
+        <source>Save the update settings (Alt+P)</source>
+        <translation>Save the update settings (Alt+P)</translation>
+    </message>
+    <message>
+        <source>Apply</source>
+        <translation>Apply</translation>
+    </message>
+    <message>
+        <source>A&amp;pply</source>
+        <translation>A&amp;pply</translation>
+    </message>
+    <message>
+        <source>Alt+P</source>
+        <translation>Alt+P</translation>
+    </message>
+    <message>
+        <source>You do not have sufficient privileges.</source>
+        <translation>You do not have sufficient privileges.</translation>
+    </message>
+    <message>
+        <source>Bad or Missing Configuration, or you do not have sufficient privileges</source>
+        <translation>Bad or Missing Configuration, or you do not have sufficient privileges</translation>
+    </message>
+    <message>
+        <source>Bad or Missing Configuration.</source>
+        <translation>Bad or Missing Configuration.</translation>
+    </message>
+    <message>
+        <source>Please provide the path.</source>
+        <translation>Please provide the path.</translation>
+    </message>
+    <message>
+        <source>Please Provide the valid path.</source>
+        <translation>Please Provide the valid path.</translation>
+    </message>
+    <message>
+        <source>Provide the path to store update backup.</source>
+        <translation>Provide the path to store update backup.</translation>
+    </message>
+    <message>
+        <source>Please provide the valid path.</source>
+        <translation>Please provide the valid path.</translation>
+    </message>
+    <message>
+        <source>The name of the folder is longer than 255 bytes. Nothing was saved.</source>
+        <translation>The name of the folder is longer than 255 bytes. Nothing was saved.</translation>
+    </message>
+    <message>
+        <source>get existing directory</source>
+        <translation>get existing directory</translation>
+    </message>
+    <message>
+        <source>The folder
+%1
+cannot be reached by this name. Rename it, or choose another one.</source>
+        <translation>The folder
+%1
+cannot be reached by this name. Rename it, or choose another one.</translation>
     </message>
 </context>
 <context>

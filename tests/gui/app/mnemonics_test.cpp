@@ -13,6 +13,7 @@
 #include "scan/dlg_vir_fnd.h"
 #include "tests/gui/app/window_fixture.h"
 #include "update/dlg_update.h"
+#include "update/dlg_int_set.h"
 #include "widgets/dlg_sc_dir.h"
 
 namespace {
@@ -113,6 +114,8 @@ TEST_P(Mnemonics, OfEveryDialog) {
     ExpectClear(picker, "folder picker");
     const dlgUpdate update;
     ExpectClear(update, "update");
+    const dlgIntSet internet;
+    ExpectClear(internet, "internet settings");
     Put("reports/scn1.log", "a report");
     CopyToField(g_szRptPath, PathOf("reports/scn1.log").string());
     g_siRptKind = kScheduledReports;  // the only kind whose list may be missing
