@@ -37,6 +37,9 @@ void ForgetFeature() {
 UpdatePage::UpdatePage(QWidget* parent)
     : QWidget(parent), m_ui(std::make_unique<Ui::UpdatePage>()) {
     m_ui->setupUi(this);
+    // Room for one line that is wrapped: a layout does not count on that by itself.
+    m_ui->statusTexts->setMinimumHeight(3 * fontMetrics().lineSpacing() +
+                                        m_ui->statusTextsLayout->spacing());
     connect(m_ui->chkAutoUpdate, &QCheckBox::toggled, this, &UpdatePage::AutomaticToggled);
     connect(m_ui->chkBackup, &QCheckBox::toggled, this, &UpdatePage::BackupToggled);
     connect(m_ui->rdoPath, &QRadioButton::toggled, this,

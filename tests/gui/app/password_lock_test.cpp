@@ -1,4 +1,5 @@
-// The password in front of the settings page: every answer of the settings database.
+// The password in front of the settings page and the update page: every answer of the settings
+// database.
 
 #include <fstream>
 
@@ -233,6 +234,41 @@ TEST_F(Password, UnsavedUpdateSettingsLeadToTheUpdatePage) {
     Click("btnOptions");
     EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage);
     EXPECT_TRUE(Find<QAbstractButton>("btnUpdate").isChecked());
+}
+
+TEST_F(Password, NothingStaysLoadedWhenNeitherPageIsOpened) {
+    SetDatabaseAnswers(kAccepted);
+    Open<UnsettledWindow>();
+    ModalDriver user;
+    ExpectQuestion(user, "secret", QDialog::Accepted);
+    ExpectQuestion(user, "secret", QDialog::Rejected);
+    Click("btnOptions");
+    ExpectRefused();
+}
+
+TEST_F(Password, TheUpdatePageKeepsItsLibraryOnlyOnceItIsOpened) {
+    SetDatabaseAnswers(kAccepted);
+    Open();
+    ModalDriver user;
+    ExpectQuestion(user, "secret", QDialog::Accepted);
+    Click("btnUpdate");
+    EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage);
+    EXPECT_TRUE(IsLibraryLoaded());
+}
+
+/// A window whose scanner settings are not settled.
+class UnsavedWindow : public dlgMain {
+public:
+    bool SaveOrNot() override { return false; }
+};
+
+TEST_F(Password, UnsavedScannerSettingsKeepTheUpdatePageShut) {
+    SetDatabaseAnswers(kAccepted);
+    Open<UnsavedWindow>();
+    ModalDriver user;
+    ExpectQuestion(user, "secret", QDialog::Accepted);
+    Click("btnUpdate");
+    ExpectRefused();
 }
 
 }  // namespace

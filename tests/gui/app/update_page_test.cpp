@@ -1,10 +1,13 @@
 // The update page: what it shows of the record, what can be changed, and what the changes lead to.
 
+#include <QApplication>
 #include <QFileDialog>
 #include <QTest>
 
 #include "tests/gui/app/update_page_fixture.h"
+#include "tests/support/rendered_box.h"
 #include "update/dlg_int_set.h"
+#include "widgets/house_style.h"
 
 namespace {
 
@@ -60,8 +63,8 @@ TEST_F(UpdatePageTest, TabGoesDownThePage) {
         widget = widget->nextInFocusChain();
     } while (widget->objectName() != "btnScan");
     EXPECT_EQ(order.mid(8).join(' '),
-              "rdoInternet btnIntSetting rdoServer rdoPath edtUpdtPath btnUpdtPath btnUpdateNow "
-              "chkBackup edtBkupFolder btnBkupFolder chkAutoUpdate btnCancelUpd btnApplyUpd");
+              "rdoInternet btnIntSetting rdoServer rdoPath edtUpdtPath btnUpdtPath chkBackup "
+              "edtBkupFolder btnBkupFolder chkAutoUpdate btnUpdateNow btnCancelUpd btnApplyUpd");
 }
 
 TEST_F(UpdatePageTest, EveryRecordIsShown) {
@@ -191,6 +194,60 @@ TEST_F(UpdatePageTest, AFolderIsChosen) {
     choose(user, nullptr);
     Click("btnUpdtPath");
     EXPECT_EQ(PathEdit().text().toStdString(), PathOf("updates").string());
+}
+
+TEST_F(UpdatePageTest, AChosenFolderThatCannotBeReachedIsRefused) {
+    OpenPage(Record(0x4, "/p", "/b"));
+    const fs::path folder = PathOf("<b>gone");
+    fs::create_directory(folder);
+    ModalDriver user;
+    user.Expect([&folder](QDialog* dialog) {
+        auto* chooser = qobject_cast<QFileDialog*>(dialog);
+        ASSERT_NE(chooser, nullptr);
+        // As one whose name is no UTF-8: it is chosen, and by its shown name it is not there.
+        QObject::connect(chooser, &QFileDialog::fileSelected, [&folder] { fs::remove(folder); });
+        chooser->findChild<QLineEdit*>("fileNameEdit")
+            ->setText(QString::fromStdString(folder.string()));
+        static_cast<QDialog*>(chooser)->accept();
+    });
+    user.ExpectMessage(QMessageBox::Warning, "Corvane",
+                       "The folder\n" + QString::fromStdString(folder.string()) +
+                           "\ncannot be reached by this name. Rename it, or choose another one.");
+    Click("btnBkupFolder");
+    EXPECT_EQ(Shown(), "path=/p backup=/b");
+}
+
+TEST_F(UpdatePageTest, ItsBoxesCanBeSeenInEveryPalette) {
+    dlgMain& window = OpenPage(Record(0x8));
+    HouseStyle style;
+    for (const QPalette& palette : {LightPalette(), DarkPalette(), DimPalette()}) {
+        window.setPalette(palette);
+        for (QAbstractButton* box :
+             {static_cast<QAbstractButton*>(&Automatic()), static_cast<QAbstractButton*>(&Backup()),
+              static_cast<QAbstractButton*>(&FromPath())}) {
+            box->setStyle(&style);
+            EXPECT_GE(EdgeContrast(box->grab().toImage(), IndicatorOf(*box),
+                                   palette.color(QPalette::Window), ContrastRatio),
+                      3.0)
+                << box->objectName().toStdString();
+        }
+    }
+    CloseWindow();
+}
+
+TEST_F(UpdatePageTest, FitsTheSmallestWindow) {
+    dlgMain& window = OpenPage(Record(0x4, "/p", "/b"));
+    window.resize(window.minimumSizeHint());
+    QApplication::processEvents();
+    const auto& page = Find<QWidget>("updatePage");
+    for (const auto* widget : page.findChildren<QWidget*>()) {
+        if (widget->isVisible() && widget->parentWidget()->layout() != nullptr) {
+            EXPECT_GE(widget->height(), widget->minimumSizeHint().height())
+                << widget->objectName().toStdString();
+            EXPECT_TRUE(widget->parentWidget()->rect().contains(widget->geometry()))
+                << widget->objectName().toStdString();
+        }
+    }
 }
 
 TEST_F(UpdatePageTest, InternetSettingsAreOpened) {
