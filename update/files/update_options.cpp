@@ -1,9 +1,11 @@
 #include "update/files/update_options.h"
 
+#include <fcntl.h>
 #include <string>
 
 #include "common/io.h"
 #include "common/paths.h"
+#include "common/regular_file.h"
 
 namespace {
 
@@ -11,10 +13,19 @@ std::string OptionsPath() {
     return common::InProgramDirectory("zqupdate.opt");
 }
 
+// An update by root leaves the file with mode 0644. Who can only read it is told what holds, too.
+FileDescriptor OpenToRead(const std::string& path) {
+    FileDescriptor file = OpenOptionFile(path.c_str());
+    if (!file) {
+        file = common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kOnlyOfRoot);
+    }
+    return file;
+}
+
 tagUpdtOpts LoadOrMake(const tagUpdtOpts& defaults) {
     const std::string path = OptionsPath();
     tagUpdtOpts options{};
-    if (const FileDescriptor file = OpenOptionFile(path.c_str())) {
+    if (const FileDescriptor file = OpenToRead(path)) {
         ReadFull(file.Get(), BytesOf(options));
     } else {
         options = defaults;

@@ -45,7 +45,7 @@ inline constexpr tagUpdtOpts kStartUpdateOptions{
 inline constexpr tagUpdtOpts kPageUpdateOptions{kUpdateFromServer, 1, {}, {}};
 
 /// Reads "zqupdate.opt" at start-up, making it when it is missing. A short file leaves zeros in
-/// what it does not hold; a file that can neither be opened nor made gives the default. GUI thread.
+/// what it does not hold; a file that can neither be read nor made gives the default. GUI thread.
 tagUpdtOpts LoadUpdateOptionsAtStart();
 
 /// The same for the update page, with its own default. GUI thread.

@@ -70,10 +70,16 @@ TEST_F(UpdateOptions, AFullDiskIsTold) {
     EXPECT_EQ(Mode(kFile), 0666U) << "shared after a failed write, too";
 }
 
-TEST_F(UpdateOptions, OfAnotherUserAreNeitherReadNorWritten) {
+TEST_F(UpdateOptions, ThatCanOnlyBeReadAreReadAndNotWritten) {
     Put(kFile, Hex("02000000"), 0400);
     EXPECT_EQ(AsOwner([] { return WriteUpdateOptions({}) == FileOutcome::kNotOpened ? 0 : 1; }), 0);
     EXPECT_EQ(Mode(kFile), 0400U);
+    EXPECT_EQ(AsOwner([] { return static_cast<int>(LoadUpdateOptions().flags); }), 2);
+    EXPECT_EQ(Get(kFile), Hex("02000000"));
+}
+
+TEST_F(UpdateOptions, ThatCannotBeReadGiveTheDefaultAndAreShared) {
+    Put(kFile, Hex("02000000"), 0);
     EXPECT_EQ(AsOwner([] { return static_cast<int>(LoadUpdateOptions().flags); }), 8);
     EXPECT_EQ(Mode(kFile), 0666U) << "the owner opens it the next time";
     EXPECT_EQ(Get(kFile), Hex("02000000"));
