@@ -8,11 +8,12 @@ if(CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
     list(APPEND CORVANE_TEST_OPTIONS -O0 -g1)
 endif()
 
-# corvane_test(NAME SOURCES file... [LINK target...] [QT] [SANDBOX] [LABELS label...] [TIMEOUT s])
+# corvane_test(NAME SOURCES file... [LINK target...] [QT] [SANDBOX] [NETWORK] [LABELS label...] [TIMEOUT s])
 # One GoogleTest program registered with CTest. QT runs it offscreen; SANDBOX runs it inside the private
-# root of tests/support/sandbox, where the product's fixed paths are its own.
+# root of tests/support/sandbox, where the product's fixed paths are its own; NETWORK does so and gives it
+# a network of its own.
 function(corvane_test name)
-    cmake_parse_arguments(ARG "QT;SANDBOX" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "QT;SANDBOX;NETWORK" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}")
     target_link_libraries(${name} PRIVATE ${ARG_LINK} GTest::gtest GTest::gmock corvane_warnings)
@@ -29,19 +30,21 @@ function(corvane_test name)
         set(ARG_TIMEOUT 120)
     endif()
     set(sandbox "")
-    if(ARG_SANDBOX)
+    if(ARG_NETWORK)
+        set(sandbox NETWORK)
+    elseif(ARG_SANDBOX)
         set(sandbox SANDBOX)
     endif()
     corvane_register_cases(${name} ${sandbox} COMMAND "$<TARGET_FILE:${name}>"
         TIMEOUT ${ARG_TIMEOUT} LABELS ${ARG_LABELS})
 endfunction()
 
-# corvane_register_cases(NAME COMMAND program argument... TIMEOUT s [SANDBOX] [LABELS label...])
+# corvane_register_cases(NAME COMMAND program argument... TIMEOUT s [SANDBOX|NETWORK] [LABELS label...])
 # Two entries for one GoogleTest program: NAME runs it and fails as it does; NAME_ran_every_case is shown
 # as skipped when some of its cases were, and its output says which and why. (Starting a program per
 # case costs more than the cases themselves.)
 function(corvane_register_cases name)
-    cmake_parse_arguments(ARG "SANDBOX" "TIMEOUT" "COMMAND;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "SANDBOX;NETWORK" "TIMEOUT" "COMMAND;LABELS" ${ARGN})
     if(CORVANE_SANITIZE)
         # What a sanitizer watches takes several times as long.
         math(EXPR ARG_TIMEOUT "5 * ${ARG_TIMEOUT}")
@@ -51,8 +54,11 @@ function(corvane_register_cases name)
     set(results "${folder}/${name}.xml")
     file(MAKE_DIRECTORY "${folder}")
     set(sandbox "")
-    if(ARG_SANDBOX)
+    if(ARG_SANDBOX OR ARG_NETWORK)
         set(sandbox "${support}/sandbox" --output "${folder}")
+    endif()
+    if(ARG_NETWORK)
+        list(APPEND sandbox --network)
     endif()
     add_test(NAME ${name} COMMAND "${support}/run_cases" "${results}" ${sandbox} ${ARG_COMMAND})
     set_tests_properties(${name} PROPERTIES

@@ -199,6 +199,8 @@ CheckOptions() {
         "$scratch/shown")
     Expect "--show makes a folder visible" old "$got"
     Expect "--show never changes it" old "$(cat "$scratch/shown/file" 2>/dev/null)"
+    got=$("$sandbox" --network sh -c 'ip -o link | wc -l; ip -o link show up lo | wc -l' | tr '\n' ' ')
+    Expect "--network has nothing but a loopback interface, which is up" "1 1 " "$got"
     "$sandbox" --output /no/such/folder true 2>/dev/null
     Expect "--output of a missing folder fails" 125 $?
     "$sandbox" 2>/dev/null
