@@ -41,6 +41,7 @@ const std::map<std::string, int, std::less<>> kSharedOfProduct = {
     {"product/signed_index", 0},
     {"product/updturl", 0},
     {"product/definitions", 1},
+    {"product/fetch", 1},
 };
 
 struct Include {

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "common/file_descriptor.h"
+
+namespace fetch {
+
+/// The folder that downloads lie in, held by one process at a time:
+///
+///   parts/SHA256   what has come of a file of that digest, whole or not
+///   candidate/     what is to be installed, made whole by one rename
+///   official/      where libfreshclam keeps its databases
+///   state.json     what one run leaves to the next
+///
+/// For one thread.
+class DownloadFolder {
+public:
+    /// Opens `path`, which exists, and throws away what an earlier run left to be installed. False
+    /// with the reason in errno; EWOULDBLOCK while another process holds it.
+    bool Open(const std::string& path);
+
+    [[nodiscard]] int Get() const { return m_folder.Get(); }
+    [[nodiscard]] int Parts() const { return m_parts.Get(); }
+    /// With "/" at the end.
+    [[nodiscard]] const std::string& Path() const { return m_path; }
+    [[nodiscard]] std::string CandidatePath() const;
+
+    /// Removes all parts but those of these digests.
+    void KeepParts(const std::vector<std::string>& digests) const;
+
+    /// Makes the empty folder in which a candidate is put together. -1 with the reason in errno.
+    [[nodiscard]] FileDescriptor BeginCandidate() const;
+
+    /// Gives the candidate its name. False with the reason in errno.
+    bool FinishCandidate() const;
+
+private:
+    std::string m_path;
+    FileDescriptor m_folder;
+    FileDescriptor m_parts;
+};
+
+/// Opens a folder in `parent`, made with `mode` when it is missing; no link is followed.
+FileDescriptor OpenOrMakeFolder(int parent, const char* name, mode_t mode);
+
+}  // namespace fetch

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <string>
+
+namespace fetch {
+
+/// What is remembered of a private mirror.
+struct MirrorState {
+    std::string etag;           ///< of the index
+    std::string modified;       ///< of the index
+    std::string indexSha256;    ///< of the index that these belong to
+    std::time_t notBefore = 0;  ///< "try again at", in seconds since 1970
+};
+
+/// What is remembered of the official mirrors, all of them together.
+struct OfficialState {
+    std::time_t lastRun = 0;    ///< when they were last asked
+    bool wasFine = false;       ///< whether that worked
+    std::time_t notBefore = 0;  ///< "try again at"
+};
+
+/// What one run leaves to the next, in a file of the download folder.
+struct FetchState {
+    std::map<std::string, MirrorState> mirrors;  ///< by address
+    OfficialState official;
+};
+
+/// Reads what WriteState wrote into the open folder. Empty when there is nothing to be read, and
+/// what is damaged counts as nothing: at worst a file is asked for once more.
+FetchState ReadState(int folder);
+
+/// False when it could not be written; the file is then as it was.
+bool WriteState(int folder, const FetchState& state);
+
+}  // namespace fetch

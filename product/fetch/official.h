@@ -1,0 +1,29 @@
+#pragma once
+
+#include <ctime>
+#include <string>
+
+#include "product/fetch/fetch.h"
+#include "product/fetch/private_mirror.h"
+
+namespace fetch {
+
+/// What a download from the official mirrors works with; all of it outlives the call.
+struct OfficialJob {
+    const OfficialMirrors& mirrors;
+    const Proxy& proxy;
+    const Limits& limits;
+    Progress& progress;
+    const DownloadFolder& folder;
+    const CurrentSet& current;
+    std::time_t now;  ///< seconds since 1970
+};
+
+/// Brings what the official mirror at `address` has into the download folder, by libfreshclam in a
+/// process of its own: it changes the working directory, sleeps and cannot be cancelled otherwise.
+/// Asks not sooner than OfficialMirrors::leastPause after the last time, and not before the mirrors
+/// wish to be asked again; what that time brought holds till then.
+MirrorEnd FetchFromOfficial(const OfficialJob& job, const std::string& address,
+                            OfficialState& state);
+
+}  // namespace fetch
