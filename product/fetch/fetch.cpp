@@ -54,7 +54,7 @@ public:
                 (errno == EWOULDBLOCK ? "another update is running" : std::strerror(errno)));
         }
         m_state = ReadState(m_folder.Get());
-        const Outcome outcome = FetchFromAny();
+        Outcome outcome = FetchFromAny();
         if (!WriteState(m_folder.Get(), m_state)) {
             m_progress.Log(m_request.downloadDirectory +
                            ": the state cannot be written: " + std::strerror(errno));
