@@ -70,7 +70,8 @@ InstallResult Install(const Candidate& candidate, const InstallOptions& options,
     SetMaker maker(definitions, options, observer);
     InstallResult result = maker.Make(files);
     if (result.outcome == Outcome::kInstalled) {
-        result = PutIntoUse(definitions, observer);
+        result = observer.GoOn(InstallStep::kSwitching) ? PutIntoUse(definitions, observer)
+                                                        : Result(Outcome::kStopped, "stopped");
     }
     if (result.outcome != Outcome::kInstalled) {
         definitions.RemoveLeftovers();

@@ -11,9 +11,10 @@ namespace definitions {
 
 enum class InstallStep {
     kCopying,
-    kChecking,  ///< signatures of databases
-    kLoading,   ///< all of them once, to see that they can be
-    kBackup,    ///< the new definitions are in use by then
+    kChecking,   ///< signatures of databases
+    kLoading,    ///< all of them once, to see that they can be
+    kSwitching,  ///< asked once: after a true nothing stops the switch
+    kBackup,     ///< the new definitions are in use by then
 };
 
 /// Told what an installation does, on the thread that installs.
@@ -21,8 +22,8 @@ class InstallObserver {
 public:
     virtual ~InstallObserver() = default;
 
-    /// Asked again and again, at least four times a second; false stops the installation. From the
-    /// last such question before the switch on nothing can be stopped but the backup.
+    /// Asked again and again, at least four times a second; false stops the installation, or of
+    /// kBackup the backup alone.
     virtual bool GoOn(InstallStep step) = 0;
 
     /// A line for the log, without a newline.
