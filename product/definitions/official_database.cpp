@@ -56,7 +56,7 @@ const char* WordsFor(int status) {
         case kBadSignature:
             return "its signature is missing or wrong";
         case kNotThisDatabase:
-            return "what is signed in it belongs to another database";
+            return "what is signed in it belongs to another database, or is not whole";
         default:
             return "the library that checks it does not start";
     }

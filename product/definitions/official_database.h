@@ -28,9 +28,10 @@ struct DatabaseState {
 /// before, and to pass over what cannot be of use. None when they are no such head.
 std::optional<DatabaseState> ReadHead(int file);
 
-/// What the signed list in the database says, and whose it is: the database's own name is in there,
-/// so that one is not taken for another under a changed name. `file` is read from its start; none
-/// when there is no such list or it belongs to another database. The signature is not looked at.
+/// What the signed list in the database says. None without such a list, when it belongs to another
+/// database - its own name is in there, so that one is not taken for another under a changed name -
+/// and when not every file that it names is in the database as it was signed. The signature of the
+/// list is not looked at.
 std::optional<DatabaseState> ReadSignedState(int file, std::string_view stem);
 
 struct VerifiedDatabase {

@@ -92,7 +92,8 @@ TEST_F(InstallOfficial, TheSameAtTwoAgesUnderTwoEndingsIsTakenOnce) {
 TEST_F(InstallOfficial, OneOfAnotherNameIsNotTakenForAnother) {
     EXPECT_EQ(InstallFiles({{"main.cvd", m_six}}), Outcome::kNothingValid);
     EXPECT_EQ(m_listener.log,
-              "main.cvd is not used: what is signed in it belongs to another database\n");
+              "main.cvd is not used: what is signed in it belongs to another database, "
+              "or is not whole\n");
 }
 
 TEST_F(InstallOfficial, WhatIsNotBroughtStaysInUse) {

@@ -101,7 +101,9 @@ protected:
     // A change of what is packed, packed again: only the signed list can tell.
     std::string MutatedInside() {
         std::string archive = Unpacked(m_six.substr(kHead));
-        Flip(archive, Below(archive.size()));
+        // From the list on: the licence before it is nobody's signed word.
+        const std::size_t list = archive.find("test.info");
+        Flip(archive, list + Below(archive.size() - list));
         return m_six.substr(0, kHead) + archive;
     }
 
@@ -166,6 +168,31 @@ TEST_F(MutatedDatabase, OneWithASignatureInItsListIsInstalledAsItWasSignedOrNotA
     Report();
     EXPECT_GE(m_tried, 1000);
     EXPECT_GT(m_installed, 0) << "what nobody signed may differ";
+}
+
+// Each of them is sound, and the list is: only that one is missing.
+TEST_F(MutatedDatabase, AFileThatWasSignedIsNotLeftOut) {
+    const std::string archive = Unpacked(m_six.substr(kHead));
+    int left = 0;
+    for (std::size_t at = 0; archive[at] != '\0';) {
+        const std::string name = archive.substr(at, archive.find('\0', at) - at);
+        const std::size_t size = std::strtoul(archive.substr(at + 124, 11).c_str(), nullptr, 8);
+        const std::size_t whole = kHead + (size + kHead - 1) / kHead * kHead;
+        if (name.starts_with("test.") && name != "test.info") {
+            std::string changed = archive;
+            changed.erase(at, whole);
+            PutFiles({{"test.cld", m_six.substr(0, kHead) + changed}});
+            EXPECT_EQ(Install().outcome, Outcome::kNothingValid) << name;
+            // The library takes it for a file of no kind it knows.
+            changed = archive;
+            changed[at + name.size()] = ' ';
+            PutFiles({{"test.cld", m_six.substr(0, kHead) + changed}});
+            EXPECT_EQ(Install().outcome, Outcome::kNothingValid) << name << " and a blank";
+            ++left;
+        }
+        at += whole;
+    }
+    EXPECT_EQ(left, 18);
 }
 
 // A file that the list does not name, in front of it, right behind it and behind all others.
