@@ -51,7 +51,8 @@ Conversation::Clock::time_point Conversation::NextTurn() const {
     auto turn = m_toldAt + kTick;
     if (m_patienceEnd) {
         turn = std::min(turn, *m_patienceEnd);
-    } else if (m_rules.end) {
+    }
+    if (m_rules.end && !m_isAskedToStop) {
         turn = std::min(turn, *m_rules.end);
     }
     return turn;
@@ -102,6 +103,9 @@ void Conversation::Take(const Message& message) {
         case MessageKind::kStatus:
             m_listener.Status(message.number, message.text);
             m_toldAt = Clock::now();
+            if (m_isSwitching) {
+                m_patienceEnd = m_toldAt + kTimeToSwitch;
+            }
             return;
         case MessageKind::kLog:
             m_listener.Log(message.text);
@@ -129,12 +133,15 @@ void Conversation::BeatWhenDue() {
 }
 
 void Conversation::AskToStop(Ending reason) {
-    if (m_patienceEnd) {
+    if (m_isAskedToStop) {
         return;
     }
-    m_unsent.append(kStopLine).append("\n");
-    m_patienceEnd = Clock::now() + m_rules.timeToStop;
+    m_isAskedToStop = true;
     m_stopReason = reason;
+    m_unsent.append(kStopLine).append("\n");
+    if (!m_isSwitching) {
+        m_patienceEnd = Clock::now() + m_rules.timeToStop;
+    }
 }
 
 std::optional<Ending> Conversation::Ended() {
@@ -142,7 +149,7 @@ std::optional<Ending> Conversation::Ended() {
         return Ending::kResult;
     }
     if (m_reader.Now() != LineReader::State::kOpen) {
-        return m_patienceEnd && !m_isSwitching ? m_stopReason : Ending::kSilence;
+        return m_isAskedToStop && !m_isSwitching ? m_stopReason : Ending::kSilence;
     }
     if (m_patienceEnd && Clock::now() >= *m_patienceEnd) {
         return m_isSwitching ? Ending::kSilence : m_stopReason;

@@ -58,8 +58,8 @@ public:
 
     /// How often the listener is told when nothing happens.
     static constexpr std::chrono::milliseconds kTick{75};
-    /// How long a switch to a new set may take, which nothing interrupts.
-    static constexpr std::chrono::seconds kTimeToSwitch{60};
+    /// How long a run that switches to a new set, which nothing interrupts, may say nothing.
+    static constexpr std::chrono::seconds kTimeToSwitch{15};
 
     /// `socket` is connected.
     Conversation(FileDescriptor socket, ConversationListener& listener);
@@ -91,8 +91,9 @@ private:
     std::string m_unsent;
     Clock::time_point m_toldAt;
     bool m_isSwitching = false;
+    bool m_isAskedToStop = false;
     std::optional<int> m_result;
-    std::optional<Clock::time_point> m_patienceEnd;  // after a wish to stop
+    std::optional<Clock::time_point> m_patienceEnd;  // after a wish to stop, or while switching
     Ending m_stopReason = Ending::kStopped;
 };
 

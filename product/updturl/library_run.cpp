@@ -15,8 +15,10 @@
 namespace updturl {
 namespace {
 
-/// A run from a folder can neither be watched nor stopped: it has to be over within two minutes.
-constexpr std::chrono::seconds kTimeForIndex{115};
+/// A run from a folder can neither be watched nor stopped: it has to be over within two minutes, a
+/// switch that has begun by then included.
+constexpr std::chrono::seconds kTimeForIndex{100};
+static_assert(kTimeForIndex + Conversation::kTimeToSwitch < std::chrono::seconds(120));
 
 ConversationRules RulesOf(Source source) {
     ConversationRules rules;
