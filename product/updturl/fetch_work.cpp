@@ -1,0 +1,156 @@
+#include "product/updturl/fetch_work.h"
+
+#include <chrono>
+#include <csignal>
+#include <string>
+#include <string_view>
+#include <sys/prctl.h>
+#include <unistd.h>
+#include <utility>
+
+#include "product/definitions/definition_folder.h"
+#include "product/fetch/address.h"
+#include "product/fetch/connection_test.h"
+#include "product/fetch/fetch.h"
+#include "product/updturl/account.h"
+#include "product/updturl/confinement.h"
+#include "product/updturl/message.h"
+#include "product/updturl/percent_text.h"
+#include "product/updturl/service_connection.h"
+
+namespace updturl {
+namespace {
+
+class FetchListener : public fetch::Listener {
+public:
+    explicit FetchListener(Asker& asker) : m_asker(asker) {}
+
+    void Status(std::uint16_t status, std::string_view name) override {
+        m_asker.Status(status, name);
+        m_asker.Beat();
+    }
+    void Log(std::string_view text) override { m_asker.Log(text); }
+    bool IsStopping() override {
+        m_asker.Beat();
+        return m_asker.IsStopping();
+    }
+
+private:
+    Asker& m_asker;
+};
+
+/// Becomes the user that downloads, where root started this and there is one, and ends with who
+/// started it. What was done, in words; empty when the rights are still there.
+std::string GiveUpRights() {
+    std::string who = "as the user of the update";
+    if (::geteuid() == 0) {
+        if (const auto account = AccountOf(kFetchUser)) {
+            if (!Become(*account)) {
+                return {};
+            }
+            who = std::string("as ") + kFetchUser;
+        }
+    }
+    // After the change of user, which takes it back.
+    (void)::prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
+    return who;
+}
+
+fetch::Request WhatToFetch(const Request& request) {
+    fetch::Request wanted;
+    wanted.hasAddresses = request.addresses.has_value();
+    wanted.addresses = request.addresses.value_or(std::vector<std::string>());
+    wanted.fromAdministrator = request.isFromAdministrator;
+    wanted.proxy = {.server = request.proxy.server,
+                    .port = request.proxy.port,
+                    .user = request.proxy.user,
+                    .password = request.proxy.password};
+    wanted.productDirectory = request.applicationDirectory;
+    wanted.downloadDirectory = request.downloadDirectory;
+    wanted.currentSet =
+        request.applicationDirectory + definitions::kFolderName + "/" + definitions::kCurrentLink;
+    return wanted;
+}
+
+/// Ends a test of many addresses when one of one address would end.
+class TestListener : public FetchListener {
+public:
+    using FetchListener::FetchListener;
+
+    bool IsStopping() override { return Clock::now() >= m_end || FetchListener::IsStopping(); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point m_end = Clock::now() + std::chrono::seconds(10);
+};
+
+/// Of the first address that answers, or why the first one does not.
+fetch::ConnectionResult TestAddresses(const fetch::Request& wanted, Asker& asker) {
+    TestListener listener(asker);
+    fetch::ConnectionResult first;
+    first.words = "there are no addresses";
+    bool isFirst = true;
+    for (const std::string& address :
+         fetch::AddressesToTry(wanted.addresses, wanted.fromAdministrator)) {
+        const auto result = fetch::TestConnection(wanted.proxy, address, wanted.official, listener);
+        if (result.connection == fetch::Connection::kOk) {
+            return result;
+        }
+        if (std::exchange(isFirst, false)) {
+            first = result;
+        }
+        if (listener.IsStopping()) {
+            break;
+        }
+    }
+    return first;
+}
+
+std::string TestLine(const fetch::ConnectionResult& result) {
+    std::string line = "test ";
+    line += fetch::NameOf(result.connection);
+    if (result.connection == fetch::Connection::kFailed) {
+        line += " " + PercentEncodedWithin(result.words, kLongestLine - line.size() - 2);
+    }
+    return line + "\n";
+}
+
+}  // namespace
+
+int RunFetch(Asker& asker) {
+    const std::string who = GiveUpRights();
+    Request request;
+    std::string why = "the rights of root cannot be given up";
+    if (who.empty() || !asker.ReadRequest(request, why)) {
+        asker.Log(why);
+        asker.Result(kUpdaterFailed);
+        return 1;
+    }
+    const std::string confined = Confine(
+        {.readable = {request.applicationDirectory}, .writable = {request.downloadDirectory}});
+    asker.Log("downloading " + who + ", " + confined);
+    FetchListener listener(asker);
+    const fetch::Outcome outcome = fetch::Fetch(WhatToFetch(request), listener);
+    if (outcome.result == kUpdaterUpdated) {
+        asker.Candidate(outcome.candidate);
+    }
+    asker.Result(outcome.result);
+    return outcome.result == kUpdaterFailed ? 1 : 0;
+}
+
+int RunTest(Asker& asker) {
+    Request request;
+    std::string why = "the rights of root cannot be given up";
+    fetch::ConnectionResult result;
+    if (GiveUpRights().empty() || !asker.ReadRequest(request, why)) {
+        result.connection = fetch::Connection::kFailed;
+        result.words = why;
+    } else {
+        Confine({.readable = {request.applicationDirectory}, .writable = {}});
+        result = TestAddresses(WhatToFetch(request), asker);
+    }
+    asker.Say(TestLine(result));
+    return result.connection == fetch::Connection::kOk ? 0 : 1;
+}
+
+}  // namespace updturl

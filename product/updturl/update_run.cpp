@@ -1,0 +1,181 @@
+#include "product/updturl/update_run.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <unistd.h>
+
+#include "product/definitions/definition_folder.h"
+#include "product/definitions/install.h"
+#include "product/definitions/update_lock.h"
+#include "product/updturl/account.h"
+#include "product/updturl/fetch_stage.h"
+#include "product/updturl/last_update.h"
+#include "product/updturl/message.h"
+#include "product/updturl/service_connection.h"
+
+namespace updturl {
+namespace {
+
+/// How an update ended: an UpdaterResult, and why in words.
+struct Ended {
+    int result = kUpdaterFailed;
+    std::string why;
+};
+
+/// Tells the asker what an installation does.
+class InstallListener : public definitions::InstallObserver {
+public:
+    explicit InstallListener(Asker& asker) : m_asker(asker) {}
+
+    bool GoOn(definitions::InstallStep step) override {
+        m_asker.Status(kUpdateInstalling);
+        m_asker.Beat();
+        if (m_asker.IsStopping()) {
+            return false;
+        }
+        if (step == definitions::InstallStep::kSwitching) {
+            HoldSignals();
+            m_asker.Switching();
+        }
+        return true;
+    }
+
+    void Log(const std::string& line) override { m_asker.Log(line); }
+
+private:
+    // The sets are safe without this. It lets the result be told that the switch has.
+    static void HoldSignals() {
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+            (void)std::signal(signal, SIG_IGN);
+        }
+    }
+
+    Asker& m_asker;
+};
+
+/// Root's rights are for starting the other stage; definitions belong to their own user.
+bool DropRights() {
+    if (::geteuid() != 0) {
+        return true;
+    }
+    const auto account = AccountOf(kServiceUser);
+    return !account || Become(*account);
+}
+
+Ended EndedBy(const definitions::InstallResult& installed, Source source) {
+    const bool isFolder = source == Source::kIndex;
+    switch (installed.outcome) {
+        case definitions::Outcome::kInstalled:
+            return {kUpdaterUpdated, "the definitions were updated"};
+        case definitions::Outcome::kUpToDate:
+            return {kUpdaterUpToDate, "the definitions are up to date"};
+        case definitions::Outcome::kNothingValid:
+        case definitions::Outcome::kRefused:
+            // Of UpdateFromIndex 3 says that the folder holds no valid definition files.
+            return {isFolder ? kUpdaterInterrupted : kUpdaterFailed,
+                    "the definitions are refused: " + installed.why};
+        case definitions::Outcome::kStopped:
+            return {isFolder ? kUpdaterFailed : kUpdaterInterrupted, "the update was stopped"};
+        case definitions::Outcome::kLocked:
+        case definitions::Outcome::kFailed:
+            break;
+    }
+    return {kUpdaterFailed, "the definitions cannot be installed: " + installed.why};
+}
+
+Ended Install(const Request& request, const std::string& candidate, Asker& asker) {
+    asker.Status(kUpdateInstalling);
+    InstallListener listener(asker);
+    definitions::InstallOptions options;
+    options.productDirectory = request.applicationDirectory;
+    options.backupFolder = request.backupFolder;
+    const auto installed = definitions::Install({candidate}, options, listener);
+    if (installed.outcome == definitions::Outcome::kRefused) {
+        asker.Status(kUpdateProcessingFailed);
+    }
+    return EndedBy(installed, request.source);
+}
+
+Ended UpdateFromSite(const Request& request, FetchStage& stage, Asker& asker) {
+    if (!request.addresses) {
+        return {kUpdaterFailed, "the list of update servers cannot be read"};
+    }
+    asker.Status(kUpdateConnecting);
+    const Fetched fetched = stage.Run(request, asker);
+    switch (fetched.result) {
+        case kUpdaterUpdated:
+            return Install(request, fetched.candidate, asker);
+        case kUpdaterUpToDate:
+            return {kUpdaterUpToDate, "the definitions are up to date"};
+        case kUpdaterInterrupted:
+            return {kUpdaterInterrupted, "the update was stopped"};
+        case kUpdaterInvalidFiles:
+            return {kUpdaterInvalidFiles, "the definitions are refused"};
+        default:
+            return {kUpdaterFailed, "no update server had anything that can be used"};
+    }
+}
+
+Ended UpdateFromFolder(const Request& request, Asker& asker) {
+    const auto candidate = definitions::CandidateFromFolder(request.folder);
+    if (!candidate) {
+        return {kUpdaterInterrupted, "there are no definition files in " + request.folder};
+    }
+    return Install(request, candidate->path, asker);
+}
+
+Ended UpdateLocked(const Request& request, FetchStage& stage, Asker& asker, int folder) {
+    const definitions::UpdateLock lock(folder);
+    if (lock.Error() != 0) {
+        return {kUpdaterFailed, std::string("the lock of the definitions cannot be used: ") +
+                                    std::strerror(lock.Error())};
+    }
+    if (!lock.IsHeld()) {
+        return {kUpdaterFailed,
+                "another update is running, process " + std::to_string(lock.Holder())};
+    }
+    Ended ended = request.source == Source::kIndex ? UpdateFromFolder(request, asker)
+                                                   : UpdateFromSite(request, stage, asker);
+    const LastUpdate record{.time = std::time(nullptr), .result = ended.result, .text = ended.why};
+    if (!WriteLastUpdate(folder, record)) {
+        asker.Log(std::string("the time of the update cannot be written down: ") +
+                  std::strerror(errno));
+    }
+    return ended;
+}
+
+Ended Update(const Request& request, FetchStage& stage, Asker& asker) {
+    if (!DropRights()) {
+        return {kUpdaterFailed, "the rights of root cannot be given up"};
+    }
+    const auto folder = definitions::DefinitionFolder::Open(request.applicationDirectory);
+    if (!folder) {
+        return {kUpdaterFailed, std::string("the folder of the definitions cannot be opened: ") +
+                                    std::strerror(errno)};
+    }
+    return UpdateLocked(request, stage, asker, folder.Get());
+}
+
+}  // namespace
+
+int RunUpdate(Asker& asker, const std::string& program) {
+    Request request;
+    Ended ended;
+    FetchStage stage;
+    std::string why;
+    if (!asker.ReadRequest(request, why)) {
+        ended.why = why;
+    } else if (request.source == Source::kSite && !stage.Start(program, why)) {
+        ended.why = "the process that downloads cannot be started: " + why;
+    } else {
+        ended = Update(request, stage, asker);
+    }
+    asker.Log(ended.why);
+    asker.Result(ended.result);
+    stage.End();
+    return ended.result == kUpdaterFailed ? 1 : 0;
+}
+
+}  // namespace updturl
