@@ -26,6 +26,8 @@ for word in "\$@"; do
 done
 [[ -e /usr/lib/Corvane ]] || words+=(, all gone)
 echo "\${words[*]}" | sed 's/ ,/,/' >>"$scratch/systemctl.log"
+# The other units are not what is tried out here.
+[[ \${words[1]:-} == $unit ]] || exit 1
 case \${words[0]} in
     is-enabled) if [[ -L $wanted ]]; then echo enabled; else echo disabled; exit 1; fi ;;
     is-active) mountpoint -q $space ;;
@@ -100,6 +102,7 @@ Leave
 
 # Without systemd it is a folder like any other.
 rm -r /run/systemd/system
+NoServices
 Must "it installs without systemd" Dpkg --install "$package"
 Expect "an ordinary folder" no "$(Mounted)"
 Must "somebody settles in the folder" Settle

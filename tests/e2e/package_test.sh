@@ -15,7 +15,7 @@ ControlField() {
 }
 
 # Depends on what its libraries come from; the dependencies are on this machine, as it was built here.
-for library in libclamav libqt6widgets6 libsqlite3 libcrypt1; do
+for library in libclamav libqt6widgets6 libsqlite3 libcrypt1 libsystemd0 adduser; do
     Expect "it depends on $library" 1 "$(ControlField Depends | tr ',' '\n' | grep -c "^ *$library")"
 done
 Expect "all of it belongs to root" "root/root" \
@@ -24,13 +24,18 @@ Expect "only the owner may write what it brings" "" \
     "$(dpkg-deb --contents "$package" | grep -v '^l' | cut -c 1-10 | grep -E '^.{5}w|^.{8}w')"
 
 Modes() {
-    (cd "$kProductDir" && stat -c '%a %U %n' zqscn.opt zqupdate.opt main.rpt updt.rpt scanver.cnf \
-        section.ini reports tmp reports/VirMain.dat reports/VirRcONE.dat reports/RecOffset.dat settings.db)
+    (cd "$kProductDir" && stat -c '%a %U %n' zqscn.opt zqupdate.opt zqinet.opt updlink.dat admnlink.dat \
+        updt.lck main.rpt updt.rpt scanver.cnf section.ini reports tmp reports/VirMain.dat reports/VirRcONE.dat \
+        reports/RecOffset.dat settings.db download defs updturl.keys updturl.keys/README scansts.so)
 }
 
 Must "it installs" Dpkg --install "$package"
 Expect "modes and owners" "666 root zqscn.opt
-666 root zqupdate.opt
+666 corvane zqupdate.opt
+666 root zqinet.opt
+644 root updlink.dat
+644 corvane admnlink.dat
+666 root updt.lck
 666 root main.rpt
 666 root updt.rpt
 644 root scanver.cnf
@@ -40,9 +45,18 @@ Expect "modes and owners" "666 root zqscn.opt
 666 root reports/VirMain.dat
 666 root reports/VirRcONE.dat
 666 root reports/RecOffset.dat
-644 root settings.db" "$(Modes)"
+644 root settings.db
+2750 corvane-fetch download
+755 corvane defs
+755 root updturl.keys
+644 root updturl.keys/README
+644 root scansts.so" "$(Modes)"
+Expect "the updater reads what was downloaded" corvane "$(stat -c %G "$kProductDir/download")"
 Expect "scanner settings" 01000b "$(Bytes "$kProductDir/zqscn.opt")"
-Expect "update options" "0900000001000000$(printf '%01024d' 0)" "$(Bytes "$kProductDir/zqupdate.opt")"
+Expect "update options" "0300000001000000$(printf '%01024d' 0)" "$(Bytes "$kProductDir/zqupdate.opt")"
+Expect "no proxy" "$(printf '%01576d' 0)" "$(Bytes "$kProductDir/zqinet.opt")"
+Expect "the official mirror" "00000000010000000000$(printf '%s' 43a3a3839bd17979230ba30b130b9b2b711b630b6b0bb371732ba3)" \
+    "$(Bytes "$kProductDir/updlink.dat" 0 37)"
 Expect "the scan index" 5a5152460000000000000000 "$(Bytes "$kProductDir/main.rpt")"
 Expect "the update index" 5a5152460000000000000000 "$(Bytes "$kProductDir/updt.rpt")"
 Expect "the version of the database" ea070b00ea070b00060015000000000000000000 "$(Bytes "$kProductDir/scanver.cnf")"
