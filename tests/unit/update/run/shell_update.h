@@ -10,7 +10,7 @@
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "tests/fakes/updturl/fake_updater.h"
-#include "tests/unit/update/product_fixture.h"
+#include "tests/unit/update/files/product_fixture.h"
 #include "update/run/update_callback.h"
 #include "update/run/update_run.h"
 
