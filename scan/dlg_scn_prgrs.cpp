@@ -87,7 +87,7 @@ void dlgScnPrgrs::init() {
 }
 
 void dlgScnPrgrs::destroy() {
-    if (m_thread != nullptr && m_running) {
+    if (m_thread != nullptr) {
         EndThread();
     }
     m_thread.reset();
@@ -119,10 +119,15 @@ int dlgScnPrgrs::myexec() {
     m_thread = std::make_unique<ScanThrd>(Run());
     m_running = true;
     m_thread->start();
-    const int result = exec();
-    // The caller frees the paths and the report next.
-    WaitForScan();
-    return result;
+    try {
+        const int result = exec();
+        // The caller frees the paths and the report next.
+        WaitForScan();
+        return result;
+    } catch (...) {
+        EndThread();  // it may tell this dialog something until then, which cannot go away before
+        throw;
+    }
 }
 
 void dlgScnPrgrs::WaitForScan() {
@@ -134,13 +139,14 @@ void dlgScnPrgrs::WaitForScan() {
         m_waitLoop = nullptr;
         QApplication::restoreOverrideCursor();
     }
-    if (m_running) {
-        EndThread();  // the program is quitting, which no event loop outlasts
-    }
-    m_thread->Join();
+    EndThread();  // the scan is over, or the program is quitting, which no event loop outlasts
 }
 
 void dlgScnPrgrs::EndThread() {
+    if (!m_running) {
+        m_thread->Join();  // it has nothing left to tell
+        return;
+    }
     if (m_thread->isRunning()) {
         // Nobody wants to wait now for the virus log that a dead process keeps locked; while a stop
         // is only asked for, the record of what was done still matters.
