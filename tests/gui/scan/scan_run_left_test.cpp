@@ -6,6 +6,8 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <thread>
+#include <unistd.h>
 
 #include <QTest>
 
@@ -45,6 +47,13 @@ protected:
     }
 };
 
+// Starts what comes with the first thread of a program: the thread sanitizer has one of its own.
+void HaveHadAThread() {
+    std::filesystem::path first;
+    std::thread([&first] { first = "/proc/self/task/" + std::to_string(::gettid()); }).join();
+    EXPECT_TRUE(QTest::qWaitFor([&first] { return !std::filesystem::exists(first); }, 60000));
+}
+
 auto ThreadsOfThisProcess() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
 }
@@ -52,6 +61,7 @@ auto ThreadsOfThisProcess() {
 TEST_F(LeftScan, WhatAnEndedThreadHasToldIsWrittenDown) {
     WriteFile(m_top + "/f", "x");
     AddPath(m_top);
+    HaveHadAThread();
     const auto before = ThreadsOfThisProcess();
     // Sleeping, for its events to stay where they are.
     RunAndLeave("", [before] {
