@@ -3,8 +3,9 @@
 // These libraries are not built with the sanitizer and lock in ways that it cannot see, so what
 // they allocate, free and wait on looks unordered to it. Traced: the tasks of a thread pool
 // (QRunnable::create() and QThreadPoolPrivate::enqueueTask() in one thread, freed in another),
-// QWaitCondition, QArrayData, what the drawing library hands its own pool, and the blocks that
-// GLib, below Qt's event loops, keeps for a thread and takes back at its end.
+// QWaitCondition, QArrayData, what the drawing library hands its own pool, the events that
+// Qt's reader of the X connection queues, the blocks that GLib, below Qt's event loops, keeps for a
+// thread and takes back at its end, and the messages of Qt's thread for the bus.
 //
 // They are not passed over by the names of these functions: the one that frees has none in any, and
 // "race:" with the name of a library would pass over every report that has the event loop in its
@@ -17,5 +18,7 @@
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
     return "called_from_lib:libQt6Core.so.6\n"
            "called_from_lib:libQt6Gui.so.6\n"
-           "called_from_lib:libglib-2.0.so.0\n";
+           "called_from_lib:libQt6XcbQpa.so.6\n"
+           "called_from_lib:libglib-2.0.so.0\n"
+           "called_from_lib:libdbus-1.so.3\n";
 }
