@@ -11,6 +11,9 @@ namespace {
 // The longest line that is looked at; what comes after it is dropped.
 constexpr qsizetype kLongestAnswer = 4096;
 
+// As much of a reason in the program's own words as is shown.
+constexpr qsizetype kLongestReason = 160;
+
 }  // namespace
 
 ConnectionTest::ConnectionTest(QObject* parent, std::chrono::milliseconds limit) : QObject(parent) {
@@ -96,5 +99,5 @@ QString ConnectionTest::Words(QByteArray answer) {
     if (answer.startsWith(kFailed)) {
         answer = QByteArray::fromPercentEncoding(answer.mid(kFailed.size()));
     }
-    return tr("The test failed: %1").arg(DisplayName(answer.toStdString()));
+    return tr("The test failed: %1").arg(DisplayName(answer.toStdString()).left(kLongestReason));
 }

@@ -34,6 +34,8 @@ protected:
 
 TEST_F(Connection, EveryAnswerIsSaidInWords) {
     Open();
+    const std::string longReason = "test failed " + std::string(3000, 'x');
+    const std::string longWords = "The test failed: " + std::string(160, 'x');
     const std::pair<const char*, const char*> kAnswers[] = {
         {"test ok", "The connection works."},
         {"test name-not-found", "The name of the server was not found."},
@@ -45,6 +47,7 @@ TEST_F(Connection, EveryAnswerIsSaidInWords) {
         {"test failed disk full 100%25", "The test failed: disk full 100%"},
         {"test failed <b>%E2%80%AE%FF", "The test failed: <b>\\u202E\\xFF"},
         {"nonsense", "The test failed: nonsense"},
+        {longReason.c_str(), longWords.c_str()},
         {"", "The test failed: "},
     };
     for (const auto& [answer, words] : kAnswers) {

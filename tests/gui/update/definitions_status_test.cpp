@@ -2,8 +2,8 @@
 
 #include "update/definitions_status.h"
 
-#include <fcntl.h>
 #include <filesystem>
+#include <gtest/gtest.h>
 
 #include "common/run_state.h"
 #include "common/text_field.h"

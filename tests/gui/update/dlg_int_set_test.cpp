@@ -1,5 +1,7 @@
 // The internet settings: what is shown, what can be entered, and what belongs to what.
 
+#include <gmock/gmock.h>
+
 #include <QApplication>
 #include <QIntValidator>
 

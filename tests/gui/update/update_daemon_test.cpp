@@ -1,6 +1,7 @@
 #include "update/update_daemon.h"
 
 #include <filesystem>
+#include <gtest/gtest.h>
 
 #include "tests/support/scratch.h"
 
