@@ -194,6 +194,7 @@ TEST_F(IntSet, AFileDeletedMeanwhileIsMadeAgain) {
 }
 
 TEST_F(IntSet, SavingRenewsTheIdentifierUnlessItIsToStay) {
+    const ModalDriver user;  // nothing is asked
     for (const auto& [exclusion, identifier] :
          {std::pair("0", "0"), std::pair("1", "identifier")}) {
         WriteFile(kIdentifierFile, "identifier");
