@@ -66,12 +66,17 @@ std::chrono::seconds RetryAfter(std::string_view text) {
     return std::chrono::seconds(std::min(static_cast<std::uint64_t>(moment - now), kLongest));
 }
 
-bool IsProxyAuthentication(CURL* easy, CURLcode code, long status) {
+bool IsProxyAuthentication(CURL* easy, CURLcode code, long status, bool hasProxyUser) {
     long connectStatus = 0;
     long proxyError = 0;
     curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &connectStatus);
     curl_easy_getinfo(easy, CURLINFO_PROXY_ERROR, &proxyError);
     constexpr long kAuthenticate = 407;
+    // Some proxies answer a wrong password as if they were the server.
+    constexpr long kUnauthorized = 401;
+    if (hasProxyUser && (status == kUnauthorized || connectStatus == kUnauthorized)) {
+        return true;
+    }
     // What a SOCKS proxy says to a wrong password, to none, and by leaving without a word.
     const bool isRefusedBySocks =
         code == CURLE_PROXY && (proxyError == CURLPX_USER_REJECTED ||
@@ -323,7 +328,7 @@ HttpAnswer HttpClient::AnswerOf(const Transfer& transfer) {
     if (transfer.isStopped) {
         answer.end = HttpEnd::kStopped;
         answer.words = "stopped";
-    } else if (IsProxyAuthentication(easy, transfer.code, answer.status)) {
+    } else if (IsProxyAuthentication(easy, transfer.code, answer.status, !m_proxy.user.empty())) {
         answer.end = HttpEnd::kProxyAuthentication;
         answer.words = "the proxy asks for another user or password";
     } else if (transfer.isUnwanted) {

@@ -1,0 +1,75 @@
+#include <filesystem>
+
+#include "tests/unit/product/fetch/fetch_fixture.h"
+#include "tests/unit/product/fetch/tls_fixture.h"
+
+namespace {
+
+using testing::IsEmpty;
+
+class TlsTest : public FetchTest {
+protected:
+    static void SetUpTestSuite() {
+        s_certificates = std::make_unique<Certificates>();
+        s_isMade = s_certificates->Make();
+    }
+    static void TearDownTestSuite() { s_certificates.reset(); }
+    void SetUp() override {
+        if (!s_isMade) {
+            GTEST_SKIP() << "certificates are trusted only by root in a private root";
+        }
+    }
+
+    static std::unique_ptr<Certificates> s_certificates;
+    static bool s_isMade;
+};
+
+std::unique_ptr<Certificates> TlsTest::s_certificates;
+bool TlsTest::s_isMade = false;
+
+TEST_F(TlsTest, AMirrorWithATrustedCertificateIsUsed) {
+    const MirrorServer secure(s_certificates->Pem("good"));
+    WriteMirror(secure.Root(), m_contents);
+    EXPECT_EQ(FetchFrom({secure.Address("https", "localhost")}).result, kUpdaterUpdated)
+        << testing::PrintToString(m_listener.log);
+}
+
+TEST_F(TlsTest, ACertificateOfAnUnknownAuthorityIsNot) {
+    const MirrorServer secure(s_certificates->Pem("unknown"));
+    WriteMirror(secure.Root(), m_contents);
+    EXPECT_EQ(FetchFrom({secure.Address("https", "localhost")}).result, kUpdaterFailed);
+    EXPECT_THAT(secure.Requests(), IsEmpty());
+    EXPECT_TRUE(m_listener.HasLogged("SSL certificate problem"));
+}
+
+TEST_F(TlsTest, ACertificateOfAnotherHostIsNot) {
+    const MirrorServer secure(s_certificates->Pem("othername"));
+    WriteMirror(secure.Root(), m_contents);
+    EXPECT_EQ(FetchFrom({secure.Address("https", "localhost")}).result, kUpdaterFailed);
+    EXPECT_THAT(secure.Requests(), IsEmpty());
+}
+
+TEST_F(TlsTest, RedirectsToAnotherHostByHttpsAreFollowed) {
+    const MirrorServer secure(s_certificates->Pem("good"));
+    WriteMirror(secure.Root(), m_contents);
+    std::map<std::string, std::string> script;
+    for (const std::string& path :
+         {std::string("/index.json"), std::string("/index.json.minisig"), PathOf(0), PathOf(1)}) {
+        script[path] =
+            R"({"do": "redirect", "to": ")" + secure.Address("https", "localhost") + path + "\"}";
+    }
+    m_server.Script(script);
+    EXPECT_EQ(Fetch().result, kUpdaterUpdated);
+    EXPECT_EQ(secure.CountOf(PathOf(0)), 1U);
+}
+
+TEST_F(TlsTest, RedirectsBackToHttpAreNot) {
+    const MirrorServer secure(s_certificates->Pem("good"));
+    secure.Script({{"/index.json", R"({"do": "redirect", "to": ")" +
+                                       m_server.Address("http", "localhost") + "/index.json\"}"}});
+    EXPECT_EQ(FetchFrom({secure.Address("https", "localhost")}).result, kUpdaterFailed);
+    EXPECT_THAT(m_server.Requests(), IsEmpty());
+    EXPECT_TRUE(m_listener.HasLogged("a place that is not allowed"));
+}
+
+}  // namespace
