@@ -1,5 +1,6 @@
 #include "product/signed_index/minisign_text.h"
 
+#include <algorithm>
 #include <sodium/utils.h>
 
 namespace signed_index {
@@ -20,7 +21,12 @@ std::optional<std::string_view> TakeLine(std::string_view& text) {
 bool DecodeBase64(std::string_view text, std::span<unsigned char> bytes) {
     std::size_t length = 0;
     const char* end = nullptr;
-    return sodium_base642bin(bytes.data(), bytes.size(), text.data(), text.size(), nullptr, &length,
+    // libsodium takes some bytes above ASCII for digits.
+    const bool isAscii = std::all_of(text.begin(), text.end(), [](char character) {
+        return character > ' ' && character <= '~';
+    });
+    return isAscii &&
+           sodium_base642bin(bytes.data(), bytes.size(), text.data(), text.size(), nullptr, &length,
                              &end, sodium_base64_VARIANT_ORIGINAL) == 0 &&
            length == bytes.size() && end == text.data() + text.size();
 }

@@ -150,7 +150,8 @@ TEST(SignatureFile, IsRefusedWhenItIsMissingTooLargeOrMalformed) {
           good.substr(0, good.rfind("uJdf")), Replaced(good, "untrusted", "x"),
           Replaced(good, "\ntrusted comment: ", "\ntrusted comment:"),
           Replaced(good, "RUTK", "RUT"), Replaced(good, "RUTK", "RUT-"),
-          Replaced(good, "uJdf", "uJd_"), Replaced(good, "Cw==", "Cw=")}) {
+          Replaced(good, "uJdf", "uJd_"), Replaced(good, "hyZc2iSu", "hyZc2\xB5Su"),
+          Replaced(good, "Cw==", "Cw=")}) {
         EXPECT_EQ(Verify(kSignedText, text), Refusal::kSignatureMalformed) << text;
     }
 }
