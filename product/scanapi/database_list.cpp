@@ -10,6 +10,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <tuple>
+#include <unistd.h>
 
 #include "common/io.h"
 #include "common/regular_file.h"
@@ -90,12 +91,13 @@ bool ReadHead(Database& database) {
     return true;
 }
 
-void ListFolder(const std::string& folder, DatabaseList& list) {
+using NewestByStem = std::map<std::string, Database, std::less<>>;
+
+void ListFolder(const std::string& folder, DatabaseList& list, NewestByStem& containers) {
     const std::unique_ptr<DIR, DirectoryCloser> directory(opendir(folder.c_str()));
     if (directory == nullptr) {
         return;
     }
-    std::map<std::string, Database, std::less<>> containers;
     while (const dirent* entry = readdir(directory.get())) {
         Database database{folder + '/' + entry->d_name, 0, 0};
         if (!IsDatabaseName(database.path)) {
@@ -112,9 +114,6 @@ void ListFolder(const std::string& folder, DatabaseList& list) {
                 newest = std::move(database);
             }
         }
-    }
-    for (auto& [stem, database] : containers) {
-        list.usable.push_back(std::move(database));
     }
 }
 
@@ -134,10 +133,28 @@ bool DatabaseList::HasSignatures() const {
     });
 }
 
+std::string CurrentSet(const std::string& engineDirectory) {
+    const std::string link = engineDirectory + kDefinitionFolder + '/' + kCurrentSetLink;
+    std::array<char, 256> target{};
+    const ssize_t size = readlink(link.c_str(), target.data(), target.size());
+    const std::string_view name(target.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    const bool isInside = name.find('/') == std::string_view::npos && !name.starts_with('.');
+    return isInside ? std::string(name) : std::string();
+}
+
 DatabaseList FindDatabases(const std::string& engineDirectory) {
     DatabaseList list;
-    ListFolder(engineDirectory + "defs", list);
-    ListFolder(kSystemDatabaseDirectory, list);
+    NewestByStem containers;
+    const std::string folder = engineDirectory + kDefinitionFolder;
+    ListFolder(folder, list, containers);
+    // By the name of the set: through the link one listing could be of two sets.
+    if (const std::string set = CurrentSet(engineDirectory); !set.empty()) {
+        ListFolder(folder + '/' + set, list, containers);
+    }
+    ListFolder(kSystemDatabaseDirectory, list, containers);
+    for (auto& [stem, database] : containers) {
+        list.usable.push_back(std::move(database));
+    }
     std::sort(list.usable.begin(), list.usable.end(),
               [](const Database& left, const Database& right) {
                   return std::tuple(RankOf(left), std::string_view(left.path)) <

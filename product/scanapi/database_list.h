@@ -24,8 +24,18 @@ struct DatabaseList {
     [[nodiscard]] bool HasSignatures() const;
 };
 
-/// Looks at the databases in `engineDirectory` + "defs/" and in the system's own directory. Reads
-/// the head of each, so it is quick however large they are; damage further in shows at loading.
+/// The folder of definitions in the engine directory, and the link in it to the set in use.
+inline constexpr char kDefinitionFolder[] = "defs";
+inline constexpr char kCurrentSetLink[] = "current";
+
+/// The name of the set that is in use, "set-7"; empty without one. A link that leads out of the
+/// folder is none.
+std::string CurrentSet(const std::string& engineDirectory);
+
+/// Looks at the databases in `engineDirectory` + "defs/", in the set that is in use there, and in
+/// the system's own directory; one that lies there at several ages counts once, with the newest.
+/// Reads the head of each, so it is quick however large they are; damage further in shows at
+/// loading.
 DatabaseList FindDatabases(const std::string& engineDirectory);
 
 }  // namespace scanapi

@@ -58,27 +58,26 @@ Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> database
                std::unique_ptr<ScratchDirectory> scratch)
     : m_engineDirectory(FieldText(options.engineDirectory)),
       m_scratch(std::move(scratch)),
-      m_loader(std::make_shared<DatabaseLoader>(std::move(databases), m_scratch->Path())),
-      m_profile(ProfileFromOptions(options)) {
-    m_loader->Start();
-}
+      m_databases(std::make_unique<DatabasesInUse>(m_engineDirectory, std::move(databases),
+                                                   m_scratch->Path())),
+      m_profile(ProfileFromOptions(options)) {}
 
 void Engine::Close() {
     m_closing = true;
-    m_loader->Cancel();
+    m_databases->Cancel();
     const std::lock_guard scanning(m_scanMutex);
     for (const auto& worker : m_workers) {
         worker->End();
     }
     m_workers.clear();
-    m_loader->Stop();
+    m_databases->Stop();
     m_scratch.reset();
     const std::lock_guard lock(m_stateMutex);
     m_files.clear();
 }
 
 tagZQVERINFO Engine::Version() const {
-    return ReadVersion(m_engineDirectory, m_loader->Databases());
+    return ReadVersion(m_engineDirectory, m_databases->Newest());
 }
 
 void Engine::SetCallback(PFNZQCALLBACK callback) {
@@ -94,7 +93,7 @@ void Engine::SetOptions(const tagSCANAPI_OPTIONS& options) {
 int Engine::OpenFile(const char* name, std::uint64_t& handle) {
     // Most of the wait for the databases; the rest is waited for in the scan of the file, where the
     // program can be asked whether to stop.
-    m_loader->WaitFor(kOpenPatience);
+    m_databases->ForScan()->WaitFor(kOpenPatience);
     EngineOpenStatus status = kOpenFailed;
     if (m_closing) {
         return status;
@@ -141,12 +140,13 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
 
 ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProfile& profile,
                          Conversation& conversation) {
-    while (!m_loader->WaitFor(kPollInterval)) {
+    const auto loader = m_databases->ForScan();
+    while (!loader->WaitFor(kPollInterval)) {
         if (conversation.StopWanted()) {
             return {Verdict::Stopped, {}, {}};
         }
     }
-    const LibraryEngine engine = m_loader->Loaded();
+    const LibraryEngine engine = loader->Loaded();
     if (engine == nullptr) {
         if (!m_closing && !m_failureLogged.exchange(true)) {
             WriteToLog(kCommonLog, "scanapi: no database was loaded, files are not scanned");
@@ -232,6 +232,7 @@ bool Engine::Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& convers
 
 void Engine::ResetRunFlags() {
     m_failureLogged = false;
+    m_databases->BeginScan();
 }
 
 }  // namespace scanapi

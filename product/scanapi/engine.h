@@ -10,7 +10,7 @@
 
 #include "abi/scanapi.h"
 #include "product/scanapi/conversation.h"
-#include "product/scanapi/database_loader.h"
+#include "product/scanapi/databases_in_use.h"
 #include "product/scanapi/scan_worker.h"
 #include "product/scanapi/scratch_directory.h"
 
@@ -51,7 +51,7 @@ private:
 
     const std::string m_engineDirectory;
     std::unique_ptr<ScratchDirectory> m_scratch;
-    const std::shared_ptr<DatabaseLoader> m_loader;
+    const std::unique_ptr<DatabasesInUse> m_databases;
 
     std::mutex m_scanMutex;  ///< held for the scan of a file
     FileBytes m_buffer;
