@@ -13,16 +13,6 @@ namespace definitions {
 
 namespace {
 
-InstallResult LockedBy(const UpdateLock& lock) {
-    if (lock.Error() != 0) {
-        errno = lock.Error();
-        return FailedToDo("the lock of the definitions cannot be used");
-    }
-    InstallResult result = Result(Outcome::kLocked, "another process changes the definitions");
-    result.holder = lock.Holder();
-    return result;
-}
-
 // The set in the making gets its number and is switched to.
 InstallResult PutIntoUse(const DefinitionFolder& definitions, InstallObserver& observer) {
     const auto sets = definitions.Sets();
@@ -79,28 +69,6 @@ InstallResult Install(const Candidate& candidate, const InstallOptions& options,
         KeepBackup(maker.Folder(), *options.backupFolder, observer);
     }
     return result;
-}
-
-InstallResult RollBack(const std::string& productDirectory) {
-    const DefinitionFolder definitions = DefinitionFolder::Open(productDirectory);
-    if (!definitions) {
-        return FailedToDo("the folder of the definitions cannot be opened");
-    }
-    const UpdateLock lock(definitions.Get());
-    if (!lock.IsHeld()) {
-        return LockedBy(lock);
-    }
-    const auto current = definitions.Current();
-    const auto previous = definitions.Previous();
-    if (!current || !previous) {
-        return Result(Outcome::kNothingValid, "there is no set to go back to");
-    }
-    // Held back first: no automatic update in between brings it back.
-    if (!definitions.Point(kHeldBackLink, *current) || !definitions.Sync() ||
-        !definitions.Point(kCurrentLink, *previous) || !definitions.Sync()) {
-        return FailedToDo("the set before cannot be put into use");
-    }
-    return Succeeded();
 }
 
 }  // namespace definitions

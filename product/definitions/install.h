@@ -62,8 +62,4 @@ struct InstallOptions {
 InstallResult Install(const Candidate& candidate, const InstallOptions& options,
                       InstallObserver& observer);
 
-/// Puts the set before the current one back into use and holds the current one back: only what is
-/// newer than that is installed later. Asks nobody and loads nothing.
-InstallResult RollBack(const std::string& productDirectory);
-
 }  // namespace definitions

@@ -15,6 +15,16 @@ InstallResult FailedToDo(const std::string& what) {
     return Result(Outcome::kFailed, what + ": " + WordsForError(errno));
 }
 
+InstallResult LockedBy(const UpdateLock& lock) {
+    if (lock.Error() != 0) {
+        errno = lock.Error();
+        return FailedToDo("the lock of the definitions cannot be used");
+    }
+    InstallResult result = Result(Outcome::kLocked, "another process changes the definitions");
+    result.holder = lock.Holder();
+    return result;
+}
+
 InstallResult ResultOfChild(ChildEnd end, const std::string& why) {
     switch (end) {
         case ChildEnd::kSucceeded:

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "product/definitions/install.h"
+#include "product/definitions/update_lock.h"
 
 namespace definitions {
 
@@ -18,6 +19,9 @@ inline InstallResult Result(Outcome outcome, std::string why) {
 
 /// kFailed, with `what` and the reason in errno.
 InstallResult FailedToDo(const std::string& what);
+
+/// What is told of a lock that is not held.
+InstallResult LockedBy(const UpdateLock& lock);
 
 /// What follows from the end of a child that did not do what it should: Outcome::kRefused for what
 /// lies at the databases.

@@ -9,6 +9,7 @@
 
 #include "product/definitions/definition_folder.h"
 #include "product/definitions/install.h"
+#include "product/definitions/rollback.h"
 #include "product/signed_index/index.h"
 #include "tests/support/scratch.h"
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "product/definitions/install.h"
+#include "product/definitions/rollback.h"
 
 namespace {
 
