@@ -1,6 +1,8 @@
 #include "product/shared_files/shared_files.h"
 
 #include <cstddef>
+#include <span>
+#include <string>
 #include <string_view>
 
 #include "abi/system_time.h"
@@ -8,7 +10,6 @@
 #include "common/io.h"
 #include "common/nibble_swap.h"
 #include "common/scan_settings.h"
-#include "common/text_field.h"
 #include "common/version_record.h"
 #include "reports/files/report_index.h"
 #include "reports/virus_log/log_files.h"
@@ -38,11 +39,8 @@ constexpr std::string_view kLogLimits = "[LOGLIMIT]\nMAXLIMIT = 10000\nLIMIT = 5
 constexpr std::string_view kOfficialMirror = "https://database.clamav.net";
 
 bool WriteUpdateLinks(int fd) {
-    const tagUPDLINKHEADER header{{}, 1};
-    tagUPDLINKRECORD record{};
-    CopyToField(record.address, kOfficialMirror);
-    CUpdate::Encrypt(reinterpret_cast<unsigned char*>(&record), sizeof record);
-    return WriteAll(fd, BytesOf(header)) && WriteAll(fd, BytesOf(record));
+    const std::string mirror(kOfficialMirror);
+    return WriteAll(fd, UpdateLinkFile(std::span(&mirror, 1)));
 }
 
 // No address yet. Without the file, an administrator's list could not be told from a broken one.

@@ -56,6 +56,21 @@ unsigned char CUpdate::ByteRotateRight(unsigned char byte, int bits) {
     return bits < 1 ? byte : std::rotr(byte, bits % 8);
 }
 
+std::string UpdateLinkFile(std::span<const std::string> addresses) {
+    std::string content;
+    const auto append = [&](const auto& piece) {
+        content.append(reinterpret_cast<const char*>(&piece), sizeof piece);
+    };
+    append(tagUPDLINKHEADER{{}, static_cast<std::int16_t>(addresses.size())});
+    for (const std::string& address : addresses) {
+        tagUPDLINKRECORD record{};
+        CopyToField(std::span(record.address).first(kUpdateAddressSize), address);
+        CUpdate::Encrypt(reinterpret_cast<unsigned char*>(&record), sizeof record);
+        append(record);
+    }
+    return content;
+}
+
 ReadLinksResult ReadUpdateLinks(int file, AddressList& links) {
     tagUPDLINKHEADER header{};
     if (!ReadRecord(file, header)) {

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string>
 
 #include "update/files/address_list.h"
 
@@ -66,6 +68,9 @@ public:
     /// kUpdateLog).
     static char** GetURLsForAdmin(int* count);
 };
+
+/// The content of an update link file with these addresses, each cut to 1,023 bytes.
+std::string UpdateLinkFile(std::span<const std::string> addresses);
 
 enum class ReadLinksResult {
     kRead,

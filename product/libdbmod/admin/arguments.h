@@ -1,6 +1,10 @@
 #pragma once
 
 #include <optional>
+#include <string>
+#include <vector>
+
+#include "product/libdbmod/admin/update_commands.h"
 
 // The command line of corvane-admin.
 
@@ -11,6 +15,8 @@ enum class AdminCommand {
     kClearPassword,
     kStatus,
     kInit,
+    kDefinitions,
+    kSources,
     kHelp,
     kVersion,
 };
@@ -18,6 +24,10 @@ enum class AdminCommand {
 struct AdminArguments {
     AdminCommand command = AdminCommand::kHelp;
     bool fromStandardInput = false;  ///< of kSetPassword
+    bool rollsBack = false;          ///< of kDefinitions
+    /// Of kSources: the list that is to be written; none when both are to be shown.
+    std::optional<SourceList> list;
+    std::vector<std::string> addresses;  ///< of the list; empty only when that was asked for
 };
 
 /// None when the arguments are wrong. Nothing is said of what was given: it could be a password.

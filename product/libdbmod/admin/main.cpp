@@ -1,4 +1,4 @@
-// corvane-admin: sets, changes and clears the settings password.
+// corvane-admin: the settings password, the sources of updates and the sets of definitions.
 
 #include <cerrno>
 #include <csignal>
@@ -17,6 +17,7 @@
 #include "common/paths.h"
 #include "product/libdbmod/admin/arguments.h"
 #include "product/libdbmod/admin/password_input.h"
+#include "product/libdbmod/admin/update_commands.h"
 #include "product/libdbmod/password_hash.h"
 #include "product/libdbmod/settings_database.h"
 
@@ -30,11 +31,15 @@ constexpr char kUsage[] =
     "       corvane-admin clear-password\n"
     "       corvane-admin status\n"
     "       corvane-admin init\n"
+    "       corvane-admin definitions [--rollback]\n"
+    "       corvane-admin sources [internet|server ADDRESS...|--none]\n"
     "       corvane-admin --help | --version\n"
     "\n"
     "Sets, changes and clears the password that guards the settings page of\n"
     "Corvane Endpoint Protection. The password is asked for twice on a terminal;\n"
-    "one line is read when standard input is no terminal or --stdin is given.\n";
+    "one line is read when standard input is no terminal or --stdin is given.\n"
+    "Shows the virus definitions, goes back to those before, and shows and writes\n"
+    "the addresses that updates are loaded from.\n";
 
 std::string DatabasePath() {
     return common::InProductDirectory(kSettingsDatabaseName);
@@ -199,6 +204,22 @@ ExitStatus Init() {
     return Complain(Explain(result));
 }
 
+ExitStatus Conclude(const std::string& why) {
+    return why.empty() ? kExitOk : Complain(why);
+}
+
+/// Why a user other than root may not do it.
+const char* RootsAlone(AdminCommand command) {
+    switch (command) {
+        case AdminCommand::kDefinitions:
+            return "only root can manage the virus definitions";
+        case AdminCommand::kSources:
+            return "only root can manage the sources of updates";
+        default:
+            return "only root can manage the settings password";
+    }
+}
+
 ExitStatus RunCommand(const AdminArguments& arguments) {
     switch (arguments.command) {
         case AdminCommand::kSetPassword:
@@ -209,6 +230,11 @@ ExitStatus RunCommand(const AdminArguments& arguments) {
             return ShowStatus();
         case AdminCommand::kInit:
             return Init();
+        case AdminCommand::kDefinitions:
+            return Conclude(arguments.rollsBack ? RollDefinitionsBack() : ShowDefinitions());
+        case AdminCommand::kSources:
+            return Conclude(arguments.list ? WriteSources(*arguments.list, arguments.addresses)
+                                           : ShowSources());
         case AdminCommand::kHelp:
         case AdminCommand::kVersion:
             break;
@@ -243,7 +269,7 @@ int main(int argc, char** argv) {
         return dbmod::kExitOk;
     }
     if (geteuid() != 0) {
-        return dbmod::Complain("only root can manage the settings password");
+        return dbmod::Complain(dbmod::RootsAlone(arguments->command));
     }
     dbmod::ProtectSecrets();
     try {
