@@ -86,8 +86,11 @@ void DownloadFolder::KeepParts(const std::vector<std::string>& digests) const {
 FileDescriptor DownloadFolder::BeginCandidate() const {
     RemoveFolder(m_folder.Get(), kUnfinished);
     FileDescriptor folder = OpenOrMakeFolder(m_folder.Get(), kUnfinished, 0750);
-    // For the group that installs, whatever the umask.
-    if (folder && ::fchmod(folder.Get(), 0750) != 0) {
+    // For the group that installs, whatever the umask. Where nothing is to be changed it is left:
+    // the bit that hands this group on to the files would be lost by one who is not in it.
+    struct stat status {};
+    if (folder && (::fstat(folder.Get(), &status) != 0 ||
+                   ((status.st_mode & 0777U) != 0750U && ::fchmod(folder.Get(), 0750) != 0))) {
         folder.Reset();
     }
     return folder;
