@@ -30,7 +30,8 @@ constexpr std::uint64_t kReadAccess =
     LANDLOCK_ACCESS_FS_EXECUTE | LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
 constexpr std::uint64_t kWriteAccess =
     LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_REMOVE_DIR | LANDLOCK_ACCESS_FS_REMOVE_FILE |
-    LANDLOCK_ACCESS_FS_MAKE_DIR | LANDLOCK_ACCESS_FS_MAKE_REG | LANDLOCK_ACCESS_FS_MAKE_SYM;
+    LANDLOCK_ACCESS_FS_MAKE_DIR | LANDLOCK_ACCESS_FS_MAKE_REG | LANDLOCK_ACCESS_FS_MAKE_SYM |
+    LANDLOCK_ACCESS_FS_REFER;
 /// Forbidden everywhere, the writable folders included.
 constexpr std::uint64_t kNoAccess = LANDLOCK_ACCESS_FS_MAKE_CHAR | LANDLOCK_ACCESS_FS_MAKE_BLOCK |
                                     LANDLOCK_ACCESS_FS_MAKE_SOCK | LANDLOCK_ACCESS_FS_MAKE_FIFO;
@@ -40,8 +41,9 @@ constexpr std::uint64_t kFileAccess =
 class Ruleset {
 public:
     Ruleset() {
-        // Version 1; what later ones add is not restricted, and moving files between folders never
-        // leaves the writable ones.
+        if (Version() < kVersion) {
+            return;
+        }
         const landlock_ruleset_attr attributes{.handled_access_fs =
                                                    kReadAccess | kWriteAccess | kNoAccess};
         m_fd.Reset(static_cast<int>(
@@ -70,6 +72,13 @@ public:
     }
 
 private:
+    /// The first in which a file can be moved from one folder to another.
+    static constexpr long kVersion = 2;
+
+    static long Version() {
+        return ::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
+    }
+
     FileDescriptor m_fd;
     bool m_isWhole = true;
 };
@@ -97,8 +106,7 @@ bool LimitResources() {
 std::string ConfineFiles(const Confinement& confinement) {
     Ruleset rules;
     if (!rules.IsThere()) {
-        return std::string("not confined to its files, which this kernel cannot (") +
-               std::strerror(errno) + ")";
+        return "not confined to its files, which this kernel cannot";
     }
     for (const char* const folder : kSystemFolders) {
         rules.Allow(folder, kReadAccess);

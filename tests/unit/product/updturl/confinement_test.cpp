@@ -46,7 +46,12 @@ constexpr int kCannot = 200;
 
 TEST_F(ConfinementTest, OnlyTheNamedFoldersCanBeWritten) {
     const int result = Confined([this] {
-        return ErrorOf(m_folder / "own/new", O_WRONLY | O_CREAT) != 0                     ? 1
+        const bool isMoved =
+            mkdir((m_folder / "own/inner").c_str(), 0700) == 0 &&
+            ErrorOf(m_folder / "own/old", O_WRONLY | O_CREAT) == 0 &&
+            rename((m_folder / "own/old").c_str(), (m_folder / "own/inner/old").c_str()) == 0;
+        return !isMoved                                                                   ? 8
+               : ErrorOf(m_folder / "own/new", O_WRONLY | O_CREAT) != 0                   ? 1
                : ErrorOf(m_folder / "read/new", O_WRONLY | O_CREAT) != EACCES             ? 2
                : ErrorOf(m_folder / "read/file", O_WRONLY) != EACCES                      ? 3
                : ErrorOf(m_folder / "new", O_WRONLY | O_CREAT) != EACCES                  ? 4
