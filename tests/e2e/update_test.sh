@@ -1,0 +1,110 @@
+#!/bin/bash
+# The installed product updates from a private mirror and from a folder, as root and as an ordinary
+# user, and then finds what only the new definitions know.
+# Functions here are reached through Must and Expect.
+# shellcheck disable=SC2317
+source "$(dirname -- "${BASH_SOURCE[0]}")/e2e.sh"
+
+if [[ $EUID -ne 0 ]]; then
+    echo "skipped: definitions are installed by root or by the update service"
+    exit 77
+fi
+SetUp "$1"
+SetAction 3
+SetUpMirror() {
+    mkdir -p "$scratch/databases" "$scratch/mirror" "$kProductDir/updturl.keys" "$kProductDir/download"
+    (cd "$scratch" && minisign -G -W -p mirror.pub -s mirror.key >/dev/null) &&
+        install -m 644 "$scratch/mirror.pub" "$kProductDir/updturl.keys/"
+}
+
+# PutDatabase LETTER: the database to be mirrored finds the text "own-test-LETTER" and nothing else.
+PutDatabase() {
+    printf 'Own.Test.%s:0:*:%s\n' "$1" "$(printf 'own-test-%s' "$1" | od -An -v -t x1 | tr -d ' \n')" \
+        >"$scratch/databases/own.ndb"
+}
+
+Publish() {
+    corvane-mirror --from "$scratch/databases" --key "$scratch/mirror.key" "$scratch/mirror" >/dev/null
+}
+
+StartServer() {
+    exec {server}< <(exec "$e2eRoot/tests/support/mirror_server" "$scratch/mirror" --script "$scratch/script.json")
+    serverPid=$!
+    read -r -t 20 port <&"$server"
+}
+
+# Update ARGUMENT...: the last line of the run, which is its result.
+Update() {
+    "${runAs[@]}" "$build/tests/support/run_updater" "$@" >"$scratch/run.log" 2>&1
+    tail -n 1 "$scratch/run.log"
+}
+
+# CurrentSet: the set in use, and what its database finds.
+CurrentSet() {
+    printf '%s %s' "$(readlink "$kProductDir/defs/current")" "$(cut -d : -f 1 "$kProductDir/defs/current/own.ndb")"
+}
+
+# Found: how many viruses a scan of the tree finds.
+scans=0
+Found() {
+    scans=$((scans + 1))
+    {
+        StartProgram "$scratch" && WaitForWindow Corvane && StartFolderScan "$tree" && WaitForEnd "$scans"
+        CloseScan && CloseProgram
+    } >&2
+    Counter 'Virus Found'
+}
+
+tree=/corvane-sample
+mkdir "$tree"
+printf 'a text with own-test-b in it\n' >"$tree/text"
+echo '{}' >"$scratch/script.json"
+Must "the mirror's key is trusted" SetUpMirror
+PutDatabase a
+Must "the mirror is made" Publish
+Must "the server starts" StartServer
+address=http://127.0.0.1:$port
+
+Expect "a scan before any update" 0 "$(Found)"
+scans=1
+Expect "the first update" "result 1" "$(Update site "$address")"
+Expect "the set" "set-1 Own.Test.a" "$(CurrentSet)"
+Expect "nothing new" "result 2" "$(Update site "$address")"
+
+PutDatabase b
+Must "the mirror is renewed" Publish
+echo '{"/index.json": {"do": "hang"}}' >"$scratch/script.json"
+Expect "a stop in the middle" "result 3" "$(Update site "$address" 2003)"
+Expect "the set after a stop" "set-1 Own.Test.a" "$(CurrentSet)"
+echo '{}' >"$scratch/script.json"
+
+mv "$scratch/mirror/index.json.minisig" "$scratch/kept.minisig"
+(cd "$scratch" && minisign -G -W -p other.pub -s other.key >/dev/null &&
+    minisign -S -s other.key -m mirror/index.json >/dev/null)
+Expect "a stranger's signature" "result 0" "$(Update site "$address")"
+Expect "a refusal is told" 1 "$(grep -c '^status 2004' "$scratch/run.log")"
+Expect "the set after a refusal" "set-1 Own.Test.a" "$(CurrentSet)"
+mv "$scratch/kept.minisig" "$scratch/mirror/index.json.minisig"
+Expect "the renewed mirror" "result 1" "$(Update site "$address")"
+Expect "the new set" "set-2 Own.Test.b" "$(CurrentSet)"
+Expect "a scan finds what only the new set knows" 1 "$(Found)"
+
+# From a folder.
+mkdir "$scratch/empty"
+Expect "a folder without definitions" "result 3" "$(Update index "$scratch/empty")"
+PutDatabase c
+Must "the mirror is renewed" Publish
+mkdir "$scratch/stick"
+cp "$scratch"/mirror/index.json* "$scratch/stick"
+cp "$scratch/databases/own.ndb" "$scratch/stick"
+Expect "a folder with signed definitions" "result 1" "$(Update index "$scratch/stick")"
+Expect "the set from the folder" "set-3 Own.Test.c" "$(CurrentSet)"
+
+# An ordinary user, while no service runs.
+AsOrdinaryUser
+Expect "without the service" "result 0" "$(Update site "$address")"
+Expect "nothing of the definitions changed" "set-3 Own.Test.c" "$(CurrentSet)"
+runAs=()
+
+kill "$serverPid"
+Finish
