@@ -1,0 +1,95 @@
+#include "product/updated/asker.h"
+
+#include <cerrno>
+#include <sys/socket.h>
+
+namespace updated {
+
+namespace {
+
+constexpr std::string_view kWishToUpdate = "update";
+constexpr std::string_view kWishForIndex = "index";
+
+// A wish and a stop; nobody has more to say.
+constexpr std::size_t kMostHeard = 64;
+// What is kept for one that reads slowly; from the half on only what matters.
+constexpr std::size_t kMostUnsent = std::size_t{64} * 1024;
+
+}  // namespace
+
+Asker::Asker(FileDescriptor connection)
+    : m_connection(std::move(connection)), m_reader(kMostHeard) {
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    if (::getsockopt(m_connection.Get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0) {
+        m_user = peer.uid;
+        m_process = peer.pid;
+    } else {
+        m_state = State::kGone;
+    }
+}
+
+void Asker::Leave() {
+    if (m_state != State::kGone) {
+        m_state = m_unsent.empty() ? State::kGone : State::kLeaving;
+    }
+}
+
+void Asker::Hear() {
+    const auto state = m_reader.ReadFrom(m_connection.Get());
+    while (const auto line = m_reader.Next()) {
+        Take(*line);
+    }
+    if (state != updturl::LineReader::State::kOpen) {
+        m_state = State::kGone;
+    }
+}
+
+void Asker::Take(std::string_view line) {
+    if (m_state != State::kNew) {
+        // A stop, or what nobody understands.
+        m_state = State::kGone;
+    } else if (line == kWishToUpdate || line == kWishForIndex) {
+        m_wish = line == kWishForIndex ? Wish::kIndex : Wish::kUpdate;
+        m_state = State::kWaiting;
+    } else {
+        m_state = State::kGone;
+    }
+}
+
+void Asker::Say(std::string_view line) {
+    if (m_unsent.size() + line.size() > kMostUnsent) {
+        m_state = State::kGone;
+        return;
+    }
+    m_unsent.append(line);
+    Send();
+}
+
+void Asker::Mention(std::string_view line) {
+    if (m_unsent.size() < kMostUnsent / 2) {
+        Say(line);
+    }
+}
+
+void Asker::Send() {
+    while (!m_unsent.empty() && m_state != State::kGone) {
+        const ssize_t sent = ::send(m_connection.Get(), m_unsent.data(), m_unsent.size(),
+                                    MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (sent < 0 && errno == EINTR) {
+            continue;
+        }
+        if (sent < 0) {
+            if (errno != EAGAIN) {
+                m_state = State::kGone;
+            }
+            return;
+        }
+        m_unsent.erase(0, static_cast<std::size_t>(sent));
+    }
+    if (m_state == State::kLeaving) {
+        m_state = State::kGone;
+    }
+}
+
+}  // namespace updated

@@ -1,0 +1,54 @@
+// corvane-updated: updates the virus definitions for whoever asks at its socket. Where from, it
+// reads itself; who asks decides nothing but that.
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <sys/signalfd.h>
+#include <syslog.h>
+
+#include "common/paths.h"
+#include "product/updated/listening.h"
+#include "product/updated/option_watch.h"
+#include "product/updated/server.h"
+
+namespace {
+
+enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
+
+constexpr char kSocketPath[] = "/run/corvane/update.sock";
+constexpr char kProgramName[] = "corvane-update";
+
+/// Becomes readable when the service is to end.
+FileDescriptor WatchForEnd() {
+    sigset_t ending;
+    sigemptyset(&ending);
+    sigaddset(&ending, SIGTERM);
+    sigaddset(&ending, SIGINT);
+    ::sigprocmask(SIG_BLOCK, &ending, nullptr);
+    return FileDescriptor(::signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+
+}  // namespace
+
+int main(int argc, char**) {
+    if (argc != 1) {
+        std::fputs("Usage: corvane-updated\n", stderr);
+        return kExitUsage;
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    ::openlog("corvane-updated", LOG_PID, LOG_DAEMON);
+    const FileDescriptor end = WatchForEnd();
+    FileDescriptor listening = updated::Listen(kSocketPath);
+    if (!end || !listening) {
+        ::syslog(LOG_ERR, "%s cannot be listened at: %s", kSocketPath, std::strerror(errno));
+        return kExitFailed;
+    }
+    updated::OptionWatch options(kProductDirectory);
+    updated::Server server(std::move(listening),
+                           {kProductDirectory, common::InProductDirectory(kProgramName)});
+    server.Serve(end.Get(), options.Descriptor(), [&options] { options.Look(); });
+    return kExitOk;
+}

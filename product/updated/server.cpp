@@ -1,0 +1,254 @@
+#include "product/updated/server.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <sys/socket.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include "abi/updturl.h"
+#include "product/updated/sources.h"
+#include "product/updturl/message.h"
+
+namespace updated {
+
+namespace {
+
+using std::chrono::milliseconds;
+using updturl::MessageKind;
+
+constexpr std::size_t kMostAskers = 64;
+constexpr std::size_t kMostOfOneUser = 8;
+constexpr std::chrono::seconds kTimeToAsk(10);
+// Whoever waits hears this often that it still waits.
+constexpr milliseconds kTick(200);
+// How seldom ordinary users may have the official mirrors asked.
+constexpr std::chrono::minutes kOfficialPause(15);
+
+bool IsTrusted(uid_t user) {
+    return user == 0 || user == ::geteuid();
+}
+
+}  // namespace
+
+Server::Server(FileDescriptor listening, Settings settings)
+    : m_listening(std::move(listening)), m_settings(std::move(settings)) {}
+
+void Server::Serve(int endDescriptor, int options, const std::function<void()>& onOptions) {
+    while (Wait(endDescriptor, options, onOptions)) {
+        if (m_updater && m_updater->Patience() && Clock::now() >= *m_updater->Patience()) {
+            if (!m_updater->HasResult()) {
+                Finish(kUpdaterInterrupted);
+            }
+            m_updater.reset();
+        }
+        DropGone();
+        StartNext();
+        TellWaiting();
+        DropGone();
+    }
+    m_updater.reset();
+}
+
+int Server::Timeout() const {
+    const bool isAnybodyThere = !m_askers.empty() || m_updater != nullptr;
+    return isAnybodyThere ? static_cast<int>(kTick.count()) : -1;
+}
+
+bool Server::Wait(int endDescriptor, int options, const std::function<void()>& onOptions) {
+    std::vector<pollfd> watched{{endDescriptor, POLLIN, 0},
+                                {options, POLLIN, 0},
+                                {m_listening.Get(), POLLIN, 0},
+                                {-1, POLLIN, 0}};
+    if (m_updater && !m_updater->HasEnded()) {
+        watched[3] = {m_updater->Descriptor(),
+                      static_cast<short>(m_updater->HasUnsent() ? POLLIN | POLLOUT : POLLIN), 0};
+    }
+    for (const auto& asker : m_askers) {
+        watched.push_back({asker->Descriptor(),
+                           static_cast<short>(asker->HasUnsent() ? POLLIN | POLLOUT : POLLIN), 0});
+    }
+    if (::poll(watched.data(), watched.size(), Timeout()) < 0 && errno != EINTR) {
+        ::syslog(LOG_ERR, "waiting failed: %s", std::strerror(errno));
+        return false;
+    }
+    if (watched[0].revents != 0) {
+        return false;
+    }
+    if (watched[1].revents != 0) {
+        onOptions();
+    }
+    for (std::size_t i = 0; i < m_askers.size(); ++i) {
+        if ((watched[i + 4].revents & POLLOUT) != 0) {
+            m_askers[i]->Send();
+        }
+        if ((watched[i + 4].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
+            m_askers[i]->Hear();
+        }
+    }
+    if (watched[3].revents != 0) {
+        m_updater->Send();
+        HearUpdater();
+    }
+    if (watched[2].revents != 0) {
+        Accept();
+    }
+    return true;
+}
+
+void Server::Accept() {
+    FileDescriptor connection(
+        ::accept4(m_listening.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!connection) {
+        return;
+    }
+    auto asker = std::make_unique<Asker>(std::move(connection));
+    const auto sameUser = std::count_if(m_askers.begin(), m_askers.end(), [&](const auto& other) {
+        return other->User() == asker->User();
+    });
+    if (m_askers.size() >= kMostAskers ||
+        (static_cast<std::size_t>(sameUser) >= kMostOfOneUser && !IsTrusted(asker->User()))) {
+        ::syslog(LOG_WARNING, "too many updates are asked for; user %u is turned away",
+                 asker->User());
+        return;
+    }
+    m_askers.push_back(std::move(asker));
+}
+
+void Server::HearUpdater() {
+    if (m_updater == nullptr || m_updater->HasEnded()) {
+        return;
+    }
+    for (const updturl::Message& message : m_updater->Hear()) {
+        Relay(message);
+    }
+    if (m_updater->HasEnded()) {
+        m_updater.reset();
+    }
+}
+
+/// The folder of what was loaded is nobody's business outside.
+void Server::Relay(const updturl::Message& message) {
+    switch (message.kind) {
+        case MessageKind::kStatus:
+            if (m_running != nullptr) {
+                m_running->Mention(updturl::StatusLine(message.number, message.text));
+            }
+            break;
+        case MessageKind::kLog:
+            ::syslog(LOG_INFO, "%s", message.text.c_str());
+            if (m_running != nullptr) {
+                m_running->Mention(updturl::LogLine(message.text));
+            }
+            break;
+        case MessageKind::kSwitching:
+            if (m_running != nullptr) {
+                m_running->Say(updturl::SwitchingLine());
+            }
+            break;
+        case MessageKind::kResult:
+            Finish(message.number);
+            break;
+        case MessageKind::kCandidate:
+            break;
+    }
+}
+
+void Server::Finish(int result) {
+    ::syslog(LOG_INFO, "the update ended with %d", result);
+    if (m_isOfficial && result != kUpdaterInterrupted) {
+        m_lastOfficial = Memory{Clock::now(), result};
+    }
+    m_isOfficial = false;
+    if (m_running != nullptr) {
+        m_running->Say(updturl::ResultLine(result));
+        m_running->Leave();
+        m_running = nullptr;
+    }
+}
+
+void Server::StartNext() {
+    while (m_updater == nullptr) {
+        const auto next = std::find_if(m_askers.begin(), m_askers.end(), [](const auto& asker) {
+            return asker->Now() == Asker::State::kWaiting;
+        });
+        if (next == m_askers.end()) {
+            return;
+        }
+        StartFor(**next);
+    }
+}
+
+void Server::StartFor(Asker& asker) {
+    const bool isIndex = asker.Wanted() == Asker::Wish::kIndex;
+    ::syslog(LOG_INFO, "user %u (process %d) asks for an update%s", asker.User(),
+             static_cast<int>(asker.Process()), isIndex ? " from the folder" : "");
+    asker.Begin();
+    m_running = &asker;
+    const auto request = ReadSources(m_settings.directory,
+                                     isIndex ? updturl::Source::kIndex : updturl::Source::kSite);
+    if (!request) {
+        ::syslog(LOG_ERR, "the update options cannot be read");
+        Finish(kUpdaterFailed);
+        return;
+    }
+    const bool isOfficial = AsksOfficialMirror(*request);
+    if (AnswerFromMemory(asker, isOfficial)) {
+        return;
+    }
+    auto text = updturl::RequestText(*request);
+    if (!text) {
+        ::syslog(LOG_ERR, "the update options hold too much");
+        Finish(kUpdaterFailed);
+        return;
+    }
+    auto updater = std::make_unique<Updater>(m_settings.program, *std::move(text));
+    if (!updater->IsRunning()) {
+        Finish(kUpdaterFailed);
+        return;
+    }
+    m_isOfficial = isOfficial;
+    m_updater = std::move(updater);
+}
+
+/// What was new then is not new any more.
+bool Server::AnswerFromMemory(Asker& asker, bool isOfficial) {
+    if (!isOfficial || IsTrusted(asker.User()) || !m_lastOfficial ||
+        Clock::now() - m_lastOfficial->when >= kOfficialPause) {
+        return false;
+    }
+    asker.Mention(updturl::LogLine(
+        "the official mirrors were asked less than 15 minutes ago; this is what came of it"));
+    Finish(m_lastOfficial->result == kUpdaterUpdated ? kUpdaterUpToDate : m_lastOfficial->result);
+    return true;
+}
+
+void Server::TellWaiting() {
+    const auto now = Clock::now();
+    if (now - m_told < kTick) {
+        return;
+    }
+    m_told = now;
+    for (const auto& asker : m_askers) {
+        if (asker->Now() == Asker::State::kWaiting) {
+            asker->Mention(updturl::StatusLine(kUpdateConnecting));
+        } else if (asker->Now() == Asker::State::kNew && now - asker->Since() > kTimeToAsk) {
+            asker->GiveUp();
+        }
+    }
+}
+
+void Server::DropGone() {
+    if (m_running != nullptr && m_running->Now() == Asker::State::kGone) {
+        ::syslog(LOG_INFO, "the update is stopped by who asked for it");
+        m_running = nullptr;
+        if (m_updater) {
+            m_updater->Stop();
+        }
+    }
+    std::erase_if(m_askers, [](const auto& asker) { return asker->Now() == Asker::State::kGone; });
+}
+
+}  // namespace updated

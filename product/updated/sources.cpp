@@ -1,0 +1,99 @@
+#include "product/updated/sources.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <string_view>
+
+#include "abi/updturl.h"
+#include "common/io.h"
+#include "common/regular_file.h"
+#include "common/text_field.h"
+#include "update/files/admin_links.h"
+#include "update/files/update_links.h"
+#include "update/files/update_options.h"
+
+namespace updated {
+
+namespace {
+
+constexpr std::string_view kOfficialDomain = "clamav.net";
+
+template <typename Record>
+std::ptrdiff_t ReadRecord(const std::string& path, Record& record) {
+    const FileDescriptor file =
+        common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kOnlyOfRoot);
+    return file ? ReadFull(file.Get(), BytesOf(record)) : -1;
+}
+
+updturl::Proxy ReadProxy(const std::string& directory) {
+    tagZQINETCONFIG settings{};
+    if (ReadRecord(directory + "zqinet.opt", settings) != sizeof settings ||
+        settings.useProxy != 1) {
+        return {};
+    }
+    return {std::string(FieldText(settings.server)), settings.port,
+            std::string(FieldText(settings.user)), std::string(FieldText(settings.password))};
+}
+
+std::vector<std::string> Texts(char** list, int count) {
+    std::vector<std::string> texts;
+    for (int i = 0; i < count; ++i) {
+        texts.emplace_back(list[i]);
+    }
+    return texts;
+}
+
+std::optional<std::vector<std::string>> ReadAddresses(const std::string& directory,
+                                                      bool isFromAdministrator) {
+    int count = 0;
+    char** const list =
+        isFromAdministrator
+            ? CUpdate::GetURLsForAdmin(&count)
+            : CUpdate::ReadUpdLink(&count, (directory + kUpdateLinkFileName).c_str());
+    if (list == nullptr) {
+        return std::nullopt;
+    }
+    auto texts = Texts(list, count);
+    CUpdate::FreeUpdtLink(list, count);
+    return texts;
+}
+
+bool IsOfficial(std::string_view address) {
+    if (const auto scheme = address.find("://"); scheme != std::string_view::npos) {
+        address.remove_prefix(scheme + 3);
+    }
+    const std::string_view host = address.substr(0, address.find_first_of(":/?#"));
+    return host == kOfficialDomain || (host.ends_with(kOfficialDomain) &&
+                                       host[host.size() - kOfficialDomain.size() - 1] == '.');
+}
+
+}  // namespace
+
+std::optional<updturl::Request> ReadSources(const std::string& directory, updturl::Source source) {
+    tagUpdtOpts options{};
+    if (ReadRecord(directory + "zqupdate.opt", options) < 0) {
+        return std::nullopt;
+    }
+    updturl::Request request;
+    request.source = source;
+    request.applicationDirectory = directory;
+    request.downloadDirectory = directory + "download/";
+    request.proxy = ReadProxy(directory);
+    if (source == updturl::Source::kIndex) {
+        request.folder = FieldText(options.path);
+        return request;
+    }
+    request.isFromAdministrator = (options.flags & kUpdateFromInternet) == 0;
+    if ((options.flags & kUpdateKeepBackup) != 0) {
+        request.backupFolder = FieldText(options.backupFolder);
+    }
+    request.addresses = ReadAddresses(directory, request.isFromAdministrator);
+    return request;
+}
+
+bool AsksOfficialMirror(const updturl::Request& request) {
+    return request.source == updturl::Source::kSite && request.addresses &&
+           std::any_of(request.addresses->begin(), request.addresses->end(), IsOfficial);
+}
+
+}  // namespace updated
