@@ -53,7 +53,11 @@ Outcome Machine::Update() {
         return Outcome::kFailed;
     }
     RememberOldVersion();
-    return FinishUpdate(AskForUpdate(kUpdateSocket, WishOf(ReadFlags()), m_alarm.EndDescriptor()));
+    const Wish wish = WishOf(ReadFlags());
+    const UpdaterResult result = AskForUpdate(kUpdateSocket, wish, m_alarm.EndDescriptor());
+    // Of a folder this says that it holds nothing valid.
+    const bool isInvalid = wish == Wish::kIndex && result == kUpdaterInterrupted;
+    return FinishUpdate(isInvalid ? kUpdaterInvalidFiles : result);
 }
 
 void Machine::Log(const char* message) {

@@ -41,7 +41,7 @@ done
 echo "\${words[*]}" >>"$scratch/systemctl.log"
 case \${words[0]} in
     # What needs no systemd that runs is left to the real one.
-    is-enabled | preset | enable | disable) exec /usr/bin/systemctl --quiet --root=/ "\${words[@]}" ;;
+    is-enabled | preset | enable | disable) exec /usr/bin/systemctl --root=/ "\${words[@]}" ;;
     is-active) exit 3 ;;
     start) [[ \${words[1]} != *tmp.mount ]] || exit 1 ;;
 esac
@@ -177,8 +177,10 @@ Credentials() {
         tr '\t\n' '  ' | sed 's/ *$//'
 }
 
-# A root without it is taken for one in which nothing is to be started.
+# A root without these is taken for one in which nothing is to be started.
 [[ -e /sbin/init ]] || printf '#!/bin/sh\n' >/sbin/init
+printf '#!/bin/sh\necho N 2\n' >/sbin/runlevel
+chmod 755 /sbin/runlevel
 Must "it installs without systemd" Dpkg --install "$package"
 Must "the automatic updates run" WaitFor 20 Runs rapidupdate
 user=$(id -u corvane)

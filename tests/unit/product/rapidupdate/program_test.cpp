@@ -172,6 +172,12 @@ TEST_F(Rapidupdate, WhatTheWindowWritesNoReportOfGetsNoneHere) {
     EXPECT_TRUE(HasLogged(": no valid definition files were found\n")) << Log();
 }
 
+TEST_F(Rapidupdate, AFolderWithoutDefinitionsIsSaidToBeOne) {
+    SetOptions(0x1);
+    EXPECT_EQ(Once("result 3\n"), 1);
+    EXPECT_TRUE(HasLogged(": no valid definition files were found\n")) << Log();
+}
+
 TEST_F(Rapidupdate, WithoutTheServiceTheLogSaysHowToStartIt) {
     EXPECT_EQ(Run({"--once", "--log-on-screen"}), 1);
     EXPECT_EQ(IndexedSubject(), "UPDATE ERROR");

@@ -1,0 +1,247 @@
+#include "product/updated/server.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include "common/io.h"
+#include "tests/support/scratch.h"
+
+// corvane-updated itself, with a script in the place of the program that updates.
+
+namespace fs = std::filesystem;
+
+namespace updated {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+
+const std::string kDirectory = "/usr/lib/Corvane/Corvane/";
+const std::string kSocket = "/run/corvane/update.sock";
+
+/// One who asks.
+class Client {
+public:
+    explicit Client(std::string_view wish)
+        : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        kSocket.copy(address.sun_path, sizeof address.sun_path - 1);
+        m_isConnected =
+            ::connect(m_socket.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        Say(wish);
+    }
+
+    [[nodiscard]] bool IsConnected() const { return m_isConnected; }
+    void Say(std::string_view text) const { WriteAll(m_socket.Get(), text); }
+    void HangUp() { m_socket.Reset(); }
+
+    /// All that comes until `text` has, the end or 20 seconds.
+    std::string HearUntil(std::string_view text) {
+        const auto end = steady_clock::now() + seconds(20);
+        while (m_heard.find(text) == std::string::npos && steady_clock::now() < end) {
+            pollfd readable{m_socket.Get(), POLLIN, 0};
+            char buffer[4096];
+            ssize_t got = 1;
+            if (::poll(&readable, 1, 100) == 1) {
+                got = ::read(m_socket.Get(), buffer, sizeof buffer);
+                m_heard.append(buffer, got > 0 ? static_cast<std::size_t>(got) : 0);
+            }
+            if (got <= 0) {
+                break;
+            }
+        }
+        return m_heard;
+    }
+    std::string HearAll() { return HearUntil(std::string_view("\0", 1)); }
+
+private:
+    FileDescriptor m_socket;
+    bool m_isConnected = false;
+    std::string m_heard;
+};
+
+class UpdatedService : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!InSandbox()) {
+            GTEST_SKIP() << "the product directory is only made inside the sandbox";
+        }
+        CleanUp();
+        fs::create_directories(kDirectory);
+        fs::create_directories("/run/corvane");
+        WriteFile(kDirectory + "zqupdate.opt", std::string({1, 0, 0, 0, 1, 0, 0, 0}) +
+                                                   "/srv/definitions" + std::string(496, '\0'));
+    }
+    void TearDown() override {
+        End();
+        if (InSandbox()) {
+            CleanUp();
+        }
+    }
+    static void CleanUp() {
+        fs::remove_all("/usr/lib/Corvane");
+        fs::remove_all("/run/corvane");
+    }
+
+    /// The program that updates notes its request below its number of the run, then does `work`.
+    void Start(const std::string& work) {
+        const std::string program = kDirectory + "corvane-update";
+        WriteFile(program,
+                  "#!/bin/bash\nexport LC_ALL=C\n"
+                  "while IFS= read -r line && [[ $line != go ]]; do\n"
+                  "    echo \"$line\" >>" +
+                      m_scratch.Path() + "request\ndone\necho run >>" + m_scratch.Path() +
+                      "runs\n" + work + "\n");
+        ASSERT_EQ(::chmod(program.c_str(), 0755), 0);
+        ASSERT_EQ(::chmod(m_scratch.Path().c_str(), 0777), 0);
+        m_service = StartChild([] {
+            ::execl(UPDATED_PROGRAM, "corvane-updated", nullptr);
+            return 127;
+        });
+        ASSERT_TRUE(WaitUntil([] { return Client("").IsConnected(); }));
+    }
+    /// The exit status of the service.
+    int End() {
+        if (m_service <= 0) {
+            return -1;
+        }
+        ::kill(m_service, SIGTERM);
+        return JoinChild(std::exchange(m_service, -1));
+    }
+
+    [[nodiscard]] std::string Note(const std::string& name) const {
+        return ReadFile(m_scratch / name);
+    }
+
+    ScratchFolder m_scratch;
+    pid_t m_service = -1;
+};
+
+TEST_F(UpdatedService, RunsTheUpdaterAndTellsWhatItSays) {
+    Start(
+        "echo 'status 2006 main.cvd'; echo 'log a word%0A'; echo 'candidate /secret';"
+        "echo switching; echo 'result 1'");
+    Client client("index\n");
+    EXPECT_EQ(client.HearAll(), "status 2006 main.cvd\nlog a word%0A\nswitching\nresult 1\n");
+    const std::string request = Note("request");
+    EXPECT_NE(request.find("source index\n"), std::string::npos) << request;
+    EXPECT_NE(request.find("folder /srv/definitions\n"), std::string::npos) << request;
+}
+
+TEST_F(UpdatedService, AnUpdaterThatDiesIsAFailure) {
+    Start("echo 'status 2000'; kill -KILL $$");
+    EXPECT_EQ(Client("update\n").HearAll(), "status 2000\nresult 0\n");
+}
+
+TEST_F(UpdatedService, AMissingUpdaterIsAFailure) {
+    Start("");
+    fs::remove(kDirectory + "corvane-update");
+    EXPECT_EQ(Client("update\n").HearAll(), "result 0\n");
+}
+
+TEST_F(UpdatedService, WithoutOptionsItIsAFailure) {
+    Start("echo 'result 1'");
+    fs::remove(kDirectory + "zqupdate.opt");
+    EXPECT_EQ(Client("update\n").HearAll(), "result 0\n");
+    EXPECT_EQ(Note("runs"), "");
+}
+
+TEST_F(UpdatedService, NothingAfterTheResultIsTold) {
+    Start("echo 'result 2'; echo 'result 1'");
+    EXPECT_EQ(Client("update\n").HearAll(), "result 2\n");
+}
+
+TEST_F(UpdatedService, AStopReachesTheUpdater) {
+    Start("echo 'status 2001'; read -r -t 20 line; echo \"$line\" >" + m_scratch.Path() +
+          "said; echo 'result 3'");
+    Client client("update\n");
+    client.HearUntil("2001");
+    client.Say("stop\n");
+    EXPECT_TRUE(WaitUntil([&] { return Note("said") == "stop\n"; }));
+}
+
+TEST_F(UpdatedService, HangingUpIsAStopToo) {
+    Start("echo 'status 2001'; read -r -t 20 line; echo \"$line\" >" + m_scratch.Path() + "said");
+    Client client("update\n");
+    client.HearUntil("2001");
+    client.HangUp();
+    EXPECT_TRUE(WaitUntil([&] { return Note("said") == "stop\n"; }));
+}
+
+TEST_F(UpdatedService, AnUpdaterThatDoesNotStopIsEndedByForce) {
+    Start("echo $$ >" + m_scratch.Path() + "pid; echo 'status 2001'; sleep 120; echo late >" +
+          m_scratch.Path() + "late");
+    Client client("update\n");
+    client.HearUntil("2001");
+    client.Say("stop\n");
+    EXPECT_TRUE(WaitUntil([&] { return ::kill(std::stoi(Note("pid")), 0) != 0; }));
+    EXPECT_FALSE(Exists(m_scratch / "late"));
+}
+
+TEST_F(UpdatedService, OneAfterTheOtherAndEachStopsOnlyItsOwn) {
+    // Each run waits until it is told to go on.
+    Start("echo 'status 2005'; until [[ -e " + m_scratch.Path() +
+          "goon ]]; do sleep 0.05; done; echo 'result 1'");
+    Client first("update\n");
+    first.HearUntil("2005");
+    Client second("update\n");
+    Client third("update\n");
+    EXPECT_NE(second.HearUntil("status 2000\nstatus 2000\n").find("status 2000\nstatus 2000\n"),
+              std::string::npos)
+        << "it hears that it waits";
+    EXPECT_EQ(Note("runs"), "run\n");
+    second.Say("stop\n");
+    WriteFile(m_scratch / "goon", "");
+    EXPECT_EQ(first.HearAll(), "status 2005\nresult 1\n");
+    EXPECT_NE(third.HearUntil("result").find("status 2005\nresult 1\n"), std::string::npos);
+    EXPECT_EQ(Note("runs"), "run\nrun\n") << "who has left has no run";
+}
+
+TEST_F(UpdatedService, WhoSaysNothingOrNonsenseHasNoRun) {
+    Start("echo 'result 1'");
+    const Client silent("");
+    Client nonsense("folder /etc\n");
+    EXPECT_EQ(nonsense.HearAll(), "");
+    EXPECT_EQ(Client("update\n").HearAll(), "result 1\n") << "the others are served";
+    EXPECT_EQ(Note("runs"), "run\n");
+}
+
+TEST_F(UpdatedService, TheEndOfTheServiceEndsTheRun) {
+    Start("echo $$ >" + m_scratch.Path() + "pid; echo 'status 2001'; sleep 120");
+    Client client("update\n");
+    client.HearUntil("2001");
+    const pid_t updater = std::stoi(Note("pid"));
+    EXPECT_EQ(End(), 0);
+    EXPECT_NE(::kill(updater, 0), 0);
+}
+
+TEST_F(UpdatedService, EveryUserMayAskAndTheEnvironmentOfTheServiceDecidesNothing) {
+    ::setenv("https_proxy", "http://proxy.example", 1);
+    Start("env >" + m_scratch.Path() + "environment; echo 'result 1'");
+    ::unsetenv("https_proxy");
+    EXPECT_EQ(ModeOf(kSocket), 0666U);
+    EXPECT_EQ(Client("update\n").HearAll(), "result 1\n");
+    EXPECT_EQ(Note("environment").find("proxy"), std::string::npos) << Note("environment");
+}
+
+TEST_F(UpdatedService, ASocketThatWasLeftBehindIsReplaced) {
+    WriteFile(kSocket, "left");
+    Start("echo 'result 2'");
+    EXPECT_EQ(Client("update\n").HearAll(), "result 2\n");
+}
+
+TEST_F(UpdatedService, KeepsTheOptionsOpenToEverybody) {
+    ASSERT_EQ(::chmod((kDirectory + "zqupdate.opt").c_str(), 0644), 0);
+    Start("");
+    EXPECT_TRUE(WaitUntil([] { return ModeOf(kDirectory + "zqupdate.opt") == 0666U; }));
+    ASSERT_EQ(::chmod((kDirectory + "zqupdate.opt").c_str(), 0644), 0);
+    EXPECT_TRUE(WaitUntil([] { return ModeOf(kDirectory + "zqupdate.opt") == 0666U; }));
+}
+
+}  // namespace
+}  // namespace updated
