@@ -166,6 +166,10 @@ Status() {
     "/etc/init.d/$1" "${@:2}" >/dev/null 2>&1
     echo $?
 }
+# Lives PID: one that nobody has buried yet is dead all the same.
+Lives() {
+    YesOrNo grep -qs '^State:.[^ZX]' "/proc/$1/status"
+}
 # Quickly COMMAND...: yes when it took at most two seconds.
 Quickly() {
     local begin=$EPOCHREALTIME
@@ -195,7 +199,7 @@ first=$(Pid rapidupdate)
 Expect "a second start is fine" 0 "$(Status rapidupdate start)"
 Expect "and starts none" "$first" "$(Pid rapidupdate)"
 Expect "stopping does not keep the window waiting" yes "$(Quickly /etc/init.d/rapidupdate stop)"
-Expect "it has ended" no "$(YesOrNo test -e "/proc/$first")"
+Expect "it has ended" no "$(Lives "$first")"
 Expect "it does not run" 3 "$(Status rapidupdate status)"
 Expect "a second stop is fine" 0 "$(Status rapidupdate stop)"
 Expect "nor does starting" yes "$(Quickly /etc/init.d/rapidupdate start)"
@@ -238,7 +242,7 @@ Expect "what was switched off stays so" "3 no" \
 Must "it runs for the last time" WaitFor 20 Runs rapidupdate
 last=$(Pid rapidupdate)
 Must "it is removed" Dpkg --remove corvane
-Expect "it has been stopped" no "$(YesOrNo test -e "/proc/$last")"
+Expect "it has been stopped" no "$(Lives "$last")"
 Expect "the script without its program" 5 "$(Status rapidupdate start)"
 Must "it is purged in the end" Dpkg --purge corvane
 Expect "nothing at all is left" "" "$(Left)"

@@ -293,4 +293,11 @@ TEST_F(Rapidupdate, SaysWhatItIsAndHowItIsCalled) {
     EXPECT_EQ(Run({"start"}), 2);
 }
 
+TEST(RapidupdateManual, KnowsEveryOption) {
+    const std::string manual = ReadFile(RAPIDUPDATE_MANUAL);
+    for (const std::string option : {"after", "once", "log\\-on\\-screen", "help", "version"}) {
+        EXPECT_NE(manual.find("\\-\\-" + option), std::string::npos) << option;
+    }
+}
+
 }  // namespace

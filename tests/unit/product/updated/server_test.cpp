@@ -1,6 +1,7 @@
 #include "product/updated/server.h"
 
 #include <csignal>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -8,6 +9,7 @@
 
 #include "common/io.h"
 #include "tests/support/scratch.h"
+#include "update/files/update_links.h"
 
 // corvane-updated itself, with a script in the place of the program that updates.
 
@@ -241,6 +243,72 @@ TEST_F(UpdatedService, KeepsTheOptionsOpenToEverybody) {
     EXPECT_TRUE(WaitUntil([] { return ModeOf(kDirectory + "zqupdate.opt") == 0666U; }));
     ASSERT_EQ(::chmod((kDirectory + "zqupdate.opt").c_str(), 0644), 0);
     EXPECT_TRUE(WaitUntil([] { return ModeOf(kDirectory + "zqupdate.opt") == 0666U; }));
+}
+
+/// "zqupdate.opt" and "updlink.dat" of a machine that gets its updates from this address.
+void UseAddress(const std::string& address) {
+    WriteFile(kDirectory + "zqupdate.opt",
+              std::string({3, 0, 0, 0, 1, 0, 0, 0}) + std::string(512, '\0'));
+    std::string record = std::string(4, '\0') + address + std::string(1032 - address.size(), '\0');
+    CUpdate::Encrypt(reinterpret_cast<unsigned char*>(record.data()),
+                     static_cast<int>(record.size()));
+    WriteFile(kDirectory + "updlink.dat", std::string("\0\0\0\0\1\0", 6) + record);
+}
+
+/// What a user without rights is told.
+std::string HeardBySomebody(const std::string& path) {
+    const std::string heard = path + "heard";
+    EXPECT_EQ(
+        InChild([&] {
+            if (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0) {
+                return 1;
+            }
+            WriteFile(heard, Client("update\n").HearAll());
+            return 0;
+        }),
+        0);
+    const std::string text = ReadFile(heard);
+    fs::remove(heard);
+    return text;
+}
+
+TEST_F(UpdatedService, UsersHaveTheOfficialMirrorsAskedSeldom) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    constexpr char kTold[] =
+        "log the official mirrors were asked less than 15 minutes ago; this is what came of it\n";
+    UseAddress("https://database.clamav.net");
+    Start("[[ $(wc -l <" + m_scratch.Path() + "runs) -gt 1 ]]; echo \"result $?\"");
+    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), "result 1\n") << "the first asks";
+    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), kTold + std::string("result 2\n"))
+        << "what was new then is not new any more";
+    EXPECT_EQ(Client("update\n").HearAll(), "result 0\n")
+        << "the timer and root ask when they want";
+    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), kTold + std::string("result 0\n"));
+    EXPECT_EQ(Note("runs"), "run\nrun\n");
+}
+
+TEST_F(UpdatedService, UsersMayHavePrivateMirrorsAskedAsOftenAsTheyLike) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    UseAddress("https://mirror.example");
+    Start("echo 'result 2'");
+    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), "result 2\n");
+    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), "result 2\n");
+    EXPECT_EQ(Note("runs"), "run\nrun\n");
+}
+
+TEST_F(UpdatedService, AnInterruptedRunSaysNothingOfTheMirrors) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    UseAddress("https://database.clamav.net");
+    Start("echo 'result 3'");
+    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), "result 3\n");
+    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), "result 3\n");
+    EXPECT_EQ(Note("runs"), "run\nrun\n");
 }
 
 }  // namespace
