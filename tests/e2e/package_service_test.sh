@@ -161,6 +161,11 @@ Pid() {
 Runs() {
     /etc/init.d/"$1" status >/dev/null
 }
+# HasDied: it left its number behind. Reached through WaitFor only.
+# shellcheck disable=SC2317
+HasDied() {
+    [[ $(Status rapidupdate status) == 1 ]]
+}
 # Status SCRIPT WORD...: its exit status.
 Status() {
     "/etc/init.d/$1" "${@:2}" >/dev/null 2>&1
@@ -209,7 +214,7 @@ Expect "it starts anew" 0 "$(Status rapidupdate restart)"
 Must "it runs anew" WaitFor 20 Runs rapidupdate
 Expect "as another process" no "$(YesOrNo test "$before" = "$(Pid rapidupdate)")"
 kill -KILL "$(Pid rapidupdate)"
-Must "it is dead" WaitFor 20 test "$(Status rapidupdate status)" = 1
+Must "it is dead" WaitFor 20 HasDied
 Expect "after a death it can be started" 0 "$(Status rapidupdate start)"
 Must "it lives" WaitFor 20 Runs rapidupdate
 Expect "no word" 2 "$(Status rapidupdate)"
