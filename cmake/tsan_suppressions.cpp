@@ -14,11 +14,23 @@
 // locks: an order in which they are taken is not checked either. Instrumented code of this project
 // is checked wherever it runs, also below Qt, as tests/seeded/race_below_qt.cpp proves, but for
 // what reaches it only through such a call of theirs.
+//
+// The libraries of the X connection are here together: some of their functions end in a call that
+// returns to their caller, so half of a pair of lock and unlock would be taken for another
+// library's.
+//
+// "race:_dl_deallocate_tls" is the C library, which frees what an ended thread had for itself.
 
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
     return "called_from_lib:libQt6Core.so.6\n"
            "called_from_lib:libQt6Gui.so.6\n"
            "called_from_lib:libQt6XcbQpa.so.6\n"
+           "called_from_lib:libQt6DBus.so.6\n"
            "called_from_lib:libglib-2.0.so.0\n"
-           "called_from_lib:libdbus-1.so.3\n";
+           "called_from_lib:libdbus-1.so.3\n"
+           "called_from_lib:libX11.so.6\n"
+           "called_from_lib:libXfixes.so.3\n"
+           "called_from_lib:libXrender.so.1\n"
+           "called_from_lib:libxcb.so.1\n"
+           "race:_dl_deallocate_tls\n";
 }
