@@ -89,13 +89,13 @@ IsAsleep() {
     read -r stat <"/proc/$1/stat" && [[ ${stat##*) } == [SZ]* ]]
 }
 
-# Rest: until the program and the display have done what the last key led to. A button shows itself
-# pressed for a tenth of a second before it acts on its accelerator, and what it acts on may be enabled
-# only then, which no window tells: both must be found asleep for longer than that. A program that draws
-# the progress of a scan never is; nobody presses several keys there.
+# Rest [LOOKS]: until the program and the display have done what the last key led to, or until they were
+# looked at so many times. A button shows itself pressed for a tenth of a second before it acts on its
+# accelerator, and what it acts on may be enabled only then, which no window tells: both must be found
+# asleep for longer than that. A program that draws the progress of a scan never is.
 Rest() {
-    local asleep=0 end=$((SECONDS + kWindowLimit))
-    while ((asleep < 8 && SECONDS < end)) && IsRunning; do
+    local asleep=0 looks=${1:-1000}
+    while ((asleep < 8 && looks-- > 0)) && IsRunning; do
         sleep 0.02
         if IsAsleep "$programPid" && IsAsleep "$displayPid"; then
             asleep=$((asleep + 1))
@@ -106,13 +106,15 @@ Rest() {
 }
 
 # Press TITLE KEY...: keys to the window with this title. No window manager runs on the virtual
-# display, so the window is given the focus first. The keys after an accelerator wait for its effect.
+# display, so the window is given the focus first, when another one that has just gone no longer moves
+# it. The keys after an accelerator wait for its effect.
 Press() {
     local title=$1 window key last=
     local -a quick=()
     shift
     WaitForWindow "$title" || return
     window=$(WindowId "$title") || return
+    Rest 25
     xdotool windowfocus "$window"
     WaitFor "$kWindowLimit" HasFocus "$window" || return
     for key in "$@"; do
