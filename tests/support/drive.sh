@@ -4,7 +4,7 @@
 
 readonly kProductDir=/usr/lib/Corvane/Corvane
 # Seconds; long enough for a busy machine under a sanitizer, reached only by a failure.
-: "${kWindowLimit:=60}"
+: "${kWindowLimit:=180}"
 runAs=()
 
 # WaitFor SECONDS COMMAND...: until COMMAND succeeds; fails after SECONDS.
