@@ -130,11 +130,9 @@ void dlgUpdate::customEvent(QEvent* event) {
 void dlgUpdate::ShowStatus(UpdateEvent event) {
     m_shown = event;
     const QString text = TextOf(event);
-    if (m_ui->statusLabel->text() != text) {  // a screen reader says each that is set
-        m_ui->statusLabel->setText(text);
-        m_ui->statusLabel->setToolTip(event == kEvtUpdateLoadingNamedFile ? PlainToolTip(text)
-                                                                          : QString());
-    }
+    m_ui->statusLabel->setText(text);
+    m_ui->statusLabel->setToolTip(event == kEvtUpdateLoadingNamedFile ? PlainToolTip(text)
+                                                                      : QString());
 }
 
 QString dlgUpdate::TextOf(UpdateEvent event) {

@@ -151,6 +151,7 @@ TEST_F(UpdateInWindow, AStopThatComesBeforeTheLibraryIsMissedEndsItToo) {
     std::filesystem::remove(m_application / "updturl.so");
     RecordingUpdate dialog;
     dialog.StopButton()->click();  // the thread has not even started
+    QTimer::singleShot(20000, &dialog, [&dialog] { dialog.done(2); });
     EXPECT_EQ(dialog.Myexec(), 0);
     EXPECT_EQ(g_siUpdateRetFlag, 3);
 }
