@@ -1,9 +1,13 @@
 // The update page: what it shows of the record, what can be changed, and what the changes lead to.
 
+#include "update/update_page.h"
+
 #include <QApplication>
 #include <QFileDialog>
+#include <QLayout>
 #include <QTest>
 
+#include "common/run_state.h"
 #include "tests/gui/app/update_page_fixture.h"
 #include "tests/support/rendered_box.h"
 #include "update/dlg_int_set.h"
@@ -237,9 +241,17 @@ TEST_F(UpdatePageTest, ItsBoxesCanBeSeenInEveryPalette) {
 
 TEST_F(UpdatePageTest, FitsTheSmallestWindow) {
     dlgMain& window = OpenPage(Record(0x4, "/p", "/b"));
+    pfnGetVer = [](tagZQVERINFO* version) { *version = {17, 5, {2020, 11, 0, 22, 0, 0, 0, 0}}; };
+    Find<UpdatePage>("updatePage").RefreshStatus();
     window.resize(window.minimumSizeHint());
     QApplication::processEvents();
+    const auto& definitions = Find<QLabel>("lblDefinitions");
+    EXPECT_GE(definitions.height(), 2 * definitions.fontMetrics().lineSpacing())
+        << "a line that must be wrapped";
+    EXPECT_GE(definitions.height(), definitions.heightForWidth(definitions.width()));
     const auto& page = Find<QWidget>("updatePage");
+    EXPECT_GE(page.minimumSizeHint().height(), page.layout()->minimumHeightForWidth(page.width()))
+        << "room for it is asked for";
     for (const auto* widget : page.findChildren<QWidget*>()) {
         if (widget->isVisible() && widget->parentWidget()->layout() != nullptr) {
             EXPECT_GE(widget->height(), widget->minimumSizeHint().height())
