@@ -71,6 +71,17 @@ TEST_F(FetchTest, TheConditionIsLeftOutWhenTheSetThatIsInstalledIsAnother) {
     EXPECT_EQ(m_server.Requests()[0], "GET /index.json | User-Agent: corvane-update");
 }
 
+TEST_F(FetchTest, TheConditionIsLeftOutAfterAReturnToAnOlderSet) {
+    const MirrorContents older = m_contents;
+    PublishNext();
+    ASSERT_EQ(Fetch().result, kUpdaterUpdated);
+    InstallContents();
+    ASSERT_EQ(Fetch().result, kUpdaterUpToDate);
+    WriteInstalledSet(m_request.currentSet + "/", older);
+    EXPECT_EQ(Fetch().result, kUpdaterUpdated);
+    EXPECT_EQ(ReadFile(InCandidate("index.json")), m_contents.IndexText());
+}
+
 TEST_F(FetchTest, TheConditionOfOneAddressIsNotUsedForAnother) {
     InstallContents();
     ASSERT_EQ(Fetch().result, kUpdaterUpToDate);
