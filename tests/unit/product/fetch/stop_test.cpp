@@ -76,6 +76,24 @@ TEST_F(StopTest, WhileALargeFileIsLoaded) {
     ExpectStopped([this] { return m_listener.HasStatus("2006 own.hdb"); });
 }
 
+TEST_F(StopTest, WhileANameIsLookedUp) {
+    if (!HasPrivateRoot() || ::geteuid() != 0) {
+        GTEST_SKIP() << "only root in a private root may say who is asked for names";
+    }
+    // A server of names that takes every question and answers none.
+    const FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(53);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    const std::string before = ReadFile("/etc/resolv.conf");
+    WriteFile("/etc/resolv.conf", "nameserver 127.0.0.1\noptions timeout:20 attempts:1\n");
+    m_request.addresses = {"http://mirror.example"};
+    ExpectStopped(AfterAWhile());
+    WriteFile("/etc/resolv.conf", before);
+}
+
 TEST_F(StopTest, WhileTheAddressDoesNotConnect) {
     // Nobody takes connections from a queue that is full: the next one waits.
     const FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
