@@ -206,7 +206,7 @@ private:
     // The file of a database, ".cvd" or ".cld"; empty when there is none.
     [[nodiscard]] std::string FindDatabase(const std::string& database) const {
         for (const char* ending : {".cld", ".cvd"}) {
-            const std::string name = database + ending;
+            std::string name = database + ending;
             if (::faccessat(m_folder.Get(), name.c_str(), R_OK, AT_SYMLINK_NOFOLLOW) == 0) {
                 return name;
             }

@@ -169,8 +169,7 @@ private:
 
     FileResult TakeFile(const IndexedFile& file) {
         if (const FileDescriptor own = m_job.current.OpenFileOf(file.sha256)) {
-            const FileResult result =
-                CopyFile(m_job.progress, own.Get(), file, m_job.folder.Parts());
+            FileResult result = CopyFile(m_job.progress, own.Get(), file, m_job.folder.Parts());
             if (result.end != FileEnd::kRefused) {
                 return result;
             }

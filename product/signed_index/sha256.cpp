@@ -1,29 +1,47 @@
 #include "product/signed_index/sha256.h"
 
 #include <array>
-#include <cstddef>
-#include <sodium/utils.h>
+#include <new>
+#include <openssl/evp.h>
+#include <string_view>
 #include <vector>
 
 #include "common/io.h"
 
 namespace signed_index {
 
-Sha256::Sha256() {
-    crypto_hash_sha256_init(&m_state);
+namespace {
+
+void Require(int succeeded) {
+    if (succeeded != 1) {
+        throw std::bad_alloc();
+    }
+}
+
+}  // namespace
+
+void Sha256::Free::operator()(evp_md_ctx_st* context) const {
+    EVP_MD_CTX_free(context);
+}
+
+Sha256::Sha256() : m_context(EVP_MD_CTX_new()) {
+    Require(m_context != nullptr ? EVP_DigestInit_ex(m_context.get(), EVP_sha256(), nullptr) : 0);
 }
 
 void Sha256::Add(std::span<const std::byte> bytes) {
-    crypto_hash_sha256_update(&m_state, reinterpret_cast<const unsigned char*>(bytes.data()),
-                              bytes.size());
+    Require(EVP_DigestUpdate(m_context.get(), bytes.data(), bytes.size()));
 }
 
 std::string Sha256::Finish() {
-    std::array<unsigned char, crypto_hash_sha256_BYTES> digest{};
-    crypto_hash_sha256_final(&m_state, digest.data());
-    std::array<char, 2 * crypto_hash_sha256_BYTES + 1> text{};
-    sodium_bin2hex(text.data(), text.size(), digest.data(), digest.size());
-    return text.data();
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+    unsigned int length = 0;
+    Require(EVP_DigestFinal_ex(m_context.get(), digest.data(), &length));
+    std::string text;
+    for (const unsigned char byte : std::span(digest).first(length)) {
+        text += {kDigits[byte >> 4U], kDigits[byte & 15U]};
+    }
+    return text;
 }
 
 std::optional<FileDigest> DigestOf(int fd, std::uint64_t limit) {

@@ -1,16 +1,21 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
-#include <sodium/crypto_hash_sha256.h>
 #include <span>
 #include <string>
 
+struct evp_md_ctx_st;
+
 namespace signed_index {
 
-/// SHA-256 of what it is given piece by piece. An object is for one thread.
+/// SHA-256 of what it is given piece by piece, with what the processor has for it: a database is
+/// hashed several times on its way. An object is for one thread.
 class Sha256 {
 public:
+    /// Throws std::bad_alloc without memory, as everything here does.
     Sha256();
 
     void Add(std::span<const std::byte> bytes);
@@ -19,7 +24,10 @@ public:
     std::string Finish();
 
 private:
-    crypto_hash_sha256_state m_state;
+    struct Free {
+        void operator()(evp_md_ctx_st* context) const;
+    };
+    std::unique_ptr<evp_md_ctx_st, Free> m_context;
 };
 
 /// What a file held when it was read.
