@@ -6,20 +6,28 @@
 #include "common/paths.h"
 #include "common/regular_file.h"
 
-int GetVDBInfo(tagZQVERINFO* info) {
-    if (info == nullptr) {
-        return 0;
-    }
-    const auto path = common::InFoundProductDirectory(kVersionFileName);
+namespace {
+
+bool ReadRecord(const char* name, tagZQVERINFO& info) {
+    const auto path = common::InFoundProductDirectory(name);
     if (!path) {
-        return 0;
+        return false;
     }
     const FileDescriptor file =
         common::OpenRegularFile(path->c_str(), O_RDONLY, common::Links::kFollow);
     tagZQVERINFO record{};
     if (!file || ReadFull(file.Get(), BytesOf(record)) != std::ptrdiff_t{sizeof record}) {
-        return 0;
+        return false;
     }
-    *info = record;
-    return 1;
+    info = record;
+    return true;
+}
+
+}  // namespace
+
+int GetVDBInfo(tagZQVERINFO* info) {
+    return info != nullptr &&
+                   (ReadRecord(kInstalledVersionFile, *info) || ReadRecord(kVersionFileName, *info))
+               ? 1
+               : 0;
 }

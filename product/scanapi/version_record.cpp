@@ -48,7 +48,8 @@ tagZQVERINFO ReadVersion(const std::string& engineDirectory,
         });
     const bool isNumbered = newest != databases.end() && newest->version != 0;
     tagZQVERINFO version{};
-    if (ReadVersionFile(engineDirectory + kVersionFileName, version) &&
+    if ((ReadVersionFile(engineDirectory + kInstalledVersionFile, version) ||
+         ReadVersionFile(engineDirectory + kVersionFileName, version)) &&
         !(isNumbered && newest->built > InstantOf(version.databaseDate))) {
         return version;
     }

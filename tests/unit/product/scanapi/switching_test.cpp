@@ -107,6 +107,19 @@ TEST_F(SwitchingTest, ARunUnderWayKeepsItsSet) {
     EXPECT_TRUE(Finds('B')) << "loaded long since";
 }
 
+TEST_F(SwitchingTest, TheVersionIsAnsweredAnewAtOnceAlsoWithoutALink) {
+    StartWithSetOne();
+    fs::remove(m_engine.Path("scanver.cnf"));
+    const tagZQVERINFO packages{2, 0, {2026, 11, 6, 21, 1, 2, 3, 0}};
+    m_engine.Write("scanver.cnf", {reinterpret_cast<const char*>(&packages), sizeof packages});
+    EXPECT_EQ(Version(), 101);
+    PutSet(2, 'B');
+    SwitchTo("set-2");
+    EXPECT_EQ(Version(), 102);
+    fs::remove(m_engine.Path("defs/current"));
+    EXPECT_EQ(Version(), 200);
+}
+
 TEST_F(SwitchingTest, TheVersionIsAnsweredAnewAtOnce) {
     StartWithSetOne();
     EXPECT_EQ(Version(), 101);
