@@ -91,10 +91,15 @@ TEST_F(Backup, WhatIsNotOursIsNeverRemoved) {
     WriteFile("/backup-test/elsewhere/thesis", "mine");
     fs::create_directory_symlink("/backup-test/elsewhere",
                                  m_folder + "/corvane-definitions-19990102-000000");
+    // A folder of the marker's name is no marker.
+    const std::string named = m_folder + "/corvane-definitions-19990103-000000/";
+    fs::create_directories(named + ".corvane-backup");
+    WriteFile(named + "thesis", "mine");
     for (int second = 0; second < 7; ++second) {
         EXPECT_EQ(Make(kNow + second), "");
     }
-    EXPECT_EQ(Backups().size(), 8U);
+    EXPECT_EQ(Backups().size(), 9U);
+    EXPECT_EQ(ReadFile(named + "thesis"), "mine");
     EXPECT_EQ(ReadFile(m_folder + "/corvane-definitions-19990101-000000/thesis"), "mine");
     EXPECT_TRUE(Exists(m_folder + "/photos/.corvane-backup"));
     EXPECT_EQ(ReadFile("/backup-test/elsewhere/thesis"), "mine");
