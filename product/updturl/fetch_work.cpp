@@ -92,7 +92,7 @@ fetch::ConnectionResult TestAddresses(const fetch::Request& wanted, Asker& asker
     bool isFirst = true;
     for (const std::string& address :
          fetch::AddressesToTry(wanted.addresses, wanted.fromAdministrator)) {
-        const auto result = fetch::TestConnection(wanted.proxy, address, wanted.official, listener);
+        auto result = fetch::TestConnection(wanted.proxy, address, wanted.official, listener);
         if (result.connection == fetch::Connection::kOk) {
             return result;
         }
