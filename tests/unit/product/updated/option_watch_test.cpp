@@ -48,6 +48,7 @@ TEST_F(OptionWatchTest, OpensThemWhenTheyArePutThere) {
     OptionWatch watch(m_folder.Path());
     WriteFile(m_folder / "new", "options");
     ASSERT_EQ(::chmod((m_folder / "new").c_str(), 0644), 0);
+    EXPECT_TRUE(LookOnce(watch));
     std::filesystem::rename(m_folder / "new", m_path);
     EXPECT_TRUE(LookOnce(watch));
     EXPECT_EQ(ModeOf(m_path), 0666U);
