@@ -17,11 +17,15 @@ fi
 stage=$(mktemp -d)/stage
 (
     umask 077
-    mkdir -p "$stage$directory/translation" "$stage"/usr/{bin,sbin} "$stage/usr/share/man/house"
+    mkdir -p "$stage$directory/translation" "$stage"/usr/{bin,sbin} "$stage/usr/share/man/house" "$stage/etc/init.d"
     # shellcheck disable=SC2016
     printf '#!/bin/sh\necho "$1" >"$1/made"\n' >"$stage$directory/create-shared-files"
+    # shellcheck disable=SC2016
+    printf '#!/bin/sh\necho users >"$(dirname "$0")/users"\n' >"$stage$directory/create-users"
+    printf '#!/bin/sh\n' >"$stage/etc/init.d/house-service"
     printf '#!/bin/sh\n' >"$stage/usr/bin/corvane-virlog"
     printf '#!/bin/sh\n' >"$stage/usr/sbin/corvane-admin"
+    chmod 700 "$stage$directory/create-users" "$stage/etc/init.d/house-service"
     chmod 700 "$stage$directory/create-shared-files" "$stage/usr/bin/corvane-virlog" "$stage/usr/sbin/corvane-admin"
     ln -s "$directory/corvane" "$stage/usr/bin/corvane"
     echo text >"$stage$directory/translation/text"
@@ -39,11 +43,12 @@ mkdir -p "$directory/tmp" "$directory/reports"
 # Found ROOT: what of the stage is there.
 Found() {
     (cd "$1" && find usr/lib/Corvane usr/bin/corvane* usr/sbin/corvane-admin usr/share/man/house \
-        -printf '%m %p\n' 2>/dev/null)
+        etc/init.d/house-service -printf '%m %p\n' 2>/dev/null)
 }
 shared="755 usr/lib/Corvane
 755 usr/lib/Corvane/Corvane
 755 usr/lib/Corvane/Corvane/create-shared-files
+755 usr/lib/Corvane/Corvane/create-users
 644 usr/lib/Corvane/Corvane/made
 755 usr/lib/Corvane/Corvane/tmp
 644 usr/lib/Corvane/Corvane/tmp/mine
@@ -51,7 +56,9 @@ shared="755 usr/lib/Corvane
 644 usr/lib/Corvane/Corvane/translation/text
 777 usr/bin/corvane
 755 usr/bin/corvane-virlog"
-system="755 usr/sbin/corvane-admin
+system="644 usr/lib/Corvane/Corvane/users
+755 etc/init.d/house-service
+755 usr/sbin/corvane-admin
 755 usr/share/man/house
 644 usr/share/man/house/manual"
 
