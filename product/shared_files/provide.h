@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <sys/types.h>
 
 #include "common/file_descriptor.h"
@@ -19,8 +20,8 @@ struct Owner {
 struct SharedFile {
     const char* name;  ///< without a folder
     mode_t mode;
-    off_t minimumSize;      ///< in bytes; a shorter one is of no use and is made anew
-    bool (*write)(int fd);  ///< writes the starting content; false with errno set
+    std::int32_t minimumSize;  ///< in bytes; a shorter one is of no use and is made anew
+    bool (*write)(int fd);     ///< writes the starting content; false with errno set
     Owner owner = {};
     bool mayBeLink = false;  ///< the product itself puts a link in its place
 };

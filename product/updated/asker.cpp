@@ -46,15 +46,13 @@ void Asker::Hear() {
 }
 
 void Asker::Take(std::string_view line) {
-    if (m_state != State::kNew) {
-        // A stop, or what nobody understands.
+    // After the wish comes a stop, or what nobody understands.
+    if (m_state != State::kNew || (line != kWishToUpdate && line != kWishForIndex)) {
         m_state = State::kGone;
-    } else if (line == kWishToUpdate || line == kWishForIndex) {
-        m_wish = line == kWishForIndex ? Wish::kIndex : Wish::kUpdate;
-        m_state = State::kWaiting;
-    } else {
-        m_state = State::kGone;
+        return;
     }
+    m_wish = line == kWishForIndex ? Wish::kIndex : Wish::kUpdate;
+    m_state = State::kWaiting;
 }
 
 void Asker::Say(std::string_view line) {

@@ -16,7 +16,7 @@ constexpr mode_t kShared = 0666;
 
 }  // namespace
 
-OptionWatch::OptionWatch(std::string directory)
+OptionWatch::OptionWatch(const std::string& directory)
     : m_path(directory + "zqupdate.opt"), m_watch(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
     // The folder, for the file may be put there anew.
     if (m_watch && ::inotify_add_watch(m_watch.Get(), directory.c_str(),

@@ -12,7 +12,7 @@ namespace updated {
 class OptionWatch {
 public:
     /// Watches "zqupdate.opt" in `directory`, which ends in "/", and sets its mode now.
-    explicit OptionWatch(std::string directory);
+    explicit OptionWatch(const std::string& directory);
 
     /// Becomes readable when something has happened there; -1 when the machine cannot tell.
     [[nodiscard]] int Descriptor() const { return m_watch.Get(); }

@@ -35,14 +35,6 @@ updturl::Proxy ReadProxy(const std::string& directory) {
             std::string(FieldText(settings.user)), std::string(FieldText(settings.password))};
 }
 
-std::vector<std::string> Texts(char** list, int count) {
-    std::vector<std::string> texts;
-    for (int i = 0; i < count; ++i) {
-        texts.emplace_back(list[i]);
-    }
-    return texts;
-}
-
 std::optional<std::vector<std::string>> ReadAddresses(const std::string& directory,
                                                       bool isFromAdministrator) {
     int count = 0;
@@ -53,7 +45,7 @@ std::optional<std::vector<std::string>> ReadAddresses(const std::string& directo
     if (list == nullptr) {
         return std::nullopt;
     }
-    auto texts = Texts(list, count);
+    std::vector<std::string> texts(list, list + count);
     CUpdate::FreeUpdtLink(list, count);
     return texts;
 }

@@ -200,12 +200,18 @@ Expect "as their user, with the right to tell the web protection" \
     "$(Credentials)"
 Expect "at every start of the machine" yes "$(YesOrNo compgen -G '/etc/rc2.d/S??rapidupdate' | tail -n 1)"
 
+Must "the update service runs" WaitFor 20 Runs corvane-updated
+Must "it listens" WaitFor 20 test -S /run/corvane/update.sock
+Expect "for everybody" "666 755 root" \
+    "$(stat -c %a /run/corvane/update.sock) $(stat -c '%a %U' /run/corvane)"
+
 first=$(Pid rapidupdate)
 Expect "a second start is fine" 0 "$(Status rapidupdate start)"
 Expect "and starts none" "$first" "$(Pid rapidupdate)"
 Expect "stopping does not keep the window waiting" yes "$(Quickly /etc/init.d/rapidupdate stop)"
 Expect "it has ended" no "$(Lives "$first")"
 Expect "it does not run" 3 "$(Status rapidupdate status)"
+Expect "who presses the button is served on" 0 "$(Status corvane-updated status)"
 Expect "a second stop is fine" 0 "$(Status rapidupdate stop)"
 Expect "nor does starting" yes "$(Quickly /etc/init.d/rapidupdate start)"
 Must "it runs again" WaitFor 20 Runs rapidupdate
@@ -246,8 +252,9 @@ Expect "what was switched off stays so" "3 no" \
 /etc/init.d/rapidupdate start
 Must "it runs for the last time" WaitFor 20 Runs rapidupdate
 last=$(Pid rapidupdate)
+lastUpdated=$(Pid corvane-updated)
 Must "it is removed" Dpkg --remove corvane
-Expect "it has been stopped" no "$(Lives "$last")"
+Expect "both have been stopped" "no no" "$(Lives "$last") $(Lives "$lastUpdated")"
 Expect "the script without its program" 5 "$(Status rapidupdate start)"
 Must "it is purged in the end" Dpkg --purge corvane
 Expect "nothing at all is left" "" "$(Left)"

@@ -35,4 +35,7 @@ for unit in corvane-fetch.socket corvane-updated.socket corvane-updated.service 
     # What it says of units of this machine is not ours.
     Expect "$unit is understood" "" "$(systemd-analyze verify --man=no "$folder/$unit" 2>&1 | grep -E 'corvane|rapidupdate')"
 done
+if type -P shellcheck >/dev/null; then
+    Expect "the init scripts are clean" "" "$(shellcheck /etc/init.d/rapidupdate /etc/init.d/corvane-updated)"
+fi
 Finish
