@@ -311,5 +311,51 @@ TEST_F(UpdatedService, AnInterruptedRunSaysNothingOfTheMirrors) {
     EXPECT_EQ(Note("runs"), "run\nrun\n");
 }
 
+TEST_F(UpdatedService, ServesTheSocketThatSystemdGivesIt) {
+    WriteFile(kDirectory + "corvane-update", "#!/bin/sh\necho 'result 2'\n");
+    ASSERT_EQ(::chmod((kDirectory + "corvane-update").c_str(), 0755), 0);
+    FileDescriptor listening(::socket(AF_UNIX, SOCK_STREAM, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    kSocket.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(::bind(listening.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(listening.Get(), 4), 0);
+    struct stat before {};
+    ASSERT_EQ(::stat(kSocket.c_str(), &before), 0);
+    m_service = StartChild([&] {
+        constexpr int kFirstGiven = 3;
+        if (listening.Get() != kFirstGiven) {
+            ::dup2(listening.Get(), kFirstGiven);
+        }
+        ::setenv("LISTEN_FDS", "1", 1);
+        ::setenv("LISTEN_PID", std::to_string(::getpid()).c_str(), 1);
+        ::execl(UPDATED_PROGRAM, "corvane-updated", nullptr);
+        return 127;
+    });
+    listening.Reset();
+    EXPECT_EQ(Client("update\n").HearAll(), "result 2\n");
+    EXPECT_EQ(End(), 0);
+    struct stat after {};
+    ASSERT_EQ(::stat(kSocket.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino) << "it puts none of its own in its place";
+}
+
+TEST_F(UpdatedService, WithoutAPlaceToListenAtItFails) {
+    fs::remove_all("/run/corvane");
+    m_service = StartChild([] {
+        ::execl(UPDATED_PROGRAM, "corvane-updated", nullptr);
+        return 127;
+    });
+    EXPECT_EQ(JoinChild(std::exchange(m_service, -1)), 1);
+}
+
+TEST_F(UpdatedService, HasNoOptions) {
+    EXPECT_EQ(InChild([] {
+                  ::execl(UPDATED_PROGRAM, "corvane-updated", "--help", nullptr);
+                  return 127;
+              }),
+              2);
+}
+
 }  // namespace
 }  // namespace updated
