@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/scratch.h"
-#include "tests/unit/update/link_bytes.h"
+#include "tests/unit/update/files/link_bytes.h"
 #include "update/files/admin_links.h"
 #include "update/files/update_links.h"
 
