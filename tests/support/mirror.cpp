@@ -72,7 +72,7 @@ std::string MirrorServer::Address(const std::string& scheme, const std::string& 
 void MirrorServer::Script(const std::map<std::string, std::string>& behaviours) const {
     std::string text;
     for (const auto& [path, behaviour] : behaviours) {
-        text += (text.empty() ? "{\"" : ",\n\"") + path + "\": " + behaviour;
+        text.append(text.empty() ? "{\"" : ",\n\"").append(path).append("\": ").append(behaviour);
     }
     WriteFile(m_folder / "script.new", text.empty() ? "{}" : text + "}");
     std::filesystem::rename(m_folder / "script.new", m_folder / "script");

@@ -9,7 +9,6 @@ namespace {
 
 using fetch::Connection;
 using fetch::Proxy;
-using testing::HasSubstr;
 
 class ConnectionTest : public FetchTest {
 protected:
