@@ -11,7 +11,6 @@
 namespace {
 
 using signed_index::Index;
-using signed_index::IndexedFile;
 using signed_index::ParseIndex;
 using signed_index::Refusal;
 
