@@ -73,7 +73,7 @@ std::string WriteInternet(const std::vector<std::string>& addresses) {
     const std::string content = UpdateLinkFile(addresses);
     if (!definitions::WriteInto(folder.Get(), kNewLinkFile, std::as_bytes(std::span(content))) ||
         ::renameat(folder.Get(), kNewLinkFile, folder.Get(), kUpdateLinkFileName) != 0) {
-        const std::string reason = Reason("the list cannot be written");
+        std::string reason = Reason("the list cannot be written");
         (void)::unlinkat(folder.Get(), kNewLinkFile, 0);
         return reason;
     }
@@ -86,7 +86,7 @@ bool IsStored(const std::vector<std::string>& addresses) {
     char** list = CUpdate::GetURLsForAdmin(&count);
     bool isSame = static_cast<std::size_t>(count) == addresses.size() &&
                   (list != nullptr || addresses.empty());
-    for (std::size_t index = 0; isSame && index < addresses.size(); ++index) {
+    for (std::size_t index = 0; list != nullptr && isSame && index < addresses.size(); ++index) {
         isSame = std::string_view(list[index]).starts_with(addresses[index]);
     }
     CUpdate::FreeUpdtLink(list, count);
@@ -95,6 +95,7 @@ bool IsStored(const std::vector<std::string>& addresses) {
 
 std::string WriteServer(std::vector<std::string> addresses) {
     std::vector<char*> list;
+    list.reserve(addresses.size() + 1);
     for (std::string& address : addresses) {
         list.push_back(address.data());
     }
