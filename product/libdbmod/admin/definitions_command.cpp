@@ -15,7 +15,7 @@ namespace dbmod {
 namespace {
 
 std::string AgeOf(const tagZQVERINFO& version, std::time_t now) {
-    constexpr std::time_t kDay = 24 * 60 * 60;
+    constexpr std::time_t kDay = 86400;  // seconds
     std::tm local{};
     SystemTimeToTm(&version.databaseDate, &local);
     const std::time_t days = std::max<std::time_t>(0, now - std::mktime(&local)) / kDay;
