@@ -102,8 +102,48 @@ Expect "the set from the folder" "set-3 Own.Test.c" "$(CurrentSet)"
 
 # An ordinary user, while no service runs.
 AsOrdinaryUser
+: >/zqupdt.log
+chmod 666 /zqupdt.log
 Expect "without the service" "result 0" "$(Update site "$address")"
+Expect "why, and what to do" 1 \
+    "$(grep -c 'the update service cannot be asked.*systemctl start corvane-updated' /zqupdt.log)"
 Expect "nothing of the definitions changed" "set-3 Own.Test.c" "$(CurrentSet)"
+
+# The same with the service, which reads itself where updates come from.
+WriteSources() {
+    # Flags: automatic, from the Internet centre; then 1, and neither path nor backup.
+    python3 - "$kProductDir" "$1" <<'END'
+import sys
+folder, address = sys.argv[1:]
+with open(folder + "/zqupdate.opt", "wb") as options:
+    options.write(bytes([3, 0, 0, 0, 1, 0, 0, 0]) + bytes(512))
+record = bytes(4) + address.encode().ljust(1032, b"\0")
+with open(folder + "/updlink.dat", "wb") as links:
+    links.write(bytes([0, 0, 0, 0, 1, 0]) + bytes((b << 3 | b >> 5) & 255 for b in record))
+END
+}
+
+StartService() {
+    mkdir -p /run/corvane
+    "$kProductDir/corvane-updated" >"$scratch/service.log" 2>&1 &
+    servicePid=$!
+    WaitFor 20 test -S /run/corvane/update.sock
+}
+
+if [[ -x $kProductDir/corvane-updated ]]; then
+    PutDatabase d
+    Must "the mirror is renewed" Publish
+    WriteSources "$address"
+    Must "the service starts" StartService
+    Expect "the user's own address is not used" "result 1" "$(Update site http://127.0.0.1:1)"
+    Expect "the set of the service" "set-4 Own.Test.d" "$(CurrentSet)"
+    Expect "nothing new for the user" "result 2" "$(Update site "$address")"
+    echo '{"/index.json": {"do": "hang"}}' >"$scratch/script.json"
+    Expect "a stop by the user" "result 3" "$(Update site "$address" 2003)"
+    kill "$servicePid"
+else
+    echo "this product has no update service"
+fi
 runAs=()
 
 kill "$serverPid"
