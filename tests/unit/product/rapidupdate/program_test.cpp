@@ -86,6 +86,7 @@ protected:
             ::dup2(log, STDOUT_FILENO);
             ::dup2(log, STDERR_FILENO);
             std::vector<char*> words;
+            words.reserve(arguments.size() + 1);
             for (std::string& word : arguments) {
                 words.push_back(word.data());
             }
