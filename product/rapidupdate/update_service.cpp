@@ -75,6 +75,9 @@ UpdaterResult Follow(int connection, int endDescriptor, std::chrono::millisecond
         }
         if (watched[0].revents != 0) {
             (void)Say(connection, updturl::kStopLine);
+            // Hanging up over something unread can take the word back; the service then sees that
+            // we are gone, which it takes for the same.
+            lines.ReadFrom(connection);
             return kUpdaterInterrupted;
         }
         lines.ReadFrom(connection);
