@@ -18,8 +18,6 @@
 namespace updturl {
 namespace {
 
-using definitions::Outcome;
-
 /// Notes what a run says; stops it at a status.
 class Notes : public ConversationListener {
 public:

@@ -48,7 +48,7 @@ protected:
 
     /// A program that does what the shell commands say, beside the request in "request".
     std::string Program(const std::string& commands) {
-        const std::string path = m_folder / "corvane-update";
+        std::string path = m_folder / "corvane-update";
         WriteFile(path, "#!/bin/bash\ncd " + m_folder.Path() + "\n" + commands + "\n");
         ::chmod(path.c_str(), 0755);
         return path;

@@ -78,6 +78,7 @@ protected:
         m_statuses.clear();
         m_toldAt.clear();
         std::vector<char*> list;
+        list.reserve(texts.size());
         for (std::string& text : texts) {
             list.push_back(text.data());
         }
@@ -243,12 +244,12 @@ protected:
         if (IsSkipped()) {
             return;
         }
-        for (const std::string user : {"corvane", "corvane-fetch"}) {
-            if (std::system(("getent passwd " + user +
-                             " >/dev/null || useradd --system --no-create-home "
-                             "--user-group --shell /usr/sbin/nologin " +
-                             user)
-                                .c_str()) != 0) {
+        for (const char* const make :
+             {"getent passwd corvane >/dev/null || useradd --system --no-create-home --user-group "
+              "--shell /usr/sbin/nologin corvane",
+              "getent passwd corvane-fetch >/dev/null || useradd --system --no-create-home "
+              "--user-group --shell /usr/sbin/nologin corvane-fetch"}) {
+            if (std::system(make) != 0) {
                 GTEST_SKIP() << "no user can be made here";
             }
         }
