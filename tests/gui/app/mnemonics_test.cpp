@@ -12,8 +12,8 @@
 #include "scan/dlg_scn_prgrs.h"
 #include "scan/dlg_vir_fnd.h"
 #include "tests/gui/app/window_fixture.h"
-#include "update/dlg_update.h"
 #include "update/dlg_int_set.h"
+#include "update/dlg_update.h"
 #include "widgets/dlg_sc_dir.h"
 
 namespace {
