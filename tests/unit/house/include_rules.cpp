@@ -39,9 +39,9 @@ const std::map<std::string, Room, std::less<>> kRooms = {
 // not named here stands for itself.
 const std::map<std::string, int, std::less<>> kSharedOfProduct = {
     {"product/signed_index", 0},
-    {"product/updturl", 0},
     {"product/definitions", 1},
     {"product/fetch", 1},
+    {"product/updturl", 2},
 };
 
 struct Include {
