@@ -6,11 +6,10 @@
 #include <string>
 
 #include "common/locks.h"
-#include "common/log.h"
 #include "common/paths.h"
-#include "common/run_state.h"
 #include "reports/files/update_report.h"
 #include "update/dlg_update.h"
+#include "update/run/start_log.h"
 #include "update/run/status_library.h"
 #include "widgets/messages.h"
 
@@ -31,7 +30,7 @@ private:
 };
 
 void Log(const std::string& what) {
-    WriteToLog(g_szLogFile, ("In dlgMain::OnUpdateNowClick(): " + what).c_str());
+    LogUpdateStart("In dlgMain::OnUpdateNowClick(): " + what);
 }
 
 void WriteReport(const char* status) {

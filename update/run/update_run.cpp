@@ -10,12 +10,12 @@
 
 #include "common/exception_log.h"
 #include "common/io.h"
-#include "common/log.h"
 #include "common/option_file.h"
 #include "common/paths.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "update/files/update_links.h"
+#include "update/run/start_log.h"
 #include "update/run/updater_library.h"
 #include "update/run/updater_settings.h"
 
@@ -23,14 +23,10 @@ namespace {
 
 constexpr std::size_t kMaxFolderText = 255;
 
-void Log(const std::string& line) {
-    WriteToLog(g_szLogFile, line.c_str());
-}
-
 /// Tells of a start that failed, and why, by the system's last error.
 void LogStartError(const std::string& what) {
     const int error = errno;
-    Log("In UpdateRun::Run(): " + what + ": " + std::strerror(error));
+    LogUpdateStart("In UpdateRun::Run(): " + what + ": " + std::strerror(error));
 }
 
 /// Makes the folder, with its mode whatever the umask, when it is not there.
@@ -119,7 +115,7 @@ void UpdateRun::Update() {
     m_downloadDirectory = m_applicationDirectory + "download/";
     if (!MakeFolder(m_downloadDirectory)) {
         LogStartError("folder (" + m_downloadDirectory + ") not made");
-        Log("download dir error");
+        LogUpdateStart("download dir error");
         m_listener.Tell(kEvtUpdateNotStarted);
         return;
     }

@@ -7,15 +7,13 @@
 #include <utility>
 
 #include "common/exception_log.h"
-#include "common/log.h"
-#include "common/run_state.h"
+#include "update/run/start_log.h"
 #include "update/run/update_callback.h"
 
 namespace {
 
 void LogUnusable(const std::string& path, const std::string& why) {
-    WriteToLog(g_szLogFile,
-               ("In UpdaterLibrary::Load(): no update with (" + path + "): " + why).c_str());
+    LogUpdateStart("In UpdaterLibrary::Load(): no update with (" + path + "): " + why);
 }
 
 /// The settings once more, past the field that says whether there is a proxy at all.

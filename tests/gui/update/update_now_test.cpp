@@ -9,6 +9,7 @@
 #include "common/paths.h"
 #include "tests/gui/update/update_fixture.h"
 #include "tests/support/modal_driver.h"
+#include "tests/support/noted_syslog.h"
 #include "tests/support/report_files.h"
 
 // The whole of an update as the user asks for it: lock, dialog, report, message, who is told.
@@ -262,6 +263,7 @@ TEST_F(UpdateNowTest, HeldByAnotherProcessItSaysSoAndShowsNoDialog) {
     ASSERT_TRUE(WaitUntil([&] { return Exists(held); }));
     m_user.ExpectMessage(QMessageBox::Warning, kTitle,
                          "Rapid Update is already running in automatic mode.");
+    (void)TakeNotedSyslog();
     Run();
     WriteFile(release, "");
     EXPECT_EQ(JoinChild(other), 0);
@@ -269,6 +271,7 @@ TEST_F(UpdateNowTest, HeldByAnotherProcessItSaysSoAndShowsNoDialog) {
     ExpectNothingElse();
     EXPECT_EQ(ProgramLog(),
               "In dlgMain::OnUpdateNowClick(): no lock: Resource temporarily unavailable\n");
+    EXPECT_EQ(TakeNotedSyslog(), "13 corvane: " + ProgramLog()) << "who may not read that one";
 }
 
 TEST_F(UpdateNowTest, FollowsNoLinkToLock) {

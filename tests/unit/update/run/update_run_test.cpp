@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <thread>
 
+#include "tests/support/noted_syslog.h"
 #include "tests/unit/update/run/shell_update.h"
 
 // A whole update with no window, no event loop and no Qt in the program.
@@ -302,6 +303,49 @@ TEST_F(ShellUpdate, WithoutAnEntryPointItDoesNotStart) {
         EXPECT_EQ(g_pfnUpdateFromIndex, nullptr);
         fs::remove(m_application / "updturl.so");
     }
+}
+
+// ---- Who is told why it did not start
+
+/// Of somebody whose program's log belongs to another user.
+class StrangersUpdate : public ShellUpdate {
+protected:
+    void SetUp() override {
+        ShellUpdate::SetUp();
+        CopyToField(g_szLogFile, m_scratch / "missing/log");
+        Prepare("result 0\n");
+        (void)TakeNotedSyslog();
+    }
+};
+
+TEST_F(StrangersUpdate, WithoutADownloadFolderIsInTheLogOfTheSystem) {
+    WriteFile(m_application / "download", "in the way");
+    Update();
+    EXPECT_EQ(TakeNotedSyslog(), "13 corvane: In UpdateRun::Run(): folder (" +
+                                     m_application.Path() +
+                                     "download/) not made: File exists\n"
+                                     "13 corvane: download dir error\n");
+}
+
+TEST_F(StrangersUpdate, WithoutOptionsIsInTheLogOfTheSystem) {
+    fs::remove(m_application / "zqupdate.opt");
+    Update();
+    EXPECT_EQ(TakeNotedSyslog(), "13 corvane: In UpdateRun::Run(): file (" + m_application.Path() +
+                                     "zqupdate.opt) not opened: No such file or directory\n");
+}
+
+TEST_F(StrangersUpdate, WithoutTheLibraryIsInTheLogOfTheSystem) {
+    fs::remove(m_application / "updturl.so");
+    Update();
+    EXPECT_EQ(TakeNotedSyslog(), "13 corvane: In UpdaterLibrary::Load(): no update with (" +
+                                     m_application.Path() +
+                                     "updturl.so): No such file or directory\n");
+    fs::remove("/zqcommon.log");
+}
+
+TEST_F(StrangersUpdate, ThatStartsSaysNothing) {
+    Update();
+    EXPECT_EQ(TakeNotedSyslog(), "");
 }
 
 // ---- What is thrown
