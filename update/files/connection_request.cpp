@@ -63,7 +63,7 @@ void AddAddresses(std::string& request, bool fromAdministrator) {
 }  // namespace
 
 std::string ConnectionRequest(const tagZQINETCONFIG& settings) {
-    const std::uint32_t flags = LoadUpdateOptions().flags;
+    const std::uint32_t flags = StoredUpdateOptions().flags;
     const bool fromAdministrator =
         (flags & kUpdateFromInternet) == 0 && (flags & kUpdateFromServer) != 0;
     std::string request;

@@ -47,6 +47,16 @@ tagUpdtOpts LoadUpdateOptions() {
     return LoadOrMake(kPageUpdateOptions);
 }
 
+tagUpdtOpts StoredUpdateOptions() {
+    const FileDescriptor file = OpenToRead(OptionsPath());
+    if (!file) {
+        return kPageUpdateOptions;
+    }
+    tagUpdtOpts options{};
+    (void)ReadFull(file.Get(), BytesOf(options));  // what is missing of it is zero
+    return options;
+}
+
 FileOutcome WriteUpdateOptions(const tagUpdtOpts& options) {
     const std::string path = OptionsPath();
     const FileDescriptor file = OpenOptionFile(path.c_str());

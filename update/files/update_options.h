@@ -51,5 +51,9 @@ tagUpdtOpts LoadUpdateOptionsAtStart();
 /// The same for the update page, with its own default. GUI thread.
 tagUpdtOpts LoadUpdateOptions();
 
+/// What the file holds or, when it cannot be read, what the update page would make of it. Neither
+/// makes the file nor changes its mode. Any thread.
+tagUpdtOpts StoredUpdateOptions();
+
 /// Writes the record over the start of "zqupdate.opt", which is never made here. GUI thread.
 FileOutcome WriteUpdateOptions(const tagUpdtOpts& options);

@@ -52,6 +52,20 @@ TEST_F(ConnectionRequestText, TakesTheAdministratorsListForTheServer) {
         << "and stands in for a path";
 }
 
+TEST_F(ConnectionRequestText, LeavesTheOptionsAsTheyAre) {
+    SetSource("08");
+    ASSERT_EQ(Mode("zqupdate.opt"), 0600U);
+    EXPECT_EQ(ConnectionRequest({}), Head("1") + "no-addresses 1\ngo\n");
+    EXPECT_EQ(Mode("zqupdate.opt"), 0600U);
+    EXPECT_EQ(Get("zqupdate.opt"), Padded(Hex("08"), 520));
+}
+
+TEST_F(ConnectionRequestText, MakesNoOptionsAndAsksAsTheUpdatePageWould) {
+    std::filesystem::remove(m_scratch / "zqupdate.opt");
+    EXPECT_EQ(ConnectionRequest({}), Head("1") + "no-addresses 1\ngo\n");
+    EXPECT_TRUE(std::filesystem::is_empty(m_scratch.Path()));
+}
+
 TEST_F(ConnectionRequestText, NamesTheProxyOnlyWhereItIsUsed) {
     tagZQINETCONFIG settings{};
     CopyToField(settings.server, "socks5h://proxy");
