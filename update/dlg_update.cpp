@@ -10,6 +10,7 @@
 
 #include "common/exception_log.h"
 #include "common/text_field.h"
+#include "update/run/start_log.h"
 #include "update/upd_thrd.h"
 #include "widgets/display_name.h"
 #include "widgets/name_label.h"
@@ -77,6 +78,12 @@ int dlgUpdate::Myexec() {
     connect(m_thread.get(), &QThread::finished, this, &dlgUpdate::EndIfSilent);
     m_ui->btnStop->setFocus();
     m_thread->start();
+    if (!m_thread->isRunning() && !m_thread->isFinished()) {
+        // Nothing would ever close the dialog.
+        LogUpdateStart("In dlgUpdate::Myexec(): the thread of the update was not started");
+        m_thread.reset();
+        return -1;
+    }
     const int result = exec();
     // The program may be quitting, which no event loop outlasts.
     destroy();

@@ -28,7 +28,7 @@ public:
     virtual void stop();
 
     /// Starts the update and shows the dialog until it is over: 1 when it ran, 0 when it could not
-    /// start, -1 when there is no memory for its thread.
+    /// start, -1 when its thread cannot be made or started.
     virtual int Myexec();
 
     /// Writes all texts anew, in the language of this moment.

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <pthread.h>
 #include <sstream>
 #include <stdexcept>
 
@@ -6,6 +7,7 @@
 #include <QElapsedTimer>
 
 #include "tests/gui/update/update_fixture.h"
+#include "tests/support/noted_syslog.h"
 #include "update/upd_thrd.h"
 
 // Whole updates: the dialog, its thread and the scripted updater.
@@ -122,6 +124,44 @@ TEST_F(UpdateInWindow, AFailedStartEndsItWithZeroAndTheOutcomeOfASuccess) {
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(g_siUpdateRetFlag, 1);
     EXPECT_THAT(m_types, ElementsAre(1125));
+}
+
+/// No thread of the process that says nothing of its own stack can be started.
+class NoThreads {
+public:
+    NoThreads() {
+        ::pthread_getattr_default_np(&m_before);
+        pthread_attr_t greedy{};
+        ::pthread_getattr_default_np(&greedy);
+        ::pthread_attr_setstacksize(&greedy, std::size_t{1} << 48U);  // more than there is
+        EXPECT_EQ(::pthread_setattr_default_np(&greedy), 0);
+        ::pthread_attr_destroy(&greedy);
+    }
+    ~NoThreads() {
+        ::pthread_setattr_default_np(&m_before);
+        ::pthread_attr_destroy(&m_before);
+    }
+    NoThreads(const NoThreads&) = delete;
+    NoThreads& operator=(const NoThreads&) = delete;
+
+private:
+    pthread_attr_t m_before{};
+};
+
+TEST_F(UpdateInWindow, WithoutAThreadThereIsNoDialog) {
+    Prepare("result 1\n");
+    (void)TakeNotedSyslog();
+    RecordingUpdate dialog;
+    QTimer::singleShot(5000, &dialog, [&dialog] { dialog.done(2); });
+    {
+        const NoThreads none;
+        EXPECT_EQ(dialog.Myexec(), -1);
+    }
+    EXPECT_EQ(TakeNotedSyslog(),
+              "13 corvane: In dlgUpdate::Myexec(): the thread of the update was not started\n");
+    EXPECT_EQ(g_receiver.load(), nullptr);
+    EXPECT_THAT(m_updater.Calls(), IsEmpty());
+    EXPECT_EQ(dialog.Myexec(), 1) << "the next one finds a thread";
 }
 
 TEST_F(UpdateInWindow, WithoutTheLibraryItStaysOpenUntilTheUserStopsIt) {
