@@ -229,6 +229,20 @@ TEST_F(UpdateInWindow, QuittingTheProgramStopsTheUpdateAndWaitsForIt) {
     EXPECT_EQ(m_updater.Calls().back(), "unloaded");
 }
 
+TEST_F(UpdateInWindow, QuittingOverAFloodOfStepsKeepsNobodyWaiting) {
+    // More of them than may wait for the window: the updater stands still in the middle.
+    Prepare("flood 20000 2006\nresult 1\n");
+    int result = -1;
+    QTimer::singleShot(0, [&] {
+        RecordingUpdate dialog;
+        dialog.m_afterEvent = [](int) { QApplication::exit(); };
+        result = dialog.Myexec();
+    });
+    QApplication::exec();
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(m_updater.Calls().back(), "unloaded");
+}
+
 TEST_F(UpdateInWindow, ADialogThatIsLeftStopsTheUpdateAndWaitsForIt) {
     Prepare("status 2000\nwait-for-stop\nresult 3\n");
     class Leaving : public dlgUpdate {
