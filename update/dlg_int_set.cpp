@@ -45,6 +45,13 @@ dlgIntSet::dlgIntSet(QWidget* parent) : QDialog(parent), m_ui(std::make_unique<U
     connect(m_ui->btnOk, &QPushButton::clicked, this, &dlgIntSet::OnOkClick);
     connect(m_ui->btnCancel, &QPushButton::clicked, this, &dlgIntSet::reject);
     connect(&m_test, &ConnectionTest::Finished, this, &dlgIntSet::SayTestResult);
+    for (const QCheckBox* box : {m_ui->chkUseProxy, m_ui->chkAuthentication}) {
+        connect(box, &QCheckBox::toggled, this, &dlgIntSet::ForgetTestResult);
+    }
+    for (const QLineEdit* entry :
+         {m_ui->edtServer, m_ui->edtPort, m_ui->edtUser, m_ui->edtPassword}) {
+        connect(entry, &QLineEdit::textChanged, this, &dlgIntSet::ForgetTestResult);
+    }
     init();
 }
 
@@ -152,6 +159,12 @@ void dlgIntSet::OnTestClick() {
 void dlgIntSet::SayTestResult(const QString& words) {
     m_ui->btnTest->setEnabled(true);
     m_ui->lblTestResult->setText(words);
+}
+
+void dlgIntSet::ForgetTestResult() {
+    if (!m_test.IsRunning()) {
+        m_ui->lblTestResult->clear();
+    }
 }
 
 QString dlgIntSet::InvalidText() {

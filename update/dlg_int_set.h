@@ -47,6 +47,8 @@ private:
     [[nodiscard]] tagZQINETCONFIG Record() const;
     [[nodiscard]] static QString InvalidText();
     void SayTestResult(const QString& words);
+    /// It was that of other entries.
+    void ForgetTestResult();
 
     std::unique_ptr<Ui::dlgIntSet> m_ui;
     tagZQINETCONFIG m_loaded{};

@@ -104,6 +104,27 @@ TEST_F(Connection, AnInvalidEntryIsSaidAndNotTested) {
     EXPECT_FALSE(Exists(m_scratch / "arguments"));
 }
 
+TEST_F(Connection, TheResultGoesWithTheEntriesItWasSaidOf) {
+    Script("echo test ok\n");
+    Open();
+    Fill("proxy.example.org", "1080");
+    Authentication().setChecked(true);
+    User().setText("jo");
+    const std::pair<const char*, std::function<void()>> kChanges[] = {
+        {"server", [this] { Server().setText("other.example.org"); }},
+        {"port", [this] { Port().setText("1081"); }},
+        {"user", [this] { User().setText("jim"); }},
+        {"password", [this] { Password().setText("secret"); }},
+        {"authentication", [this] { Authentication().click(); }},
+        {"proxy", [this] { UseProxy().click(); }},
+    };
+    for (const auto& [name, change] : kChanges) {
+        ASSERT_EQ(Result(), "The connection works.");
+        change();
+        EXPECT_EQ(Said(), "") << name;
+    }
+}
+
 TEST_F(Connection, TheWindowWorksMeanwhile) {
     Script("while [ ! -e '" + m_scratch / "answer now" +
            "' ]; do sleep 0.02; done; echo test ok\n");
