@@ -1,11 +1,14 @@
 // An update as it is started from the main window.
 
+#include <QLabel>
+
 #include "tests/fakes/updturl/fake_updater.h"
 #include "tests/gui/app/main_window_fixture.h"
 #include "update/dlg_update.h"
 
 namespace {
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -33,6 +36,10 @@ TEST_F(MainWindow, AnUpdateIsNotStartedOverUnsettledSettings) {
 
 TEST_F(MainWindow, AnUpdateRunsInItsDialogAndEndsInAMessage) {
     auto& window = Open<WindowWithSettings>();
+    window.dlgMain::OnUpdtClicked();
+    ASSERT_EQ(CurrentPage(), dlgMain::kUpdatePage);
+    const QLabel& lastUpdate = Find<QLabel>("lblLastUpdate");
+    ASSERT_EQ(lastUpdate.text(), "Last update: none yet");
     FakeUpdater::Install(m_folder.string() + "/");
     const FakeUpdater updater;
     updater.SetScript("status 2000\nresult 2\n");
@@ -47,6 +54,7 @@ TEST_F(MainWindow, AnUpdateRunsInItsDialogAndEndsInAMessage) {
     EXPECT_EQ(window.m_updatePageShown, 0);
     EXPECT_EQ(updater.Call("application "), "\"" + m_folder.string() + "/\"");
     EXPECT_THAT(Get("updt.rpt").value_or(""), HasSubstr("UP-TO-DATE"));
+    EXPECT_THAT(lastUpdate.text().toStdString(), EndsWith(", nothing new"));
 }
 
 }  // namespace
