@@ -34,6 +34,19 @@ TEST_F(ApplyUpdates, WritesTheRecordStartsTheServiceAndTells) {
     EXPECT_EQ(StatusCalls(), OneStatusCall());
 }
 
+TEST_F(ApplyUpdates, TheFileIsWrittenBeforeTheServiceStartsAndOthersAreToldAfterIt) {
+    OpenPage(Record(0x8));
+    const std::string folder = PathOf("").string();
+    WriteFile(kScript, "#!/bin/sh\ncd '" + folder +
+                           "'\ncp zqupdate.opt found.opt\n"
+                           "if [ -e status.log ]; then cp status.log found.log; fi\n");
+    Internet().click();
+    Click("btnApplyUpd");
+    EXPECT_EQ(Get("found.opt"), Record(0x2));
+    EXPECT_EQ(Get("found.log"), std::nullopt);
+    EXPECT_EQ(StatusCalls(), OneStatusCall());
+}
+
 TEST_F(ApplyUpdates, EveryChoiceIsWritten) {
     const std::string updates = PathOf("updates").string();
     const std::string backup = PathOf("backup").string();
