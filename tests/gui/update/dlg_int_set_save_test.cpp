@@ -206,4 +206,14 @@ TEST_F(IntSet, SavingRenewsTheIdentifierUnlessItIsToStay) {
     EXPECT_EQ(PkillCalls(), "-SIGHUP websecd\n-SIGHUP websecd\n");
 }
 
+TEST_F(IntSet, TheIdentifierIsRenewedBeforeWebProtectionIsTold) {
+    WriteFile(kExclusionFile, "0");
+    WriteFile(kIdentifierFile, "identifier");
+    PutProgram("bin/pkill",
+               std::string("cat ") + kIdentifierFile + " >'" + m_scratch / "found" + "'\n");
+    Open();
+    Click("btnOk");
+    EXPECT_EQ(ReadFile(m_scratch / "found"), "0");
+}
+
 }  // namespace
