@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QIntValidator>
+#include <QTranslator>
 
 #include "tests/gui/update/dlg_int_set_fixture.h"
 #include "tests/support/screen_reader.h"
@@ -84,6 +85,23 @@ TEST_F(IntSet, AllThatCanBeReadIsReadOut) {
     for (const QLabel* label : m_dialog->findChildren<QLabel*>()) {
         EXPECT_EQ(label->textFormat(), Qt::PlainText) << label->objectName().toStdString();
     }
+}
+
+TEST_F(IntSet, FollowsTheLanguageWhileItIsOpen) {
+    PutSettings(InetRecord{}.Bytes());
+    Open();
+    Server().setText("other.example.org");
+    QTranslator german;
+    ASSERT_TRUE(german.load(QStringLiteral(CORVANE_TRANSLATIONS_DIR "zqscan_de.qm")));
+    QApplication::installTranslator(&german);
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(m_dialog->windowTitle(), "Internet-Einstellungen");
+    EXPECT_EQ(UseProxy().text(), "Proxy ben&utzen");
+    EXPECT_EQ(Server().text(), "other.example.org");
+    EXPECT_TRUE(UseProxy().isChecked());
+    QApplication::removeTranslator(&german);
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(m_dialog->windowTitle(), "Internet Settings");
 }
 
 TEST_F(IntSet, AMissingFileIsMadeSilently) {
