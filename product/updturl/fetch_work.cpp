@@ -90,7 +90,8 @@ private:
 fetch::ConnectionResult TestAddresses(const fetch::Request& wanted, Asker& asker) {
     TestListener listener(asker);
     fetch::ConnectionResult first;
-    first.words = "there are no addresses";
+    first.words = wanted.hasAddresses ? "there are no addresses"
+                                      : "the list of addresses cannot be read, or is empty";
     bool isFirst = true;
     for (const std::string& address :
          fetch::AddressesToTry(wanted.addresses, wanted.fromAdministrator)) {

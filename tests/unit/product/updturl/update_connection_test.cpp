@@ -122,8 +122,13 @@ TEST_F(UpdateConnectionTest, WhoGoesAwayEndsIt) {
     EXPECT_LT(Clock::now() - gone, 2s);
 }
 
-TEST_F(UpdateConnectionTest, WithoutAListThereAreNoAddresses) {
-    EXPECT_EQ(AnswerTo(std::nullopt), "test failed there are no addresses\n1\n");
+TEST_F(UpdateConnectionTest, AnEmptyListHasNoAddresses) {
+    EXPECT_EQ(AnswerTo(std::vector<std::string>()), "test failed there are no addresses\n1\n");
+}
+
+TEST_F(UpdateConnectionTest, WithoutAListItSaysSo) {
+    EXPECT_EQ(AnswerTo(std::nullopt),
+              "test failed the list of addresses cannot be read, or is empty\n1\n");
 }
 
 }  // namespace
