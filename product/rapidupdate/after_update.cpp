@@ -1,15 +1,9 @@
 #include "product/rapidupdate/after_update.h"
 
-#include <array>
-#include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <syslog.h>
 
-#include "common/engine_version.h"
 #include "common/run_state.h"
-#include "common/text_field.h"
-#include "common/times.h"
 #include "common/version_record.h"
 #include "reports/files/update_report.h"
 #include "update/run/status_library.h"
@@ -34,15 +28,7 @@ void Report(const char* status) {
 
 void RememberOldVersion() {
     pfnGetVer = &VersionOfDefinitions;
-    const tagZQVERINFO version = EngineVersion();
-    std::array<char, 32> number{};
-    std::snprintf(number.data(), number.size(), "  %u.%02u", unsigned{version.major},
-                  unsigned{version.minor});
-    std::tm date{};
-    SystemTimeToTm(&version.databaseDate, &date);
-    CopyToField(g_szOldVersion, number.data());
-    CopyToField(g_szOldDbDate, FormatTime("  %d %B %Y", date));
-    CopyToField(g_szOldDbTime, FormatTime(" [%T]", date));
+    CaptureOldVersion();
 }
 
 Outcome FinishUpdate(UpdaterResult result) {
