@@ -87,14 +87,15 @@ std::string ForLog(const std::string& address) {
 
 std::optional<std::string> WithoutRelease(std::string_view address) {
     constexpr std::string_view kFolder = "/update/";
-    constexpr std::size_t kDigits = 4;
+    // Two numbers of two to five digits: "0512", and "202611" of the year 2026.
+    constexpr std::size_t kLeastDigits = 4;
+    constexpr std::size_t kMostDigits = 10;
     address = WithoutSlashes(address);
-    if (address.size() < kFolder.size() + kDigits) {
-        return std::nullopt;
-    }
-    const std::string_view digits = address.substr(address.size() - kDigits);
-    const std::string_view rest = address.substr(0, address.size() - kDigits);
-    if (!std::all_of(digits.begin(), digits.end(), IsDigit) || !rest.ends_with(kFolder)) {
+    const std::size_t digitsAt = address.rfind('/') + 1;  // 0 where there is none
+    const std::string_view digits = address.substr(digitsAt);
+    const std::string_view rest = address.substr(0, digitsAt);
+    if (digits.size() < kLeastDigits || digits.size() > kMostDigits ||
+        !std::all_of(digits.begin(), digits.end(), IsDigit) || !rest.ends_with(kFolder)) {
         return std::nullopt;
     }
     return std::string(rest.substr(0, rest.size() - kFolder.size()));

@@ -31,7 +31,8 @@ std::string InFolder(std::string_view address, std::string_view name);
 /// The address without a user and a password, as it may stand in a log.
 std::string ForLog(const std::string& address);
 
-/// The address without its last "/update/" and four digits; none when it does not end so.
+/// The address without its last "/update/" and the release behind it, which is four to ten digits
+/// ("0512", "202611"); none when it does not end so.
 std::optional<std::string> WithoutRelease(std::string_view address);
 
 /// What is tried, in this order. Addresses of an administrator carry the release of the definitions

@@ -55,11 +55,14 @@ TEST(InFolder, PutsOneSlashBetween) {
     EXPECT_EQ(InFolder("http://a/b//", "index.json"), "http://a/b/index.json");
 }
 
-TEST(WithoutRelease, DropsTheFolderOfFourDigits) {
+TEST(WithoutRelease, DropsTheFolderOfARelease) {
     EXPECT_EQ(WithoutRelease("http://a/b/update/0512"), "http://a/b");
     EXPECT_EQ(WithoutRelease("http://a/update/9999/"), "http://a");
-    for (const char* address : {"http://a/update/051", "http://a/update/05123", "http://a/0512",
-                                "http://a/update/051x", "http://a/updates/0512", "0512", ""}) {
+    EXPECT_EQ(WithoutRelease("http://a/update/202611"), "http://a") << "numbers are not cut";
+    EXPECT_EQ(WithoutRelease("http://a/update/3276732767"), "http://a");
+    for (const char* address :
+         {"http://a/update/051", "http://a/update/32767327670", "http://a/0512",
+          "http://a/update/051x", "http://a/updates/0512", "0512", ""}) {
         EXPECT_FALSE(WithoutRelease(address).has_value()) << address;
     }
 }
