@@ -4,6 +4,8 @@
 # Functions here are reached through Must and Expect.
 # shellcheck disable=SC2317
 source "$(dirname -- "${BASH_SOURCE[0]}")/e2e.sh"
+# shellcheck source=update_mirror.sh
+source "$e2eRoot/tests/e2e/update_mirror.sh"
 
 if [[ $EUID -ne 0 ]]; then
     echo "skipped: definitions are installed by root or by the update service"
@@ -11,37 +13,11 @@ if [[ $EUID -ne 0 ]]; then
 fi
 SetUp "$1"
 SetAction 3
-SetUpMirror() {
-    mkdir -p "$scratch/databases" "$scratch/mirror" "$kProductDir/updturl.keys" "$kProductDir/download"
-    (cd "$scratch" && minisign -G -W -p mirror.pub -s mirror.key >/dev/null) &&
-        install -m 644 "$scratch/mirror.pub" "$kProductDir/updturl.keys/"
-}
-
-# PutDatabase LETTER: the database to be mirrored finds the text "own-test-LETTER" and nothing else.
-PutDatabase() {
-    printf 'Own.Test.%s:0:*:%s\n' "$1" "$(printf 'own-test-%s' "$1" | od -An -v -t x1 | tr -d ' \n')" \
-        >"$scratch/databases/own.ndb"
-}
-
-Publish() {
-    corvane-mirror --from "$scratch/databases" --key "$scratch/mirror.key" "$scratch/mirror" >/dev/null
-}
-
-StartServer() {
-    exec {server}< <(exec "$e2eRoot/tests/support/mirror_server" "$scratch/mirror" --script "$scratch/script.json")
-    serverPid=$!
-    read -r -t 20 port <&"$server"
-}
 
 # Update ARGUMENT...: the last line of the run, which is its result.
 Update() {
     "${runAs[@]}" "$build/tests/support/run_updater" "$@" >"$scratch/run.log" 2>&1
     tail -n 1 "$scratch/run.log"
-}
-
-# CurrentSet: the set in use, and what its database finds.
-CurrentSet() {
-    printf '%s %s' "$(readlink "$kProductDir/defs/current")" "$(cut -d : -f 1 "$kProductDir/defs/current/own.ndb")"
 }
 
 # Found: how many viruses a scan of the tree finds.
@@ -58,12 +34,10 @@ Found() {
 tree=/corvane-sample
 mkdir "$tree"
 printf 'a text with own-test-b in it\n' >"$tree/text"
-echo '{}' >"$scratch/script.json"
 Must "the mirror's key is trusted" SetUpMirror
 PutDatabase a
 Must "the mirror is made" Publish
 Must "the server starts" StartServer
-address=http://127.0.0.1:$port
 
 Expect "a scan before any update" 0 "$(Found)"
 scans=1
@@ -78,9 +52,7 @@ Expect "a stop in the middle" "result 3" "$(Update site "$address" 2003)"
 Expect "the set after a stop" "set-1 Own.Test.a" "$(CurrentSet)"
 echo '{}' >"$scratch/script.json"
 
-mv "$scratch/mirror/index.json.minisig" "$scratch/kept.minisig"
-(cd "$scratch" && minisign -G -W -p other.pub -s other.key >/dev/null &&
-    minisign -S -s other.key -m mirror/index.json >/dev/null)
+MisSign
 Expect "a stranger's signature" "result 0" "$(Update site "$address")"
 Expect "a refusal is told" 1 "$(grep -c '^status 2004' "$scratch/run.log")"
 Expect "the set after a refusal" "set-1 Own.Test.a" "$(CurrentSet)"
@@ -121,13 +93,6 @@ record = bytes(4) + address.encode().ljust(1032, b"\0")
 with open(folder + "/updlink.dat", "wb") as links:
     links.write(bytes([0, 0, 0, 0, 1, 0]) + bytes((b << 3 | b >> 5) & 255 for b in record))
 END
-}
-
-StartService() {
-    mkdir -p /run/corvane
-    "$kProductDir/corvane-updated" >"$scratch/service.log" 2>&1 &
-    servicePid=$!
-    WaitFor 20 test -S /run/corvane/update.sock
 }
 
 if [[ -x $kProductDir/corvane-updated ]]; then
