@@ -1,6 +1,7 @@
 #include "product/definitions/backup.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <limits>
@@ -114,7 +115,14 @@ std::string Publish(int parent, const std::string& halfMade, const std::string& 
 
 std::string BackUp(int set, const std::string& folder, std::time_t now, const GoOn& goOn) {
     std::string why;
-    const FileDescriptor parent = OpenTrustedFolder(folder, why);
+    // The set lies two folders below the product: what is made in a set spoils it for ever.
+    const FileDescriptor sets = OpenFolder(set, "..");
+    const FileDescriptor product = OpenFolder(set, "../..");
+    if (!sets || !product) {
+        return WordsForError(errno);
+    }
+    const FileDescriptor parent =
+        OpenTrustedFolder(folder, why, std::array{set, sets.Get(), product.Get()});
     if (!parent) {
         return why;
     }

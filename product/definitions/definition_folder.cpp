@@ -20,6 +20,7 @@ constexpr std::string_view kSetPrefix = "set-";
 constexpr std::size_t kMaxDigits = 9;
 constexpr std::string_view kHalfMadeLink = ".new";
 constexpr mode_t kFolderMode = 0755;
+constexpr int kMaxDepth = 16;  // of folders in folders, each of which is held open
 
 bool IsGone(int error) {
     return error == ENOENT;
@@ -27,6 +28,25 @@ bool IsGone(int error) {
 
 bool RemoveFile(int folder, const std::string& name) {
     return Retrying([&] { return ::unlinkat(folder, name.c_str(), 0); }) == 0 || IsGone(errno);
+}
+
+FileDescriptor OpenFolder(int parent, const std::string& name) {
+    return FileDescriptor(Retrying([&] {
+        return ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    }));
+}
+
+// A set has no folders, but who has come by one has to get rid of it.
+bool RemoveAll(int parent, const std::string& name, int depth) {
+    const FileDescriptor folder = OpenFolder(parent, name);
+    if (!folder) {
+        return IsGone(errno) || RemoveFile(parent, name);
+    }
+    bool isEmpty = depth > 0;
+    for (const std::string& entry : isEmpty ? NamesIn(folder.Get()) : std::vector<std::string>()) {
+        isEmpty = RemoveAll(folder.Get(), entry, depth - 1) && isEmpty;
+    }
+    return isEmpty && Retrying([&] { return ::unlinkat(parent, name.c_str(), AT_REMOVEDIR); }) == 0;
 }
 
 }  // namespace
@@ -93,9 +113,7 @@ std::optional<SetNumber> DefinitionFolder::Previous() const {
 }
 
 FileDescriptor DefinitionFolder::OpenEntry(const std::string& name) const {
-    return FileDescriptor(Retrying([&] {
-        return ::openat(Get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    }));
+    return OpenFolder(Get(), name);
 }
 
 FileDescriptor DefinitionFolder::MakeUnfinished() const {
@@ -132,15 +150,7 @@ bool DefinitionFolder::Sync() const {
 }
 
 bool DefinitionFolder::Remove(const std::string& name) const {
-    const FileDescriptor folder = OpenEntry(name);
-    if (!folder) {
-        return IsGone(errno) || RemoveFile(Get(), name);
-    }
-    bool isEmpty = true;
-    for (const std::string& entry : NamesIn(folder.Get())) {
-        isEmpty = RemoveFile(folder.Get(), entry) && isEmpty;
-    }
-    return isEmpty && Retrying([&] { return ::unlinkat(Get(), name.c_str(), AT_REMOVEDIR); }) == 0;
+    return RemoveAll(Get(), name, kMaxDepth);
 }
 
 void DefinitionFolder::RemoveLeftovers() const {

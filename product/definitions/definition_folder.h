@@ -75,7 +75,7 @@ public:
     /// What was renamed or linked is on the disk afterwards.
     [[nodiscard]] bool Sync() const;
 
-    /// Removes a folder with the files in it, or a link. False when something of it stays.
+    /// Removes a folder with all that is in it, or a link. False when something of it stays.
     bool Remove(const std::string& name) const;
 
     /// Removes what a killed run left: the set in the making, sets that are neither in use nor the

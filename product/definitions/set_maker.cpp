@@ -260,9 +260,6 @@ InstallResult SetMaker::Drop(const std::string& name) {
 
 InstallResult SetMaker::CarryOver(const Index* index) {
     for (const std::string& name : m_inUse.files) {
-        if (name == kVersionFileName) {
-            continue;
-        }
         const bool goesOn = index == nullptr
                                 ? !IsReplaced(name)
                                 : IsOfficialName(name) && !m_inUse.IsIndexed(name) &&

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <limits>
+#include <sys/stat.h>
 
 #include "common/io.h"
 #include "common/regular_file.h"
@@ -37,6 +38,16 @@ SetDatabase ReadDatabase(int folder, const std::string& name, const signed_index
         database.state = {indexed->version, index.made};
     }
     return database;
+}
+
+bool IsOfIndex(std::string_view name) {
+    return name == signed_index::kIndexName || name == signed_index::kSignatureName;
+}
+
+bool IsFile(int folder, const std::string& name) {
+    struct stat status {};
+    return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISREG(status.st_mode);
 }
 
 // Any number that a database gives itself tells more than that of a loose file.
@@ -84,9 +95,13 @@ SetState ReadSetState(int folder) {
         signed_index::ParseIndex(text, state.index) != signed_index::Refusal::kNone) {
         state.index = {};
     }
-    state.files = NamesIn(folder);
-    for (const std::string& name : state.files) {
-        if (signed_index::CheckFileName(name) == signed_index::Refusal::kNone) {
+    for (const std::string& name : NamesIn(folder)) {
+        const bool isDatabase = signed_index::CheckFileName(name) == signed_index::Refusal::kNone;
+        if (!(isDatabase || IsOfIndex(name)) || !IsFile(folder, name)) {
+            continue;
+        }
+        state.files.push_back(name);
+        if (isDatabase) {
             state.databases.push_back(ReadDatabase(folder, name, state.index));
         }
     }

@@ -22,7 +22,7 @@ struct SetDatabase {
 struct SetState {
     signed_index::Index index;  ///< serial 0 without one
     std::vector<SetDatabase> databases;
-    std::vector<std::string> files;  ///< the names of all files, these and others
+    std::vector<std::string> files;  ///< the names of these, of the index and of its signature
 
     /// The version of the database `stem` at whatever age; 0 without it.
     [[nodiscard]] std::uint32_t VersionOfStem(std::string_view stem) const;

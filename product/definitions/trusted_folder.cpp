@@ -1,5 +1,6 @@
 #include "product/definitions/trusted_folder.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -32,11 +33,20 @@ bool IsTrusted(uid_t owner) {
     return owner == 0 || owner == ::geteuid() || (::geteuid() == 0 && owner == UpdaterUser());
 }
 
+bool IsSame(const struct stat& left, int folder) {
+    struct stat right {};
+    return ::fstat(folder, &right) == 0 && left.st_dev == right.st_dev &&
+           left.st_ino == right.st_ino;
+}
+
 // Empty when nothing speaks against the folder.
-std::string Objection(int folder) {
+std::string Objection(int folder, std::span<const int> closed) {
     struct stat status {};
     if (::fstat(folder, &status) != 0) {
         return std::strerror(errno);
+    }
+    if (std::any_of(closed.begin(), closed.end(), [&](int each) { return IsSame(status, each); })) {
+        return "it belongs to the product itself";
     }
     if (!IsTrusted(status.st_uid)) {
         return "it belongs to another user";
@@ -47,7 +57,8 @@ std::string Objection(int folder) {
 
 }  // namespace
 
-FileDescriptor OpenTrustedFolder(const std::string& path, std::string& why) {
+FileDescriptor OpenTrustedFolder(const std::string& path, std::string& why,
+                                 std::span<const int> closed) {
     if (!path.starts_with('/')) {
         why = path + ": it is no absolute path";
         return {};
@@ -57,7 +68,8 @@ FileDescriptor OpenTrustedFolder(const std::string& path, std::string& why) {
     std::string_view rest = path;
     std::string walked;
     while (true) {
-        const std::string objection = folder ? Objection(folder.Get()) : std::strerror(errno);
+        const std::string objection =
+            folder ? Objection(folder.Get(), closed) : std::strerror(errno);
         if (!objection.empty()) {
             why = (walked.empty() ? "/" : walked) + ": " + objection;
             return {};

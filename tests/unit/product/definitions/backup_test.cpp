@@ -1,6 +1,8 @@
 #include "product/definitions/backup.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/mount.h>
 
 #include "product/definitions/trusted_folder.h"
 #include "tests/unit/product/definitions/definitions_fixture.h"
@@ -148,6 +150,31 @@ TEST_F(Backup, NoFolderIsTrustedThatOthersCouldTurnIntoAnother) {
     std::string why;
     EXPECT_TRUE(OpenTrustedFolder(m_folder, why)) << why;
     EXPECT_TRUE(OpenTrustedFolder("//backup-test//of/./corvane/", why)) << why;
+}
+
+// Made in the set in use it would keep every later set from being made.
+TEST_F(Backup, NoneIsMadeInTheProductsOwnFolder) {
+    const std::string set = "/backup-test/product/defs/set-1";
+    fs::create_directories(set);
+    WriteFile(set + "/own.ndb", OwnSignature('A'));
+    fs::create_directory("/backup-test/bound");
+    ASSERT_EQ(::mount("/backup-test/product", "/backup-test/bound", nullptr, MS_BIND, nullptr), 0);
+    m_set.Reset(::open(set.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto refusal = [&](const std::string& folder) {
+        m_folder = folder;
+        return Make();
+    };
+    fs::create_directory("/backup-test/product/own");
+    for (const std::string product : {"/backup-test/product", "/backup-test/bound"}) {
+        const std::string words = product + ": it belongs to the product itself";
+        for (const std::string below : {"", "/own", "/defs", "/defs/set-1"}) {
+            EXPECT_EQ(refusal(product + below), words);
+        }
+    }
+    ::umount2("/backup-test/bound", MNT_DETACH);
+    EXPECT_EQ(std::distance(fs::directory_iterator(set), {}), 1);
+    fs::create_directory("/backup-test/product-not");
+    EXPECT_EQ(refusal("/backup-test/product-not"), "");
 }
 
 TEST_F(Backup, AnotherUserTrustsRootAndItself) {

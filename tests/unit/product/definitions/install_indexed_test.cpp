@@ -314,6 +314,19 @@ TEST_F(InstallIndexed, WhatAKilledRunLeftGoesAtTheNext) {
     EXPECT_EQ(CurrentFile("own.ndb"), OwnSignature('B'));
 }
 
+TEST_F(InstallIndexed, AFolderInASetKeepsItFromNothing) {
+    for (const std::uint32_t serial : {7U, 8U, 9U}) {
+        ASSERT_EQ(InstallSerial(serial, {{"own.ndb", OwnSignature('A'), serial}}),
+                  Outcome::kInstalled);
+        fs::create_directories(m_defs + "current/deep/deeper");
+        WriteFile(m_defs + "current/deep/deeper/file", "x");
+        WriteFile(m_scratch / "outside", "x");
+        fs::create_symlink(m_scratch.Path(), m_defs + "current/deep/link");
+    }
+    EXPECT_THAT(Names(), ElementsAre("current", "set-2", "set-3"));
+    EXPECT_TRUE(Exists(m_scratch / "outside"));
+}
+
 TEST_F(InstallIndexed, ACurrentLinkThatLeadsElsewhereIsNoSet) {
     ASSERT_EQ(InstallSerial(7, {{"own.ndb", OwnSignature('A'), 1}}), Outcome::kInstalled);
     fs::remove(m_defs + "current");

@@ -110,6 +110,18 @@ TEST_F(InstallOfficial, WhatIsNotBroughtStaysInUse) {
     ExpectWhole();
 }
 
+TEST_F(InstallOfficial, NothingButFilesOfDefinitionsGoesOverToTheNextSet) {
+    ASSERT_EQ(InstallSerial(7, {{"own.ndb", OwnSignature('A'), 1}}), Outcome::kInstalled);
+    fs::create_directories(m_defs + "current/corvane-definitions-20261122-030405");
+    fs::create_directories(m_defs + "current/folder.ndb");
+    WriteFile(m_defs + "current/notes.txt", "x");
+    fs::create_symlink("own.ndb", m_defs + "current/link.ndb");
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_three}}), Outcome::kInstalled) << m_why;
+    EXPECT_THAT(CurrentNames(), ElementsAre("index.json", "index.json.minisig", "own.ndb",
+                                            "scanver.cnf", "test.cvd"));
+    ExpectWhole();
+}
+
 TEST_F(InstallOfficial, AnIndexReplacesWhatItNames) {
     ASSERT_EQ(InstallFiles({{"test.cvd", m_three}}), Outcome::kInstalled) << m_why;
     ASSERT_EQ(InstallSerial(7, {{"test.cvd", m_six, 6}}), Outcome::kInstalled);
