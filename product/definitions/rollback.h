@@ -10,7 +10,8 @@
 namespace definitions {
 
 /// Puts the set before the current one back into use and holds the current one back: only what is
-/// newer than that is installed later. Asks nobody and loads nothing. Outcome::kInstalled,
+/// newer than that is installed later. Asks nobody and loads nothing. Root does it as the owner of
+/// the folder of definitions. The calling process has one thread. Outcome::kInstalled,
 /// kNothingValid without a set before, kLocked or kFailed.
 InstallResult RollBack(const std::string& productDirectory);
 
