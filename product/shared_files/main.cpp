@@ -35,6 +35,9 @@ bool ProvideFiles(const std::string& path, int folder, FolderOwner owner,
             case Provided::kRepaired:
                 Say(name, "was empty or cut off and has been made anew");
                 break;
+            case Provided::kTakenBack:
+                Say(name, "was not its user's alone and has been made anew");
+                break;
             case Provided::kLeftAlone:
                 Say(name, "is no plain file and is left alone");
                 break;
@@ -62,9 +65,11 @@ bool ProvideAll(const std::string& directory) {
         if (!folder) {
             Say(path, std::strerror(errno));
             isComplete = false;
-        } else if (wanted.name == std::string_view(kReportsFolder) &&
-                   !ProvideFiles(path, folder.Get(), FolderOwner::kEverybody, ReportsFiles())) {
-            isComplete = false;
+        } else if (wanted.name == std::string_view(kReportsFolder)) {
+            isComplete &= ProvideFiles(path, folder.Get(), FolderOwner::kEverybody, ReportsFiles());
+        } else if (wanted.name == std::string_view(kDefinitionsFolder)) {
+            isComplete &=
+                ProvideFiles(path, folder.Get(), FolderOwner::kUpdater, DefinitionsFiles());
         }
     }
     return isComplete;

@@ -114,6 +114,12 @@ private:
     FileDescriptor m_file;
 };
 
+bool HasOwnerAndMode(const SharedFile& file, const struct stat& status) {
+    const uid_t user = UserOf(file.owner);
+    return (user == static_cast<uid_t>(-1) || user == status.st_uid) &&
+           (status.st_mode & kModeBits) == file.mode;
+}
+
 /// An empty file can be right, but where its mode is not set later, not one that was left before it
 /// got it.
 bool IsSound(const struct stat& status, FolderOwner owner, const SharedFile& file) {
@@ -148,9 +154,11 @@ Provided Provide(int folder, FolderOwner owner, const SharedFile& file) {
     if (isThere && !S_ISREG(status.st_mode)) {
         return file.mayBeLink && S_ISLNK(status.st_mode) ? Provided::kSound : Provided::kLeftAlone;
     }
-    if (isThere && IsSound(status, owner, file)) {
+    const bool isTakenBack =
+        isThere && owner == FolderOwner::kUpdater && !HasOwnerAndMode(file, status);
+    if (isThere && !isTakenBack && IsSound(status, owner, file)) {
         const bool isAsItShould =
-            owner == FolderOwner::kEverybody || SetOwnerAndMode(folder, file, status);
+            owner != FolderOwner::kAdministrator || SetOwnerAndMode(folder, file, status);
         return isAsItShould ? Provided::kSound : Provided::kFailed;
     }
     TemporaryFile temporary(folder);
@@ -160,7 +168,7 @@ Provided Provide(int folder, FolderOwner owner, const SharedFile& file) {
     if (!temporary.Rename(file.name, isThere ? 0 : RENAME_NOREPLACE)) {
         return errno == EEXIST ? Provided::kLeftAlone : Provided::kFailed;
     }
-    return isThere ? Provided::kRepaired : Provided::kMade;
+    return isTakenBack ? Provided::kTakenBack : isThere ? Provided::kRepaired : Provided::kMade;
 }
 
 FileDescriptor ProvideFolder(int parent, const SharedFolder& folder) {

@@ -37,12 +37,14 @@ struct SharedFolder {
 enum class FolderOwner {
     kAdministrator,
     kEverybody,
+    kUpdater,  ///< which the administrator is not to trust
 };
 
 enum class Provided {
     kSound,      ///< was there and keeps its content; also a link that may be one
     kMade,       ///< was missing
     kRepaired,   ///< was too short, or empty and closed to its users; made anew
+    kTakenBack,  ///< belonged to somebody else, or was open to others; made anew
     kLeftAlone,  ///< a link, a folder or another thing that is no plain file, or just made
                  ///< by somebody else
     kFailed,  ///< see errno; what was there is as it was, or when only the folder could not be put
@@ -52,7 +54,7 @@ enum class Provided {
 /// Sees to it that `file` is in the open `folder`. It appears there whole, on the disk, with its
 /// owner and mode, or not at all, whenever the process is killed; links are never followed. Owner
 /// and mode of a sound file are set in the administrator's folder only: in everybody's it may be
-/// somebody's private file that was moved there.
+/// somebody's private file that was moved there. In the updater's a file with others is made anew.
 Provided Provide(int folder, FolderOwner owner, const SharedFile& file);
 
 /// Opens `folder` in the open folder `parent`, made when it is missing, and sets its owner and

@@ -96,7 +96,12 @@ constexpr SharedFolder kProgramFolders[] = {
     {"tmp", 01777},
     // What is made in there is the updater's to read: it gets the folder's group.
     {"download", 02750, kFetcher},
-    {"defs", 0755, kUpdater},
+    {kDefinitionsFolder, 0755, kUpdater},
+};
+
+// Whoever makes it first, it is the updater's: nobody else could lock it then, nor open it.
+constexpr SharedFile kDefinitionsFiles[] = {
+    {"lock", 0600, 0, WriteNothing, kUpdater},
 };
 
 constexpr SharedFile kReportsFiles[] = {
@@ -118,6 +123,10 @@ std::span<const SharedFolder> ProgramFolders() {
 
 std::span<const SharedFile> ReportsFiles() {
     return kReportsFiles;
+}
+
+std::span<const SharedFile> DefinitionsFiles() {
+    return kDefinitionsFiles;
 }
 
 }  // namespace shared_files

@@ -10,14 +10,18 @@
 namespace shared_files {
 
 inline constexpr char kReportsFolder[] = "reports";
+inline constexpr char kDefinitionsFolder[] = "defs";
 
 /// In the program directory.
 std::span<const SharedFile> ProgramFiles();
 
-/// There too, kReportsFolder among them.
+/// There too, kReportsFolder and kDefinitionsFolder among them.
 std::span<const SharedFolder> ProgramFolders();
 
 /// In its folder "reports".
 std::span<const SharedFile> ReportsFiles();
+
+/// In its folder "defs".
+std::span<const SharedFile> DefinitionsFiles();
 
 }  // namespace shared_files

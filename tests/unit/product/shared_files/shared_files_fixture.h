@@ -53,6 +53,7 @@ inline const std::vector<ExpectedFile> kFiles = {
      104},
     {"reports/VirRcONE.dat", "", 0666, 0},
     {"reports/RecOffset.dat", "", 0666, 0},
+    {"defs/lock", "", 0600, 0},
 };
 
 class SharedFiles : public testing::Test {

@@ -87,7 +87,7 @@ TEST_F(SharedFiles, LinksAreNotFollowed) {
             WriteFile(victim, "");
             ASSERT_EQ(::chmod(victim.c_str(), 0600), 0);
             fs::remove_all(m_directory);
-            fs::create_directories(PathOf("reports"));
+            fs::create_directories(fs::path(PathOf(file.name)).parent_path());
             fs::create_symlink(target, PathOf(file.name));
             const Outcome run = Run();
             EXPECT_EQ(run.status, 0) << "what somebody planted must not break an upgrade";
@@ -257,7 +257,8 @@ protected:
 
     void ExpectOwners() const {
         for (const ExpectedFile& file : kFiles) {
-            const bool isUpdaters = file.name == "zqupdate.opt" || file.name == "admnlink.dat";
+            const bool isUpdaters = file.name == "zqupdate.opt" || file.name == "admnlink.dat" ||
+                                    file.name == "defs/lock";
             EXPECT_EQ(OwnerOf(file.name), isUpdaters ? "64001:64001" : "0:0") << file.name;
         }
         EXPECT_EQ(OwnerOf("download"), "64002:64001");
@@ -286,6 +287,32 @@ TEST_F(SharedFilesWithUsers, AreGivenToThemWhereTheyAreOlderThanTheUsers) {
     EXPECT_EQ(Run().status, 0);
     ExpectAllWhole();
     ExpectOwners();
+}
+
+// The updater's user could not open one of root's, and others could hold one that they can open.
+TEST_F(SharedFilesWithUsers, TheLockOfTheDefinitionsIsTheUpdatersAlone) {
+    ASSERT_EQ(Run().status, 0);
+    const std::string lock = PathOf("defs/lock");
+    const std::string words =
+        "create-shared-files: " + lock + ": was not its user's alone and has been made anew\n";
+    ASSERT_EQ(::chown(lock.c_str(), 0, 0), 0);
+    EXPECT_EQ(Run().errors, words);
+    ExpectOwners();
+    ASSERT_EQ(::chmod(lock.c_str(), 0644), 0);
+    EXPECT_EQ(Run().errors, words);
+    ExpectAllWhole();
+    EXPECT_EQ(Run().errors, "");
+    // What the updater's user laid there is not given to it.
+    Put("victim", "", 0644);
+    ASSERT_EQ(::unlink(lock.c_str()), 0);
+    ASSERT_EQ(::symlink(PathOf("victim").c_str(), lock.c_str()), 0);
+    EXPECT_EQ(Run().errors,
+              "create-shared-files: " + lock + ": is no plain file and is left alone\n");
+    ASSERT_EQ(::unlink(lock.c_str()), 0);
+    ASSERT_EQ(::link(PathOf("victim").c_str(), lock.c_str()), 0);
+    EXPECT_EQ(Run().errors, words);
+    EXPECT_EQ(OwnerOf("victim"), "0:0");
+    EXPECT_EQ(ModeOf(PathOf("victim")), 0644U);
 }
 
 TEST_F(SharedFilesWithUsers, WhatIsMadeInTheDownloadFolderIsTheUpdatersToRead) {
