@@ -80,7 +80,10 @@ private:
         if (answer.status != kOk) {
             return Fail(answer.words);
         }
-        if (m_text == m_job.current.IndexText()) {
+        if (m_text.empty()) {
+            return Refuse("the index is empty");
+        }
+        if (m_job.current.Index() && m_text == m_job.current.IndexText()) {
             Remember(answer);
             return StayWithCurrent();
         }
@@ -154,8 +157,7 @@ private:
                 case FileEnd::kStopped:
                     return MirrorEnd::kStopped;
                 case FileEnd::kRefused:
-                    m_job.progress.Refuse(Named(file.name + ": " + result.words));
-                    return MirrorEnd::kFailed;
+                    return Refuse(file.name + ": " + result.words);
                 case FileEnd::kDiskFailed:
                     Fail(file.name + ": " + result.words);
                     return MirrorEnd::kDiskFailed;
@@ -223,8 +225,10 @@ private:
         return MirrorEnd::kFailed;
     }
 
-    MirrorEnd Refuse(Refusal refusal) {
-        m_job.progress.Refuse(Named(WordsFor(refusal)));
+    MirrorEnd Refuse(Refusal refusal) { return Refuse(WordsFor(refusal)); }
+
+    MirrorEnd Refuse(const std::string& words) {
+        m_job.progress.Refuse(Named(words));
         return MirrorEnd::kFailed;
     }
 

@@ -111,6 +111,18 @@ TEST_F(RefusalTest, AnIndexThatIsNone) {
     ExpectRefused("the index is not a JSON object");
 }
 
+// With nothing installed it is not to be taken for what is installed.
+TEST_F(RefusalTest, AnEmptyIndex) {
+    Overwrite("index.json", "");
+    ExpectRefused("the index is empty");
+    InstallContents();
+    ExpectRefused("the index is empty");
+    MirrorServer good;
+    WriteMirror(good.Root(), m_contents);
+    EXPECT_EQ(FetchFrom({m_server.Address(), good.Address()}).result, kUpdaterUpToDate);
+    EXPECT_EQ(good.CountOf("/index.json"), 1U);
+}
+
 TEST_F(RefusalTest, AnIndexWithAPathForAName) {
     for (const char* name : {"../../evil.hdb", "/etc/evil.hdb", "sub/evil.hdb", ".evil.hdb"}) {
         m_contents.files[0].first = name;
