@@ -102,12 +102,14 @@ std::optional<std::string> WithoutRelease(std::string_view address) {
 }
 
 std::vector<std::string> AddressesToTry(const std::vector<std::string>& addresses,
-                                        bool fromAdministrator) {
+                                        bool fromAdministrator, std::string_view officialDomain) {
     std::vector<std::string> all;
     for (const std::string& address : addresses) {
         all.push_back(address);
         if (const auto shorter = WithoutRelease(address); fromAdministrator && shorter) {
-            all.push_back(*shorter);
+            const auto parts = PartsOf(address);
+            const bool isOfficial = parts && IsUnderDomain(parts->host, officialDomain);
+            all.insert(isOfficial ? all.end() - 1 : all.end(), *shorter);
         }
     }
     return all;

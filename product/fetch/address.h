@@ -36,8 +36,9 @@ std::string ForLog(const std::string& address);
 std::optional<std::string> WithoutRelease(std::string_view address);
 
 /// What is tried, in this order. Addresses of an administrator carry the release of the definitions
-/// at the time they were written down; the mirror may lie without it.
+/// at the time they were written down; the mirror may lie without it. Hosts under `officialDomain`
+/// always do, and are spared the other question unless the first one fails.
 std::vector<std::string> AddressesToTry(const std::vector<std::string>& addresses,
-                                        bool fromAdministrator);
+                                        bool fromAdministrator, std::string_view officialDomain);
 
 }  // namespace fetch

@@ -69,8 +69,8 @@ private:
         HttpClient client(m_request.proxy, m_request.limits, m_progress);
         const MirrorJob job{client,  m_request.limits, m_progress,        m_folder,
                             current, trusted.keys,     std::time(nullptr)};
-        for (const std::string& address :
-             AddressesToTry(m_request.addresses, m_request.fromAdministrator)) {
+        for (const std::string& address : AddressesToTry(
+                 m_request.addresses, m_request.fromAdministrator, m_request.official.domain)) {
             m_progress.Status(kUpdateConnecting);
             switch (FetchFrom(job, address)) {
                 case MirrorEnd::kCandidate:
@@ -97,7 +97,7 @@ private:
         if (IsUnderDomain(parts->host, m_request.official.domain)) {
             return FetchFromOfficial({m_request.official, m_request.proxy, m_request.limits,
                                       m_progress, m_folder, job.current, job.now},
-                                     address, m_state.official);
+                                     address, m_state);
         }
         return FetchFromMirror(job, address, m_state.mirrors[address]);
     }

@@ -14,7 +14,6 @@ struct OfficialMirrors {
     std::string domain = "clamav.net";  ///< hosts under it are official
     std::vector<std::string> databases{"main", "daily", "bytecode"};
     std::string dnsServer = "current.cvd.clamav.net";  ///< names the versions; empty: is not asked
-    std::time_t leastPause = 900;                      ///< seconds between two runs
 };
 
 /// What is to be fetched, and from where.

@@ -32,11 +32,6 @@ std::time_t TimeOf(const Json& object, const char* name) {
     return found != object.end() && found->is_number_integer() ? found->get<std::time_t>() : 0;
 }
 
-bool IsTrue(const Json& object, const char* name) {
-    const auto found = object.find(name);
-    return found != object.end() && found->is_boolean() && found->get<bool>();
-}
-
 // A header that is sent back as it came must not begin another one.
 std::string OneLine(std::string text) {
     const bool isOneLine = std::none_of(text.begin(), text.end(), [](char character) {
@@ -62,8 +57,7 @@ FetchState ReadState(int folder) {
     }
     if (const auto official = document.find("official");
         official != document.end() && official->is_object()) {
-        state.official = {TimeOf(*official, "last"), IsTrue(*official, "fine"),
-                          TimeOf(*official, "notBefore")};
+        state.official = {TimeOf(*official, "askedAt"), TimeOf(*official, "notBefore")};
     }
     const auto mirrors = document.find("mirrors");
     if (mirrors == document.end() || !mirrors->is_object()) {
@@ -87,11 +81,10 @@ bool WriteState(int folder, const FetchState& state) {
                             {"index", mirror.indexSha256},
                             {"notBefore", mirror.notBefore}};
     }
-    const Json document = {{"mirrors", std::move(mirrors)},
-                           {"official",
-                            {{"last", state.official.lastRun},
-                             {"fine", state.official.wasFine},
-                             {"notBefore", state.official.notBefore}}}};
+    const Json document = {
+        {"mirrors", std::move(mirrors)},
+        {"official",
+         {{"askedAt", state.official.askedAt}, {"notBefore", state.official.notBefore}}}};
     const std::string text = document.dump(1, ' ', true, Json::error_handler_t::replace) + "\n";
     ::unlinkat(folder, kNewName, 0);
     const FileDescriptor file = common::OpenRegularFileAt(

@@ -52,24 +52,17 @@ std::string_view AnnouncedDatabase(std::string_view line) {
 
 class Official {
 public:
-    Official(const OfficialJob& job, const std::string& address, OfficialState& state)
-        : m_job(job), m_address(address), m_state(state) {}
+    Official(const OfficialJob& job, const std::string& address, FetchState& state)
+        : m_job(job), m_address(address), m_allState(state), m_state(state.official) {}
 
     MirrorEnd Fetch() {
         if (m_job.now < m_state.notBefore) {
             return Fail("is not asked before " + signed_index::FormatUtcTime(m_state.notBefore));
         }
         m_folder = OpenOrMakeFolder(m_job.folder.Get(), kFolder, 0700);
-        if (!m_folder || !MakeTemporary()) {
+        if (!m_folder || !MakeTemporary() || !RecordAsking()) {
             Fail(std::string("the download folder cannot be used: ") + std::strerror(errno));
             return MirrorEnd::kDiskFailed;
-        }
-        const std::time_t since = m_job.now - m_state.lastRun;
-        if (since >= 0 && since < m_job.mirrors.leastPause) {
-            m_job.progress.Log(ForLog(m_address) + ": asked less than " +
-                               std::to_string(m_job.mirrors.leastPause / 60) +
-                               " minutes ago, its answer of then holds");
-            return m_state.wasFine ? TakeWhatIsThere() : MirrorEnd::kFailed;
         }
         Seed();
         return Ask();
@@ -81,6 +74,12 @@ private:
         const std::string path = m_job.folder.Path() + kTemporary;
         std::filesystem::remove_all(path, ignored);
         return ::mkdir(path.c_str(), 0700) == 0;
+    }
+
+    // Before anything is asked: who stops one run after the other must not ask unseen.
+    bool RecordAsking() {
+        m_state.askedAt = m_job.now;
+        return WriteState(m_job.folder.Get(), m_allState);
     }
 
     // Starts from the databases that are installed, so that the differences are enough.
@@ -187,8 +186,6 @@ private:
     }
 
     MirrorEnd Conclude(int code) {
-        m_state.lastRun = m_job.now;
-        m_state.wasFine = code == 0 && !m_isLimited && !m_coolDownEnd;
         if (m_isLimited || m_coolDownEnd) {
             m_state.notBefore = m_coolDownEnd.value_or(m_job.now + kUsualDelay);
             return Fail("asks to be left alone, try again at " +
@@ -267,6 +264,7 @@ private:
 
     const OfficialJob& m_job;
     const std::string& m_address;
+    FetchState& m_allState;
     OfficialState& m_state;
     FileDescriptor m_folder;
     std::string m_pending;
@@ -276,8 +274,7 @@ private:
 
 }  // namespace
 
-MirrorEnd FetchFromOfficial(const OfficialJob& job, const std::string& address,
-                            OfficialState& state) {
+MirrorEnd FetchFromOfficial(const OfficialJob& job, const std::string& address, FetchState& state) {
     return Official(job, address, state).Fetch();
 }
 

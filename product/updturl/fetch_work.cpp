@@ -93,8 +93,8 @@ fetch::ConnectionResult TestAddresses(const fetch::Request& wanted, Asker& asker
     first.words = wanted.hasAddresses ? "there are no addresses"
                                       : "the list of addresses cannot be read, or is empty";
     bool isFirst = true;
-    for (const std::string& address :
-         fetch::AddressesToTry(wanted.addresses, wanted.fromAdministrator)) {
+    for (const std::string& address : fetch::AddressesToTry(
+             wanted.addresses, wanted.fromAdministrator, wanted.official.domain)) {
         auto result = fetch::TestConnection(wanted.proxy, address, wanted.official, listener);
         if (result.connection == fetch::Connection::kOk) {
             return result;

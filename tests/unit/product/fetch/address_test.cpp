@@ -69,9 +69,19 @@ TEST(WithoutRelease, DropsTheFolderOfARelease) {
 
 TEST(AddressesToTry, AnAdministratorsAreTriedWithoutTheirReleaseToo) {
     const std::vector<std::string> addresses{"http://a/update/0512", "http://b"};
-    EXPECT_THAT(AddressesToTry(addresses, true),
+    EXPECT_THAT(AddressesToTry(addresses, true, "official"),
                 ElementsAre("http://a/update/0512", "http://a", "http://b"));
-    EXPECT_THAT(AddressesToTry(addresses, false), ElementsAre("http://a/update/0512", "http://b"));
+    EXPECT_THAT(AddressesToTry(addresses, false, "official"),
+                ElementsAre("http://a/update/0512", "http://b"));
+}
+
+TEST(AddressesToTry, OnOfficialHostsTheOneWithoutAReleaseComesFirst) {
+    const std::vector<std::string> addresses{"http://b/update/0512",
+                                             "https://db.official/update/0512"};
+    EXPECT_THAT(AddressesToTry(addresses, true, "official"),
+                ElementsAre("http://b/update/0512", "http://b", "https://db.official",
+                            "https://db.official/update/0512"));
+    EXPECT_THAT(AddressesToTry({addresses[1]}, false, "official"), ElementsAre(addresses[1]));
 }
 
 TEST(ForLog, LeavesOutUserAndPassword) {

@@ -23,7 +23,6 @@ protected:
         m_request.official.domain = "127.0.0.1";
         m_request.official.databases = {"test"};
         m_request.official.dnsServer.clear();
-        m_request.official.leastPause = 0;
         fs::copy_file(Sample("test-6.cvd"), m_server.Root() + "test.cvd");
         for (const char* name : {"test-4.cdiff", "test-5.cdiff", "test-6.cdiff"}) {
             fs::copy_file(Sample(name), m_server.Root() + name);
@@ -78,25 +77,33 @@ TEST_F(OfficialTest, AnOlderOneIsBroughtUpToDateByDifferences) {
     }
 }
 
-TEST_F(OfficialTest, ItIsAskedOnceInAQuarterOfAnHourAndItsAnswerHolds) {
-    m_request.official.leastPause = 900;
-    ASSERT_EQ(Fetch().result, kUpdaterUpdated);
-    m_server.ForgetRequests();
-    EXPECT_EQ(Fetch().result, kUpdaterUpdated);
-    Install(InCandidate("test.cvd"), "test.cvd");
-    EXPECT_EQ(Fetch().result, kUpdaterUpToDate);
-    EXPECT_THAT(m_server.Requests(), IsEmpty());
-    EXPECT_TRUE(m_listener.HasLogged("asked less than 15 minutes ago, its answer of then holds"));
-}
-
-TEST_F(OfficialTest, AFailureHoldsForAQuarterOfAnHourToo) {
-    m_request.official.leastPause = 900;
+TEST_F(OfficialTest, AFailureIsFollowedByAnotherTryAtOnce) {
     m_server.Script({{"/test.cvd", R"({"do": "status", "status": 404})"}});
     EXPECT_EQ(Fetch().result, kUpdaterFailed);
     m_server.Script({});
-    m_server.ForgetRequests();
-    EXPECT_EQ(Fetch().result, kUpdaterFailed);
-    EXPECT_THAT(m_server.Requests(), IsEmpty());
+    EXPECT_EQ(Fetch().result, kUpdaterUpdated) << testing::PrintToString(m_listener.log);
+}
+
+TEST_F(OfficialTest, WhatCannotBeReachedBlocksNothing) {
+    EXPECT_EQ(FetchFrom({"http://127.0.0.1:" + std::to_string(FreePort())}).result, kUpdaterFailed);
+    EXPECT_EQ(FetchFrom({m_server.Address()}).result, kUpdaterUpdated)
+        << testing::PrintToString(m_listener.log);
+}
+
+TEST_F(OfficialTest, TheNextOfficialAddressIsAskedInTheSameRun) {
+    EXPECT_EQ(
+        FetchFrom({"http://127.0.0.1:" + std::to_string(FreePort()), m_server.Address()}).result,
+        kUpdaterUpdated)
+        << testing::PrintToString(m_listener.log);
+    EXPECT_EQ(ReadFile(InCandidate("test.cvd")), ReadFile(Sample("test-6.cvd")));
+}
+
+TEST_F(OfficialTest, AnAdministratorsAddressIsTriedWithoutItsReleaseFirst) {
+    m_request.fromAdministrator = true;
+    EXPECT_EQ(FetchFrom({m_server.Address() + "/update/0512"}).result, kUpdaterUpdated);
+    for (const std::string& request : m_server.Requests()) {
+        EXPECT_THAT(request, testing::Not(HasSubstr("/update/"))) << request;
+    }
 }
 
 TEST_F(OfficialTest, ADatabaseWithoutAValidSignatureIsRefused) {
@@ -141,6 +148,23 @@ TEST_F(OfficialTest, StopEndsTheChildAtOnce) {
               std::chrono::milliseconds(300));
     EXPECT_LT(m_listener.LongestSilence(), std::chrono::milliseconds(250));
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), 0) << "only the servers of the test are left";
+}
+
+// Who kills one run after the other is seen to have asked, too.
+TEST_F(OfficialTest, ThatItWasAskedIsWrittenDownBeforeItIsAsked) {
+    m_server.Script({{"/test.cvd", R"({"do": "hang"})"}});
+    const std::time_t begin = std::time(nullptr);
+    std::string seen;
+    m_listener.shouldStop = [&] {
+        if (m_server.CountOf("/test.cvd") > 0) {
+            seen = ReadFile(m_folder / "download/state.json");
+        }
+        return !seen.empty();
+    };
+    EXPECT_EQ(Fetch().result, kUpdaterInterrupted);
+    const std::string name = "\"askedAt\": ";
+    ASSERT_THAT(seen, HasSubstr(name));
+    EXPECT_GE(std::stoll(seen.substr(seen.find(name) + name.size())), begin);
 }
 
 TEST_F(OfficialTest, AProxyWithAPasswordIsUsedAndThoseOfTheEnvironmentAreNot) {
