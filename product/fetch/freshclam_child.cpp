@@ -63,6 +63,31 @@ fc_error_t Update(const FreshclamSettings& settings) {
                                servers.data(), servers.size(), 0, dnsInfo, 1, nullptr, &updated);
 }
 
+// The library looks at the heads only of what it already has, and would keep a damaged database for
+// as long as its head is good. Without it the whole one is loaded.
+bool RemoveDamaged(const FreshclamSettings& settings) {
+    if (cl_init(CL_INIT_DEFAULT) != CL_SUCCESS) {
+        return false;
+    }
+    bool hasRemoved = false;
+    for (const std::string& database : settings.databases) {
+        for (const char* ending : {".cvd", ".cld"}) {
+            const std::string path = settings.databaseDirectory + "/" + database + ending;
+            if (::access(path.c_str(), F_OK) != 0) {
+                continue;
+            }
+            const cl_error_t code = cl_cvdverify(path.c_str());
+            // A lack of memory says nothing of the file.
+            if (code != CL_SUCCESS && code != CL_EMEM && ::unlink(path.c_str()) == 0) {
+                std::printf("%s%s is damaged and was removed: %s\n", database.c_str(), ending,
+                            cl_strerror(code));
+                hasRemoved = true;
+            }
+        }
+    }
+    return hasRemoved;
+}
+
 [[noreturn]] void Work(const FreshclamSettings& settings, int output) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ForgetProxies();
@@ -71,7 +96,11 @@ fc_error_t Update(const FreshclamSettings& settings) {
     }
     (void)std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     const fc_error_t code = Update(settings);
+    const bool hasRemoved = RemoveDamaged(settings);
     (void)std::fflush(nullptr);
+    if (hasRemoved) {
+        ::_exit(FreshclamChild::kDamagedDatabase);
+    }
     ::_exit(code == FC_UPTODATE ? FC_SUCCESS : static_cast<int>(code));
 }
 

@@ -36,7 +36,11 @@ public:
     /// What it says, to be read line by line until its end.
     [[nodiscard]] int Output() const { return m_output.Get(); }
 
-    /// Waits for its end, which Output() tells: 0 for success, libfreshclam's code, -1 for a death.
+    /// The end of one that found a damaged database and removed it.
+    static constexpr int kDamagedDatabase = 200;
+
+    /// Waits for its end, which Output() tells: 0 for success and every database verified,
+    /// kDamagedDatabase, libfreshclam's code, -1 for a death.
     int Join();
 
     void Kill();

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "common/io.h"
@@ -116,6 +117,7 @@ private:
         }
     }
 
+    // Twice at most: what was damaged is then loaded whole.
     MirrorEnd Ask() {
         const std::string& root = m_job.folder.Path();
         FreshclamSettings settings;
@@ -190,6 +192,10 @@ private:
             m_state.notBefore = m_coolDownEnd.value_or(m_job.now + kUsualDelay);
             return Fail("asks to be left alone, try again at " +
                         signed_index::FormatUtcTime(m_state.notBefore));
+        }
+        if (code == FreshclamChild::kDamagedDatabase) {
+            m_job.progress.Refuse(ForLog(m_address) + ": a database here was damaged");
+            return std::exchange(m_isSecondTry, true) ? MirrorEnd::kFailed : Ask();
         }
         constexpr int kBadDatabase = 7;
         if (code == kBadDatabase) {
@@ -269,6 +275,7 @@ private:
     FileDescriptor m_folder;
     std::string m_pending;
     bool m_isLimited = false;
+    bool m_isSecondTry = false;
     std::optional<std::time_t> m_coolDownEnd;
 };
 

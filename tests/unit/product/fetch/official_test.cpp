@@ -33,6 +33,26 @@ protected:
         return std::string(SIGNED_DATABASES "/") + name;
     }
 
+    // Changes one byte in the middle, far behind the head.
+    static void Damage(const std::string& path) {
+        std::string bytes = ReadFile(path);
+        char& changed = bytes[bytes.size() / 2];
+        changed = static_cast<char>(changed ^ 1);
+        WriteFile(path, bytes);
+    }
+
+    void ExpectReplaced(const std::string& name) {
+        m_listener = {};
+        m_server.ForgetRequests();
+        EXPECT_EQ(Fetch().result, kUpdaterUpdated) << testing::PrintToString(m_listener.log);
+        EXPECT_THAT(m_listener.statuses, Contains("2004"));
+        EXPECT_TRUE(m_listener.HasLogged(name + " is damaged and was removed"))
+            << testing::PrintToString(m_listener.log);
+        EXPECT_TRUE(m_listener.HasLogged(": a database here was damaged"));
+        EXPECT_TRUE(ReadFile(InCandidate("test.cvd")) == ReadFile(Sample("test-6.cvd")));
+        EXPECT_EQ(std::distance(fs::directory_iterator(InCandidate("")), {}), 1);
+    }
+
     // Makes these files the installed set.
     void Install(const std::string& from, const std::string& name) const {
         fs::remove_all(m_request.currentSet);
@@ -75,6 +95,22 @@ TEST_F(OfficialTest, AnOlderOneIsBroughtUpToDateByDifferences) {
     for (const char* name : {"/test-4.cdiff", "/test-5.cdiff", "/test-6.cdiff"}) {
         EXPECT_EQ(m_server.CountOf(name), 1U) << name;
     }
+}
+
+TEST_F(OfficialTest, ADamagedDatabaseIsLoadedAgain) {
+    ASSERT_EQ(Fetch().result, kUpdaterUpdated);
+    Damage(m_folder / "download/official/test.cvd");
+    ExpectReplaced("test.cvd");
+    fs::resize_file(m_folder / "download/official/test.cvd", 1000);
+    ExpectReplaced("test.cvd");
+}
+
+TEST_F(OfficialTest, ADamagedDatabaseMadeOfDifferencesIsLoadedAgain) {
+    Install(Sample("test-3.cvd"), "test.cvd");
+    ASSERT_EQ(Fetch().result, kUpdaterUpdated);
+    fs::remove_all(m_request.currentSet);
+    Damage(m_folder / "download/official/test.cld");
+    ExpectReplaced("test.cld");
 }
 
 TEST_F(OfficialTest, AFailureIsFollowedByAnotherTryAtOnce) {
