@@ -42,6 +42,11 @@ std::string OneLine(std::string text) {
 
 }  // namespace
 
+bool IsToBeLeftAlone(std::time_t notBefore, std::time_t now) {
+    constexpr std::time_t kLongest = 86'400;
+    return now < notBefore && notBefore - kLongest <= now;
+}
+
 FetchState ReadState(int folder) {
     FetchState state;
     const FileDescriptor file =

@@ -27,6 +27,10 @@ struct FetchState {
     OfficialState official;
 };
 
+/// Whether a server that wishes to be left alone till `notBefore` is to be left alone at `now`. No
+/// such wish is longer than a day; one that is comes from a clock that was wrong.
+bool IsToBeLeftAlone(std::time_t notBefore, std::time_t now);
+
 /// Reads what WriteState wrote into the open folder. Empty when there is nothing to be read, and
 /// what is damaged counts as nothing: at worst a file is asked for once more.
 FetchState ReadState(int folder);

@@ -57,7 +57,7 @@ public:
         : m_job(job), m_address(address), m_allState(state), m_state(state.official) {}
 
     MirrorEnd Fetch() {
-        if (m_job.now < m_state.notBefore) {
+        if (IsToBeLeftAlone(m_state.notBefore, m_job.now)) {
             return Fail("is not asked before " + signed_index::FormatUtcTime(m_state.notBefore));
         }
         m_folder = OpenOrMakeFolder(m_job.folder.Get(), kFolder, 0700);

@@ -43,7 +43,7 @@ public:
         : m_job(job), m_address(address), m_state(state) {}
 
     MirrorEnd Fetch() {
-        if (m_job.now < m_state.notBefore) {
+        if (IsToBeLeftAlone(m_state.notBefore, m_job.now)) {
             return Fail("is not asked before " + signed_index::FormatUtcTime(m_state.notBefore));
         }
         for (int round = 1;; ++round) {

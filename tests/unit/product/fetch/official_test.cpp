@@ -165,6 +165,18 @@ TEST_F(OfficialTest, AMirrorThatForbidsIsLeftAloneAfterThat) {
     EXPECT_THAT(m_server.Requests(), IsEmpty());
 }
 
+TEST_F(OfficialTest, AMomentMoreThanADayAwayIsNotWaitedFor) {
+    const auto leaveAlone = [this](std::time_t until) {
+        WriteFile(m_folder / "download/state.json",
+                  R"({"official": {"notBefore": )" + std::to_string(until) + "}}");
+    };
+    const std::time_t day = 86'400;
+    leaveAlone(std::time(nullptr) + day - 10);
+    EXPECT_EQ(Fetch().result, kUpdaterFailed);
+    leaveAlone(std::time(nullptr) + day + 100);
+    EXPECT_EQ(Fetch().result, kUpdaterUpdated) << testing::PrintToString(m_listener.log);
+}
+
 TEST_F(OfficialTest, TheNextAddressIsTriedWhenItFails) {
     m_server.Script({{"/test.cvd", R"({"do": "status", "status": 404})"}});
     EXPECT_EQ(FetchFrom({m_server.Address(), m_server.Address("http", "localhost")}).result,

@@ -162,6 +162,20 @@ TEST_F(FetchTest, WithoutAWordOfHowLongItIsLeftAloneForAQuarterOfAnHour) {
     EXPECT_LE(until, before + 910);
 }
 
+TEST_F(FetchTest, AMomentMoreThanADayAwayIsOfAWrongClockAndNotWaitedFor) {
+    const auto leaveAlone = [this](std::time_t until) {
+        WriteFile(m_folder / "download/state.json", R"({"mirrors": {")" + m_server.Address() +
+                                                        R"(": {"notBefore": )" +
+                                                        std::to_string(until) + "}}}");
+    };
+    const std::time_t day = 86'400;
+    leaveAlone(std::time(nullptr) + day - 10);
+    EXPECT_EQ(Fetch().result, kUpdaterFailed);
+    EXPECT_TRUE(m_listener.HasLogged("is not asked before 20"));
+    leaveAlone(std::time(nullptr) + day + 100);
+    EXPECT_EQ(Fetch().result, kUpdaterUpdated);
+}
+
 TEST_F(FetchTest, RedirectsToTheSameHostAreFollowed) {
     m_server.Script({{"/old/index.json", R"({"do": "redirect", "to": "/index.json"})"},
                      {"/old/index.json.minisig",
