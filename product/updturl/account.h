@@ -13,8 +13,19 @@ struct Account {
     gid_t gid = 0;
 };
 
-/// None when there is no such user. Any thread.
+/// None with errno 0 when there is no such user, and with the reason there when the machine cannot
+/// tell. Any thread.
 std::optional<Account> AccountOf(const char* name);
+
+/// Whom root's part of an update is done as.
+struct Accounts {
+    Account installer;
+    Account downloader;
+};
+
+/// Both of them; none with the reason in `why` when one cannot be had: root itself reads nothing
+/// that came over a network. Any thread.
+std::optional<Accounts> AccountsOfUpdate(std::string& why);
 
 /// Makes the process that user for good, with the groups it is in. For root, and a process of one
 /// thread. False when it could not, with the process perhaps half changed: it must end.

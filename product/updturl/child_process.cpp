@@ -75,7 +75,7 @@ ChildProcess::~ChildProcess() {
     EndByForce();
 }
 
-FileDescriptor ChildProcess::Start(const std::string& program, const std::string& argument,
+FileDescriptor ChildProcess::Start(const std::string& program, std::vector<std::string> arguments,
                                    ProcessGroup group) {
     std::array<int, 2> ends{};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
@@ -86,14 +86,15 @@ FileDescriptor ChildProcess::Start(const std::string& program, const std::string
     std::string name = program;
     std::string path = kPath;
     std::string language = kLanguage;
-    std::string option = argument;
-    const std::array<char*, 3> arguments{name.data(), option.empty() ? nullptr : option.data(),
-                                         nullptr};
+    std::vector<char*> words{name.data()};
+    for (std::string& argument : arguments) {
+        words.push_back(argument.data());
+    }
+    words.push_back(nullptr);
     const std::array<char*, 3> environment{path.data(), language.data(), nullptr};
     pid_t pid = 0;
-    const int error =
-        ::posix_spawn(&pid, program.c_str(), SpawnActions(theirs.Get()).Get(),
-                      SpawnAttributes(group).Get(), arguments.data(), environment.data());
+    const int error = ::posix_spawn(&pid, program.c_str(), SpawnActions(theirs.Get()).Get(),
+                                    SpawnAttributes(group).Get(), words.data(), environment.data());
     if (error != 0) {
         errno = error;
         return {};

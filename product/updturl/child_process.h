@@ -2,6 +2,7 @@
 
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 #include "common/file_descriptor.h"
 
@@ -22,10 +23,10 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    /// Starts `program` with `argument`, if it is not empty, and a socket as its standard input and
+    /// Starts `program` with `arguments` and a socket as its standard input and
     /// output: no other descriptor, none of our environment, no signal blocked or ignored, in the
     /// directory "/". The other end of the socket, not open on failure with the reason in errno.
-    FileDescriptor Start(const std::string& program, const std::string& argument,
+    FileDescriptor Start(const std::string& program, std::vector<std::string> arguments,
                          ProcessGroup group);
 
     /// Waits a moment for a child that has said its last word, then ends it.

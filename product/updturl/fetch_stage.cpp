@@ -42,12 +42,16 @@ private:
 
 }  // namespace
 
-bool FetchStage::Start(const std::string& program, std::string& why) {
+bool FetchStage::Start(const std::string& program, bool isAsCaller, std::string& why) {
     if (::geteuid() != 0 && ::access(kFetchSocket, F_OK) == 0) {
         m_socket = ConnectToService(kFetchSocket, kFetchUser, why);
         return m_socket.IsOpen();
     }
-    m_socket = m_child.Start(program, kFetchOption, ProcessGroup::kOfParent);
+    std::vector<std::string> arguments{kFetchOption};
+    if (isAsCaller) {
+        arguments.emplace_back(kAsCallerOption);
+    }
+    m_socket = m_child.Start(program, std::move(arguments), ProcessGroup::kOfParent);
     why = std::strerror(errno);
     return m_socket.IsOpen();
 }

@@ -13,6 +13,8 @@ namespace updturl {
 inline constexpr char kFetchSocket[] = "/run/corvane-fetch/fetch.sock";
 
 inline constexpr char kFetchOption[] = "--fetch";
+/// Lets root keep its rights, for a product of its own in another folder.
+inline constexpr char kAsCallerOption[] = "--as-caller";
 
 /// What the stage that downloads came to.
 struct Fetched {
@@ -24,8 +26,9 @@ struct Fetched {
 class FetchStage {
 public:
     /// Starts it: as root `program`, which becomes the downloading user; for others the service
-    /// where there is one, else `program`. False with the reason in `why`. Nothing is asked yet.
-    bool Start(const std::string& program, std::string& why);
+    /// where there is one, else `program`. `isAsCaller`: `program` stays who we are. False with the
+    /// reason in `why`. Nothing is asked yet.
+    bool Start(const std::string& program, bool isAsCaller, std::string& why);
 
     /// Asks it, and tells the asker what it says until it is done or they wish to stop. Once.
     Fetched Run(const Request& request, Asker& asker);

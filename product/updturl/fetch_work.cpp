@@ -39,21 +39,15 @@ private:
     Asker& m_asker;
 };
 
-/// Becomes the user that downloads, where root started this and there is one, and ends with who
-/// started it. What was done, in words; empty when the rights are still there.
-std::string GiveUpRights() {
-    std::string who = "as the user of the update";
-    if (::geteuid() == 0) {
-        if (const auto account = AccountOf(kFetchUser)) {
-            if (!Become(*account)) {
-                return {};
-            }
-            who = std::string("as ") + kFetchUser;
-        }
-    }
-    // After the change of user, which takes it back.
+/// Ends this process with who started it. For after a change of user, which takes it back.
+void EndWithParent() {
     (void)::prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
-    return who;
+}
+
+std::string WhoDownloads() {
+    const auto account = AccountOf(kFetchUser);
+    return account && account->uid == ::geteuid() ? std::string("as ") + kFetchUser
+                                                  : "as the user of the update";
 }
 
 fetch::Request WhatToFetch(const Request& request) {
@@ -123,17 +117,17 @@ std::string TestLine(const fetch::ConnectionResult& result) {
 }  // namespace
 
 int RunFetch(Asker& asker) {
-    const std::string who = GiveUpRights();
+    EndWithParent();
     Request request;
-    std::string why = "the rights of root cannot be given up";
-    if (who.empty() || !asker.ReadRequest(request, why)) {
+    std::string why;
+    if (!asker.ReadRequest(request, why)) {
         asker.Log(why);
         asker.Result(kUpdaterFailed);
         return 1;
     }
     const std::string confined = Confine(
         {.readable = {request.applicationDirectory}, .writable = {request.downloadDirectory}});
-    asker.Log("downloading " + who + ", " + confined);
+    asker.Log("downloading " + WhoDownloads() + ", " + confined);
     FetchListener listener(asker);
     const fetch::Outcome outcome = fetch::Fetch(WhatToFetch(request), listener);
     if (outcome.result == kUpdaterUpdated) {
@@ -143,11 +137,19 @@ int RunFetch(Asker& asker) {
     return outcome.result == kUpdaterFailed ? 1 : 0;
 }
 
-int RunTest(Asker& asker) {
-    Request request;
-    std::string why = "the rights of root cannot be given up";
+void RefuseTest(Asker& asker, const std::string& why) {
     fetch::ConnectionResult result;
-    if (GiveUpRights().empty() || !asker.ReadRequest(request, why)) {
+    result.connection = fetch::Connection::kFailed;
+    result.words = why;
+    asker.Say(TestLine(result));
+}
+
+int RunTest(Asker& asker) {
+    EndWithParent();
+    Request request;
+    std::string why;
+    fetch::ConnectionResult result;
+    if (!asker.ReadRequest(request, why)) {
         result.connection = fetch::Connection::kFailed;
         result.words = why;
     } else {

@@ -55,7 +55,7 @@ int RunChild(const std::string& program, const Request& request, ProgressListene
         return kUpdaterFailed;
     }
     ChildProcess child;
-    FileDescriptor socket = child.Start(program, "", ProcessGroup::kOwn);
+    FileDescriptor socket = child.Start(program, {}, ProcessGroup::kOwn);
     if (!socket) {
         LogUpdate(program + " cannot be started: " + std::strerror(errno));
         return kUpdaterFailed;

@@ -4,7 +4,6 @@
 #include <csignal>
 #include <cstring>
 #include <ctime>
-#include <unistd.h>
 
 #include "product/definitions/definition_folder.h"
 #include "product/definitions/install.h"
@@ -13,7 +12,6 @@
 #include "product/updturl/fetch_stage.h"
 #include "product/updturl/last_update.h"
 #include "product/updturl/message.h"
-#include "product/updturl/service_connection.h"
 
 namespace updturl {
 namespace {
@@ -54,15 +52,6 @@ private:
 
     Asker& m_asker;
 };
-
-/// Root's rights are for starting the other stage; definitions belong to their own user.
-bool DropRights() {
-    if (::geteuid() != 0) {
-        return true;
-    }
-    const auto account = AccountOf(kServiceUser);
-    return !account || Become(*account);
-}
 
 Ended EndedBy(const definitions::InstallResult& installed, Source source) {
     const bool isFolder = source == Source::kIndex;
@@ -146,8 +135,10 @@ Ended UpdateLocked(const Request& request, FetchStage& stage, Asker& asker, int 
     return ended;
 }
 
-Ended Update(const Request& request, FetchStage& stage, Asker& asker) {
-    if (!DropRights()) {
+Ended Update(const Request& request, FetchStage& stage, Asker& asker,
+             const std::optional<Account>& installer) {
+    // Root's rights are for starting the other stage; definitions belong to their own user.
+    if (installer && !Become(*installer)) {
         return {kUpdaterFailed, "the rights of root cannot be given up"};
     }
     const auto folder = definitions::DefinitionFolder::Open(request.applicationDirectory);
@@ -160,17 +151,17 @@ Ended Update(const Request& request, FetchStage& stage, Asker& asker) {
 
 }  // namespace
 
-int RunUpdate(Asker& asker, const std::string& program) {
+int RunUpdate(Asker& asker, const std::string& program, const std::optional<Account>& installer) {
     Request request;
     Ended ended;
     FetchStage stage;
     std::string why;
     if (!asker.ReadRequest(request, why)) {
         ended.why = why;
-    } else if (request.source == Source::kSite && !stage.Start(program, why)) {
+    } else if (request.source == Source::kSite && !stage.Start(program, !installer, why)) {
         ended.why = "the process that downloads cannot be started: " + why;
     } else {
-        ended = Update(request, stage, asker);
+        ended = Update(request, stage, asker, installer);
     }
     asker.Log(ended.why);
     asker.Result(ended.result);

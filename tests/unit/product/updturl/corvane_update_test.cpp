@@ -45,11 +45,12 @@ protected:
     }
 
     /// Runs the program with words of its own; its result, -1 for none.
-    int RunWords(const std::string& words) {
+    int RunWords(const std::string& words) { return RunWords(words, {"--as-caller"}); }
+    int RunWords(const std::string& words, const std::vector<std::string>& arguments) {
         m_notes.statuses.clear();
         m_notes.log.clear();
         ChildProcess child;
-        FileDescriptor socket = child.Start(CORVANE_UPDATE, "", ProcessGroup::kOwn);
+        FileDescriptor socket = child.Start(CORVANE_UPDATE, arguments, ProcessGroup::kOwn);
         Conversation conversation(std::move(socket), m_notes);
         m_ending = conversation.Hold(words, {.end = {}, .timeToStop = std::chrono::seconds(10)});
         child.EndInPeace();
@@ -177,12 +178,13 @@ std::string OutputOf(const std::string& command) {
 
 TEST(CorvaneUpdateOptions, TheManualNamesThemAll) {
     const std::string help = OutputOf(CORVANE_UPDATE " --help; echo $?");
-    EXPECT_EQ(help.find("Usage: corvane-update [--fetch | --test]\n"), 0U);
+    EXPECT_EQ(help.find("Usage: corvane-update [--fetch | --test] [--as-caller]\n"), 0U);
     EXPECT_TRUE(help.ends_with("show the version\n0\n"));
     const std::string manual = ReadFile(CORVANE_UPDATE_MANUAL);
-    for (const std::string option : {"fetch", "test", "help", "version"}) {
-        EXPECT_NE(help.find("--" + option + " "), std::string::npos) << option;
-        EXPECT_NE(manual.find("\\-\\-" + option), std::string::npos) << option;
+    for (const std::string option : {"fetch", "test", "as-caller", "help", "version"}) {
+        EXPECT_NE(help.find("  --" + option), std::string::npos) << option;
+        const std::string name = option == "as-caller" ? "as\\-caller" : option;
+        EXPECT_NE(manual.find("\\-\\-" + name), std::string::npos) << option;
     }
     EXPECT_EQ(OutputOf(CORVANE_UPDATE " --version; echo $?"),
               "corvane-update " CORVANE_VERSION "\n0\n");

@@ -40,7 +40,7 @@ protected:
         ::chmod(path.c_str(), 0755);
         FetchStage stage;
         std::string why;
-        EXPECT_TRUE(stage.Start(path, why)) << why;
+        EXPECT_TRUE(stage.Start(path, m_isAsCaller, why)) << why;
         return stage.Run(m_request, *m_asker);
     }
 
@@ -55,6 +55,7 @@ protected:
         return heard;
     }
 
+    bool m_isAsCaller = false;
     ScratchFolder m_folder;
     std::string m_download = m_folder / "download/";
     Request m_request;
@@ -70,6 +71,12 @@ TEST_F(FetchStageTest, WhatTheStageSaysIsPassedOnButForTheCandidate) {
     EXPECT_EQ(fetched.candidate, m_download + "candidate/");
     EXPECT_EQ(Heard(), "status 2005\nlog word\n");
     EXPECT_EQ(ReadFile(m_folder / "arguments"), "--fetch\n");
+}
+
+TEST_F(FetchStageTest, AStageThatStaysWhoWeAreIsToldSo) {
+    m_isAsCaller = true;
+    EXPECT_EQ(Run("echo result 2").result, 2);
+    EXPECT_EQ(ReadFile(m_folder / "arguments"), "--fetch --as-caller\n");
 }
 
 TEST_F(FetchStageTest, ACandidateOutsideOfTheDownloadFolderIsRefused) {
@@ -135,7 +142,7 @@ TEST_F(FetchStageTest, AStageThatLogsWithoutEndFillsNoDisk) {
 TEST_F(FetchStageTest, AStageThatCannotBeStartedSaysWhy) {
     FetchStage stage;
     std::string why;
-    EXPECT_FALSE(stage.Start(m_folder / "missing", why));
+    EXPECT_FALSE(stage.Start(m_folder / "missing", false, why));
     EXPECT_EQ(why, "No such file or directory");
 }
 

@@ -50,9 +50,17 @@ protected:
         ::chmod(m_folder.Path().c_str(), 0755);
         WriteFile(m_product + "updturl.keys/mirror.pub", kMirrorPublicKey);
         fs::copy_file(UPDTURL_LIBRARY, m_product + "updturl.so");
-        fs::copy_file(CORVANE_UPDATE, m_product + "corvane-update");
+        fs::copy_file(CORVANE_UPDATE, m_product + "updater");
+        UseProgram("exec " + m_product + "updater --as-caller \"$@\"");
         m_library.reset(::dlopen((m_product + "updturl.so").c_str(), RTLD_NOW | RTLD_LOCAL));
         ASSERT_NE(m_library, nullptr) << ::dlerror();
+    }
+
+    /// What the library starts.
+    void UseProgram(const std::string& command) {
+        const std::string path = m_product + "corvane-update";
+        WriteFile(path, "#!/bin/sh\n" + command + "\n");
+        ASSERT_EQ(::chmod(path.c_str(), 0755), 0);
     }
 
     void Publish(std::uint64_t serial, std::vector<std::pair<std::string, std::string>> files) {
@@ -99,7 +107,7 @@ protected:
         for (const auto& entry : fs::directory_iterator("/proc")) {
             std::error_code ignored;
             const auto program = fs::read_symlink(entry.path() / "exe", ignored);
-            if (program == m_product + "corvane-update") {
+            if (program == m_product + "updater") {
                 running.push_back(std::stoi(entry.path().filename().string()));
             }
         }
@@ -236,6 +244,34 @@ TEST_F(UpdateFromMirrorTest, TheFilesAreKeptInTheBackupFolderToo) {
     EXPECT_EQ(kept, Database('a')) << ReadFile(kLog);
 }
 
+/// Takes the users out of the private root; `which` begins their names.
+void ForgetUsers(const std::string& which) {
+    ASSERT_EQ(
+        std::system(
+            ("sed -i '/^" + which + "/d' /etc/passwd /etc/shadow /etc/group /etc/gshadow").c_str()),
+        0);
+}
+
+TEST_F(UpdateFromMirrorTest, RootWithoutTheUsersTouchesNothingThatIsDownloaded) {
+    ForgetUsers("corvane");
+    UseProgram("exec " + m_product + "updater \"$@\"");
+    Publish(1, {{"own.ndb", Database('a')}});
+    EXPECT_EQ(Update(), kUpdaterFailed);
+    EXPECT_EQ(ReadFile(kLog), "Update: root does not update by itself: there is no user corvane\n");
+    EXPECT_EQ(m_server.Requests(), std::vector<std::string>{});
+    EXPECT_EQ(Current("own.ndb"), "");
+    for (const std::string stage : {"fetch", "test"}) {
+        const std::string heard = m_folder / stage;
+        EXPECT_NE(std::system((m_product + "updater --" + stage + " </dev/null >" + heard).c_str()),
+                  0);
+        EXPECT_EQ(ReadFile(heard), stage == "test"
+                                       ? "test failed root does not update by itself: there is "
+                                         "no user corvane\n"
+                                       : "log root does not update by itself: there is no user "
+                                         "corvane\nresult 0\n");
+    }
+}
+
 /// The two users of the updater, in the private root.
 class UsersTest : public UpdateFromMirrorTest {
 protected:
@@ -253,6 +289,7 @@ protected:
                 GTEST_SKIP() << "no user can be made here";
             }
         }
+        UseProgram("exec " + m_product + "updater \"$@\"");
         ASSERT_EQ(std::system(("chown corvane:corvane " + m_product +
                                "defs && chown "
                                "corvane-fetch:corvane " +
@@ -276,6 +313,15 @@ TEST_F(UsersTest, OneUserDownloadsAndAnotherInstalls) {
         std::system(
             ("test \"$(find " + m_product + "download ! -user corvane-fetch)\" = ''").c_str()),
         0);
+}
+
+TEST_F(UsersTest, OneOfThemAloneIsNotEnough) {
+    ForgetUsers("corvane-fetch");
+    Publish(1, {{"own.ndb", Database('a')}});
+    EXPECT_EQ(Update(), kUpdaterFailed);
+    EXPECT_EQ(ReadFile(kLog),
+              "Update: root does not update by itself: there is no user corvane-fetch\n");
+    EXPECT_EQ(m_server.Requests(), std::vector<std::string>{});
 }
 
 TEST_F(UsersTest, AStopEndsTheStageOfTheOtherUserToo) {
