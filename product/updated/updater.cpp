@@ -20,7 +20,8 @@ namespace {
 constexpr std::chrono::seconds kPatience(5);
 constexpr std::chrono::seconds kSwitch(60);
 
-/// Its process group is its own, so that what it starts ends with it. -1 with errno set.
+/// Its session is its own, so that what it starts ends with it, and no terminal reaches it. -1 with
+/// errno set.
 pid_t Spawn(const std::string& program, int socket) {
     posix_spawn_file_actions_t actions;
     posix_spawnattr_t attributes;
@@ -36,8 +37,8 @@ pid_t Spawn(const std::string& program, int socket) {
     sigaddset(&usual, SIGXFSZ);
     ::posix_spawnattr_setsigmask(&attributes, &none);
     ::posix_spawnattr_setsigdefault(&attributes, &usual);
-    ::posix_spawnattr_setflags(
-        &attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+    ::posix_spawnattr_setflags(&attributes,
+                               POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
     std::string name = program;
     std::array<char*, 2> words{name.data(), nullptr};
     // Not of our environment: variables that name a proxy decide nothing here.

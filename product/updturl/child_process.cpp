@@ -52,10 +52,10 @@ public:
         posix_spawnattr_setsigdefault(&m_attributes, &signals);
         sigemptyset(&signals);
         posix_spawnattr_setsigmask(&m_attributes, &signals);
-        posix_spawnattr_setpgroup(&m_attributes, 0);
         int flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
         if (group == ProcessGroup::kOwn) {
-            flags |= POSIX_SPAWN_SETPGROUP;
+            // A session of its own: without a terminal that could end or stop it.
+            flags |= POSIX_SPAWN_SETSID;
         }
         posix_spawnattr_setflags(&m_attributes, static_cast<short>(flags));
     }

@@ -10,7 +10,7 @@ namespace updturl {
 
 /// Which processes end together.
 enum class ProcessGroup {
-    kOwn,       ///< the child and all that it starts
+    kOwn,       ///< the child and all that it starts, in a session without a terminal
     kOfParent,  ///< the child alone, by us; with us, by whoever ends our group
 };
 

@@ -231,6 +231,11 @@ TEST_F(UpdatedService, EveryUserMayAskAndTheEnvironmentOfTheServiceDecidesNothin
     EXPECT_EQ(Note("environment").find("proxy"), std::string::npos) << Note("environment");
 }
 
+TEST_F(UpdatedService, TheUpdaterHasASessionOfItsOwn) {
+    Start("[[ $(cut -d ' ' -f 6 /proc/$$/stat) == $$ ]] && echo 'result 1'");
+    EXPECT_EQ(Client("update\n").HearAll(), "result 1\n");
+}
+
 TEST_F(UpdatedService, ASocketThatWasLeftBehindIsReplaced) {
     WriteFile(kSocket, "left");
     Start("echo 'result 2'");

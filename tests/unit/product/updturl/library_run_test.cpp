@@ -115,7 +115,7 @@ TEST_F(LibraryRunTest, TheChildGetsNoDescriptorNoEnvironmentAndADirectoryOfItsOw
                   "readlink /proc/$$/fd/2 >" +
                   m_folder.Path() +
                   "errors\n"
-                  "cut -d ' ' -f 1,5 /proc/$$/stat >" +
+                  "cut -d ' ' -f 1,5,6 /proc/$$/stat >" +
                   m_folder.Path() +
                   "group\n"
                   "echo result 1\n");
@@ -134,8 +134,10 @@ TEST_F(LibraryRunTest, TheChildGetsNoDescriptorNoEnvironmentAndADirectoryOfItsOw
     std::istringstream numbers(ReadFile(m_folder / "group"));
     int process = 0;
     int group = -1;
-    numbers >> process >> group;
+    int session = -1;
+    numbers >> process >> group >> session;
     EXPECT_EQ(process, group);
+    EXPECT_EQ(process, session) << "the terminal of the program is not its terminal";
 }
 
 TEST_F(LibraryRunTest, SignalsOfTheProgramAreNotThoseOfTheChild) {
