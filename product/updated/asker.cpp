@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <sys/socket.h>
 
+#include "product/updturl/request.h"
+
 namespace updated {
 
 namespace {
@@ -46,6 +48,12 @@ void Asker::Hear() {
 }
 
 void Asker::Take(std::string_view line) {
+    // A stop that comes when the result is on its way is too late.
+    const bool hasRun = m_state == State::kRunning || m_state == State::kLeaving;
+    if (hasRun && line == updturl::kStopLine) {
+        m_isStopping = true;
+        return;
+    }
     // After the wish comes a stop, or what nobody understands.
     if (m_state != State::kNew || (line != kWishToUpdate && line != kWishForIndex)) {
         m_state = State::kGone;

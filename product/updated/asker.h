@@ -21,7 +21,7 @@ public:
         kWaiting,  ///< for a run of its own
         kRunning,
         kLeaving,  ///< has its result, of which not all may be sent
-        kGone,     ///< closed, broken, stopped, or slower than can be waited for
+        kGone,     ///< closed, broken, or slower than can be waited for
     };
     enum class Wish { kUpdate, kIndex };
 
@@ -33,13 +33,15 @@ public:
     [[nodiscard]] uid_t User() const { return m_user; }
     [[nodiscard]] pid_t Process() const { return m_process; }
     [[nodiscard]] Clock::time_point Since() const { return m_since; }
+    /// Its run is to stop; what that comes to it still hears.
+    [[nodiscard]] bool IsStopping() const { return m_isStopping; }
     [[nodiscard]] bool HasUnsent() const { return !m_unsent.empty(); }
 
     void Begin() { m_state = State::kRunning; }
     void Leave();
     void GiveUp() { m_state = State::kGone; }
 
-    /// Reads what has come; becomes kWaiting with its wish, kGone when it wants to stop.
+    /// Reads what has come; becomes kWaiting with its wish, kGone when it does not want to wait.
     void Hear();
     /// Sends what fits at once.
     void Say(std::string_view line);
@@ -55,6 +57,7 @@ private:
     pid_t m_process = 0;
     Clock::time_point m_since = Clock::now();
     State m_state = State::kNew;
+    bool m_isStopping = false;
     Wish m_wish = Wish::kUpdate;
     updturl::LineReader m_reader;
     std::string m_unsent;

@@ -240,13 +240,21 @@ void Server::TellWaiting() {
     }
 }
 
-void Server::DropGone() {
-    if (m_running != nullptr && m_running->Now() == Asker::State::kGone) {
+/// Who only says "stop" stays: past the switch, what it hears is that the update is in.
+void Server::StopRun() {
+    if (m_updater && !m_updater->IsStopped()) {
         ::syslog(LOG_INFO, "the update is stopped by who asked for it");
+        m_updater->Stop();
+    }
+}
+
+void Server::DropGone() {
+    const bool isGone = m_running != nullptr && m_running->Now() == Asker::State::kGone;
+    if (isGone || (m_running != nullptr && m_running->IsStopping())) {
+        StopRun();
+    }
+    if (isGone) {
         m_running = nullptr;
-        if (m_updater) {
-            m_updater->Stop();
-        }
     }
     std::erase_if(m_askers, [](const auto& asker) { return asker->Now() == Asker::State::kGone; });
 }

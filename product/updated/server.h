@@ -43,6 +43,7 @@ private:
     void StartFor(Asker& asker);
     bool AnswerFromMemory(Asker& asker, bool isOfficial);
     void TellWaiting();
+    void StopRun();
     void DropGone();
 
     FileDescriptor m_listening;

@@ -36,6 +36,7 @@ public:
         return m_lines.Now() != updturl::LineReader::State::kOpen;
     }
     [[nodiscard]] bool HasResult() const { return m_hasResult; }
+    [[nodiscard]] bool IsStopped() const { return m_isStopped; }
     /// Asks it to end.
     void Stop();
     /// When it should have ended, once it has its result or was asked to: then it may be ended by

@@ -68,9 +68,17 @@ TEST_F(AskerTest, AWishWithoutEndIsRefused) {
     EXPECT_EQ(After(std::string(100, 'u')), Asker::State::kGone);
 }
 
-TEST_F(AskerTest, IsGoneWhenItStopsOrHangsUp) {
+TEST_F(AskerTest, HearsWhatItsRunComesToWhenItStopsIt) {
     EXPECT_EQ(After("update\n"), Asker::State::kWaiting);
     m_asker->Begin();
+    EXPECT_FALSE(m_asker->IsStopping());
+    EXPECT_EQ(After("stop\nstop\n"), Asker::State::kRunning);
+    EXPECT_TRUE(m_asker->IsStopping());
+    EXPECT_EQ(After("update\n"), Asker::State::kGone) << "one run is all that it gets";
+}
+
+TEST_F(AskerTest, IsGoneWhenItDoesNotWaitOrHangsUp) {
+    EXPECT_EQ(After("update\n"), Asker::State::kWaiting);
     EXPECT_EQ(After("stop\n"), Asker::State::kGone);
     SetUp();
     EXPECT_EQ(After("update\n"), Asker::State::kWaiting);
@@ -101,7 +109,7 @@ TEST_F(AskerTest, OneThatReadsSlowlyMissesWhatMayBeMissedAndHearsTheResult) {
     EXPECT_EQ(m_asker->Now(), Asker::State::kRunning);
     m_asker->Say("result 1\n");
     m_asker->Leave();
-    EXPECT_EQ(m_asker->Now(), Asker::State::kLeaving);
+    EXPECT_EQ(After("stop\n"), Asker::State::kLeaving) << "which is too late";
     std::string all;
     while (m_asker->Now() == Asker::State::kLeaving) {
         const std::string more = Received();

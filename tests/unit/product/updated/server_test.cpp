@@ -167,6 +167,22 @@ TEST_F(UpdatedService, AStopReachesTheUpdater) {
     EXPECT_TRUE(WaitUntil([&] { return Note("said") == "stop\n"; }));
 }
 
+TEST_F(UpdatedService, WhoStopsTooLateHearsThatTheUpdateIsIn) {
+    Start("echo switching; read -r -t 20 line; sleep 0.5; echo 'result 1'");
+    Client client("update\n");
+    client.HearUntil("switching\n");
+    client.Say("stop\n");
+    EXPECT_EQ(client.HearAll(), "switching\nresult 1\n");
+}
+
+TEST_F(UpdatedService, WhoStopsInTimeHearsThatItStopped) {
+    Start("echo 'status 2001'; read -r -t 20 line; echo 'result 3'");
+    Client client("update\n");
+    client.HearUntil("2001\n");
+    client.Say("stop\n");
+    EXPECT_EQ(client.HearAll(), "status 2001\nresult 3\n");
+}
+
 TEST_F(UpdatedService, HangingUpIsAStopToo) {
     Start("echo 'status 2001'; read -r -t 20 line; echo \"$line\" >" + m_scratch.Path() + "said");
     Client client("update\n");
@@ -183,6 +199,7 @@ TEST_F(UpdatedService, AnUpdaterThatDoesNotStopIsEndedByForce) {
     client.Say("stop\n");
     EXPECT_TRUE(WaitUntil([&] { return ::kill(std::stoi(Note("pid")), 0) != 0; }));
     EXPECT_FALSE(Exists(m_scratch / "late"));
+    EXPECT_EQ(client.HearAll(), "status 2001\nresult 3\n");
 }
 
 TEST_F(UpdatedService, OneAfterTheOtherAndEachStopsOnlyItsOwn) {
