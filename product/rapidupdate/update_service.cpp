@@ -53,7 +53,7 @@ std::optional<UpdaterResult> ReadLines(LineReader& lines) {
     while (const auto line = lines.Next()) {
         const auto message = updturl::ReadMessage(*line);
         if (message && message->kind == updturl::MessageKind::kLog) {
-            ::syslog(LOG_INFO, "%s", message->text.c_str());
+            ::syslog(LOG_INFO, "%s", updturl::Printable(message->text).c_str());
         } else if (message && message->kind == updturl::MessageKind::kResult) {
             return static_cast<UpdaterResult>(message->number);
         }
