@@ -27,29 +27,59 @@ constexpr milliseconds kTick(200);
 // How seldom ordinary users may have the official mirrors asked.
 constexpr std::chrono::minutes kOfficialPause(15);
 
-bool IsTrusted(uid_t user) {
-    return user == 0 || user == ::geteuid();
-}
+/// How many lines of one run get into the log.
+constexpr int kMostLogLines = 500;
 
 }  // namespace
 
 Server::Server(FileDescriptor listening, Settings settings)
     : m_listening(std::move(listening)), m_settings(std::move(settings)) {}
 
+/// Root, and the automatic updates.
+bool Server::IsTrusted(uid_t user) const {
+    return user == 0 || user == ::geteuid();
+}
+
 void Server::Serve(int endDescriptor, int options, const std::function<void()>& onOptions) {
     while (Wait(endDescriptor, options, onOptions)) {
-        if (m_updater && m_updater->Patience() && Clock::now() >= *m_updater->Patience()) {
-            if (!m_updater->HasResult()) {
-                Finish(kUpdaterInterrupted);
-            }
-            m_updater.reset();
-        }
+        EndTooLong();
+        EndImpatiently();
         DropGone();
         StartNext();
         TellWaiting();
         DropGone();
     }
     m_updater.reset();
+}
+
+/// Whether the run lasts longer than it may. One that everybody has to wait for is no longer one's
+/// own affair, least of all when those wait who could do without asking.
+bool Server::IsTooLong() const {
+    const auto age = Clock::now() - m_run.begun;
+    if (age >= (m_run.isIndex ? m_settings.folderLimit : m_settings.siteLimit)) {
+        return true;
+    }
+    const Asker* const next = NextAsker();
+    return !m_run.isTrusted && age >= m_settings.awaitedLimit && next != nullptr &&
+           IsTrusted(next->User());
+}
+
+void Server::EndTooLong() {
+    if (!m_updater || m_updater->IsStopped() || m_updater->HasResult() || !IsTooLong()) {
+        return;
+    }
+    LogRun("the update takes too long and is ended");
+    m_run.isTooLong = true;
+    m_updater->Stop();
+}
+
+void Server::EndImpatiently() {
+    if (m_updater && m_updater->Patience() && Clock::now() >= *m_updater->Patience()) {
+        if (!m_updater->HasResult()) {
+            Finish(kUpdaterInterrupted);
+        }
+        m_updater.reset();
+    }
 }
 
 int Server::Timeout() const {
@@ -108,8 +138,9 @@ void Server::Accept() {
     const auto sameUser = std::count_if(m_askers.begin(), m_askers.end(), [&](const auto& other) {
         return other->User() == asker->User();
     });
-    if (m_askers.size() >= kMostAskers ||
-        (static_cast<std::size_t>(sameUser) >= kMostOfOneUser && !IsTrusted(asker->User()))) {
+    const bool isFull =
+        m_askers.size() >= kMostAskers || static_cast<std::size_t>(sameUser) >= kMostOfOneUser;
+    if (isFull && !IsTrusted(asker->User())) {
         ::syslog(LOG_WARNING, "too many updates are asked for; user %u is turned away",
                  asker->User());
         return;
@@ -138,9 +169,8 @@ void Server::Relay(const updturl::Message& message) {
             }
             break;
         case MessageKind::kLog:
-            ::syslog(LOG_INFO, "%s", message.text.c_str());
-            if (m_running != nullptr) {
-                m_running->Mention(updturl::LogLine(message.text));
+            if (++m_run.logLines <= kMostLogLines) {
+                LogRun(message.text);
             }
             break;
         case MessageKind::kSwitching:
@@ -156,12 +186,23 @@ void Server::Relay(const updturl::Message& message) {
     }
 }
 
+void Server::LogRun(const std::string& text) {
+    ::syslog(LOG_INFO, "%s", updturl::Printable(text).c_str());
+    if (m_running != nullptr) {
+        m_running->Mention(updturl::LogLine(text));
+    }
+}
+
 void Server::Finish(int result) {
+    // Nobody wished for it; and of the folder 3 would say that it holds nothing valid.
+    if (result == kUpdaterInterrupted && m_run.isTooLong) {
+        result = kUpdaterFailed;
+    }
     ::syslog(LOG_INFO, "the update ended with %d", result);
-    if (m_isOfficial && result != kUpdaterInterrupted) {
+    if (m_run.isOfficial && result != kUpdaterInterrupted) {
         m_lastOfficial = Memory{Clock::now(), result};
     }
-    m_isOfficial = false;
+    m_run = {};
     if (m_running != nullptr) {
         m_running->Say(updturl::ResultLine(result));
         m_running->Leave();
@@ -169,15 +210,28 @@ void Server::Finish(int result) {
     }
 }
 
+/// The first of those who wait, root and the automatic updates before the others; null for none.
+Asker* Server::NextAsker() const {
+    Asker* first = nullptr;
+    for (const auto& asker : m_askers) {
+        if (asker->Now() != Asker::State::kWaiting) {
+            continue;
+        }
+        if (IsTrusted(asker->User())) {
+            return asker.get();
+        }
+        first = first == nullptr ? asker.get() : first;
+    }
+    return first;
+}
+
 void Server::StartNext() {
     while (m_updater == nullptr) {
-        const auto next = std::find_if(m_askers.begin(), m_askers.end(), [](const auto& asker) {
-            return asker->Now() == Asker::State::kWaiting;
-        });
-        if (next == m_askers.end()) {
+        Asker* const next = NextAsker();
+        if (next == nullptr) {
             return;
         }
-        StartFor(**next);
+        StartFor(*next);
     }
 }
 
@@ -209,7 +263,10 @@ void Server::StartFor(Asker& asker) {
         Finish(kUpdaterFailed);
         return;
     }
-    m_isOfficial = isOfficial;
+    m_run = {.begun = Clock::now(),
+             .isIndex = isIndex,
+             .isTrusted = IsTrusted(asker.User()),
+             .isOfficial = isOfficial};
     m_updater = std::move(updater);
 }
 

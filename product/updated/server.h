@@ -1,9 +1,11 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 #include "common/file_descriptor.h"
@@ -19,6 +21,11 @@ public:
     struct Settings {
         std::string directory;  ///< of the product, with "/" at its end
         std::string program;    ///< that updates
+        /// How long a run from the folder may take, which whoever asked can neither watch nor stop.
+        std::chrono::milliseconds folderLimit = std::chrono::seconds(110);
+        std::chrono::milliseconds siteLimit = std::chrono::hours(3);
+        /// How long an ordinary user's may, while root or the automatic updates wait.
+        std::chrono::milliseconds awaitedLimit = std::chrono::minutes(2);
     };
 
     /// `listening` is a socket that listens and does not block.
@@ -34,11 +41,17 @@ private:
     /// Sleeps until something happens. False when the service is to end.
     bool Wait(int endDescriptor, int options, const std::function<void()>& onOptions);
     [[nodiscard]] int Timeout() const;
+    [[nodiscard]] bool IsTrusted(uid_t user) const;
     void Accept();
     void HearAskers();
     void HearUpdater();
     void Relay(const updturl::Message& message);
     void Finish(int result);
+    [[nodiscard]] Asker* NextAsker() const;
+    [[nodiscard]] bool IsTooLong() const;
+    void EndTooLong();
+    void EndImpatiently();
+    void LogRun(const std::string& text);
     void StartNext();
     void StartFor(Asker& asker);
     bool AnswerFromMemory(Asker& asker, bool isOfficial);
@@ -51,7 +64,16 @@ private:
     Askers m_askers;
     Asker* m_running = nullptr;  ///< whose run it is; null when it has left
     std::unique_ptr<Updater> m_updater;
-    bool m_isOfficial = false;  ///< the run asks an official mirror
+    /// Of the run.
+    struct Run {
+        Clock::time_point begun;
+        bool isIndex = false;
+        bool isTrusted = false;
+        bool isOfficial = false;  ///< it asks an official mirror
+        bool isTooLong = false;   ///< and was told to stop for it
+        int logLines = 0;
+    };
+    Run m_run;
     struct Memory {
         Clock::time_point when;
         int result;

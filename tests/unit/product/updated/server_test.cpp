@@ -1,13 +1,18 @@
 #include "product/updated/server.h"
 
+#include <algorithm>
 #include <csignal>
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <thread>
+#include <vector>
 
 #include "common/io.h"
+#include "product/updated/listening.h"
 #include "tests/support/scratch.h"
 #include "update/files/update_links.h"
 
@@ -104,6 +109,22 @@ protected:
         m_service = StartChild([] {
             ::execl(UPDATED_PROGRAM, "corvane-updated", nullptr);
             return 127;
+        });
+        ASSERT_TRUE(WaitUntil([] { return Client("").IsConnected(); }));
+    }
+    /// The same with limits of the test's own, in milliseconds.
+    void StartWithin(int folder, int site, int awaited, const std::string& work) {
+        Start(work);
+        End();
+        m_service = StartChild([&] {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            Server server(Listen(kSocket), {.directory = kDirectory,
+                                            .program = kDirectory + "corvane-update",
+                                            .folderLimit = milliseconds(folder),
+                                            .siteLimit = milliseconds(site),
+                                            .awaitedLimit = milliseconds(awaited)});
+            server.Serve(-1, -1, [] {});
+            return 0;
         });
         ASSERT_TRUE(WaitUntil([] { return Client("").IsConnected(); }));
     }
@@ -277,21 +298,87 @@ void UseAddress(const std::string& address) {
     WriteFile(kDirectory + "updlink.dat", std::string("\0\0\0\0\1\0", 6) + record);
 }
 
+void BecomeNobody() {
+    if (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0) {
+        ::_exit(1);
+    }
+}
+
 /// What a user without rights is told.
 std::string HeardBySomebody(const std::string& path) {
     const std::string heard = path + "heard";
-    EXPECT_EQ(
-        InChild([&] {
-            if (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0) {
-                return 1;
-            }
-            WriteFile(heard, Client("update\n").HearAll());
-            return 0;
-        }),
-        0);
+    EXPECT_EQ(InChild([&] {
+                  BecomeNobody();
+                  WriteFile(heard, Client("update\n").HearAll());
+                  return 0;
+              }),
+              0);
     const std::string text = ReadFile(heard);
     fs::remove(heard);
     return text;
+}
+
+constexpr char kTooLong[] = "log the update takes too long and is ended\n";
+constexpr char kUntilStopped[] = "echo 'status 2001'; read -r -t 20 line; echo 'result 3'";
+
+TEST_F(UpdatedService, ARunFromTheFolderHasALimit) {
+    StartWithin(400, 60'000, 60'000, kUntilStopped);
+    EXPECT_EQ(Client("index\n").HearAll(), std::string("status 2001\n") + kTooLong + "result 0\n")
+        << "3 would say that the folder holds nothing valid";
+}
+
+TEST_F(UpdatedService, ARunFromASiteHasALimitOfItsOwn) {
+    StartWithin(60'000, 400, 60'000, kUntilStopped);
+    EXPECT_EQ(Client("update\n").HearAll(), std::string("status 2001\n") + kTooLong + "result 0\n");
+}
+
+TEST_F(UpdatedService, ARunThatIgnoresItsLimitIsEndedByForce) {
+    StartWithin(400, 60'000, 60'000, "echo $$ >" + m_scratch.Path() + "pid; sleep 120");
+    EXPECT_EQ(Client("index\n").HearAll(), kTooLong + std::string("result 0\n"));
+    EXPECT_TRUE(WaitUntil([&] { return ::kill(std::stoi(Note("pid")), 0) != 0; }));
+}
+
+TEST_F(UpdatedService, WhoeverIsTrustedComesFirstAndEndsALongRunOfAUser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    StartWithin(60'000, 60'000, 500,
+                "[[ $(wc -l <" + m_scratch.Path() + "runs) -gt 1 ]] && echo 'result 2' && exit\n" +
+                    kUntilStopped);
+    const auto ask = [&](const std::string& name) {
+        return StartChild([&, name] {
+            BecomeNobody();
+            WriteFile(m_scratch / name, Client("update\n").HearAll());
+            return 0;
+        });
+    };
+    const pid_t first = ask("first");
+    ASSERT_TRUE(WaitUntil([&] { return Note("runs") == "run\n"; }));
+    const pid_t second = ask("second");
+    std::this_thread::sleep_for(milliseconds(700));
+    EXPECT_EQ(Note("runs"), "run\n") << "a user does not end another's";
+    Client root("update\n");
+    EXPECT_NE(root.HearUntil("result").find("result 2\n"), std::string::npos);
+    EXPECT_EQ(JoinChild(first), 0);
+    EXPECT_EQ(JoinChild(second), 0);
+    EXPECT_EQ(Note("first"), std::string("status 2001\n") + kTooLong + "result 0\n");
+    EXPECT_NE(Note("second").find("result 2\n"), std::string::npos);
+}
+
+TEST_F(UpdatedService, TheManyDoNotTurnRootAway) {
+    Start("echo 'result 2'");
+    std::vector<Client> many;
+    for (int i = 0; i < 70; ++i) {
+        many.emplace_back("");
+    }
+    EXPECT_EQ(Client("update\n").HearAll(), "result 2\n");
+}
+
+TEST_F(UpdatedService, OneRunFillsNoLog) {
+    Start("for ((i = 0; i < 700; i++)); do echo log x; done; echo 'result 2'");
+    const std::string heard = Client("update\n").HearAll();
+    EXPECT_EQ(std::count(heard.begin(), heard.end(), '\n'), 501);
+    EXPECT_TRUE(heard.ends_with("log x\nresult 2\n"));
 }
 
 TEST_F(UpdatedService, UsersHaveTheOfficialMirrorsAskedSeldom) {
