@@ -268,6 +268,11 @@ void Server::StartFor(Asker& asker) {
              .isTrusted = IsTrusted(asker.User()),
              .isOfficial = isOfficial};
     m_updater = std::move(updater);
+    // From now on, for stopping would be a way to ask again at once. Nothing is known of the
+    // mirrors until the run has its result.
+    if (m_run.isOfficial && !m_run.isTrusted) {
+        m_lastOfficial = Memory{m_run.begun, kUpdaterFailed};
+    }
 }
 
 /// What was new then is not new any more.
