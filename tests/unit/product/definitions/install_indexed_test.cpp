@@ -12,7 +12,6 @@ namespace {
 using definitions::InstallStep;
 using definitions::Outcome;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 class InstallIndexed : public DefinitionsTest {
 protected:

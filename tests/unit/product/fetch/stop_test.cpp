@@ -71,7 +71,7 @@ TEST_F(StopTest, WhileTheMirrorSeemsToChange) {
 }
 
 TEST_F(StopTest, WhileALargeFileIsLoaded) {
-    m_contents.files[1].second = std::string(50'000'000, 'o');
+    m_contents.files[1].second.assign(50'000'000, 'o');
     Publish();
     ExpectStopped([this] { return m_listener.HasStatus("2006 own.hdb"); });
 }

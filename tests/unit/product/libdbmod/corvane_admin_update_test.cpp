@@ -16,6 +16,8 @@ namespace fs = std::filesystem;
 namespace dbmod {
 namespace {
 
+constexpr std::time_t kDay = 86'400;  // seconds
+
 const std::string kDefs = std::string(kProduct) + "/defs/";
 const std::string kInternetFile = std::string(kProduct) + "/updlink.dat";
 const std::string kServerFile = std::string(kProduct) + "/admnlink.dat";
@@ -40,7 +42,7 @@ protected:
     // A version record of so many days ago.
     static void PutVersion(const std::string& path, std::uint16_t major, std::uint16_t minor,
                            int days) {
-        const std::tm date = LocalTm(std::time(nullptr) - days * 86400 - 60);
+        const std::tm date = LocalTm(std::time(nullptr) - days * kDay - 60);
         tagZQVERINFO version{major, minor, {}};
         TmToSystemTime(&date, &version.databaseDate);
         WriteFile(path, {reinterpret_cast<const char*>(&version), sizeof version});
@@ -58,7 +60,7 @@ protected:
     }
 
     static std::string DateOf(int days) {
-        return FormatTime("%Y-%m-%d %H:%M:%S", LocalTm(std::time(nullptr) - days * 86400 - 60));
+        return FormatTime("%Y-%m-%d %H:%M:%S", LocalTm(std::time(nullptr) - days * kDay - 60));
     }
 };
 

@@ -1,6 +1,7 @@
 // corvane-mirror as an administrator calls it.
 
 #include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -23,6 +24,8 @@ using signed_index::Refusal;
 using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
+
+constexpr std::int64_t kDay = 86'400;  // seconds
 
 class MirrorProgram : public testing::Test {
 protected:
@@ -76,7 +79,7 @@ TEST_F(MirrorProgram, MakesASignedMirror) {
     EXPECT_EQ(index.files[1].name, "own.hdb");
     EXPECT_EQ(ReadFile(FileOf("daily signatures\n")), "daily signatures\n");
     EXPECT_GE(index.made, before);
-    EXPECT_EQ(index.expires, index.made + 14 * 86'400);
+    EXPECT_EQ(index.expires, index.made + 14 * kDay);
     EXPECT_EQ(index.serial, static_cast<std::uint64_t>(index.made));
     EXPECT_EQ(Out(), "2 databases, serial " + std::to_string(index.serial) + ", expires " +
                          signed_index::FormatUtcTime(index.expires) + "\n");
@@ -161,7 +164,7 @@ TEST_F(MirrorProgram, ItsSignatureSatisfiesMinisign) {
 
 TEST_F(MirrorProgram, DaysSayWhenTheIndexExpires) {
     ASSERT_EQ(Run("--days 365 --from source --key key mirror"), 0);
-    EXPECT_EQ(Accepted().expires, Accepted().made + 365 * 86'400);
+    EXPECT_EQ(Accepted().expires, Accepted().made + 365 * kDay);
 }
 
 TEST_F(MirrorProgram, TheFirstFolderThatHasADatabaseWins) {
