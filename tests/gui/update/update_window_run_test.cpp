@@ -235,7 +235,14 @@ TEST_F(UpdateInWindow, QuittingOverAFloodOfStepsKeepsNobodyWaiting) {
     int result = -1;
     QTimer::singleShot(0, [&] {
         RecordingUpdate dialog;
-        dialog.m_afterEvent = [](int) { QApplication::exit(); };
+        QTimer quit;
+        QObject::connect(&quit, &QTimer::timeout, [&dialog] {
+            if (!dialog.m_types.empty()) {
+                QTest::qSleep(100);  // until the updater waits
+                QApplication::exit();
+            }
+        });
+        quit.start(0);
         result = dialog.Myexec();
     });
     QApplication::exec();
