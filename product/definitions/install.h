@@ -26,6 +26,9 @@ public:
     /// kBackup the backup alone.
     virtual bool GoOn(InstallStep step) = 0;
 
+    /// A database of the candidate is damaged or of somebody else, and left out; the log names it.
+    virtual void Refused() {}
+
     /// A line for the log, without a newline.
     virtual void Log(const std::string& line) = 0;
 };

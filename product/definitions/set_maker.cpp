@@ -195,7 +195,7 @@ InstallResult SetMaker::TakeOfficial(const CandidateFiles& candidate) {
                                                               O_RDONLY, common::Links::kNoSymbolic);
         const auto head = ReadHead(file.Get());
         if (!head) {
-            m_observer.Log(name + " is not used: it is no database");
+            Refuse(name, "it is no database");
             continue;
         }
         // Nobody signed the head: it is good for passing a database over, not for taking one.
@@ -212,6 +212,9 @@ InstallResult SetMaker::TakeOfficial(const CandidateFiles& candidate) {
     }
     if (!m_taken.empty()) {
         return CarryOver(nullptr);
+    }
+    if (hasKnown && !m_refused.empty()) {
+        return Result(Outcome::kFailed, m_refused);
     }
     if (hasKnown) {
         return Result(Outcome::kUpToDate, "there is nothing newer");
@@ -235,9 +238,12 @@ InstallResult SetMaker::TakeOfficialFile(int source, const std::string& name) {
     if (verified.end == ChildEnd::kStopped || verified.end == ChildEnd::kNotStarted) {
         return ResultOfChild(verified.end, verified.why);
     }
-    const bool isNewer = verified.state && verified.state->version > NewestKnown(name);
-    if (!isNewer) {
-        m_observer.Log(name + " is not used: " + (verified.state ? "it is older" : verified.why));
+    if (!verified.state) {
+        Refuse(name, verified.why);
+        return Drop(name);
+    }
+    if (verified.state->version <= NewestKnown(name)) {
+        m_observer.Log(name + " is not used: it is older");
         return Drop(name);
     }
     // The same database may lie there at two ages, under two endings.
@@ -250,6 +256,12 @@ InstallResult SetMaker::TakeOfficialFile(int source, const std::string& name) {
     }
     m_taken.push_back({name, *verified.state, true});
     return result;
+}
+
+void SetMaker::Refuse(const std::string& name, const std::string& why) {
+    m_refused = name + " is not used: " + why;
+    m_observer.Log(m_refused);
+    m_observer.Refused();
 }
 
 InstallResult SetMaker::Drop(const std::string& name) {

@@ -33,6 +33,7 @@ private:
     InstallResult TakeOfficial(const CandidateFiles& candidate);
     InstallResult TakeOfficialFile(int source, const std::string& name);
     InstallResult Drop(const std::string& name);
+    void Refuse(const std::string& name, const std::string& why);
     InstallResult CarryOver(const signed_index::Index* index);
     InstallResult Load();
     InstallResult Seal();
@@ -50,6 +51,7 @@ private:
     SetState m_heldBack;
     FileDescriptor m_made;
     std::vector<SetDatabase> m_taken;  // with signatures of their own, from the candidate
+    std::string m_refused;             // the last of those that should have been taken, and why not
 };
 
 }  // namespace definitions

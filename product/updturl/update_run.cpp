@@ -40,6 +40,7 @@ public:
         return true;
     }
 
+    void Refused() override { m_asker.Status(kUpdateProcessingFailed); }
     void Log(const std::string& line) override { m_asker.Log(line); }
 
 private:

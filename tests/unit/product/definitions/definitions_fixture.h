@@ -36,10 +36,12 @@ public:
         steps.push_back(step);
         return steps.size() <= stopAfter;
     }
+    void Refused() override { ++refused; }
     void Log(const std::string& line) override { log += line + "\n"; }
 
     std::vector<definitions::InstallStep> steps;
     std::string log;
+    int refused = 0;
     std::size_t stopAfter = SIZE_MAX;  ///< how many questions are answered with yes
 };
 

@@ -89,6 +89,24 @@ TEST_F(InstallOfficial, TheSameAtTwoAgesUnderTwoEndingsIsTakenOnce) {
     EXPECT_EQ(m_listener.log, "") << "both are valid";
 }
 
+TEST_F(InstallOfficial, ADamagedOneIsToldAndNotTakenForUpToDate) {
+    const std::string words = "other.cvd is not used: its signature is missing or wrong";
+    std::string damaged = m_six;
+    damaged[damaged.size() / 2] ^= 1;
+    ASSERT_EQ(InstallFiles({{"other.cvd", damaged}, {"test.cvd", m_six}}), Outcome::kInstalled);
+    EXPECT_EQ(m_listener.refused, 1) << "beside one that is installed";
+    EXPECT_EQ(m_listener.log, words + "\n");
+    EXPECT_EQ(InstallFiles({{"other.cvd", damaged}, {"test.cvd", m_six}}), Outcome::kFailed);
+    EXPECT_EQ(m_why, words);
+    EXPECT_EQ(m_listener.refused, 2);
+    EXPECT_EQ(InstallFiles({{"other.cvd", "short"}, {"test.cvd", m_six}}), Outcome::kFailed);
+    EXPECT_EQ(m_why, "other.cvd is not used: it is no database");
+    EXPECT_EQ(m_listener.refused, 3);
+    EXPECT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kUpToDate);
+    EXPECT_EQ(m_listener.refused, 3);
+    EXPECT_EQ(CurrentFile("test.cvd"), m_six);
+}
+
 TEST_F(InstallOfficial, OneOfAnotherNameIsNotTakenForAnother) {
     EXPECT_EQ(InstallFiles({{"main.cvd", m_six}}), Outcome::kNothingValid);
     EXPECT_EQ(m_listener.log,
