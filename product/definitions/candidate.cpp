@@ -1,6 +1,8 @@
 #include "product/definitions/candidate.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
@@ -14,8 +16,10 @@ namespace definitions {
 
 CandidateFiles OpenCandidate(const Candidate& candidate) {
     CandidateFiles files;
+    // With a slash at its end a link would be followed after all.
+    const std::string path = candidate.path.substr(0, candidate.path.find_last_not_of('/') + 1);
     files.folder.Reset(Retrying(
-        [&] { return ::open(candidate.path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+        [&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }));
     if (!files.folder) {
         return files;
     }
@@ -37,12 +41,19 @@ CandidateFiles OpenCandidate(const Candidate& candidate) {
 }
 
 std::optional<Candidate> CandidateFromFolder(const std::string& folder) {
-    Candidate candidate{folder};
-    if (!folder.ends_with('/')) {
-        candidate.path += '/';
+    // A person may well name a link.
+    const std::unique_ptr<char, decltype(&std::free)> path(::realpath(folder.c_str(), nullptr),
+                                                           &std::free);
+    if (path == nullptr) {
+        return std::nullopt;
     }
+    Candidate candidate{std::string(path.get()) + "/"};
     const CandidateFiles files = OpenCandidate(candidate);
-    if (folder.empty() || (!files.hasIndex && files.official.empty())) {
+    if (!files.folder) {
+        return std::nullopt;
+    }
+    if (!files.hasIndex && files.official.empty()) {
+        errno = ENOENT;
         return std::nullopt;
     }
     return candidate;

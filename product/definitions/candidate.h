@@ -23,12 +23,14 @@ struct CandidateFiles {
                                           ///< their own, links, and what is no file
 };
 
-/// Looks into a candidate, at names and kinds only. Any thread.
+/// Looks into a candidate, at names and kinds only. The folder itself may not be a link. Any
+/// thread.
 CandidateFiles OpenCandidate(const Candidate& candidate);
 
-/// The folder as a candidate, with "/" at its end; none when it cannot be read or holds neither an
-/// index nor a database with a signature of its own. Whether these are valid shows when they are
-/// installed. Any thread.
+/// The folder as a candidate, with "/" at its end and without links; none, with the reason in
+/// errno, when it cannot be read, and with ENOENT when it is missing or holds neither an index nor
+/// a database with a signature of its own. Whether these are valid shows when they are installed.
+/// Any thread.
 std::optional<Candidate> CandidateFromFolder(const std::string& folder);
 
 }  // namespace definitions

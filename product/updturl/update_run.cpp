@@ -4,6 +4,8 @@
 #include <csignal>
 #include <cstring>
 #include <ctime>
+#include <pwd.h>
+#include <unistd.h>
 
 #include "product/definitions/definition_folder.h"
 #include "product/definitions/install.h"
@@ -108,8 +110,21 @@ Ended UpdateFromSite(const Request& request, FetchStage& stage, Asker& asker) {
     }
 }
 
+// Whoever gave the folder may be another; errno stays as it is.
+std::string OwnName() {
+    const int reason = errno;
+    const passwd* user = ::getpwuid(::geteuid());
+    std::string name = user != nullptr ? user->pw_name : std::to_string(::geteuid());
+    errno = reason;
+    return name;
+}
+
 Ended UpdateFromFolder(const Request& request, Asker& asker) {
     const auto candidate = definitions::CandidateFromFolder(request.folder);
+    if (!candidate && errno != ENOENT) {
+        return {kUpdaterFailed, request.folder + " cannot be read by user " + OwnName() + ": " +
+                                    std::strerror(errno)};
+    }
     if (!candidate) {
         return {kUpdaterInterrupted, "there are no definition files in " + request.folder};
     }

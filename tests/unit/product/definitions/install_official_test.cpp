@@ -224,6 +224,42 @@ TEST_F(InstallOfficial, AFolderWithOneIsACandidate) {
 
 class CandidateFolder : public DefinitionsTest {};
 
+TEST_F(CandidateFolder, OneThatCannotBeReadIsNotTakenForAnEmptyOne) {
+    const auto reason = [](const std::string& folder) {
+        errno = 0;
+        return CandidateFromFolder(folder) ? 0 : errno;
+    };
+    EXPECT_EQ(reason(""), ENOENT);
+    EXPECT_EQ(reason(m_scratch / "missing"), ENOENT);
+    EXPECT_EQ(reason(m_candidate), ENOENT);
+    WriteFile(m_scratch / "file", "x");
+    EXPECT_EQ(reason(m_scratch / "file"), ENOTDIR);
+    PutFiles({{"daily.cld", "x"}});
+    fs::permissions(m_candidate, fs::perms(0300));
+    EXPECT_EQ(InChild([&] {
+                  constexpr uid_t kStranger = 4711;
+                  ::chmod(m_scratch.Path().c_str(), 0755);
+                  if (::geteuid() == 0 && ::setresuid(kStranger, kStranger, kStranger) != 0) {
+                      return 99;
+                  }
+                  return reason(m_candidate);
+              }),
+              EACCES);
+}
+
+TEST_F(CandidateFolder, ALinkIsFollowedForAPersonAndForNobodyElse) {
+    PutFiles({{"daily.cld", "x"}});
+    const std::string link = m_scratch / "link";
+    fs::create_directory_symlink(m_candidate, link);
+    const auto candidate = CandidateFromFolder(link);
+    ASSERT_TRUE(candidate);
+    EXPECT_EQ(candidate->path, m_candidate);
+    for (const std::string& path : {link, link + "/", link + "//"}) {
+        EXPECT_FALSE(definitions::OpenCandidate({path}).folder) << path;
+    }
+    EXPECT_TRUE(definitions::OpenCandidate({m_candidate}).folder);
+}
+
 TEST_F(CandidateFolder, NeedsAnIndexOrADatabaseWithASignature) {
     EXPECT_FALSE(CandidateFromFolder(""));
     EXPECT_FALSE(CandidateFromFolder(m_scratch / "missing"));
