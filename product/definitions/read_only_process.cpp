@@ -8,8 +8,10 @@
 #include <linux/audit.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 #include <vector>
 
 namespace definitions {
@@ -29,6 +31,9 @@ constexpr std::uint32_t kRefuse = SECCOMP_RET_ERRNO | EPERM;
 constexpr std::uint32_t kUnknown = SECCOMP_RET_ERRNO | ENOSYS;
 
 constexpr std::uint32_t kChanging = O_WRONLY | O_RDWR | O_CREAT | O_TRUNC;
+
+// Newer than the headers.
+constexpr std::uint32_t kFchmodat2 = 452;
 
 constexpr std::uint32_t kRefused[] = {
 #if defined(__x86_64__)
@@ -57,6 +62,7 @@ constexpr std::uint32_t kRefused[] = {
     SYS_symlinkat,
     SYS_fchmod,
     SYS_fchmodat,
+    kFchmodat2,
     SYS_fchown,
     SYS_fchownat,
     SYS_utimensat,
@@ -66,6 +72,11 @@ constexpr std::uint32_t kRefused[] = {
     SYS_lsetxattr,
     SYS_fsetxattr,
     SYS_removexattr,
+    SYS_lremovexattr,
+    SYS_fremovexattr,
+    SYS_mq_open,
+    SYS_mq_unlink,
+    SYS_memfd_create,
     SYS_execve,
     SYS_execveat,
     SYS_socket,
@@ -89,6 +100,7 @@ constexpr std::uint32_t kRefused[] = {
     SYS_pidfd_send_signal,
     SYS_pidfd_getfd,
     SYS_rt_sigqueueinfo,
+    SYS_rt_tgsigqueueinfo,
     SYS_prlimit64,
 #if defined(SYS_renameat)
     SYS_renameat,
@@ -131,6 +143,25 @@ public:
         Add(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
     }
 
+    /// Refuses `call` when its argument is not `value`, in 32 bits.
+    void RefuseOther(std::uint32_t call, std::size_t argument, std::uint32_t value) {
+        Add(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 4));
+        Add(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, ArgumentAt(argument)));
+        Add(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, value, 1, 0));
+        Add(BPF_STMT(BPF_RET | BPF_K, kRefuse));
+        Add(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    }
+
+    /// Refuses `call` unless all of `bits` are set in its argument.
+    void RefuseWithout(std::uint32_t call, std::size_t argument, std::uint32_t bits) {
+        Add(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 5));
+        Add(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, ArgumentAt(argument)));
+        Add(BPF_STMT(BPF_ALU | BPF_AND | BPF_K, bits));
+        Add(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, bits, 1, 0));
+        Add(BPF_STMT(BPF_RET | BPF_K, kRefuse));
+        Add(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    }
+
     bool Install() {
         Add(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
         const sock_fprog program{static_cast<unsigned short>(m_steps.size()), m_steps.data()};
@@ -152,6 +183,10 @@ bool BecomeReadOnly() {
     program.RefuseBits(SYS_open, 1, kChanging);
 #endif
     program.RefuseBits(SYS_openat, 2, kChanging);
+    // Threads are its own; another process would have processor time of its own.
+    program.RefuseWithout(SYS_clone, 0, CLONE_THREAD);
+    // What abort() and raise() do.
+    program.RefuseOther(SYS_tgkill, 0, static_cast<std::uint32_t>(::getpid()));
     for (const std::uint32_t call : kRefused) {
         program.Answer(call, kRefuse);
     }

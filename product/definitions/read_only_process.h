@@ -2,9 +2,9 @@
 
 namespace definitions {
 
-/// From here on the process and its children change no file, start no program, and reach no network
-/// and no other process; what they try fails with EPERM. False, with the reason in errno, where the
-/// kernel cannot do that. One thread.
+/// From here on the process changes no file, starts no program and no process, and reaches no
+/// network and no other process; what they try fails with EPERM. False, with the reason in errno,
+/// where the kernel cannot do that. One thread.
 bool BecomeReadOnly();
 
 }  // namespace definitions

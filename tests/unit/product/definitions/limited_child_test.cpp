@@ -1,8 +1,13 @@
 #include "product/definitions/limited_child.h"
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <vector>
 
 #include "common/io.h"
@@ -97,8 +102,38 @@ TEST(LimitedChild, ReachesNeitherNetworkNorProgramsNorProcesses) {
                   const bool isConfined = ::socket(AF_INET, SOCK_STREAM, 0) < 0 &&
                                           ::socket(AF_UNIX, SOCK_STREAM, 0) < 0 &&
                                           ::execv("/bin/true", arguments) != 0 &&
-                                          ::kill(us, SIGCONT) != 0;
+                                          ::kill(us, SIGCONT) != 0 && ::fork() < 0 &&
+                                          ::syscall(SYS_tgkill, us, us, SIGCONT) != 0 &&
+                                          ::syscall(SYS_tkill, us, SIGCONT) != 0 &&
+                                          ::syscall(SYS_tgkill, ::getpid(), ::getpid(), 0) == 0;
                   return isConfined ? 0 : 1;
+              }),
+              ChildEnd::kSucceeded);
+}
+
+// By the error: without the filter some of these fail, too.
+TEST(LimitedChild, IsRefusedEveryOtherWayOutByTheKernel) {
+    constexpr long kFchmodat2 = 452;
+    const pid_t us = ::getpid();
+    const auto refused = [](long call, auto... arguments) {
+        return ::syscall(call, arguments...) == -1 && errno == EPERM;
+    };
+    siginfo_t info{};
+    info.si_code = SI_QUEUE;
+    EXPECT_EQ(EndOf([&](int) {
+                  const std::array answers{
+                      refused(SYS_rt_tgsigqueueinfo, us, us, SIGCONT, &info),
+                      refused(SYS_clone, SIGCHLD, 0, 0, 0, 0),
+                      refused(kFchmodat2, AT_FDCWD, "/missing", 0600, 0),
+                      refused(SYS_lremovexattr, "/missing", "user.x"),
+                      refused(SYS_fremovexattr, 0, "user.x"),
+                      refused(SYS_mq_open, "corvane-test", O_RDONLY | O_CREAT, 0600, nullptr),
+                      refused(SYS_mq_unlink, "corvane-test"),
+                      refused(SYS_memfd_create, "x", 0),
+                  };
+                  const auto allowed = std::find(answers.begin(), answers.end(), false);
+                  return allowed == answers.end() ? 0
+                                                  : static_cast<int>(allowed - answers.begin()) + 1;
               }),
               ChildEnd::kSucceeded);
 }
