@@ -1,7 +1,10 @@
 #include "product/definitions/install.h"
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <ctime>
+#include <future>
 
 #include "product/definitions/backup.h"
 #include "product/definitions/definition_folder.h"
@@ -33,8 +36,16 @@ InstallResult PutIntoUse(const DefinitionFolder& definitions, InstallObserver& o
 }
 
 void KeepBackup(int set, const std::string& folder, InstallObserver& observer) {
-    const std::string why = BackUp(set, folder, std::time(nullptr),
-                                   [&] { return observer.GoOn(InstallStep::kBackup); });
+    // A slow disk may hold the copying up for long; the observer is asked all the same.
+    constexpr std::chrono::milliseconds kTick(100);
+    std::atomic<bool> goesOn = true;
+    auto made = std::async(std::launch::async, [&] {
+        return BackUp(set, folder, std::time(nullptr), [&] { return goesOn.load(); });
+    });
+    do {
+        goesOn = observer.GoOn(InstallStep::kBackup) && goesOn;
+    } while (made.wait_for(kTick) != std::future_status::ready);
+    const std::string why = made.get();
     if (!why.empty()) {
         observer.Log("no backup of the update files was made in " + folder + ": " + why);
     }

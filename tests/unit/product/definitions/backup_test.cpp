@@ -1,8 +1,11 @@
 #include "product/definitions/backup.h"
 
+#include <atomic>
+#include <chrono>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/mount.h>
+#include <thread>
 
 #include "product/definitions/trusted_folder.h"
 #include "tests/unit/product/definitions/definitions_fixture.h"
@@ -11,6 +14,14 @@
 // root of the sandbox: "/tmp" itself is one that others may write to.
 
 namespace fs = std::filesystem;
+
+// A disk that takes its time.
+std::atomic<int> g_fsyncMilliseconds = 0;
+extern "C" int __real_fsync(int fd);
+extern "C" int __wrap_fsync(int fd) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(g_fsyncMilliseconds));
+    return __real_fsync(fd);
+}
 
 namespace {
 
@@ -220,6 +231,30 @@ TEST_F(Backup, IsMadeOfWhatIsInstalled) {
     EXPECT_EQ(m_listener.log, "");
     EXPECT_EQ(InstallSerial(8, {{"own.ndb", OwnSignature('B'), 2}}), Outcome::kUpToDate);
     EXPECT_EQ(Backups().size(), 1U) << "nothing new, nothing to keep";
+}
+
+TEST_F(Backup, OnASlowDiskTheListenerIsAskedAllTheSame) {
+    class SlowAtBackup : public Listener {
+    public:
+        bool GoOn(definitions::InstallStep step) override {
+            const auto now = std::chrono::steady_clock::now();
+            if (step == definitions::InstallStep::kBackup) {
+                g_fsyncMilliseconds = 600;
+                longest = std::max(longest, now - last);
+            }
+            last = now;
+            return true;
+        }
+        std::chrono::steady_clock::time_point last = std::chrono::steady_clock::now();
+        std::chrono::steady_clock::duration longest{};
+    } listener;
+    m_options.backupFolder = m_folder;
+    PutIndexed(8, {{"own.ndb", OwnSignature('B'), 2}});
+    EXPECT_EQ(definitions::Install({m_candidate}, m_options, listener).outcome,
+              Outcome::kInstalled);
+    g_fsyncMilliseconds = 0;
+    EXPECT_EQ(Backups().size(), 1U);
+    EXPECT_LT(listener.longest, std::chrono::milliseconds(400));
 }
 
 TEST_F(Backup, OneThatCannotBeMadeIsToldAndStopsNothing) {
