@@ -81,6 +81,11 @@ std::vector<Database> DatabaseLoader::Databases() {
     return m_databases;
 }
 
+std::vector<Database> DatabaseLoader::LeftOut() {
+    const std::lock_guard lock(m_mutex);
+    return m_leftOut;
+}
+
 void DatabaseLoader::Cancel() {
     const std::lock_guard lock(m_mutex);
     m_cancelled = true;
@@ -146,6 +151,7 @@ bool DatabaseLoader::LoadInto(cl_engine* engine) {
         if (result != CL_SUCCESS) {
             LogLeftOut(each->path, cl_strerror(result));
             const std::lock_guard lock(m_mutex);
+            m_leftOut.push_back(*each);
             m_databases.erase(each);
             return false;
         }

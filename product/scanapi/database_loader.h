@@ -37,6 +37,9 @@ public:
     /// The databases that are loaded; until loading ends, those that are to be.
     std::vector<Database> Databases();
 
+    /// The databases that could not be loaded, so far.
+    std::vector<Database> LeftOut();
+
     /// Makes the loading end soon and every wait return.
     void Cancel();
 
@@ -51,6 +54,7 @@ private:
     bool LoadInto(cl_engine* engine);
 
     std::vector<Database> m_databases;
+    std::vector<Database> m_leftOut;
     std::string m_scratch;
     unsigned int m_signatures = 0;  ///< loaded in this attempt
     std::atomic<bool> m_cancelled = false;

@@ -1,9 +1,11 @@
 #include "product/scanapi/databases_in_use.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <exception>
 #include <poll.h>
+#include <string_view>
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -18,6 +20,27 @@ namespace {
 
 // Where the system has no watch left to give.
 constexpr int kLookInterval = 5000;  // milliseconds
+// Until memory may be free again.
+constexpr int kRetryInterval = 60000;
+
+std::string_view StemOf(std::string_view path) {
+    const std::string_view name = path.substr(path.rfind('/') + 1);
+    return name.substr(0, name.find('.'));
+}
+
+// The database that `active` has and `next` could not load, for want of memory perhaps; empty
+// without.
+std::string LostBy(DatabaseLoader& next, DatabaseLoader& active) {
+    const std::vector<Database> had = active.Databases();
+    for (const Database& lost : next.LeftOut()) {
+        if (std::any_of(had.begin(), had.end(), [&](const Database& each) {
+                return StemOf(each.path) == StemOf(lost.path);
+            })) {
+            return lost.path;
+        }
+    }
+    return {};
+}
 
 }  // namespace
 
@@ -54,7 +77,11 @@ void DatabasesInUse::Wake() const {
 void DatabasesInUse::Watch() noexcept {
     while (!m_stopping) {
         std::array<pollfd, 2> events{{{m_wake.Get(), POLLIN, 0}, {m_changes.Get(), POLLIN, 0}}};
-        (void)::poll(events.data(), events.size(), m_changes ? -1 : kLookInterval);
+        const int wait = !m_changes ? kLookInterval : m_isToRetry ? kRetryInterval : -1;
+        if (::poll(events.data(), events.size(), wait) == 0 && m_isToRetry.exchange(false)) {
+            const std::lock_guard looking(m_lookMutex);
+            m_seen.clear();
+        }
         // What it was is not looked at: where the link leads tells all.
         alignas(inotify_event) std::array<char, 4096> passed;
         while (::read(m_changes.Get(), passed.data(), passed.size()) > 0) {
@@ -118,7 +145,16 @@ void DatabasesInUse::TakeLoaded() {
         return;
     }
     // One that could not be loaded leaves the old one where it is.
-    const bool isUsable = m_next->Loaded() != nullptr;
+    bool isUsable = m_next->Loaded() != nullptr;
+    const std::string lost =
+        isUsable && m_active->Loaded() != nullptr ? LostBy(*m_next, *m_active) : std::string();
+    if (!lost.empty()) {
+        const std::string line = "scanapi: the new definitions wait, for (" + lost +
+                                 ") could not be loaded, and is in use as it was";
+        WriteToLog(kCommonLog, line.c_str());
+        isUsable = false;
+        m_isToRetry = true;
+    }
     Retire(std::exchange(isUsable ? m_active : m_next, isUsable ? m_next : nullptr));
     m_next = nullptr;
 }

@@ -59,6 +59,7 @@ private:
     std::vector<std::shared_ptr<DatabaseLoader>> m_retired;
     bool m_scanBegins = true;
 
+    std::atomic<bool> m_isToRetry = false;
     std::atomic<bool> m_stopping = false;
     FileDescriptor m_wake;
     FileDescriptor m_changes;

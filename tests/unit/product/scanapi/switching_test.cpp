@@ -188,6 +188,25 @@ TEST_F(SwitchingTest, ASetThatCannotBeLoadedLeavesTheOldOneInUse) {
     EXPECT_TRUE(ARunComesToFind('C'));
 }
 
+TEST_F(SwitchingTest, ASetThatLostADatabaseInUseDoesNotReplaceIt) {
+    StartWithSetOne();
+    PutSet(2, 'B');
+    fs::rename(m_engine.Path(Set(2) + "own.ndb"), m_engine.Path(Set(2) + "other.ndb"));
+    m_engine.Write(Set(2) + "own.ndb", "this passes for text\n");
+    SwitchTo("set-2");
+    ASSERT_TRUE(WaitUntil([&] {
+        m_library.resetFlags();
+        EXPECT_TRUE(Finds('A'));
+        return ReadAll("/zqcommon.log").find("set-2/own.ndb) could not be loaded") !=
+               std::string::npos;
+    }));
+    EXPECT_TRUE(Finds('A'));
+    EXPECT_FALSE(Finds('B'));
+    PutSet(3, 'C');
+    SwitchTo("set-3");
+    EXPECT_TRUE(ARunComesToFind('C'));
+}
+
 TEST_F(SwitchingTest, TheFirstSetOfAMachineIsUsedToo) {
     InstallSignatures();
     StartWith(Options());
