@@ -1,6 +1,7 @@
 #include "product/fetch/fetch.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <ctime>
 
@@ -48,10 +49,19 @@ public:
         if (!IsKnownProxy(m_request.proxy)) {
             return Fail("the proxy is of an unknown kind: " + m_request.proxy.server);
         }
-        if (!m_folder.Open(m_request.downloadDirectory)) {
-            return Fail(
-                m_request.downloadDirectory + ": " +
-                (errno == EWOULDBLOCK ? "another update is running" : std::strerror(errno)));
+        // A run that was stopped a moment ago may still be ending.
+        const auto giveUp = std::chrono::steady_clock::now() + m_request.limits.otherRun;
+        while (!m_folder.Open(m_request.downloadDirectory)) {
+            if (errno != EWOULDBLOCK) {
+                return Fail(m_request.downloadDirectory + ": " + std::strerror(errno));
+            }
+            if (std::chrono::steady_clock::now() >= giveUp) {
+                return Fail(m_request.downloadDirectory + ": another update is running");
+            }
+            m_progress.Status(kUpdateConnecting);
+            if (!m_progress.Wait(Progress::kBeat)) {
+                return {kUpdaterInterrupted, {}};
+            }
         }
         m_state = ReadState(m_folder.Get());
         Outcome outcome = FetchFromAny();

@@ -30,6 +30,7 @@ struct Limits {
     std::chrono::seconds slow{30};     ///< this long below `slowBytes` a second ends it
     long slowBytes = 500;
     std::chrono::milliseconds firstPause{1000};  ///< before the second try; the third waits thrice
+    std::chrono::milliseconds otherRun{3000};    ///< waited for another run to end
 };
 
 /// How a transfer ended.

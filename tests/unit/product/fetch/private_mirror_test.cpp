@@ -168,6 +168,21 @@ TEST_F(FetchTest, OneDownloadFolderIsUsedByOneRunAtATime) {
     EXPECT_THAT(m_server.Requests(), IsEmpty());
 }
 
+TEST_F(FetchTest, ARunThatIsStillEndingIsWaitedFor) {
+    FileDescriptor folder(
+        ::open(m_request.downloadDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(::flock(folder.Get(), LOCK_EX), 0);
+    const auto begin = RecordingListener::Clock::now();
+    m_listener.shouldStop = [&] {
+        if (RecordingListener::Clock::now() - begin > std::chrono::milliseconds(800)) {
+            folder.Reset();
+        }
+        return false;
+    };
+    EXPECT_EQ(Fetch().result, kUpdaterUpdated);
+    EXPECT_LT(m_listener.LongestSilence(), std::chrono::milliseconds(250));
+}
+
 TEST_F(FetchTest, AMissingDownloadFolderIsAnError) {
     m_request.downloadDirectory = m_folder / "nothing";
     EXPECT_EQ(Fetch().result, kUpdaterFailed);

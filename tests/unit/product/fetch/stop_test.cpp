@@ -1,5 +1,7 @@
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 
 #include "tests/unit/product/fetch/fetch_fixture.h"
@@ -32,6 +34,14 @@ protected:
 
 TEST_F(StopTest, BeforeAnythingIsAskedFor) {
     ExpectStopped([] { return true; });
+    EXPECT_TRUE(m_server.Requests().empty());
+}
+
+TEST_F(StopTest, WhileAnotherRunIsWaitedFor) {
+    const FileDescriptor folder(
+        ::open(m_request.downloadDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(::flock(folder.Get(), LOCK_EX), 0);
+    ExpectStopped(AfterAWhile());
     EXPECT_TRUE(m_server.Requests().empty());
 }
 
