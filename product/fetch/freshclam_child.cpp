@@ -11,6 +11,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "common/regular_file.h"
+#include "product/fetch/listed_files.h"
+
 extern "C" {
 #include <libfreshclam.h>
 }
@@ -63,6 +66,16 @@ fc_error_t Update(const FreshclamSettings& settings) {
                                servers.data(), servers.size(), 0, dnsInfo, 1, nullptr, &updated);
 }
 
+cl_error_t Verify(const std::string& path) {
+    const cl_error_t code = cl_cvdverify(path.c_str());
+    if (code != CL_SUCCESS || !path.ends_with(".cld")) {
+        return code;
+    }
+    const FileDescriptor file =
+        common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kNoSymbolic);
+    return file && HasListedFiles(file.Get()) ? CL_SUCCESS : CL_EMALFDB;
+}
+
 // The library looks at the heads only of what it already has, and would keep a damaged database for
 // as long as its head is good. Without it the whole one is loaded.
 bool RemoveDamaged(const FreshclamSettings& settings) {
@@ -76,7 +89,7 @@ bool RemoveDamaged(const FreshclamSettings& settings) {
             if (::access(path.c_str(), F_OK) != 0) {
                 continue;
             }
-            const cl_error_t code = cl_cvdverify(path.c_str());
+            const cl_error_t code = Verify(path);
             // A lack of memory says nothing of the file.
             if (code != CL_SUCCESS && code != CL_EMEM && ::unlink(path.c_str()) == 0) {
                 std::printf("%s%s is damaged and was removed: %s\n", database.c_str(), ending,

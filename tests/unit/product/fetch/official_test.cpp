@@ -113,6 +113,23 @@ TEST_F(OfficialTest, ADamagedDatabaseMadeOfDifferencesIsLoadedAgain) {
     ExpectReplaced("test.cld");
 }
 
+// What a power cut leaves: the length is right, and what was never written is zero.
+TEST_F(OfficialTest, ADatabaseThatWasWrittenOnlyInPartIsLoadedAgain) {
+    const std::string path = m_folder / "download/official/test.cld";
+    for (const std::size_t written : {600U, 8192U, 22016U, 23040U, 24064U, 25000U}) {
+        SCOPED_TRACE(written);
+        fs::remove_all(m_folder / "download/official");
+        Install(Sample("test-3.cvd"), "test.cvd");
+        ASSERT_EQ(Fetch().result, kUpdaterUpdated);
+        fs::remove_all(m_request.currentSet);
+        std::string bytes = ReadFile(path);
+        ASSERT_LT(written, bytes.size());
+        bytes.replace(written, std::string::npos, bytes.size() - written, '\0');
+        WriteFile(path, bytes);
+        ExpectReplaced("test.cld");
+    }
+}
+
 TEST_F(OfficialTest, AFailureIsFollowedByAnotherTryAtOnce) {
     m_server.Script({{"/test.cvd", R"({"do": "status", "status": 404})"}});
     EXPECT_EQ(Fetch().result, kUpdaterFailed);
