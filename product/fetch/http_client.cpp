@@ -72,9 +72,13 @@ bool IsProxyAuthentication(CURL* easy, CURLcode code, long status, bool hasProxy
     curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &connectStatus);
     curl_easy_getinfo(easy, CURLINFO_PROXY_ERROR, &proxyError);
     constexpr long kAuthenticate = 407;
-    // Some proxies answer a wrong password as if they were the server.
+    // Some proxies answer a wrong password as if they were the server. Through the tunnel of https
+    // only the server itself can answer, and the proxy's status is that of the tunnel.
     constexpr long kUnauthorized = 401;
-    if (hasProxyUser && (status == kUnauthorized || connectStatus == kUnauthorized)) {
+    const char* scheme = nullptr;
+    curl_easy_getinfo(easy, CURLINFO_SCHEME, &scheme);
+    const bool isTunnel = scheme != nullptr && text::EqualsIgnoringCase(scheme, "https");
+    if (hasProxyUser && (isTunnel ? connectStatus : status) == kUnauthorized) {
         return true;
     }
     // What a SOCKS proxy says to a wrong password, to none, and by leaving without a word.

@@ -49,6 +49,34 @@ TEST_F(TlsTest, ACertificateOfAnotherHostIsNot) {
     EXPECT_THAT(secure.Requests(), IsEmpty());
 }
 
+// The first answer comes with the tunnel, the second through the one that is kept.
+TEST_F(TlsTest, AServerThatAsksForAPasswordIsNotTakenForTheProxy) {
+    const int port = FreePort();
+    WriteFile(m_folder / "tinyproxy.conf", "Port " + std::to_string(port) +
+                                               "\nListen 127.0.0.1\nTimeout 60\nMaxClients 20\n"
+                                               "BasicAuth clerk secret\nLogLevel Connect\n");
+    ServerProcess proxy;
+    proxy.Start({"tinyproxy", "-d", "-c", m_folder / "tinyproxy.conf"});
+    ASSERT_TRUE(WaitForPort(port));
+    m_request.proxy = {"127.0.0.1", static_cast<std::uint16_t>(port), "clerk", "secret"};
+    const MirrorServer secure(s_certificates->Pem("good"));
+    WriteMirror(secure.Root(), m_contents);
+    for (const char* path : {"/index.json", "/index.json.minisig"}) {
+        m_listener = {};
+        secure.Script({{path, R"({"do": "status", "status": 401})"}});
+        EXPECT_EQ(FetchFrom({secure.Address("https", "localhost")}).result, kUpdaterFailed);
+        EXPECT_TRUE(m_listener.HasLogged("the server answered with status 401"))
+            << testing::PrintToString(m_listener.log);
+        EXPECT_FALSE(m_listener.HasLogged("the proxy asks")) << path;
+    }
+    // A tunnel that the proxy refuses is its own answer.
+    m_listener = {};
+    m_request.proxy.password = "wrong";
+    EXPECT_EQ(FetchFrom({secure.Address("https", "localhost")}).result, kUpdaterFailed);
+    EXPECT_TRUE(m_listener.HasLogged("the proxy asks for another user or password"))
+        << testing::PrintToString(m_listener.log);
+}
+
 TEST_F(TlsTest, RedirectsToAnotherHostByHttpsAreFollowed) {
     const MirrorServer secure(s_certificates->Pem("good"));
     WriteMirror(secure.Root(), m_contents);
