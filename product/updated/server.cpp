@@ -10,7 +10,9 @@
 
 #include "abi/updturl.h"
 #include "product/updated/sources.h"
+#include "product/updturl/account.h"
 #include "product/updturl/message.h"
+#include "product/updturl/service_connection.h"
 
 namespace updated {
 
@@ -33,11 +35,16 @@ constexpr int kMostLogLines = 500;
 }  // namespace
 
 Server::Server(FileDescriptor listening, Settings settings)
-    : m_listening(std::move(listening)), m_settings(std::move(settings)) {}
+    : m_listening(std::move(listening)), m_settings(std::move(settings)) {
+    if (const auto account = updturl::AccountOf(updturl::kServiceUser)) {
+        m_serviceUser = account->uid;
+    }
+}
 
 /// Root, and the automatic updates.
 bool Server::IsTrusted(uid_t user) const {
-    return user == 0 || user == ::geteuid();
+    // By its name, too: without systemd this service is root's.
+    return user == 0 || user == ::geteuid() || user == m_serviceUser;
 }
 
 void Server::Serve(int endDescriptor, int options, const std::function<void()>& onOptions) {

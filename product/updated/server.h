@@ -61,6 +61,7 @@ private:
 
     FileDescriptor m_listening;
     Settings m_settings;
+    std::optional<uid_t> m_serviceUser;  ///< of the automatic updates
     Askers m_askers;
     Asker* m_running = nullptr;  ///< whose run it is; null when it has left
     std::unique_ptr<Updater> m_updater;

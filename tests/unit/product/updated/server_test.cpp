@@ -298,17 +298,19 @@ void UseAddress(const std::string& address) {
     WriteFile(kDirectory + "updlink.dat", std::string("\0\0\0\0\1\0", 6) + record);
 }
 
-void BecomeNobody() {
-    if (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0) {
+constexpr uid_t kNobody = 65534;
+
+void Become(uid_t user) {
+    if (::setgroups(0, nullptr) != 0 || ::setgid(user) != 0 || ::setuid(user) != 0) {
         ::_exit(1);
     }
 }
 
-/// What a user without rights is told.
-std::string HeardBySomebody(const std::string& path) {
+/// What another user is told.
+std::string HeardBySomebody(const std::string& path, uid_t user = kNobody) {
     const std::string heard = path + "heard";
     EXPECT_EQ(InChild([&] {
-                  BecomeNobody();
+                  Become(user);
                   WriteFile(heard, Client("update\n").HearAll());
                   return 0;
               }),
@@ -347,7 +349,7 @@ TEST_F(UpdatedService, WhoeverIsTrustedComesFirstAndEndsALongRunOfAUser) {
                     kUntilStopped);
     const auto ask = [&](const std::string& name) {
         return StartChild([&, name] {
-            BecomeNobody();
+            Become(kNobody);
             WriteFile(m_scratch / name, Client("update\n").HearAll());
             return 0;
         });
@@ -396,6 +398,21 @@ TEST_F(UpdatedService, UsersHaveTheOfficialMirrorsAskedSeldom) {
         << "the timer and root ask when they want";
     EXPECT_EQ(HeardBySomebody(m_scratch.Path()), kTold + std::string("result 0\n"));
     EXPECT_EQ(Note("runs"), "run\nrun\n");
+}
+
+TEST_F(UpdatedService, TheAutomaticUpdatesAreNoOrdinaryUserWhereTheServiceIsRoot) {
+    if (!HasPrivateRoot() || ::geteuid() != 0) {
+        GTEST_SKIP() << "a user is made, in the sandbox";
+    }
+    constexpr uid_t kAutomatic = 64'321;
+    const std::string users = ReadFile("/etc/passwd");
+    WriteFile("/etc/passwd", "corvane:x:64321:64321::/nonexistent:/usr/sbin/nologin\n" + users);
+    UseAddress("https://database.clamav.net");
+    Start("echo 'result 2'");
+    EXPECT_EQ(HeardBySomebody(m_scratch.Path(), kAutomatic), "result 2\n");
+    EXPECT_EQ(HeardBySomebody(m_scratch.Path(), kAutomatic), "result 2\n");
+    EXPECT_EQ(Note("runs"), "run\nrun\n");
+    WriteFile("/etc/passwd", users);
 }
 
 TEST_F(UpdatedService, UsersMayHavePrivateMirrorsAskedAsOftenAsTheyLike) {
