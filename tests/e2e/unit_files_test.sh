@@ -26,6 +26,7 @@ for service in "${services[@]}"; do
     exposure=$(Exposure "$service")
     echo "$service: ${exposure%?}.${exposure: -1}"
     Expect "$service can do little" yes "$([[ -n $exposure && $((10#$exposure)) -le 20 ]] && echo yes)"
+    Expect "$service cannot fill the machine" 2 "$(grep -cE '^(TasksMax|MemoryMax)=[0-9]+[MG]?$' "$folder/$service.service")"
     program=$(sed -n 's/^ExecStart=\([^ ]*\).*/\1/p' "$folder/$service.service")
     Expect "$service runs what is installed" yes "$([[ -x $program ]] && echo yes)"
     user=$(sed -n 's/^User=//p' "$folder/$service.service")
