@@ -14,8 +14,8 @@ ControlField() {
     dpkg-deb --field "$package" "$1"
 }
 
-# Depends on what its libraries come from; the dependencies are on this machine, as it was built here.
-for library in libclamav libqt6widgets6 libsqlite3 libcrypt1 libsystemd0 adduser; do
+# Depends on what its libraries and its "pkill" come from; the dependencies are on this machine, as it was built here.
+for library in libclamav libqt6widgets6 libsqlite3 libcrypt1 libsystemd0 adduser procps; do
     Expect "it depends on $library" 1 "$(ControlField Depends | tr ',' '\n' | grep -c "^ *$library")"
 done
 Expect "all of it belongs to root" "root/root" \
