@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "product/updturl/account.h"
 #include "product/updturl/conversation.h"
 #include "product/updturl/service_connection.h"
 
@@ -14,6 +15,12 @@ namespace {
 
 /// How many lines of one stage get into the log.
 constexpr int kMostLogLines = 500;
+
+/// Whether this is the service that systemd runs without a network: it cannot download itself.
+bool IsServiceMissing() {
+    const auto account = AccountOf(kServiceUser);
+    return account && account->uid == ::geteuid() && ::access("/run/systemd/system", F_OK) == 0;
+}
 
 /// Passes on to the asker what the stage says.
 class StageListener : public ConversationListener {
@@ -46,6 +53,10 @@ bool FetchStage::Start(const std::string& program, bool isAsCaller, std::string&
     if (::geteuid() != 0 && ::access(kFetchSocket, F_OK) == 0) {
         m_socket = ConnectToService(kFetchSocket, kFetchUser, why);
         return m_socket.IsOpen();
+    }
+    if (IsServiceMissing()) {
+        why = "corvane-fetch.socket is not running";
+        return false;
     }
     std::vector<std::string> arguments{kFetchOption};
     if (isAsCaller) {

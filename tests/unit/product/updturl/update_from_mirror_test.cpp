@@ -324,6 +324,23 @@ TEST_F(UsersTest, OneOfThemAloneIsNotEnough) {
     EXPECT_EQ(m_server.Requests(), std::vector<std::string>{});
 }
 
+TEST_F(UsersTest, TheServiceOfSystemdNamesTheOneThatIsMissing) {
+    fs::create_directories("/run/systemd/system");
+    const std::string heard = m_folder / "heard";
+    EXPECT_NE(std::system(("printf 'source site\nadministrator 1\naddress " + m_server.Address() +
+                           "\napplication " + m_product + "\ndownload " + m_product +
+                           "download/\nproxy-port 0\ngo\n' | setpriv --reuid corvane --regid "
+                           "corvane --clear-groups " +
+                           m_product + "updater >" + heard)
+                              .c_str()),
+              0);
+    fs::remove_all("/run/systemd");
+    EXPECT_EQ(ReadFile(heard),
+              "log the process that downloads cannot be started: corvane-fetch.socket is not "
+              "running\nresult 0\n");
+    EXPECT_EQ(m_server.Requests(), std::vector<std::string>{});
+}
+
 TEST_F(UsersTest, AStopEndsTheStageOfTheOtherUserToo) {
     Publish(1, {{"own.ndb", Database('a')}});
     m_server.Script({{"/index.json", R"({"do": "hang"})"}});
