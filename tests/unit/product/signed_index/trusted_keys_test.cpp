@@ -74,7 +74,7 @@ TEST_F(TrustedKeysTest, NeedTheirFolder) {
 }
 
 TEST_F(TrustedKeysTest, AreNotReadFromAFolderThatOthersMayWrite) {
-    for (const mode_t mode : {0775, 0757, 0777, 01777}) {
+    for (const mode_t mode : {0775U, 0757U, 0777U, 01777U}) {
         ASSERT_EQ(::chmod(Folder().c_str(), mode), 0);
         EXPECT_EQ(Read(), Refusal::kKeyFolderUnsafe);
         EXPECT_THAT(m_trusted.keys, IsEmpty());
@@ -92,7 +92,7 @@ TEST_F(TrustedKeysTest, AreNotReadThroughALinkOrFromAFile) {
 
 TEST_F(TrustedKeysTest, ThatOthersMayWriteArePassedOver) {
     WriteKey("two.pub", kOtherPublicKey);
-    for (const mode_t mode : {0664, 0646}) {
+    for (const mode_t mode : {0664U, 0646U}) {
         ASSERT_EQ(::chmod(InFolder("two.pub").c_str(), mode), 0);
         ExpectPassedOver("two.pub", Refusal::kKeyFileUnsafe);
     }

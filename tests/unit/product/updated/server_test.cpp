@@ -315,7 +315,7 @@ std::string HeardBySomebody(const std::string& path, uid_t user = kNobody) {
                   return 0;
               }),
               0);
-    const std::string text = ReadFile(heard);
+    std::string text = ReadFile(heard);
     fs::remove(heard);
     return text;
 }
@@ -369,8 +369,10 @@ TEST_F(UpdatedService, WhoeverIsTrustedComesFirstAndEndsALongRunOfAUser) {
 
 TEST_F(UpdatedService, TheManyDoNotTurnRootAway) {
     Start("echo 'result 2'");
+    constexpr int kMany = 70;
     std::vector<Client> many;
-    for (int i = 0; i < 70; ++i) {
+    many.reserve(kMany);
+    for (int i = 0; i < kMany; ++i) {
         many.emplace_back("");
     }
     EXPECT_EQ(Client("update\n").HearAll(), "result 2\n");
