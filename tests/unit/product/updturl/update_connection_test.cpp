@@ -40,7 +40,7 @@ protected:
         m_child = StartChild([this] {
             ::dup2(m_ends[1], STDIN_FILENO);
             ::dup2(m_ends[1], STDOUT_FILENO);
-            ::execl(CORVANE_UPDATE, CORVANE_UPDATE, "--test", nullptr);
+            ::execl(CORVANE_UPDATE, CORVANE_UPDATE, "--test", "--as-caller", nullptr);
             return 127;
         });
         ::close(m_ends[1]);
