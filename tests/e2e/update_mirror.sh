@@ -4,6 +4,16 @@
 # The variables are those of e2e.sh and of whoever sources this.
 # shellcheck disable=SC2034,SC2154
 
+# Whatever becomes of the test, nothing stays of what it started: that would keep its output open.
+# shellcheck disable=SC2317
+EndOthers() {
+    local pid
+    for pid in "${holderPid:-}" "${servicePid:-}" "${serverPid:-}" "${busPid:-}"; do
+        [[ -z $pid ]] || kill "$pid" 2>/dev/null
+    done
+}
+trap EndOthers EXIT
+
 # SetUpMirror: a key that the product trusts, and folders for the mirror.
 SetUpMirror() {
     mkdir -p "$scratch/databases" "$scratch/mirror" "$kProductDir/updturl.keys" "$kProductDir/download"
