@@ -262,8 +262,9 @@ TEST_F(UpdateFromMirrorTest, RootWithoutTheUsersTouchesNothingThatIsDownloaded) 
     EXPECT_EQ(Current("own.ndb"), "");
     for (const std::string stage : {"fetch", "test"}) {
         const std::string heard = m_folder / stage;
-        EXPECT_NE(std::system((m_product + "updater --" + stage + " </dev/null >" + heard).c_str()),
-                  0);
+        std::string command = m_product + "updater --";
+        command.append(stage).append(" </dev/null >").append(heard);
+        EXPECT_NE(std::system(command.c_str()), 0);
         EXPECT_EQ(ReadFile(heard), stage == "test"
                                        ? "test failed root does not update by itself: there is "
                                          "no user corvane\n"
