@@ -223,7 +223,7 @@ void dlgMain::OnScnFlClick() {
 // ---- The settings page
 
 bool dlgMain::LoadScnOptions(PSCNOPTS options) {
-    return LoadScanOptionsFile(options);
+    return common::LoadScanOptionsFile(options);
 }
 void dlgMain::OnScnCmpChkd() {
     m_ui->settingsPage->NoteChange();

@@ -52,11 +52,11 @@ void dlgMain::init() {
     ShowStep(*splash, tr("Loading... Scan Option Settings"), EventPass::kNone);
     tagSCNOPTS scanOptions{};
     if (!LoadScnOptions(&scanOptions)) {
-        scanOptions = kDefaultScanSettings;
+        scanOptions = common::kDefaultScanSettings;
     }
 
     ShowStep(*splash, tr("Loading... Update Module"), EventPass::kOne);
-    tagUpdtOpts updateOptions = LoadUpdateOptionsAtStart();
+    tagUpdtOpts updateOptions = update::LoadUpdateOptionsAtStart();
     updateUiChange(&updateOptions);
 
     g_scnopts = scanOptions;
@@ -79,9 +79,9 @@ void dlgMain::CentreOnDesktop() {
 }
 
 void dlgMain::MakeReportIndexes(std::unique_ptr<QSplashScreen>& splash) {
-    for (const char* index : {kScanIndexName, kUpdateIndexName}) {
+    for (const char* index : {reports::kScanIndexName, reports::kUpdateIndexName}) {
         const std::string path = common::InProgramDirectory(index);
-        if (!CreateReportIndex(path.c_str())) {
+        if (!reports::CreateReportIndex(path.c_str())) {
             ShowCritical(
                 this, QStringLiteral("Corvane"),
                 tr("Unable to open Report File. \n Close all the application and try again"));

@@ -54,7 +54,7 @@ int main(int argc, char** argv) {
         return EXIT_SUCCESS;
     }
     OpenScanLog();
-    RaiseDescriptorLimit();
+    scan::RaiseDescriptorLimit();
 
     auto mainWindow = std::make_unique<dlgMain>();
     mainWindow->show();

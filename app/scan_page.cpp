@@ -24,7 +24,7 @@ constexpr auto kTitle = "Corvane Scan";
 /// Nothing of the last run is left: neither what was detected nor what the engine was told about
 /// it.
 void PrepareRun() {
-    ScanRun::ForgetDetections();
+    scan::ScanRun::ForgetDetections();
     Scanner::m_ScanOptns.extraFlags &= static_cast<std::uint16_t>(~kLabScanFlag);
     Scanner::SetScanOptions(&g_scnopts);
     Scanner::ResetFPTFlags();
@@ -51,7 +51,7 @@ void ScanPage::ScanFolders() {
     if (picker.exec() == QDialog::Accepted && g_pPLstHead != nullptr) {
         ScanPathList();
     }
-    FreePathList(g_pPLstHead, g_pPLstCurr);
+    common::FreePathList(g_pPLstHead, g_pPLstCurr);
 }
 
 void ScanPage::ScanFile() {
@@ -73,7 +73,7 @@ void ScanPage::ScanFile() {
                         .arg(chosen));
         return;
     }
-    if (!AppendPath(g_pPLstHead, g_pPLstCurr, name.constData())) {
+    if (!common::AppendPath(g_pPLstHead, g_pPLstCurr, name.constData())) {
         ShowWarning(window(), kTitle,
                     tr("The name of the file\n%1\nis longer than 255 bytes. Nothing was scanned; "
                        "to scan it, scan a folder above it.")
@@ -81,7 +81,7 @@ void ScanPage::ScanFile() {
         return;
     }
     ScanPathList();
-    FreePathList(g_pPLstHead, g_pPLstCurr);
+    common::FreePathList(g_pPLstHead, g_pPLstCurr);
 }
 
 void ScanPage::ScanPathList() {
@@ -92,7 +92,7 @@ void ScanPage::ScanPathList() {
         progress.SetPathListToScan(g_pPLstHead);
         progress.myexec();
         // The list and the report go first, the dialog last: it has joined its thread by then.
-        FreePathList(g_pPLstHead, g_pPLstCurr);
+        common::FreePathList(g_pPLstHead, g_pPLstCurr);
         g_pRptObj.reset();
     }
 }

@@ -37,12 +37,12 @@ void SettingsPage::ShowAtStart(const tagSCNOPTS& options) {
 
 void SettingsPage::Save() {
     const tagSCNOPTS options = RecordOfPage();
-    const FileOutcome outcome = WriteScanOptionsFile(options);
-    if (outcome == FileOutcome::kNotOpened) {
+    const common::FileOutcome outcome = common::WriteScanOptionsFile(options);
+    if (outcome == common::FileOutcome::kNotOpened) {
         ShowCritical(this, kTitle,
                      tr("Bad or Missing Configuration, or you do not have sufficient privileges"));
     } else {
-        if (outcome == FileOutcome::kFailed) {
+        if (outcome == common::FileOutcome::kFailed) {
             ShowCritical(this, kTitle,
                          tr("Unable to save options. \n Close all the application and try again"));
         }
@@ -60,12 +60,12 @@ void SettingsPage::Reload() {
     m_ui->chkPack->setChecked(false);
 
     tagSCNOPTS options{};
-    const FileOutcome outcome = ReadScanOptionsFile(options);
-    if (outcome == FileOutcome::kNotOpened) {
+    const common::FileOutcome outcome = common::ReadScanOptionsFile(options);
+    if (outcome == common::FileOutcome::kNotOpened) {
         ShowCritical(this, kTitle,
                      tr("Bad or Missing Configuration, or you do not have sufficient privileges"));
     } else {
-        if (outcome == FileOutcome::kFailed) {
+        if (outcome == common::FileOutcome::kFailed) {
             ShowCritical(this, kTitle, tr("Bad or Missing Configuration"));
         }
         ShowRecord(options);

@@ -160,7 +160,7 @@ bool RecordApplicationDirectory(const std::string& directory) {
         Complain("the path of the program's directory is longer than 255 bytes");
         return false;
     }
-    return CopyToField(g_szAppPath, path);
+    return common::CopyToField(g_szAppPath, path);
 }
 
 bool InstallTranslation(QTranslator& translator, const char* languageCode) {
@@ -190,5 +190,5 @@ bool MakeTemporaryDirectory(const char* path) {
 }
 
 void OpenScanLog() {
-    CopyToField(g_szLogFile, kScanLog);
+    common::CopyToField(g_szLogFile, kScanLog);
 }

@@ -90,7 +90,8 @@ public:
     explicit BareLoop(const cl_engine* engine) : m_engine(engine), m_buffer(kBufferSize) {}
 
     void ScanFile(const char* path, const char* name) {
-        const FileDescriptor file(open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        const common::FileDescriptor file(
+            open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
         struct stat status {};
         if (!file || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
             return;

@@ -39,8 +39,9 @@ void MakeFolder(const std::string& path) {
 }
 
 void WriteFile(const std::string& path, std::string_view content) {
-    const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    if (!file || !WriteAll(file.Get(), content)) {
+    const common::FileDescriptor file(
+        open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!file || !common::WriteAll(file.Get(), content)) {
         Fail(path);
     }
 }

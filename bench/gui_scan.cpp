@@ -113,17 +113,17 @@ int main(int argc, char** argv) {
         arguments = arguments.subspan(1);
     }
     if (arguments.size() < 2 || !std::string_view(arguments[0]).ends_with('/') ||
-        !CopyToField(g_szAppPath, arguments[0])) {
+        !common::CopyToField(g_szAppPath, arguments[0])) {
         return Usage();
     }
     for (const char* path : arguments.subspan(1)) {
-        if (!AppendPath(g_pPLstHead, g_pPLstCurr, path)) {
+        if (!common::AppendPath(g_pPLstHead, g_pPLstCurr, path)) {
             return Usage();
         }
     }
     int qtArguments = 1;
     const QApplication application(qtArguments, argv);
-    CreateReportIndex((std::string(g_szAppPath) + kScanIndexName).c_str());
+    reports::CreateReportIndex((std::string(g_szAppPath) + reports::kScanIndexName).c_str());
     g_scnopts = kSettings;
     const double start = sinceStart.Seconds();
     if (Scanner::InitScan(&kSettings) == 0) {
@@ -136,7 +136,7 @@ int main(int argc, char** argv) {
     std::printf("start=%.3f load=%.3f scan=%.3f files=%u infected=%u unreadable=%u peak=%ld\n",
                 start, load, scan, g_uiTotCnt.load(), g_uiInfCnt.load(), g_uiIOErrCnt.load(),
                 PeakMemory());
-    FreePathList(g_pPLstHead, g_pPLstCurr);
+    common::FreePathList(g_pPLstHead, g_pPLstCurr);
     Scanner::DestroyScan();
     return EXIT_SUCCESS;
 }

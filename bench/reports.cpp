@@ -41,14 +41,14 @@ std::string ReportName(int number) {
 }
 
 void WriteIndex(const std::string& folder) {
-    std::ofstream file(folder + kScanIndexName, std::ios::binary);
+    std::ofstream file(folder + reports::kScanIndexName, std::ios::binary);
     tagReportIndexHeader header{{'Z', 'Q', 'R', 'F'}, 0, kReports};
     file.write(reinterpret_cast<const char*>(&header), sizeof header);
     for (int i = 0; i < kReports; ++i) {
         tagScanIndexEntry entry{};
-        CopyToField(entry.finished, "21 Nov, 2026, 10:00:00 AM");
-        CopyToField(entry.subject, "/home/user/some/folder");
-        CopyToField(entry.reportName, ReportName(i));
+        common::CopyToField(entry.finished, "21 Nov, 2026, 10:00:00 AM");
+        common::CopyToField(entry.subject, "/home/user/some/folder");
+        common::CopyToField(entry.reportName, ReportName(i));
         file.write(reinterpret_cast<const char*>(&entry), sizeof entry);
     }
 }
@@ -124,7 +124,7 @@ int MeasureOpen(const std::string& folder) {
     const std::string path = folder + "reports/long.log";
     WriteLongReport(path);
     WriteIndex(folder);
-    SetCurrentReport(kScanReports, "long.log");
+    reports::SetCurrentReport(kScanReports, "long.log");
     const long before = PeakMemory();
     double ours = 0;
     double longest = 0;
@@ -163,7 +163,7 @@ int main(int argc, char** argv) {
     if (folder.back() != '/') {
         folder += '/';
     }
-    if (!CopyToField(g_szAppPath, folder)) {
+    if (!common::CopyToField(g_szAppPath, folder)) {
         std::fputs("the folder's path is too long\n", stderr);
         return 2;
     }

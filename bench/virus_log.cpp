@@ -24,13 +24,14 @@ constexpr int kBlock = 100;
 bool UseFolder(const std::string& folder) {
     std::filesystem::create_directories(folder + "reports");
     std::ofstream(folder + "section.ini") << "[LOGLIMIT]\nMAXLIMIT = 10000000\nLIMIT = 5000000\n";
-    return CopyToField(g_szAppPath, folder);
+    return common::CopyToField(g_szAppPath, folder);
 }
 
 bool Add(int count) {
     for (int i = 0; i < count; ++i) {
-        if (!ZQVRAddRecVirusReport(kScannerUiComponent, "/home/user/some/folder/file.exe",
-                                   "Eicar-Test-Signature", "File is Deleted")) {
+        if (!ZQVRAddRecVirusReport(virus_log::kScannerUiComponent,
+                                   "/home/user/some/folder/file.exe", "Eicar-Test-Signature",
+                                   "File is Deleted")) {
             return false;
         }
     }

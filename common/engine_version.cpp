@@ -3,6 +3,8 @@
 #include "common/exception_log.h"
 #include "common/run_state.h"
 
+namespace common {
+
 tagZQVERINFO EngineVersion() {
     tagZQVERINFO version{};
     try {
@@ -15,3 +17,5 @@ tagZQVERINFO EngineVersion() {
     }
     return version;
 }
+
+}  // namespace common

@@ -6,6 +6,8 @@
 #include "common/log.h"
 #include "common/run_state.h"
 
+namespace common {
+
 namespace {
 
 std::string ReasonOfCurrentException() {
@@ -28,3 +30,5 @@ void LogException(const char* where) noexcept {
         return;  // no memory for the line either
     }
 }
+
+}  // namespace common

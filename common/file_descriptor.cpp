@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+namespace common {
+
 void FileDescriptor::Reset(int fd) {
     // Not retried on EINTR: Linux has let the descriptor go by then, and its number may already be
     // another thread's.
@@ -10,3 +12,5 @@ void FileDescriptor::Reset(int fd) {
     }
     m_fd = fd;
 }
+
+}  // namespace common

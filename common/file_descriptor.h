@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace common {
+
 /// Owns an open file descriptor and closes it. Move-only.
 class FileDescriptor {
 public:
@@ -30,3 +32,5 @@ public:
 private:
     int m_fd = -1;
 };
+
+}  // namespace common

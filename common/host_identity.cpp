@@ -14,7 +14,7 @@
 namespace {
 
 constexpr std::size_t kDomainNameSize = 260;
-static_assert(sizeof(utsname::nodename) == kComputerNameSize);
+static_assert(sizeof(utsname::nodename) == common::kComputerNameSize);
 
 void CopyTerminated(unsigned short* out, const std::u16string& text) {
     *std::copy(text.begin(), text.end(), out) = 0;
@@ -27,7 +27,7 @@ int GetDomainName(unsigned short* out, unsigned int* length) {
     if (out == nullptr || length == nullptr || ::getdomainname(bytes, sizeof bytes) != 0) {
         return 0;
     }
-    const std::u16string name = Utf16FromBytes(FieldText(bytes));
+    const std::u16string name = common::Utf16FromBytes(common::FieldText(bytes));
     if (*length < name.size()) {
         return 0;
     }
@@ -40,11 +40,11 @@ int GetTheUserName(unsigned short* out, unsigned int capacity) {
     if (out == nullptr) {
         return 0;
     }
-    const std::optional<std::string> bytes = UserName(::geteuid());
+    const std::optional<std::string> bytes = common::UserName(::geteuid());
     if (!bytes) {
         return 0;
     }
-    const std::u16string name = Utf16FromBytes(*bytes);
+    const std::u16string name = common::Utf16FromBytes(*bytes);
     if (name.size() > capacity) {
         return 0;
     }
@@ -57,6 +57,6 @@ int GetTheComputerName(unsigned short* out) {
     if (out == nullptr || ::uname(&system) != 0) {
         return 0;
     }
-    CopyTerminated(out, Utf16FromBytes(FieldText(system.nodename)));
+    CopyTerminated(out, common::Utf16FromBytes(common::FieldText(system.nodename)));
     return 1;
 }

@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <unistd.h>
 
+namespace common {
+
 bool WriteAll(int fd, std::span<const std::byte> bytes) {
     while (!bytes.empty()) {
         const ssize_t written = ::write(fd, bytes.data(), bytes.size());
@@ -42,3 +44,5 @@ std::ptrdiff_t ReadFull(int fd, std::span<std::byte> buffer) {
     }
     return static_cast<std::ptrdiff_t>(total);
 }
+
+}  // namespace common

@@ -4,6 +4,8 @@
 #include <span>
 #include <string_view>
 
+namespace common {
+
 /// Writes all of `bytes` to `fd`, through short writes and EINTR. False when it could not; errno
 /// tells why, and what was written before stays written.
 bool WriteAll(int fd, std::span<const std::byte> bytes);
@@ -22,3 +24,5 @@ template <typename Record>
 std::span<const std::byte> BytesOf(const Record& record) {
     return std::as_bytes(std::span<const Record, 1>(&record, 1));
 }
+
+}  // namespace common

@@ -28,7 +28,7 @@ unsigned int LoadError(const std::string& path) {
 
 void* ZQLoadLibrary(const char* fileName) {
     if (fileName == nullptr) {
-        WriteToLog(kCommonLog, "ZQLoadLibrary: Invalid parameters");
+        WriteToLog(common::kCommonLog, "ZQLoadLibrary: Invalid parameters");
         return nullptr;
     }
     errno = 0;
@@ -38,7 +38,7 @@ void* ZQLoadLibrary(const char* fileName) {
         const char* reason = ::dlerror();
         (void)std::snprintf(szErrMsg, sizeof szErrMsg, "In ZQLoadLibrary(): dlopen Error!!!%s",
                             reason != nullptr ? reason : "");
-        WriteToLog(kCommonLog, szErrMsg);
+        WriteToLog(common::kCommonLog, szErrMsg);
         errno = loadError;
     }
     return library;

@@ -65,7 +65,7 @@ bool Get_Lock(const char* path) {
     }
     g_fdlock = -1;
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
-        FileDescriptor file = OpenSharedFile(path, O_WRONLY, 0666);
+        common::FileDescriptor file = common::OpenSharedFile(path, O_WRONLY, 0666);
         if (!file) {
             return false;
         }
@@ -110,7 +110,7 @@ int ZQFileLock::AcquireLock() {
     if (m_fd >= 0) {
         return 0;
     }
-    FileDescriptor file = OpenSharedFile(m_path.c_str(), O_RDWR, 0666);
+    common::FileDescriptor file = common::OpenSharedFile(m_path.c_str(), O_RDWR, 0666);
     m_lock.l_type = F_WRLCK;
     if (!file || ::fcntl(file.Get(), F_SETLK, &m_lock) != 0) {
         return -1;

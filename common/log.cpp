@@ -11,11 +11,11 @@ void WriteToLog(const char* path, const char* message) {
     if (path == nullptr || message == nullptr) {
         return;
     }
-    const FileDescriptor log = OpenSharedFile(path, O_WRONLY | O_APPEND, 0600);
+    const common::FileDescriptor log = common::OpenSharedFile(path, O_WRONLY | O_APPEND, 0600);
     if (!log) {
         return;
     }
     // One write, so that a line of another process does not land inside this one.
-    WriteAll(log.Get(), std::string(message) + "\n");
+    common::WriteAll(log.Get(), std::string(message) + "\n");
     (void)::fchmod(log.Get(), 0644);
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+namespace common {
+
 namespace {
 
 struct CharacterRange {
@@ -50,3 +52,5 @@ bool IsMisleading(char32_t character) {
                          [](const CharacterRange& r, char32_t c) { return r.last < c; });
     return range != std::end(kMisleading) && range->first <= character;
 }
+
+}  // namespace common

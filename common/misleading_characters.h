@@ -1,5 +1,7 @@
 #pragma once
 
+namespace common {
+
 /// Whether a character, a Unicode scalar value, may mislead who looks at a name: it is a command to
 /// what shows it, breaks the line, changes the order in which others are shown, or is not seen at
 /// all. Whoever shows a name that others have chosen shows such a character as an escape.
@@ -13,3 +15,5 @@
 ///   - Noncharacter_Code_Point.
 /// Blanks are none of them, nor are combining marks that are seen. Any thread.
 bool IsMisleading(char32_t character);
+
+}  // namespace common

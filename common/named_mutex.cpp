@@ -86,8 +86,8 @@ std::array<std::string_view, kColumns> SplitColumns(std::string_view line) {
 }
 
 // The way to know a queue whose mode keeps its record from us.
-std::optional<NamedMutexState> FindInQueueList(int queueId) {
-    const FileStream list(std::fopen("/proc/sysvipc/msg", "re"));
+std::optional<common::NamedMutexState> FindInQueueList(int queueId) {
+    const common::FileStream list(std::fopen("/proc/sysvipc/msg", "re"));
     if (list == nullptr) {
         return std::nullopt;
     }
@@ -100,7 +100,7 @@ std::optional<NamedMutexState> FindInQueueList(int queueId) {
         const auto owner = ParseNumber<uid_t>(columns[kUserColumn]);
         const auto made = ParseNumber<std::time_t>(columns[kChangeTimeColumn]);
         if (owner && made) {
-            return NamedMutexState{queueId, *owner, *made};
+            return common::NamedMutexState{queueId, *owner, *made};
         }
     }
     return std::nullopt;
@@ -117,7 +117,7 @@ int GetMutexOwnerShip(const char* key, tagMUTEX_INFO* mutex, int retries) {
         const int queueId = ::msgget(*number, IPC_CREAT | IPC_EXCL | 0600);
         if (queueId >= 0) {
             mutex->queueId = queueId;
-            CopyToField(mutex->key, key);
+            common::CopyToField(mutex->key, key);
             return 1;
         }
         if (errno != EEXIST || retriesLeft <= 0 || !WaitForNextAttempt()) {
@@ -134,7 +134,7 @@ int ReleaseMutexOwnerShip(tagMUTEX_INFO* mutex) {
     return 1;
 }
 
-void EndMutexWaits() {
+void common::EndMutexWaits() {
     WaitingRoom& room = TheWaitingRoom();
     {
         const std::lock_guard lock(room.mutex);
@@ -143,7 +143,7 @@ void EndMutexWaits() {
     room.ended.notify_all();
 }
 
-std::optional<NamedMutexState> FindNamedMutex(const char* key) {
+std::optional<common::NamedMutexState> common::FindNamedMutex(const char* key) {
     const std::optional<key_t> number = KeyOfName(key);
     const int queueId = number ? ::msgget(*number, 0) : -1;
     if (queueId < 0) {
@@ -151,12 +151,12 @@ std::optional<NamedMutexState> FindNamedMutex(const char* key) {
     }
     msqid_ds queue{};
     if (::msgctl(queueId, IPC_STAT, &queue) == 0) {
-        return NamedMutexState{queueId, queue.msg_perm.uid, queue.msg_ctime};
+        return common::NamedMutexState{queueId, queue.msg_perm.uid, queue.msg_ctime};
     }
     return errno == EACCES ? FindInQueueList(queueId) : std::nullopt;
 }
 
-bool RemoveNamedMutex(const NamedMutexState& state) {
+bool common::RemoveNamedMutex(const common::NamedMutexState& state) {
     msqid_ds queue{};
     if (::msgctl(state.queueId, IPC_STAT, &queue) != 0) {
         return false;

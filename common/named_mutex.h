@@ -34,6 +34,8 @@ int GetMutexOwnerShip(const char* key, tagMUTEX_INFO* mutex, int retries);
 /// be removed.
 int ReleaseMutexOwnerShip(tagMUTEX_INFO* mutex);
 
+namespace common {
+
 /// For the end of the process: every wait of GetMutexOwnerShip, under way or to come, fails at
 /// once. A mutex that is free can still be taken. Not for a signal handler.
 void EndMutexWaits();
@@ -54,3 +56,5 @@ std::optional<NamedMutexState> FindNamedMutex(const char* key);
 /// False when it could not, with the reason in errno: EIDRM or EINVAL when that queue is gone
 /// (one made anew since then is left alone), EACCES or EPERM when it is somebody else's.
 bool RemoveNamedMutex(const NamedMutexState& state);
+
+}  // namespace common

@@ -4,6 +4,8 @@
 
 #include "common/regular_file.h"
 
+namespace common {
+
 using common::Links;
 
 FileDescriptor OpenOptionFile(const char* path) {
@@ -17,3 +19,5 @@ FileDescriptor CreateOptionFile(const char* path) {
 void ShareWithEveryone(const char* path) {
     (void)common::SetFileMode(path, 0666, Links::kOnlyOfRoot);
 }
+
+}  // namespace common

@@ -7,6 +7,8 @@
 // where only root can write to the folder, and followed; elsewhere it is refused. A link that leads
 // nowhere fails both functions: there is no file to open, and none is made through it.
 
+namespace common {
+
 /// Opens an existing file for reading and writing.
 FileDescriptor OpenOptionFile(const char* path);
 
@@ -19,3 +21,5 @@ void ShareWithEveryone(const char* path);
 
 /// What became of reading or writing an option file.
 enum class FileOutcome { kDone, kNotOpened, kFailed };
+
+}  // namespace common

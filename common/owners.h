@@ -6,6 +6,8 @@
 
 #include "common/libraries.h"
 
+namespace common {
+
 struct CloseDirectory {
     void operator()(DIR* directory) const { ::closedir(directory); }
 };
@@ -25,3 +27,5 @@ struct FreeLoadedLibrary {
 /// Owns a handle from ZQLoadLibrary or LoadDylibAndGetPFN and unloads the library. Nothing looked
 /// up in it may be called afterwards. Move-only.
 using LibraryHandle = std::unique_ptr<void, FreeLoadedLibrary>;
+
+}  // namespace common

@@ -7,12 +7,12 @@
 tagPathList* g_pPLstHead = nullptr;
 tagPathList* g_pPLstCurr = nullptr;
 
-bool AppendPath(tagPathList*& head, tagPathList*& tail, const char* path) {
-    if (path == nullptr || std::string_view(path).size() >= kPathListPathSize) {
+bool common::AppendPath(tagPathList*& head, tagPathList*& tail, const char* path) {
+    if (path == nullptr || std::string_view(path).size() >= common::kPathListPathSize) {
         return false;
     }
     auto* node = new tagPathList{};
-    CopyToField(node->path, path);
+    common::CopyToField(node->path, path);
     if (head == nullptr) {
         head = node;
     } else {
@@ -22,7 +22,7 @@ bool AppendPath(tagPathList*& head, tagPathList*& tail, const char* path) {
     return true;
 }
 
-tagPathList* CopyPathList(const tagPathList* head) {
+tagPathList* common::CopyPathList(const tagPathList* head) {
     tagPathList* copy = nullptr;
     tagPathList** end = &copy;
     for (; head != nullptr; head = head->next) {
@@ -33,7 +33,7 @@ tagPathList* CopyPathList(const tagPathList* head) {
     return copy;
 }
 
-void FreePathList(tagPathList*& head, tagPathList*& tail) {
+void common::FreePathList(tagPathList*& head, tagPathList*& tail) {
     while (head != nullptr) {
         tagPathList* next = head->next;
         delete head;

@@ -26,7 +26,7 @@ int DirectoryOfProgram(const char* exe, char* buffer, std::size_t size) {
     if (directory.empty() || directory.size() >= size) {
         return 0;
     }
-    CopyToField({buffer, size}, directory);
+    common::CopyToField({buffer, size}, directory);
     return 1;
 }
 
@@ -52,14 +52,14 @@ int GetZqPath(char* buffer, std::size_t size) {
         IsDirectory(kProductDirectory) == 0) {
         return 0;
     }
-    CopyToField({buffer, size}, kProductDirectory);
+    common::CopyToField({buffer, size}, kProductDirectory);
     return 1;
 }
 
 namespace common {
 
 std::string InProgramDirectory(std::string_view name) {
-    return std::string(FieldText(g_szAppPath)).append(name);
+    return std::string(common::FieldText(g_szAppPath)).append(name);
 }
 
 std::string InProductDirectory(std::string_view name) {
@@ -105,6 +105,6 @@ int GetShortPath(const char* path, char* output, int width) {
         // Below 6 there is no room for the dots and both ends.
         shown.resize(total);
     }
-    CopyToField({output, shown.size() + 1}, shown);
+    common::CopyToField({output, shown.size() + 1}, shown);
     return 1;
 }

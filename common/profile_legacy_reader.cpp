@@ -15,11 +15,11 @@ constexpr std::size_t kMaxLineLength = 1024;
 
 // Cuts the first word from `text`; empty when there is none.
 std::string_view TakeWord(std::string_view& text) {
-    while (!text.empty() && IsProfileWhiteSpace(text.front())) {
+    while (!text.empty() && common::IsProfileWhiteSpace(text.front())) {
         text.remove_prefix(1);
     }
     std::size_t length = 0;
-    while (length < text.size() && !IsProfileWhiteSpace(text[length])) {
+    while (length < text.size() && !common::IsProfileWhiteSpace(text[length])) {
         ++length;
     }
     const std::string_view word = text.substr(0, length);
@@ -35,7 +35,7 @@ std::uint32_t GetPrivateProfileString(const char* section, const char* key, cons
         path == nullptr) {
         return 0;
     }
-    const FileStream file = OpenProfile(path);
+    const common::FileStream file = common::OpenProfile(path);
     if (!file) {
         return 0;
     }
@@ -43,7 +43,7 @@ std::uint32_t GetPrivateProfileString(const char* section, const char* key, cons
     bool isInSection = false;
     std::array<char, kMaxLineLength + 1> line{};
     while (std::fgets(line.data(), static_cast<int>(line.size()), file.get()) != nullptr) {
-        if (IsHeader(line.data())) {
+        if (common::IsHeader(line.data())) {
             // Found anywhere in the line: limits files in use have longer names in their headers.
             const bool isMatching = std::strstr(line.data(), section) != nullptr;
             if (isInSection && !isMatching) {
@@ -59,11 +59,11 @@ std::uint32_t GetPrivateProfileString(const char* section, const char* key, cons
         const std::string_view word = TakeWord(rest);
         TakeWord(rest);
         // Kept whether the key matches or not; callers look at the result, not at the text.
-        CopyToField(field, TakeWord(rest));
+        common::CopyToField(field, TakeWord(rest));
         if (!word.empty() && word == key) {
-            return static_cast<std::uint32_t>(FieldText(field).size());
+            return static_cast<std::uint32_t>(common::FieldText(field).size());
         }
     }
-    CopyToField(field, defaultText);
+    common::CopyToField(field, defaultText);
     return 0;
 }

@@ -13,11 +13,11 @@ constexpr std::size_t kMaxArgumentLength = 256;
 }  // namespace
 
 char* Trim(char* text) {
-    while (IsProfileWhiteSpace(*text)) {
+    while (common::IsProfileWhiteSpace(*text)) {
         ++text;
     }
     char* end = text + std::strlen(text);
-    while (end != text && IsProfileWhiteSpace(end[-1])) {
+    while (end != text && common::IsProfileWhiteSpace(end[-1])) {
         --end;
     }
     *end = '\0';
@@ -25,7 +25,7 @@ char* Trim(char* text) {
 }
 
 char* GetSectionName(char* line) {
-    char* end = IsHeader(line) ? std::strchr(line, ']') : nullptr;
+    char* end = common::IsHeader(line) ? std::strchr(line, ']') : nullptr;
     if (end == nullptr) {
         return nullptr;
     }
@@ -43,22 +43,22 @@ void WriteToFile(std::FILE* file, std::string_view line) {
     (void)std::fputc('\n', file);
 }
 
-std::string ProfileArgument(const char* text) {
+std::string common::ProfileArgument(const char* text) {
     std::string argument(text, ::strnlen(text, kMaxArgumentLength));
     return Trim(argument.data());
 }
 
-bool IsIgnored(const char* line) {
+bool common::IsIgnored(const char* line) {
     return *line == '\0' || *line == ';' || *line == '#';
 }
 
-bool IsHeader(const char* line) {
+bool common::IsHeader(const char* line) {
     return *line == '[';
 }
 
-bool IsHeaderOf(const char* line, const std::string& section) {
+bool common::IsHeaderOf(const char* line, const std::string& section) {
     // Most lines are none: only what is a header is worth a copy.
-    if (!IsHeader(line)) {
+    if (!common::IsHeader(line)) {
         return false;
     }
     std::string header(line);
@@ -66,19 +66,19 @@ bool IsHeaderOf(const char* line, const std::string& section) {
     return name != nullptr && text::EqualsIgnoringCase(name, section);
 }
 
-FileStream OpenProfile(const char* path) {
-    FileDescriptor file = common::OpenRegularFile(path, O_RDONLY, common::Links::kFollow);
+common::FileStream common::OpenProfile(const char* path) {
+    common::FileDescriptor file = common::OpenRegularFile(path, O_RDONLY, common::Links::kFollow);
     if (!file) {
         return nullptr;
     }
-    FileStream stream(::fdopen(file.Get(), "r"));
+    common::FileStream stream(::fdopen(file.Get(), "r"));
     if (stream) {
         (void)file.Release();
     }
     return stream;
 }
 
-char* ProfileReader::NextLine() {
+char* common::ProfileReader::NextLine() {
     // A zero byte ends the text of its line: the bytes between it and the newline are lost.
     if (std::fgets(m_line.data(), static_cast<int>(m_line.size()), m_file.get()) == nullptr) {
         return nullptr;
@@ -86,17 +86,17 @@ char* ProfileReader::NextLine() {
     return Trim(m_line.data());
 }
 
-char* ProfileReader::NextContentLine() {
+char* common::ProfileReader::NextContentLine() {
     char* line = NextLine();
-    while (line != nullptr && IsIgnored(line)) {
+    while (line != nullptr && common::IsIgnored(line)) {
         line = NextLine();
     }
     return line;
 }
 
-bool ProfileReader::FindSection(const std::string& section) {
+bool common::ProfileReader::FindSection(const std::string& section) {
     const char* line = NextContentLine();
-    while (line != nullptr && !IsHeaderOf(line, section)) {
+    while (line != nullptr && !common::IsHeaderOf(line, section)) {
         line = NextContentLine();
     }
     return line != nullptr;

@@ -12,10 +12,14 @@
 // The lines of a profile file, for those who read and write it. Texts are bytes in the C locale,
 // whatever locale the program is in.
 
+namespace common {
+
 /// isspace of the C locale.
 constexpr bool IsProfileWhiteSpace(char byte) {
     return byte == ' ' || (byte >= '\t' && byte <= '\r');
 }
+
+}  // namespace common
 
 /// Removes white space at both ends, in place, and returns the start of what is left.
 char* Trim(char* text);
@@ -30,6 +34,8 @@ int CompareKey(char* line, const char* key);
 
 /// Writes `line` and a newline. Whether all of it reached the disk shows when `file` is closed.
 void WriteToFile(std::FILE* file, std::string_view line);
+
+namespace common {
 
 /// A section, key or value as it counts: the first 256 bytes, trimmed.
 std::string ProfileArgument(const char* text);
@@ -81,3 +87,5 @@ private:
 /// tell.
 void CopyProfile(ProfileReader& profile, std::FILE* to, const std::string& section,
                  const std::string& key, const std::string& entry);
+
+}  // namespace common

@@ -11,22 +11,22 @@ namespace {
 // What both readers have in common: `value` is the trimmed text behind the "=".
 ProfileError FindValue(const char* sectionArgument, const char* keyArgument, const char* path,
                        std::string& value) {
-    const std::string section = ProfileArgument(sectionArgument);
+    const std::string section = common::ProfileArgument(sectionArgument);
     if (section.empty()) {
         return PROFILE_ERR_EMPTY_SECTION;
     }
-    const std::string key = ProfileArgument(keyArgument);
+    const std::string key = common::ProfileArgument(keyArgument);
     if (key.empty()) {
         return PROFILE_ERR_EMPTY_KEY;
     }
-    ProfileReader profile(path);
+    common::ProfileReader profile(path);
     if (!profile.IsOpen()) {
         return PROFILE_ERR_OPEN;
     }
     if (!profile.FindSection(section)) {
         return PROFILE_ERR_NO_SECTION;
     }
-    for (char* line = profile.NextContentLine(); line != nullptr && !IsHeader(line);
+    for (char* line = profile.NextContentLine(); line != nullptr && !common::IsHeader(line);
          line = profile.NextContentLine()) {
         // Looked up first: comparing cuts the line there.
         char* equals = std::strchr(line, '=');
@@ -47,7 +47,7 @@ ProfileError FindValue(const char* sectionArgument, const char* keyArgument, con
 // terminator.
 void CopyWithoutTerminator(char* destination, std::uint32_t size, std::string_view text) {
     if (size > 0) {
-        CopyToUnterminatedField({destination, size - 1}, text);
+        common::CopyToUnterminatedField({destination, size - 1}, text);
     }
 }
 
@@ -99,15 +99,15 @@ int GetPrivateProfileSection(const char* section, std::vector<std::string>* line
     if (section == nullptr || lines == nullptr || path == nullptr) {
         return -1;
     }
-    const std::string name = ProfileArgument(section);
-    ProfileReader profile(path);
+    const std::string name = common::ProfileArgument(section);
+    common::ProfileReader profile(path);
     if (name.empty() || !profile.IsOpen()) {
         return -1;
     }
     if (!profile.FindSection(name)) {
         return 0;
     }
-    for (const char* line = profile.NextContentLine(); line != nullptr && !IsHeader(line);
+    for (const char* line = profile.NextContentLine(); line != nullptr && !common::IsHeader(line);
          line = profile.NextContentLine()) {
         lines->emplace_back(line);
     }

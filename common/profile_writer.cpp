@@ -31,7 +31,7 @@ public:
     explicit TemporaryFile(const std::string& path)
         // A short name, so that the folder takes it however long the profile's name is.
         : m_name(path.substr(0, path.rfind('/') + 1) + ".profile-XXXXXX") {
-        FileDescriptor file(::mkostemp(m_name.data(), O_CLOEXEC));
+        common::FileDescriptor file(::mkostemp(m_name.data(), O_CLOEXEC));
         if (!file) {
             m_name.clear();
             return;
@@ -82,7 +82,7 @@ public:
 
 private:
     std::string m_name;  ///< the private name; empty when there is nothing under it
-    FileStream m_file;
+    common::FileStream m_file;
 };
 
 void CopyRest(std::FILE* from, std::FILE* to) {
@@ -94,10 +94,10 @@ void CopyRest(std::FILE* from, std::FILE* to) {
 }
 
 // Copies up to and with the header of the section. False when the file ends before it.
-bool CopyToSection(ProfileReader& profile, std::FILE* to, const std::string& section) {
+bool CopyToSection(common::ProfileReader& profile, std::FILE* to, const std::string& section) {
     for (const char* line = profile.NextLine(); line != nullptr; line = profile.NextLine()) {
         WriteToFile(to, line);
-        if (IsHeaderOf(line, section)) {
+        if (common::IsHeaderOf(line, section)) {
             return true;
         }
     }
@@ -106,18 +106,18 @@ bool CopyToSection(ProfileReader& profile, std::FILE* to, const std::string& sec
 
 // Copies the rest of the file, with `entry` in the place of the line that has its key, or else at
 // the end of the section.
-void CopyWithEntry(ProfileReader& profile, std::FILE* to, const std::string& key,
+void CopyWithEntry(common::ProfileReader& profile, std::FILE* to, const std::string& key,
                    const std::string& entry) {
     std::string cut;
     for (const char* line = profile.NextLine(); line != nullptr; line = profile.NextLine()) {
-        if (IsHeader(line)) {
+        if (common::IsHeader(line)) {
             WriteToFile(to, entry);
             WriteToFile(to, line);
             CopyRest(profile.Rest(), to);
             return;
         }
         cut = line;
-        if (!IsIgnored(line) && CompareKey(cut.data(), key.c_str()) == 0) {
+        if (!common::IsIgnored(line) && CompareKey(cut.data(), key.c_str()) == 0) {
             WriteToFile(to, entry);
             CopyRest(profile.Rest(), to);
             return;
@@ -132,7 +132,7 @@ ProfileError Replace(const std::string& section, const std::string& key, const s
     if (TemporaryName(path).size() > kMaxTemporaryNameLength) {
         return PROFILE_ERR_OPEN;
     }
-    ProfileReader profile(path.c_str());
+    common::ProfileReader profile(path.c_str());
     struct stat status {};
     if (!profile.IsOpen() || ::fstat(::fileno(profile.Rest()), &status) != 0) {
         return PROFILE_ERR_OPEN;
@@ -141,7 +141,7 @@ ProfileError Replace(const std::string& section, const std::string& key, const s
     if (!temporary.IsOpen()) {
         return PROFILE_ERR_OPEN;
     }
-    CopyProfile(profile, temporary.Stream(), section, key, entry);
+    common::CopyProfile(profile, temporary.Stream(), section, key, entry);
     const bool isReadWhole = std::ferror(profile.Rest()) == 0;
     const bool isWritten = temporary.Finish(status) && isReadWhole;
     return isWritten && temporary.MoveTo(path) ? PROFILE_OK : PROFILE_ERR_OPEN;
@@ -155,9 +155,9 @@ int Write(const char* sectionArgument, const char* keyArgument, const char* valu
         path == nullptr || error == nullptr) {
         return -1;
     }
-    const std::string section = ProfileArgument(sectionArgument);
-    const std::string key = ProfileArgument(keyArgument);
-    const std::string value = ProfileArgument(valueArgument);
+    const std::string section = common::ProfileArgument(sectionArgument);
+    const std::string key = common::ProfileArgument(keyArgument);
+    const std::string value = common::ProfileArgument(valueArgument);
     if (section.empty()) {
         *error = PROFILE_ERR_EMPTY_SECTION;
     } else if (key.empty()) {
@@ -172,8 +172,8 @@ int Write(const char* sectionArgument, const char* keyArgument, const char* valu
 
 }  // namespace
 
-void CopyProfile(ProfileReader& profile, std::FILE* to, const std::string& section,
-                 const std::string& key, const std::string& entry) {
+void common::CopyProfile(common::ProfileReader& profile, std::FILE* to, const std::string& section,
+                         const std::string& key, const std::string& entry) {
     if (!CopyToSection(profile, to, section)) {
         WriteToFile(to, "[" + section + "]");
     }

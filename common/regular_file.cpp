@@ -19,7 +19,7 @@ int OpenRetrying(int directory, const char* path, int flags, mode_t mode) {
 }
 
 // Gives `file` back when it is a regular file, one with further names only if that is allowed.
-FileDescriptor Checked(FileDescriptor file, Links links) {
+common::FileDescriptor Checked(common::FileDescriptor file, Links links) {
     struct stat status {};
     if (file && (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||
                  (links == Links::kNone && status.st_nlink > 1))) {
@@ -37,12 +37,12 @@ bool OnlyRootWrites(int folder) {
 }
 
 // Held while the file is opened: the folder that was looked at is the one that is used.
-FileDescriptor OpenByFolder(int directory, std::string_view path, int flags, mode_t mode) {
+common::FileDescriptor OpenByFolder(int directory, std::string_view path, int flags, mode_t mode) {
     const std::size_t slash = path.rfind('/');
     const bool hasFolder = slash != std::string_view::npos;
     const std::string folderPath(hasFolder ? path.substr(0, slash + 1) : ".");
     const std::string name(hasFolder ? path.substr(slash + 1) : path);
-    const FileDescriptor folder(
+    const common::FileDescriptor folder(
         OpenRetrying(directory, folderPath.c_str(), O_PATH | O_DIRECTORY, 0));
     if (!folder) {
         return {};
@@ -53,12 +53,12 @@ FileDescriptor OpenByFolder(int directory, std::string_view path, int flags, mod
 
 }  // namespace
 
-FileDescriptor OpenRegularFile(const char* path, int flags, Links links, mode_t mode) {
+common::FileDescriptor OpenRegularFile(const char* path, int flags, Links links, mode_t mode) {
     return OpenRegularFileAt(AT_FDCWD, path, flags, links, mode);
 }
 
-FileDescriptor OpenRegularFileAt(int directory, const char* name, int flags, Links links,
-                                 mode_t mode) {
+common::FileDescriptor OpenRegularFileAt(int directory, const char* name, int flags, Links links,
+                                         mode_t mode) {
     if (name == nullptr) {
         errno = EINVAL;
         return {};
@@ -67,13 +67,14 @@ FileDescriptor OpenRegularFileAt(int directory, const char* name, int flags, Lin
         return OpenByFolder(directory, name, flags, mode);
     }
     const int noFollow = links == Links::kFollow ? 0 : O_NOFOLLOW;
-    return Checked(FileDescriptor(OpenRetrying(directory, name, flags | noFollow, mode)), links);
+    return Checked(common::FileDescriptor(OpenRetrying(directory, name, flags | noFollow, mode)),
+                   links);
 }
 
 bool SetFileMode(const char* path, mode_t mode, Links links) {
     // A descriptor that opens nothing but the name: who may not read the file may own it all the
     // same. fchmod() takes none of these, its name below "/proc" does.
-    const FileDescriptor file = OpenRegularFile(path, O_PATH, links);
+    const common::FileDescriptor file = OpenRegularFile(path, O_PATH, links);
     return file && ::chmod(("/proc/self/fd/" + std::to_string(file.Get())).c_str(), mode) == 0;
 }
 

@@ -26,11 +26,11 @@ enum class Links {
 /// fails before that can be told, the system's reason: ENXIO for a socket, for a FIFO that is to be
 /// written and that nobody reads, and for a device that is not there; EISDIR for a folder that is
 /// to be written.
-FileDescriptor OpenRegularFile(const char* path, int flags, Links links, mode_t mode = 0);
+common::FileDescriptor OpenRegularFile(const char* path, int flags, Links links, mode_t mode = 0);
 
 /// The same of `name` in the open directory `directory`.
-FileDescriptor OpenRegularFileAt(int directory, const char* name, int flags, Links links,
-                                 mode_t mode = 0);
+common::FileDescriptor OpenRegularFileAt(int directory, const char* name, int flags, Links links,
+                                         mode_t mode = 0);
 
 /// Sets the mode of a regular file that need not be open to the caller; needs "/proc". False, with
 /// the reason in errno, where OpenRegularFile would refuse the file and for one of another user.

@@ -4,7 +4,7 @@ pid_t g_pCurrproc_pid = 0;
 char g_szAppPath[256]{};
 char g_szLogFile[256]{};
 
-tagSCNOPTS g_scnopts = kDefaultScanSettings;
+tagSCNOPTS g_scnopts = common::kDefaultScanSettings;
 void* g_hModScanAPI = nullptr;
 PFNGETVER pfnGetVer = nullptr;
 
@@ -21,7 +21,7 @@ char g_szStrTime[100]{};
 char g_szEndTime[100]{};
 double g_dDiffTime = 0.0;
 
-void ResetRunCounters() {
+void common::ResetRunCounters() {
     for (auto* counter :
          {&g_uiTotCnt, &g_uiInfCnt, &g_uiDeleCnt, &g_uiReprCnt, &g_uiSkipCnt, &g_uiIOErrCnt}) {
         *counter = 0;
@@ -30,9 +30,9 @@ void ResetRunCounters() {
 
 std::atomic<std::int32_t> g_iCleanFileSeqCnt{0};
 std::atomic<std::int32_t> g_iCntLabViruses{0};
-std::array<LabDetectionKind, kLabDetectionKinds> g_LabScanData{};
+std::array<common::LabDetectionKind, common::kLabDetectionKinds> g_LabScanData{};
 
-void ResetDetectionCounters() {
+void common::ResetDetectionCounters() {
     g_iCleanFileSeqCnt = 0;
     g_iCntLabViruses = 0;
 }

@@ -38,12 +38,18 @@ extern char g_szStrTime[100];  ///< "Start Time : %H:%M:%S\r\n"
 extern char g_szEndTime[100];  ///< "End Time :  %H:%M:%S\r\n"
 extern double g_dDiffTime;     ///< seconds between the two
 
+namespace common {
+
 /// Zeroes the six counters.
 void ResetRunCounters();
+
+}  // namespace common
 
 /// Clean files seen since the run started, -1 once a detection has been reported. 0 when a run is
 /// started. Scan thread.
 extern std::atomic<std::int32_t> g_iCleanFileSeqCnt;
+
+namespace common {
 
 /// One kind of detection, as it is told apart in a run.
 struct LabDetectionKind {
@@ -54,13 +60,19 @@ struct LabDetectionKind {
 /// How many kinds a run records. With the last of them the scan turns the lab scan flag on.
 inline constexpr std::int32_t kLabDetectionKinds = 10;
 
+}  // namespace common
+
 /// The distinct kinds of detection reported in this run, and how many there are; none when a run is
 /// started. Scan thread.
 extern std::atomic<std::int32_t> g_iCntLabViruses;
-extern std::array<LabDetectionKind, kLabDetectionKinds> g_LabScanData;
+extern std::array<common::LabDetectionKind, common::kLabDetectionKinds> g_LabScanData;
+
+namespace common {
 
 /// Zeroes the two counts of the detections that are told apart.
 void ResetDetectionCounters();
+
+}  // namespace common
 
 /// Woken when the user has answered: what a scan waits on for the user.
 extern std::condition_variable g_waitForPrompt;

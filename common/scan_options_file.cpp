@@ -6,6 +6,8 @@
 #include "common/log.h"
 #include "common/paths.h"
 
+namespace common {
+
 namespace {
 
 std::string ScanOptionsPath() {
@@ -52,3 +54,5 @@ FileOutcome WriteScanOptionsFile(const tagSCNOPTS& options) {
     ShareWithEveryone(path.c_str());
     return written ? FileOutcome::kDone : FileOutcome::kFailed;
 }
+
+}  // namespace common

@@ -6,6 +6,8 @@
 // The scanner settings file: "zqscn.opt" in the application directory, three bytes. GUI thread
 // only.
 
+namespace common {
+
 /// Fills `options` from the file, which is made with the defaults when it is missing; a short file
 /// leaves the defaults in what it does not hold. True, but false for a null record.
 bool LoadScanOptionsFile(tagSCNOPTS* options);
@@ -15,3 +17,5 @@ FileOutcome ReadScanOptionsFile(tagSCNOPTS& options);
 
 /// Writes the record over the start of the file. Never makes the file.
 FileOutcome WriteScanOptionsFile(const tagSCNOPTS& options);
+
+}  // namespace common

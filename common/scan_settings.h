@@ -43,5 +43,9 @@ static_assert(sizeof(tagMYSCNOPTS) == 3);
 static_assert(offsetof(tagMYSCNOPTS, choice) == 0);
 static_assert(offsetof(tagMYSCNOPTS, applyToAll) == 2);
 
+namespace common {
+
 inline constexpr tagSCNOPTS kDefaultScanSettings{kActionRepairOrDelete,
                                                  kScanArchives | kScanAdware | kScanPacked};
+
+}  // namespace common

@@ -38,7 +38,7 @@ std::string_view WordOf(int operation) {
 
 }  // namespace
 
-std::string ServiceScript(std::string_view name) {
+std::string common::ServiceScript(std::string_view name) {
     if (name.empty() || name == "." || name == ".." || name.find('/') != std::string_view::npos) {
         return {};  // it would lead elsewhere
     }
@@ -55,7 +55,7 @@ int HandleService(const char* name, int operation, unsigned int* error) {
     if (name == nullptr || error == nullptr) {
         return 0;
     }
-    const std::string script = ServiceScript(name);
+    const std::string script = common::ServiceScript(name);
     if (script.empty()) {
         *error = kServiceMissing;
         return 0;

@@ -17,9 +17,13 @@ enum ServiceError : unsigned int {
     kServiceUnknownOperation = 121,
 };
 
+namespace common {
+
 /// The path of the script of the service `name`: in "/etc/init.d/rc.d/" when it is there, else in
 /// "/etc/init.d/". Empty when there is none, and for a name that is no file name. Any thread.
 std::string ServiceScript(std::string_view name);
+
+}  // namespace common
 
 /// Runs the script of the service `name`, from "/etc/init.d/rc.d/" or else "/etc/init.d/", through
 /// the shell with the word of `operation`, and waits for it.

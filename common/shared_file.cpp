@@ -6,6 +6,8 @@
 
 #include "common/regular_file.h"
 
+namespace common {
+
 namespace {
 
 // How often the file may vanish and come back between two attempts before we give up.
@@ -32,3 +34,5 @@ FileDescriptor OpenSharedFile(const char* path, int flags, mode_t mode) {
     }
     return {};
 }
+
+}  // namespace common

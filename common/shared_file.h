@@ -4,6 +4,8 @@
 
 #include "common/file_descriptor.h"
 
+namespace common {
+
 /// Opens, or creates with `mode` whatever the umask, a file under a name that others can foresee in
 /// a folder that others can write to, as a lock or a log in "/tmp" is.
 ///
@@ -14,3 +16,5 @@
 ///
 /// Not open on failure, with the reason in errno. Any thread.
 FileDescriptor OpenSharedFile(const char* path, int flags, mode_t mode);
+
+}  // namespace common

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace common {
+
 bool CopyToUnterminatedField(std::span<char> field, std::string_view text) {
     const std::size_t length = std::min(field.size(), text.size());
     const auto end = std::copy_n(text.begin(), length, field.begin());
@@ -21,3 +23,5 @@ std::string_view FieldText(std::span<const char> field) {
     const auto end = std::find(field.begin(), field.end(), '\0');
     return {field.data(), static_cast<std::size_t>(end - field.begin())};
 }
+
+}  // namespace common

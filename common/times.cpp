@@ -22,7 +22,7 @@ void Fill(const std::tm& parts, long nanoseconds, tagSYSTEMTIME* time) {
 
 }  // namespace
 
-std::tm LocalTm(std::time_t seconds) {
+std::tm common::LocalTm(std::time_t seconds) {
     // Unlike localtime(), localtime_r() does not look for a change of the time zone by itself.
     tzset();
     std::tm parts{};
@@ -30,7 +30,7 @@ std::tm LocalTm(std::time_t seconds) {
     return parts;
 }
 
-std::string FormatTime(const char* format, const std::tm& time) {
+std::string common::FormatTime(const char* format, const std::tm& time) {
     // Fixed English whatever the locale of the user: other readers of the files parse these texts.
     static const locale_t english = newlocale(LC_ALL_MASK, "C", nullptr);
     std::array<char, 1024> text{};
@@ -53,14 +53,14 @@ void GetLocalTime(tagSYSTEMTIME* time) {
         return;
     }
     const timespec now = Now();
-    Fill(LocalTm(now.tv_sec), now.tv_nsec, time);
+    Fill(common::LocalTm(now.tv_sec), now.tv_nsec, time);
 }
 
 void GetLocalTimeFromTM(std::time_t seconds, tagSYSTEMTIME* time) {
     if (time == nullptr) {
         return;
     }
-    Fill(LocalTm(seconds), 0, time);
+    Fill(common::LocalTm(seconds), 0, time);
     // Sunday is 1 here and 0 in GetUTCTime and GetLocalTime: stored records rely on it.
     ++time->dayOfWeek;
 }

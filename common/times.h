@@ -24,9 +24,13 @@ void SystemTimeToTm(const tagSYSTEMTIME* time, std::tm* out);
 /// The reverse; milliseconds become 0.
 void TmToSystemTime(const std::tm* time, tagSYSTEMTIME* out);
 
+namespace common {
+
 /// Local time of an instant, in seconds since 1970, in the time zone of this moment.
 std::tm LocalTm(std::time_t seconds);
 
 /// `time` as strftime writes it in the C locale: English whatever language the user speaks. Empty
 /// when it would be longer than 1,023 bytes.
 std::string FormatTime(const char* format, const std::tm& time);
+
+}  // namespace common

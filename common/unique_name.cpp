@@ -57,7 +57,7 @@ int GetUniqueFileName(const char* directory, const char* prefix, const char* ext
         }
         switch (StateOf(folder + name)) {
             case NameState::kFree:
-                CopyToField({output, kNameSize}, name);
+                common::CopyToField({output, kNameSize}, name);
                 return 1;
             case NameState::kUnusable:
                 return 0;

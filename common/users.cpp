@@ -27,7 +27,7 @@ constexpr std::size_t kMaxUserRecord = std::size_t{1} << 20;
 // The real user id in the "Uid:" line of a process's status, whose first number it is.
 std::optional<uid_t> RealUserOfProcess(int processId) {
     const std::string path = "/proc/" + std::to_string(processId) + "/status";
-    const FileStream status(std::fopen(path.c_str(), "re"));
+    const common::FileStream status(std::fopen(path.c_str(), "re"));
     if (status == nullptr) {
         return std::nullopt;
     }
@@ -53,7 +53,7 @@ std::optional<uid_t> RealUserOfProcess(int processId) {
 
 }  // namespace
 
-std::optional<std::string> UserName(uid_t uid) {
+std::optional<std::string> common::UserName(uid_t uid) {
     std::vector<char> strings(1024);
     passwd record{};
     passwd* found = nullptr;
@@ -72,31 +72,31 @@ std::optional<std::string> UserName(uid_t uid) {
 }
 
 int IsRootPrivileges() {
-    return UserName(::getuid()) == "root" ? 1 : 0;
+    return common::UserName(::getuid()) == "root" ? 1 : 0;
 }
 
 int GetLoggedInUsername(char* buffer, std::size_t size) {
     if (buffer == nullptr) {
         return 0;
     }
-    const FileDescriptor records =
+    const common::FileDescriptor records =
         common::OpenRegularFile("/var/run/utmp", O_RDONLY, common::Links::kFollow);
     if (!records) {
         return 0;
     }
     utmp record{};
     for (;;) {
-        const std::ptrdiff_t got = ReadFull(records.Get(), BytesOf(record));
+        const std::ptrdiff_t got = common::ReadFull(records.Get(), common::BytesOf(record));
         if (got < 0) {
             return 0;
         }
         if (static_cast<std::size_t>(got) < sizeof record) {
             return 1;
         }
-        const std::string_view user = FieldText(record.ut_user);
-        const std::string_view line = FieldText(record.ut_line);
+        const std::string_view user = common::FieldText(record.ut_user);
+        const std::string_view line = common::FieldText(record.ut_line);
         if (!user.empty() && !line.empty() && !line.starts_with('~')) {
-            CopyToField({buffer, size}, user);
+            common::CopyToField({buffer, size}, user);
             return 1;
         }
     }
@@ -110,10 +110,10 @@ int ProcessIdToUsername(int processId, char* buffer, std::size_t size) {
     if (!uid) {
         return 0;
     }
-    const std::optional<std::string> name = UserName(*uid);
+    const std::optional<std::string> name = common::UserName(*uid);
     if (!name) {
         return 0;
     }
-    CopyToField({buffer, size}, *name);
+    common::CopyToField({buffer, size}, *name);
     return 1;
 }

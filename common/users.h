@@ -7,8 +7,12 @@
 
 // Any thread.
 
+namespace common {
+
 /// The login name of a user; none when there is no such user.
 std::optional<std::string> UserName(uid_t uid);
+
+}  // namespace common
 
 /// 1 when the name of the real user is "root", else 0.
 int IsRootPrivileges();

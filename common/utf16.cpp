@@ -3,6 +3,8 @@
 #include <cwchar>
 #include <locale>
 
+namespace common {
+
 namespace {
 
 // The standard library's conversion between UTF-8 and UTF-16; the classic locale owns it.
@@ -115,3 +117,5 @@ std::string BytesFromUtf16(std::u16string_view units) {
     }
     return out;
 }
+
+}  // namespace common

@@ -1,5 +1,7 @@
 #include "common/utf8.h"
 
+namespace common {
+
 namespace {
 
 unsigned char ByteAt(std::string_view text, std::size_t index) {
@@ -51,3 +53,5 @@ DecodedCharacter DecodeUtf8(std::string_view text) {
     }
     return IsInRange(character, length) ? DecodedCharacter{character, length, true} : malformed;
 }
+
+}  // namespace common

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <string_view>
 
+namespace common {
+
 /// How many bytes the UTF-8 character has that begins with the byte `first`: 1 to 4; 0 when none
 /// begins so, as with a continuation byte, and with those that would only begin an overlong form or
 /// one above U+10FFFF. Whether the bytes that follow fit is not looked at. Any thread.
@@ -17,3 +19,5 @@ struct DecodedCharacter {
 
 /// Decodes the first character of `text`, which is not empty. Any thread.
 DecodedCharacter DecodeUtf8(std::string_view text);
+
+}  // namespace common

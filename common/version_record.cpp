@@ -13,10 +13,11 @@ bool ReadRecord(const char* name, tagZQVERINFO& info) {
     if (!path) {
         return false;
     }
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFile(path->c_str(), O_RDONLY, common::Links::kFollow);
     tagZQVERINFO record{};
-    if (!file || ReadFull(file.Get(), BytesOf(record)) != std::ptrdiff_t{sizeof record}) {
+    if (!file ||
+        common::ReadFull(file.Get(), common::BytesOf(record)) != std::ptrdiff_t{sizeof record}) {
         return false;
     }
     info = record;
@@ -26,8 +27,8 @@ bool ReadRecord(const char* name, tagZQVERINFO& info) {
 }  // namespace
 
 int GetVDBInfo(tagZQVERINFO* info) {
-    return info != nullptr &&
-                   (ReadRecord(kInstalledVersionFile, *info) || ReadRecord(kVersionFileName, *info))
+    return info != nullptr && (ReadRecord(common::kInstalledVersionFile, *info) ||
+                               ReadRecord(common::kVersionFileName, *info))
                ? 1
                : 0;
 }

@@ -6,6 +6,8 @@
 
 #include "common/times.h"
 
+namespace common {
+
 VersionTexts TextsOf(const tagZQVERINFO& version) {
     std::array<char, 32> number{};
     (void)std::snprintf(number.data(), number.size(), "  %u.%02u", unsigned{version.major},
@@ -14,3 +16,5 @@ VersionTexts TextsOf(const tagZQVERINFO& version) {
     SystemTimeToTm(&version.databaseDate, &date);
     return {number.data(), FormatTime("  %d %B %Y", date), FormatTime(" [%T]", date)};
 }
+
+}  // namespace common

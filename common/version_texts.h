@@ -4,6 +4,8 @@
 
 #include "abi/system_time.h"
 
+namespace common {
+
 /// A version record as reports and pages show it, English whatever language the user speaks.
 struct VersionTexts {
     std::string version;  ///< "  17.05"
@@ -13,3 +15,5 @@ struct VersionTexts {
 
 /// Any thread.
 VersionTexts TextsOf(const tagZQVERINFO& version);
+
+}  // namespace common

@@ -66,7 +66,7 @@ void dlgReport::AddShortcuts() {
 void dlgReport::init() {
     m_printer = std::make_unique<QPrinter>();
     // The page has looked at the index's count; the steps go by the records themselves.
-    if (auto listed = ListReports(m_kind, IndexCount::kIgnored)) {
+    if (auto listed = reports::ListReports(m_kind, reports::IndexCount::kIgnored)) {
         m_reports = std::move(*listed);
         FindCurrentReport();
     } else if (m_kind != kScheduledReports) {
@@ -87,7 +87,7 @@ void dlgReport::destroy() {
 // same.
 void dlgReport::FindCurrentReport() {
     const auto found = std::find_if(m_reports.begin(), m_reports.end(), [](const auto& listing) {
-        return listing.report == FieldText(g_szRptName);
+        return listing.report == common::FieldText(g_szRptName);
     });
     m_current = found == m_reports.end() ? -1 : found - m_reports.begin();
 }
@@ -103,7 +103,7 @@ void dlgReport::ShowStepsPossible() {
 }
 
 bool dlgReport::DisplayReport() {
-    auto text = ReadReportText(std::string(FieldText(g_szRptPath)));
+    auto text = reports::ReadReportText(std::string(common::FieldText(g_szRptPath)));
     if (!text) {
         ShowCritical(this, "Corvane Scan", tr("Unable to open report file"));
         return false;
@@ -115,7 +115,7 @@ bool dlgReport::DisplayReport() {
 }
 
 void dlgReport::ShowName() {
-    const std::string_view path = FieldText(g_szRptPath);
+    const std::string_view path = common::FieldText(g_szRptPath);
     m_ui->lblReport->setText(DisplayName(path.substr(path.rfind('/') + 1)));
     m_ui->lblReport->setToolTip(PlainToolTip(DisplayName(path)));
 }
@@ -133,7 +133,7 @@ void dlgReport::Step(int direction) {
     while (CanStep(direction)) {
         m_current += direction;
         ShowStepsPossible();
-        SetCurrentReport(m_kind, m_reports[static_cast<std::size_t>(m_current)].report);
+        reports::SetCurrentReport(m_kind, m_reports[static_cast<std::size_t>(m_current)].report);
         if (DisplayReport()) {
             return;
         }
@@ -199,16 +199,16 @@ void dlgReport::OnSavAsClick() {
 
 bool dlgReport::SaveReport(const QString& fileName) {
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-    const SaveOutcome outcome =
-        SaveCopy(QFile::encodeName(fileName).toStdString(), m_ui->edtViewRpt->Report().Bytes());
+    const reports::SaveOutcome outcome = reports::SaveCopy(
+        QFile::encodeName(fileName).toStdString(), m_ui->edtViewRpt->Report().Bytes());
     QGuiApplication::restoreOverrideCursor();
-    if (outcome.kind == SaveOutcome::kSaved) {
+    if (outcome.kind == reports::SaveOutcome::kSaved) {
         return true;
     }
-    QString reason = outcome.kind == SaveOutcome::kNotRegular
+    QString reason = outcome.kind == reports::SaveOutcome::kNotRegular
                          ? tr("It is not a file that can hold a text.")
                          : qt_error_string(outcome.error);
-    if (outcome.kind == SaveOutcome::kLostOldBytes) {
+    if (outcome.kind == reports::SaveOutcome::kLostOldBytes) {
         reason += '\n' + tr("What the file held before is lost.");
     }
     ShowCritical(this, "Corvane",

@@ -55,6 +55,6 @@ private:
     FindBar* m_findBar = nullptr;  // owned by the layout
     std::unique_ptr<QPrinter> m_printer;
     ReportKind m_kind;
-    std::vector<ReportListing> m_reports;
+    std::vector<reports::ReportListing> m_reports;
     std::ptrdiff_t m_current = -1;  // place of the shown report in m_reports, -1 when not listed
 };

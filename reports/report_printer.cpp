@@ -179,10 +179,10 @@ bool HandOver(const QString& printed, const QString& target) {
         return false;
     }
     const uchar* bytes = file.map(0, file.size());
-    return bytes != nullptr &&
-           SaveCopy(QFile::encodeName(target).toStdString(),
-                    {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(file.size())})
-                   .kind == SaveOutcome::kSaved;
+    return bytes != nullptr && reports::SaveCopy(QFile::encodeName(target).toStdString(),
+                                                 {reinterpret_cast<const char*>(bytes),
+                                                  static_cast<std::size_t>(file.size())})
+                                       .kind == reports::SaveOutcome::kSaved;
 }
 
 // Whether there is any sense in laying out a report for this file, which may take minutes.

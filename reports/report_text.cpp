@@ -38,7 +38,7 @@ Character FirstCharacter(std::string_view bytes) {
     if (first < 0x80) {
         return {first, 1};
     }
-    const std::size_t length = AnnouncedUtf8Length(first);
+    const std::size_t length = common::AnnouncedUtf8Length(first);
     if (length == 0 || length > bytes.size()) {
         return {kReplacement, 1};
     }

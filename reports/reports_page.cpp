@@ -80,7 +80,7 @@ void ReportsPage::Fill() {
     list->clear();
     list->setSortingEnabled(false);  // rows stay in the order of the index
     m_ui->lblHint->hide();
-    const auto reports = ListReports(CurrentKind(), IndexCount::kNoneMeansEmpty);
+    const auto reports = reports::ListReports(CurrentKind(), reports::IndexCount::kNoneMeansEmpty);
     m_isReadable = reports.has_value();
     if (!reports) {
         EnableButtons();
@@ -93,7 +93,7 @@ void ReportsPage::Fill() {
     }
     QList<QTreeWidgetItem*> rows;
     rows.reserve(static_cast<qsizetype>(reports->size()));
-    for (const ReportListing& report : *reports) {
+    for (const reports::ReportListing& report : *reports) {
         auto* row = new QTreeWidgetItem;
         SetColumn(row, kFinished, report.finished);
         SetColumn(row, kSubject, report.subject);
@@ -145,7 +145,7 @@ void ReportsPage::ShowRow(const QTreeWidgetItem* row) {
         SayNothingIsSelected();
         return;
     }
-    SetCurrentReport(CurrentKind(), ColumnBytes(row, kReport));
+    reports::SetCurrentReport(CurrentKind(), ColumnBytes(row, kReport));
     dlgReport(this).exec();
 }
 
@@ -163,7 +163,7 @@ void ReportsPage::DeleteSelected() {
         delete row;
     } else {
         SelectNeighbour(row);
-        if (const auto path = ReportPath(CurrentKind(), ColumnBytes(row, kReport))) {
+        if (const auto path = reports::ReportPath(CurrentKind(), ColumnBytes(row, kReport))) {
             unlink(path->c_str());
         }
         delete row;
@@ -174,8 +174,8 @@ void ReportsPage::DeleteSelected() {
 
 bool ReportsPage::DeleteScheduledReport(const QTreeWidgetItem* row) {
     unsigned int err = kIndexOk;
-    if (DeleteReportForFile(kScheduledIndexKind, ColumnBytes(row, kReport).c_str(), getuid(),
-                            &err)) {
+    if (DeleteReportForFile(reports::kScheduledIndexKind, ColumnBytes(row, kReport).c_str(),
+                            getuid(), &err)) {
         return true;
     }
     ShowWarning(this, tr("Schedule Scan"), tr("Error in report delete."));
@@ -190,11 +190,11 @@ void ReportsPage::RewriteIndex() {
     std::vector<tagScanIndexEntry> entries(static_cast<std::size_t>(list->topLevelItemCount()));
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const QTreeWidgetItem* row = list->topLevelItem(static_cast<int>(i));
-        CopyToUnterminatedField(entries[i].finished, ColumnBytes(row, kFinished));
-        CopyToUnterminatedField(entries[i].subject, ColumnBytes(row, kSubject));
-        CopyToUnterminatedField(entries[i].reportName, ColumnBytes(row, kReport));
+        common::CopyToUnterminatedField(entries[i].finished, ColumnBytes(row, kFinished));
+        common::CopyToUnterminatedField(entries[i].subject, ColumnBytes(row, kSubject));
+        common::CopyToUnterminatedField(entries[i].reportName, ColumnBytes(row, kReport));
     }
-    if (!RewriteReportIndex(ReportIndexPath(CurrentKind()).c_str(), entries)) {
+    if (!reports::RewriteReportIndex(reports::ReportIndexPath(CurrentKind()).c_str(), entries)) {
         ShowCritical(this, "Corvane",
                      tr("Unable to open Report File. \n Close all the application and try again"));
     }

@@ -6,7 +6,7 @@ class QDialog;
 
 /// The program's engine for the scan of one progress dialog, which the engine is given as the
 /// context of its callbacks.
-class DialogEngine : public ScanEngine {
+class DialogEngine : public scan::ScanEngine {
 public:
     explicit DialogEngine(QDialog* dialog) : m_dialog(dialog) {}
 

@@ -31,7 +31,7 @@ constexpr int kShowInterval = 33;     // milliseconds: some thirty pictures a se
 constexpr int kEndPollInterval = 10;  // milliseconds
 
 std::string FileNameOf(const ZqEvent& event) {
-    return std::string(FieldText(event.Info().fileName));
+    return std::string(common::FieldText(event.Info().fileName));
 }
 
 /// What waits to be drawn. Not what the user did: a second click of the button that started the
@@ -114,7 +114,7 @@ int dlgScnPrgrs::myexec() {
     m_ui->btnStop->setEnabled(true);
     m_ui->btnStop->setFocus();
     Run().ForgetTotal();
-    m_view.ResetBar(kUnknownTotal);
+    m_view.ResetBar(scan::kUnknownTotal);
     m_view.Show();
     m_thread = std::make_unique<ScanThrd>(Run());
     m_running = true;
@@ -150,7 +150,7 @@ void dlgScnPrgrs::EndThread() {
     if (m_thread->isRunning()) {
         // Nobody wants to wait now for the virus log that a dead process keeps locked; while a stop
         // is only asked for, the record of what was done still matters.
-        EndMutexWaits();
+        common::EndMutexWaits();
         Run().Abandon();
     }
     // Its last steps belong into the report, and so does the summary.
@@ -259,7 +259,7 @@ void dlgScnPrgrs::ShowScanFinished(bool wasStopped) {
 
 void dlgScnPrgrs::ShowInfected(const ZqEvent& event, std::uint32_t count) {
     m_view.SetPath(ProgressView::kLastInfected, FileNameOf(event).c_str(), kLastInfectedWidth);
-    m_view.SetText(ProgressView::kLastVirus, FieldText(event.Info().virusName));
+    m_view.SetText(ProgressView::kLastVirus, common::FieldText(event.Info().virusName));
     m_view.SetCount(ProgressView::kInfected, count);
 }
 

@@ -44,10 +44,10 @@ void dlgVirFnd::init() {
     const bool isItem = g_scnActn >= kFirstItem && g_scnActn <= kLastItem;
     m_ui->actionCombo->setCurrentIndex(isItem ? g_scnActn : kPresetItem);
     if (g_zqFileInfo != nullptr) {
-        const std::string fileName(FieldText(g_zqFileInfo->fileName));
+        const std::string fileName(common::FieldText(g_zqFileInfo->fileName));
         m_ui->fileNameLabel->SetName(ShortDisplayPath(fileName.c_str(), kFileNameWidth),
                                      DisplayName(fileName));
-        const QString virusName = DisplayName(FieldText(g_zqFileInfo->virusName));
+        const QString virusName = DisplayName(common::FieldText(g_zqFileInfo->virusName));
         m_ui->virusNameLabel->SetName(virusName, virusName);
     }
 }

@@ -7,6 +7,6 @@ int ZqCallBack(const tagZQFILEINFO* info, void* context) noexcept {
     if (info == nullptr || context == nullptr) {
         return kReplyGoOn;
     }
-    const RunInUse use(context);
+    const scan::RunInUse use(context);
     return use.Get() != nullptr ? use.Get()->Reply(*info) : kReplyStop;
 }

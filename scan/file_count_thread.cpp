@@ -4,7 +4,7 @@
 #include "scan/run/file_count.h"
 
 std::uint32_t GetFileCount(const char* directory) {
-    return CountFiles(directory, StopCount, g_totalfilestoscan);
+    return scan::CountFiles(directory, StopCount, g_totalfilestoscan);
 }
 
 void FileCountThrd::Join() {

@@ -12,10 +12,10 @@
 std::uint32_t GetFileCount(const char* directory);
 
 /// Counts the files of a scan beside it, for the progress bar.
-class FileCountThrd : public QThread, public CountingThread {
+class FileCountThrd : public QThread, public scan::CountingThread {
 public:
     /// The run outlives the thread.
-    explicit FileCountThrd(ScanRun& run) : m_run(run) {}
+    explicit FileCountThrd(scan::ScanRun& run) : m_run(run) {}
 
     void Start() override { start(); }
     void Join() override;
@@ -24,7 +24,7 @@ protected:
     void run() override;
 
 private:
-    ScanRun& m_run;
+    scan::ScanRun& m_run;
     // QThread::wait() orders memory too, but where the thread sanitizer cannot see it.
     std::atomic<bool> m_ended{false};
 };

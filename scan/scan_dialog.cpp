@@ -7,7 +7,7 @@ ScanDialog::~ScanDialog() {
     m_run.Abandon();  // should the engine still be at a file of it
 }
 
-void ScanDialog::Tell(const ScanStep& step) {
+void ScanDialog::Tell(const scan::ScanStep& step) {
     if (step.info != nullptr) {
         PostZqEvent(this, step.type, step.info);
     } else {
@@ -15,6 +15,6 @@ void ScanDialog::Tell(const ScanStep& step) {
     }
 }
 
-void ScanDialog::Ask(const ScanStep& question) {
+void ScanDialog::Ask(const scan::ScanStep& question) {
     Tell(question);
 }

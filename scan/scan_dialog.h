@@ -7,23 +7,23 @@
 
 /// One scan and its way into a window: what the scan tells on its threads becomes events on the GUI
 /// thread. It travels through the engine as the `void*` of its `QDialog*`.
-class ScanDialog : public EventDialog, private ScanListener {
+class ScanDialog : public EventDialog, private scan::ScanListener {
 public:
     using EventDialog::EventDialog;
     ~ScanDialog() override;
 
     /// The scan that is shown here.
-    [[nodiscard]] ScanRun& Run() { return m_run; }
+    [[nodiscard]] scan::ScanRun& Run() { return m_run; }
 
 private:
-    void Tell(const ScanStep& step) override;
-    void Ask(const ScanStep& question) override;
+    void Tell(const scan::ScanStep& step) override;
+    void Ask(const scan::ScanStep& question) override;
 
     DialogEngine m_engine{this};
-    ScanRun m_run{*this, m_engine};
-    LiveRun m_live{static_cast<QDialog*>(this), m_run};
+    scan::ScanRun m_run{*this, m_engine};
+    scan::LiveRun m_live{static_cast<QDialog*>(this), m_run};
 
 public:
     /// The scan's, set for as long as somebody wants it to end, and after it. Any thread.
-    StopFlag& m_stop = m_run.Stop();
+    scan::StopFlag& m_stop = m_run.Stop();
 };

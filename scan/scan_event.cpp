@@ -27,6 +27,6 @@ const ZqEvent* AsScanEvent(const QEvent* event) {
     return AsZqEvent(event, kEvtScanningFile, kEvtFillBar);
 }
 
-ScanStep StepOf(const ZqEvent& event) {
+scan::ScanStep StepOf(const ZqEvent& event) {
     return {static_cast<ZQEvent>(event.type()), event.Text(), event.Record()};
 }

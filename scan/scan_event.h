@@ -15,4 +15,4 @@ void PostZqEvent(ScanDialog* dialog, ZQEvent type, const char* text = nullptr);
 const ZqEvent* AsScanEvent(const QEvent* event);
 
 /// The step that such an event tells of, valid as long as the event.
-ScanStep StepOf(const ZqEvent& event);
+scan::ScanStep StepOf(const ZqEvent& event);

@@ -6,7 +6,9 @@
 #include <QThread>
 
 class QDialog;
+namespace scan {
 class ScanRun;
+}  // namespace scan
 
 /// Hands one file, named by bytes, to the engine and tells the scan of `dialog`, which is a
 /// ScanDialog. A null path does nothing. Scan thread.
@@ -21,7 +23,7 @@ std::uint32_t ScanDirectory(char* directory, QDialog* dialog);
 class ScanThrd : public QThread {
 public:
     /// The run outlives the thread.
-    explicit ScanThrd(ScanRun& run) : m_run(run) {}
+    explicit ScanThrd(scan::ScanRun& run) : m_run(run) {}
 
     /// Waits until the thread has ended.
     void Join();
@@ -30,7 +32,7 @@ protected:
     void run() override;
 
 private:
-    ScanRun& m_run;
+    scan::ScanRun& m_run;
     // QThread::wait() orders memory too, but where the thread sanitizer cannot see it.
     std::atomic<bool> m_ended{false};
 };

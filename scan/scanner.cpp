@@ -15,7 +15,7 @@ std::int16_t Scanner::m_shAction = 0;
 
 namespace {
 
-EngineLibrary engine;
+scan::EngineLibrary engine;
 
 }  // namespace
 
@@ -27,12 +27,12 @@ int Scanner::InitScan(const tagSCNOPTS* settings) {
     if (settings == nullptr) {
         return 0;
     }
-    const std::string_view applicationDirectory = FieldText(g_szAppPath);
+    const std::string_view applicationDirectory = common::FieldText(g_szAppPath);
     if (!engine.Load(common::InProgramDirectory(kScanApiLibrary).c_str())) {
         return 0;
     }
     m_shAction = static_cast<std::int16_t>(settings->action);
-    if (!BuildEngineOptions(m_ScanOptns, *settings, applicationDirectory)) {
+    if (!scan::BuildEngineOptions(m_ScanOptns, *settings, applicationDirectory)) {
         engine.Free();
         return 0;
     }
@@ -43,7 +43,7 @@ int Scanner::SetScanOptions(const tagSCNOPTS* settings) {
     if (settings == nullptr) {
         return 0;
     }
-    RefreshEngineOptions(m_ScanOptns, *settings);
+    scan::RefreshEngineOptions(m_ScanOptns, *settings);
     m_shAction = static_cast<std::int16_t>(settings->action);
     engine.SetOptions(m_ScanOptns);
     return 1;
@@ -64,7 +64,8 @@ Scanner::~Scanner() {
 }
 
 int Scanner::Open(const char* name) {
-    return name != nullptr && CopyToField(m_fileName, name) && engine.Open(m_fileName, m_handle)
+    return name != nullptr && common::CopyToField(m_fileName, name) &&
+                   engine.Open(m_fileName, m_handle)
                ? 1
                : 0;
 }

@@ -38,14 +38,14 @@ QString DefinitionsStatus::Day(QDate date) {
 }
 
 QString DefinitionsStatus::LastUpdate() {
-    const auto reports = ListReports(kUpdateReports, IndexCount::kNoneMeansEmpty);
+    const auto reports = reports::ListReports(kUpdateReports, reports::IndexCount::kNoneMeansEmpty);
     if (!reports) {
         return tr("Last update: not known");
     }
     if (reports->empty()) {
         return tr("Last update: none yet");
     }
-    const ReportListing& last = reports->back();
+    const reports::ReportListing& last = reports->back();
     return tr("Last update: %1, %2").arg(When(last.finished), Result(last.subject));
 }
 

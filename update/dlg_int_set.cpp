@@ -26,7 +26,7 @@ constexpr int kPasswordCharacters = 50;
 std::string_view Fitting(std::string_view text, std::size_t size) {
     std::size_t end = 0;
     while (end < text.size()) {
-        const std::size_t next = end + DecodeUtf8(text.substr(end)).length;
+        const std::size_t next = end + common::DecodeUtf8(text.substr(end)).length;
         if (next >= size) {
             break;
         }
@@ -72,15 +72,15 @@ void dlgIntSet::init() {
 }
 
 void dlgIntSet::LoadInetOptions() {
-    m_loaded = LoadInternetSettings();
+    m_loaded = update::LoadInternetSettings();
     m_ui->chkAuthentication->setChecked(m_loaded.authenticate != 0);
     OnAuthenticationChked(m_ui->chkAuthentication->isChecked());
     m_ui->chkUseProxy->setChecked(m_loaded.useProxy != 0);
     OnInternetConnChkd(m_ui->chkUseProxy->isChecked());
-    ShowBytes(*m_ui->edtServer, FieldText(m_loaded.server));
+    ShowBytes(*m_ui->edtServer, common::FieldText(m_loaded.server));
     m_ui->edtPort->setText(m_loaded.port == 0 ? QString() : QString::number(m_loaded.port));
-    ShowBytes(*m_ui->edtUser, FieldText(m_loaded.user));
-    ShowBytes(*m_ui->edtPassword, FieldText(m_loaded.password));
+    ShowBytes(*m_ui->edtUser, common::FieldText(m_loaded.user));
+    ShowBytes(*m_ui->edtPassword, common::FieldText(m_loaded.password));
 }
 
 void dlgIntSet::OnInternetConnChkd(bool on) {
@@ -108,7 +108,7 @@ bool dlgIntSet::IsValid() const {
         return false;
     }
     // Half a user's name is nobody's: one that does not fit is no valid one either.
-    const std::string user = EditedBytes(*m_ui->edtUser, FieldText(m_loaded.user));
+    const std::string user = EditedBytes(*m_ui->edtUser, common::FieldText(m_loaded.user));
     return !m_ui->chkAuthentication->isChecked() ||
            (!user.empty() && user.size() < sizeof m_loaded.user);
 }
@@ -119,14 +119,16 @@ tagZQINETCONFIG dlgIntSet::Record() const {
         return settings;
     }
     settings.useProxy = 1;
-    CopyToField(settings.server, Fitting(EditedBytes(*m_ui->edtServer, FieldText(m_loaded.server)),
-                                         sizeof settings.server));
+    common::CopyToField(settings.server,
+                        Fitting(EditedBytes(*m_ui->edtServer, common::FieldText(m_loaded.server)),
+                                sizeof settings.server));
     settings.port = static_cast<std::uint16_t>(m_ui->edtPort->text().toUInt());
     if (m_ui->chkAuthentication->isChecked()) {
         settings.authenticate = 1;
-        CopyToField(settings.user, EditedBytes(*m_ui->edtUser, FieldText(m_loaded.user)));
-        CopyToField(settings.password,
-                    EditedBytes(*m_ui->edtPassword, FieldText(m_loaded.password)));
+        common::CopyToField(settings.user,
+                            EditedBytes(*m_ui->edtUser, common::FieldText(m_loaded.user)));
+        common::CopyToField(settings.password,
+                            EditedBytes(*m_ui->edtPassword, common::FieldText(m_loaded.password)));
     }
     return settings;
 }
@@ -136,13 +138,13 @@ void dlgIntSet::OnOkClick() {
         ShowCritical(this, tr("Internet settings"), InvalidText());
         return;
     }
-    if (SaveInternetSettings(Record()) != FileOutcome::kDone) {
+    if (update::SaveInternetSettings(Record()) != common::FileOutcome::kDone) {
         ShowCritical(nullptr, tr("Internet settings"), tr("Bad or Missing Configuration."));
         reject();
         return;
     }
-    ResetEndpointIdentifier();
-    TellWebProtection();
+    update::ResetEndpointIdentifier();
+    update::TellWebProtection();
     accept();
 }
 
@@ -153,7 +155,7 @@ void dlgIntSet::OnTestClick() {
     }
     m_ui->btnTest->setEnabled(false);
     m_ui->lblTestResult->setText(tr("The connection is being tested..."));
-    m_test.Start(common::InProgramDirectory("corvane-update"), ConnectionRequest(Record()));
+    m_test.Start(common::InProgramDirectory("corvane-update"), update::ConnectionRequest(Record()));
 }
 
 void dlgIntSet::SayTestResult(const QString& words) {

@@ -40,7 +40,7 @@ std::string_view CutBetweenCharacters(std::string_view text, std::size_t size) {
 
 QString NameStatus(const tagUPDATEINFO& info) {
     return QString::fromLatin1(kNamePrefix.data(), kNamePrefix.size()) +
-           DisplayName(CutBetweenCharacters(FieldText(info.fileName), kMaxNameInStatus));
+           DisplayName(CutBetweenCharacters(common::FieldText(info.fileName), kMaxNameInStatus));
 }
 
 }  // namespace
@@ -72,7 +72,7 @@ int dlgUpdate::Myexec() {
     try {
         m_thread = std::make_unique<UpdThrd>(this);
     } catch (const std::bad_alloc&) {
-        LogException("dlgUpdate::Myexec()");
+        common::LogException("dlgUpdate::Myexec()");
         return -1;
     }
     connect(m_thread.get(), &QThread::finished, this, &dlgUpdate::EndIfSilent);
@@ -80,7 +80,7 @@ int dlgUpdate::Myexec() {
     m_thread->start();
     if (!m_thread->isRunning() && !m_thread->isFinished()) {
         // Nothing would ever close the dialog.
-        LogUpdateStart("In dlgUpdate::Myexec(): the thread of the update was not started");
+        update::LogUpdateStart("In dlgUpdate::Myexec(): the thread of the update was not started");
         m_thread.reset();
         return -1;
     }

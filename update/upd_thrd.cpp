@@ -19,7 +19,7 @@ void UpdThrd::Join() {
 }
 
 int UpdThrd::GetUpdateinfo(tagZQINETCONFIG* settings) {
-    return settings != nullptr && ReadUpdaterSettings(*settings) ? 1 : 0;
+    return settings != nullptr && update::ReadUpdaterSettings(*settings) ? 1 : 0;
 }
 
 void UpdThrd::run() {

@@ -5,7 +5,7 @@
 #include "common/services.h"
 
 int StartStopUpdtDaemon(bool start) {
-    const std::string script = ServiceScript("rapidupdate");
+    const std::string script = common::ServiceScript("rapidupdate");
     if (script.empty()) {
         return 0;
     }

@@ -6,17 +6,17 @@
 
 /// One update and its way into a window: what the update tells on its threads becomes events on the
 /// GUI thread. It travels through the updater as the `void*` of its `QDialog*`.
-class UpdateDialog : public EventDialog, private UpdateListener {
+class UpdateDialog : public EventDialog, private update::UpdateListener {
 public:
     using EventDialog::EventDialog;
     ~UpdateDialog() override;
 
     /// The update that is shown here.
-    [[nodiscard]] UpdateRun& Run() { return m_run; }
+    [[nodiscard]] update::UpdateRun& Run() { return m_run; }
 
 private:
     void Tell(UpdateEvent event) override;
 
-    UpdateRun m_run{*this, static_cast<QDialog*>(this)};
-    LiveUpdate m_live{static_cast<QDialog*>(this), m_run};
+    update::UpdateRun m_run{*this, static_cast<QDialog*>(this)};
+    update::LiveUpdate m_live{static_cast<QDialog*>(this), m_run};
 };

@@ -30,7 +30,7 @@ private:
 };
 
 void Log(const std::string& what) {
-    LogUpdateStart("In dlgMain::OnUpdateNowClick(): " + what);
+    update::LogUpdateStart("In dlgMain::OnUpdateNowClick(): " + what);
 }
 
 void WriteReport(const char* status) {
@@ -42,7 +42,7 @@ void WriteReport(const char* status) {
 }  // namespace
 
 void UpdateNow::Run() {
-    CaptureOldVersion();
+    reports::CaptureOldVersion();
     UpdateLock lock;
     if (!lock.Take()) {
         Log(std::string("no lock: ") + std::strerror(errno));
@@ -67,7 +67,7 @@ void UpdateNow::ActOn(std::int16_t outcome) {
             (void)std::system("pkill -SIGUSR2 websecd");  // to load the definitions anew
             ShowInformation(m_parent, title,
                             tr("Corvane Endpoint Protection is successfully updated."));
-            NotifyStatusChange(kStatusUpdateChanged);
+            update::NotifyStatusChange(kStatusUpdateChanged);
             break;
         case kUpdaterUpToDate:
             WriteReport("UP-TO-DATE");

@@ -68,7 +68,7 @@ void UpdatePage::ShowRecord(const tagUpdtOpts& options) {
     m_ui->chkBackup->setChecked(isKept);
     TakeBackup(isKept);
     if (isKept) {
-        ShowBytes(*m_ui->edtBkupFolder, FieldText(options.backupFolder));
+        ShowBytes(*m_ui->edtBkupFolder, common::FieldText(options.backupFolder));
     }
 
     const bool isInternet = (options.flags & kUpdateFromInternet) != 0;
@@ -76,13 +76,13 @@ void UpdatePage::ShowRecord(const tagUpdtOpts& options) {
     (isInternet ? m_ui->rdoInternet : isServer ? m_ui->rdoServer : m_ui->rdoPath)->setChecked(true);
     TakeCentre(isInternet || isServer);
     if (!isInternet && !isServer) {
-        ShowBytes(*m_ui->edtUpdtPath, FieldText(options.path));
+        ShowBytes(*m_ui->edtUpdtPath, common::FieldText(options.path));
     }
     NoteSettled();
 }
 
 void UpdatePage::Reload() {
-    ShowRecord(LoadUpdateOptions());
+    ShowRecord(update::LoadUpdateOptions());
 }
 
 bool UpdatePage::Apply() {
@@ -97,21 +97,21 @@ bool UpdatePage::Apply() {
         return false;
     }
     NoteSettled();
-    const FileOutcome outcome = WriteUpdateOptions(options);
-    if (outcome == FileOutcome::kNotOpened) {
+    const common::FileOutcome outcome = update::WriteUpdateOptions(options);
+    if (outcome == common::FileOutcome::kNotOpened) {
         ShowCritical(this, kUpdateTitle,
                      tr("Bad or Missing Configuration, or you do not have sufficient privileges"));
         Reload();
         return false;
     }
-    if (outcome == FileOutcome::kFailed) {
+    if (outcome == common::FileOutcome::kFailed) {
         ShowCritical(this, kUpdateTitle, tr("Bad or Missing Configuration."));
         Reload();
     } else {
         m_shown = options;
     }
     StartStopUpdtDaemon(m_ui->chkAutoUpdate->isChecked());
-    return NotifyStatusChange(kStatusUpdateChanged);
+    return update::NotifyStatusChange(kStatusUpdateChanged);
 }
 
 bool UpdatePage::TakeRecord(tagUpdtOpts& options) {
@@ -124,14 +124,14 @@ bool UpdatePage::TakeRecord(tagUpdtOpts& options) {
     } else if (m_ui->rdoServer->isChecked()) {
         options.flags |= kUpdateFromServer;
     } else if (!TakeFolder(
-                   *m_ui->edtUpdtPath, FieldText(m_shown.path), options.path,
+                   *m_ui->edtUpdtPath, common::FieldText(m_shown.path), options.path,
                    {tr("Please provide the path."), tr("Please Provide the valid path.")})) {
         return false;
     }
     if (m_ui->chkBackup->isChecked()) {
         options.flags |= kUpdateKeepBackup;
         return TakeFolder(
-            *m_ui->edtBkupFolder, FieldText(m_shown.backupFolder), options.backupFolder,
+            *m_ui->edtBkupFolder, common::FieldText(m_shown.backupFolder), options.backupFolder,
             {tr("Provide the path to store update backup."), tr("Please provide the valid path.")});
     }
     return true;
@@ -150,7 +150,7 @@ bool UpdatePage::TakeFolder(const QLineEdit& line, std::string_view shown, std::
         ShowCritical(this, kTitle, texts.invalid);
         return false;
     }
-    if (!CopyToField(field, path)) {
+    if (!common::CopyToField(field, path)) {
         ShowCritical(this, kTitle,
                      tr("The name of the folder is longer than 255 bytes. Nothing was saved."));
         return false;
@@ -225,7 +225,7 @@ void UpdatePage::OpenInternetSettings() {
 
 void UpdatePage::RefreshStatus() {
     const DefinitionsStatus::Line definitions =
-        DefinitionsStatus::Definitions(EngineVersion(), QDate::currentDate());
+        DefinitionsStatus::Definitions(common::EngineVersion(), QDate::currentDate());
     m_ui->lblDefinitions->setText(definitions.text);
     const int size = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
     m_ui->lblOldMark->setPixmap(

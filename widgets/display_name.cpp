@@ -58,12 +58,13 @@ QString Escaped(char32_t character) {
 }
 
 Piece FirstPiece(std::string_view bytes) {
-    const DecodedCharacter first = DecodeUtf8(bytes);
+    const common::DecodedCharacter first = common::DecodeUtf8(bytes);
     if (!first.isWellFormed) {
         return {first.length, HexByte(first.character)};
     }
-    return {first.length, IsMisleading(first.character) ? Escaped(first.character)
-                                                        : QString::fromUcs4(&first.character, 1)};
+    return {first.length, common::IsMisleading(first.character)
+                              ? Escaped(first.character)
+                              : QString::fromUcs4(&first.character, 1)};
 }
 
 std::vector<Piece> PiecesOf(std::string_view bytes) {

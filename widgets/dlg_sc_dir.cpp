@@ -16,7 +16,7 @@ void dlgScDir::GetPathsToScan(QTreeWidgetItem* item) {
         }
         // A ticked folder covers everything under it.
         const std::string path = fullPath(folder);
-        if (!AppendPath(g_pPLstHead, g_pPLstCurr, path.c_str())) {
+        if (!common::AppendPath(g_pPLstHead, g_pPLstCurr, path.c_str())) {
             LeaveOut(path);
         }
     }

@@ -14,8 +14,8 @@ constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
 
 // Component by component: the path may be longer than the system takes in one call, and no
 // component that has become a link since it was shown is followed.
-FileDescriptor OpenFolder(const std::string& rootDirectory, std::string_view path) {
-    FileDescriptor folder(::open(rootDirectory.c_str(), kOpenFolder));
+common::FileDescriptor OpenFolder(const std::string& rootDirectory, std::string_view path) {
+    common::FileDescriptor folder(::open(rootDirectory.c_str(), kOpenFolder));
     std::size_t position = 0;
     while (folder && position < path.size()) {
         const std::size_t end = std::min(path.find('/', position), path.size());
@@ -50,7 +50,7 @@ FolderKind KindOf(int folder, const DirectoryEntry& entry) {
 }
 
 bool HasSubfolders(int parent, const std::string& name, std::uint64_t& entriesRead) {
-    const FileDescriptor folder(::openat(parent, name.c_str(), kOpenFolder | O_NOFOLLOW));
+    const common::FileDescriptor folder(::openat(parent, name.c_str(), kOpenFolder | O_NOFOLLOW));
     DirectoryReader reader;
     reader.Start(folder.Get(), DirectoryReader::Want::kFirstFew);
     bool found = false;
@@ -72,7 +72,7 @@ FolderListing::FolderListing(std::string rootDirectory)
 
 SubfolderList FolderListing::ListSubfolders(std::string_view path) const {
     SubfolderList list;
-    const FileDescriptor folder = OpenFolder(m_rootDirectory, path);
+    const common::FileDescriptor folder = OpenFolder(m_rootDirectory, path);
     DirectoryReader reader;
     reader.Start(folder.Get(), DirectoryReader::Want::kAll);
     while (const auto entry = reader.Next()) {
@@ -93,7 +93,7 @@ SubfolderList FolderListing::ListSubfolders(std::string_view path) const {
 }
 
 bool FolderListing::HoldsFileOrLink(std::string_view path) const {
-    const FileDescriptor folder = OpenFolder(m_rootDirectory, path);
+    const common::FileDescriptor folder = OpenFolder(m_rootDirectory, path);
     DirectoryReader reader;
     reader.Start(folder.Get(), DirectoryReader::Want::kFirstFew);
     while (const auto entry = reader.Next()) {

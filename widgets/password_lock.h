@@ -25,6 +25,6 @@ public:
 private:
     bool AskWith(void* library, QWidget* parent);
 
-    LibraryHandle m_library;  // of the question under way
-    LibraryHandle m_kept;
+    common::LibraryHandle m_library;  // of the question under way
+    common::LibraryHandle m_kept;
 };

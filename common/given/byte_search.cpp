@@ -51,7 +51,7 @@ off_t SearchInFile(int fd, const unsigned char* needle, int needleLength, off_t 
     std::array<unsigned char, kBlockSize> block{};
     off_t blockOffset = start;
     for (;;) {
-        const std::ptrdiff_t got = ReadFull(fd, std::as_writable_bytes(std::span(block)));
+        const std::ptrdiff_t got = common::ReadFull(fd, std::as_writable_bytes(std::span(block)));
         if (got < 1) {
             return -1;
         }

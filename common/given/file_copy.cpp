@@ -15,8 +15,8 @@ namespace {
 constexpr std::size_t kBlockSize = 1024;
 
 struct CopyEnds {
-    FileDescriptor source;
-    FileDescriptor destination;
+    common::FileDescriptor source;
+    common::FileDescriptor destination;
 };
 
 bool IsSameFile(int a, int b) {
@@ -46,12 +46,12 @@ bool OpenEnds(const char* source, const char* destination, CopyEnds& ends) {
 bool CopyBlocks(const CopyEnds& ends) {
     std::array<std::byte, kBlockSize> block{};
     for (;;) {
-        const std::ptrdiff_t got = ReadFull(ends.source.Get(), block);
+        const std::ptrdiff_t got = common::ReadFull(ends.source.Get(), block);
         if (got < 1) {
             return true;
         }
-        if (!WriteAll(ends.destination.Get(),
-                      std::span(block).first(static_cast<std::size_t>(got)))) {
+        if (!common::WriteAll(ends.destination.Get(),
+                              std::span(block).first(static_cast<std::size_t>(got)))) {
             return false;
         }
     }

@@ -10,9 +10,9 @@ int GetOSDetail(char* buffer) {
     if (buffer == nullptr || ::uname(&system) != 0) {
         return 0;
     }
-    std::string text(FieldText(system.sysname));
+    std::string text(common::FieldText(system.sysname));
     // The cut, wrong as it is from release 10 of a branch on, is what servers know the system by.
-    text.append("-").append(FieldText(system.release).substr(0, 3));
-    CopyToField({buffer, kOsDetailSize}, text);
+    text.append("-").append(common::FieldText(system.release).substr(0, 3));
+    common::CopyToField({buffer, kOsDetailSize}, text);
     return 1;
 }

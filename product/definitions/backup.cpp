@@ -24,8 +24,8 @@ constexpr std::string_view kPrefix = "corvane-definitions-";
 constexpr std::string_view kHalfMade = ".unfinished";
 constexpr int kNamesTried = 100;
 
-FileDescriptor OpenFolder(int parent, const std::string& name) {
-    return FileDescriptor(Retrying([&] {
+common::FileDescriptor OpenFolder(int parent, const std::string& name) {
+    return common::FileDescriptor(Retrying([&] {
         return ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     }));
 }
@@ -33,7 +33,7 @@ FileDescriptor OpenFolder(int parent, const std::string& name) {
 // One of ours, whatever a user has called a folder of theirs.
 bool IsOurs(int parent, const std::string& name) {
     struct stat status {};
-    const FileDescriptor folder = OpenFolder(parent, name);
+    const common::FileDescriptor folder = OpenFolder(parent, name);
     return name.starts_with(kPrefix) && folder &&
            ::fstatat(folder.Get(), kBackupMarker, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
            S_ISREG(status.st_mode);
@@ -41,7 +41,7 @@ bool IsOurs(int parent, const std::string& name) {
 
 // The marker goes last: what is half removed is still known as ours.
 void RemoveBackup(int parent, const std::string& name) {
-    const FileDescriptor folder = OpenFolder(parent, name);
+    const common::FileDescriptor folder = OpenFolder(parent, name);
     for (const std::string& entry : NamesIn(folder.Get())) {
         if (entry != kBackupMarker) {
             (void)::unlinkat(folder.Get(), entry.c_str(), 0);
@@ -74,7 +74,7 @@ std::string CopyFiles(int set, int target, const GoOn& goOn) {
         return WordsForError(errno);
     }
     for (const std::string& name : NamesIn(set)) {
-        const FileDescriptor file =
+        const common::FileDescriptor file =
             common::OpenRegularFileAt(set, name.c_str(), O_RDONLY, common::Links::kNoSymbolic);
         if (!file) {
             continue;
@@ -116,17 +116,18 @@ std::string Publish(int parent, const std::string& halfMade, const std::string& 
 std::string BackUp(int set, const std::string& folder, std::time_t now, const GoOn& goOn) {
     std::string why;
     // The set lies two folders below the product: what is made in a set spoils it for ever.
-    const FileDescriptor sets = OpenFolder(set, "..");
-    const FileDescriptor product = OpenFolder(set, "../..");
+    const common::FileDescriptor sets = OpenFolder(set, "..");
+    const common::FileDescriptor product = OpenFolder(set, "../..");
     if (!sets || !product) {
         return WordsForError(errno);
     }
-    const FileDescriptor parent =
+    const common::FileDescriptor parent =
         OpenTrustedFolder(folder, why, std::array{set, sets.Get(), product.Get()});
     if (!parent) {
         return why;
     }
-    const std::string name = std::string(kPrefix) + FormatTime("%Y%m%d-%H%M%S", LocalTm(now));
+    const std::string name =
+        std::string(kPrefix) + common::FormatTime("%Y%m%d-%H%M%S", common::LocalTm(now));
     const std::string halfMade = name + std::string(kHalfMade);
     if (IsOurs(parent.Get(), halfMade)) {
         RemoveBackup(parent.Get(), halfMade);
@@ -134,7 +135,7 @@ std::string BackUp(int set, const std::string& folder, std::time_t now, const Go
     if (Retrying([&] { return ::mkdirat(parent.Get(), halfMade.c_str(), 0755); }) != 0) {
         return WordsForError(errno);
     }
-    const FileDescriptor made = OpenFolder(parent.Get(), halfMade);
+    const common::FileDescriptor made = OpenFolder(parent.Get(), halfMade);
     why = CopyFiles(set, made.Get(), goOn);
     std::string published;
     if (why.empty()) {

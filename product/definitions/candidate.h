@@ -16,7 +16,7 @@ struct Candidate {
 
 /// What lies in an open candidate.
 struct CandidateFiles {
-    FileDescriptor folder;  ///< not open on failure, with the reason in errno
+    common::FileDescriptor folder;  ///< not open on failure, with the reason in errno
     bool hasIndex = false;  ///< or the signature of one; then only what is signed there counts
     std::vector<std::string> official;    ///< regular files by name, sorted
     std::vector<std::string> passedOver;  ///< databases that are not used: without a signature of

@@ -57,7 +57,7 @@ std::string_view StemOf(std::string_view name) {
 std::optional<DatabaseState> ReadHead(int file) {
     std::array<char, kHeadSize> head{};
     if (::lseek(file, 0, SEEK_SET) != 0 ||
-        ReadFull(file, std::as_writable_bytes(std::span(head))) !=
+        common::ReadFull(file, std::as_writable_bytes(std::span(head))) !=
             static_cast<std::ptrdiff_t>(head.size())) {
         return std::nullopt;
     }

@@ -30,15 +30,15 @@ bool RemoveFile(int folder, const std::string& name) {
     return Retrying([&] { return ::unlinkat(folder, name.c_str(), 0); }) == 0 || IsGone(errno);
 }
 
-FileDescriptor OpenFolder(int parent, const std::string& name) {
-    return FileDescriptor(Retrying([&] {
+common::FileDescriptor OpenFolder(int parent, const std::string& name) {
+    return common::FileDescriptor(Retrying([&] {
         return ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     }));
 }
 
 // A set has no folders, but who has come by one has to get rid of it.
 bool RemoveAll(int parent, const std::string& name, int depth) {
-    const FileDescriptor folder = OpenFolder(parent, name);
+    const common::FileDescriptor folder = OpenFolder(parent, name);
     if (!folder) {
         return IsGone(errno) || RemoveFile(parent, name);
     }
@@ -112,16 +112,16 @@ std::optional<SetNumber> DefinitionFolder::Previous() const {
     return sets.empty() ? std::nullopt : std::optional(sets.back());
 }
 
-FileDescriptor DefinitionFolder::OpenEntry(const std::string& name) const {
+common::FileDescriptor DefinitionFolder::OpenEntry(const std::string& name) const {
     return OpenFolder(Get(), name);
 }
 
-FileDescriptor DefinitionFolder::MakeUnfinished() const {
+common::FileDescriptor DefinitionFolder::MakeUnfinished() const {
     if (!Remove(kUnfinishedFolder) ||
         Retrying([&] { return ::mkdirat(Get(), kUnfinishedFolder, kFolderMode); }) != 0) {
         return {};
     }
-    FileDescriptor made = OpenEntry(kUnfinishedFolder);
+    common::FileDescriptor made = OpenEntry(kUnfinishedFolder);
     // Whatever the umask: every user's engine reads it.
     if (made && Retrying([&] { return ::fchmod(made.Get(), kFolderMode); }) != 0) {
         made.Reset();

@@ -58,13 +58,13 @@ public:
     [[nodiscard]] std::optional<SetNumber> Previous() const;
 
     /// Opens a folder in it. Not open on failure.
-    [[nodiscard]] FileDescriptor OpenEntry(const std::string& name) const;
-    [[nodiscard]] FileDescriptor OpenSet(SetNumber number) const {
+    [[nodiscard]] common::FileDescriptor OpenEntry(const std::string& name) const;
+    [[nodiscard]] common::FileDescriptor OpenSet(SetNumber number) const {
         return OpenEntry(NameOfSet(number));
     }
 
     /// Makes an empty folder for a set in the making, and opens it. Not open on failure.
-    [[nodiscard]] FileDescriptor MakeUnfinished() const;
+    [[nodiscard]] common::FileDescriptor MakeUnfinished() const;
 
     /// Gives the finished folder its number; the name is on the disk afterwards.
     [[nodiscard]] bool FinishAs(SetNumber number) const;
@@ -83,7 +83,7 @@ public:
     void RemoveLeftovers() const;
 
 private:
-    FileDescriptor m_folder;
+    common::FileDescriptor m_folder;
     std::string m_path;  // ends in "/"
 };
 

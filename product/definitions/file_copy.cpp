@@ -20,8 +20,8 @@ constexpr std::size_t kBlock = std::size_t{256} * 1024;
 constexpr std::uint64_t kHandOver = std::uint64_t{8} * 1024 * 1024;
 constexpr mode_t kFileMode = 0644;
 
-FileDescriptor MakeFile(int target, const std::string& name) {
-    return FileDescriptor(Retrying([&] {
+common::FileDescriptor MakeFile(int target, const std::string& name) {
+    return common::FileDescriptor(Retrying([&] {
         return ::openat(target, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                         kFileMode);
     }));
@@ -37,7 +37,7 @@ bool Finish(int file) {
 Copied CopyInto(int target, const std::string& name, int source, std::uint64_t limit,
                 const GoOn& goOn) {
     Copied copied;
-    const FileDescriptor file = MakeFile(target, name);
+    const common::FileDescriptor file = MakeFile(target, name);
     if (!file) {
         copied.result = CopyResult::kUnwritable;
         return copied;
@@ -65,7 +65,7 @@ Copied CopyInto(int target, const std::string& name, int source, std::uint64_t l
             return copied;
         }
         digest.Add(bytes);
-        if (!WriteAll(file.Get(), bytes)) {
+        if (!common::WriteAll(file.Get(), bytes)) {
             copied.result = CopyResult::kUnwritable;
             return copied;
         }
@@ -83,8 +83,8 @@ Copied CopyInto(int target, const std::string& name, int source, std::uint64_t l
 }
 
 bool WriteInto(int target, const std::string& name, std::span<const std::byte> content) {
-    const FileDescriptor file = MakeFile(target, name);
-    return file && WriteAll(file.Get(), content) && Finish(file.Get());
+    const common::FileDescriptor file = MakeFile(target, name);
+    return file && common::WriteAll(file.Get(), content) && Finish(file.Get());
 }
 
 }  // namespace definitions

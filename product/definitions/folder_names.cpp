@@ -11,7 +11,7 @@
 namespace definitions {
 
 std::vector<std::string> NamesIn(int folder) {
-    const FileDescriptor own(
+    const common::FileDescriptor own(
         Retrying([&] { return ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     const auto reader = std::make_unique<common::DirectoryReader>();
     reader->Start(own.Get(), common::DirectoryReader::Want::kAll);

@@ -120,8 +120,8 @@ ChildResult RunLimited(const ChildLimits& limits, const std::function<int(int)>&
         result.why = std::strerror(errno);
         return result;
     }
-    FileDescriptor talk(ends[0]);
-    FileDescriptor childTalk(ends[1]);
+    common::FileDescriptor talk(ends[0]);
+    common::FileDescriptor childTalk(ends[1]);
     const pid_t parent = ::getpid();
     const pid_t child = ::fork();
     if (child < 0) {

@@ -28,7 +28,7 @@ enum VerifyStatus : int {
 };
 
 int VerifyInChild(const std::string& path, int talk) {
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kNoSymbolic);
     if (!file) {
         return kUnreadable;
@@ -46,7 +46,7 @@ int VerifyInChild(const std::string& path, int talk) {
     }
     const std::string line =
         std::to_string(state->version) + " " + std::to_string(state->built) + "\n";
-    return WriteAll(talk, line) ? kVerified : kUnreadable;
+    return common::WriteAll(talk, line) ? kVerified : kUnreadable;
 }
 
 const char* WordsFor(int status) {

@@ -81,10 +81,10 @@ std::vector<SetSummary> ListSets(const DefinitionFolder& definitions) {
     std::vector<SetSummary> sets;
     for (const SetNumber number : definitions.Sets()) {
         SetSummary set{number, {}, number == current, number == heldBack && number != current};
-        const FileDescriptor folder = definitions.OpenSet(number);
-        const FileDescriptor file = common::OpenRegularFileAt(folder.Get(), kVersionFileName,
-                                                              O_RDONLY, common::Links::kNoSymbolic);
-        if (ReadFull(file.Get(), BytesOf(set.version)) !=
+        const common::FileDescriptor folder = definitions.OpenSet(number);
+        const common::FileDescriptor file = common::OpenRegularFileAt(
+            folder.Get(), common::kVersionFileName, O_RDONLY, common::Links::kNoSymbolic);
+        if (common::ReadFull(file.Get(), common::BytesOf(set.version)) !=
             static_cast<std::ptrdiff_t>(sizeof set.version)) {
             set.version = {};
         }

@@ -151,7 +151,7 @@ InstallResult SetMaker::TakeIndexedFile(int source, const IndexedFile& file) {
     const bool isKnown = std::any_of(m_inUse.index.files.begin(), m_inUse.index.files.end(),
                                      [&](const IndexedFile& each) { return IsSame(each, file); });
     if (isKnown) {
-        const FileDescriptor known = common::OpenRegularFileAt(
+        const common::FileDescriptor known = common::OpenRegularFileAt(
             m_current.Get(), file.name.c_str(), O_RDONLY, common::Links::kNoSymbolic);
         const auto digest = signed_index::DigestOf(known.Get(), file.size);
         if (digest && digest->sha256 == file.sha256 && Link(m_current.Get(), Folder(), file.name)) {
@@ -159,7 +159,7 @@ InstallResult SetMaker::TakeIndexedFile(int source, const IndexedFile& file) {
                                                           : Result(Outcome::kStopped, "stopped");
         }
     }
-    const FileDescriptor given =
+    const common::FileDescriptor given =
         common::OpenRegularFileAt(source, file.name.c_str(), O_RDONLY, common::Links::kNoSymbolic);
     if (!given) {
         return Result(Outcome::kRefused, file.name + " cannot be opened: " + WordsForError(errno));
@@ -176,8 +176,8 @@ InstallResult SetMaker::TakeIndexedFile(int source, const IndexedFile& file) {
         return Refused(Refusal::kWrongFileDigest, file.name);
     }
     if (HasHead(file.name)) {
-        const FileDescriptor made = common::OpenRegularFileAt(Folder(), file.name.c_str(), O_RDONLY,
-                                                              common::Links::kNoSymbolic);
+        const common::FileDescriptor made = common::OpenRegularFileAt(
+            Folder(), file.name.c_str(), O_RDONLY, common::Links::kNoSymbolic);
         const DatabaseState state = ReadHead(made.Get()).value_or(DatabaseState{});
         const std::uint32_t known = m_inUse.VersionOf(file.name);
         if (state.version < known) {
@@ -191,8 +191,8 @@ InstallResult SetMaker::TakeOfficial(const CandidateFiles& candidate) {
     bool hasOlder = false;
     bool hasKnown = false;
     for (const std::string& name : candidate.official) {
-        const FileDescriptor file = common::OpenRegularFileAt(candidate.folder.Get(), name.c_str(),
-                                                              O_RDONLY, common::Links::kNoSymbolic);
+        const common::FileDescriptor file = common::OpenRegularFileAt(
+            candidate.folder.Get(), name.c_str(), O_RDONLY, common::Links::kNoSymbolic);
         const auto head = ReadHead(file.Get());
         if (!head) {
             Refuse(name, "it is no database");
@@ -298,7 +298,7 @@ InstallResult SetMaker::Load() {
 
 InstallResult SetMaker::Seal() {
     const tagZQVERINFO version = VersionOfSet(ReadSetState(Folder()));
-    if (!WriteInto(Folder(), kVersionFileName, BytesOf(version)) ||
+    if (!WriteInto(Folder(), common::kVersionFileName, common::BytesOf(version)) ||
         Retrying([&] { return ::fsync(Folder()); }) != 0) {
         return FailedToDo("the new set cannot be written");
     }

@@ -46,10 +46,10 @@ private:
     const DefinitionFolder& m_definitions;
     const InstallOptions& m_options;
     InstallObserver& m_observer;
-    FileDescriptor m_current;
+    common::FileDescriptor m_current;
     SetState m_inUse;
     SetState m_heldBack;
-    FileDescriptor m_made;
+    common::FileDescriptor m_made;
     std::vector<SetDatabase> m_taken;  // with signatures of their own, from the candidate
     std::string m_refused;             // the last of those that should have been taken, and why not
 };

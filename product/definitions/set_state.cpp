@@ -31,7 +31,7 @@ const signed_index::IndexedFile* Find(const signed_index::Index& index, std::str
 SetDatabase ReadDatabase(int folder, const std::string& name, const signed_index::Index& index) {
     SetDatabase database{name, {}, HasHead(name)};
     if (database.hasHead) {
-        const FileDescriptor file =
+        const common::FileDescriptor file =
             common::OpenRegularFileAt(folder, name.c_str(), O_RDONLY, common::Links::kNoSymbolic);
         database.state = ReadHead(file.Get()).value_or(DatabaseState{});
     } else if (const auto* indexed = Find(index, name)) {
@@ -116,20 +116,20 @@ tagZQVERINFO VersionOfSet(const SetState& state) {
     }
     version.major = Clamped(newest->state.version / kMinorNumbers);
     version.minor = static_cast<std::uint16_t>(newest->state.version % kMinorNumbers);
-    const std::tm local = LocalTm(newest->state.built);
+    const std::tm local = common::LocalTm(newest->state.built);
     TmToSystemTime(&local, &version.databaseDate);
     return version;
 }
 
 bool ReadSmallFile(int folder, const char* name, std::size_t limit, std::string& content) {
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFileAt(folder, name, O_RDONLY, common::Links::kNoSymbolic);
     if (!file) {
         return false;
     }
     content.resize(limit + 1);
     errno = 0;
-    const auto got = ReadFull(file.Get(), std::as_writable_bytes(std::span(content)));
+    const auto got = common::ReadFull(file.Get(), std::as_writable_bytes(std::span(content)));
     if (got < 0 || errno != 0) {
         content.clear();
         return false;

@@ -57,7 +57,7 @@ TestLoadResult TestLoad(const std::string& path, const std::vector<std::string>&
         if (LoadAll(path, names, why)) {
             return 0;
         }
-        (void)WriteAll(talk, why);
+        (void)common::WriteAll(talk, why);
         return 1;
     };
     const ChildResult child = RunLimited(limits, work, goOn);

@@ -57,14 +57,14 @@ std::string Objection(int folder, std::span<const int> closed) {
 
 }  // namespace
 
-FileDescriptor OpenTrustedFolder(const std::string& path, std::string& why,
-                                 std::span<const int> closed) {
+common::FileDescriptor OpenTrustedFolder(const std::string& path, std::string& why,
+                                         std::span<const int> closed) {
     if (!path.starts_with('/')) {
         why = path + ": it is no absolute path";
         return {};
     }
     constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-    FileDescriptor folder(Retrying([] { return ::open("/", kFlags); }));
+    common::FileDescriptor folder(Retrying([] { return ::open("/", kFlags); }));
     std::string_view rest = path;
     std::string walked;
     while (true) {

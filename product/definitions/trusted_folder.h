@@ -15,7 +15,7 @@ namespace definitions {
 ///
 /// Not open when that does not hold, with the reason in `why`, or for a path that is not absolute
 /// or has ".." in it. Any thread.
-FileDescriptor OpenTrustedFolder(const std::string& path, std::string& why,
-                                 std::span<const int> closed = {});
+common::FileDescriptor OpenTrustedFolder(const std::string& path, std::string& why,
+                                         std::span<const int> closed = {});
 
 }  // namespace definitions

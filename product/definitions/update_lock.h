@@ -23,7 +23,7 @@ public:
     [[nodiscard]] int Error() const { return m_error; }
 
 private:
-    FileDescriptor m_file;
+    common::FileDescriptor m_file;
     bool m_isHeld = false;
     pid_t m_holder = 0;
     int m_error = 0;

@@ -9,12 +9,12 @@ namespace fetch {
 
 CurrentSet::CurrentSet(const std::string& path)
     : m_folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    const FileDescriptor file = OpenFile(signed_index::kIndexName);
+    const common::FileDescriptor file = OpenFile(signed_index::kIndexName);
     if (!file) {
         return;
     }
     std::string text(signed_index::kMaxIndexSize + 1, '\0');
-    const auto length = ReadFull(file.Get(), std::as_writable_bytes(std::span(text)));
+    const auto length = common::ReadFull(file.Get(), std::as_writable_bytes(std::span(text)));
     text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
     signed_index::Index index;
     if (signed_index::ParseIndex(text, index) == signed_index::Refusal::kNone) {
@@ -23,7 +23,7 @@ CurrentSet::CurrentSet(const std::string& path)
     }
 }
 
-FileDescriptor CurrentSet::OpenFile(const std::string& name) const {
+common::FileDescriptor CurrentSet::OpenFile(const std::string& name) const {
     if (!m_folder) {
         return {};
     }
@@ -31,7 +31,7 @@ FileDescriptor CurrentSet::OpenFile(const std::string& name) const {
                                      common::Links::kNoSymbolic);
 }
 
-FileDescriptor CurrentSet::OpenFileOf(const std::string& sha256) const {
+common::FileDescriptor CurrentSet::OpenFileOf(const std::string& sha256) const {
     if (m_index) {
         for (const signed_index::IndexedFile& file : m_index->files) {
             if (file.sha256 == sha256) {

@@ -25,13 +25,13 @@ public:
     [[nodiscard]] std::uint64_t Serial() const { return m_index ? m_index->serial : 0; }
 
     /// Opens the file that has this digest by the index; not open when there is none.
-    [[nodiscard]] FileDescriptor OpenFileOf(const std::string& sha256) const;
+    [[nodiscard]] common::FileDescriptor OpenFileOf(const std::string& sha256) const;
 
     /// Opens a file by its name.
-    [[nodiscard]] FileDescriptor OpenFile(const std::string& name) const;
+    [[nodiscard]] common::FileDescriptor OpenFile(const std::string& name) const;
 
 private:
-    FileDescriptor m_folder;
+    common::FileDescriptor m_folder;
     std::string m_indexText;
     std::optional<signed_index::Index> m_index;
 };

@@ -22,8 +22,8 @@ constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW;
 
 std::vector<std::string> NamesIn(int folder) {
     std::vector<std::string> names;
-    FileDescriptor again(::openat(folder, ".", kOpenFolder));
-    const DirectoryStream stream(::fdopendir(again.Get()));
+    common::FileDescriptor again(::openat(folder, ".", kOpenFolder));
+    const common::DirectoryStream stream(::fdopendir(again.Get()));
     if (stream == nullptr) {
         return names;
     }
@@ -39,7 +39,7 @@ std::vector<std::string> NamesIn(int folder) {
 
 // A folder of files; no deeper ones are made here.
 void RemoveFolder(int parent, const char* name) {
-    const FileDescriptor folder(::openat(parent, name, kOpenFolder));
+    const common::FileDescriptor folder(::openat(parent, name, kOpenFolder));
     if (!folder) {
         ::unlinkat(parent, name, 0);
         return;
@@ -52,11 +52,11 @@ void RemoveFolder(int parent, const char* name) {
 
 }  // namespace
 
-FileDescriptor OpenOrMakeFolder(int parent, const char* name, mode_t mode) {
+common::FileDescriptor OpenOrMakeFolder(int parent, const char* name, mode_t mode) {
     if (::mkdirat(parent, name, mode) != 0 && errno != EEXIST) {
         return {};
     }
-    return FileDescriptor(::openat(parent, name, kOpenFolder));
+    return common::FileDescriptor(::openat(parent, name, kOpenFolder));
 }
 
 bool DownloadFolder::Open(const std::string& path) {
@@ -83,9 +83,9 @@ void DownloadFolder::KeepParts(const std::vector<std::string>& digests) const {
     }
 }
 
-FileDescriptor DownloadFolder::BeginCandidate() const {
+common::FileDescriptor DownloadFolder::BeginCandidate() const {
     RemoveFolder(m_folder.Get(), kUnfinished);
-    FileDescriptor folder = OpenOrMakeFolder(m_folder.Get(), kUnfinished, 0750);
+    common::FileDescriptor folder = OpenOrMakeFolder(m_folder.Get(), kUnfinished, 0750);
     // For the group that installs, whatever the umask. Where nothing is to be changed it is left:
     // the bit that hands this group on to the files would be lost by one who is not in it.
     struct stat status {};

@@ -31,18 +31,18 @@ public:
     void KeepParts(const std::vector<std::string>& digests) const;
 
     /// Makes the empty folder in which a candidate is put together. -1 with the reason in errno.
-    [[nodiscard]] FileDescriptor BeginCandidate() const;
+    [[nodiscard]] common::FileDescriptor BeginCandidate() const;
 
     /// Gives the candidate its name. False with the reason in errno.
     bool FinishCandidate() const;
 
 private:
     std::string m_path;
-    FileDescriptor m_folder;
-    FileDescriptor m_parts;
+    common::FileDescriptor m_folder;
+    common::FileDescriptor m_parts;
 };
 
 /// Opens a folder in `parent`, made with `mode` when it is missing; no link is followed.
-FileDescriptor OpenOrMakeFolder(int parent, const char* name, mode_t mode);
+common::FileDescriptor OpenOrMakeFolder(int parent, const char* name, mode_t mode);
 
 }  // namespace fetch

@@ -49,10 +49,10 @@ bool IsToBeLeftAlone(std::time_t notBefore, std::time_t now) {
 
 FetchState ReadState(int folder) {
     FetchState state;
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFileAt(folder, kName, O_RDONLY, common::Links::kNone);
     std::vector<char> text(kMaxSize);
-    const auto length = ReadFull(file.Get(), std::as_writable_bytes(std::span(text)));
+    const auto length = common::ReadFull(file.Get(), std::as_writable_bytes(std::span(text)));
     if (length <= 0) {
         return state;
     }
@@ -92,9 +92,9 @@ bool WriteState(int folder, const FetchState& state) {
          {{"askedAt", state.official.askedAt}, {"notBefore", state.official.notBefore}}}};
     const std::string text = document.dump(1, ' ', true, Json::error_handler_t::replace) + "\n";
     ::unlinkat(folder, kNewName, 0);
-    const FileDescriptor file = common::OpenRegularFileAt(
+    const common::FileDescriptor file = common::OpenRegularFileAt(
         folder, kNewName, O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0600);
-    return file && WriteAll(file.Get(), text) && ::fsync(file.Get()) == 0 &&
+    return file && common::WriteAll(file.Get(), text) && ::fsync(file.Get()) == 0 &&
            ::renameat(folder, kNewName, folder, kName) == 0;
 }
 

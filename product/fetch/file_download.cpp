@@ -25,14 +25,14 @@ constexpr std::size_t kBlockSize = std::size_t{256} * 1024;
 // Takes what comes of a file, behind what is already there.
 class PartSink : public HttpSink {
 public:
-    PartSink(FileDescriptor file, const IndexedFile& wanted)
+    PartSink(common::FileDescriptor file, const IndexedFile& wanted)
         : m_file(std::move(file)), m_wanted(wanted) {}
 
     /// Reads what an earlier try left. False when told to end; a part too long starts anew.
     bool Resume(Progress& progress) {
         std::vector<std::byte> block(kBlockSize);
         std::ptrdiff_t got = 0;
-        while ((got = ReadFull(m_file.Get(), block)) > 0) {
+        while ((got = common::ReadFull(m_file.Get(), block)) > 0) {
             if (!progress.GoesOn()) {
                 return false;
             }
@@ -59,7 +59,7 @@ public:
             m_refusal = Refusal::kWrongFileSize;
             return false;
         }
-        if (!WriteAll(m_file.Get(), bytes)) {
+        if (!common::WriteAll(m_file.Get(), bytes)) {
             m_diskError = errno;
             return false;
         }
@@ -84,7 +84,7 @@ public:
     [[nodiscard]] bool HasDigest() { return m_hash.Finish() == m_wanted.sha256; }
 
 private:
-    FileDescriptor m_file;
+    common::FileDescriptor m_file;
     const IndexedFile& m_wanted;
     signed_index::Sha256 m_hash;
     std::uint64_t m_size = 0;
@@ -144,8 +144,8 @@ FileResult DiskFailure(int error) {
 std::optional<FileResult> TryOnce(HttpClient& client, Progress& progress,
                                   const std::string& address, const IndexedFile& file, int parts,
                                   std::string& words) {
-    FileDescriptor part = common::OpenRegularFileAt(parts, file.sha256.c_str(), O_RDWR | O_CREAT,
-                                                    common::Links::kNone, 0640);
+    common::FileDescriptor part = common::OpenRegularFileAt(
+        parts, file.sha256.c_str(), O_RDWR | O_CREAT, common::Links::kNone, 0640);
     if (!part) {
         return DiskFailure(errno);
     }
@@ -212,7 +212,7 @@ FileResult DownloadFile(HttpClient& client, const Limits& limits, Progress& prog
 }
 
 FileResult CopyFile(Progress& progress, int source, const IndexedFile& file, int parts) {
-    FileDescriptor part = common::OpenRegularFileAt(
+    common::FileDescriptor part = common::OpenRegularFileAt(
         parts, file.sha256.c_str(), O_RDWR | O_CREAT | O_TRUNC, common::Links::kNone, 0640);
     if (!part) {
         return DiskFailure(errno);
@@ -220,7 +220,7 @@ FileResult CopyFile(Progress& progress, int source, const IndexedFile& file, int
     PartSink sink(std::move(part), file);
     std::vector<std::byte> block(kBlockSize);
     std::ptrdiff_t got = 0;
-    while ((got = ReadFull(source, block)) > 0) {
+    while ((got = common::ReadFull(source, block)) > 0) {
         if (!progress.GoesOn()) {
             return {FileEnd::kStopped, {}};
         }

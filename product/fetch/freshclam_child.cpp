@@ -71,7 +71,7 @@ cl_error_t Verify(const std::string& path) {
     if (code != CL_SUCCESS || !path.ends_with(".cld")) {
         return code;
     }
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kNoSymbolic);
     return file && HasListedFiles(file.Get()) ? CL_SUCCESS : CL_EMALFDB;
 }
@@ -125,7 +125,7 @@ bool FreshclamChild::Start(const FreshclamSettings& settings) {
         return false;
     }
     m_output.Reset(ends[0]);
-    const FileDescriptor input(ends[1]);
+    const common::FileDescriptor input(ends[1]);
     m_child = ::fork();
     if (m_child == 0) {
         Work(settings, input.Get());

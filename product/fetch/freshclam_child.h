@@ -47,7 +47,7 @@ public:
 
 private:
     pid_t m_child = -1;
-    FileDescriptor m_output;
+    common::FileDescriptor m_output;
 };
 
 }  // namespace fetch

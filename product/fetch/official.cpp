@@ -99,18 +99,19 @@ private:
     }
 
     void CopyFromCurrent(const std::string& name) {
-        const FileDescriptor source = m_job.current.OpenFile(name);
+        const common::FileDescriptor source = m_job.current.OpenFile(name);
         if (!source) {
             return;
         }
-        const FileDescriptor target = common::OpenRegularFileAt(
+        const common::FileDescriptor target = common::OpenRegularFileAt(
             m_folder.Get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0640);
         std::vector<std::byte> block(std::size_t{256} * 1024);
         std::ptrdiff_t got = 0;
         bool isFine = target.IsOpen();
-        while (isFine && (got = ReadFull(source.Get(), block)) > 0) {
+        while (isFine && (got = common::ReadFull(source.Get(), block)) > 0) {
             isFine = m_job.progress.GoesOn() &&
-                     WriteAll(target.Get(), std::span(block).first(static_cast<std::size_t>(got)));
+                     common::WriteAll(target.Get(),
+                                      std::span(block).first(static_cast<std::size_t>(got)));
         }
         if (!isFine || got < 0) {
             ::unlinkat(m_folder.Get(), name.c_str(), 0);
@@ -234,22 +235,22 @@ private:
 
     // The header holds version, digest and signature of all that follows.
     [[nodiscard]] bool IsInstalled(const std::string& name) const {
-        const FileDescriptor ours = common::OpenRegularFileAt(m_folder.Get(), name.c_str(),
-                                                              O_RDONLY, common::Links::kNoSymbolic);
-        const FileDescriptor theirs = m_job.current.OpenFile(name);
+        const common::FileDescriptor ours = common::OpenRegularFileAt(
+            m_folder.Get(), name.c_str(), O_RDONLY, common::Links::kNoSymbolic);
+        const common::FileDescriptor theirs = m_job.current.OpenFile(name);
         struct stat first {};
         struct stat second {};
         std::array<char, kHeaderSize> head{};
         std::array<char, kHeaderSize> otherHead{};
         return ours && theirs && ::fstat(ours.Get(), &first) == 0 &&
                ::fstat(theirs.Get(), &second) == 0 && first.st_size == second.st_size &&
-               ReadFull(ours.Get(), std::as_writable_bytes(std::span(head))) > 0 &&
-               ReadFull(theirs.Get(), std::as_writable_bytes(std::span(otherHead))) > 0 &&
+               common::ReadFull(ours.Get(), std::as_writable_bytes(std::span(head))) > 0 &&
+               common::ReadFull(theirs.Get(), std::as_writable_bytes(std::span(otherHead))) > 0 &&
                head == otherHead;
     }
 
     MirrorEnd MakeCandidate(const std::vector<std::string>& names) {
-        const FileDescriptor candidate = m_job.folder.BeginCandidate();
+        const common::FileDescriptor candidate = m_job.folder.BeginCandidate();
         const bool isMade =
             candidate && std::all_of(names.begin(), names.end(), [&](const std::string& name) {
                 return ::linkat(m_folder.Get(), name.c_str(), candidate.Get(), name.c_str(), 0) ==
@@ -272,7 +273,7 @@ private:
     const std::string& m_address;
     FetchState& m_allState;
     OfficialState& m_state;
-    FileDescriptor m_folder;
+    common::FileDescriptor m_folder;
     std::string m_pending;
     bool m_isLimited = false;
     bool m_isSecondTry = false;

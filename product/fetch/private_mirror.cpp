@@ -170,7 +170,7 @@ private:
     }
 
     FileResult TakeFile(const IndexedFile& file) {
-        if (const FileDescriptor own = m_job.current.OpenFileOf(file.sha256)) {
+        if (const common::FileDescriptor own = m_job.current.OpenFileOf(file.sha256)) {
             FileResult result = CopyFile(m_job.progress, own.Get(), file, m_job.folder.Parts());
             if (result.end != FileEnd::kRefused) {
                 return result;
@@ -182,7 +182,7 @@ private:
     }
 
     MirrorEnd MakeCandidate() {
-        const FileDescriptor candidate = m_job.folder.BeginCandidate();
+        const common::FileDescriptor candidate = m_job.folder.BeginCandidate();
         bool isMade = candidate && WriteText(candidate.Get(), signed_index::kIndexName, m_text) &&
                       WriteText(candidate.Get(), signed_index::kSignatureName, m_signature);
         for (const IndexedFile& file : m_index.files) {
@@ -201,9 +201,9 @@ private:
     }
 
     static bool WriteText(int folder, const char* name, std::string_view text) {
-        const FileDescriptor file = common::OpenRegularFileAt(
+        const common::FileDescriptor file = common::OpenRegularFileAt(
             folder, name, O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0640);
-        return file && ::fchmod(file.Get(), 0640) == 0 && WriteAll(file.Get(), text);
+        return file && ::fchmod(file.Get(), 0640) == 0 && common::WriteAll(file.Get(), text);
     }
 
     void Remember(const HttpAnswer& answer) {

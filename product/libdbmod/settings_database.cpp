@@ -340,7 +340,7 @@ DatabaseResult CreateDatabase(const std::string& path) {
         return FromErrno(errno);
     }
     std::string temporary = path + ".XXXXXX";
-    FileDescriptor file(mkostemp(temporary.data(), O_CLOEXEC));
+    common::FileDescriptor file(mkostemp(temporary.data(), O_CLOEXEC));
     if (!file) {
         return FromErrno(errno);
     }

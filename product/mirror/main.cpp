@@ -36,10 +36,11 @@ int Print(const char* text) {
 }
 
 bool ReadKey(const std::string& path, signed_index::SecretKey& key, std::string& problem) {
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kFollow);
     std::string text(signed_index::kMaxKeySize, '\0');
-    const auto length = file ? ReadFull(file.Get(), std::as_writable_bytes(std::span(text))) : -1;
+    const auto length =
+        file ? common::ReadFull(file.Get(), std::as_writable_bytes(std::span(text))) : -1;
     if (length < 0) {
         problem = path + ": " + std::strerror(errno);
         return false;

@@ -62,17 +62,17 @@ public:
 
     // Of the index that is there now; all zero without one that can be read.
     [[nodiscard]] Index ReadPrevious() const {
-        const FileDescriptor file = common::OpenRegularFileAt(
+        const common::FileDescriptor file = common::OpenRegularFileAt(
             m_mirror.Get(), signed_index::kIndexName, O_RDONLY, common::Links::kNoSymbolic);
         std::string text(signed_index::kMaxIndexSize + 1, '\0');
-        const auto length = ReadFull(file.Get(), std::as_writable_bytes(std::span(text)));
+        const auto length = common::ReadFull(file.Get(), std::as_writable_bytes(std::span(text)));
         text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
         Index index;
         return signed_index::ParseIndex(text, index) == Refusal::kNone ? index : Index();
     }
 
     bool AddFile(const SourceDatabase& database, Index& index) {
-        const FileDescriptor source(::open(database.path.c_str(), O_RDONLY | O_CLOEXEC));
+        const common::FileDescriptor source(::open(database.path.c_str(), O_RDONLY | O_CLOEXEC));
         const auto digest = source
                                 ? signed_index::DigestOf(source.Get(), signed_index::kMaxFileSize)
                                 : std::nullopt;
@@ -110,8 +110,8 @@ public:
     void RemoveOthers(const Index& index, const Index& previous) {
         std::set<std::string> kept = DigestsOf(index);
         kept.merge(DigestsOf(previous));
-        FileDescriptor again(::openat(m_files.Get(), ".", kOpenFolder));
-        const DirectoryStream stream(::fdopendir(again.Get()));
+        common::FileDescriptor again(::openat(m_files.Get(), ".", kOpenFolder));
+        const common::DirectoryStream stream(::fdopendir(again.Get()));
         if (stream == nullptr) {
             return;
         }
@@ -132,15 +132,15 @@ private:
 
     // Read through: what a disk has damaged is written anew.
     [[nodiscard]] bool IsThere(const signed_index::FileDigest& digest) const {
-        const FileDescriptor file = common::OpenRegularFileAt(m_files.Get(), digest.sha256.c_str(),
-                                                              O_RDONLY, common::Links::kNoSymbolic);
+        const common::FileDescriptor file = common::OpenRegularFileAt(
+            m_files.Get(), digest.sha256.c_str(), O_RDONLY, common::Links::kNoSymbolic);
         const auto found = signed_index::DigestOf(file.Get(), digest.size);
         return file && found && found->size == digest.size && found->sha256 == digest.sha256;
     }
 
     bool Copy(int source, const std::string& path, const signed_index::FileDigest& digest) {
         ::unlinkat(m_files.Get(), kUnfinished, 0);
-        const FileDescriptor target = common::OpenRegularFileAt(
+        const common::FileDescriptor target = common::OpenRegularFileAt(
             m_files.Get(), kUnfinished, O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0644);
         if (!target || ::fchmod(target.Get(), 0644) != 0 || ::lseek(source, 0, SEEK_SET) != 0) {
             return Fail(path);
@@ -148,10 +148,10 @@ private:
         std::vector<std::byte> block(std::size_t{256} * 1024);
         signed_index::Sha256 hash;
         std::ptrdiff_t got = 0;
-        while ((got = ReadFull(source, block)) > 0) {
+        while ((got = common::ReadFull(source, block)) > 0) {
             const auto bytes = std::span(block).first(static_cast<std::size_t>(got));
             hash.Add(bytes);
-            if (!WriteAll(target.Get(), bytes)) {
+            if (!common::WriteAll(target.Get(), bytes)) {
                 return Fail(kFiles);
             }
         }
@@ -168,9 +168,9 @@ private:
 
     bool WriteNew(const std::string& name, const std::string& text) {
         ::unlinkat(m_mirror.Get(), name.c_str(), 0);
-        const FileDescriptor file = common::OpenRegularFileAt(
+        const common::FileDescriptor file = common::OpenRegularFileAt(
             m_mirror.Get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0644);
-        return (file && ::fchmod(file.Get(), 0644) == 0 && WriteAll(file.Get(), text) &&
+        return (file && ::fchmod(file.Get(), 0644) == 0 && common::WriteAll(file.Get(), text) &&
                 ::fsync(file.Get()) == 0) ||
                Fail(name);
     }
@@ -186,8 +186,8 @@ private:
 
     std::string m_path;
     std::string& m_problem;
-    FileDescriptor m_mirror;
-    FileDescriptor m_files;
+    common::FileDescriptor m_mirror;
+    common::FileDescriptor m_files;
 };
 
 }  // namespace

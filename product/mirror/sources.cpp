@@ -44,7 +44,7 @@ bool IsRegularFile(const std::string& path) {
 
 bool AddFolder(const std::string& folder, bool containersOnly,
                std::vector<SourceDatabase>& databases) {
-    const DirectoryStream stream(::opendir(folder.c_str()));
+    const common::DirectoryStream stream(::opendir(folder.c_str()));
     if (stream == nullptr) {
         return false;
     }

@@ -28,7 +28,7 @@ void Report(const char* status) {
 
 void RememberOldVersion() {
     pfnGetVer = &VersionOfDefinitions;
-    CaptureOldVersion();
+    reports::CaptureOldVersion();
 }
 
 Outcome FinishUpdate(UpdaterResult result) {
@@ -38,7 +38,7 @@ Outcome FinishUpdate(UpdaterResult result) {
             Report("UPDATED SUCCESSFULLY");
             // Nobody there to be told is no failure.
             (void)std::system("pkill -SIGUSR2 websecd");
-            (void)NotifyStatusChange(kStatusUpdateChanged);
+            (void)update::NotifyStatusChange(kStatusUpdateChanged);
             return Outcome::kDone;
         case kUpdaterUpToDate:
             ::syslog(LOG_INFO, "the virus definitions are up to date");

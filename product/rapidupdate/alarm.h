@@ -32,8 +32,8 @@ public:
     static Seconds Now();
 
 private:
-    FileDescriptor m_timer;
-    FileDescriptor m_end;
+    common::FileDescriptor m_timer;
+    common::FileDescriptor m_end;
     sigset_t m_oldMask{};
 };
 

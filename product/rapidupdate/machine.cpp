@@ -21,10 +21,10 @@ namespace {
 /// UpdateFlag bits; none where the options are missing.
 std::uint32_t ReadFlags() {
     const std::string path = common::InProductDirectory("zqupdate.opt");
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kOnlyOfRoot);
     tagUpdtOpts options{};
-    return file && ReadFull(file.Get(), BytesOf(options)) > 0 ? options.flags : 0;
+    return file && common::ReadFull(file.Get(), common::BytesOf(options)) > 0 ? options.flags : 0;
 }
 
 Wish WishOf(std::uint32_t flags) {

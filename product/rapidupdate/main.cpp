@@ -52,6 +52,6 @@ int main(int argc, char** argv) {
     // A file-size limit is answered like a full disk.
     std::signal(SIGXFSZ, SIG_IGN);
     ::openlog("rapidupdate", LOG_PID | (options->isLogOnScreen ? LOG_PERROR : 0), LOG_DAEMON);
-    CopyToField(g_szAppPath, kProductDirectory);
+    common::CopyToField(g_szAppPath, kProductDirectory);
     return Run(*options);
 }

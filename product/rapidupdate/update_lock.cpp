@@ -18,7 +18,8 @@ bool UpdateLock::TryAcquire() {
 }
 
 void UpdateLock::LogHolder() {
-    const FileDescriptor file = common::OpenRegularFile(m_path, O_RDONLY, common::Links::kNone);
+    const common::FileDescriptor file =
+        common::OpenRegularFile(m_path, O_RDONLY, common::Links::kNone);
     if (!file) {
         if (m_loggedHolder != 0) {
             ::syslog(LOG_WARNING, "%s cannot be opened: %s", m_path, std::strerror(errno));

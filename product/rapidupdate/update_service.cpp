@@ -25,7 +25,7 @@ using updturl::LineReader;
 constexpr std::string_view kWishToUpdate = "update";
 constexpr std::string_view kWishForIndex = "index";
 
-FileDescriptor Connect(std::string_view path) {
+common::FileDescriptor Connect(std::string_view path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof address.sun_path) {
@@ -33,7 +33,8 @@ FileDescriptor Connect(std::string_view path) {
         return {};
     }
     path.copy(address.sun_path, path.size());
-    FileDescriptor connection(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    common::FileDescriptor connection(
+        ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (connection && ::connect(connection.Get(), reinterpret_cast<const sockaddr*>(&address),
                                 sizeof address) != 0) {
         connection.Reset();
@@ -93,7 +94,7 @@ UpdaterResult Follow(int connection, int endDescriptor, std::chrono::millisecond
 
 UpdaterResult AskForUpdate(const char* path, Wish wish, int endDescriptor,
                            std::chrono::milliseconds silence) {
-    const FileDescriptor connection = Connect(path);
+    const common::FileDescriptor connection = Connect(path);
     if (!connection ||
         !Say(connection.Get(), wish == Wish::kIndex ? kWishForIndex : kWishToUpdate)) {
         ::syslog(LOG_ERR,

@@ -15,12 +15,12 @@ constexpr std::string_view kCutMark = "...";
 
 void PutFileName(tagZQFILEINFO& info, std::string_view fileName) {
     if (fileName.size() < kEngineFileNameSize) {
-        CopyToField(info.fileName, fileName);
+        common::CopyToField(info.fileName, fileName);
         return;
     }
     std::string cut(fileName.substr(0, kEngineFileNameSize - 1 - kCutMark.size()));
     cut += kCutMark;
-    CopyToField(info.fileName, cut);
+    common::CopyToField(info.fileName, cut);
 }
 
 int Conversation::Say(std::int16_t code, std::string_view fileName, std::string_view virusName) {
@@ -29,7 +29,7 @@ int Conversation::Say(std::int16_t code, std::string_view fileName, std::string_
     PutFileName(info, fileName);
     if (!virusName.empty()) {
         const DetectionKind kind = KindOf(virusName);
-        CopyToField(info.virusName, NameForProgram(virusName, fileName));
+        common::CopyToField(info.virusName, NameForProgram(virusName, fileName));
         info.detectionClass = kind.detectionClass;
         info.detectionSubClass = kind.subClass;
     }
@@ -87,7 +87,7 @@ void Conversation::Delete(const std::string& virusName) {
     }
     const std::string line =
         "scanapi: (" + m_file.Path() + ") was not deleted: " + RemovalText(result);
-    WriteToLog(kCommonLog, line.c_str());
+    WriteToLog(common::kCommonLog, line.c_str());
     Say(kMsgSkipped, m_file.Path(), virusName);
 }
 

@@ -67,7 +67,7 @@ bool LooksLikeText(std::string_view head) {
 }
 
 bool ReadHead(Database& database) {
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFile(database.path.c_str(), O_RDONLY, common::Links::kFollow);
     struct stat state {};
     if (!file || fstat(file.Get(), &state) != 0) {
@@ -75,7 +75,7 @@ bool ReadHead(Database& database) {
     }
     database.built = state.st_mtime;
     std::array<char, kHeadSize> buffer{};
-    const auto got = ReadFull(file.Get(), std::as_writable_bytes(std::span(buffer)));
+    const auto got = common::ReadFull(file.Get(), std::as_writable_bytes(std::span(buffer)));
     if (got <= 0) {
         return false;
     }

@@ -39,7 +39,7 @@ constexpr std::array<Setting, 7> kSettings{{
 
 void LogLeftOut(const std::string& path, const char* reason) {
     const std::string line = "scanapi: database (" + path + ") left out: " + reason;
-    WriteToLog(kCommonLog, line.c_str());
+    WriteToLog(common::kCommonLog, line.c_str());
 }
 
 DatabaseLoader::DatabaseLoader(std::vector<Database> databases, std::string scratch)
@@ -97,13 +97,14 @@ void DatabaseLoader::Run() noexcept {
     try {
         engine = LoadAll();
     } catch (const std::exception& error) {
-        WriteToLog(kCommonLog, error.what());
+        WriteToLog(common::kCommonLog, error.what());
     } catch (...) {
         // What follows says that nothing was loaded.
         engine = nullptr;
     }
     if (engine == nullptr && !m_cancelled) {
-        WriteToLog(kCommonLog, "scanapi: no database could be loaded, files cannot be scanned");
+        WriteToLog(common::kCommonLog,
+                   "scanapi: no database could be loaded, files cannot be scanned");
     }
     const std::lock_guard lock(m_mutex);
     if (!m_cancelled) {

@@ -93,7 +93,7 @@ void DatabasesInUse::Watch() noexcept {
             }
             StopRetired();
         } catch (const std::exception& error) {
-            WriteToLog(kCommonLog, error.what());
+            WriteToLog(common::kCommonLog, error.what());
         }
     }
 }
@@ -110,7 +110,7 @@ void DatabasesInUse::LookForChanges() {
         LogLeftOut(path, "it is not a database");
     }
     if (!list.HasSignatures()) {
-        WriteToLog(kCommonLog, "scanapi: no usable database in the new definitions");
+        WriteToLog(common::kCommonLog, "scanapi: no usable database in the new definitions");
         return;
     }
     auto loader = std::make_shared<DatabaseLoader>(std::move(list.usable), m_scratch);
@@ -151,7 +151,7 @@ void DatabasesInUse::TakeLoaded() {
     if (!lost.empty()) {
         const std::string line = "scanapi: the new definitions wait, for (" + lost +
                                  ") could not be loaded, and is in use as it was";
-        WriteToLog(kCommonLog, line.c_str());
+        WriteToLog(common::kCommonLog, line.c_str());
         isUsable = false;
         m_isToRetry = true;
     }

@@ -61,8 +61,8 @@ private:
 
     std::atomic<bool> m_isToRetry = false;
     std::atomic<bool> m_stopping = false;
-    FileDescriptor m_wake;
-    FileDescriptor m_changes;
+    common::FileDescriptor m_wake;
+    common::FileDescriptor m_changes;
     std::thread m_watcher;
 };
 

@@ -38,17 +38,18 @@ std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
     if (cl_init(CL_INIT_DEFAULT) != CL_SUCCESS) {
         return nullptr;
     }
-    DatabaseList list = FindDatabases(std::string(FieldText(options.engineDirectory)));
+    DatabaseList list = FindDatabases(std::string(common::FieldText(options.engineDirectory)));
     for (const std::string& path : list.damaged) {
         LogLeftOut(path, "it is not a database");
     }
     if (!list.HasSignatures()) {
-        WriteToLog(kCommonLog, "scanapi: no usable database found");
+        WriteToLog(common::kCommonLog, "scanapi: no usable database found");
         return nullptr;
     }
-    auto scratch = ScratchDirectory::Make(std::string(FieldText(options.temporaryDirectory)));
+    auto scratch =
+        ScratchDirectory::Make(std::string(common::FieldText(options.temporaryDirectory)));
     if (scratch == nullptr) {
-        WriteToLog(kCommonLog, "scanapi: no place to unpack files in");
+        WriteToLog(common::kCommonLog, "scanapi: no place to unpack files in");
         return nullptr;
     }
     return std::shared_ptr<Engine>(new Engine(options, std::move(list.usable), std::move(scratch)));
@@ -56,7 +57,7 @@ std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
 
 Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases,
                std::unique_ptr<ScratchDirectory> scratch)
-    : m_engineDirectory(FieldText(options.engineDirectory)),
+    : m_engineDirectory(common::FieldText(options.engineDirectory)),
       m_scratch(std::move(scratch)),
       m_databases(std::make_unique<DatabasesInUse>(m_engineDirectory, std::move(databases),
                                                    m_scratch->Path())),
@@ -149,7 +150,8 @@ ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProf
     const LibraryEngine engine = loader->Loaded();
     if (engine == nullptr) {
         if (!m_closing && !m_failureLogged.exchange(true)) {
-            WriteToLog(kCommonLog, "scanapi: no database was loaded, files are not scanned");
+            WriteToLog(common::kCommonLog,
+                       "scanapi: no database was loaded, files are not scanned");
         }
         return {};
     }

@@ -45,9 +45,9 @@ Result Guarded(Result onFailure, Body body) noexcept {
     try {
         return body();
     } catch (const std::exception& error) {
-        WriteToLog(kCommonLog, error.what());
+        WriteToLog(common::kCommonLog, error.what());
     } catch (...) {
-        WriteToLog(kCommonLog, "scanapi: unknown failure");
+        WriteToLog(common::kCommonLog, "scanapi: unknown failure");
     }
     return onFailure;
 }

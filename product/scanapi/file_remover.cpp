@@ -91,7 +91,7 @@ RemovalResult RemoveScannedFile(const TargetFile& file) {
     }
     if (result != RemovalResult::Removed && !MoveBack(folder, aside, file.BaseName())) {
         const std::string line = "scanapi: (" + file.Path() + ") now bears the name " + aside;
-        WriteToLog(kCommonLog, line.c_str());
+        WriteToLog(common::kCommonLog, line.c_str());
     }
     return result;
 }

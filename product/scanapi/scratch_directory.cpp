@@ -21,8 +21,9 @@ struct DirectoryCloser {
     void operator()(DIR* directory) const { closedir(directory); }
 };
 
-FileDescriptor OpenOwnFolder(int parent, const char* name) {
-    FileDescriptor folder(openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+common::FileDescriptor OpenOwnFolder(int parent, const char* name) {
+    common::FileDescriptor folder(
+        openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat state {};
     if (folder && (fstat(folder.Get(), &state) != 0 || state.st_uid != geteuid())) {
         folder.Reset();
@@ -45,7 +46,7 @@ void RemoveLeftovers(const std::string& parent) {
         if (!std::string_view(entry->d_name).starts_with(kPrefix)) {
             continue;
         }
-        const FileDescriptor folder = OpenOwnFolder(dirfd(directory.get()), entry->d_name);
+        const common::FileDescriptor folder = OpenOwnFolder(dirfd(directory.get()), entry->d_name);
         if (folder && flock(folder.Get(), LOCK_EX | LOCK_NB) == 0) {
             RemoveTree(parent + '/' + entry->d_name);
         }
@@ -64,7 +65,7 @@ std::unique_ptr<ScratchDirectory> ScratchDirectory::Make(const std::string& want
         if (mkdtemp(path.data()) == nullptr) {
             continue;
         }
-        FileDescriptor lock = OpenOwnFolder(AT_FDCWD, path.c_str());
+        common::FileDescriptor lock = OpenOwnFolder(AT_FDCWD, path.c_str());
         // Between its making and its locking another engine may have taken it for a leftover.
         if (!lock || flock(lock.Get(), LOCK_EX | LOCK_NB) != 0 || access(path.c_str(), W_OK) != 0) {
             RemoveTree(path);

@@ -21,11 +21,11 @@ public:
     [[nodiscard]] const std::string& Path() const { return m_path; }
 
 private:
-    ScratchDirectory(std::string path, FileDescriptor lock)
+    ScratchDirectory(std::string path, common::FileDescriptor lock)
         : m_path(std::move(path)), m_lock(std::move(lock)) {}
 
     std::string m_path;
-    FileDescriptor m_lock;  ///< locked while the folder is in use
+    common::FileDescriptor m_lock;  ///< locked while the folder is in use
 };
 
 }  // namespace scanapi

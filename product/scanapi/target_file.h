@@ -36,8 +36,8 @@ public:
 private:
     std::string m_path;
     std::string m_baseName;
-    FileDescriptor m_folder;
-    FileDescriptor m_file;
+    common::FileDescriptor m_folder;
+    common::FileDescriptor m_file;
     struct stat m_opened {};
 };
 

@@ -17,10 +17,10 @@ namespace {
 constexpr unsigned int kMinorNumbers = 100;  // the record is shown as "%u.%02u"
 
 bool ReadVersionFile(const std::string& path, tagZQVERINFO& version) {
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kFollow);
-    return file &&
-           ReadFull(file.Get(), BytesOf(version)) == static_cast<std::ptrdiff_t>(sizeof(version));
+    return file && common::ReadFull(file.Get(), common::BytesOf(version)) ==
+                       static_cast<std::ptrdiff_t>(sizeof(version));
 }
 
 // The date of a version file, which is local time.
@@ -48,8 +48,8 @@ tagZQVERINFO ReadVersion(const std::string& engineDirectory,
         });
     const bool isNumbered = newest != databases.end() && newest->version != 0;
     tagZQVERINFO version{};
-    if ((ReadVersionFile(engineDirectory + kInstalledVersionFile, version) ||
-         ReadVersionFile(engineDirectory + kVersionFileName, version)) &&
+    if ((ReadVersionFile(engineDirectory + common::kInstalledVersionFile, version) ||
+         ReadVersionFile(engineDirectory + common::kVersionFileName, version)) &&
         !(isNumbered && newest->built > InstantOf(version.databaseDate))) {
         return version;
     }

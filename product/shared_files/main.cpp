@@ -52,7 +52,8 @@ bool ProvideFiles(const std::string& path, int folder, FolderOwner owner,
 
 /// Goes on after a failure: what can be made is made.
 bool ProvideAll(const std::string& directory) {
-    const FileDescriptor program(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const common::FileDescriptor program(
+        ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!program) {
         Say(directory, std::strerror(errno));
         return false;
@@ -61,7 +62,7 @@ bool ProvideAll(const std::string& directory) {
         ProvideFiles(directory, program.Get(), FolderOwner::kAdministrator, ProgramFiles());
     for (const SharedFolder& wanted : ProgramFolders()) {
         const std::string path = directory + "/" + wanted.name;
-        const FileDescriptor folder = ProvideFolder(program.Get(), wanted);
+        const common::FileDescriptor folder = ProvideFolder(program.Get(), wanted);
         if (!folder) {
             Say(path, std::strerror(errno));
             isComplete = false;

@@ -111,7 +111,7 @@ public:
 private:
     int m_folder;
     std::string m_name;
-    FileDescriptor m_file;
+    common::FileDescriptor m_file;
 };
 
 bool HasOwnerAndMode(const SharedFile& file, const struct stat& status) {
@@ -138,7 +138,7 @@ bool SetOwnerAndMode(int folder, const SharedFile& file, const struct stat& stat
 
 /// Whether a run that is still alive works on it. What cannot be opened is no run's own.
 bool IsAtWork(int folder, const char* name) {
-    const FileDescriptor file(
+    const common::FileDescriptor file(
         ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     return file && ::flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
@@ -171,11 +171,11 @@ Provided Provide(int folder, FolderOwner owner, const SharedFile& file) {
     return isTakenBack ? Provided::kTakenBack : isThere ? Provided::kRepaired : Provided::kMade;
 }
 
-FileDescriptor ProvideFolder(int parent, const SharedFolder& folder) {
+common::FileDescriptor ProvideFolder(int parent, const SharedFolder& folder) {
     if (::mkdirat(parent, folder.name, 0700) != 0 && errno != EEXIST) {
         return {};
     }
-    FileDescriptor open(::openat(parent, folder.name, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    common::FileDescriptor open(::openat(parent, folder.name, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     struct stat status {};
     // The owner first: giving a folder away can take mode bits from it.
     if (open &&
@@ -187,8 +187,8 @@ FileDescriptor ProvideFolder(int parent, const SharedFolder& folder) {
 }
 
 void RemoveLeftovers(int folder) {
-    FileDescriptor copy(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const DirectoryStream entries(copy ? ::fdopendir(copy.Get()) : nullptr);
+    common::FileDescriptor copy(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const common::DirectoryStream entries(copy ? ::fdopendir(copy.Get()) : nullptr);
     if (!entries) {
         return;
     }

@@ -59,7 +59,7 @@ Provided Provide(int folder, FolderOwner owner, const SharedFile& file);
 
 /// Opens `folder` in the open folder `parent`, made when it is missing, and sets its owner and
 /// mode. Not open on failure, with errno set.
-FileDescriptor ProvideFolder(int parent, const SharedFolder& folder);
+common::FileDescriptor ProvideFolder(int parent, const SharedFolder& folder);
 
 /// Removes the half-made files that a killed process left in the open `folder`; those of one that
 /// is at work stay.

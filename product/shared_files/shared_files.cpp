@@ -40,26 +40,26 @@ constexpr std::string_view kOfficialMirror = "https://database.clamav.net";
 
 bool WriteUpdateLinks(int fd) {
     const std::string mirror(kOfficialMirror);
-    return WriteAll(fd, UpdateLinkFile(std::span(&mirror, 1)));
+    return common::WriteAll(fd, update::UpdateLinkFile(std::span(&mirror, 1)));
 }
 
 // No address yet. Without the file, an administrator's list could not be told from a broken one.
 bool WriteAdminLinks(int fd) {
     tagADMNURLRECORD record{};
-    record.kind = kAdminRecordKind;
+    record.kind = update::kAdminRecordKind;
     record.created = {2026, 11, 6, 21, 0, 0, 0, 0};
-    record.value18 = kAdminRecordValue18;
-    record.value22 = kAdminRecordValue22;
+    record.value18 = update::kAdminRecordValue18;
+    record.value22 = update::kAdminRecordValue22;
     Encrypt(reinterpret_cast<unsigned char*>(&record), sizeof record);
-    return WriteAll(fd, BytesOf(record));
+    return common::WriteAll(fd, common::BytesOf(record));
 }
 
 bool WriteInternetSettings(int fd) {
-    return WriteAll(fd, BytesOf(tagZQINETCONFIG{}));
+    return common::WriteAll(fd, common::BytesOf(tagZQINETCONFIG{}));
 }
 
 bool WriteIndex(int fd) {
-    return WriteAll(fd, BytesOf(kEmptyReportIndex));
+    return common::WriteAll(fd, common::BytesOf(reports::kEmptyReportIndex));
 }
 
 bool WriteNothing(int) {
@@ -68,26 +68,28 @@ bool WriteNothing(int) {
 
 constexpr SharedFile kProgramFiles[] = {
     // One byte already holds a choice of somebody's.
-    {"zqscn.opt", kShared, 1, [](int fd) { return WriteAll(fd, BytesOf(kDefaultScanSettings)); }},
-    {kScanIndexName, kShared, sizeof(tagReportIndexHeader), WriteIndex},
-    {kUpdateIndexName, kShared, sizeof(tagReportIndexHeader), WriteIndex},
+    {"zqscn.opt", kShared, 1,
+     [](int fd) { return common::WriteAll(fd, common::BytesOf(common::kDefaultScanSettings)); }},
+    {reports::kScanIndexName, kShared, sizeof(tagReportIndexHeader), WriteIndex},
+    {reports::kUpdateIndexName, kShared, sizeof(tagReportIndexHeader), WriteIndex},
     // Without the paths they are empty. The update services see to it that everybody may open them,
     // whoever has changed the mode.
     {"zqupdate.opt", kShared, offsetof(tagUpdtOpts, path),
-     [](int fd) { return WriteAll(fd, BytesOf(kInstalledUpdateOptions)); }, kUpdater},
+     [](int fd) { return common::WriteAll(fd, common::BytesOf(update::kInstalledUpdateOptions)); },
+     kUpdater},
     {"zqinet.opt", kShared, sizeof(tagZQINETCONFIG), WriteInternetSettings},
-    {kUpdateLinkFileName, kReadable, sizeof(tagUPDLINKHEADER), WriteUpdateLinks},
+    {update::kUpdateLinkFileName, kReadable, sizeof(tagUPDLINKHEADER), WriteUpdateLinks},
     // Its reader opens it for writing too.
-    {kAdminLinkFileName, kReadable, sizeof(tagADMNURLRECORD), WriteAdminLinks, kUpdater},
+    {update::kAdminLinkFileName, kReadable, sizeof(tagADMNURLRECORD), WriteAdminLinks, kUpdater},
     {"updt.lck", kShared, 0, WriteNothing},
     // Installed definitions bring their own, and a link leads to it.
-    {kVersionFileName,
+    {common::kVersionFileName,
      kReadable,
      sizeof(tagZQVERINFO),
-     [](int fd) { return WriteAll(fd, BytesOf(kDatabaseVersion)); },
+     [](int fd) { return common::WriteAll(fd, common::BytesOf(kDatabaseVersion)); },
      {},
      true},
-    {"section.ini", kReadable, 1, [](int fd) { return WriteAll(fd, kLogLimits); }},
+    {"section.ini", kReadable, 1, [](int fd) { return common::WriteAll(fd, kLogLimits); }},
 };
 
 constexpr SharedFolder kProgramFolders[] = {
@@ -105,10 +107,10 @@ constexpr SharedFile kDefinitionsFiles[] = {
 };
 
 constexpr SharedFile kReportsFiles[] = {
-    {kMainFile, kShared, sizeof(tagVIRMAIN), RestoreMainFileHeader},
+    {virus_log::kMainFile, kShared, sizeof(tagVIRMAIN), RestoreMainFileHeader},
     // Whoever logs first writes the head.
-    {kRecordFile, kShared, 0, WriteNothing},
-    {kOffsetFile, kShared, 0, WriteNothing},
+    {virus_log::kRecordFile, kShared, 0, WriteNothing},
+    {virus_log::kOffsetFile, kShared, 0, WriteNothing},
 };
 
 }  // namespace

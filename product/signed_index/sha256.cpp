@@ -50,7 +50,7 @@ std::optional<FileDigest> DigestOf(int fd, std::uint64_t limit) {
     Sha256 hash;
     std::uint64_t size = 0;
     std::ptrdiff_t got = 0;
-    while (size <= limit && (got = ReadFull(fd, buffer)) > 0) {
+    while (size <= limit && (got = common::ReadFull(fd, buffer)) > 0) {
         const auto count = static_cast<std::size_t>(got);
         hash.Add(std::span(buffer).first(count));
         size += count;

@@ -37,22 +37,22 @@ bool IsCallers(int directory) {
 }
 
 Refusal ReadKey(int folder, const std::string& name, bool callerIsFine, PublicKey& key) {
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFileAt(folder, name.c_str(), O_RDONLY, common::Links::kNoSymbolic);
     if (!file || !IsSafe(file.Get(), callerIsFine)) {
         return Refusal::kKeyFileUnsafe;
     }
     std::array<char, kMaxKeySize + 1> text{};
-    const auto length = ReadFull(file.Get(), std::as_writable_bytes(std::span(text)));
+    const auto length = common::ReadFull(file.Get(), std::as_writable_bytes(std::span(text)));
     if (length <= 0 || static_cast<std::size_t>(length) > kMaxKeySize) {
         return Refusal::kKeyMalformed;
     }
     return ParsePublicKey({text.data(), static_cast<std::size_t>(length)}, key);
 }
 
-std::vector<std::string> KeyNames(FileDescriptor folder) {
+std::vector<std::string> KeyNames(common::FileDescriptor folder) {
     std::vector<std::string> names;
-    const DirectoryStream stream(::fdopendir(folder.Get()));
+    const common::DirectoryStream stream(::fdopendir(folder.Get()));
     if (stream == nullptr) {
         return names;
     }
@@ -71,8 +71,9 @@ std::vector<std::string> KeyNames(FileDescriptor folder) {
 Refusal ReadTrustedKeys(const std::string& directory, TrustedKeys& trusted) {
     constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
     trusted = {};
-    const FileDescriptor product(::open(directory.c_str(), kOpenFolder));
-    const FileDescriptor folder(::openat(product.Get(), kKeyFolder, kOpenFolder | O_NOFOLLOW));
+    const common::FileDescriptor product(::open(directory.c_str(), kOpenFolder));
+    const common::FileDescriptor folder(
+        ::openat(product.Get(), kKeyFolder, kOpenFolder | O_NOFOLLOW));
     if (!product || !folder) {
         struct stat status {};
         const bool isThere =
@@ -83,7 +84,7 @@ Refusal ReadTrustedKeys(const std::string& directory, TrustedKeys& trusted) {
     if (!IsSafe(folder.Get(), callerIsFine)) {
         return Refusal::kKeyFolderUnsafe;
     }
-    FileDescriptor listed(::openat(folder.Get(), ".", kOpenFolder));
+    common::FileDescriptor listed(::openat(folder.Get(), ".", kOpenFolder));
     for (const std::string& name : KeyNames(std::move(listed))) {
         PublicKey key;
         const Refusal refusal = trusted.keys.size() < kMaxKeys

@@ -19,7 +19,7 @@ constexpr std::size_t kMostUnsent = std::size_t{64} * 1024;
 
 }  // namespace
 
-Asker::Asker(FileDescriptor connection)
+Asker::Asker(common::FileDescriptor connection)
     : m_connection(std::move(connection)), m_reader(kMostHeard) {
     ucred peer{};
     socklen_t size = sizeof peer;

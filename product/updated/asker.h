@@ -25,7 +25,7 @@ public:
     };
     enum class Wish { kUpdate, kIndex };
 
-    explicit Asker(FileDescriptor connection);
+    explicit Asker(common::FileDescriptor connection);
 
     [[nodiscard]] int Descriptor() const { return m_connection.Get(); }
     [[nodiscard]] State Now() const { return m_state; }
@@ -52,7 +52,7 @@ public:
 private:
     void Take(std::string_view line);
 
-    FileDescriptor m_connection;
+    common::FileDescriptor m_connection;
     uid_t m_user = static_cast<uid_t>(-1);
     pid_t m_process = 0;
     Clock::time_point m_since = Clock::now();

@@ -16,14 +16,14 @@ namespace {
 
 constexpr int kBacklog = 64;
 
-FileDescriptor Bind(const std::string& path) {
+common::FileDescriptor Bind(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (!CopyToField(address.sun_path, path)) {
+    if (!common::CopyToField(address.sun_path, path)) {
         errno = ENAMETOOLONG;
         return {};
     }
-    FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    common::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     (void)::unlink(path.c_str());
     if (socket &&
         (::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
@@ -35,11 +35,11 @@ FileDescriptor Bind(const std::string& path) {
 
 }  // namespace
 
-FileDescriptor Listen(const std::string& path) {
+common::FileDescriptor Listen(const std::string& path) {
     if (::sd_listen_fds(1) < 1) {
         return Bind(path);
     }
-    FileDescriptor given(SD_LISTEN_FDS_START);
+    common::FileDescriptor given(SD_LISTEN_FDS_START);
     const int flags = ::fcntl(given.Get(), F_GETFL);
     if (::sd_is_socket_unix(given.Get(), SOCK_STREAM, 1, nullptr, 0) <= 0 || flags < 0 ||
         ::fcntl(given.Get(), F_SETFL, flags | O_NONBLOCK) != 0) {

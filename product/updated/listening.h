@@ -9,6 +9,6 @@ namespace updated {
 /// A socket at `path` that every user may connect to and that does not block: the one systemd has
 /// opened for us, or a new one, in the place of what a process before us has left there. Not open
 /// on failure, with errno set.
-FileDescriptor Listen(const std::string& path);
+common::FileDescriptor Listen(const std::string& path);
 
 }  // namespace updated

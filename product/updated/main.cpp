@@ -22,13 +22,13 @@ constexpr char kSocketPath[] = "/run/corvane/update.sock";
 constexpr char kProgramName[] = "corvane-update";
 
 /// Becomes readable when the service is to end.
-FileDescriptor WatchForEnd() {
+common::FileDescriptor WatchForEnd() {
     sigset_t ending;
     sigemptyset(&ending);
     sigaddset(&ending, SIGTERM);
     sigaddset(&ending, SIGINT);
     ::sigprocmask(SIG_BLOCK, &ending, nullptr);
-    return FileDescriptor(::signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
+    return common::FileDescriptor(::signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 }  // namespace
@@ -40,8 +40,8 @@ int main(int argc, char**) {
     }
     std::signal(SIGPIPE, SIG_IGN);
     ::openlog("corvane-updated", LOG_PID, LOG_DAEMON);
-    const FileDescriptor end = WatchForEnd();
-    FileDescriptor listening = updated::Listen(kSocketPath);
+    const common::FileDescriptor end = WatchForEnd();
+    common::FileDescriptor listening = updated::Listen(kSocketPath);
     if (!end || !listening) {
         ::syslog(LOG_ERR, "%s cannot be listened at: %s", kSocketPath, std::strerror(errno));
         return kExitFailed;

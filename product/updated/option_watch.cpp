@@ -38,7 +38,7 @@ void OptionWatch::SetMode() const {
     struct stat status {};
     if (::lstat(m_path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
         (status.st_mode & kModeBits) != kShared) {
-        ShareWithEveryone(m_path.c_str());
+        common::ShareWithEveryone(m_path.c_str());
     }
 }
 

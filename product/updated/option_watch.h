@@ -24,7 +24,7 @@ private:
     void SetMode() const;
 
     std::string m_path;
-    FileDescriptor m_watch;
+    common::FileDescriptor m_watch;
 };
 
 }  // namespace updated

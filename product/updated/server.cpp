@@ -34,7 +34,7 @@ constexpr int kMostLogLines = 500;
 
 }  // namespace
 
-Server::Server(FileDescriptor listening, Settings settings)
+Server::Server(common::FileDescriptor listening, Settings settings)
     : m_listening(std::move(listening)), m_settings(std::move(settings)) {
     if (const auto account = updturl::AccountOf(updturl::kServiceUser)) {
         m_serviceUser = account->uid;
@@ -136,7 +136,7 @@ bool Server::Wait(int endDescriptor, int options, const std::function<void()>& o
 }
 
 void Server::Accept() {
-    FileDescriptor connection(
+    common::FileDescriptor connection(
         ::accept4(m_listening.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (!connection) {
         return;

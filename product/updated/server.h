@@ -29,7 +29,7 @@ public:
     };
 
     /// `listening` is a socket that listens and does not block.
-    Server(FileDescriptor listening, Settings settings);
+    Server(common::FileDescriptor listening, Settings settings);
 
     /// Serves until `endDescriptor` becomes readable; then what runs is ended. `options` is watched
     /// for, and OnOptions called, whenever that descriptor becomes readable; -1 for none.
@@ -59,7 +59,7 @@ private:
     void StopRun();
     void DropGone();
 
-    FileDescriptor m_listening;
+    common::FileDescriptor m_listening;
     Settings m_settings;
     std::optional<uid_t> m_serviceUser;  ///< of the automatic updates
     Askers m_askers;

@@ -20,9 +20,9 @@ constexpr std::string_view kOfficialDomain = "clamav.net";
 
 template <typename Record>
 std::ptrdiff_t ReadRecord(const std::string& path, Record& record) {
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kOnlyOfRoot);
-    return file ? ReadFull(file.Get(), BytesOf(record)) : -1;
+    return file ? common::ReadFull(file.Get(), common::BytesOf(record)) : -1;
 }
 
 updturl::Proxy ReadProxy(const std::string& directory) {
@@ -31,8 +31,9 @@ updturl::Proxy ReadProxy(const std::string& directory) {
         settings.useProxy != 1) {
         return {};
     }
-    return {std::string(FieldText(settings.server)), settings.port,
-            std::string(FieldText(settings.user)), std::string(FieldText(settings.password))};
+    return {std::string(common::FieldText(settings.server)), settings.port,
+            std::string(common::FieldText(settings.user)),
+            std::string(common::FieldText(settings.password))};
 }
 
 std::optional<std::vector<std::string>> ReadAddresses(const std::string& directory,
@@ -41,7 +42,7 @@ std::optional<std::vector<std::string>> ReadAddresses(const std::string& directo
     char** const list =
         isFromAdministrator
             ? CUpdate::GetURLsForAdmin(&count)
-            : CUpdate::ReadUpdLink(&count, (directory + kUpdateLinkFileName).c_str());
+            : CUpdate::ReadUpdLink(&count, (directory + update::kUpdateLinkFileName).c_str());
     if (list == nullptr) {
         return std::nullopt;
     }
@@ -72,12 +73,12 @@ std::optional<updturl::Request> ReadSources(const std::string& directory, updtur
     request.downloadDirectory = directory + "download/";
     request.proxy = ReadProxy(directory);
     if (source == updturl::Source::kIndex) {
-        request.folder = FieldText(options.path);
+        request.folder = common::FieldText(options.path);
         return request;
     }
     request.isFromAdministrator = (options.flags & kUpdateFromInternet) == 0;
     if ((options.flags & kUpdateKeepBackup) != 0) {
-        request.backupFolder = FieldText(options.backupFolder);
+        request.backupFolder = common::FieldText(options.backupFolder);
     }
     request.addresses = ReadAddresses(directory, request.isFromAdministrator);
     return request;

@@ -58,7 +58,7 @@ pid_t Spawn(const std::string& program, int socket) {
 Updater::Updater(const std::string& program, std::string request) : m_unsent(std::move(request)) {
     std::array<int, 2> ends{-1, -1};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0) {
-        const FileDescriptor theirs(ends[1]);
+        const common::FileDescriptor theirs(ends[1]);
         m_socket.Reset(ends[0]);
         m_process = Spawn(program, theirs.Get());
     }

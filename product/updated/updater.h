@@ -48,7 +48,7 @@ public:
 private:
     void SetPatience();
 
-    FileDescriptor m_socket;
+    common::FileDescriptor m_socket;
     pid_t m_process = -1;
     std::string m_unsent;
     updturl::LineReader m_lines;

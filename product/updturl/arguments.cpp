@@ -24,10 +24,10 @@ Proxy ProxyOf(const tagZQINETCONFIG* settings) {
         return {};
     }
     return {
-        .server = std::string(FieldText(settings->server)),
+        .server = std::string(common::FieldText(settings->server)),
         .port = settings->port,
-        .user = std::string(FieldText(settings->user)),
-        .password = std::string(FieldText(settings->password)),
+        .user = std::string(common::FieldText(settings->user)),
+        .password = std::string(common::FieldText(settings->password)),
     };
 }
 

@@ -119,7 +119,7 @@ bool Asker::Write(std::string_view line, std::chrono::milliseconds patience) {
         return false;
     }
     m_isSlow = false;
-    const bool isWritten = WriteAll(m_output, line);
+    const bool isWritten = common::WriteAll(m_output, line);
     m_isStopping = m_isStopping || !isWritten;
     return isWritten;
 }

@@ -75,14 +75,14 @@ ChildProcess::~ChildProcess() {
     EndByForce();
 }
 
-FileDescriptor ChildProcess::Start(const std::string& program, std::vector<std::string> arguments,
-                                   ProcessGroup group) {
+common::FileDescriptor ChildProcess::Start(const std::string& program,
+                                           std::vector<std::string> arguments, ProcessGroup group) {
     std::array<int, 2> ends{};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
         return {};
     }
-    FileDescriptor ours(ends[0]);
-    const FileDescriptor theirs(ends[1]);
+    common::FileDescriptor ours(ends[0]);
+    const common::FileDescriptor theirs(ends[1]);
     std::string name = program;
     std::string path = kPath;
     std::string language = kLanguage;

@@ -26,8 +26,8 @@ public:
     /// Starts `program` with `arguments` and a socket as its standard input and
     /// output: no other descriptor, none of our environment, no signal blocked or ignored, in the
     /// directory "/". The other end of the socket, not open on failure with the reason in errno.
-    FileDescriptor Start(const std::string& program, std::vector<std::string> arguments,
-                         ProcessGroup group);
+    common::FileDescriptor Start(const std::string& program, std::vector<std::string> arguments,
+                                 ProcessGroup group);
 
     /// Waits a moment for a child that has said its last word, then ends it.
     void EndInPeace();

@@ -54,7 +54,7 @@ public:
 
     /// What is not there needs no rule.
     void Allow(const std::string& path, std::uint64_t access) {
-        const FileDescriptor target(::open(path.c_str(), O_PATH | O_CLOEXEC));
+        const common::FileDescriptor target(::open(path.c_str(), O_PATH | O_CLOEXEC));
         struct stat status {};
         if (!target || ::fstat(target.Get(), &status) != 0) {
             return;
@@ -79,7 +79,7 @@ private:
         return ::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
     }
 
-    FileDescriptor m_fd;
+    common::FileDescriptor m_fd;
     bool m_isWhole = true;
 };
 

@@ -11,7 +11,7 @@
 
 namespace updturl {
 
-Conversation::Conversation(FileDescriptor socket, ConversationListener& listener)
+Conversation::Conversation(common::FileDescriptor socket, ConversationListener& listener)
     : m_socket(std::move(socket)), m_listener(listener) {
     (void)::fcntl(m_socket.Get(), F_SETFL, O_NONBLOCK);
 }

@@ -62,7 +62,7 @@ public:
     static constexpr std::chrono::seconds kTimeToSwitch{15};
 
     /// `socket` is connected.
-    Conversation(FileDescriptor socket, ConversationListener& listener);
+    Conversation(common::FileDescriptor socket, ConversationListener& listener);
 
     /// Says `words` and listens until the run is over. Once.
     Ending Hold(std::string words, const ConversationRules& rules = {});
@@ -84,7 +84,7 @@ private:
     void AskToStop(Ending reason);
     [[nodiscard]] std::optional<Ending> Ended();
 
-    FileDescriptor m_socket;
+    common::FileDescriptor m_socket;
     ConversationListener& m_listener;
     ConversationRules m_rules;
     LineReader m_reader;

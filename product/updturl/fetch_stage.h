@@ -37,7 +37,7 @@ public:
     void End() { m_child.EndByForce(); }
 
 private:
-    FileDescriptor m_socket;
+    common::FileDescriptor m_socket;
     ChildProcess m_child;
 };
 

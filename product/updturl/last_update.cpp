@@ -43,9 +43,9 @@ bool WriteLastUpdate(int folder, const LastUpdate& update) {
     if (::unlinkat(folder, kTemporaryName, 0) != 0 && errno != ENOENT) {
         return false;
     }
-    const FileDescriptor file = common::OpenRegularFileAt(
+    const common::FileDescriptor file = common::OpenRegularFileAt(
         folder, kTemporaryName, O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0644);
-    return file && WriteAll(file.Get(), LastUpdateText(update)) &&
+    return file && common::WriteAll(file.Get(), LastUpdateText(update)) &&
            ::fchmod(file.Get(), 0644) == 0 && ::fsync(file.Get()) == 0 &&
            ::renameat(folder, kTemporaryName, folder, kLastUpdateName) == 0 && ::fsync(folder) == 0;
 }

@@ -55,7 +55,7 @@ int RunChild(const std::string& program, const Request& request, ProgressListene
         return kUpdaterFailed;
     }
     ChildProcess child;
-    FileDescriptor socket = child.Start(program, {}, ProcessGroup::kOwn);
+    common::FileDescriptor socket = child.Start(program, {}, ProcessGroup::kOwn);
     if (!socket) {
         LogUpdate(program + " cannot be started: " + std::strerror(errno));
         return kUpdaterFailed;
@@ -73,7 +73,7 @@ int RunChild(const std::string& program, const Request& request, ProgressListene
 
 int AskService(const std::string& socketPath, Source source, ProgressListener& listener) {
     std::string reason;
-    FileDescriptor socket = ConnectToService(socketPath, kServiceUser, reason);
+    common::FileDescriptor socket = ConnectToService(socketPath, kServiceUser, reason);
     if (!socket) {
         LogUpdate("the update service cannot be asked (" + reason +
                   "); an administrator starts it with \"systemctl start corvane-updated\" or "

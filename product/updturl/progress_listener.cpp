@@ -7,7 +7,7 @@ namespace updturl {
 
 void ProgressListener::Status(std::uint16_t status, std::string_view fileName) {
     m_info.status = status;
-    CopyToField(m_info.fileName, fileName);
+    common::CopyToField(m_info.fileName, fileName);
     Beat();
 }
 

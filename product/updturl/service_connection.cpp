@@ -25,11 +25,12 @@ bool IsListenedToBy(int socket, const char* user) {
 
 }  // namespace
 
-FileDescriptor ConnectToService(const std::string& path, const char* user, std::string& reason) {
-    FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+common::FileDescriptor ConnectToService(const std::string& path, const char* user,
+                                        std::string& reason) {
+    common::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (!CopyToField(address.sun_path, path) ||
+    if (!common::CopyToField(address.sun_path, path) ||
         ::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         reason = std::strerror(errno);
         return {};

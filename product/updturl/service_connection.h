@@ -22,6 +22,7 @@ inline constexpr char kFetchUser[] = "corvane-fetch";
 /// Connects to whoever listens on `path`. Not open, with why in `reason`, where nobody listens, and
 /// where neither root nor `user` does: another user could otherwise say that the machine is up to
 /// date. Does not wait. Any thread.
-FileDescriptor ConnectToService(const std::string& path, const char* user, std::string& reason);
+common::FileDescriptor ConnectToService(const std::string& path, const char* user,
+                                        std::string& reason);
 
 }  // namespace updturl

@@ -10,7 +10,7 @@
 namespace updturl {
 void LogUpdate(std::string_view text) {
     const std::string line = "Update: " + Printable(text);
-    WriteToLog(kUpdateLog, line.c_str());
+    WriteToLog(update::kUpdateLog, line.c_str());
     ::syslog(LOG_USER | LOG_NOTICE, "corvane: %s", line.c_str());
 }
 

@@ -13,7 +13,7 @@ public:
         out += "time,component,virus,action,user,path,domain\r\n";
     }
 
-    void Record(std::string& out, const VirusLogEntry& entry) override {
+    void Record(std::string& out, const virus_log::VirusLogEntry& entry) override {
         AppendTime(out, entry.time, ' ');
         out += ',';
         out += std::to_string(entry.component);
@@ -31,7 +31,7 @@ private:
     void AppendField(std::string& out, std::string_view text) {
         m_field.clear();
         if (!text.empty()) {
-            const DecodedCharacter first = DecodeUtf8(text);
+            const common::DecodedCharacter first = common::DecodeUtf8(text);
             if (first.isWellFormed && kFormulaStarts.find(first.character) != text.npos) {
                 AppendCharacterEscape(m_field, first.character);
                 text.remove_prefix(first.length);

@@ -43,12 +43,12 @@ void AppendEscaped(std::string& out, std::string_view text) {
         if (text.empty()) {
             break;
         }
-        const DecodedCharacter next = DecodeUtf8(text);
+        const common::DecodedCharacter next = common::DecodeUtf8(text);
         if (!next.isWellFormed) {
             AppendByteEscape(out, static_cast<unsigned char>(text.front()));
         } else if (next.character == U'\\') {
             out += "\\\\";
-        } else if (IsMisleading(next.character)) {
+        } else if (common::IsMisleading(next.character)) {
             AppendCharacterEscape(out, next.character);
         } else {
             out += text.substr(0, next.length);

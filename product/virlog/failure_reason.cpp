@@ -22,7 +22,7 @@ namespace {
 // Each gives an empty text when the reason is another one.
 
 std::string FileReason(const char* name) {
-    const std::string path = VirusLogPath(name);
+    const std::string path = virus_log::VirusLogPath(name);
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0) {
         return errno == ENOENT
@@ -39,7 +39,7 @@ std::string FileReason(const char* name) {
 }
 
 std::string FolderReason() {
-    const std::string folder = VirusLogPath("");
+    const std::string folder = virus_log::VirusLogPath("");
     if (::access(folder.c_str(), W_OK | X_OK) != 0) {
         return "no copy of the virus log can be made in " + folder + ": " + std::strerror(errno);
     }
@@ -58,8 +58,8 @@ std::string LockReason(std::chrono::nanoseconds waited) {
                "; when that process is gone, \"corvane-virlog --unlock\" helps";
     }
     // A reader waits as long as this for the one or for the other.
-    static_assert(kMainFileWait == kResetWait);
-    if (waited >= std::chrono::seconds(kMainFileWait)) {
+    static_assert(virus_log::kMainFileWait == virus_log::kResetWait);
+    if (waited >= std::chrono::seconds(virus_log::kMainFileWait)) {
         return "the virus log was in use all the time; try again";
     }
     return {};
@@ -67,7 +67,7 @@ std::string LockReason(std::chrono::nanoseconds waited) {
 
 std::string HeadReason() {
     struct stat status {};
-    const std::string path = VirusLogPath(kRecordFile);
+    const std::string path = virus_log::VirusLogPath(virus_log::kRecordFile);
     // An empty one is as installed.
     return ::stat(path.c_str(), &status) == 0 && status.st_size > 0 &&
                    status.st_size < static_cast<off_t>(sizeof(tagVIRHEAD))
@@ -76,25 +76,28 @@ std::string HeadReason() {
 }
 
 std::string TornReason() {
-    const FileDescriptor file = OpenExistingLogFile(kRecordFile, O_RDONLY);
-    VirusLogContents contents;
-    const off_t size = file ? SizeOf(file.Get()) : -1;
+    const common::FileDescriptor file =
+        virus_log::OpenExistingLogFile(virus_log::kRecordFile, O_RDONLY);
+    virus_log::VirusLogContents contents;
+    const off_t size = file ? virus_log::SizeOf(file.Get()) : -1;
     return size > 0 &&
-                   ReadRecordFile(file.Get(), static_cast<std::uint64_t>(size), contents) ==
-                       ReadLogResult::kOk &&
+                   virus_log::ReadRecordFile(file.Get(), static_cast<std::uint64_t>(size),
+                                             contents) == virus_log::ReadLogResult::kOk &&
                    contents.damagedBytes > 0
-               ? "the virus log is damaged and cannot be cut: " + VirusLogPath(kRecordFile)
+               ? "the virus log is damaged and cannot be cut: " +
+                     virus_log::VirusLogPath(virus_log::kRecordFile)
                : "";
 }
 
 // In a sticky folder only the owner of a file, the folder's own and root can put another file in
 // its place, which is how the log is cut.
 std::string OwnerReason() {
-    const std::string path = VirusLogPath(kRecordFile);
+    const std::string path = virus_log::VirusLogPath(virus_log::kRecordFile);
     struct stat file {};
     struct stat folder {};
-    if (::lstat(path.c_str(), &file) != 0 || ::stat(VirusLogPath("").c_str(), &folder) != 0 ||
-        ::geteuid() == 0 || ::geteuid() == file.st_uid ||
+    if (::lstat(path.c_str(), &file) != 0 ||
+        ::stat(virus_log::VirusLogPath("").c_str(), &folder) != 0 || ::geteuid() == 0 ||
+        ::geteuid() == file.st_uid ||
         ((folder.st_mode & S_ISVTX) == 0 || ::geteuid() == folder.st_uid)) {
         return {};
     }
@@ -105,11 +108,11 @@ std::string OwnerReason() {
 
 // A failed cut has given back what it had taken of the disk. It needs no more than the log has.
 std::string RoomReason() {
-    const std::string folder = VirusLogPath("");
+    const std::string folder = virus_log::VirusLogPath("");
     struct statvfs space {};
     struct stat log {};
     return ::statvfs(folder.c_str(), &space) == 0 &&
-                   ::stat(VirusLogPath(kRecordFile).c_str(), &log) == 0 &&
+                   ::stat(virus_log::VirusLogPath(virus_log::kRecordFile).c_str(), &log) == 0 &&
                    space.f_bavail * space.f_frsize < static_cast<std::uint64_t>(log.st_size)
                ? "there is no room in " + folder + " for the part of the virus log that stays"
                : "";
@@ -124,7 +127,7 @@ std::string FirstOf(std::initializer_list<std::string> reasons) {
 }  // namespace
 
 std::string ReasonNotToCut() {
-    const std::string folder = VirusLogPath("");
+    const std::string folder = virus_log::VirusLogPath("");
     if (::access(folder.c_str(), W_OK | X_OK) != 0) {
         return "the virus log may not be cut in " + folder + ": " + std::strerror(errno);
     }
@@ -132,13 +135,16 @@ std::string ReasonNotToCut() {
 }
 
 std::string ReasonOfFailedCut(std::chrono::nanoseconds waited) {
-    const std::string reason = FirstOf(
-        {FileReason(kRecordFile), LockReason(waited), HeadReason(), TornReason(), RoomReason()});
-    return reason.empty() ? "the virus log could not be cut in " + VirusLogPath("") : reason;
+    const std::string reason = FirstOf({FileReason(virus_log::kRecordFile), LockReason(waited),
+                                        HeadReason(), TornReason(), RoomReason()});
+    return reason.empty() ? "the virus log could not be cut in " + virus_log::VirusLogPath("")
+                          : reason;
 }
 
 std::string ReasonOfFailure(std::chrono::nanoseconds waited) {
-    const std::string reason = FirstOf({FileReason(kRecordFile), FileReason(kOffsetFile),
-                                        FolderReason(), LockReason(waited), HeadReason()});
-    return reason.empty() ? "the virus log could not be copied in " + VirusLogPath("") : reason;
+    const std::string reason =
+        FirstOf({FileReason(virus_log::kRecordFile), FileReason(virus_log::kOffsetFile),
+                 FolderReason(), LockReason(waited), HeadReason()});
+    return reason.empty() ? "the virus log could not be copied in " + virus_log::VirusLogPath("")
+                          : reason;
 }

@@ -71,7 +71,7 @@ std::optional<TimeBound> ParseTimeBound(std::string_view text) {
     return text.empty() && isWhole && Exists(bound) ? std::optional(bound) : std::nullopt;
 }
 
-bool Matches(const RecordFilter& filter, const VirusLogEntry& entry) {
+bool Matches(const RecordFilter& filter, const virus_log::VirusLogEntry& entry) {
     if (filter.since && std::is_lt(Compare(entry.time, *filter.since))) {
         return false;
     }

@@ -28,4 +28,4 @@ struct RecordFilter {
                                      ///< domain; ASCII letters match without regard to case
 };
 
-bool Matches(const RecordFilter& filter, const VirusLogEntry& entry);
+bool Matches(const RecordFilter& filter, const virus_log::VirusLogEntry& entry);

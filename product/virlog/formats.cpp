@@ -22,7 +22,8 @@ std::optional<Format> FormatOfName(std::string_view name) {
     return name == "json" ? std::optional(Format::kJson) : std::nullopt;
 }
 
-std::unique_ptr<RecordWriter> MakeWriter(Format format, std::span<const VirusLogEntry> entries) {
+std::unique_ptr<RecordWriter> MakeWriter(Format format,
+                                         std::span<const virus_log::VirusLogEntry> entries) {
     switch (format) {
         case Format::kCsv:
             return MakeCsvWriter();

@@ -24,13 +24,13 @@ public:
 
     /// Each appends to `out`.
     virtual void Begin(std::string& out) = 0;
-    virtual void Record(std::string& out, const VirusLogEntry& entry) = 0;
+    virtual void Record(std::string& out, const virus_log::VirusLogEntry& entry) = 0;
     virtual void End(std::string& out) = 0;
 };
 
 /// Aligned columns: time, virus, action, user, path. The widths are those of `entries`, which are
 /// the records to come.
-std::unique_ptr<RecordWriter> MakeTableWriter(std::span<const VirusLogEntry> entries);
+std::unique_ptr<RecordWriter> MakeTableWriter(std::span<const virus_log::VirusLogEntry> entries);
 
 /// RFC 4180 with a header line. A field that a spreadsheet would take for a formula begins with an
 /// escape.
@@ -39,7 +39,8 @@ std::unique_ptr<RecordWriter> MakeCsvWriter();
 /// RFC 8259: an array with one object a record, each in a line.
 std::unique_ptr<RecordWriter> MakeJsonWriter();
 
-std::unique_ptr<RecordWriter> MakeWriter(Format format, std::span<const VirusLogEntry> entries);
+std::unique_ptr<RecordWriter> MakeWriter(Format format,
+                                         std::span<const virus_log::VirusLogEntry> entries);
 
 /// Appends "YYYY-MM-DD" + `separator` + "HH:MM:SS". A time that does not exist is written with the
 /// numbers it has.

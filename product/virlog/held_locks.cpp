@@ -12,8 +12,8 @@
 
 std::vector<HeldLock> FindHeldLocks() {
     std::vector<HeldLock> locks;
-    for (const char* key : {kMainFileMutex, kRecordMutex}) {
-        if (const auto state = FindNamedMutex(key)) {
+    for (const char* key : {virus_log::kMainFileMutex, virus_log::kRecordMutex}) {
+        if (const auto state = common::FindNamedMutex(key)) {
             locks.push_back({key, *state});
         }
     }
@@ -36,7 +36,7 @@ void TellOfHeldLock(const std::vector<HeldLock>& before) {
 }
 
 std::string OwnerName(uid_t owner) {
-    const auto name = UserName(owner);
+    const auto name = common::UserName(owner);
     return name ? Escaped(*name) : "user " + std::to_string(owner);
 }
 
@@ -58,6 +58,6 @@ std::string AgeText(std::time_t seconds) {
 std::string Describe(const HeldLock& lock, std::time_t now) {
     return "lock \"" + std::string(lock.key) + "\" (queue " + std::to_string(lock.state.queueId) +
            "), taken by " + OwnerName(lock.state.owner) + " at " +
-           FormatTime("%Y-%m-%d %H:%M:%S", LocalTm(lock.state.made)) + ", " +
+           common::FormatTime("%Y-%m-%d %H:%M:%S", common::LocalTm(lock.state.made)) + ", " +
            AgeText(now - lock.state.made) + " ago";
 }

@@ -10,7 +10,7 @@
 /// A mutex of the virus log that some process holds, or held when it died.
 struct HeldLock {
     const char* key;  ///< its name; lives as long as the program
-    NamedMutexState state;
+    common::NamedMutexState state;
 };
 
 /// The mutexes of the virus log that are held now, in the order in which they are taken.

@@ -7,7 +7,7 @@ class JsonWriter final : public RecordWriter {
 public:
     void Begin(std::string& out) override { out += '['; }
 
-    void Record(std::string& out, const VirusLogEntry& entry) override {
+    void Record(std::string& out, const virus_log::VirusLogEntry& entry) override {
         out += m_isFirst ? "\n{\"time\":\"" : ",\n{\"time\":\"";
         m_isFirst = false;
         AppendTime(out, entry.time, 'T');

@@ -18,14 +18,15 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-bool Cut(std::uint32_t count, CutRecords& cut) {
+bool Cut(std::uint32_t count, virus_log::CutRecords& cut) {
     HeldSignals signals;
     const std::vector<HeldLock> before = FindHeldLocks();
     const auto tellOfWait = [&before] { TellOfHeldLock(before); };
-    return signals.Run([&] { return KeepNewest(count, cut); }, tellOfWait, EndMutexWaits);
+    return signals.Run([&] { return virus_log::KeepNewest(count, cut); }, tellOfWait,
+                       common::EndMutexWaits);
 }
 
-std::string Told(const CutRecords& cut) {
+std::string Told(const virus_log::CutRecords& cut) {
     return Counted(cut.removed, " record removed, ", " records removed, ") +
            Counted(cut.remaining, " stays\n", " stay\n");
 }
@@ -48,7 +49,7 @@ int Keep(std::uint32_t count) {
         return 1;
     }
     const Clock::time_point start = Clock::now();
-    CutRecords cut;
+    virus_log::CutRecords cut;
     if (!Cut(count, cut)) {
         Say(ReasonOfFailedCut(Clock::now() - start));
         return 1;

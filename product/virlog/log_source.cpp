@@ -63,7 +63,7 @@ bool LockOutOtherReaders(int folder, const std::string& path, std::string& probl
 // installation. What is no plain file has no size that tells anything.
 bool IsAnythingIn(const char* name) {
     struct stat status {};
-    return ::lstat(VirusLogPath(name).c_str(), &status) == 0
+    return ::lstat(virus_log::VirusLogPath(name).c_str(), &status) == 0
                ? !S_ISREG(status.st_mode) || status.st_size > 0
                : errno != ENOENT;
 }
@@ -92,7 +92,7 @@ std::string InTheWay(const std::string& path, const struct stat& status, int err
 // it; in a sticky folder nobody else can.
 bool ClearOldCopies(std::string& problem) {
     for (const char* name : {"cpyONE.dat", "cpyOFFST.dat"}) {
-        const std::string path = VirusLogPath(name);
+        const std::string path = virus_log::VirusLogPath(name);
         struct stat status {};
         if (::lstat(path.c_str(), &status) != 0 || IsFitToBeWrittenOver(status)) {
             continue;
@@ -109,7 +109,7 @@ bool ClearOldCopies(std::string& problem) {
 // file.
 struct Fetched {
     std::string copy;
-    WaitingRecords waiting;
+    virus_log::WaitingRecords waiting;
 };
 
 // False when there could be no copy made, or the log was locked all the time.
@@ -117,16 +117,16 @@ bool MakeCopy(HeldSignals& signals, Fetched& fetched) {
     // Only what was held already is waited for; what appears later may be in our own hands.
     const std::vector<HeldLock> before = FindHeldLocks();
     const auto tellOfWait = [&before] { TellOfHeldLock(before); };
-    if (!IsAnythingIn(kRecordFile)) {
-        return signals.Run([&fetched] { return GetWaitingRecords(fetched.waiting); }, tellOfWait,
-                           EndMutexWaits);
+    if (!IsAnythingIn(virus_log::kRecordFile)) {
+        return signals.Run([&fetched] { return virus_log::GetWaitingRecords(fetched.waiting); },
+                           tellOfWait, common::EndMutexWaits);
     }
-    std::array<unsigned short, kVirusReportPathSize> units{};
-    if (!signals.Run([&] { return GetVirusReportFile(units.data(), fetched.waiting); }, tellOfWait,
-                     EndMutexWaits)) {
+    std::array<unsigned short, virus_log::kVirusReportPathSize> units{};
+    if (!signals.Run([&] { return virus_log::GetVirusReportFile(units.data(), fetched.waiting); },
+                     tellOfWait, common::EndMutexWaits)) {
         return false;
     }
-    std::array<char, kVirusReportPathSize> path{};
+    std::array<char, virus_log::kVirusReportPathSize> path{};
     CopyWSZToSZ(path.data(), units.data());
     fetched.copy = path.data();
     return true;
@@ -151,28 +151,30 @@ private:
     const std::string& m_copy;
 };
 
-bool ReadCopy(const std::string& copy, VirusLogContents& contents, std::string& problem) {
+bool ReadCopy(const std::string& copy, virus_log::VirusLogContents& contents,
+              std::string& problem) {
     const CopyRemover remover(copy);
-    const ReadLogResult result = ReadVirusLogCopy(copy.c_str(), contents);
+    const virus_log::ReadLogResult result = virus_log::ReadVirusLogCopy(copy.c_str(), contents);
     const int error = errno;
     switch (result) {
-        case ReadLogResult::kOk:
+        case virus_log::ReadLogResult::kOk:
             return true;
-        case ReadLogResult::kCannotOpen:
+        case virus_log::ReadLogResult::kCannotOpen:
             problem =
                 "the copy of the virus log cannot be read: " + copy + ": " + std::strerror(error);
             return false;
-        case ReadLogResult::kNotALog:
+        case virus_log::ReadLogResult::kNotALog:
             break;
     }
-    problem = "the virus log is damaged: the head of " + VirusLogPath(kRecordFile) +
-              " does not fit the file";
+    problem = "the virus log is damaged: the head of " +
+              virus_log::VirusLogPath(virus_log::kRecordFile) + " does not fit the file";
     return false;
 }
 
 // Appends the records that wait to those of the main file.
-void AppendWaiting(const WaitingRecords& waiting, VirusLogContents& contents) {
-    const std::string path = VirusLogPath(kSecondRecordFile);
+void AppendWaiting(const virus_log::WaitingRecords& waiting,
+                   virus_log::VirusLogContents& contents) {
+    const std::string path = virus_log::VirusLogPath(virus_log::kSecondRecordFile);
     if (waiting.error != 0) {
         Say("the records that wait in " + path +
             " are not listed: " + std::strerror(waiting.error));
@@ -181,8 +183,9 @@ void AppendWaiting(const WaitingRecords& waiting, VirusLogContents& contents) {
     if (waiting.size == 0) {
         return;
     }
-    VirusLogContents more;
-    if (ReadRecordFile(waiting.file.Get(), waiting.size, more) != ReadLogResult::kOk) {
+    virus_log::VirusLogContents more;
+    if (virus_log::ReadRecordFile(waiting.file.Get(), waiting.size, more) !=
+        virus_log::ReadLogResult::kOk) {
         Say("the virus log is damaged: " + path + " is shorter than its head");
         return;
     }
@@ -203,16 +206,17 @@ bool FindProduct(std::string& problem) {
 }
 
 bool IsAnythingLogged() {
-    return IsAnythingIn(kRecordFile) || IsAnythingIn(kSecondRecordFile);
+    return IsAnythingIn(virus_log::kRecordFile) || IsAnythingIn(virus_log::kSecondRecordFile);
 }
 
-FetchResult FetchLog(VirusLogContents& contents, std::string& problem) {
+FetchResult FetchLog(virus_log::VirusLogContents& contents, std::string& problem) {
     contents = {};
     if (!FindProduct(problem)) {
         return FetchResult::kFailed;
     }
-    const std::string folderPath = VirusLogPath("");
-    const FileDescriptor folder(::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::string folderPath = virus_log::VirusLogPath("");
+    const common::FileDescriptor folder(
+        ::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder) {
         if (errno == ENOENT) {
             return FetchResult::kNothingLogged;

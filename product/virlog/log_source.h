@@ -17,7 +17,7 @@ enum class FetchResult {
 /// kFailed with a line, without newline, that says why. A signal that ends the program meanwhile
 /// does so only when no lock and no copy is left behind; this function then does not return. For
 /// the main thread, before others are started.
-FetchResult FetchLog(VirusLogContents& contents, std::string& problem);
+FetchResult FetchLog(virus_log::VirusLogContents& contents, std::string& problem);
 
 /// Makes the log of the installed product the one that is meant, wherever this program lies. False
 /// with a line, without newline, when no product is installed.

@@ -22,7 +22,7 @@ namespace {
 
 enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
 
-void WarnOfDamage(const VirusLogContents& contents) {
+void WarnOfDamage(const virus_log::VirusLogContents& contents) {
     if (contents.damagedBytes > 0) {
         Say("the virus log is damaged: " + Counted(contents.damagedBytes, " byte", " bytes") +
             " that belong to no record were passed over");
@@ -49,7 +49,7 @@ int Print(std::string_view text) {
 }
 
 int List(const Options& options) {
-    VirusLogContents contents;
+    virus_log::VirusLogContents contents;
     std::string problem;
     switch (FetchLog(contents, problem)) {
         case FetchResult::kFailed:
@@ -62,14 +62,14 @@ int List(const Options& options) {
             WarnOfDamage(contents);
             break;
     }
-    std::vector<VirusLogEntry>& entries = contents.entries;
-    std::erase_if(entries, [&options](const VirusLogEntry& entry) {
+    std::vector<virus_log::VirusLogEntry>& entries = contents.entries;
+    std::erase_if(entries, [&options](const virus_log::VirusLogEntry& entry) {
         return !Matches(options.filter, entry);
     });
     Output output(STDOUT_FILENO);
     const auto writer = MakeWriter(options.format, entries);
     writer->Begin(output.Buffer());
-    for (const VirusLogEntry& entry : entries) {
+    for (const virus_log::VirusLogEntry& entry : entries) {
         writer->Record(output.Buffer(), entry);
         if (!output.Pass()) {
             break;

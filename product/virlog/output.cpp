@@ -17,7 +17,7 @@ bool Output::Pass() {
 }
 
 bool Output::Finish() {
-    if (m_error == 0 && !WriteAll(m_fd, m_buffer)) {
+    if (m_error == 0 && !common::WriteAll(m_fd, m_buffer)) {
         m_error = errno;
     }
     m_buffer.clear();

@@ -12,20 +12,20 @@ constexpr std::string_view kGap = "  ";
 
 struct Column {
     std::string_view heading;
-    const std::string VirusLogEntry::*text;
+    const std::string virus_log::VirusLogEntry::*text;
 };
 
 // Between the time, which is equally wide everywhere, and the path, which ends the line.
-constexpr std::array<Column, 3> kMiddle{{{"VIRUS", &VirusLogEntry::virusName},
-                                         {"ACTION", &VirusLogEntry::action},
-                                         {"USER", &VirusLogEntry::userName}}};
+constexpr std::array<Column, 3> kMiddle{{{"VIRUS", &virus_log::VirusLogEntry::virusName},
+                                         {"ACTION", &virus_log::VirusLogEntry::action},
+                                         {"USER", &virus_log::VirusLogEntry::userName}}};
 
 class TableWriter final : public RecordWriter {
 public:
-    explicit TableWriter(std::span<const VirusLogEntry> entries) {
+    explicit TableWriter(std::span<const virus_log::VirusLogEntry> entries) {
         for (std::size_t i = 0; i < kMiddle.size(); ++i) {
             m_widths[i] = kMiddle[i].heading.size();
-            for (const VirusLogEntry& entry : entries) {
+            for (const virus_log::VirusLogEntry& entry : entries) {
                 m_widths[i] = std::max(m_widths[i], WidthOf(Shown(entry, kMiddle[i])));
             }
         }
@@ -39,7 +39,7 @@ public:
         out += "PATH\n";
     }
 
-    void Record(std::string& out, const VirusLogEntry& entry) override {
+    void Record(std::string& out, const virus_log::VirusLogEntry& entry) override {
         AppendTime(out, entry.time, ' ');
         out += kGap;
         for (std::size_t i = 0; i < kMiddle.size(); ++i) {
@@ -52,7 +52,7 @@ public:
     void End(std::string& /*out*/) override {}
 
 private:
-    std::string_view Shown(const VirusLogEntry& entry, const Column& column) {
+    std::string_view Shown(const virus_log::VirusLogEntry& entry, const Column& column) {
         m_text.clear();
         AppendEscaped(m_text, entry.*column.text);
         return m_text;
@@ -73,6 +73,6 @@ private:
 
 }  // namespace
 
-std::unique_ptr<RecordWriter> MakeTableWriter(std::span<const VirusLogEntry> entries) {
+std::unique_ptr<RecordWriter> MakeTableWriter(std::span<const virus_log::VirusLogEntry> entries) {
     return std::make_unique<TableWriter>(entries);
 }

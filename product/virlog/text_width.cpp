@@ -29,7 +29,7 @@ std::size_t TextWidth::Of(std::string_view text) const {
     const locale_t previous = m_utf8 != nullptr ? ::uselocale(m_utf8) : nullptr;
     std::size_t width = 0;
     while (!text.empty()) {
-        const DecodedCharacter next = DecodeUtf8(text);
+        const common::DecodedCharacter next = common::DecodeUtf8(text);
         const int columns = ::wcwidth(static_cast<wchar_t>(next.character));
         width += columns < 0 ? 1 : static_cast<std::size_t>(columns);
         text.remove_prefix(next.length);

@@ -48,7 +48,7 @@ std::string ForbiddenText(const HeldLock& lock) {
 
 // Removes a lock that the person wants to have removed. False when it is still there.
 bool Remove(const HeldLock& lock, Output& output) {
-    if (RemoveNamedMutex(lock.state)) {
+    if (common::RemoveNamedMutex(lock.state)) {
         output.Buffer() += "Removed.\n";
         return true;
     }

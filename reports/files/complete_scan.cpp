@@ -13,14 +13,14 @@
 
 void WriteCmpScnRptforAdmin() {
     const std::string path = common::InProgramDirectory("reports/CmplScn.dat");
-    const FileDescriptor file = OpenSharedFile(path.c_str(), O_RDWR, 0600);
+    const common::FileDescriptor file = common::OpenSharedFile(path.c_str(), O_RDWR, 0600);
     if (!file) {
         return;
     }
     // Whole seconds: whoever reads the record compares it with times that have no milliseconds.
-    const std::tm parts = LocalTm(std::time(nullptr));
+    const std::tm parts = common::LocalTm(std::time(nullptr));
     tagSYSTEMTIME now{};
     TmToSystemTime(&parts, &now);
-    WriteAll(file.Get(), BytesOf(std::as_const(now)));
+    common::WriteAll(file.Get(), common::BytesOf(std::as_const(now)));
     (void)::fchmod(file.Get(), 0666);
 }

@@ -6,10 +6,14 @@
 #include "common/text_field.h"
 #include "reports/files/report_files.h"
 
+namespace reports {
+
 void SetCurrentReport(ReportKind kind, std::string_view report) {
-    CopyToField(g_szRptName, report);
+    common::CopyToField(g_szRptName, report);
     const std::optional<std::string> path = ReportPath(kind, report);
-    if (!path || !CopyToField(g_szRptPath, *path)) {
-        CopyToField(g_szRptPath, "");
+    if (!path || !common::CopyToField(g_szRptPath, *path)) {
+        common::CopyToField(g_szRptPath, "");
     }
 }
+
+}  // namespace reports

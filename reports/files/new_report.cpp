@@ -7,6 +7,8 @@
 #include "common/paths.h"
 #include "common/regular_file.h"
 
+namespace reports {
+
 namespace {
 
 // How often another process may take the name we have just found free.
@@ -25,8 +27,8 @@ NewReport CreateNewReport(const char* prefix) {
         if (path.size() >= kReportPathSize) {
             break;  // whoever keeps it in a field would cut it into another file's path
         }
-        FileDescriptor file = common::OpenRegularFile(path.c_str(), O_RDWR | O_CREAT | O_EXCL,
-                                                      common::Links::kNone, 0600);
+        common::FileDescriptor file = common::OpenRegularFile(
+            path.c_str(), O_RDWR | O_CREAT | O_EXCL, common::Links::kNone, 0600);
         if (file) {
             return {std::move(file), name.data(), path};
         }
@@ -36,3 +38,5 @@ NewReport CreateNewReport(const char* prefix) {
     }
     return {};
 }
+
+}  // namespace reports

@@ -5,16 +5,20 @@
 
 #include "common/file_descriptor.h"
 
+namespace reports {
+
 /// Room for a report's path and its terminator.
 inline constexpr std::size_t kReportPathSize = 256;
 
 /// A report file that was just created in "reports/", open for reading and writing, mode 0600.
 struct NewReport {
-    FileDescriptor file;  ///< not open when no report could be created
-    std::string name;     ///< the file's name, "<prefix>NNNN.log"
-    std::string path;     ///< shorter than kReportPathSize
+    common::FileDescriptor file;  ///< not open when no report could be created
+    std::string name;             ///< the file's name, "<prefix>NNNN.log"
+    std::string path;             ///< shorter than kReportPathSize
 };
 
 /// Creates a new report. Everybody may write in "reports/": only a file that is ours from its
 /// creation is used. Any thread.
 NewReport CreateNewReport(const char* prefix);
+
+}  // namespace reports

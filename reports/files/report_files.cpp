@@ -12,6 +12,8 @@
 #include "common/text_field.h"
 #include "reports/files/scheduled_index.h"
 
+namespace reports {
+
 namespace {
 
 // Larger files are no reports of ours; a report of a million files is a tenth of it. Every user may
@@ -27,9 +29,9 @@ std::optional<std::vector<ReportListing>> ListScheduledReports() {
     std::vector<ReportListing> listed;
     listed.reserve(entries.size());
     for (const tagReportIndexEntry& entry : entries) {
-        listed.push_back({std::string(FieldText(entry.dateTime)),
-                          std::string(FieldText(entry.scanned)),
-                          std::string(FieldText(entry.reportPath))});
+        listed.push_back({std::string(common::FieldText(entry.dateTime)),
+                          std::string(common::FieldText(entry.scanned)),
+                          std::string(common::FieldText(entry.reportPath))});
     }
     return listed;
 }
@@ -51,9 +53,9 @@ std::optional<std::vector<ReportListing>> ListReports(ReportKind kind, IndexCoun
     std::vector<ReportListing> listed;
     listed.reserve(entries.size());
     for (const tagScanIndexEntry& entry : entries) {
-        listed.push_back({std::string(FieldText(entry.finished)),
-                          std::string(FieldText(entry.subject)),
-                          std::string(FieldText(entry.reportName))});
+        listed.push_back({std::string(common::FieldText(entry.finished)),
+                          std::string(common::FieldText(entry.subject)),
+                          std::string(common::FieldText(entry.reportName))});
     }
     return listed;
 }
@@ -72,7 +74,7 @@ std::optional<std::string> ReportPath(ReportKind kind, std::string_view report) 
 }
 
 std::optional<std::string> ReadReportText(const std::string& path) {
-    const FileDescriptor file =
+    const common::FileDescriptor file =
         common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kFollow);
     struct stat status {};
     if (!file || ::fstat(file.Get(), &status) != 0) {
@@ -86,7 +88,8 @@ std::optional<std::string> ReadReportText(const std::string& path) {
     text.reserve(size);
     std::array<char, 65536> block;
     while (true) {
-        const std::ptrdiff_t got = ReadFull(file.Get(), std::as_writable_bytes(std::span(block)));
+        const std::ptrdiff_t got =
+            common::ReadFull(file.Get(), std::as_writable_bytes(std::span(block)));
         if (got < 0 || text.size() > kMaxReportBytes) {
             return std::nullopt;
         }
@@ -105,3 +108,5 @@ std::optional<std::string> ReadReportText(const std::string& path) {
     text.resize(kept);
     return text;
 }
+
+}  // namespace reports

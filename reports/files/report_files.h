@@ -11,6 +11,8 @@
 
 // Where the reports of each kind and their index lie, and what they hold. GUI thread.
 
+namespace reports {
+
 /// One report as the list shows it; texts are bytes.
 struct ReportListing {
     std::string finished;
@@ -33,3 +35,5 @@ std::optional<std::string> ReportPath(ReportKind kind, std::string_view report);
 /// The bytes of a regular file, line ends as "\n". Nothing when it cannot be read; never waits on a
 /// FIFO or a device.
 std::optional<std::string> ReadReportText(const std::string& path);
+
+}  // namespace reports

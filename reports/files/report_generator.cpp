@@ -43,12 +43,12 @@ std::string Formatted(const char* format, Arguments... arguments) {
 }
 
 std::string VersionText() {
-    const tagZQVERINFO version = EngineVersion();
+    const tagZQVERINFO version = common::EngineVersion();
     std::tm databaseDate{};
     SystemTimeToTm(&version.databaseDate, &databaseDate);
     return Formatted("Corvane Endpoint Protection Version %u.%02u\n%s\n\nVirus Database: ",
                      unsigned{version.major}, unsigned{version.minor}, kLegalNotice) +
-           FormatTime("%d %B, %Y", databaseDate) + "\n\n";
+           common::FormatTime("%d %B, %Y", databaseDate) + "\n\n";
 }
 
 const char* OnOrOff(ScanFlag flag) {
@@ -82,24 +82,24 @@ std::string TotalTime() {
 
 }  // namespace
 
-ReportGen::ReportGen(const tagPathList* paths) : m_paths(CopyPathList(paths)) {
+ReportGen::ReportGen(const tagPathList* paths) : m_paths(common::CopyPathList(paths)) {
     // Without a report of this scan the viewer must not show that of the one before.
-    CopyToField(g_szRptName, "");
-    CopyToField(g_szRptPath, "");
-    NewReport report = CreateNewReport("scn");
+    common::CopyToField(g_szRptName, "");
+    common::CopyToField(g_szRptPath, "");
+    reports::NewReport report = reports::CreateNewReport("scn");
     if (!report.file) {
         return;
     }
-    CopyToField(m_reportPath, report.path);
-    CopyToField(m_reportName, report.name);
+    common::CopyToField(m_reportPath, report.path);
+    common::CopyToField(m_reportName, report.name);
     m_fd = report.file.Release();
-    CopyToField(g_szRptName, report.name);
-    CopyToField(g_szRptPath, report.path);
+    common::CopyToField(g_szRptName, report.name);
+    common::CopyToField(g_szRptPath, report.path);
 }
 
 ReportGen::~ReportGen() {
     tagPathList* tail = nullptr;
-    FreePathList(m_paths, tail);
+    common::FreePathList(m_paths, tail);
     if (m_fd >= 0) {
         (void)::fchmod(m_fd, 0666);
         ::close(m_fd);
@@ -107,7 +107,7 @@ ReportGen::~ReportGen() {
 }
 
 void ReportGen::Write(std::string_view text) {
-    WriteAll(m_fd, text);
+    common::WriteAll(m_fd, text);
 }
 
 void ReportGen::Log(const char* text) {
@@ -119,7 +119,7 @@ void ReportGen::Log(const char* text) {
 int ReportGen::WriteHeader() {
     Write(Rule(71) + "\n\n");
     Write("Scan Report For - ");
-    Write(FormatTime("%d %B, %Y", LocalTm(std::time(nullptr))) + "\n\n");
+    Write(common::FormatTime("%d %B, %Y", common::LocalTm(std::time(nullptr))) + "\n\n");
     Write(VersionText());
     Write(Section());
     Write("Scanner Settings for this Scan were as follows\n\n");
@@ -146,7 +146,9 @@ int ReportGen::WriteSummary(bool interrupted) {
         "Total I/O Errors      = %u\n\n",
         g_uiTotCnt.load(), g_uiInfCnt.load(), g_uiReprCnt.load(), g_uiDeleCnt.load(),
         g_uiSkipCnt.load(), g_uiIOErrCnt.load());
-    summary.append(FieldText(g_szStrTime)).append(FieldText(g_szEndTime)).append(TotalTime());
+    summary.append(common::FieldText(g_szStrTime))
+        .append(common::FieldText(g_szEndTime))
+        .append(TotalTime());
     Write(summary);
     Write(Section());
     Write("** Report End **\r\n");
@@ -154,15 +156,16 @@ int ReportGen::WriteSummary(bool interrupted) {
 }
 
 bool ReportGen::MakeIndexEntry() {
-    const std::string indexPath = common::InProgramDirectory(kScanIndexName);
-    if (!CopyToField(m_indexPath, indexPath)) {
+    const std::string indexPath = common::InProgramDirectory(reports::kScanIndexName);
+    if (!common::CopyToField(m_indexPath, indexPath)) {
         return false;  // cut, it would be another file's path
     }
     tagScanIndexEntry entry{};
-    CopyToField(entry.finished, FormatTime("%d %b, %Y, %r", LocalTm(std::time(nullptr))));
+    common::CopyToField(entry.finished,
+                        common::FormatTime("%d %b, %Y, %r", common::LocalTm(std::time(nullptr))));
     if (m_paths != nullptr) {
-        CopyToField(entry.subject, FieldText(m_paths->path));
+        common::CopyToField(entry.subject, common::FieldText(m_paths->path));
     }
-    CopyToField(entry.reportName, FieldText(m_reportName));
-    return AppendReportIndexEntry(m_indexPath, entry, IndexLock::kWhileCounting);
+    common::CopyToField(entry.reportName, common::FieldText(m_reportName));
+    return reports::AppendReportIndexEntry(m_indexPath, entry, reports::IndexLock::kWhileCounting);
 }

@@ -24,30 +24,30 @@ void OpenToEveryUser(int fd) {
 }
 
 // A FIFO in the index's place must not keep anybody waiting.
-FileDescriptor OpenIndex(const char* path, int flags, mode_t mode = 0) {
-    return FileDescriptor(::open(path, flags | O_CLOEXEC | O_NONBLOCK, mode));
+common::FileDescriptor OpenIndex(const char* path, int flags, mode_t mode = 0) {
+    return common::FileDescriptor(::open(path, flags | O_CLOEXEC | O_NONBLOCK, mode));
 }
 
 // Adds `difference` to the count of the index at `path`. False when that cannot be opened.
-bool ChangeCount(const char* path, int difference, IndexLock lock) {
-    const FileDescriptor index = OpenIndex(path, O_RDWR);
+bool ChangeCount(const char* path, int difference, reports::IndexLock lock) {
+    const common::FileDescriptor index = OpenIndex(path, O_RDWR);
     if (!index) {
         return false;
     }
     const int fd = index.Get();
-    if (lock == IndexLock::kWhileCounting) {
+    if (lock == reports::IndexLock::kWhileCounting) {
         (void)LockFileHandle(fd);
     }
     std::uint32_t count = 0;
     if (::lseek(fd, kCountOffset, SEEK_SET) < 0 ||
-        ReadFull(fd, BytesOf(count)) != static_cast<std::ptrdiff_t>(sizeof count)) {
+        common::ReadFull(fd, common::BytesOf(count)) != static_cast<std::ptrdiff_t>(sizeof count)) {
         count = 0;
     }
     count += static_cast<std::uint32_t>(difference);
     if (::lseek(fd, kCountOffset, SEEK_SET) >= 0) {
-        WriteAll(fd, BytesOf(std::as_const(count)));
+        common::WriteAll(fd, common::BytesOf(std::as_const(count)));
     }
-    if (lock == IndexLock::kWhileCounting) {
+    if (lock == reports::IndexLock::kWhileCounting) {
         (void)UnlockFileHandle(fd);
     }
     OpenToEveryUser(fd);
@@ -74,14 +74,14 @@ bool AppendWhole(int fd, const tagScanIndexEntry& entry) {
 
 }  // namespace
 
-bool CreateReportIndex(const char* path) {
+bool reports::CreateReportIndex(const char* path) {
     if (path == nullptr) {
         return false;
     }
-    FileDescriptor index = OpenIndex(path, O_RDONLY);
+    common::FileDescriptor index = OpenIndex(path, O_RDONLY);
     if (!index && errno == ENOENT) {
         index = OpenIndex(path, O_RDWR | O_CREAT | O_EXCL, 0600);
-        if (index && !WriteAll(index.Get(), BytesOf(kEmptyReportIndex))) {
+        if (index && !common::WriteAll(index.Get(), common::BytesOf(reports::kEmptyReportIndex))) {
             // An index without its header would pass for a good one at the next start.
             (void)::unlink(path);
             return false;
@@ -97,7 +97,8 @@ bool CreateReportIndex(const char* path) {
     return true;
 }
 
-bool AppendReportIndexEntry(const char* path, const tagScanIndexEntry& entry, IndexLock lock) {
+bool reports::AppendReportIndexEntry(const char* path, const tagScanIndexEntry& entry,
+                                     reports::IndexLock lock) {
     if (path == nullptr) {
         return false;
     }
@@ -105,7 +106,7 @@ bool AppendReportIndexEntry(const char* path, const tagScanIndexEntry& entry, In
         return false;
     }
     // Not locked here: nobody but a writer of the count has to wait.
-    const FileDescriptor index = OpenIndex(path, O_WRONLY | O_APPEND);
+    const common::FileDescriptor index = OpenIndex(path, O_WRONLY | O_APPEND);
     if (!index || !AppendWhole(index.Get(), entry)) {
         (void)ChangeCount(path, -1, lock);
         return false;
@@ -114,20 +115,23 @@ bool AppendReportIndexEntry(const char* path, const tagScanIndexEntry& entry, In
     return true;
 }
 
-bool ReadReportIndex(const char* path, IndexCount count, std::vector<tagScanIndexEntry>& out) {
+bool reports::ReadReportIndex(const char* path, reports::IndexCount count,
+                              std::vector<tagScanIndexEntry>& out) {
     out.clear();
     if (path == nullptr) {
         return false;
     }
-    const FileDescriptor index = OpenIndex(path, O_RDONLY);
+    const common::FileDescriptor index = OpenIndex(path, O_RDONLY);
     if (!index) {
         return false;
     }
     tagReportIndexHeader header{};
-    if (ReadFull(index.Get(), BytesOf(header)) == static_cast<std::ptrdiff_t>(sizeof header) &&
-        (count == IndexCount::kIgnored || header.count != 0)) {
+    if (common::ReadFull(index.Get(), common::BytesOf(header)) ==
+            static_cast<std::ptrdiff_t>(sizeof header) &&
+        (count == reports::IndexCount::kIgnored || header.count != 0)) {
         tagScanIndexEntry entry{};
-        while (out.size() < kMaxIndexRecords && ReadRecord(index.Get(), BytesOf(entry)) > 0) {
+        while (out.size() < reports::kMaxIndexRecords &&
+               reports::ReadRecord(index.Get(), common::BytesOf(entry)) > 0) {
             out.push_back(entry);
             entry = {};
         }
@@ -136,22 +140,22 @@ bool ReadReportIndex(const char* path, IndexCount count, std::vector<tagScanInde
     return true;
 }
 
-bool RewriteReportIndex(const char* path, std::span<const tagScanIndexEntry> entries) {
+bool reports::RewriteReportIndex(const char* path, std::span<const tagScanIndexEntry> entries) {
     if (path == nullptr) {
         return false;
     }
-    const FileDescriptor index = OpenIndex(path, O_WRONLY);
+    const common::FileDescriptor index = OpenIndex(path, O_WRONLY);
     if (!index) {
         return false;
     }
-    tagReportIndexHeader header = kEmptyReportIndex;
+    tagReportIndexHeader header = reports::kEmptyReportIndex;
     header.count = static_cast<std::uint32_t>(entries.size());
     const auto size =
         static_cast<off_t>(sizeof header + entries.size() * sizeof(tagScanIndexEntry));
     // Written over the old contents and cut afterwards: a disk that is full loses nothing.
     (void)LockFileHandle(index.Get());
-    const bool written = WriteAll(index.Get(), BytesOf(std::as_const(header))) &&
-                         WriteAll(index.Get(), std::as_bytes(entries)) &&
+    const bool written = common::WriteAll(index.Get(), common::BytesOf(std::as_const(header))) &&
+                         common::WriteAll(index.Get(), std::as_bytes(entries)) &&
                          ::ftruncate(index.Get(), size) == 0;
     (void)UnlockFileHandle(index.Get());
     OpenToEveryUser(index.Get());

@@ -8,8 +8,12 @@
 // The indexes "main.rpt" (on-demand scans) and "updt.rpt" (updates): a header of 12 bytes, then one
 // record a report in the order in which they were written. Integers are little-endian.
 
+namespace reports {
+
 inline constexpr char kScanIndexName[] = "main.rpt";
 inline constexpr char kUpdateIndexName[] = "updt.rpt";
+
+}  // namespace reports
 
 #pragma pack(push, 1)
 /// The head of an index, 12 bytes.
@@ -35,6 +39,8 @@ static_assert(sizeof(tagScanIndexEntry) == 542);
 static_assert(offsetof(tagScanIndexEntry, finished) == 0);
 static_assert(offsetof(tagScanIndexEntry, subject) == 30);
 static_assert(offsetof(tagScanIndexEntry, reportName) == 286);
+
+namespace reports {
 
 /// An index without a record.
 inline constexpr tagReportIndexHeader kEmptyReportIndex{{'Z', 'Q', 'R', 'F'}, 0, 0};
@@ -77,3 +83,5 @@ bool ReadReportIndex(const char* path, IndexCount count, std::vector<tagScanInde
 /// False when it cannot be opened for writing (it is never created here) or not be written whole.
 /// Any thread.
 bool RewriteReportIndex(const char* path, std::span<const tagScanIndexEntry> entries);
+
+}  // namespace reports

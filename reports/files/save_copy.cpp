@@ -12,6 +12,8 @@
 #include "common/file_descriptor.h"
 #include "common/io.h"
 
+namespace reports {
+
 namespace {
 
 // Should the file turn into something else between the look at it and its opening.
@@ -57,18 +59,18 @@ bool IsOnDisk(int fd) {
 }
 
 bool WriteFromStart(int fd, std::string_view bytes) {
-    return ::lseek(fd, 0, SEEK_SET) == 0 && WriteAll(fd, bytes);
+    return ::lseek(fd, 0, SEEK_SET) == 0 && common::WriteAll(fd, bytes);
 }
 
 // The first `size` bytes of the file.
 bool ReadStart(int fd, std::string& bytes, std::size_t size) {
     bytes.resize(size);
     errno = EIO;
-    return ReadFull(fd, std::as_writable_bytes(std::span(bytes))) ==
+    return common::ReadFull(fd, std::as_writable_bytes(std::span(bytes))) ==
            static_cast<std::ptrdiff_t>(size);
 }
 
-SaveOutcome Overwrite(FileDescriptor file, std::string_view bytes) {
+SaveOutcome Overwrite(common::FileDescriptor file, std::string_view bytes) {
     const int fd = file.Get();
     struct stat status {};
     if (::fstat(fd, &status) != 0) {
@@ -93,8 +95,8 @@ SaveOutcome Overwrite(FileDescriptor file, std::string_view bytes) {
     return Failed(error, isPutBack ? SaveOutcome::kFailed : SaveOutcome::kLostOldBytes);
 }
 
-SaveOutcome FillNew(FileDescriptor file, const std::string& path, std::string_view bytes) {
-    if (Reserve(file.Get(), bytes.size(), 0) && WriteAll(file.Get(), bytes) &&
+SaveOutcome FillNew(common::FileDescriptor file, const std::string& path, std::string_view bytes) {
+    if (Reserve(file.Get(), bytes.size(), 0) && common::WriteAll(file.Get(), bytes) &&
         IsOnDisk(file.Get()) && ::close(file.Release()) == 0) {
         return {};
     }
@@ -114,13 +116,13 @@ SaveOutcome SaveCopy(const std::string& path, std::string_view bytes) {
         if (!S_ISREG(status.st_mode)) {
             return {SaveOutcome::kNotRegular, 0};
         }
-        FileDescriptor file(::open(path.c_str(), O_RDWR | kCarefulFlags));
+        common::FileDescriptor file(::open(path.c_str(), O_RDWR | kCarefulFlags));
         return file ? Overwrite(std::move(file), bytes) : Failed(errno);
     }
     if (errno != ENOENT) {
         return Failed(errno);
     }
-    FileDescriptor file(
+    common::FileDescriptor file(
         ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | kCarefulFlags, mode_t{0666}));
     if (!file) {
         const int error = errno;
@@ -129,3 +131,5 @@ SaveOutcome SaveCopy(const std::string& path, std::string_view bytes) {
     }
     return FillNew(std::move(file), path, bytes);
 }
+
+}  // namespace reports

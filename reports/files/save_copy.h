@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+namespace reports {
+
 /// What became of SaveCopy.
 struct SaveOutcome {
     /// How it went wrong in general.
@@ -29,3 +31,5 @@ struct SaveOutcome {
 /// would end the program. A file that may be written but not read fails with EACCES. Takes as long
 /// as the disk does. Any thread.
 SaveOutcome SaveCopy(const std::string& path, std::string_view bytes);
+
+}  // namespace reports

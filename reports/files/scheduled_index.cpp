@@ -34,37 +34,38 @@ static_assert(sizeof(IndexHeader) == 11);
 
 // Everybody may write in the index's folder: a link in its place leads nowhere, and a FIFO must not
 // keep anybody waiting.
-FileDescriptor OpenIndexToRead() {
-    return FileDescriptor(
-        open(kScheduledIndexPath, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+common::FileDescriptor OpenIndexToRead() {
+    return common::FileDescriptor(
+        open(reports::kScheduledIndexPath, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
 }
 
 // The same to write, which only a regular file without further names is for. Missing, it is made:
 // separately, since the kernel refuses to open what another user made there for creating.
-FileDescriptor OpenOrMakeIndex(int flags) {
-    return OpenSharedFile(kScheduledIndexPath, flags, kIndexMode);
+common::FileDescriptor OpenOrMakeIndex(int flags) {
+    return common::OpenSharedFile(reports::kScheduledIndexPath, flags, kIndexMode);
 }
 
-FileDescriptor OpenIndexToWrite(int flags) {
-    return common::OpenRegularFile(kScheduledIndexPath, flags, common::Links::kNone);
+common::FileDescriptor OpenIndexToWrite(int flags) {
+    return common::OpenRegularFile(reports::kScheduledIndexPath, flags, common::Links::kNone);
 }
 
-bool WriteHeader(const FileDescriptor& index, const IndexHeader& header) {
+bool WriteHeader(const common::FileDescriptor& index, const IndexHeader& header) {
     return lseek(index.Get(), kHeaderOffset, SEEK_SET) == kHeaderOffset &&
-           WriteAll(index.Get(), BytesOf(header));
+           common::WriteAll(index.Get(), common::BytesOf(header));
 }
 
-bool ReadHeader(const FileDescriptor& index, IndexHeader& header) {
-    return ReadFull(index.Get(), BytesOf(header)) == static_cast<std::ptrdiff_t>(sizeof header);
+bool ReadHeader(const common::FileDescriptor& index, IndexHeader& header) {
+    return common::ReadFull(index.Get(), common::BytesOf(header)) ==
+           static_cast<std::ptrdiff_t>(sizeof header);
 }
 
 bool CreateIndex() {
-    const FileDescriptor created = OpenOrMakeIndex(O_RDWR);
+    const common::FileDescriptor created = OpenOrMakeIndex(O_RDWR);
     return created.IsOpen() && WriteHeader(created, {});
 }
 
 bool CountOneMore() {
-    const FileDescriptor index = OpenIndexToWrite(O_RDWR);
+    const common::FileDescriptor index = OpenIndexToWrite(O_RDWR);
     IndexHeader header{};
     if (!index.IsOpen() || lseek(index.Get(), kHeaderOffset, SEEK_SET) != kHeaderOffset ||
         !ReadHeader(index, header)) {
@@ -83,14 +84,14 @@ bool ScanReports::MakeIndexEntry(tagReportIndexEntry* entry) {
     if (entry == nullptr) {
         return false;
     }
-    if (IsValidPath(kScheduledIndexPath) == 0 && !CreateIndex()) {
+    if (IsValidPath(reports::kScheduledIndexPath) == 0 && !CreateIndex()) {
         return false;
     }
     if (!CountOneMore()) {
         return false;
     }
-    const FileDescriptor index = OpenIndexToWrite(O_WRONLY | O_APPEND);
-    const bool written = index.IsOpen() && WriteAll(index.Get(), BytesOf(*entry));
+    const common::FileDescriptor index = OpenIndexToWrite(O_WRONLY | O_APPEND);
+    const bool written = index.IsOpen() && common::WriteAll(index.Get(), common::BytesOf(*entry));
     if (index.IsOpen()) {
         fchmod(index.Get(), kIndexMode);
     }
@@ -103,11 +104,11 @@ bool ReadIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& out, unsig
         return false;
     }
     *err = kIndexOk;
-    if (IsValidPath(kScheduledIndexPath) == 0) {
+    if (IsValidPath(reports::kScheduledIndexPath) == 0) {
         *err = kIndexMissing;
         return false;
     }
-    const FileDescriptor index = OpenIndexToRead();
+    const common::FileDescriptor index = OpenIndexToRead();
     if (!index.IsOpen()) {
         *err = kIndexOpenFailed;
         return false;
@@ -122,8 +123,8 @@ bool ReadIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& out, unsig
         return false;
     }
     tagReportIndexEntry entry{};
-    for (std::size_t records = 0; records < kMaxScheduledRecords; ++records) {
-        const std::ptrdiff_t got = ReadRecord(index.Get(), BytesOf(entry));
+    for (std::size_t records = 0; records < reports::kMaxScheduledRecords; ++records) {
+        const std::ptrdiff_t got = reports::ReadRecord(index.Get(), common::BytesOf(entry));
         if (got <= 0) {
             break;
         }
@@ -140,7 +141,7 @@ bool WriteIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& entries, 
         return false;
     }
     *err = kIndexOk;
-    const FileDescriptor index = OpenOrMakeIndex(O_WRONLY);
+    const common::FileDescriptor index = OpenOrMakeIndex(O_WRONLY);
     if (!index.IsOpen()) {
         *err = kIndexOpenFailed;
         return false;
@@ -150,13 +151,13 @@ bool WriteIndexEntry(short /*kind*/, std::vector<tagReportIndexEntry>& entries, 
     const auto append = [&image](std::span<const std::byte> bytes) {
         image.insert(image.end(), bytes.begin(), bytes.end());
     };
-    append(BytesOf(header));
+    append(common::BytesOf(header));
     append(std::as_bytes(std::span(entries)));
 
     // Written over the old contents and cut afterwards, not emptied first: whoever appends or reads
     // meanwhile, without a lock, always finds a header and whole records.
     LockFileHandle(index.Get());
-    const bool written = WriteAll(index.Get(), image) &&
+    const bool written = common::WriteAll(index.Get(), image) &&
                          ftruncate(index.Get(), static_cast<off_t>(image.size())) == 0;
     UnlockFileHandle(index.Get());
     fchmod(index.Get(), kIndexMode);
@@ -179,13 +180,13 @@ bool DeleteReportForFile(short kind, const char* path, unsigned int uid, unsigne
         return true;
     }
     const auto found = std::find_if(entries.begin(), entries.end(), [&](const auto& entry) {
-        return FieldText(entry.reportPath) == path && (uid == 0 || entry.userId == uid);
+        return common::FieldText(entry.reportPath) == path && (uid == 0 || entry.userId == uid);
     });
     if (found == entries.end()) {
         *err = kIndexNoSuchReport;
         return false;
     }
-    std::remove(std::string(FieldText(found->reportPath)).c_str());
+    std::remove(std::string(common::FieldText(found->reportPath)).c_str());
     entries.erase(found);
     // The records were filtered by user, so another user's records vanish from the index here. A
     // user's list is theirs alone, and other programs count on it.

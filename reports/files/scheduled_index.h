@@ -30,10 +30,14 @@ enum ReportIndexError : unsigned int {
     kIndexNullPath = 2021,
 };
 
+namespace reports {
+
 inline constexpr char kScheduledIndexPath[] = "/usr/lib/Corvane/Corvane/reports/schdmain.rpt";
 
 /// The first argument of the index functions; they do not use it.
 inline constexpr short kScheduledIndexKind = 1001;
+
+}  // namespace reports
 
 /// The writer of scheduled-scan reports.
 class ScanReports {
@@ -43,9 +47,13 @@ public:
     bool MakeIndexEntry(tagReportIndexEntry* entry);
 };
 
+namespace reports {
+
 /// Records that are read at most. Reports of scheduled scans have 10,000 names, so an index with
 /// more than this was not made by us.
 inline constexpr std::size_t kMaxScheduledRecords = 100'000;
+
+}  // namespace reports
 
 /// Appends the index's records to `out` in file order: those of user `uid`, or all when `uid` is 0.
 /// The count in the header is not consulted, and a record that somebody is just appending is passed

@@ -21,11 +21,11 @@ char g_szOldDbTime[100];
 namespace {
 
 std::string UpdatedText() {
-    const VersionTexts now = TextsOf(EngineVersion());
+    const common::VersionTexts now = common::TextsOf(common::EngineVersion());
     std::string text = "\nCorvane is Successfully updated \n\nFrom Version :";
-    text.append(FieldText(g_szOldVersion));
+    text.append(common::FieldText(g_szOldVersion));
     text.append("\nVirus database :");
-    text.append(FieldText(g_szOldDbDate)).append(FieldText(g_szOldDbTime));
+    text.append(common::FieldText(g_szOldDbDate)).append(common::FieldText(g_szOldDbTime));
     text.append("\nTo Version :").append(now.version);
     text.append("\nVirus database :").append(now.date).append(now.time);
     return text;
@@ -44,29 +44,31 @@ std::string ReportText(std::string_view status) {
 
 }  // namespace
 
-void CaptureOldVersion() {
-    const VersionTexts texts = TextsOf(EngineVersion());
-    CopyToField(g_szOldVersion, texts.version);
-    CopyToField(g_szOldDbDate, texts.date);
-    CopyToField(g_szOldDbTime, texts.time);
+void reports::CaptureOldVersion() {
+    const common::VersionTexts texts = common::TextsOf(common::EngineVersion());
+    common::CopyToField(g_szOldVersion, texts.version);
+    common::CopyToField(g_szOldDbDate, texts.date);
+    common::CopyToField(g_szOldDbTime, texts.time);
 }
 
 bool WriteUpdtFile(const char* status) {
     if (status == nullptr) {
         return false;
     }
-    NewReport report = CreateNewReport("updt");
+    reports::NewReport report = reports::CreateNewReport("updt");
     if (!report.file) {
         return false;
     }
-    WriteAll(report.file.Get(), ReportText(status));
+    common::WriteAll(report.file.Get(), ReportText(status));
     fchmod(report.file.Get(), 0666);
     report.file.Reset();
 
     tagScanIndexEntry entry{};
-    CopyToField(entry.finished, FormatTime("%d %b, %Y, %r", LocalTm(std::time(nullptr))));
-    CopyToField(entry.subject, status);
-    CopyToField(entry.reportName, report.name);
+    common::CopyToField(entry.finished,
+                        common::FormatTime("%d %b, %Y, %r", common::LocalTm(std::time(nullptr))));
+    common::CopyToField(entry.subject, status);
+    common::CopyToField(entry.reportName, report.name);
     // Not locked: updates hold a lock of their own, so no two of them end at once.
-    return AppendReportIndexEntry(ReportIndexPath(kUpdateReports).c_str(), entry, IndexLock::kNone);
+    return reports::AppendReportIndexEntry(reports::ReportIndexPath(kUpdateReports).c_str(), entry,
+                                           reports::IndexLock::kNone);
 }

@@ -48,7 +48,7 @@ void FillField(char16_t* field, std::size_t limit, std::u16string_view text) {
 
 bool FindOut(Circumstances& out) {
     tagZQVERINFO version{};
-    std::array<unsigned short, kComputerNameSize> computer{};
+    std::array<unsigned short, common::kComputerNameSize> computer{};
     std::array<unsigned short, kMaxUserNameUnits + 1> user{};
     std::array<unsigned short, kMaxDomainUnits + 1> domain{};
     unsigned int domainLength = kMaxDomainUnits;
@@ -76,27 +76,27 @@ void Append(std::vector<std::byte>& bytes, std::span<const std::byte> more) {
 std::vector<std::byte> Encode(unsigned int component, std::string_view filePath,
                               std::string_view virusName, std::string_view action,
                               const Circumstances& circumstances) {
-    const std::u16string path = Utf16FromBytes(filePath);
+    const std::u16string path = common::Utf16FromBytes(filePath);
     tagVIRRECORD record{};
     record.pathLength = static_cast<std::uint32_t>(path.size() * sizeof(char16_t));
     record.domainLength =
         static_cast<std::uint32_t>(circumstances.domain.size() * sizeof(char16_t));
     record.component = component;
-    CopyToUnterminatedField(record.virusName, virusName);
-    FillField(record.action, std::size(record.action), Utf16FromBytes(action));
+    common::CopyToUnterminatedField(record.virusName, virusName);
+    FillField(record.action, std::size(record.action), common::Utf16FromBytes(action));
     record.time = circumstances.time;
     FillField(record.userName, std::size(record.userName) - 1, circumstances.userName);
 
     std::vector<std::byte> bytes;
-    bytes.reserve(RecordSize(record));
-    Append(bytes, BytesOf(record));
+    bytes.reserve(virus_log::RecordSize(record));
+    Append(bytes, common::BytesOf(record));
     Append(bytes, std::as_bytes(std::span(path)));
     Append(bytes, std::as_bytes(std::span(circumstances.domain)));
     return bytes;
 }
 
 bool StoreOffset(off_t offset, std::uint32_t index) {
-    const FileDescriptor table(OpenRecordOffsetDatabaseFile());
+    const common::FileDescriptor table(OpenRecordOffsetDatabaseFile());
     return table && WriteRecordOffsetDatabaseFile(table.Get(), offset, index);
 }
 
@@ -104,12 +104,13 @@ bool StoreOffset(off_t offset, std::uint32_t index) {
 class Addition {
 public:
     explicit Addition(std::string_view fileName)
-        : m_file(OpenLogFile(fileName)), m_size(m_file ? SizeOf(m_file.Get()) : -1) {
-        if (m_size < 0 || !ReadAt(m_file.Get(), 0, HeadBefore())) {
+        : m_file(virus_log::OpenLogFile(fileName)),
+          m_size(m_file ? virus_log::SizeOf(m_file.Get()) : -1) {
+        if (m_size < 0 || !virus_log::ReadAt(m_file.Get(), 0, HeadBefore())) {
             m_file.Reset();
         }
         if (m_file && m_size == 0) {
-            ShareAsRecords(m_file.Get());
+            virus_log::ShareAsRecords(m_file.Get());
         }
     }
 
@@ -123,12 +124,13 @@ public:
         const tagVIRHEAD head{{0, CountBefore() + 1, 0}, identity};
         const off_t end = std::max(m_size, static_cast<off_t>(sizeof head));
         // The second file gets no offsets: where its records will lie is known once it is merged.
-        if (WriteAt(m_file.Get(), 0, BytesOf(head)) && WriteAt(m_file.Get(), end, record) &&
+        if (virus_log::WriteAt(m_file.Get(), 0, common::BytesOf(head)) &&
+            virus_log::WriteAt(m_file.Get(), end, record) &&
             (!isMain || StoreOffset(end, CountBefore()))) {
             return true;
         }
         // A disk that is full must not cost the records that were there.
-        (void)WriteAt(m_file.Get(), 0, HeadBefore());
+        (void)virus_log::WriteAt(m_file.Get(), 0, HeadBefore());
         (void)::ftruncate(m_file.Get(), m_size);
         return false;
     }
@@ -138,12 +140,12 @@ private:
     [[nodiscard]] std::size_t HeadSize() const {
         return static_cast<std::size_t>(std::clamp<off_t>(m_size, 0, sizeof m_before));
     }
-    std::span<std::byte> HeadBefore() { return BytesOf(m_before).first(HeadSize()); }
+    std::span<std::byte> HeadBefore() { return common::BytesOf(m_before).first(HeadSize()); }
     [[nodiscard]] std::uint32_t CountBefore() const {
         return HeadSize() < sizeof(tagVIRCOUNTER) ? 0 : m_before.counter.count;
     }
 
-    FileDescriptor m_file;
+    common::FileDescriptor m_file;
     off_t m_size;
     tagVIRHEAD m_before{};
 };
@@ -155,7 +157,7 @@ bool ZQVRAddRecVirusReport(unsigned int component, const char* filePath, const c
     if (filePath == nullptr || virusName == nullptr || action == nullptr) {
         return false;
     }
-    MakeVirusLogFolder();
+    virus_log::MakeVirusLogFolder();
     Circumstances circumstances;
     if (!FindOut(circumstances)) {
         return false;
@@ -165,13 +167,13 @@ bool ZQVRAddRecVirusReport(unsigned int component, const char* filePath, const c
 
     // Taken before the main file's mutex, which is needed only where that file is missing: whoever
     // took it first could wait for us then, and both go on when their time is up.
-    const LogMutex mutex(kRecordMutex, kAddWait);
-    std::array<char, kLogFileNameSize> fileName{};
+    const virus_log::LogMutex mutex(virus_log::kRecordMutex, virus_log::kAddWait);
+    std::array<char, virus_log::kLogFileNameSize> fileName{};
     if (!mutex.IsHeld() || !GetFileNameFromMainFile(fileName.data())) {
         return false;
     }
-    const bool isMain = IsMainRecordFile(fileName.data());
-    if (!isMain && !IsSecondRecordFile(fileName.data())) {
+    const bool isMain = virus_log::IsMainRecordFile(fileName.data());
+    if (!isMain && !virus_log::IsSecondRecordFile(fileName.data())) {
         return false;  // everybody may write the name, and no other file is to be written over
     }
     {

@@ -15,7 +15,7 @@ namespace {
 
 // A record file with the table of where its records lie once they are kept.
 struct Kept {
-    FileDescriptor from;
+    common::FileDescriptor from;
     off_t fromSize = 0;
     tagVIRHEAD head{};
     std::vector<std::uint32_t> offsets;
@@ -24,10 +24,10 @@ struct Kept {
 // Reads the size of the record at `offset`. Lengths come from a file that others can write.
 int ReadRecordSize(const Kept& kept, off_t offset, std::uint64_t& size) {
     tagVIRRECORD record{};
-    if (!ReadAt(kept.from.Get(), offset, BytesOf(record))) {
+    if (!virus_log::ReadAt(kept.from.Get(), offset, common::BytesOf(record))) {
         return kDeleteIoFailed;
     }
-    size = RecordSize(record);
+    size = virus_log::RecordSize(record);
     return size <= static_cast<std::uint64_t>(kept.fromSize - offset) ? kDeleteDone
                                                                       : kDeleteBadRecord;
 }
@@ -59,8 +59,9 @@ int CopyRest(Kept& kept, off_t offset, int to) {
         offset += static_cast<off_t>(size);
     }
     const auto length = static_cast<std::uint64_t>(offset - first);
-    return WriteAt(to, 0, BytesOf(kept.head)) &&
-                   CopyBytes(kept.from.Get(), first, to, sizeof kept.head, length) && IsOnDisk(to)
+    return virus_log::WriteAt(to, 0, common::BytesOf(kept.head)) &&
+                   virus_log::CopyBytes(kept.from.Get(), first, to, sizeof kept.head, length) &&
+                   virus_log::IsOnDisk(to)
                ? kDeleteDone
                : kDeleteIoFailed;
 }
@@ -85,7 +86,7 @@ bool MakeRoom(int table, std::span<const std::uint32_t> offsets) {
 // fits the old file.
 int PutInPlace(const Kept& kept, const char* fileName, int to, int table) {
     struct stat before {};
-    const off_t tableSize = SizeOf(table);
+    const off_t tableSize = virus_log::SizeOf(table);
     if (tableSize < 0) {
         return kDeleteIoFailed;
     }
@@ -95,13 +96,13 @@ int PutInPlace(const Kept& kept, const char* fileName, int to, int table) {
     }
     // Who could write the old file can write the new one.
     if (::fstat(kept.from.Get(), &before) != 0 ||
-        !TakeRights(kept.from.Get(), to, before.st_mode & 07777U) ||
-        !RenameLogFile(kKeptRecordFile, fileName)) {
+        !virus_log::TakeRights(kept.from.Get(), to, before.st_mode & 07777U) ||
+        !virus_log::RenameLogFile(virus_log::kKeptRecordFile, fileName)) {
         (void)::ftruncate(table, tableSize);
         return kDeleteNotReplaced;
     }
-    return WriteAt(table, 0, std::as_bytes(std::span(kept.offsets))) ? kDeleteDone
-                                                                     : kDeleteIoFailed;
+    return virus_log::WriteAt(table, 0, std::as_bytes(std::span(kept.offsets))) ? kDeleteDone
+                                                                                : kDeleteIoFailed;
 }
 
 }  // namespace
@@ -111,22 +112,22 @@ int DeleteRecords(const char* fileName, unsigned int count) {
         return kDeleteNotReadable;
     }
     Kept kept;
-    kept.from = OpenExistingLogFile(fileName, O_RDONLY);
-    kept.fromSize = kept.from ? SizeOf(kept.from.Get()) : -1;
+    kept.from = virus_log::OpenExistingLogFile(fileName, O_RDONLY);
+    kept.fromSize = kept.from ? virus_log::SizeOf(kept.from.Get()) : -1;
     if (kept.fromSize < 0) {
         return kDeleteNotReadable;
     }
-    if (!ReadAt(kept.from.Get(), 0, BytesOf(kept.head))) {
+    if (!virus_log::ReadAt(kept.from.Get(), 0, common::BytesOf(kept.head))) {
         return kDeleteIoFailed;
     }
     if (kept.head.counter.count < count) {
         return kDeleteTooFew;
     }
-    const FileDescriptor table(OpenRecordOffsetDatabaseFile());
+    const common::FileDescriptor table(OpenRecordOffsetDatabaseFile());
     if (!table) {
         return kDeleteIoFailed;
     }
-    const FileDescriptor to = OpenTemporaryLogFile(kKeptRecordFile);
+    const common::FileDescriptor to = virus_log::OpenTemporaryLogFile(virus_log::kKeptRecordFile);
     if (!to) {
         return kDeleteCannotCreate;
     }
@@ -135,7 +136,7 @@ int DeleteRecords(const char* fileName, unsigned int count) {
         result = PutInPlace(kept, fileName, to.Get(), table.Get());
     }
     if (result != kDeleteDone) {
-        (void)RemoveLogFile(kKeptRecordFile);
+        (void)virus_log::RemoveLogFile(virus_log::kKeptRecordFile);
     }
     return result;
 }

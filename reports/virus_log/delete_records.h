@@ -1,6 +1,10 @@
 #pragma once
 
+namespace virus_log {
+
 inline constexpr char kKeptRecordFile[] = "tempdel.dat";
+
+}  // namespace virus_log
 
 /// Results of DeleteRecords; MergeFiles uses kDeleteIoFailed too.
 enum DeleteResult : int {

@@ -11,24 +11,27 @@
 #include "reports/virus_log/record_count.h"
 #include "reports/virus_log/reset.h"
 
+namespace virus_log {
+
 namespace {
 
 bool SendRecordsToMainFile() {
-    const FileDescriptor main = OpenLogFile(kMainFile);
+    const common::FileDescriptor main = OpenLogFile(kMainFile);
     return main && RestoreMainFileHeader(main.Get());
 }
 
 // A log as installed is empty until its first record, and a reset that was killed may have sent
 // that to the second file. Nothing can be merged into a file without a head.
 void GiveHead() {
-    const FileDescriptor second = OpenExistingLogFile(kSecondRecordFile, O_RDONLY);
+    const common::FileDescriptor second = OpenExistingLogFile(kSecondRecordFile, O_RDONLY);
     tagVIRHEAD head{};
-    if (!second || !ReadAt(second.Get(), 0, BytesOf(head))) {
+    if (!second || !ReadAt(second.Get(), 0, common::BytesOf(head))) {
         return;
     }
-    const FileDescriptor records = OpenLogFile(kRecordFile);
+    const common::FileDescriptor records = OpenLogFile(kRecordFile);
     head.counter.count = 0;
-    if (records && SizeOf(records.Get()) == 0 && !WriteAt(records.Get(), 0, BytesOf(head))) {
+    if (records && SizeOf(records.Get()) == 0 &&
+        !WriteAt(records.Get(), 0, common::BytesOf(head))) {
         (void)::ftruncate(records.Get(), 0);
     }
 }
@@ -63,3 +66,5 @@ bool KeepNewest(std::uint32_t keep, CutRecords& out) {
     out = {removed, *count - removed};
     return true;
 }
+
+}  // namespace virus_log

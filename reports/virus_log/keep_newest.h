@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+namespace virus_log {
+
 /// What a cut has done, or would have had to do.
 struct CutRecords {
     std::uint32_t removed = 0;
@@ -17,3 +19,5 @@ struct CutRecords {
 /// longer than 5 seconds. False when a mutex stays taken, the log has no counter or cannot be cut;
 /// then no record is gone. Any thread.
 bool KeepNewest(std::uint32_t keep, CutRecords& out);
+
+}  // namespace virus_log

@@ -27,13 +27,14 @@ constexpr std::size_t kCopyBlockSize = 65'536;
 bool WriteMain(int fd, std::uint32_t isResetting, const char* fileName) {
     tagVIRMAIN main{};
     main.isResetting = isResetting;
-    CopyToField(main.fileName, fileName);
-    return WriteAt(fd, 0, BytesOf(main));
+    common::CopyToField(main.fileName, fileName);
+    return virus_log::WriteAt(fd, 0, common::BytesOf(main));
 }
 
 bool ReadMain(tagVIRMAIN& main) {
-    const FileDescriptor file = OpenExistingLogFile(kMainFile, O_RDONLY);
-    return file && ReadAt(file.Get(), 0, BytesOf(main));
+    const common::FileDescriptor file =
+        virus_log::OpenExistingLogFile(virus_log::kMainFile, O_RDONLY);
+    return file && virus_log::ReadAt(file.Get(), 0, common::BytesOf(main));
 }
 
 // Everybody may write the file, and what it names is opened for writing.
@@ -42,18 +43,19 @@ bool IsNameInFolder(std::string_view name) {
 }
 
 bool HandOut(const tagVIRMAIN& main, char* name) {
-    const std::string_view fileName = FieldText(main.fileName);
-    return IsNameInFolder(fileName) && CopyToField(std::span(name, kLogFileNameSize), fileName);
+    const std::string_view fileName = common::FieldText(main.fileName);
+    return IsNameInFolder(fileName) &&
+           common::CopyToField(std::span(name, virus_log::kLogFileNameSize), fileName);
 }
 
 }  // namespace
 
-std::string VirusLogPath(std::string_view name) {
+std::string virus_log::VirusLogPath(std::string_view name) {
     return common::InProgramDirectory("reports/").append(name);
 }
 
-void MakeVirusLogFolder() {
-    const std::string folder = VirusLogPath("");
+void virus_log::MakeVirusLogFolder() {
+    const std::string folder = virus_log::VirusLogPath("");
     if (::mkdir(folder.c_str(), kFolderMode) == 0) {
         // Kept as it always was, although a folder that lacks the right to be searched serves root
         // alone: the folder that installation makes is the one that users share.
@@ -61,28 +63,29 @@ void MakeVirusLogFolder() {
     }
 }
 
-FileDescriptor OpenLogFile(std::string_view name) {
-    return OpenSharedFile(VirusLogPath(name).c_str(), O_RDWR, kLogFileMode);
+common::FileDescriptor virus_log::OpenLogFile(std::string_view name) {
+    return common::OpenSharedFile(virus_log::VirusLogPath(name).c_str(), O_RDWR, kLogFileMode);
 }
 
-FileDescriptor OpenExistingLogFile(std::string_view name, int flags) {
-    return common::OpenRegularFile(VirusLogPath(name).c_str(), flags, common::Links::kNone);
+common::FileDescriptor virus_log::OpenExistingLogFile(std::string_view name, int flags) {
+    return common::OpenRegularFile(virus_log::VirusLogPath(name).c_str(), flags,
+                                   common::Links::kNone);
 }
 
-FileDescriptor OpenTemporaryLogFile(std::string_view name) {
-    (void)RemoveLogFile(name);
-    FileDescriptor file = OpenLogFile(name);
+common::FileDescriptor virus_log::OpenTemporaryLogFile(std::string_view name) {
+    (void)virus_log::RemoveLogFile(name);
+    common::FileDescriptor file = virus_log::OpenLogFile(name);
     if (file && ::ftruncate(file.Get(), 0) != 0) {
         file.Reset();
     }
     return file;
 }
 
-bool RemoveLogFile(std::string_view name) {
-    return ::unlink(VirusLogPath(name).c_str()) == 0 || errno == ENOENT;
+bool virus_log::RemoveLogFile(std::string_view name) {
+    return ::unlink(virus_log::VirusLogPath(name).c_str()) == 0 || errno == ENOENT;
 }
 
-bool ReadAt(int fd, off_t offset, std::span<std::byte> bytes) {
+bool virus_log::ReadAt(int fd, off_t offset, std::span<std::byte> bytes) {
     while (!bytes.empty()) {
         const ssize_t got = ::pread(fd, bytes.data(), bytes.size(), offset);
         if (got < 0 && errno == EINTR) {
@@ -97,7 +100,7 @@ bool ReadAt(int fd, off_t offset, std::span<std::byte> bytes) {
     return true;
 }
 
-bool WriteAt(int fd, off_t offset, std::span<const std::byte> bytes) {
+bool virus_log::WriteAt(int fd, off_t offset, std::span<const std::byte> bytes) {
     while (!bytes.empty()) {
         const ssize_t written = ::pwrite(fd, bytes.data(), bytes.size(), offset);
         if (written < 0 && errno == EINTR) {
@@ -112,27 +115,28 @@ bool WriteAt(int fd, off_t offset, std::span<const std::byte> bytes) {
     return true;
 }
 
-void ShareAsRecords(int fd) {
+void virus_log::ShareAsRecords(int fd) {
     constexpr mode_t kShared = 0666;
-    const FileDescriptor records = OpenExistingLogFile(kRecordFile, O_RDONLY);
+    const common::FileDescriptor records =
+        virus_log::OpenExistingLogFile(virus_log::kRecordFile, O_RDONLY);
     struct stat status {};
     if (records && ::fstat(records.Get(), &status) == 0 && (status.st_mode & kShared) == kShared) {
         (void)::fchmod(fd, kShared);
     }
 }
 
-bool IsMainRecordFile(std::string_view name) {
-    return text::ContainsIgnoringCase(name, kRecordFile);
+bool virus_log::IsMainRecordFile(std::string_view name) {
+    return text::ContainsIgnoringCase(name, virus_log::kRecordFile);
 }
 
-bool IsSecondRecordFile(std::string_view name) {
-    return text::ContainsIgnoringCase(name, kSecondRecordFile);
+bool virus_log::IsSecondRecordFile(std::string_view name) {
+    return text::ContainsIgnoringCase(name, virus_log::kSecondRecordFile);
 }
 
-bool CopyContent(int from, int to) {
+bool virus_log::CopyContent(int from, int to) {
     constexpr mode_t kCopiedMode = 0755;
-    const off_t size = SizeOf(from);
-    if (size < 0 || !CopyBytes(from, 0, to, 0, static_cast<std::uint64_t>(size)) ||
+    const off_t size = virus_log::SizeOf(from);
+    if (size < 0 || !virus_log::CopyBytes(from, 0, to, 0, static_cast<std::uint64_t>(size)) ||
         ::ftruncate(to, size) != 0) {
         return false;
     }
@@ -140,7 +144,7 @@ bool CopyContent(int from, int to) {
     return true;
 }
 
-bool TakeRights(int from, int to, mode_t mode) {
+bool virus_log::TakeRights(int from, int to, mode_t mode) {
     struct stat status {};
     if (::fstat(from, &status) == 0) {
         [[maybe_unused]] const int given = ::fchown(to, status.st_uid, status.st_gid);
@@ -148,32 +152,34 @@ bool TakeRights(int from, int to, mode_t mode) {
     return ::fchmod(to, mode) == 0;
 }
 
-bool IsOnDisk(int fd) {
+bool virus_log::IsOnDisk(int fd) {
     // Some file systems have nothing to wait for, and say so.
     return ::fsync(fd) == 0 || errno == EINVAL || errno == ENOSYS;
 }
 
-bool RenameLogFile(std::string_view name, std::string_view target) {
-    if (std::rename(VirusLogPath(name).c_str(), VirusLogPath(target).c_str()) != 0) {
+bool virus_log::RenameLogFile(std::string_view name, std::string_view target) {
+    if (std::rename(virus_log::VirusLogPath(name).c_str(),
+                    virus_log::VirusLogPath(target).c_str()) != 0) {
         return false;
     }
-    const FileDescriptor folder(
-        ::open(VirusLogPath("").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    (void)(folder && IsOnDisk(folder.Get()));
+    const common::FileDescriptor folder(
+        ::open(virus_log::VirusLogPath("").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    (void)(folder && virus_log::IsOnDisk(folder.Get()));
     return true;
 }
 
-off_t SizeOf(int fd) {
+off_t virus_log::SizeOf(int fd) {
     struct stat status {};
     return ::fstat(fd, &status) == 0 ? status.st_size : -1;
 }
 
-bool CopyBytes(int from, off_t fromOffset, int to, off_t toOffset, std::uint64_t length) {
+bool virus_log::CopyBytes(int from, off_t fromOffset, int to, off_t toOffset,
+                          std::uint64_t length) {
     std::array<std::byte, kCopyBlockSize> block{};
     while (length > 0) {
         const auto part = std::span(block).first(
             static_cast<std::size_t>(std::min<std::uint64_t>(length, block.size())));
-        if (!ReadAt(from, fromOffset, part) || !WriteAt(to, toOffset, part)) {
+        if (!virus_log::ReadAt(from, fromOffset, part) || !virus_log::WriteAt(to, toOffset, part)) {
             return false;
         }
         fromOffset += static_cast<off_t>(part.size());
@@ -191,28 +197,29 @@ bool GetFileNameFromMainFile(char* name) {
     if (ReadMain(main)) {
         return HandOut(main, name);
     }
-    const LogMutex mutex(kMainFileMutex, kMainFileWait);
+    const virus_log::LogMutex mutex(virus_log::kMainFileMutex, virus_log::kMainFileWait);
     if (!mutex.IsHeld()) {
         return false;
     }
     if (ReadMain(main)) {
         return HandOut(main, name);
     }
-    const FileDescriptor file = OpenLogFile(kMainFile);
+    const common::FileDescriptor file = virus_log::OpenLogFile(virus_log::kMainFile);
     return file && RestoreMainFileHeader(file.Get()) &&
-           CopyToField(std::span(name, kLogFileNameSize), kRecordFile);
+           common::CopyToField(std::span(name, virus_log::kLogFileNameSize),
+                               virus_log::kRecordFile);
 }
 
-bool WriteResetMainFileHeader(int fd) {
-    return WriteMain(fd, 1, kSecondRecordFile);
+bool virus_log::WriteResetMainFileHeader(int fd) {
+    return WriteMain(fd, 1, virus_log::kSecondRecordFile);
 }
 
 bool RestoreMainFileHeader(int fd) {
-    return WriteMain(fd, 0, kRecordFile);
+    return WriteMain(fd, 0, virus_log::kRecordFile);
 }
 
 int OpenRecordOffsetDatabaseFile() {
-    return OpenLogFile(kOffsetFile).Release();
+    return virus_log::OpenLogFile(virus_log::kOffsetFile).Release();
 }
 
 bool WriteRecordOffsetDatabaseFile(int fd, long offset, unsigned int index) {
@@ -220,6 +227,6 @@ bool WriteRecordOffsetDatabaseFile(int fd, long offset, unsigned int index) {
         return false;
     }
     const auto entry = static_cast<std::uint32_t>(offset);
-    return WriteAt(fd, static_cast<off_t>(index) * static_cast<off_t>(sizeof entry),
-                   BytesOf(entry));
+    return virus_log::WriteAt(fd, static_cast<off_t>(index) * static_cast<off_t>(sizeof entry),
+                              common::BytesOf(entry));
 }

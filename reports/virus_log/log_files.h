@@ -13,6 +13,8 @@
 // foreseen and the folder is everybody's, so nothing is opened through a link. Any thread; who
 // calls holds the mutex that guards the file.
 
+namespace virus_log {
+
 inline constexpr char kMainFile[] = "VirMain.dat";
 inline constexpr char kRecordFile[] = "VirRcONE.dat";
 inline constexpr char kSecondRecordFile[] = "VirRcTWO.dat";
@@ -28,15 +30,15 @@ std::string VirusLogPath(std::string_view name);
 void MakeVirusLogFolder();
 
 /// Opens a file of the log read-write, or creates it with mode 0644.
-FileDescriptor OpenLogFile(std::string_view name);
+common::FileDescriptor OpenLogFile(std::string_view name);
 
 /// Opens a file of the log that is there already; `flags` is the access mode.
-FileDescriptor OpenExistingLogFile(std::string_view name, int flags);
+common::FileDescriptor OpenExistingLogFile(std::string_view name, int flags);
 
 /// Makes a temporary file of the log, empty and open read-write, with mode 0644. What lies under
 /// its name is removed first, whatever it is; where this user may not do that, an earlier temporary
 /// file is emptied.
-FileDescriptor OpenTemporaryLogFile(std::string_view name);
+common::FileDescriptor OpenTemporaryLogFile(std::string_view name);
 
 /// Deletes a file of the log. False when it is still there.
 bool RemoveLogFile(std::string_view name);
@@ -80,13 +82,19 @@ off_t SizeOf(int fd);
 /// or a failed write.
 bool CopyBytes(int from, off_t fromOffset, int to, off_t toOffset, std::uint64_t length);
 
+}  // namespace virus_log
+
 /// Reads the record file's name from "VirMain.dat", which is made when it is missing or short,
 /// under mutex "10022" then. `name` has room for kLogFileNameSize bytes. False when the mutex stays
 /// taken, the file cannot be made or read, or names no file inside "reports/".
 bool GetFileNameFromMainFile(char* name);
 
+namespace virus_log {
+
 /// Writes the open "VirMain.dat": a reset is in progress and the second file receives records.
 bool WriteResetMainFileHeader(int fd);
+
+}  // namespace virus_log
 
 /// Writes the open "VirMain.dat" as it is when no reset is in progress.
 bool RestoreMainFileHeader(int fd);

@@ -4,6 +4,8 @@
 
 // The mutexes of the virus log, taken in this order, but where a record is added: see there.
 
+namespace virus_log {
+
 inline constexpr char kMainFileMutex[] = "10022";  ///< guards "VirMain.dat"
 inline constexpr char kRecordMutex[] = "10011";    ///< guards the record files
 
@@ -35,3 +37,5 @@ private:
     tagMUTEX_INFO m_mutex{};
     bool m_isHeld;
 };
+
+}  // namespace virus_log

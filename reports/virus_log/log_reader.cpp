@@ -16,6 +16,8 @@
 #include "reports/virus_log/record_walk.h"
 #include "reports/virus_log/virus_record.h"
 
+namespace virus_log {
+
 namespace {
 
 using Offset = std::uint64_t;
@@ -32,19 +34,19 @@ std::u16string Units(std::span<const std::byte> bytes) {
 // The text in a zero-padded field of units.
 std::string FieldBytes(std::span<const std::byte> field) {
     const std::u16string units = Units(field);
-    return BytesFromUtf16(std::u16string_view(units).substr(0, units.find(u'\0')));
+    return common::BytesFromUtf16(std::u16string_view(units).substr(0, units.find(u'\0')));
 }
 
 VirusLogEntry Decode(const tagVIRRECORD& record, std::span<const std::byte> strings) {
     const auto path = strings.first(record.pathLength);
     const auto domain = strings.subspan(record.pathLength);
     return {record.component,
-            std::string(FieldText(record.virusName)),
+            std::string(common::FieldText(record.virusName)),
             FieldBytes(std::as_bytes(std::span(record.action))),
             record.time,
             FieldBytes(std::as_bytes(std::span(record.userName))),
-            BytesFromUtf16(Units(path)),
-            BytesFromUtf16(Units(domain))};
+            common::BytesFromUtf16(Units(path)),
+            common::BytesFromUtf16(Units(domain))};
 }
 
 // Where records lie, found without decoding them.
@@ -138,7 +140,8 @@ void ReadRecords(int fd, const tagVIRHEAD& head, Offset end, Offset size, VirusL
 
 ReadLogResult ReadVirusLogCopy(const char* path, VirusLogContents& out) {
     out = {};
-    const FileDescriptor copy = common::OpenRegularFile(path, O_RDONLY, common::Links::kNone);
+    const common::FileDescriptor copy =
+        common::OpenRegularFile(path, O_RDONLY, common::Links::kNone);
     return copy ? ReadVirusLogCopy(copy.Get(), out) : ReadLogResult::kCannotOpen;
 }
 
@@ -146,7 +149,7 @@ ReadLogResult ReadVirusLogCopy(int fd, VirusLogContents& out) {
     out = {};
     const auto size = static_cast<Offset>(std::max<off_t>(SizeOf(fd), 0));
     tagVIRHEAD head{};
-    if (!ReadAt(fd, 0, BytesOf(head))) {
+    if (!ReadAt(fd, 0, common::BytesOf(head))) {
         return ReadLogResult::kNotALog;
     }
     const Offset end = head.counter.tableOffset;
@@ -160,9 +163,11 @@ ReadLogResult ReadVirusLogCopy(int fd, VirusLogContents& out) {
 ReadLogResult ReadRecordFile(int fd, std::uint64_t size, VirusLogContents& out) {
     out = {};
     tagVIRHEAD head{};
-    if (size < kHeadSize || !ReadAt(fd, 0, BytesOf(head))) {
+    if (size < kHeadSize || !ReadAt(fd, 0, common::BytesOf(head))) {
         return ReadLogResult::kNotALog;
     }
     ReadRecords(fd, head, size, size, out);
     return ReadLogResult::kOk;
 }
+
+}  // namespace virus_log

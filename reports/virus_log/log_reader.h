@@ -6,6 +6,8 @@
 
 #include "abi/system_time.h"
 
+namespace virus_log {
+
 /// One record of the virus log, its texts as bytes: UTF-8 as far as the names were.
 struct VirusLogEntry {
     std::uint32_t component;
@@ -46,3 +48,5 @@ ReadLogResult ReadVirusLogCopy(int fd, VirusLogContents& out);
 /// The same with the first `size` bytes of an open record file, which has no table: a torn record
 /// ends what can be read of it.
 ReadLogResult ReadRecordFile(int fd, std::uint64_t size, VirusLogContents& out);
+
+}  // namespace virus_log

@@ -15,6 +15,8 @@
 #include "reports/virus_log/log_mutex.h"
 #include "reports/virus_log/virus_log.h"
 
+namespace virus_log {
+
 namespace {
 
 constexpr char kRecordCopy[] = "cpyONE.dat";
@@ -22,8 +24,8 @@ constexpr char kOffsetCopy[] = "cpyOFFST.dat";
 
 // The two copies while they are made, open for reading and writing.
 struct Copies {
-    FileDescriptor records;
-    FileDescriptor offsets;
+    common::FileDescriptor records;
+    common::FileDescriptor offsets;
 };
 
 void RemoveCopies() {
@@ -32,8 +34,8 @@ void RemoveCopies() {
 }
 
 // A copy that is this user's own: another's could still be changed by him while it is read.
-FileDescriptor MakeCopyFile(std::string_view name) {
-    FileDescriptor file = OpenTemporaryLogFile(name);
+common::FileDescriptor MakeCopyFile(std::string_view name) {
+    common::FileDescriptor file = OpenTemporaryLogFile(name);
     struct stat status {};
     if (file && (::fstat(file.Get(), &status) != 0 || status.st_uid != ::geteuid())) {
         file.Reset();
@@ -70,8 +72,8 @@ bool CopyBoth(Copies& copies, WaitingRecords& waiting) {
     if (!recordMutex.IsHeld()) {
         return false;
     }
-    const FileDescriptor records = OpenExistingLogFile(kRecordFile, O_RDONLY);
-    const FileDescriptor offsets = OpenExistingLogFile(kOffsetFile, O_RDONLY);
+    const common::FileDescriptor records = OpenExistingLogFile(kRecordFile, O_RDONLY);
+    const common::FileDescriptor offsets = OpenExistingLogFile(kOffsetFile, O_RDONLY);
     if (!records || !offsets || !IsOfPossibleSize(records.Get())) {
         return false;  // the copies that may be there are an earlier reader's
     }
@@ -91,7 +93,7 @@ bool AppendTable(const Copies& copies) {
     tagVIRCOUNTER counter{};
     const off_t end = SizeOf(copies.records.Get());
     const off_t tableSize = SizeOf(copies.offsets.Get());
-    if (!ReadAt(copies.records.Get(), 0, BytesOf(counter)) || end < 0 || tableSize < 0) {
+    if (!ReadAt(copies.records.Get(), 0, common::BytesOf(counter)) || end < 0 || tableSize < 0) {
         return false;
     }
     counter.tableOffset = static_cast<std::uint32_t>(end);
@@ -99,7 +101,7 @@ bool AppendTable(const Copies& copies) {
     constexpr std::uint64_t kEntry = sizeof(std::uint32_t);
     const std::uint64_t entries =
         std::min<std::uint64_t>(counter.count, static_cast<std::uint64_t>(tableSize) / kEntry);
-    return WriteAt(copies.records.Get(), 0, BytesOf(counter)) &&
+    return WriteAt(copies.records.Get(), 0, common::BytesOf(counter)) &&
            CopyBytes(copies.offsets.Get(), 0, copies.records.Get(), end, entries * kEntry);
 }
 
@@ -136,3 +138,5 @@ bool GetVirusReportFile(unsigned short* path, WaitingRecords& waiting) {
     CopySZToWSZ(path, VirusLogPath(kRecordCopy).c_str());
     return true;
 }
+
+}  // namespace virus_log

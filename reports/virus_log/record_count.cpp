@@ -8,6 +8,8 @@
 #include "reports/virus_log/log_mutex.h"
 #include "reports/virus_log/record_walk.h"
 
+namespace virus_log {
+
 namespace {
 
 // How many records the file holds; none when one of them is torn.
@@ -22,15 +24,15 @@ std::optional<std::uint32_t> CountWhole(int fd) {
     return records ? std::optional(static_cast<std::uint32_t>(records->size())) : std::nullopt;
 }
 
-std::optional<std::uint32_t> CorrectCount(const FileDescriptor& file) {
+std::optional<std::uint32_t> CorrectCount(const common::FileDescriptor& file) {
     tagVIRCOUNTER counter{};
-    if (!file || !ReadAt(file.Get(), 0, BytesOf(counter))) {
+    if (!file || !ReadAt(file.Get(), 0, common::BytesOf(counter))) {
         return std::nullopt;
     }
     const std::uint32_t whole = CountWhole(file.Get()).value_or(counter.count);
     if (whole != counter.count) {
         counter.count = whole;
-        if (!WriteAt(file.Get(), 0, BytesOf(counter))) {
+        if (!WriteAt(file.Get(), 0, common::BytesOf(counter))) {
             return std::nullopt;
         }
     }
@@ -49,3 +51,5 @@ std::optional<std::uint32_t> CorrectHeldCounts() {
     (void)CorrectCount(OpenExistingLogFile(kSecondRecordFile, O_RDWR));
     return CorrectCount(OpenLogFile(kRecordFile));
 }
+
+}  // namespace virus_log

@@ -6,6 +6,8 @@
 #include "common/io.h"
 #include "reports/virus_log/log_files.h"
 
+namespace virus_log {
+
 namespace {
 
 // Far beyond any path, in bytes.
@@ -48,7 +50,7 @@ std::optional<tagVIRRECORD> WindowedFile::RecordAt(std::uint64_t offset) {
     if (bytes.empty()) {
         return std::nullopt;
     }
-    std::copy(bytes.begin(), bytes.end(), BytesOf(record).begin());
+    std::copy(bytes.begin(), bytes.end(), common::BytesOf(record).begin());
     const bool isWhole = IsPlausible(record) && RecordSize(record) <= m_end - offset;
     return isWhole ? std::optional(record) : std::nullopt;
 }
@@ -66,3 +68,5 @@ std::optional<std::vector<std::uint64_t>> WalkByLengths(WindowedFile& file) {
     }
     return at == file.End() ? std::optional(std::move(records)) : std::nullopt;
 }
+
+}  // namespace virus_log

@@ -10,6 +10,8 @@
 
 // Where the records of a record file lie. The file is not trusted: everybody may write it.
 
+namespace virus_log {
+
 /// Reads a file through a window, since records are small and stand one after the other.
 class WindowedFile {
 public:
@@ -34,3 +36,5 @@ private:
 /// Where the records lie, behind the head and one after the other by their lengths. None unless the
 /// last one ends exactly where the file does. Any thread.
 std::optional<std::vector<std::uint64_t>> WalkByLengths(WindowedFile& file);
+
+}  // namespace virus_log

@@ -6,8 +6,12 @@
 /// "RecOffset.dat" cannot be opened.
 int MergeFiles(const char* into, const char* from);
 
+namespace virus_log {
+
 /// The same for a caller who holds mutex "10011" already; no null pointers.
 int MergeHeldFiles(const char* into, const char* from);
+
+}  // namespace virus_log
 
 /// Removes the oldest `count` records under the mutexes, while others add theirs to the second
 /// file; but see ZQVRResetLog.

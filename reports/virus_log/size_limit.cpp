@@ -33,8 +33,8 @@ bool ReadLimit(const char* key, int* value) {
 
 // The old files of a log, and from where on its records are kept.
 struct Cut {
-    FileDescriptor records;
-    FileDescriptor offsets;
+    common::FileDescriptor records;
+    common::FileDescriptor offsets;
     tagVIRHEAD head{};
     std::int64_t firstKept = 0;
     off_t nextEntry = 0;  // in the table of offsets, after that of the first record kept
@@ -44,21 +44,23 @@ struct Cut {
 // at a time: so programs of the product always read it, and a log that one of them may cut must not
 // be cut otherwise by another. It follows that a table of ordinary entries gives no usable offset.
 bool FindFirstKept(Cut& cut, int limit) {
-    const off_t size = SizeOf(cut.offsets.Get());
+    const off_t size = virus_log::SizeOf(cut.offsets.Get());
     const off_t entry = size - off_t{limit} * kNarrowEntry;
-    if (size < 0 || entry < 0 || !ReadAt(cut.offsets.Get(), entry, BytesOf(cut.firstKept))) {
+    if (size < 0 || entry < 0 ||
+        !virus_log::ReadAt(cut.offsets.Get(), entry, common::BytesOf(cut.firstKept))) {
         return false;
     }
     cut.nextEntry = entry + static_cast<off_t>(sizeof cut.firstKept);
-    return cut.firstKept > 0 && cut.firstKept < SizeOf(cut.records.Get());
+    return cut.firstKept > 0 && cut.firstKept < virus_log::SizeOf(cut.records.Get());
 }
 
 bool WriteTrimmedRecords(const Cut& cut, int to, int limit) {
     tagVIRHEAD head = cut.head;
     head.counter.count = static_cast<std::uint32_t>(limit);
-    const auto length = static_cast<std::uint64_t>(SizeOf(cut.records.Get()) - cut.firstKept);
-    return WriteAt(to, 0, BytesOf(head)) &&
-           CopyBytes(cut.records.Get(), cut.firstKept, to, kHeadSize, length);
+    const auto length =
+        static_cast<std::uint64_t>(virus_log::SizeOf(cut.records.Get()) - cut.firstKept);
+    return virus_log::WriteAt(to, 0, common::BytesOf(head)) &&
+           virus_log::CopyBytes(cut.records.Get(), cut.firstKept, to, kHeadSize, length);
 }
 
 // Entries of the new table are 8 bytes wide, as the old ones were read. It ends early where the old
@@ -70,13 +72,13 @@ bool WriteTrimmedOffsets(const Cut& cut, int to, int limit) {
     off_t at = 0;
     for (int i = 0; i < limit; ++i) {
         if (i > 0) {
-            if (!ReadAt(cut.offsets.Get(), from, BytesOf(entry))) {
+            if (!virus_log::ReadAt(cut.offsets.Get(), from, common::BytesOf(entry))) {
                 break;
             }
             from += static_cast<off_t>(sizeof entry);
             entry -= shift;
         }
-        if (!WriteAt(to, at, BytesOf(entry))) {
+        if (!virus_log::WriteAt(to, at, common::BytesOf(entry))) {
             return false;
         }
         at += static_cast<off_t>(sizeof entry);
@@ -85,10 +87,10 @@ bool WriteTrimmedOffsets(const Cut& cut, int to, int limit) {
 }
 
 // A temporary file that serves the next user's trim too, should this one not come to remove it.
-FileDescriptor MakeTemporary(const char* name) {
-    FileDescriptor file = OpenTemporaryLogFile(name);
+common::FileDescriptor MakeTemporary(const char* name) {
+    common::FileDescriptor file = virus_log::OpenTemporaryLogFile(name);
     if (file) {
-        ShareAsRecords(file.Get());
+        virus_log::ShareAsRecords(file.Get());
     }
     return file;
 }
@@ -96,7 +98,7 @@ FileDescriptor MakeTemporary(const char* name) {
 // Copies the temporary file over the log's own and removes it. Where this user may, one rename does
 // both, so that no moment is left at which the log is half there.
 bool PutInPlace(const char* temporary, std::string_view file, int from) {
-    const FileDescriptor old = OpenExistingLogFile(file, O_RDWR);
+    const common::FileDescriptor old = virus_log::OpenExistingLogFile(file, O_RDWR);
     struct stat before {};
     if (!old || ::fstat(old.Get(), &before) != 0) {
         return false;
@@ -105,14 +107,14 @@ bool PutInPlace(const char* temporary, std::string_view file, int from) {
     constexpr mode_t kCopiedMode = 0755;
     constexpr mode_t kSharedBits = 0066;
     const mode_t mode = kCopiedMode | (before.st_mode & kSharedBits);
-    if (TakeRights(old.Get(), from, mode) && RenameLogFile(temporary, file)) {
+    if (virus_log::TakeRights(old.Get(), from, mode) && virus_log::RenameLogFile(temporary, file)) {
         return true;
     }
-    if (!CopyContent(from, old.Get())) {
+    if (!virus_log::CopyContent(from, old.Get())) {
         return false;
     }
     (void)::fchmod(old.Get(), mode);
-    if (!RemoveLogFile(temporary)) {
+    if (!virus_log::RemoveLogFile(temporary)) {
         // Another user's, left by a trim that gave up, in a folder as "/tmp" is.
         (void)::ftruncate(from, 0);
     }
@@ -131,30 +133,30 @@ bool ResetVirusLog(char* fileName) {
         return false;
     }
     Cut cut;
-    cut.records = OpenExistingLogFile(fileName, O_RDONLY);
+    cut.records = virus_log::OpenExistingLogFile(fileName, O_RDONLY);
     int maxLimit = 0;
     int limit = 0;
-    if (!cut.records || !ReadAt(cut.records.Get(), 0, BytesOf(cut.head)) ||
+    if (!cut.records || !virus_log::ReadAt(cut.records.Get(), 0, common::BytesOf(cut.head)) ||
         !GetLogCount(&maxLimit, &limit)) {
         return false;
     }
     if (std::int64_t{maxLimit} > cut.head.counter.count) {
         return true;
     }
-    const FileDescriptor records = MakeTemporary(kTrimmedRecordFile);
-    cut.offsets = OpenExistingLogFile(kOffsetFile, O_RDONLY);
+    const common::FileDescriptor records = MakeTemporary(virus_log::kTrimmedRecordFile);
+    cut.offsets = virus_log::OpenExistingLogFile(virus_log::kOffsetFile, O_RDONLY);
     if (!records || !cut.offsets || !FindFirstKept(cut, limit)) {
         // The empty temporary stays behind: other programs of the product take it for granted.
         return false;
     }
-    const FileDescriptor offsets = MakeTemporary(kTrimmedOffsetFile);
+    const common::FileDescriptor offsets = MakeTemporary(virus_log::kTrimmedOffsetFile);
     if (!offsets || !WriteTrimmedRecords(cut, records.Get(), limit) ||
-        !WriteTrimmedOffsets(cut, offsets.Get(), limit) || !IsOnDisk(records.Get()) ||
-        !IsOnDisk(offsets.Get())) {
-        (void)RemoveLogFile(kTrimmedRecordFile);
-        (void)RemoveLogFile(kTrimmedOffsetFile);
+        !WriteTrimmedOffsets(cut, offsets.Get(), limit) || !virus_log::IsOnDisk(records.Get()) ||
+        !virus_log::IsOnDisk(offsets.Get())) {
+        (void)virus_log::RemoveLogFile(virus_log::kTrimmedRecordFile);
+        (void)virus_log::RemoveLogFile(virus_log::kTrimmedOffsetFile);
         return false;
     }
-    return PutInPlace(kTrimmedRecordFile, fileName, records.Get()) &&
-           PutInPlace(kTrimmedOffsetFile, kOffsetFile, offsets.Get());
+    return PutInPlace(virus_log::kTrimmedRecordFile, fileName, records.Get()) &&
+           PutInPlace(virus_log::kTrimmedOffsetFile, virus_log::kOffsetFile, offsets.Get());
 }

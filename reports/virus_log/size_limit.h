@@ -1,7 +1,11 @@
 #pragma once
 
+namespace virus_log {
+
 inline constexpr char kTrimmedRecordFile[] = "tmprpt.dat";
 inline constexpr char kTrimmedOffsetFile[] = "tmpoffset.dat";
+
+}  // namespace virus_log
 
 /// Reads the limits of the virus log, MAXLIMIT and LIMIT in section LOGLIMIT of "section.ini" in
 /// the program directory. False when either is missing, and for a null pointer. Any thread.

@@ -5,11 +5,15 @@
 // "10022" (which file receives records) and "10011" (the record files), in this order but where a
 // record is added, and wait for them; a mutex that stays taken makes them fail. Any thread.
 
+namespace virus_log {
+
 /// The component code under which the scanner's window logs.
 inline constexpr unsigned int kScannerUiComponent = 8000;
 
 /// Longest path that ZQVRGetVirusReportFile returns, in units with the terminator.
 inline constexpr unsigned int kVirusReportPathSize = 288;
+
+}  // namespace virus_log
 
 /// Adds one record: `component` did `action` to `filePath` because of `virusName`. True when it was
 /// added whole; otherwise the log is as it was. Waits up to 5 seconds, and 10 more where

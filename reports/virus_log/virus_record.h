@@ -70,7 +70,11 @@ static_assert(offsetof(tagVIRRECORD, action) == 62);
 static_assert(offsetof(tagVIRRECORD, time) == 162);
 static_assert(offsetof(tagVIRRECORD, userName) == 178);
 
+namespace virus_log {
+
 /// The size of a whole record, in bytes.
 constexpr std::uint64_t RecordSize(const tagVIRRECORD& record) {
     return sizeof(tagVIRRECORD) + std::uint64_t{record.pathLength} + record.domainLength;
 }
+
+}  // namespace virus_log

@@ -2,6 +2,8 @@
 
 #include <sys/resource.h>
 
+namespace scan {
+
 bool RaiseDescriptorLimit() {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) {
@@ -13,3 +15,5 @@ bool RaiseDescriptorLimit() {
     limit.rlim_cur = limit.rlim_max;
     return setrlimit(RLIMIT_NOFILE, &limit) == 0;
 }
+
+}  // namespace scan

@@ -52,7 +52,7 @@ int ReportUnknownMacroVirus(const tagZQFILEINFO* info, const tagSCANAPI_OPTIONS*
     if (info == nullptr || options == nullptr) {
         return 0;
     }
-    const std::string_view virus = FieldText(info->virusName);
+    const std::string_view virus = common::FieldText(info->virusName);
     // "WM." is looked for first: a name that also holds "Unknown " is reported.
     if ((options->extraFlags & kLabScanFlag) != 0 || Contains(virus, "WM.")) {
         return 1;
@@ -63,7 +63,7 @@ int ReportUnknownMacroVirus(const tagZQFILEINFO* info, const tagSCANAPI_OPTIONS*
     if (!Contains(virus, "W97M.")) {
         return 1;
     }
-    return IsWizardTemplate(FieldText(info->fileName)) ? 0 : 1;
+    return IsWizardTemplate(common::FieldText(info->fileName)) ? 0 : 1;
 }
 
 int ReportWeakPolyVirus(const tagZQFILEINFO* info) {
@@ -82,12 +82,12 @@ void DecideLabScanFlag(const tagZQFILEINFO* info, tagSCANAPI_OPTIONS* /*options*
         return;
     }
     const std::int32_t count = g_iCntLabViruses;
-    if (count >= kLabDetectionKinds) {
+    if (count >= common::kLabDetectionKinds) {
         return;
     }
     const auto end = g_LabScanData.begin() + count;
     const bool known =
-        std::any_of(g_LabScanData.begin(), end, [info](const LabDetectionKind& kind) {
+        std::any_of(g_LabScanData.begin(), end, [info](const common::LabDetectionKind& kind) {
             return kind.subClass == info->detectionSubClass &&
                    kind.detectionClass == info->detectionClass;
         });

@@ -21,23 +21,23 @@ bool IsSearchable(int directory) {
 
 ZqFileType TypeToWalk(int directory, bool isSearchable, const common::DirectoryEntry& entry) {
     const mode_t type = isSearchable ? common::TypeOf(directory, entry) : 0;
-    return type == 0 ? kTypeSkip : FileTypeOfMode(type);
+    return type == 0 ? kTypeSkip : scan::FileTypeOfMode(type);
 }
 
 }  // namespace
 
-void WalkVisitor::LookAhead(int /*directory*/, common::DirectoryReader& /*reader*/) {}
+void scan::WalkVisitor::LookAhead(int /*directory*/, common::DirectoryReader& /*reader*/) {}
 
-WalkResult DirectoryWalker::Walk(const char* directory) {
-    if (directory == nullptr || !CopyToField(m_path, directory)) {
+WalkResult scan::DirectoryWalker::Walk(const char* directory) {
+    if (directory == nullptr || !common::CopyToField(m_path, directory)) {
         return kWalkUnreadable;
     }
-    const FileDescriptor top(::open(directory, kOpenDirectory));
+    const common::FileDescriptor top(::open(directory, kOpenDirectory));
     return top ? WalkLevel(top, std::strlen(directory), 0) : kWalkUnreadable;
 }
 
-WalkResult DirectoryWalker::WalkLevel(const FileDescriptor& directory, std::size_t length,
-                                      std::size_t depth) {
+WalkResult scan::DirectoryWalker::WalkLevel(const common::FileDescriptor& directory,
+                                            std::size_t length, std::size_t depth) {
     if (m_readers.size() == depth) {
         m_readers.push_back(std::make_unique<common::DirectoryReader>());
     }
@@ -64,7 +64,7 @@ WalkResult DirectoryWalker::WalkLevel(const FileDescriptor& directory, std::size
             m_path[length] = '\0';
             goOn = m_visitor.GoOn(m_path.data());
         } else {
-            const FileDescriptor below(
+            const common::FileDescriptor below(
                 ::openat(directory.Get(), entry->name.data(), kOpenDirectory | O_NOFOLLOW));
             goOn = !below || WalkLevel(below, entryLength, depth + 1) != kWalkStopped;
             m_path[length] = '\0';
@@ -76,7 +76,7 @@ WalkResult DirectoryWalker::WalkLevel(const FileDescriptor& directory, std::size
     return kWalkStopped;
 }
 
-std::size_t DirectoryWalker::Join(std::size_t length, std::string_view name) {
+std::size_t scan::DirectoryWalker::Join(std::size_t length, std::string_view name) {
     std::size_t end = length;
     const bool needsSlash = length == 0 || m_path[length - 1] != '/';
     if (length + (needsSlash ? 1 : 0) + name.size() >= m_path.size()) {

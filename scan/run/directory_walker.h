@@ -17,6 +17,8 @@ enum WalkResult : std::uint32_t {
     kWalkStopped = 0xFFFFFFFF,
 };
 
+namespace scan {
+
 /// Room for a path and its terminator.
 inline constexpr std::size_t kWalkPathSize = 1024;
 
@@ -54,7 +56,8 @@ public:
 
 private:
     /// Walks the open directory whose path is the first `length` bytes of m_path.
-    WalkResult WalkLevel(const FileDescriptor& directory, std::size_t length, std::size_t depth);
+    WalkResult WalkLevel(const common::FileDescriptor& directory, std::size_t length,
+                         std::size_t depth);
 
     /// Adds `name` to the directory in m_path. The new length, 0 when it does not fit.
     std::size_t Join(std::size_t length, std::string_view name);
@@ -64,3 +67,5 @@ private:
     // One for each level that was reached, kept for the next directory there.
     std::vector<std::unique_ptr<common::DirectoryReader>> m_readers;
 };
+
+}  // namespace scan

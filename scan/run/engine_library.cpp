@@ -5,6 +5,8 @@
 #include "common/exception_log.h"
 #include "common/libraries.h"
 
+namespace scan {
+
 namespace {
 
 // The engine's entry points, null while none is loaded. The ninth is pfnGetVer, which others call,
@@ -33,7 +35,7 @@ auto Call(const char* where, Function function, Arguments... arguments) {
             return function(arguments...);
         }
     } catch (...) {
-        LogException(where);
+        common::LogException(where);
     }
     if constexpr (!std::is_void_v<Result>) {
         return Result{};
@@ -121,3 +123,5 @@ bool EngineLibrary::Scan(std::uint64_t handle, void* context) {
 bool EngineLibrary::Close(std::uint64_t& handle) {
     return Call("EngineLibrary::Close(): ZqCloseFile", pfnClose, &handle) != 0;
 }
+
+}  // namespace scan

@@ -5,6 +5,8 @@
 #include "abi/scanapi.h"
 #include "common/run_state.h"
 
+namespace scan {
+
 /// The engine's library and its nine entry points. A process has one engine: its handle and its
 /// version entry point are globals that other code links, and the other entry points lie beside the
 /// functions of the class.
@@ -51,3 +53,5 @@ private:
 
     void*& m_library = g_hModScanAPI;
 };
+
+}  // namespace scan

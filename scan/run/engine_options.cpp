@@ -5,6 +5,8 @@
 
 #include "common/text_field.h"
 
+namespace scan {
+
 namespace {
 
 constexpr std::uint16_t kAdwareOn = 7;
@@ -37,10 +39,12 @@ bool BuildEngineOptions(tagSCANAPI_OPTIONS& options, const tagSCNOPTS& settings,
     TakeSettings(options, settings, kAdwareOffAtStart);
     // The application directory ends in "/" already: the engine has always been given "//tmp".
     const std::string temporaryDirectory = std::string(applicationDirectory) + "/tmp";
-    return CopyToField(options.engineDirectory, applicationDirectory) &&
-           CopyToField(options.temporaryDirectory, temporaryDirectory);
+    return common::CopyToField(options.engineDirectory, applicationDirectory) &&
+           common::CopyToField(options.temporaryDirectory, temporaryDirectory);
 }
 
 void RefreshEngineOptions(tagSCANAPI_OPTIONS& options, const tagSCNOPTS& settings) {
     TakeSettings(options, settings, kAdwareOffLater);
 }
+
+}  // namespace scan

@@ -7,6 +7,8 @@
 
 // The scanner settings as the engine's options record. Any thread, not two on one record at once.
 
+namespace scan {
+
 /// Fills the whole record for the engine's start. `applicationDirectory` ends in "/". False when a
 /// directory does not fit its field; a cut one would be another directory.
 bool BuildEngineOptions(tagSCANAPI_OPTIONS& options, const tagSCNOPTS& settings,
@@ -14,3 +16,5 @@ bool BuildEngineOptions(tagSCANAPI_OPTIONS& options, const tagSCNOPTS& settings,
 
 /// Changes the four words that the settings decide, and nothing else.
 void RefreshEngineOptions(tagSCANAPI_OPTIONS& options, const tagSCNOPTS& settings);
+
+}  // namespace scan

@@ -1,5 +1,7 @@
 #include "scan/run/file_count.h"
 
+namespace scan {
+
 namespace {
 
 class CountingVisitor : public WalkVisitor {
@@ -24,3 +26,5 @@ WalkResult CountFiles(const char* directory, const std::atomic<bool>& stop,
     CountingVisitor visitor(stop, total);
     return DirectoryWalker(visitor).Walk(directory);
 }
+
+}  // namespace scan

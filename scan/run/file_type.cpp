@@ -2,7 +2,7 @@
 
 #include <sys/stat.h>
 
-ZqFileType FileTypeOfMode(mode_t mode) {
+ZqFileType scan::FileTypeOfMode(mode_t mode) {
     // Bits, not the file-type field as a whole: 0x2000 is in both kinds of device.
     if ((mode & 0xA000U) == 0xA000U || (mode & 0x2000U) != 0 || (mode & 0x1000U) != 0) {
         return kTypeSkip;
@@ -15,5 +15,5 @@ int ZqGetFileType(const char* path) {
     if (path == nullptr || ::lstat(path, &status) != 0) {
         return kTypeSkip;
     }
-    return FileTypeOfMode(status.st_mode);
+    return scan::FileTypeOfMode(status.st_mode);
 }

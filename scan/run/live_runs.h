@@ -2,6 +2,8 @@
 
 #include "common/live_objects.h"
 
+namespace scan {
+
 class ScanRun;
 
 /// Makes a scan known by the context that the engine is given with its files. The scan has been
@@ -10,3 +12,5 @@ using LiveRun = common::LiveObject<ScanRun>;
 
 /// Keeps the scan of a context from going away.
 using RunInUse = common::ObjectInUse<ScanRun>;
+
+}  // namespace scan

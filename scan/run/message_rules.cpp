@@ -5,13 +5,15 @@
 #include "scan/run/detection_filters.h"
 #include "scan/run/scan_run.h"
 
+namespace scan {
+
 namespace {
 
 /// The text fields of an engine record, which need not be terminated there, as C strings.
 struct TerminatedNames {
     explicit TerminatedNames(const tagZQFILEINFO& info) {
-        CopyToField(fileName, FieldText(info.fileName));
-        CopyToField(virusName, FieldText(info.virusName));
+        common::CopyToField(fileName, common::FieldText(info.fileName));
+        common::CopyToField(virusName, common::FieldText(info.virusName));
     }
     char fileName[kEngineFileNameSize + 1];
     char virusName[kEngineVirusNameSize + 1];
@@ -86,7 +88,7 @@ EngineReply OnRepairFailed(const tagZQFILEINFO& info, ScanRun& run, std::int16_t
 
 void RecordInVirusLog(const tagZQFILEINFO& info) {
     const TerminatedNames names(info);
-    ZQVRAddRecVirusReport(kScannerUiComponent, names.fileName, names.virusName,
+    ZQVRAddRecVirusReport(virus_log::kScannerUiComponent, names.fileName, names.virusName,
                           VirusLogText(info.code));
 }
 
@@ -156,3 +158,5 @@ const char* VirusLogText(std::int16_t code) {
             return nullptr;
     }
 }
+
+}  // namespace scan

@@ -4,6 +4,8 @@
 
 #include "abi/scanapi.h"
 
+namespace scan {
+
 class ScanRun;
 
 /// What becomes of a message of the engine: tells the steps that follow from it, records what was
@@ -16,3 +18,5 @@ bool IsDetection(std::int16_t code);
 
 /// What the virus log says of an engine message; null for one that is not recorded.
 const char* VirusLogText(std::int16_t code);
+
+}  // namespace scan

@@ -4,6 +4,8 @@
 
 #include "common/run_state.h"
 
+namespace scan {
+
 namespace {
 
 std::mutex promptMutex;
@@ -40,3 +42,5 @@ bool PromptHandshake::IsClosed() const {
     const std::scoped_lock lock(promptMutex);
     return m_closed;
 }
+
+}  // namespace scan

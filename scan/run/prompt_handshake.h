@@ -2,6 +2,8 @@
 
 #include <functional>
 
+namespace scan {
+
 /// The open question of a scan, and its answer. Whoever asks waits on g_waitForPrompt.
 class PromptHandshake {
 public:
@@ -23,3 +25,5 @@ private:
     bool m_answered = false;
     bool m_closed = false;
 };
+
+}  // namespace scan

@@ -28,10 +28,10 @@ std::atomic<bool> enabled{true};
 
 /// Opens `name` to be read ahead; none when it is no regular file. Never waits, follows no link and
 /// leaves the time of the last access alone where that is allowed.
-FileDescriptor OpenToReadAhead(int directory, const char* name, off_t& size) {
+common::FileDescriptor OpenToReadAhead(int directory, const char* name, off_t& size) {
     using common::Links;
     using common::OpenRegularFileAt;
-    FileDescriptor file =
+    common::FileDescriptor file =
         OpenRegularFileAt(directory, name, O_RDONLY | O_NOATIME, Links::kNoSymbolic);
     if (!file) {
         file = OpenRegularFileAt(directory, name, O_RDONLY, Links::kNoSymbolic);
@@ -47,7 +47,7 @@ FileDescriptor OpenToReadAhead(int directory, const char* name, off_t& size) {
 /// True when the first byte of the file is known not to be in memory.
 bool IsCold(int directory, const char* name) {
     off_t size = 0;
-    const FileDescriptor file = OpenToReadAhead(directory, name, size);
+    const common::FileDescriptor file = OpenToReadAhead(directory, name, size);
     if (!file || size == 0) {
         return false;
     }
@@ -58,7 +58,7 @@ bool IsCold(int directory, const char* name) {
 
 void ReadAheadOne(int directory, const char* name) {
     off_t size = 0;
-    const FileDescriptor file = OpenToReadAhead(directory, name, size);
+    const common::FileDescriptor file = OpenToReadAhead(directory, name, size);
     if (file && size > 0) {
         ::posix_fadvise(file.Get(), 0, std::min(size, kLongestRead), POSIX_FADV_WILLNEED);
     }
@@ -116,7 +116,8 @@ void ReadAhead::LookAhead(int directory, common::DirectoryReader& reader) {
 }
 
 void ReadAhead::Submit(int directory, std::vector<std::string> names) {
-    const auto shared = std::make_shared<FileDescriptor>(::fcntl(directory, F_DUPFD_CLOEXEC, 0));
+    const auto shared =
+        std::make_shared<common::FileDescriptor>(::fcntl(directory, F_DUPFD_CLOEXEC, 0));
     if (!*shared) {
         return;
     }

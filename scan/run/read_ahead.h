@@ -39,7 +39,7 @@ public:
 
 private:
     struct Job {
-        std::shared_ptr<FileDescriptor> directory;
+        std::shared_ptr<common::FileDescriptor> directory;
         std::string name;
     };
 

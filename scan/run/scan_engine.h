@@ -2,6 +2,8 @@
 
 #include "abi/scanapi.h"
 
+namespace scan {
+
 /// What a scan wants of the engine. Scan thread.
 class ScanEngine {
 public:
@@ -20,3 +22,5 @@ public:
     /// Tells the engine the options and the settings in force, between two files.
     virtual void SendOptions() = 0;
 };
+
+}  // namespace scan

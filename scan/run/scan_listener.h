@@ -3,6 +3,8 @@
 #include "abi/scanapi.h"
 #include "scan/run/scan_events.h"
 
+namespace scan {
+
 /// One step of a scan. Text and record are bytes, at most one of them is there, and both are valid
 /// only during the call that hands them over.
 struct ScanStep {
@@ -29,3 +31,5 @@ public:
     /// ScanRun::Answer(), which may be called from here or by another thread later.
     virtual void Ask(const ScanStep& question) = 0;
 };
+
+}  // namespace scan

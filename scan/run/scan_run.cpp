@@ -11,6 +11,8 @@
 #include "scan/run/scan_engine.h"
 #include "scan/run/step_record.h"
 
+namespace scan {
+
 namespace {
 
 class ScanningVisitor : public WalkVisitor {
@@ -63,7 +65,7 @@ ScanRun::~ScanRun() {
 }
 
 void ScanRun::ForgetDetections() {
-    ResetDetectionCounters();
+    common::ResetDetectionCounters();
 }
 
 void ScanRun::ForgetTotal() {
@@ -74,7 +76,7 @@ void ScanRun::Begin() {
     m_isScanning = true;
     m_state.stopCount = false;
     m_state.answer = {};
-    ResetRunCounters();
+    common::ResetRunCounters();
     m_start = std::time(nullptr);
     WriteTime(m_state.startTime, "Start Time : %H:%M:%S\r\n", m_start);
     if (m_state.report != nullptr) {
@@ -128,7 +130,7 @@ void ScanRun::ScanFile(const char* path) {
     if (!m_engine.ScanFile(path)) {
         return;
     }
-    if (m_state.detectionKinds == kLabDetectionKinds) {
+    if (m_state.detectionKinds == common::kLabDetectionKinds) {
         m_engine.Options().extraFlags |= kLabScanFlag;
         m_engine.SendOptions();
     }
@@ -141,7 +143,7 @@ EngineReply ScanRun::Reply(const tagZQFILEINFO& info) noexcept {
     try {
         return ReplyToMessage(info, *this);
     } catch (...) {
-        LogException("ScanRun::Reply()");
+        common::LogException("ScanRun::Reply()");
         // A file whose detection could not be shown is not changed either.
         return IsDetection(info.code) ? kReplyLeave : kReplyGoOn;
     }
@@ -182,3 +184,5 @@ void ScanRun::Abandon() {
     }
     m_questions.Close();
 }
+
+}  // namespace scan

@@ -11,6 +11,8 @@
 #include "scan/run/scan_state.h"
 #include "scan/run/stop_flag.h"
 
+namespace scan {
+
 class ScanEngine;
 
 /// The thread beside the scan that counts its files. Made and used by the scan thread.
@@ -113,3 +115,5 @@ private:
     std::atomic<bool> m_isScanning{false};
     tagZQFILEINFO m_asked{};  // what the prompt asks about
 };
+
+}  // namespace scan

@@ -5,6 +5,8 @@
 #include "common/run_state.h"
 #include "reports/files/report_generator.h"
 
+namespace scan {
+
 /// What a scan changes, by names that say what it is. The storage are the globals that other code
 /// links; they live as long as the process and hold the last run's values between two runs.
 struct ScanState {
@@ -30,3 +32,5 @@ struct ScanState {
 
     std::unique_ptr<ReportGen>& report = g_pRptObj;  ///< null: nothing is written
 };
+
+}  // namespace scan

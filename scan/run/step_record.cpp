@@ -7,6 +7,8 @@
 #include "scan/run/scan_state.h"
 #include "scan/run/stop_flag.h"
 
+namespace scan {
+
 namespace {
 
 constexpr char kSeparator[] =
@@ -26,8 +28,8 @@ void LogDetection(const ScanState& state, const ScanStep& step, const char* rela
         Log(state, {"\n\nScanning: ", "", relation, ""});
         return;
     }
-    const std::string fileName(FieldText(step.info->fileName));
-    const std::string virusName(FieldText(step.info->virusName));
+    const std::string fileName(common::FieldText(step.info->fileName));
+    const std::string virusName(common::FieldText(step.info->virusName));
     Log(state, {"\n\nScanning: ", fileName.c_str(), relation, virusName.c_str()});
 }
 
@@ -89,3 +91,5 @@ std::uint32_t RecordStep(const ScanStep& step, ScanState& state, StopFlag& stop)
     }
     return count;
 }
+
+}  // namespace scan

@@ -4,6 +4,8 @@
 
 #include "scan/run/scan_listener.h"
 
+namespace scan {
+
 struct ScanState;
 class StopFlag;
 
@@ -14,3 +16,5 @@ class StopFlag;
 /// Gives the new value of the counter that the step raises, 0 when it raises none. One thread at a
 /// time.
 std::uint32_t RecordStep(const ScanStep& step, ScanState& state, StopFlag& stop);
+
+}  // namespace scan

@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+namespace scan {
+
 /// Tells the scan that the user wants it to end, or that it is over. Any thread.
 class StopFlag {
 public:
@@ -12,3 +14,5 @@ public:
 private:
     std::atomic<unsigned char> m_value{0};
 };
+
+}  // namespace scan

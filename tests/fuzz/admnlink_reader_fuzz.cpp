@@ -86,7 +86,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     }
 
     std::string after(bytes.size() + 1, '\0');
-    RequireSame(ReadFull(file.Get(), std::as_writable_bytes(std::span(after))),
+    RequireSame(common::ReadFull(file.Get(), std::as_writable_bytes(std::span(after))),
                 static_cast<long long>(bytes.size()), "the file's size");
     after.resize(bytes.size());
     RequireSame(after, bytes, "the file");

@@ -31,6 +31,6 @@ public:
     [[nodiscard]] const std::string& Path() const { return m_path; }
 
 private:
-    FileDescriptor m_file;
+    common::FileDescriptor m_file;
     std::string m_path;
 };

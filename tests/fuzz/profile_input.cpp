@@ -125,20 +125,22 @@ void ProfileFile::Put(const oracle::Content& content) const {
         Require(::unlink(Path()) == 0 || errno == ENOENT, "the file cannot be removed");
         return;
     }
-    const FileDescriptor file(::open(Path(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0640));
-    Require(file.IsOpen() && ::fchmod(file.Get(), 0640) == 0 && WriteAll(file.Get(), *content),
-            "the file cannot be written");
+    const common::FileDescriptor file(
+        ::open(Path(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0640));
+    Require(
+        file.IsOpen() && ::fchmod(file.Get(), 0640) == 0 && common::WriteAll(file.Get(), *content),
+        "the file cannot be written");
 }
 
 bool ProfileFile::Get(std::string& content) const {
-    const FileDescriptor file(::open(Path(), O_RDONLY | O_CLOEXEC));
+    const common::FileDescriptor file(::open(Path(), O_RDONLY | O_CLOEXEC));
     content.clear();
     if (!file) {
         return false;
     }
     std::array<char, 8192> block;
     std::ptrdiff_t got = 0;
-    while ((got = ReadFull(file.Get(), std::as_writable_bytes(std::span(block)))) > 0) {
+    while ((got = common::ReadFull(file.Get(), std::as_writable_bytes(std::span(block)))) > 0) {
         content.append(block.data(), static_cast<std::size_t>(got));
     }
     return true;

@@ -51,10 +51,10 @@ std::string_view Copied(std::string_view content, const ProfileInput& input) {
     static std::array<char, 4096> readBuffer;
     static std::array<char, 32'768> writeBuffer;
     static std::array<char, 32'768> memory;
-    static const FileStream to(::fmemopen(memory.data(), memory.size(), "w"));
+    static const common::FileStream to(::fmemopen(memory.data(), memory.size(), "w"));
     static std::string readable;
     readable = content;
-    FileStream from(::fmemopen(readable.data(), readable.size(), "r"));
+    common::FileStream from(::fmemopen(readable.data(), readable.size(), "r"));
     Require(
         from && to && std::setvbuf(from.get(), readBuffer.data(), _IOFBF, readBuffer.size()) == 0,
         "no streams in memory");
@@ -62,10 +62,10 @@ std::string_view Copied(std::string_view content, const ProfileInput& input) {
         std::setvbuf(to.get(), writeBuffer.data(), _IOFBF, writeBuffer.size());
     Require(isBuffered == 0 && std::fseek(to.get(), 0, SEEK_SET) == 0, "no buffer in memory");
 
-    ProfileReader profile(std::move(from));
-    const std::string key = ProfileArgument(input.key.c_str());
-    CopyProfile(profile, to.get(), ProfileArgument(input.section.c_str()), key,
-                key + "=" + ProfileArgument(input.value.c_str()));
+    common::ProfileReader profile(std::move(from));
+    const std::string key = common::ProfileArgument(input.key.c_str());
+    common::CopyProfile(profile, to.get(), common::ProfileArgument(input.section.c_str()), key,
+                        key + "=" + common::ProfileArgument(input.value.c_str()));
     const long size = std::ftell(to.get());
     Require(std::fflush(to.get()) == 0 && size >= 0, "the memory is full");
     return {memory.data(), static_cast<std::size_t>(size)};

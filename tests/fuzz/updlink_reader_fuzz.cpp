@@ -27,20 +27,20 @@ std::string Unscrambled(std::string_view bytes) {
     return plain;
 }
 
-ReadLinksResult Oracle(std::string_view bytes, Links& links) {
+update::ReadLinksResult Oracle(std::string_view bytes, Links& links) {
     if (bytes.size() < kHeaderSize) {
-        return ReadLinksResult::kNoHeader;
+        return update::ReadLinksResult::kNoHeader;
     }
     const unsigned int count = NumberAt(bytes, 4);
     if (count > 32'767 || bytes.size() - kHeaderSize < count * kRecordSize) {
-        return ReadLinksResult::kFailed;
+        return update::ReadLinksResult::kFailed;
     }
     for (std::size_t index = 0; index < count; ++index) {
         const auto record = bytes.substr(kHeaderSize + index * kRecordSize, kRecordSize);
         links.push_back(
             TextOf(Unscrambled(record.substr(kAddressOffset))).substr(0, kLongestAddress));
     }
-    return ReadLinksResult::kRead;
+    return update::ReadLinksResult::kRead;
 }
 
 void RequireLinks(char** list, std::size_t count, const Links& expected) {
@@ -50,8 +50,9 @@ void RequireLinks(char** list, std::size_t count, const Links& expected) {
     for (std::size_t index = 0; index < count; ++index) {
         // All of the buffer, so that the sanitizer sees one that is too small.
         std::string buffer = expected[index];
-        buffer.resize(kUpdateAddressSize, '\0');
-        RequireSame(std::string_view(list[index], kUpdateAddressSize), buffer, "an address");
+        buffer.resize(update::kUpdateAddressSize, '\0');
+        RequireSame(std::string_view(list[index], update::kUpdateAddressSize), buffer,
+                    "an address");
     }
     CUpdate::FreeUpdtLink(list, static_cast<int>(count));
 }
@@ -61,14 +62,14 @@ void RequireLinks(char** list, std::size_t count, const Links& expected) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view bytes = FuzzInput(data, size).TakeRest();
     Links expected;
-    const ReadLinksResult wanted = Oracle(bytes, expected);
+    const update::ReadLinksResult wanted = Oracle(bytes, expected);
 
     static const MemoryFile file;
     file.Put(bytes);
-    AddressList links;
-    const ReadLinksResult result = ReadUpdateLinks(file.Get(), links);
+    update::AddressList links;
+    const update::ReadLinksResult result = update::ReadUpdateLinks(file.Get(), links);
     RequireSame(static_cast<int>(result), static_cast<int>(wanted), "the result");
-    if (wanted == ReadLinksResult::kRead) {
+    if (wanted == update::ReadLinksResult::kRead) {
         const std::size_t count = links.Size();
         RequireLinks(links.Release(), count, expected);
         // Only here, because a failure would be written to the log of the machine.

@@ -122,7 +122,7 @@ void RequireTime(const tagSYSTEMTIME& time, std::string_view bytes, std::size_t 
     }
 }
 
-void RequireEntry(const VirusLogEntry& entry, std::string_view bytes, std::size_t at) {
+void RequireEntry(const virus_log::VirusLogEntry& entry, std::string_view bytes, std::size_t at) {
     Require(entry.component == NumberAt(bytes, at + 8, 4), "another component");
     RequireSame(entry.virusName, TextAt(bytes, at + 12, 50), "the virus name");
     RequirePlainField(entry.action, bytes.substr(at + 62, 100));
@@ -134,7 +134,7 @@ void RequireEntry(const VirusLogEntry& entry, std::string_view bytes, std::size_
                      bytes.substr(at + kFixedSize + path, NumberAt(bytes, at + 4, 4)));
 }
 
-void RequireHead(const VirusLogContents& contents, std::string_view bytes) {
+void RequireHead(const virus_log::VirusLogContents& contents, std::string_view bytes) {
     const auto versionAt = [bytes](std::size_t at) {
         return static_cast<int>(static_cast<std::uint32_t>(NumberAt(bytes, at, 4)));
     };
@@ -143,7 +143,8 @@ void RequireHead(const VirusLogContents& contents, std::string_view bytes) {
     RequirePlainField(contents.computerName, bytes.substr(52, 36));
 }
 
-void RequireContents(const VirusLogContents& contents, std::string_view bytes, std::size_t end) {
+void RequireContents(const virus_log::VirusLogContents& contents, std::string_view bytes,
+                     std::size_t end) {
     const std::string_view records = bytes.substr(0, end);
     Outcome expected = ByLengths(records);
     const bool isTorn = expected.damaged != 0;
@@ -166,14 +167,15 @@ void RequireContents(const VirusLogContents& contents, std::string_view bytes, s
 void Check(std::string_view bytes) {
     static const MemoryFile file;
     file.Put(bytes);
-    VirusLogContents contents;
-    const ReadLogResult result = ReadVirusLogCopy(file.Get(), contents);
+    virus_log::VirusLogContents contents;
+    const virus_log::ReadLogResult result = virus_log::ReadVirusLogCopy(file.Get(), contents);
     const std::size_t end = bytes.size() < kHeadSize ? 0 : NumberAt(bytes, 8, 4);
     if (end < kHeadSize || end > bytes.size()) {
-        Require(result == ReadLogResult::kNotALog && contents.entries.empty(), "that is no log");
+        Require(result == virus_log::ReadLogResult::kNotALog && contents.entries.empty(),
+                "that is no log");
         return;
     }
-    Require(result == ReadLogResult::kOk, "that is a log");
+    Require(result == virus_log::ReadLogResult::kOk, "that is a log");
     RequireHead(contents, bytes);
     RequireContents(contents, bytes, end);
 }

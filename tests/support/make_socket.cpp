@@ -16,7 +16,7 @@ int main(int argc, char* argv[]) {
     }
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    const FileDescriptor socketOwner(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const common::FileDescriptor socketOwner(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (bind(socketOwner.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) !=
         0) {
         std::perror("make_socket");

@@ -24,9 +24,9 @@ inline void EmptyScheduledFolder() {
 inline tagReportIndexEntry ScheduledEntry(std::string_view report, std::uint32_t uid,
                                           std::string_view date) {
     tagReportIndexEntry entry{};
-    CopyToField(entry.dateTime, date);
-    CopyToField(entry.scanned, "/home");
-    CopyToField(entry.reportPath, report);
+    common::CopyToField(entry.dateTime, date);
+    common::CopyToField(entry.scanned, "/home");
+    common::CopyToField(entry.reportPath, report);
     entry.userId = uid;
     return entry;
 }

@@ -37,7 +37,7 @@ void ServerProcess::Start(const std::vector<std::string>& arguments) {
         return;
     }
     m_output.Reset(ends[0]);
-    const FileDescriptor input(ends[1]);
+    const common::FileDescriptor input(ends[1]);
     m_child = ::fork();
     if (m_child == 0) {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -66,7 +66,7 @@ void ServerProcess::Stop() {
 
 bool WaitForPort(int port) {
     return WaitUntil([port] {
-        const FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        const common::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
         const sockaddr_in address = Loopback(port);
         return ::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address),
                          sizeof address) == 0;
@@ -74,7 +74,7 @@ bool WaitForPort(int port) {
 }
 
 int FreePort() {
-    const FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const common::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_in address = Loopback(0);
     socklen_t length = sizeof address;
     auto* generic = reinterpret_cast<sockaddr*>(&address);

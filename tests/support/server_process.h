@@ -24,7 +24,7 @@ public:
 
 private:
     pid_t m_child = -1;
-    FileDescriptor m_output;
+    common::FileDescriptor m_output;
 };
 
 /// Waits until somebody listens on the port of 127.0.0.1. False after ten seconds.

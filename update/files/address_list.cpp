@@ -5,7 +5,7 @@
 
 #include "common/text_field.h"
 
-void FreeAddresses(char** list, std::size_t count) {
+void update::FreeAddresses(char** list, std::size_t count) {
     if (list == nullptr) {
         return;
     }
@@ -14,20 +14,20 @@ void FreeAddresses(char** list, std::size_t count) {
 }
 
 void FreeMemory(char** list, unsigned short count) {
-    FreeAddresses(list, count);
+    update::FreeAddresses(list, count);
 }
 
-bool AddressList::Reserve(std::size_t capacity) {
+bool update::AddressList::Reserve(std::size_t capacity) {
     // Never of size 0, for which the allocator may give null.
     auto* array =
         static_cast<char**>(std::calloc(std::max<std::size_t>(capacity, 1), sizeof(char*)));
     m_entries.reset();
-    m_entries = {array, FreeAddressList{}};
+    m_entries = {array, update::FreeAddressList{}};
     m_capacity = array != nullptr ? capacity : 0;
     return array != nullptr;
 }
 
-bool AddressList::Add(std::string_view text, std::size_t bufferSize) {
+bool update::AddressList::Add(std::string_view text, std::size_t bufferSize) {
     std::size_t& count = m_entries.get_deleter().count;
     if (count == m_capacity) {
         return false;
@@ -36,12 +36,12 @@ bool AddressList::Add(std::string_view text, std::size_t bufferSize) {
     if (buffer == nullptr) {
         return false;
     }
-    CopyToField({buffer, bufferSize}, text);
+    common::CopyToField({buffer, bufferSize}, text);
     m_entries[count++] = buffer;
     return true;
 }
 
-char** AddressList::Release() {
+char** update::AddressList::Release() {
     m_capacity = 0;
     m_entries.get_deleter().count = 0;
     return m_entries.release();

@@ -8,6 +8,8 @@
 /// nothing. Any thread.
 void FreeMemory(char** list, unsigned short count);
 
+namespace update {
+
 /// The same for a list of any length.
 void FreeAddresses(char** list, std::size_t count);
 
@@ -38,3 +40,5 @@ private:
     std::unique_ptr<char*[], FreeAddressList> m_entries;
     std::size_t m_capacity = 0;
 };
+
+}  // namespace update

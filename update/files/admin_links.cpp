@@ -19,7 +19,7 @@
 
 namespace {
 
-using AdminEntry = char[kAdminEntrySize];
+using AdminEntry = char[update::kAdminEntrySize];
 
 // Encrypt and Decrypt are one and the same; both names stand where they say what happens.
 template <typename Record>
@@ -27,10 +27,10 @@ unsigned char* ScrambledBytes(Record& record) {
     return reinterpret_cast<unsigned char*>(&record);
 }
 
-FileDescriptor OpenForWriting(const char* path) {
+common::FileDescriptor OpenForWriting(const char* path) {
     // Not truncated: the count in the record keeps readers from older entries behind the new ones,
     // and whoever reads meanwhile finds a whole record.
-    FileDescriptor file =
+    common::FileDescriptor file =
         common::OpenRegularFile(path, O_RDWR | O_CREAT, common::Links::kFollow, 0600);
     if (file) {
         return file;
@@ -56,7 +56,7 @@ std::string ReleaseFolder(const tagZQVERINFO& version) {
 // which a text that fills the field would have no end.
 void AppendReleaseFolder(std::span<char> field, std::string_view release) {
     field.back() = '\0';
-    const std::string_view text = FieldText(field);
+    const std::string_view text = common::FieldText(field);
     if (text.empty() || text.find(release) != std::string_view::npos) {
         return;
     }
@@ -71,10 +71,10 @@ bool HasNull(char** list, unsigned short count) {
 
 tagADMNURLRECORD NewRecord() {
     tagADMNURLRECORD record{};
-    record.kind = kAdminRecordKind;
+    record.kind = update::kAdminRecordKind;
     GetLocalTime(&record.created);
-    record.value18 = kAdminRecordValue18;
-    record.value22 = kAdminRecordValue22;
+    record.value18 = update::kAdminRecordValue18;
+    record.value22 = update::kAdminRecordValue22;
     return record;
 }
 
@@ -87,25 +87,27 @@ int ReadUpdateInfo(const char* path, tagADMNURLRECORD* record, unsigned short* c
     }
     error = 0;
     // For writing too, so that who may not write the file does not get to read it either.
-    const FileDescriptor file = common::OpenRegularFile(path, O_RDWR, common::Links::kFollow);
+    const common::FileDescriptor file =
+        common::OpenRegularFile(path, O_RDWR, common::Links::kFollow);
     tagADMNURLRECORD head{};
-    if (!file || ReadFull(file.Get(), BytesOf(head)) != std::ptrdiff_t{sizeof head}) {
+    if (!file ||
+        common::ReadFull(file.Get(), common::BytesOf(head)) != std::ptrdiff_t{sizeof head}) {
         return 0;
     }
     Decrypt(ScrambledBytes(head), sizeof head);
     *record = head;
 
-    AddressList addresses;
+    update::AddressList addresses;
     if (head.addressCount > 0 && !addresses.Reserve(head.addressCount)) {
         return 0;
     }
     while (addresses.Size() < head.addressCount) {
         AdminEntry entry{};
-        if (ReadFull(file.Get(), BytesOf(entry)) != std::ptrdiff_t{sizeof entry}) {
+        if (common::ReadFull(file.Get(), common::BytesOf(entry)) != std::ptrdiff_t{sizeof entry}) {
             return 0;
         }
         Decrypt(ScrambledBytes(entry), sizeof entry);
-        const std::string_view text = FieldText(entry);
+        const std::string_view text = common::FieldText(entry);
         if (!addresses.Add(text, text.size() + 1)) {
             return 0;
         }
@@ -127,20 +129,20 @@ int WriteUpdateInfo(const char* path, tagADMNURLRECORD* record, unsigned short c
     }
     // Only now: callers that tell the failures above by their own code keep it.
     error = 0;
-    const FileDescriptor file = OpenForWriting(path);
+    const common::FileDescriptor file = OpenForWriting(path);
     if (!file) {
         return 0;
     }
     // The caller's own record stays scrambled: it is spent, whoever needs it again reads the file.
     Encrypt(ScrambledBytes(*record), sizeof *record);
-    if (!WriteAll(file.Get(), BytesOf(*record))) {
+    if (!common::WriteAll(file.Get(), common::BytesOf(*record))) {
         return 0;
     }
     for (const char* address : std::span(list, count)) {
         AdminEntry entry{};
-        CopyToField(entry, address + release);
+        common::CopyToField(entry, address + release);
         Encrypt(ScrambledBytes(entry), sizeof entry);
-        if (!WriteAll(file.Get(), BytesOf(entry))) {
+        if (!common::WriteAll(file.Get(), common::BytesOf(entry))) {
             return 0;
         }
     }
@@ -148,7 +150,7 @@ int WriteUpdateInfo(const char* path, tagADMNURLRECORD* record, unsigned short c
 }
 
 int SetUpdateUrl(char** list, unsigned short count) {
-    const auto path = common::InFoundProductDirectory(kAdminLinkFileName);
+    const auto path = common::InFoundProductDirectory(update::kAdminLinkFileName);
     if (list == nullptr || !path) {
         return 0;
     }

@@ -9,8 +9,12 @@
 //
 // 1 for success and 0 for failure. Nothing locks the file. Any thread.
 
+namespace update {
+
 inline constexpr char kAdminLinkFileName[] = "admnlink.dat";
 inline constexpr std::size_t kAdminEntrySize = 256;
+
+}  // namespace update
 
 /// Reads the file at `path`: its record, and its addresses as an array in `list` with their number
 /// in `count`, to be freed with FreeMemory. Without addresses `list` is null and `count` 0.

@@ -32,6 +32,10 @@ static_assert(offsetof(tagADMNURLRECORD, reserved) == 28);
 static_assert(offsetof(tagADMNURLRECORD, folders) == 42);
 static_assert(offsetof(tagADMNURLRECORD, folders[1]) == 298);
 
+namespace update {
+
 inline constexpr std::uint16_t kAdminRecordKind = 1;
 inline constexpr std::uint16_t kAdminRecordValue18 = 20;
 inline constexpr std::uint16_t kAdminRecordValue22 = 56;
+
+}  // namespace update

@@ -9,6 +9,8 @@
 #include "update/files/update_links.h"
 #include "update/files/update_options.h"
 
+namespace update {
+
 namespace {
 
 constexpr char kFirstPrintable = ' ';
@@ -35,12 +37,12 @@ void AddProxy(std::string& request, const tagZQINETCONFIG& settings) {
     if (settings.useProxy == 0) {
         return;
     }
-    AddLine(request, "proxy-server", FieldText(settings.server));
+    AddLine(request, "proxy-server", common::FieldText(settings.server));
     AddLine(request, "proxy-port", std::to_string(settings.port));
-    const std::string_view user = FieldText(settings.user);
+    const std::string_view user = common::FieldText(settings.user);
     if (!user.empty()) {
         AddLine(request, "proxy-user", user);
-        AddLine(request, "proxy-password", FieldText(settings.password));
+        AddLine(request, "proxy-password", common::FieldText(settings.password));
     }
 }
 
@@ -76,3 +78,5 @@ std::string ConnectionRequest(const tagZQINETCONFIG& settings) {
     request += "go\n";
     return request;
 }
+
+}  // namespace update

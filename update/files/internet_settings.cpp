@@ -11,6 +11,8 @@
 #include "common/paths.h"
 #include "common/regular_file.h"
 
+namespace update {
+
 namespace {
 
 using common::Links;
@@ -24,12 +26,13 @@ std::string SettingsPath() {
 // The head of the file in which an administrator says that identifiers are to stay.
 bool MayResetIdentifier() {
     const std::string path = common::InProductDirectory("zqadminexclusion.dat");
-    const FileDescriptor file = common::OpenRegularFile(path.c_str(), O_RDONLY, Links::kOnlyOfRoot);
+    const common::FileDescriptor file =
+        common::OpenRegularFile(path.c_str(), O_RDONLY, Links::kOnlyOfRoot);
     std::array<char, 5> head{};
     if (!file) {
         return false;
     }
-    ReadFull(file.Get(), BytesOf(head));
+    common::ReadFull(file.Get(), common::BytesOf(head));
     return head.front() != '1';
 }
 
@@ -38,27 +41,27 @@ bool MayResetIdentifier() {
 tagZQINETCONFIG LoadInternetSettings() {
     const std::string path = SettingsPath();
     tagZQINETCONFIG settings{};
-    if (const FileDescriptor file = OpenOptionFile(path.c_str())) {
-        ReadFull(file.Get(), BytesOf(settings));
-    } else if (const FileDescriptor made = CreateOptionFile(path.c_str())) {
-        WriteAll(made.Get(), BytesOf(settings));
+    if (const common::FileDescriptor file = common::OpenOptionFile(path.c_str())) {
+        common::ReadFull(file.Get(), common::BytesOf(settings));
+    } else if (const common::FileDescriptor made = common::CreateOptionFile(path.c_str())) {
+        common::WriteAll(made.Get(), common::BytesOf(settings));
     }
-    ShareWithEveryone(path.c_str());
+    common::ShareWithEveryone(path.c_str());
     return settings;
 }
 
-FileOutcome SaveInternetSettings(const tagZQINETCONFIG& settings) {
+common::FileOutcome SaveInternetSettings(const tagZQINETCONFIG& settings) {
     const std::string path = SettingsPath();
-    FileDescriptor file = OpenOptionFile(path.c_str());
+    common::FileDescriptor file = common::OpenOptionFile(path.c_str());
     if (!file) {
-        file = CreateOptionFile(path.c_str());
+        file = common::CreateOptionFile(path.c_str());
     }
     if (!file) {
-        return FileOutcome::kNotOpened;
+        return common::FileOutcome::kNotOpened;
     }
-    const bool written = WriteAll(file.Get(), BytesOf(settings));
-    ShareWithEveryone(path.c_str());
-    return written ? FileOutcome::kDone : FileOutcome::kFailed;
+    const bool written = common::WriteAll(file.Get(), common::BytesOf(settings));
+    common::ShareWithEveryone(path.c_str());
+    return written ? common::FileOutcome::kDone : common::FileOutcome::kFailed;
 }
 
 void ResetEndpointIdentifier() {
@@ -67,10 +70,10 @@ void ResetEndpointIdentifier() {
     }
     const std::string path = common::InProductDirectory("zqguid.dat");
     // Cut once it is open, so that nothing but a regular file is.
-    const FileDescriptor file = common::OpenRegularFile(path.c_str(), O_WRONLY | O_CREAT,
-                                                        Links::kOnlyOfRoot, kIdentifierMode);
+    const common::FileDescriptor file = common::OpenRegularFile(
+        path.c_str(), O_WRONLY | O_CREAT, Links::kOnlyOfRoot, kIdentifierMode);
     if (file && ::ftruncate(file.Get(), 0) == 0) {
-        WriteAll(file.Get(), std::string_view("0"));
+        common::WriteAll(file.Get(), std::string_view("0"));
     }
 }
 
@@ -78,3 +81,5 @@ void TellWebProtection() {
     // It may not be installed or not run; nobody asks.
     (void)std::system("pkill -SIGHUP websecd");
 }
+
+}  // namespace update

@@ -21,11 +21,11 @@ constexpr char kNoHeader[] = "In CUpdate::ReadUpdLink(): Invalid UpdtHeader!!";
 
 template <typename Record>
 bool ReadRecord(int file, Record& record) {
-    return ReadFull(file, BytesOf(record)) == std::ptrdiff_t{sizeof record};
+    return common::ReadFull(file, common::BytesOf(record)) == std::ptrdiff_t{sizeof record};
 }
 
 void LogUpdate(const std::string& line) {
-    WriteToLog(kUpdateLog, line.c_str());
+    WriteToLog(update::kUpdateLog, line.c_str());
 }
 
 }  // namespace
@@ -56,7 +56,7 @@ unsigned char CUpdate::ByteRotateRight(unsigned char byte, int bits) {
     return bits < 1 ? byte : std::rotr(byte, bits % 8);
 }
 
-std::string UpdateLinkFile(std::span<const std::string> addresses) {
+std::string update::UpdateLinkFile(std::span<const std::string> addresses) {
     std::string content;
     const auto append = [&](const auto& piece) {
         content.append(reinterpret_cast<const char*>(&piece), sizeof piece);
@@ -64,40 +64,41 @@ std::string UpdateLinkFile(std::span<const std::string> addresses) {
     append(tagUPDLINKHEADER{{}, static_cast<std::int16_t>(addresses.size())});
     for (const std::string& address : addresses) {
         tagUPDLINKRECORD record{};
-        CopyToField(std::span(record.address).first(kUpdateAddressSize), address);
+        common::CopyToField(std::span(record.address).first(update::kUpdateAddressSize), address);
         CUpdate::Encrypt(reinterpret_cast<unsigned char*>(&record), sizeof record);
         append(record);
     }
     return content;
 }
 
-ReadLinksResult ReadUpdateLinks(int file, AddressList& links) {
+update::ReadLinksResult update::ReadUpdateLinks(int file, update::AddressList& links) {
     tagUPDLINKHEADER header{};
     if (!ReadRecord(file, header)) {
-        return ReadLinksResult::kNoHeader;
+        return update::ReadLinksResult::kNoHeader;
     }
     // A count below 0 asks for more than there is memory, so it fails like that: in silence.
     if (header.count < 0 || !links.Reserve(static_cast<std::size_t>(header.count))) {
-        return ReadLinksResult::kFailed;
+        return update::ReadLinksResult::kFailed;
     }
     for (int index = 0; index < header.count; ++index) {
         tagUPDLINKRECORD record{};
         if (!ReadRecord(file, record)) {
-            return ReadLinksResult::kFailed;
+            return update::ReadLinksResult::kFailed;
         }
         CUpdate::Decrypt(reinterpret_cast<unsigned char*>(&record), sizeof record);
-        if (!links.Add(FieldText(record.address), kUpdateAddressSize)) {
-            return ReadLinksResult::kFailed;
+        if (!links.Add(common::FieldText(record.address), update::kUpdateAddressSize)) {
+            return update::ReadLinksResult::kFailed;
         }
     }
-    return ReadLinksResult::kRead;
+    return update::ReadLinksResult::kRead;
 }
 
 char** CUpdate::ReadUpdLink(int* count, const char* path) {
     if (count == nullptr || path == nullptr) {
         return nullptr;
     }
-    const FileDescriptor file = common::OpenRegularFile(path, O_RDONLY, common::Links::kFollow);
+    const common::FileDescriptor file =
+        common::OpenRegularFile(path, O_RDONLY, common::Links::kFollow);
     if (!file) {
         // A folder or a FIFO can be opened, and then has no head.
         LogUpdate(errno == EPERM
@@ -105,22 +106,22 @@ char** CUpdate::ReadUpdLink(int* count, const char* path) {
                       : "In CUpdate::ReadUpdLink(): file (" + std::string(path) + ") open Error!!");
         return nullptr;
     }
-    AddressList links;
-    switch (ReadUpdateLinks(file.Get(), links)) {
-        case ReadLinksResult::kRead:
+    update::AddressList links;
+    switch (update::ReadUpdateLinks(file.Get(), links)) {
+        case update::ReadLinksResult::kRead:
             *count = static_cast<int>(links.Size());
             return links.Release();
-        case ReadLinksResult::kNoHeader:
+        case update::ReadLinksResult::kNoHeader:
             LogUpdate(kNoHeader);
             break;
-        case ReadLinksResult::kFailed:
+        case update::ReadLinksResult::kFailed:
             break;
     }
     return nullptr;
 }
 
 void CUpdate::FreeUpdtLink(char** list, int count) {
-    FreeAddresses(list, count < 1 ? 0 : static_cast<std::size_t>(count));
+    update::FreeAddresses(list, count < 1 ? 0 : static_cast<std::size_t>(count));
 }
 
 char** CUpdate::GetURLsForAdmin(int* count) {
@@ -129,7 +130,7 @@ char** CUpdate::GetURLsForAdmin(int* count) {
     }
     // The directory is fixed here, and looked up in SetUpdateUrl, which finds none on a machine
     // without the product: the updater reads whatever lies in the one place it knows.
-    const std::string path = common::InProductDirectory(kAdminLinkFileName);
+    const std::string path = common::InProductDirectory(update::kAdminLinkFileName);
     tagADMNURLRECORD record{};
     unsigned short found = 0;
     char** list = nullptr;

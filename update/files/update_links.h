@@ -9,8 +9,12 @@
 
 // The addresses that updates are loaded from.
 
+namespace update {
+
 inline constexpr char kUpdateLinkFileName[] = "updlink.dat";
 inline constexpr char kUpdateLog[] = "/zqupdt.log";
+
+}  // namespace update
 
 /// The head of the update link file, which is not scrambled.
 struct tagUPDLINKHEADER {
@@ -30,8 +34,12 @@ static_assert(sizeof(tagUPDLINKRECORD) == 1036);
 static_assert(offsetof(tagUPDLINKRECORD, uninterpreted) == 0);
 static_assert(offsetof(tagUPDLINKRECORD, address) == 4);
 
+namespace update {
+
 /// Size of each text that CUpdate::ReadUpdLink gives out, in bytes.
 inline constexpr std::size_t kUpdateAddressSize = 1024;
+
+}  // namespace update
 
 /// Reader of both link files. All members are static: there is no state between two calls. Any
 /// thread.
@@ -69,6 +77,8 @@ public:
     static char** GetURLsForAdmin(int* count);
 };
 
+namespace update {
+
 /// The content of an update link file with these addresses, each cut to 1,023 bytes.
 std::string UpdateLinkFile(std::span<const std::string> addresses);
 
@@ -80,3 +90,5 @@ enum class ReadLinksResult {
 
 /// What CUpdate::ReadUpdLink reads once the file is open; from the position of `file` on.
 ReadLinksResult ReadUpdateLinks(int file, AddressList& links);
+
+}  // namespace update

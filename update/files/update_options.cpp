@@ -14,8 +14,8 @@ std::string OptionsPath() {
 }
 
 // An update by root leaves the file with mode 0644. Who can only read it is told what holds, too.
-FileDescriptor OpenToRead(const std::string& path) {
-    FileDescriptor file = OpenOptionFile(path.c_str());
+common::FileDescriptor OpenToRead(const std::string& path) {
+    common::FileDescriptor file = common::OpenOptionFile(path.c_str());
     if (!file) {
         file = common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kOnlyOfRoot);
     }
@@ -25,45 +25,45 @@ FileDescriptor OpenToRead(const std::string& path) {
 tagUpdtOpts LoadOrMake(const tagUpdtOpts& defaults) {
     const std::string path = OptionsPath();
     tagUpdtOpts options{};
-    if (const FileDescriptor file = OpenToRead(path)) {
-        ReadFull(file.Get(), BytesOf(options));
+    if (const common::FileDescriptor file = OpenToRead(path)) {
+        common::ReadFull(file.Get(), common::BytesOf(options));
     } else {
         options = defaults;
-        if (const FileDescriptor made = CreateOptionFile(path.c_str())) {
-            WriteAll(made.Get(), BytesOf(options));
+        if (const common::FileDescriptor made = common::CreateOptionFile(path.c_str())) {
+            common::WriteAll(made.Get(), common::BytesOf(options));
         }
     }
-    ShareWithEveryone(path.c_str());
+    common::ShareWithEveryone(path.c_str());
     return options;
 }
 
 }  // namespace
 
-tagUpdtOpts LoadUpdateOptionsAtStart() {
-    return LoadOrMake(kStartUpdateOptions);
+tagUpdtOpts update::LoadUpdateOptionsAtStart() {
+    return LoadOrMake(update::kStartUpdateOptions);
 }
 
-tagUpdtOpts LoadUpdateOptions() {
-    return LoadOrMake(kPageUpdateOptions);
+tagUpdtOpts update::LoadUpdateOptions() {
+    return LoadOrMake(update::kPageUpdateOptions);
 }
 
-tagUpdtOpts StoredUpdateOptions() {
-    const FileDescriptor file = OpenToRead(OptionsPath());
+tagUpdtOpts update::StoredUpdateOptions() {
+    const common::FileDescriptor file = OpenToRead(OptionsPath());
     if (!file) {
-        return kPageUpdateOptions;
+        return update::kPageUpdateOptions;
     }
     tagUpdtOpts options{};
-    (void)ReadFull(file.Get(), BytesOf(options));  // what is missing of it is zero
+    (void)common::ReadFull(file.Get(), common::BytesOf(options));  // what is missing of it is zero
     return options;
 }
 
-FileOutcome WriteUpdateOptions(const tagUpdtOpts& options) {
+common::FileOutcome update::WriteUpdateOptions(const tagUpdtOpts& options) {
     const std::string path = OptionsPath();
-    const FileDescriptor file = OpenOptionFile(path.c_str());
+    const common::FileDescriptor file = common::OpenOptionFile(path.c_str());
     if (!file) {
-        return FileOutcome::kNotOpened;  // the mode stays, too
+        return common::FileOutcome::kNotOpened;  // the mode stays, too
     }
-    const bool written = WriteAll(file.Get(), BytesOf(options));
-    ShareWithEveryone(path.c_str());
-    return written ? FileOutcome::kDone : FileOutcome::kFailed;
+    const bool written = common::WriteAll(file.Get(), common::BytesOf(options));
+    common::ShareWithEveryone(path.c_str());
+    return written ? common::FileOutcome::kDone : common::FileOutcome::kFailed;
 }

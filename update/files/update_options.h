@@ -33,6 +33,8 @@ static_assert(offsetof(tagUpdtOpts, backupFolder) == 264);
 // Internet; start-up without a file updates from the server; and who opens the page without one is
 // shown nothing that is not so.
 
+namespace update {
+
 /// What installation makes.
 inline constexpr tagUpdtOpts kInstalledUpdateOptions{
     kUpdateAutomatically | kUpdateFromInternet, 1, {}, {}};
@@ -56,4 +58,6 @@ tagUpdtOpts LoadUpdateOptions();
 tagUpdtOpts StoredUpdateOptions();
 
 /// Writes the record over the start of "zqupdate.opt", which is never made here. GUI thread.
-FileOutcome WriteUpdateOptions(const tagUpdtOpts& options);
+common::FileOutcome WriteUpdateOptions(const tagUpdtOpts& options);
+
+}  // namespace update

@@ -4,12 +4,14 @@
 #include "common/libraries.h"
 #include "common/owners.h"
 
+namespace update {
+
 bool NotifyStatusChange(StatusChange change) {
     void* handle = nullptr;
     unsigned int error = 0;
     const auto communicate = reinterpret_cast<PFNSTSCOMMUNICATECHANGE>(
         LoadDylibAndGetPFN(kStatusLibrary, kStatusCommunicateChange, &handle, &error));
-    const LibraryHandle library(handle);
+    const common::LibraryHandle library(handle);
     if (communicate == nullptr) {
         return false;
     }
@@ -18,7 +20,9 @@ bool NotifyStatusChange(StatusChange change) {
     try {
         communicate(&record);
     } catch (...) {
-        LogException("NotifyStatusChange(): StsCommunicateChange");
+        common::LogException("NotifyStatusChange(): StsCommunicateChange");
     }
     return true;
 }
+
+}  // namespace update

@@ -6,6 +6,6 @@ int UpdtCallBack(const tagUPDATEINFO* info, void* context) noexcept {
     if (info == nullptr || context == nullptr) {
         return kUpdateGoOn;
     }
-    const common::ObjectInUse<UpdateRun> use(context);
+    const common::ObjectInUse<update::UpdateRun> use(context);
     return use.Get() != nullptr ? use.Get()->Reply(*info) : kUpdateStop;
 }

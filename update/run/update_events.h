@@ -15,6 +15,8 @@ enum UpdateEvent : int {
     kEvtUpdateFromPath = 1126,  ///< an update from a path has been started
 };
 
+namespace update {
+
 /// Who an update is told to: the window, or a program for the shell.
 class UpdateListener {
 public:
@@ -26,3 +28,5 @@ public:
     /// Called on the thread of the run and on those of the updater's callback.
     virtual void Tell(UpdateEvent event) = 0;
 };
+
+}  // namespace update

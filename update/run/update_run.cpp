@@ -19,6 +19,8 @@
 #include "update/run/updater_library.h"
 #include "update/run/updater_settings.h"
 
+namespace update {
+
 namespace {
 
 constexpr std::size_t kMaxFolderText = 255;
@@ -38,14 +40,14 @@ bool MakeFolder(const std::string& folder) {
     if (::mkdir(folder.c_str(), kMode) != 0) {
         return false;
     }
-    const FileDescriptor made(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const common::FileDescriptor made(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     (void)::fchmod(made.Get(), kMode);
     return true;
 }
 
 /// The text of an option's field, as much of it as a terminated one can hold.
 std::string FolderText(std::span<const char> field) {
-    return std::string(FieldText(field).substr(0, kMaxFolderText));
+    return std::string(common::FieldText(field).substr(0, kMaxFolderText));
 }
 
 struct FreeUpdateAddresses {
@@ -104,7 +106,7 @@ void UpdateRun::Run() noexcept {
     try {
         Update();
     } catch (...) {
-        LogException("UpdateRun::Run()");
+        common::LogException("UpdateRun::Run()");
         m_state.outcome = kUpdaterFailed;
         m_listener.Tell(kEvtUpdateFinished);
     }
@@ -147,13 +149,13 @@ void UpdateRun::Update() {
 
 bool UpdateRun::ReadOptions(tagUpdtOpts& options) {
     const std::string path = m_applicationDirectory + "zqupdate.opt";
-    const FileDescriptor file = OpenOptionFile(path.c_str());
+    const common::FileDescriptor file = common::OpenOptionFile(path.c_str());
     if (!file) {
         LogStartError("file (" + path + ") not opened");
         return false;
     }
-    (void)ReadFull(file.Get(), BytesOf(options));  // what is missing of it is zero
-    (void)::fchmod(file.Get(), 0644);              // not 0666, on purpose
+    (void)common::ReadFull(file.Get(), common::BytesOf(options));  // what is missing of it is zero
+    (void)::fchmod(file.Get(), 0644);                              // not 0666, on purpose
     return true;
 }
 
@@ -196,7 +198,7 @@ UpdateReply UpdateRun::Reply(const tagUPDATEINFO& info) noexcept {
             m_listener.Tell(*event);
         }
     } catch (...) {
-        LogException("UpdateRun::Reply()");
+        common::LogException("UpdateRun::Reply()");
     }
     return kUpdateGoOn;
 }
@@ -205,3 +207,5 @@ tagUPDATEINFO UpdateRun::LastInfo() {
     const std::scoped_lock lock(m_lastInfoMutex);
     return m_state.lastInfo;
 }
+
+}  // namespace update

@@ -9,6 +9,8 @@
 #include "update/run/update_events.h"
 #include "update/run/update_state.h"
 
+namespace update {
+
 class UpdaterLibrary;
 
 /// One update of the virus definitions and all that it changes: the outcome, the last progress, the
@@ -67,3 +69,5 @@ private:
     std::string m_applicationDirectory;
     std::string m_downloadDirectory;
 };
+
+}  // namespace update

@@ -17,6 +17,8 @@ extern tagUPDATEINFO g_updFileInfo;
 extern PFNZQUPDATEFROMSITE g_pfnZqUpdateFromSite;
 extern PFNUPDATEFROMINDEX g_pfnUpdateFromIndex;
 
+namespace update {
+
 /// A result of the updater that is none of its own, 65535 as 16 bits.
 inline constexpr std::int16_t kUpdateResultUnknown = -1;
 
@@ -25,3 +27,5 @@ struct UpdateState {
     std::int16_t& outcome = g_siUpdateRetFlag;
     tagUPDATEINFO& lastInfo = g_updFileInfo;
 };
+
+}  // namespace update

@@ -10,6 +10,8 @@
 #include "update/run/start_log.h"
 #include "update/run/update_callback.h"
 
+namespace update {
+
 namespace {
 
 void LogUnusable(const std::string& path, const std::string& why) {
@@ -66,7 +68,7 @@ int UpdaterLibrary::UpdateFromSite(const UpdateSite& site, const tagZQINETCONFIG
             kReserved, site.backupFolder != nullptr ? 1 : 0, site.backupFolder, &settings,
             site.addresses, site.count, UpdtCallBack, context, PastFlag(settings));
     } catch (...) {
-        LogException("UpdaterLibrary::UpdateFromSite(): ZQUpdateFromSite");
+        common::LogException("UpdaterLibrary::UpdateFromSite(): ZQUpdateFromSite");
         return kUpdaterFailed;
     }
 }
@@ -76,7 +78,9 @@ int UpdaterLibrary::UpdateFromIndex(const char* applicationDirectory, const char
     try {
         return m_updateFromIndex(applicationDirectory, folder, PastFlag(settings));
     } catch (...) {
-        LogException("UpdaterLibrary::UpdateFromIndex(): UpdateFromIndex");
+        common::LogException("UpdaterLibrary::UpdateFromIndex(): UpdateFromIndex");
         return kUpdaterFailed;
     }
 }
+
+}  // namespace update

@@ -3,6 +3,8 @@
 #include "common/owners.h"
 #include "update/run/update_state.h"
 
+namespace update {
+
 /// What an updater is told beside how the Internet is reached; the texts and the list outlive the
 /// call.
 struct UpdateSite {
@@ -39,7 +41,9 @@ public:
 private:
     void Unload();
 
-    LibraryHandle m_library;
+    common::LibraryHandle m_library;
     PFNZQUPDATEFROMSITE& m_updateFromSite = g_pfnZqUpdateFromSite;
     PFNUPDATEFROMINDEX& m_updateFromIndex = g_pfnUpdateFromIndex;
 };
+
+}  // namespace update

@@ -8,14 +8,19 @@
 #include "common/paths.h"
 #include "common/regular_file.h"
 
+namespace update {
+
 bool ReadUpdaterSettings(tagZQINETCONFIG& settings) {
     settings = {};
-    const FileDescriptor file = common::OpenRegularFile(
+    const common::FileDescriptor file = common::OpenRegularFile(
         common::InProgramDirectory("zqinet.opt").c_str(), O_RDONLY, common::Links::kOnlyOfRoot);
     tagZQINETCONFIG stored{};
-    if (!file || ReadFull(file.Get(), BytesOf(stored)) != std::ptrdiff_t{sizeof stored}) {
+    if (!file ||
+        common::ReadFull(file.Get(), common::BytesOf(stored)) != std::ptrdiff_t{sizeof stored}) {
         return false;
     }
     std::memcpy(&settings, &stored, kUpdaterSettingsSize);
     return true;
 }
+
+}  // namespace update

@@ -20,8 +20,8 @@ namespace {
 
 constexpr char kNewLinkFile[] = ".updlink.dat.new";
 // Behind an address of a server the release of the database is written: "/update/202611".
-constexpr std::size_t kMaxServerAddress = kAdminEntrySize - 1 - 16;
-constexpr std::size_t kMaxInternetAddress = kUpdateAddressSize - 1;
+constexpr std::size_t kMaxServerAddress = update::kAdminEntrySize - 1 - 16;
+constexpr std::size_t kMaxInternetAddress = update::kUpdateAddressSize - 1;
 
 std::string Reason(const char* what) {
     return std::string(what) + ": " + std::strerror(errno);
@@ -67,12 +67,12 @@ std::string Objection(const std::vector<std::string>& addresses, std::size_t lon
 
 // Whole or not at all: updates may read it at any moment.
 std::string WriteInternet(const std::vector<std::string>& addresses) {
-    const FileDescriptor folder(
+    const common::FileDescriptor folder(
         ::open(common::InProductDirectory({}).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     (void)::unlinkat(folder.Get(), kNewLinkFile, 0);
-    const std::string content = UpdateLinkFile(addresses);
+    const std::string content = update::UpdateLinkFile(addresses);
     if (!definitions::WriteInto(folder.Get(), kNewLinkFile, std::as_bytes(std::span(content))) ||
-        ::renameat(folder.Get(), kNewLinkFile, folder.Get(), kUpdateLinkFileName) != 0) {
+        ::renameat(folder.Get(), kNewLinkFile, folder.Get(), update::kUpdateLinkFileName) != 0) {
         std::string reason = Reason("the list cannot be written");
         (void)::unlinkat(folder.Get(), kNewLinkFile, 0);
         return reason;
@@ -110,8 +110,8 @@ std::string WriteServer(std::vector<std::string> addresses) {
 
 std::string ShowSources() {
     int count = 0;
-    char** list =
-        CUpdate::ReadUpdLink(&count, common::InProductDirectory(kUpdateLinkFileName).c_str());
+    char** list = CUpdate::ReadUpdLink(
+        &count, common::InProductDirectory(update::kUpdateLinkFileName).c_str());
     if (list == nullptr) {
         return "the addresses in the Internet cannot be read";
     }
@@ -122,7 +122,7 @@ std::string ShowSources() {
     unsigned short serverCount = 0;
     unsigned int error = 0;
     list = nullptr;
-    if (ReadUpdateInfo(common::InProductDirectory(kAdminLinkFileName).c_str(), &record,
+    if (ReadUpdateInfo(common::InProductDirectory(update::kAdminLinkFileName).c_str(), &record,
                        &serverCount, &list, error) == 0) {
         return "the addresses of servers cannot be read";
     }

@@ -32,8 +32,9 @@ Script ReadScript() {
 
 void Note(const std::string& line) {
     if (const char* path = std::getenv("FAKE_LIBDBMOD_LOG"); path != nullptr) {
-        const FileDescriptor log(open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
-        WriteAll(log.Get(), line + "\n");
+        const common::FileDescriptor log(
+            open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+        common::WriteAll(log.Get(), line + "\n");
     }
 }
 

@@ -18,12 +18,12 @@ unsigned int Note(const char* call, int processId, const unsigned int* status) {
     if (path == nullptr) {
         return 0;
     }
-    const FileDescriptor log(open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+    const common::FileDescriptor log(open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
     std::string line = call;
     line += processId == getpid() ? " self" : " " + std::to_string(processId);
     line += access(kInstanceLock, F_OK) == 0 ? " lock" : " nolock";
     line += status == nullptr ? " nostatus\n" : "\n";
-    WriteAll(log.Get(), line);
+    common::WriteAll(log.Get(), line);
     return 0;
 }
 

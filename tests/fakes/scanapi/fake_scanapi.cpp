@@ -32,7 +32,7 @@ using namespace std::chrono_literals;
 
 struct Engine {
     fake::Script script;
-    FileDescriptor log;
+    common::FileDescriptor log;
     PFNZQCALLBACK callback = nullptr;
     std::map<std::uint64_t, std::string> openFiles;
     std::uint64_t lastHandle = 0;
@@ -42,14 +42,14 @@ Engine engine;
 
 void Note(const std::ostringstream& line) {
     if (engine.log.IsOpen()) {
-        (void)WriteAll(engine.log.Get(), line.str() + "\n");  // one write: lines never mix
+        (void)common::WriteAll(engine.log.Get(), line.str() + "\n");  // one write: lines never mix
     }
 }
 
 std::string Hex(const tagSCANAPI_OPTIONS& options) {
     constexpr char kDigits[] = "0123456789ABCDEF";
     std::string text;
-    for (const std::byte byte : BytesOf(options)) {
+    for (const std::byte byte : common::BytesOf(options)) {
         text += kDigits[std::to_integer<unsigned>(byte >> 4U)];
         text += kDigits[std::to_integer<unsigned>(byte & std::byte{15})];
     }
@@ -86,8 +86,8 @@ void ReadScriptAndOpenLog() {
 int Say(const tagZQFILEINFO& message, void* context) {
     const int reply = engine.callback != nullptr ? engine.callback(&message, context) : 0;
     Note(std::ostringstream() << "callback " << message.code << ' '
-                              << fake::Encode(FieldText(message.fileName)) << ' '
-                              << fake::Encode(FieldText(message.virusName)) << " class "
+                              << fake::Encode(common::FieldText(message.fileName)) << ' '
+                              << fake::Encode(common::FieldText(message.virusName)) << " class "
                               << message.detectionClass << " sub " << message.detectionSubClass
                               << " -> " << reply);
     return reply;
@@ -141,7 +141,7 @@ void ScanOne(const std::string& name, void* context) {
         }
         tagZQFILEINFO message = step.message;
         if (step.namesFile) {
-            CopyToField(message.fileName, name);
+            common::CopyToField(message.fileName, name);
         }
         said = true;
         if (!SayAndFollowUp(message, context)) {
@@ -151,7 +151,7 @@ void ScanOne(const std::string& name, void* context) {
     if (!said) {
         tagZQFILEINFO clean{};
         clean.code = kMsgFileClean;
-        CopyToField(clean.fileName, name);
+        common::CopyToField(clean.fileName, name);
         Say(clean, context);
     }
 }

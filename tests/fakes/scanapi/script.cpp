@@ -24,12 +24,12 @@ Step ReadMessage(std::istringstream& line, bool named) {
     tagZQFILEINFO& message = step.message;
     std::string virus;
     line >> message.code >> message.detectionClass >> message.detectionSubClass >> virus;
-    CopyToUnterminatedField(message.virusName, Decode(virus));
+    common::CopyToUnterminatedField(message.virusName, Decode(virus));
     step.namesFile = !named;
     if (named) {
         std::string name;
         line >> name;
-        CopyToUnterminatedField(message.fileName, Decode(name));
+        common::CopyToUnterminatedField(message.fileName, Decode(name));
     }
     step.pattern = RestOfLine(line);
     return step;

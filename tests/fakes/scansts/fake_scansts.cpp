@@ -16,8 +16,9 @@ namespace {
 
 void Note(const std::string& line) {
     if (const char* path = std::getenv("FAKE_SCANSTS_LOG"); path != nullptr) {
-        const FileDescriptor log(open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
-        WriteAll(log.Get(), line + "\n");
+        const common::FileDescriptor log(
+            open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+        common::WriteAll(log.Get(), line + "\n");
     }
 }
 
@@ -39,7 +40,7 @@ const struct Unloading {
 
 extern "C" __attribute__((visibility("default"))) int StsCommunicateChange(
     tagSTATUSCHANGE* change) {
-    Note("told " + Hexadecimal(BytesOf(*change)));
+    Note("told " + Hexadecimal(common::BytesOf(*change)));
     if (const char* reason = std::getenv("FAKE_SCANSTS_THROWS"); reason != nullptr) {
         throw std::runtime_error(reason);
     }

@@ -36,8 +36,9 @@ constexpr std::chrono::milliseconds kPause{1};
 
 void Note(const std::string& line) {
     if (const char* path = std::getenv("FAKE_UPDTURL_LOG"); path != nullptr) {
-        const FileDescriptor log(open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
-        WriteAll(log.Get(), line + "\n");  // one write: lines never mix
+        const common::FileDescriptor log(
+            open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+        common::WriteAll(log.Get(), line + "\n");  // one write: lines never mix
     }
 }
 
@@ -64,7 +65,7 @@ struct Caller {
         // A record of its own that is gone afterwards.
         auto info = std::make_unique<tagUPDATEINFO>();
         info->status = static_cast<std::uint16_t>(status);
-        CopyToField(info->fileName, name);
+        common::CopyToField(info->fileName, name);
         return callback(info.get(), context);
     }
 };

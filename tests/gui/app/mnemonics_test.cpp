@@ -117,7 +117,7 @@ TEST_P(Mnemonics, OfEveryDialog) {
     const dlgIntSet internet;
     ExpectClear(internet, "internet settings");
     Put("reports/scn1.log", "a report");
-    CopyToField(g_szRptPath, PathOf("reports/scn1.log").string());
+    common::CopyToField(g_szRptPath, PathOf("reports/scn1.log").string());
     g_siRptKind = kScheduledReports;  // the only kind whose list may be missing
     const dlgReport viewer(nullptr);
     ExpectClear(viewer, "viewer");

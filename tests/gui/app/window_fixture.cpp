@@ -21,7 +21,7 @@ void WindowTest::SetUp() {
     m_folder = m_engine.Directory() / "app";
     fs::create_directories(m_folder / "qimages");
     fs::create_directory(m_folder / "reports");
-    CopyToField(g_szAppPath, m_folder.string() + "/");
+    common::CopyToField(g_szAppPath, m_folder.string() + "/");
     WriteSplashPicture(m_folder / "qimages" / "splash.bmp");
     fs::copy_file(FakeEngine::Variant("good") + "scanapi.so", m_folder / "scanapi.so");
     fs::create_directories(kProductDirectory);

@@ -38,7 +38,7 @@ protected:
     }
 
     void Open(const std::string& name) {
-        SetCurrentReport(static_cast<ReportKind>(g_siRptKind), name);
+        reports::SetCurrentReport(static_cast<ReportKind>(g_siRptKind), name);
         m_dialog = std::make_unique<dlgReport>();
         m_dialog->show();
         m_dialog->activateWindow();

@@ -99,7 +99,8 @@ TEST_F(SaveAsTest, ProposesANameByTheKind) {
     WriteFile(m_folder / "reports/a.log", "x");
     for (const auto& [kind, proposed] : kinds) {
         g_siRptKind = kind;
-        SetCurrentReport(kind, kind == kScheduledReports ? m_folder / "reports/a.log" : "a.log");
+        reports::SetCurrentReport(kind,
+                                  kind == kScheduledReports ? m_folder / "reports/a.log" : "a.log");
         m_dialog = std::make_unique<dlgReport>();
         m_dialog->show();
         Choose("");

@@ -104,7 +104,7 @@ TEST_F(DlgReportTest, TheStepsGoByTheRecordsWhateverTheirCountSays) {
 TEST_F(DlgReportTest, WithoutAReportOfThisScanThatOfTheOneBeforeIsNotShown) {
     WriteIndex({{"d", "s", "a.log"}});
     WriteReport("a.log", "report a");
-    SetCurrentReport(kScanReports, "a.log");
+    reports::SetCurrentReport(kScanReports, "a.log");
     fs::rename(m_folder / "reports", m_folder / "gone");
     const ReportGen report(nullptr);
     fs::rename(m_folder / "gone", m_folder / "reports");
@@ -169,7 +169,7 @@ TEST_F(DlgReportTest, ScheduledReportsStepByTheirFullPaths) {
     for (const char* name : {"schd0001.rpt", "schd0002.rpt"}) {
         WriteFile(folder + name, name);
         tagReportIndexEntry entry{};
-        CopyToField(entry.reportPath, folder + name);
+        common::CopyToField(entry.reportPath, folder + name);
         entry.userId = getuid();
         ASSERT_TRUE(ScanReports().MakeIndexEntry(&entry));
     }

@@ -16,11 +16,11 @@ protected:
     using Listed = ListedReport;
 
     void SetUp() override {
-        ASSERT_TRUE(CopyToField(g_szAppPath, m_folder.Path()));
+        ASSERT_TRUE(common::CopyToField(g_szAppPath, m_folder.Path()));
         std::filesystem::create_directory(m_folder / "reports");
         g_siRptKind = kScanReports;
-        CopyToField(g_szRptName, "");
-        CopyToField(g_szRptPath, "");
+        common::CopyToField(g_szRptName, "");
+        common::CopyToField(g_szRptPath, "");
     }
 
     static std::string Record(const Listed& report) { return ReportRecordBytes(report); }

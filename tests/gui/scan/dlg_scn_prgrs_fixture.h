@@ -43,15 +43,15 @@ class Progress : public ::testing::Test {
 protected:
     Progress() {
         MakeReportFiles(m_application.Path());
-        CopyToField(g_szAppPath, m_application.Path());
-        ResetRunCounters();
+        common::CopyToField(g_szAppPath, m_application.Path());
+        common::ResetRunCounters();
         g_totalfilestoscan = 0;
         StopCount = false;
         m_node.path[0] = '/';
         g_pRptObj = std::make_unique<ReportGen>(&m_node);
         m_dialog = std::make_unique<SendableProgress>();
-        CopyToField(m_info.fileName, "/t/eicar.com");
-        CopyToField(m_info.virusName, "Eicar");
+        common::CopyToField(m_info.fileName, "/t/eicar.com");
+        common::CopyToField(m_info.virusName, "Eicar");
     }
     ~Progress() override {
         m_dialog.reset();

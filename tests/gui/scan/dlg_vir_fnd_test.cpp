@@ -22,8 +22,8 @@ protected:
     void SetUp() override {
         g_scnActn = 1;
         g_myScnopts = {};
-        CopyToField(m_info.fileName, "/home/user/infected.com");
-        CopyToField(m_info.virusName, "EICAR-Test");
+        common::CopyToField(m_info.fileName, "/home/user/infected.com");
+        common::CopyToField(m_info.virusName, "EICAR-Test");
         g_zqFileInfo = &m_info;
     }
     void TearDown() override {
@@ -83,15 +83,15 @@ TEST_F(VirFnd, ShowsWhatWasFound) {
 }
 
 TEST_F(VirFnd, ShortensTheFileNameTo32) {
-    CopyToField(m_info.fileName, "/0123456789/0123456789/0123456789/end.com");
+    common::CopyToField(m_info.fileName, "/0123456789/0123456789/0123456789/end.com");
     const dlgVirFnd dialog;
     // 13 bytes, three dots, 16 bytes.
     EXPECT_EQ(Text(dialog, "fileNameLabel"), "/0123456789/0...23456789/end.com");
 }
 
 TEST_F(VirFnd, ShowsNamesAsPlainText) {
-    CopyToField(m_info.fileName, "/<b>x</b>\n.com");
-    CopyToField(m_info.virusName, "<i>V</i>");
+    common::CopyToField(m_info.fileName, "/<b>x</b>\n.com");
+    common::CopyToField(m_info.virusName, "<i>V</i>");
     const dlgVirFnd dialog;
     EXPECT_EQ(Text(dialog, "fileNameLabel"), "/<b>x</b>\\n.com");
     EXPECT_EQ(Text(dialog, "virusNameLabel"), "<i>V</i>");
@@ -199,8 +199,8 @@ TEST_F(VirFnd, CancelKeepsTheChoiceAndAppliesNothingToAll) {
 
 TEST_F(VirFnd, TheWholeFileNameCanBeHad) {
     const std::string name = "/home/user/<b>a long way</b>/" + std::string(200, 'd') + "/virus.com";
-    CopyToField(m_info.fileName, name);
-    CopyToField(m_info.virusName, "<i>V</i>");
+    common::CopyToField(m_info.fileName, name);
+    common::CopyToField(m_info.virusName, "<i>V</i>");
     const dlgVirFnd dialog;
     auto* label = Find<NameLabel>(dialog, "fileNameLabel");
     EXPECT_EQ(label->text().size(), 32);

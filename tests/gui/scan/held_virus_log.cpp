@@ -30,7 +30,7 @@ int NotedTaking(const char* key, tagMUTEX_INFO* mutex, int retries) {
 
 HeldVirusLog::HeldVirusLog() {
     std::filesystem::create_directories(kProductDirectory);
-    WriteFile(std::string(kProductDirectory) + kVersionFileName, std::string(20, '\1'));
+    WriteFile(std::string(kProductDirectory) + common::kVersionFileName, std::string(20, '\1'));
     EXPECT_EQ(RealTaking(kKey, &m_mutex, 0), 1);
     isWaitedFor = false;
 }

@@ -39,7 +39,7 @@ protected:
     void SetUp() override {
         std::filesystem::create_directories(m_application / "qimages");
         WriteFile(File(), {kPicture, sizeof(kPicture) - 1});
-        ASSERT_TRUE(CopyToField(g_szAppPath, m_application.Path()));
+        ASSERT_TRUE(common::CopyToField(g_szAppPath, m_application.Path()));
         m_dialog = std::make_unique<Dialog>();
         ASSERT_NE(Label()->movie(), nullptr);
         m_movie = Label()->movie();

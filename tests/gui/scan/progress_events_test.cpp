@@ -30,7 +30,7 @@ TEST_F(Progress, ScanningAFile) {
 }
 
 TEST_F(Progress, AnInfectedFile) {
-    CopyToField(m_info.fileName, "/" + std::string(30, 'a') + std::string(30, 'b'));  // 61
+    common::CopyToField(m_info.fileName, "/" + std::string(30, 'a') + std::string(30, 'b'));  // 61
     m_dialog->Send(kEvtInfected, m_info);
     EXPECT_EQ(g_uiInfCnt, 1U);
     ExpectShown("infectedLabel", "1");

@@ -19,7 +19,7 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 
 TEST_F(Progress, EveryValueIsReadOutAsItIsShown) {
-    CopyToField(m_info.fileName, "/t/" + std::string(60, 'x') + "/eicar.com");
+    common::CopyToField(m_info.fileName, "/t/" + std::string(60, 'x') + "/eicar.com");
     m_dialog->Send(kEvtScanningFile, "/t/a");
     m_dialog->Send(kEvtInfected, m_info);
     m_dialog->Send(kEvtDeleted, m_info);
@@ -91,7 +91,7 @@ TEST_F(Progress, ChangesAreAnnouncedWithThePictureThatShowsThem) {
 
 TEST_F(Progress, TheWholeOfAShortenedNameCanBeHad) {
     const std::string name = "/t/<img src=x>/" + std::string(200, 'd') + "/eicar.com";
-    CopyToField(m_info.fileName, name);
+    common::CopyToField(m_info.fileName, name);
     m_dialog->Send(kEvtScanningFile, m_info);
     ExpectShown("currentFileLabel",
                 Find<NameLabel>("currentFileLabel")->text());  // shown with the first picture

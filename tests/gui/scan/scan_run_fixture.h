@@ -66,20 +66,22 @@ protected:
         EXPECT_TRUE(m_answers.empty()) << "a question was never asked";
         Scanner::DestroyScan();
         g_pRptObj.reset();
-        FreePathList(m_head, m_tail);
+        common::FreePathList(m_head, m_tail);
         g_scnActn = 1;
         g_zqFileInfo = nullptr;
         StopCount = false;
     }
 
-    void AddPath(const std::string& path) { ASSERT_TRUE(AppendPath(m_head, m_tail, path.c_str())); }
+    void AddPath(const std::string& path) {
+        ASSERT_TRUE(common::AppendPath(m_head, m_tail, path.c_str()));
+    }
 
     /// Starts the engine with a script and a run over the list; `whenOver` is done at its end.
     int Run(const std::string& script = "") {
         m_engine.SetScript(script);
-        CopyToField(g_szAppPath, FakeEngine::Variant("good"));
+        common::CopyToField(g_szAppPath, FakeEngine::Variant("good"));
         EXPECT_EQ(Scanner::InitScan(&g_scnopts), 1);
-        CopyToField(g_szAppPath, m_application.Path());
+        common::CopyToField(g_szAppPath, m_application.Path());
         g_pRptObj = std::make_unique<ReportGen>(m_head);
         RecordingProgress dialog;
         m_dialog = &dialog;

@@ -45,11 +45,11 @@ TEST_F(WholeScan, AStopThatIsOnlyAskedForLosesNoRecord) {
     EXPECT_EQ(Run("say 3004 1 1 V *\n"), 1);
     EXPECT_TRUE(stopped);
     EXPECT_EQ(g_uiSkipCnt, 1U);
-    std::array<unsigned short, kVirusReportPathSize> copy{};
+    std::array<unsigned short, virus_log::kVirusReportPathSize> copy{};
     ASSERT_TRUE(ZQVRGetVirusReportFile(copy.data()));
-    VirusLogContents log;
+    virus_log::VirusLogContents log;
     const std::string path(copy.begin(), std::ranges::find(copy, 0));
-    ASSERT_EQ(ReadVirusLogCopy(path.c_str(), log), ReadLogResult::kOk);
+    ASSERT_EQ(virus_log::ReadVirusLogCopy(path.c_str(), log), virus_log::ReadLogResult::kOk);
     ASSERT_EQ(log.entries.size(), 1U);
     EXPECT_EQ(log.entries[0].filePath, m_top + "/infected");
     EXPECT_NE(Report().find("Scan Complete.\n\n"), std::string::npos);

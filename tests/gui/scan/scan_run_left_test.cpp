@@ -37,9 +37,9 @@ protected:
     /// A scan whose dialog is left and destroyed after `wait`.
     void RunAndLeave(const std::string& script, std::function<void()> wait) {
         m_engine.SetScript(script);
-        CopyToField(g_szAppPath, FakeEngine::Variant("good"));
+        common::CopyToField(g_szAppPath, FakeEngine::Variant("good"));
         ASSERT_EQ(Scanner::InitScan(&g_scnopts), 1);
-        CopyToField(g_szAppPath, m_application.Path());
+        common::CopyToField(g_szAppPath, m_application.Path());
         g_pRptObj = std::make_unique<ReportGen>(m_head);
         LeavingProgress dialog(std::move(wait));
         dialog.SetPathListToScan(m_head);

@@ -49,7 +49,7 @@ TEST(Definitions, ThatNobodyKnowsAreNotMadeUp) {
 
 class LastUpdate : public ::testing::Test {
 protected:
-    void SetUp() override { CopyToField(g_szAppPath, m_scratch.Path()); }
+    void SetUp() override { common::CopyToField(g_szAppPath, m_scratch.Path()); }
     void TearDown() override { g_szAppPath[0] = '\0'; }
     [[nodiscard]] std::string Words(const std::vector<ListedReport>& reports) const {
         WriteFile(m_scratch / "updt.rpt", ReportIndexBytes(reports));

@@ -52,7 +52,7 @@ protected:
             GTEST_SKIP() << "reaches the product directory: run it in tests/support/sandbox";
         }
         ::chmod(m_scratch.Path().c_str(), 0755);
-        CopyToField(g_szAppPath, m_scratch.Path());
+        common::CopyToField(g_szAppPath, m_scratch.Path());
         std::filesystem::create_directories("/usr/lib/Corvane/Corvane");
         PutProgram("bin/pkill", "echo \"$*\" >>'" + m_scratch / "pkill.log" + "'\n");
         m_path = std::getenv("PATH");

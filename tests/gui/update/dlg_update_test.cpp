@@ -18,7 +18,7 @@ constexpr auto kAtFirst =
 
 void SetLastName(const std::string& name) {
     g_updFileInfo = {};
-    CopyToField(g_updFileInfo.fileName, name);
+    common::CopyToField(g_updFileInfo.fileName, name);
 }
 
 class UpdateWindow : public UpdateTest {

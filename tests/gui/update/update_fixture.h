@@ -56,8 +56,8 @@ protected:
         if (!InSandbox()) {
             GTEST_SKIP() << "works on the product's fixed paths: run it in tests/support/sandbox";
         }
-        CopyToField(g_szAppPath, m_application.Path());
-        CopyToField(g_szLogFile, m_scratch / "log");
+        common::CopyToField(g_szAppPath, m_application.Path());
+        common::CopyToField(g_szLogFile, m_scratch / "log");
     }
     void TearDown() override {
         g_szLogFile[0] = '\0';

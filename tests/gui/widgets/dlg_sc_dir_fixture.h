@@ -50,7 +50,7 @@ private:
 /// The dialog on a scratch tree, driven by mouse and keyboard.
 class DlgScDirTest : public testing::Test {
 protected:
-    ~DlgScDirTest() override { FreePathList(g_pPLstHead, g_pPLstCurr); }
+    ~DlgScDirTest() override { common::FreePathList(g_pPLstHead, g_pPLstCurr); }
 
     void Open() {
         m_dialog = std::make_unique<dlgScDir>(nullptr, FolderListing(m_tree.Root()));

@@ -143,7 +143,7 @@ TEST(Records, StatusChangeIsItsKindAndZeros) {
 
 TEST(Records, ScannerSettingsAreThreeBytes) {
     EXPECT_EQ(Image(tagSCNOPTS{0x0102, 0x0B}), std::string("\x02\x01\x0B"));
-    EXPECT_EQ(Image(kDefaultScanSettings), std::string("\x01\x00\x0B", 3));
+    EXPECT_EQ(Image(common::kDefaultScanSettings), std::string("\x01\x00\x0B", 3));
     EXPECT_EQ(Image(tagMYSCNOPTS{0x0003, 1}), std::string("\x03\x00\x01", 3));
 }
 

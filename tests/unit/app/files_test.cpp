@@ -41,7 +41,7 @@ protected:
     OptionFiles() {
         std::string pattern = fs::temp_directory_path() / "corvane-files-XXXXXX";
         m_folder = mkdtemp(pattern.data());
-        CopyToField(g_szAppPath, m_folder.string() + "/");
+        common::CopyToField(g_szAppPath, m_folder.string() + "/");
     }
     ~OptionFiles() override { fs::remove_all(m_folder); }
 
@@ -68,7 +68,7 @@ TEST_F(OptionFiles, NoRecordToLoadInto) {
         GTEST_SKIP() << "writes into the machine's own log: run it in tests/support/sandbox";
     }
     fs::remove("/zqcommon.log");
-    EXPECT_FALSE(LoadScanOptionsFile(nullptr));
+    EXPECT_FALSE(common::LoadScanOptionsFile(nullptr));
     std::ifstream log("/zqcommon.log", std::ios::binary);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(log), {}),
               "LoadScnOptions: NULL parameter pscnopts\n");
@@ -78,7 +78,7 @@ TEST_F(OptionFiles, NoRecordToLoadInto) {
 
 TEST_F(OptionFiles, MissingSettingsAreMadeWithTheDefaults) {
     tagSCNOPTS options{9, 0xFF};
-    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_TRUE(common::LoadScanOptionsFile(&options));
     EXPECT_EQ(options.action, 1);
     EXPECT_EQ(options.flags, 11);
     EXPECT_EQ(Get("zqscn.opt"), std::string("\x01\x00\x0B", 3));
@@ -88,7 +88,7 @@ TEST_F(OptionFiles, MissingSettingsAreMadeWithTheDefaults) {
 TEST_F(OptionFiles, SettingsAreLoadedAndShared) {
     Put("zqscn.opt", std::string("\x04\x00\x05", 3));
     tagSCNOPTS options{};
-    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_TRUE(common::LoadScanOptionsFile(&options));
     EXPECT_EQ(options.action, 4);
     EXPECT_EQ(options.flags, 5);
     EXPECT_EQ(Mode("zqscn.opt"), 0666);
@@ -97,7 +97,7 @@ TEST_F(OptionFiles, SettingsAreLoadedAndShared) {
 TEST_F(OptionFiles, OneByteIsTheAction) {
     Put("zqscn.opt", "\x03");
     tagSCNOPTS options{};
-    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_TRUE(common::LoadScanOptionsFile(&options));
     EXPECT_EQ(options.action, 3);
     EXPECT_EQ(options.flags, 11);
     EXPECT_EQ(Get("zqscn.opt"), "\x03");
@@ -106,7 +106,7 @@ TEST_F(OptionFiles, OneByteIsTheAction) {
 TEST_F(OptionFiles, TwoBytesKeepTheDefaultFlags) {
     Put("zqscn.opt", "\x02\x01");
     tagSCNOPTS options{};
-    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_TRUE(common::LoadScanOptionsFile(&options));
     EXPECT_EQ(options.action, 0x0102);
     EXPECT_EQ(options.flags, 11);
 }
@@ -114,7 +114,7 @@ TEST_F(OptionFiles, TwoBytesKeepTheDefaultFlags) {
 TEST_F(OptionFiles, NoValueIsRejected) {
     Put("zqscn.opt", std::string("\x07\x00\xF0more", 7));
     tagSCNOPTS options{};
-    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_TRUE(common::LoadScanOptionsFile(&options));
     EXPECT_EQ(options.action, 7);
     EXPECT_EQ(options.flags, 0xF0);
 }
@@ -124,11 +124,11 @@ TEST_F(OptionFiles, LinkInTheSettingsPlaceIsNotFollowedWhereOthersMayWrite) {
     Put("secret", std::string("\x02\x00\x01", 3));
     fs::create_symlink("secret", m_folder / "zqscn.opt");
     tagSCNOPTS options{};
-    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_TRUE(common::LoadScanOptionsFile(&options));
     EXPECT_EQ(options.action, 1);
     EXPECT_EQ(options.flags, 11);
     EXPECT_EQ(Mode("secret"), 0600);
-    EXPECT_EQ(WriteScanOptionsFile({4, 4}), FileOutcome::kNotOpened);
+    EXPECT_EQ(common::WriteScanOptionsFile({4, 4}), common::FileOutcome::kNotOpened);
     EXPECT_EQ(Get("secret"), std::string("\x02\x00\x01", 3));
     EXPECT_EQ(Mode("secret"), 0600);
 }
@@ -137,7 +137,7 @@ TEST_F(OptionFiles, LinkInTheUpdateOptionsPlaceIsNotFollowedWhereOthersMayWrite)
     chmod(m_folder.c_str(), 0777);
     Put("secret", std::string("\x02\0\0\0", 4));
     fs::create_symlink("secret", m_folder / "zqupdate.opt");
-    EXPECT_EQ(LoadUpdateOptionsAtStart().flags, 9U);
+    EXPECT_EQ(update::LoadUpdateOptionsAtStart().flags, 9U);
     EXPECT_EQ(Mode("secret"), 0600);
 }
 
@@ -150,25 +150,25 @@ TEST_F(OptionFiles, TheAdministratorsLinkIsFollowed) {
     Put("etc/reportOnly", std::string("\x03\x00\x0F", 3));
     fs::create_symlink("etc/reportOnly", m_folder / "zqscn.opt");
     tagSCNOPTS options{};
-    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_TRUE(common::LoadScanOptionsFile(&options));
     EXPECT_EQ(options.action, 3) << "Report only, and not the defaults, which delete";
     EXPECT_EQ(options.flags, 15);
     EXPECT_EQ(Mode("etc/reportOnly"), 0666);
-    EXPECT_EQ(WriteScanOptionsFile({4, 1}), FileOutcome::kDone);
+    EXPECT_EQ(common::WriteScanOptionsFile({4, 1}), common::FileOutcome::kDone);
     EXPECT_EQ(Get("etc/reportOnly"), std::string("\x04\x00\x01", 3));
-    EXPECT_EQ(ReadScanOptionsFile(options), FileOutcome::kDone);
+    EXPECT_EQ(common::ReadScanOptionsFile(options), common::FileOutcome::kDone);
     EXPECT_EQ(options.action, 4);
     EXPECT_TRUE(fs::is_symlink(m_folder / "zqscn.opt"));
 
     Put("etc/update", std::string("\x02\0\0\0", 4));
     fs::create_symlink("etc/update", m_folder / "zqupdate.opt");
-    EXPECT_EQ(LoadUpdateOptionsAtStart().flags, 2U);
+    EXPECT_EQ(update::LoadUpdateOptionsAtStart().flags, 2U);
 }
 
 TEST_F(OptionFiles, ALinkThatLeadsNowhereGivesTheDefaults) {
     fs::create_symlink("nowhere", m_folder / "zqscn.opt");
     tagSCNOPTS options{};
-    EXPECT_TRUE(LoadScanOptionsFile(&options));
+    EXPECT_TRUE(common::LoadScanOptionsFile(&options));
     EXPECT_EQ(options.action, 1);
     EXPECT_EQ(options.flags, 11);
     EXPECT_FALSE(fs::exists(m_folder / "nowhere"));
@@ -181,11 +181,11 @@ TEST_F(OptionFiles, AFifoIsRefusedAndNotWaitedFor) {
             ASSERT_EQ(mkfifo((m_folder / name).c_str(), 0600), 0);
         }
         tagSCNOPTS options{};
-        EXPECT_TRUE(LoadScanOptionsFile(&options));
+        EXPECT_TRUE(common::LoadScanOptionsFile(&options));
         EXPECT_EQ(options.action, 1);
-        EXPECT_EQ(ReadScanOptionsFile(options), FileOutcome::kNotOpened);
-        EXPECT_EQ(WriteScanOptionsFile(options), FileOutcome::kNotOpened);
-        EXPECT_EQ(LoadUpdateOptionsAtStart().flags, 9U);
+        EXPECT_EQ(common::ReadScanOptionsFile(options), common::FileOutcome::kNotOpened);
+        EXPECT_EQ(common::WriteScanOptionsFile(options), common::FileOutcome::kNotOpened);
+        EXPECT_EQ(update::LoadUpdateOptionsAtStart().flags, 9U);
         for (const char* name : {"zqscn.opt", "zqupdate.opt"}) {
             EXPECT_EQ(Mode(name), 0600);
             fs::remove(m_folder / name);
@@ -213,8 +213,8 @@ TEST_F(OptionFiles, TheModeIsSetThoughTheFileCouldNotBeOpened) {
     EXPECT_EQ(AsOwner(m_folder,
                       [] {
                           tagSCNOPTS options{};
-                          return LoadScanOptionsFile(&options) && options.action == 1 &&
-                                         LoadUpdateOptionsAtStart().flags == 9
+                          return common::LoadScanOptionsFile(&options) && options.action == 1 &&
+                                         update::LoadUpdateOptionsAtStart().flags == 9
                                      ? 0
                                      : 1;
                       }),
@@ -228,14 +228,20 @@ TEST_F(OptionFiles, ReadingSetsTheModeThoughTheFileCouldNotBeOpenedAndWritingDoe
     Put("zqscn.opt", std::string("\x03\x00\x01", 3), 0400);
     EXPECT_EQ(AsOwner(m_folder,
                       [] {
-                          return WriteScanOptionsFile({4, 4}) == FileOutcome::kNotOpened ? 0 : 1;
+                          return common::WriteScanOptionsFile({4, 4}) ==
+                                         common::FileOutcome::kNotOpened
+                                     ? 0
+                                     : 1;
                       }),
               0);
     EXPECT_EQ(Mode("zqscn.opt"), 0400);
     EXPECT_EQ(AsOwner(m_folder,
                       [] {
                           tagSCNOPTS options{};
-                          return ReadScanOptionsFile(options) == FileOutcome::kNotOpened ? 0 : 1;
+                          return common::ReadScanOptionsFile(options) ==
+                                         common::FileOutcome::kNotOpened
+                                     ? 0
+                                     : 1;
                       }),
               0);
     EXPECT_EQ(Mode("zqscn.opt"), 0666);
@@ -244,7 +250,7 @@ TEST_F(OptionFiles, ReadingSetsTheModeThoughTheFileCouldNotBeOpenedAndWritingDoe
 TEST_F(OptionFiles, ReadingStartsFromZero) {
     Put("zqscn.opt", "\x03");
     tagSCNOPTS options{9, 0xFF};
-    EXPECT_EQ(ReadScanOptionsFile(options), FileOutcome::kDone);
+    EXPECT_EQ(common::ReadScanOptionsFile(options), common::FileOutcome::kDone);
     EXPECT_EQ(options.action, 3);
     EXPECT_EQ(options.flags, 0);
     EXPECT_EQ(Mode("zqscn.opt"), 0666);
@@ -252,14 +258,14 @@ TEST_F(OptionFiles, ReadingStartsFromZero) {
 
 TEST_F(OptionFiles, ReadingAndWritingNeverMakeTheFile) {
     tagSCNOPTS options{9, 0xFF};
-    EXPECT_EQ(ReadScanOptionsFile(options), FileOutcome::kNotOpened);
-    EXPECT_EQ(WriteScanOptionsFile(options), FileOutcome::kNotOpened);
+    EXPECT_EQ(common::ReadScanOptionsFile(options), common::FileOutcome::kNotOpened);
+    EXPECT_EQ(common::WriteScanOptionsFile(options), common::FileOutcome::kNotOpened);
     EXPECT_FALSE(fs::exists(m_folder / "zqscn.opt"));
 }
 
 TEST_F(OptionFiles, WritingChangesThreeBytes) {
     Put("zqscn.opt", "abcdef");
-    EXPECT_EQ(WriteScanOptionsFile({3, 13}), FileOutcome::kDone);
+    EXPECT_EQ(common::WriteScanOptionsFile({3, 13}), common::FileOutcome::kDone);
     EXPECT_EQ(Get("zqscn.opt"), std::string("\x03\x00\x0D"
                                             "def",
                                             6));
@@ -267,7 +273,7 @@ TEST_F(OptionFiles, WritingChangesThreeBytes) {
 }
 
 TEST_F(OptionFiles, MissingUpdateOptionsAreMadeWithTheStartUpDefault) {
-    const tagUpdtOpts options = LoadUpdateOptionsAtStart();
+    const tagUpdtOpts options = update::LoadUpdateOptionsAtStart();
     EXPECT_EQ(options.flags, 9U);
     EXPECT_EQ(options.reserved, 1U);
     EXPECT_EQ(Get("zqupdate.opt"), std::string("\x09\0\0\0\x01\0\0\0", 8) + std::string(512, '\0'));
@@ -276,10 +282,10 @@ TEST_F(OptionFiles, MissingUpdateOptionsAreMadeWithTheStartUpDefault) {
 
 TEST_F(OptionFiles, ShortUpdateOptionsAreFilledWithZeros) {
     Put("zqupdate.opt", std::string("\x04\0\0\0\x01\0\0\0/mirror", 15));
-    const tagUpdtOpts options = LoadUpdateOptionsAtStart();
+    const tagUpdtOpts options = update::LoadUpdateOptionsAtStart();
     EXPECT_EQ(options.flags, 4U);
-    EXPECT_EQ(FieldText(options.path), "/mirror");
-    EXPECT_EQ(FieldText(options.backupFolder), "");
+    EXPECT_EQ(common::FieldText(options.path), "/mirror");
+    EXPECT_EQ(common::FieldText(options.backupFolder), "");
     EXPECT_EQ(Mode("zqupdate.opt"), 0666);
     EXPECT_EQ(Get("zqupdate.opt").size(), 15U);
 }
@@ -287,19 +293,19 @@ TEST_F(OptionFiles, ShortUpdateOptionsAreFilledWithZeros) {
 TEST_F(OptionFiles, SharedFileIsMadePrivate) {
     const std::string path = m_folder / "made";
     const mode_t before = umask(0);
-    const FileDescriptor file = CreateOptionFile(path.c_str());
+    const common::FileDescriptor file = common::CreateOptionFile(path.c_str());
     umask(before);
     EXPECT_TRUE(file.IsOpen());
     EXPECT_EQ(Mode("made"), 0600);
-    EXPECT_FALSE(CreateOptionFile(path.c_str()).IsOpen());
+    EXPECT_FALSE(common::CreateOptionFile(path.c_str()).IsOpen());
     EXPECT_NE(fcntl(file.Get(), F_GETFD) & FD_CLOEXEC, 0);
 }
 
 TEST_F(OptionFiles, ALinkThatLeadsNowhereIsNoFileAndBecomesNone) {
     fs::create_symlink("nowhere", m_folder / "link");
     const std::string path = m_folder / "link";
-    EXPECT_FALSE(OpenOptionFile(path.c_str()).IsOpen());
-    EXPECT_FALSE(CreateOptionFile(path.c_str()).IsOpen());
+    EXPECT_FALSE(common::OpenOptionFile(path.c_str()).IsOpen());
+    EXPECT_FALSE(common::CreateOptionFile(path.c_str()).IsOpen());
     EXPECT_TRUE(fs::is_symlink(path));
     EXPECT_FALSE(fs::exists(m_folder / "nowhere"));
 }
@@ -349,7 +355,7 @@ TEST_F(OptionFiles, TemporaryDirectoryIsMade) {
 TEST_F(OptionFiles, ScanLogNameKeepsItsDoubledSlash) {
     OpenScanLog();
     EXPECT_STREQ(g_szLogFile, "/tmp//zqscanfile");
-    CopyToField(g_szLogFile, "");
+    common::CopyToField(g_szLogFile, "");
 }
 
 }  // namespace

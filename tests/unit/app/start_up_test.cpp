@@ -37,7 +37,8 @@ public:
     explicit KeptErrors(const StagedProgram& program)
         : m_path(program.Scratch() / "errors"),
           m_before(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
-        const FileDescriptor kept(open(m_path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+        const common::FileDescriptor kept(
+            open(m_path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
         dup2(kept.Get(), STDERR_FILENO);
     }
     ~KeptErrors() { dup2(m_before.Get(), STDERR_FILENO); }
@@ -48,7 +49,7 @@ public:
 
 private:
     fs::path m_path;
-    FileDescriptor m_before;
+    common::FileDescriptor m_before;
 };
 
 std::string PathWith(const fs::path& folder) {
@@ -270,7 +271,7 @@ TEST_F(StartUp, TemporaryDirectoryCannotBeMade) {
     program.InstallOnAccessService();
     fs::create_directory(program.Directory() / "reports");
     {
-        const FileDescriptor lock(open(kLock, O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
+        const common::FileDescriptor lock(open(kLock, O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
         fchmod(lock.Get(), 0666);
     }
     const int modeBefore = ModeOf("/tmp");

@@ -28,7 +28,7 @@ protected:
     }
 
     ScratchFolder m_scratch;
-    FileDescriptor m_folder;
+    common::FileDescriptor m_folder;
     DirectoryReader m_reader;
 };
 
@@ -59,7 +59,7 @@ TEST_F(Directory, ReadsNothingFromWhatIsNotAnOpenDirectory) {
     EXPECT_FALSE(m_reader.Next()) << "never started";
     m_reader.Start(-1, Want::kAll);
     EXPECT_FALSE(m_reader.Next());
-    const FileDescriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const common::FileDescriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     m_reader.Start(file.Get(), Want::kAll);
     EXPECT_FALSE(m_reader.Next());
 }
@@ -71,7 +71,7 @@ TEST_F(Directory, AStartForgetsWhatWasReadBefore) {
     m_reader.Start(m_folder.Get(), Want::kAll);
     ASSERT_TRUE(m_reader.Next());
     ASSERT_TRUE(m_reader.NextAhead());
-    const FileDescriptor empty(
+    const common::FileDescriptor empty(
         ::open((m_scratch / "empty").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     m_reader.Start(empty.Get(), Want::kAll);
     EXPECT_EQ(m_reader.AheadCount(), 0U);

@@ -193,7 +193,7 @@ TEST(GetTheComputerName, FitsItsRoom) {
     const int result = OnMachine(longest, "domain", [&] {
         Units out = Fresh();
         return GetTheComputerName(out.data()) == 1 && Text(out) == longest &&
-                       out[kComputerNameSize] == kUntouched
+                       out[common::kComputerNameSize] == kUntouched
                    ? 0
                    : 1;
     });

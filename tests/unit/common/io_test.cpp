@@ -19,16 +19,16 @@ bool IsOpenDescriptor(int fd) {
     return ::fcntl(fd, F_GETFD) >= 0;
 }
 
-std::pair<FileDescriptor, FileDescriptor> Pipe() {
+std::pair<common::FileDescriptor, common::FileDescriptor> Pipe() {
     int ends[2] = {-1, -1};
     EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+    return {common::FileDescriptor(ends[0]), common::FileDescriptor(ends[1])};
 }
 
 TEST(FileDescriptor, ClosesWhatItOwns) {
     int fd = -1;
     {
-        const FileDescriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+        const common::FileDescriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
         fd = file.Get();
         EXPECT_TRUE(file.IsOpen());
         EXPECT_TRUE(IsOpenDescriptor(fd));
@@ -37,11 +37,11 @@ TEST(FileDescriptor, ClosesWhatItOwns) {
 }
 
 TEST(FileDescriptor, MovesItsOwnership) {
-    FileDescriptor first(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    common::FileDescriptor first(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     const int fd = first.Get();
-    FileDescriptor second(std::move(first));
+    common::FileDescriptor second(std::move(first));
     EXPECT_EQ(second.Get(), fd);
-    FileDescriptor third(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    common::FileDescriptor third(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     const int replaced = third.Get();
     third = std::move(second);
     EXPECT_EQ(third.Get(), fd);
@@ -50,7 +50,7 @@ TEST(FileDescriptor, MovesItsOwnership) {
 }
 
 TEST(FileDescriptor, GivesAwayAndResets) {
-    FileDescriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    common::FileDescriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     const int fd = file.Release();
     EXPECT_FALSE(file);
     EXPECT_EQ(file.Get(), -1);
@@ -70,12 +70,12 @@ TEST(WriteAll, WritesMoreThanOneWriteTakes) {
     std::thread reader([&received, &source = reading] {
         std::array<std::byte, 4096> block{};
         std::ptrdiff_t got = 0;
-        while ((got = ReadFull(source.Get(), block)) > 0) {
+        while ((got = common::ReadFull(source.Get(), block)) > 0) {
             received.append(reinterpret_cast<const char*>(block.data()),
                             static_cast<std::size_t>(got));
         }
     });
-    EXPECT_TRUE(WriteAll(writing.Get(), sent));
+    EXPECT_TRUE(common::WriteAll(writing.Get(), sent));
     writing.Reset();
     reader.join();
     EXPECT_EQ(received, sent);
@@ -90,7 +90,7 @@ TEST(WriteAll, GoesOnAfterASignal) {
     std::atomic<bool> done{false};
     bool written = false;
     std::thread writer([&, &target = writing] {
-        written = WriteAll(target.Get(), std::string(200'000, 'w'));
+        written = common::WriteAll(target.Get(), std::string(200'000, 'w'));
         done = true;
         target.Reset();
     });
@@ -100,7 +100,8 @@ TEST(WriteAll, GoesOnAfterASignal) {
     }
     EXPECT_FALSE(done);  // the pipe is full and nobody has read yet
     std::string received(300'000, '\0');
-    const std::ptrdiff_t got = ReadFull(reading.Get(), std::as_writable_bytes(std::span(received)));
+    const std::ptrdiff_t got =
+        common::ReadFull(reading.Get(), std::as_writable_bytes(std::span(received)));
     writer.join();
     ::sigaction(SIGUSR1, &before, nullptr);
     EXPECT_TRUE(written);
@@ -108,50 +109,50 @@ TEST(WriteAll, GoesOnAfterASignal) {
 }
 
 TEST(WriteAll, TellsWhenItCannot) {
-    EXPECT_FALSE(WriteAll(-1, "text"));
+    EXPECT_FALSE(common::WriteAll(-1, "text"));
     EXPECT_EQ(errno, EBADF);
-    const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
-    EXPECT_FALSE(WriteAll(full.Get(), "text"));
+    const common::FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    EXPECT_FALSE(common::WriteAll(full.Get(), "text"));
     EXPECT_EQ(errno, ENOSPC);
-    EXPECT_TRUE(WriteAll(full.Get(), ""));
+    EXPECT_TRUE(common::WriteAll(full.Get(), ""));
 }
 
 TEST(ReadFull, ReadsUpToTheEnd) {
     const ScratchFolder scratch;
     WriteFile(scratch / "file", "abcdef");
-    const FileDescriptor file(::open((scratch / "file").c_str(), O_RDONLY | O_CLOEXEC));
+    const common::FileDescriptor file(::open((scratch / "file").c_str(), O_RDONLY | O_CLOEXEC));
     std::array<std::byte, 4> block{};
-    EXPECT_EQ(ReadFull(file.Get(), block), 4);
+    EXPECT_EQ(common::ReadFull(file.Get(), block), 4);
     EXPECT_EQ(block[3], std::byte{'d'});
-    EXPECT_EQ(ReadFull(file.Get(), block), 2);
+    EXPECT_EQ(common::ReadFull(file.Get(), block), 2);
     EXPECT_EQ(block[1], std::byte{'f'});
-    EXPECT_EQ(ReadFull(file.Get(), block), 0);
+    EXPECT_EQ(common::ReadFull(file.Get(), block), 0);
 }
 
 TEST(ReadFull, CollectsWhatComesInPieces) {
     auto [reading, writing] = Pipe();
     std::thread writer([&target = writing] {
         for (int piece = 0; piece < 10; ++piece) {
-            WriteAll(target.Get(), "0123456789");
+            common::WriteAll(target.Get(), "0123456789");
         }
         target.Reset();
     });
     std::array<std::byte, 95> block{};
-    EXPECT_EQ(ReadFull(reading.Get(), block), 95);
+    EXPECT_EQ(common::ReadFull(reading.Get(), block), 95);
     writer.join();
-    EXPECT_EQ(ReadFull(reading.Get(), block), 5);
+    EXPECT_EQ(common::ReadFull(reading.Get(), block), 5);
 }
 
 TEST(ReadFull, FailsOnWhatCannotBeRead) {
     std::array<std::byte, 4> block{};
-    EXPECT_EQ(ReadFull(-1, block), -1);
+    EXPECT_EQ(common::ReadFull(-1, block), -1);
 }
 
 TEST(BytesOf, AreTheRecordsOwn) {
     std::uint32_t value = 0;
-    BytesOf(value)[0] = std::byte{0x2A};
+    common::BytesOf(value)[0] = std::byte{0x2A};
     EXPECT_EQ(value, 42U);
-    EXPECT_EQ(BytesOf(std::as_const(value)).size(), 4U);
+    EXPECT_EQ(common::BytesOf(std::as_const(value)).size(), 4U);
 }
 
 }  // namespace

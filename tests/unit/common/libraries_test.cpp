@@ -69,7 +69,7 @@ TEST_F(Libraries, LoadsLooksUpAndFrees) {
 
 TEST_F(Libraries, AnOwnerFreesItsLibrary) {
     {
-        const LibraryHandle library(ZQLoadLibrary((m_product + "good.so").c_str()));
+        const common::LibraryHandle library(ZQLoadLibrary((m_product + "good.so").c_str()));
         EXPECT_TRUE(IsLoaded(m_product + "good.so"));
     }
     EXPECT_FALSE(IsLoaded(m_product + "good.so"));

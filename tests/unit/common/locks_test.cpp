@@ -73,7 +73,7 @@ TEST_F(NamedLock, ARefusedProcessHoldsNoDescriptor) {
 TEST_F(NamedLock, ASecondCallOverwritesTheDescriptor) {
     const std::string other = m_scratch / "other.lck";
     ASSERT_TRUE(Get_Lock(m_path.c_str()));
-    const FileDescriptor first(g_fdlock);
+    const common::FileDescriptor first(g_fdlock);
     ASSERT_TRUE(Get_Lock(other.c_str()));
     EXPECT_NE(g_fdlock, first.Get());
     // The first lock is still held.
@@ -83,7 +83,7 @@ TEST_F(NamedLock, ASecondCallOverwritesTheDescriptor) {
 TEST_F(NamedLock, LocksTheFirstByteOnly) {
     ASSERT_TRUE(Get_Lock(m_path.c_str()));
     EXPECT_EQ(InChild([this] {
-                  const FileDescriptor file(::open(m_path.c_str(), O_WRONLY | O_CLOEXEC));
+                  const common::FileDescriptor file(::open(m_path.c_str(), O_WRONLY | O_CLOEXEC));
                   struct flock lock {};
                   lock.l_type = F_WRLCK;
                   lock.l_whence = SEEK_SET;
@@ -151,7 +151,7 @@ TEST_F(NamedLock, ReleaseSetsTheModeOfTheFileThatIsLocked) {
     ASSERT_EQ(::rename(m_path.c_str(), (m_scratch / "away").c_str()), 0);
     WriteFile(m_path, "somebody's");
     ASSERT_EQ(::chmod(m_path.c_str(), 0600), 0);
-    const FileDescriptor somebodys(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
+    const common::FileDescriptor somebodys(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
     Release_Lock(m_path.c_str());
     EXPECT_EQ(ModeOf(m_scratch / "away"), 0666U);
     struct stat status {};
@@ -163,7 +163,7 @@ TEST_F(NamedLock, ReleaseSetsTheModeOfTheFileThatIsLocked) {
 TEST_F(NamedLock, ReleaseSetsTheModeOfAFileThatIsNotLocked) {
     WriteFile(m_path, "");
     ASSERT_EQ(::chmod(m_path.c_str(), 0600), 0);
-    const FileDescriptor open(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
+    const common::FileDescriptor open(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
     Release_Lock(m_path.c_str());
     struct stat status {};
     ASSERT_EQ(::fstat(open.Get(), &status), 0);
@@ -194,7 +194,7 @@ TEST_F(NamedLock, TwoNeverHoldItAtOnceWhileItsFileComesAndGoes) {
                 if (!Get_Lock(m_path.c_str())) {
                     continue;
                 }
-                const FileDescriptor alone(
+                const common::FileDescriptor alone(
                     ::open(marker.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
                 if (!alone) {
                     return 1;
@@ -320,12 +320,12 @@ bool WaitsForLock(pid_t process) {
 
 class HandleLock : public testing::Test {
 protected:
-    [[nodiscard]] FileDescriptor Open() const {
-        return FileDescriptor(::open(m_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    [[nodiscard]] common::FileDescriptor Open() const {
+        return common::FileDescriptor(::open(m_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     }
     [[nodiscard]] bool IsLockedAt(off_t offset) const {
         return InChild([&] {
-                   const FileDescriptor file = Open();
+                   const common::FileDescriptor file = Open();
                    struct flock lock {};
                    lock.l_type = F_WRLCK;
                    lock.l_whence = SEEK_SET;
@@ -340,8 +340,8 @@ protected:
 };
 
 TEST_F(HandleLock, CoversTheWholeFileAndWhatIsAddedLater) {
-    const FileDescriptor file = Open();
-    ASSERT_TRUE(WriteAll(file.Get(), "0123456789"));
+    const common::FileDescriptor file = Open();
+    ASSERT_TRUE(common::WriteAll(file.Get(), "0123456789"));
     ASSERT_EQ(LockFileHandle(file.Get()),
               0);  // the position is at 10: the lock is not from there on
     EXPECT_TRUE(IsLockedAt(0));
@@ -355,17 +355,17 @@ TEST_F(HandleLock, CoversTheWholeFileAndWhatIsAddedLater) {
 }
 
 TEST_F(HandleLock, WaitsUntilTheFileIsFree) {
-    const FileDescriptor file = Open();
+    const common::FileDescriptor file = Open();
     ASSERT_EQ(LockFileHandle(file.Get()), 0);
     const pid_t other = StartChild([this] {
-        const FileDescriptor mine = Open();
+        const common::FileDescriptor mine = Open();
         if (LockFileHandle(mine.Get()) != 0) {
             return 1;
         }
         return ReadFile(m_path) == "done" ? 0 : 2;
     });
     EXPECT_TRUE(WaitUntil([other] { return WaitsForLock(other); }));
-    EXPECT_TRUE(WriteAll(file.Get(), "done"));
+    EXPECT_TRUE(common::WriteAll(file.Get(), "done"));
     EXPECT_EQ(UnlockFileHandle(file.Get()), 0);
     EXPECT_EQ(JoinChild(other), 0);
 }
@@ -376,7 +376,7 @@ TEST_F(HandleLock, RefusesDescriptorsBelowOne) {
     // Standard input is refused though it could be locked here.
     EXPECT_EQ(InChild([this] {
                   ::close(0);
-                  const FileDescriptor standardInput = Open();
+                  const common::FileDescriptor standardInput = Open();
                   if (standardInput.Get() != 0) {
                       return 1;
                   }
@@ -389,7 +389,7 @@ TEST_F(HandleLock, FailsForWhatCannotBeLocked) {
     EXPECT_EQ(LockFileHandle(9999), -1);
     EXPECT_EQ(UnlockFileHandle(9999), -1);
     WriteFile(m_path, "");
-    const FileDescriptor readOnly(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
+    const common::FileDescriptor readOnly(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
     EXPECT_EQ(LockFileHandle(readOnly.Get()), -1);
 }
 

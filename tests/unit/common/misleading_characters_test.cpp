@@ -12,7 +12,7 @@ struct Range {
 
 void ExpectAll(const Range& range, bool expected) {
     for (std::uint32_t c = range.first; c <= range.last; ++c) {
-        EXPECT_EQ(IsMisleading(static_cast<char32_t>(c)), expected) << std::hex << c;
+        EXPECT_EQ(common::IsMisleading(static_cast<char32_t>(c)), expected) << std::hex << c;
     }
 }
 

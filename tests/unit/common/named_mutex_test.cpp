@@ -61,7 +61,7 @@ TEST_F(NamedMutex, TouchesNoQueueForWhatIsNoName) {
          {"0", "00", "-1", "-77011", "", " ", "name", "12abc", "abc12", " 12", "12 ", "+12", "1.5",
           "0x10", "2147483648", "4294967297", "99999999999999999999999999", tooLong.c_str()}) {
         EXPECT_EQ(GetMutexOwnerShip(name, &m_mutex, 10), 0) << name;
-        EXPECT_FALSE(FindNamedMutex(name)) << name;
+        EXPECT_FALSE(common::FindNamedMutex(name)) << name;
     }
     EXPECT_LT(Since(start), milliseconds(900));
     EXPECT_EQ(CountQueues(), before);
@@ -74,7 +74,7 @@ TEST_F(NamedMutex, FailsForNullPointers) {
     EXPECT_EQ(GetMutexOwnerShip(kName, nullptr, 10), 0);
     EXPECT_EQ(QueueOf(kKey), -1);
     EXPECT_EQ(ReleaseMutexOwnerShip(nullptr), 0);
-    EXPECT_FALSE(FindNamedMutex(nullptr));
+    EXPECT_FALSE(common::FindNamedMutex(nullptr));
 }
 
 TEST_F(NamedMutex, CannotBeReleasedWithoutItsQueue) {
@@ -97,24 +97,24 @@ TEST_F(NamedMutex, AKilledOwnersQueueBlocksUntilItIsRemoved) {
     ASSERT_EQ(JoinChild(child), -1);
     EXPECT_EQ(GetMutexOwnerShip(kName, &m_mutex, 1), 0);
 
-    const std::optional<NamedMutexState> left = FindNamedMutex(kName);
+    const std::optional<common::NamedMutexState> left = common::FindNamedMutex(kName);
     ASSERT_TRUE(left);
-    EXPECT_TRUE(RemoveNamedMutex(*left));
+    EXPECT_TRUE(common::RemoveNamedMutex(*left));
     EXPECT_EQ(GetMutexOwnerShip(kName, &m_mutex, 0), 1);
 }
 
 TEST_F(NamedMutex, IsFoundWhileItIsHeld) {
-    EXPECT_FALSE(FindNamedMutex(kName));
+    EXPECT_FALSE(common::FindNamedMutex(kName));
     const std::time_t before = std::time(nullptr);
     ASSERT_EQ(GetMutexOwnerShip(kName, &m_mutex, 0), 1);
-    const std::optional<NamedMutexState> state = FindNamedMutex(kName);
+    const std::optional<common::NamedMutexState> state = common::FindNamedMutex(kName);
     ASSERT_TRUE(state);
     EXPECT_EQ(state->queueId, m_mutex.queueId);
     EXPECT_EQ(state->owner, ::geteuid());
     EXPECT_GE(state->made, before);
     EXPECT_LE(state->made, std::time(nullptr));
     ASSERT_EQ(ReleaseMutexOwnerShip(&m_mutex), 1);
-    EXPECT_FALSE(FindNamedMutex(kName));
+    EXPECT_FALSE(common::FindNamedMutex(kName));
 }
 
 TEST_F(NamedMutex, SomebodyElsesIsFoundButNotRemoved) {
@@ -131,14 +131,14 @@ TEST_F(NamedMutex, SomebodyElsesIsFoundButNotRemoved) {
         if (::setgid(65'534) != 0 || ::setuid(65'534) != 0) {
             return 9;
         }
-        const std::optional<NamedMutexState> state = FindNamedMutex(kName);
+        const std::optional<common::NamedMutexState> state = common::FindNamedMutex(kName);
         if (!state || state->queueId != m_mutex.queueId) {
             return 1;
         }
         if (state->owner != 0 || state->made < before || state->made > std::time(nullptr)) {
             return 2;
         }
-        return !RemoveNamedMutex(*state) && errno == EACCES ? 0 : 3;
+        return !common::RemoveNamedMutex(*state) && errno == EACCES ? 0 : 3;
     });
     EXPECT_EQ(result, 0);
     EXPECT_EQ(QueueOf(kKey), m_mutex.queueId);
@@ -150,10 +150,10 @@ TEST_F(NamedMutex, SomebodyElsesIsFoundButNotRemoved) {
                                                                                              : 1;
               }),
               0);
-    const std::optional<NamedMutexState> state = FindNamedMutex(kName);
+    const std::optional<common::NamedMutexState> state = common::FindNamedMutex(kName);
     ASSERT_TRUE(state);
     EXPECT_EQ(state->owner, 65'534U);
-    EXPECT_TRUE(RemoveNamedMutex(*state));
+    EXPECT_TRUE(common::RemoveNamedMutex(*state));
     EXPECT_EQ(QueueOf(kKey), -1);
     ::msgctl(others[0], IPC_RMID, nullptr);
     ::msgctl(others[2], IPC_RMID, nullptr);
@@ -161,21 +161,21 @@ TEST_F(NamedMutex, SomebodyElsesIsFoundButNotRemoved) {
 
 TEST_F(NamedMutex, OneMadeAnewIsLeftAlone) {
     Block();
-    const std::optional<NamedMutexState> old = FindNamedMutex(kName);
+    const std::optional<common::NamedMutexState> old = common::FindNamedMutex(kName);
     ASSERT_TRUE(old);
     RemoveQueue();
-    EXPECT_FALSE(RemoveNamedMutex(*old));
+    EXPECT_FALSE(common::RemoveNamedMutex(*old));
     EXPECT_TRUE(errno == EIDRM || errno == EINVAL) << std::strerror(errno);
 
     Block();
-    EXPECT_FALSE(RemoveNamedMutex(*old));
+    EXPECT_FALSE(common::RemoveNamedMutex(*old));
     EXPECT_TRUE(errno == EIDRM || errno == EINVAL) << std::strerror(errno);
     EXPECT_GE(QueueOf(kKey), 0);
 
     // Even one that got the old one's number.
-    NamedMutexState sameNumber = *FindNamedMutex(kName);
+    common::NamedMutexState sameNumber = *common::FindNamedMutex(kName);
     --sameNumber.made;
-    EXPECT_FALSE(RemoveNamedMutex(sameNumber));
+    EXPECT_FALSE(common::RemoveNamedMutex(sameNumber));
     EXPECT_EQ(errno, EIDRM);
     EXPECT_GE(QueueOf(kKey), 0);
 }

@@ -159,7 +159,7 @@ TEST_F(NamedMutexWait, TheEndOfTheProcessEndsAWaitAtOnce) {
         const bool waits = WaitUntil(
             [&] { return waiterId != 0 && Sleeps("/proc/self/task/" + std::to_string(waiterId)); });
         const auto start = Clock::now();
-        EndMutexWaits();
+        common::EndMutexWaits();
         waiter.join();
         if (!waits || taken != 0) {
             return 1;
@@ -172,8 +172,8 @@ TEST_F(NamedMutexWait, TheEndOfTheProcessEndsAWaitAtOnce) {
 TEST_F(NamedMutexWait, AfterTheEndNobodyWaitsButWhatIsFreeCanBeTaken) {
     Block();
     const int result = InChild([this] {
-        EndMutexWaits();
-        EndMutexWaits();
+        common::EndMutexWaits();
+        common::EndMutexWaits();
         const auto start = Clock::now();
         if (GetMutexOwnerShip(kName, &m_mutex, 10) != 0 || Since(start) > milliseconds(900)) {
             return 1;

@@ -8,8 +8,10 @@ namespace {
 
 class PathList : public testing::Test {
 protected:
-    ~PathList() override { FreePathList(m_head, m_tail); }
-    bool Append(const std::string& path) { return AppendPath(m_head, m_tail, path.c_str()); }
+    ~PathList() override { common::FreePathList(m_head, m_tail); }
+    bool Append(const std::string& path) {
+        return common::AppendPath(m_head, m_tail, path.c_str());
+    }
 
     tagPathList* m_head = nullptr;
     tagPathList* m_tail = nullptr;
@@ -36,18 +38,18 @@ TEST_F(PathList, PassesOverWhatDoesNotFit) {
     const std::string longest(255, 'p');
     ASSERT_TRUE(Append(longest));
     EXPECT_FALSE(Append(longest + "p"));
-    EXPECT_FALSE(AppendPath(m_head, m_tail, nullptr));
+    EXPECT_FALSE(common::AppendPath(m_head, m_tail, nullptr));
     EXPECT_EQ(m_head->path, longest);
     EXPECT_EQ(m_head->next, nullptr);
     EXPECT_EQ(m_tail, m_head);
 }
 
 TEST_F(PathList, CopiesAreTheirOwn) {
-    EXPECT_EQ(CopyPathList(nullptr), nullptr);
+    EXPECT_EQ(common::CopyPathList(nullptr), nullptr);
     ASSERT_TRUE(Append("/one"));
     ASSERT_TRUE(Append("/two"));
     std::memset(m_tail->path, 'x', sizeof m_tail->path);  // all 256 bytes are copied
-    tagPathList* copy = CopyPathList(m_head);
+    tagPathList* copy = common::CopyPathList(m_head);
     tagPathList* const first = copy;
     EXPECT_NE(copy, m_head);
     EXPECT_STREQ(copy->path, "/one");
@@ -57,16 +59,16 @@ TEST_F(PathList, CopiesAreTheirOwn) {
     m_head->path[1] = 'X';
     EXPECT_STREQ(first->path, "/one");
     tagPathList* tail = nullptr;
-    FreePathList(copy, tail);
+    common::FreePathList(copy, tail);
 }
 
 TEST_F(PathList, FreeingLeavesAnEmptyList) {
     ASSERT_TRUE(Append("/one"));
     ASSERT_TRUE(Append("/two"));
-    FreePathList(m_head, m_tail);
+    common::FreePathList(m_head, m_tail);
     EXPECT_EQ(m_head, nullptr);
     EXPECT_EQ(m_tail, nullptr);
-    FreePathList(m_head, m_tail);
+    common::FreePathList(m_head, m_tail);
     ASSERT_TRUE(Append("/again"));
     EXPECT_STREQ(m_head->path, "/again");
 }

@@ -112,13 +112,13 @@ TEST(IsDirectory, FollowsLinks) {
 }
 
 TEST(Directories, NamesAreJoinedToThem) {
-    CopyToField(g_szAppPath, "/opt/program/");
+    common::CopyToField(g_szAppPath, "/opt/program/");
     EXPECT_EQ(common::InProgramDirectory("zqscn.opt"), "/opt/program/zqscn.opt");
     EXPECT_EQ(common::InProgramDirectory(""), "/opt/program/");
     std::fill(std::begin(g_szAppPath), std::end(g_szAppPath), 'a');
     EXPECT_EQ(common::InProgramDirectory("b"), std::string(256, 'a') + "b")
         << "no end in the field";
-    CopyToField(g_szAppPath, "");
+    common::CopyToField(g_szAppPath, "");
     EXPECT_EQ(common::InProductDirectory("opsitf.so"), "/usr/lib/Corvane/Corvane/opsitf.so");
 }
 

@@ -23,7 +23,7 @@ protected:
     /// 0, or why the file cannot be opened.
     [[nodiscard]] int WhyNot(Links links, int flags = O_RDONLY) const {
         errno = 0;
-        const FileDescriptor file = OpenRegularFile(m_path.c_str(), flags, links);
+        const common::FileDescriptor file = OpenRegularFile(m_path.c_str(), flags, links);
         return file ? 0 : errno;
     }
     void PutLink() const {
@@ -45,18 +45,18 @@ protected:
 TEST_F(RegularFile, IsOpenedWhateverTheLinksMayBe) {
     WriteFile(m_path, "text");
     for (const Links links : kAllPolicies) {
-        const FileDescriptor file = OpenRegularFile(m_path.c_str(), O_RDWR, links);
+        const common::FileDescriptor file = OpenRegularFile(m_path.c_str(), O_RDWR, links);
         ASSERT_TRUE(file);
         EXPECT_NE(::fcntl(file.Get(), F_GETFD) & FD_CLOEXEC, 0);
         char text[4];
-        ASSERT_EQ(ReadFull(file.Get(), std::as_writable_bytes(std::span(text))), 4);
+        ASSERT_EQ(common::ReadFull(file.Get(), std::as_writable_bytes(std::span(text))), 4);
         EXPECT_EQ(std::string(text, 4), "text");
     }
 }
 
 TEST_F(RegularFile, IsOpenedInAnOpenFolder) {
     WriteFile(m_path, "text");
-    const FileDescriptor folder(
+    const common::FileDescriptor folder(
         ::open(m_scratch.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     for (const Links links : kAllPolicies) {
         EXPECT_TRUE(common::OpenRegularFileAt(folder.Get(), "file", O_RDONLY, links));
@@ -77,8 +77,9 @@ TEST_F(RegularFile, IsOnlyEmptiedAndAppendedToWhenThatIsAsked) {
     WriteFile(m_path, "before");
     EXPECT_EQ(WhyNot(Links::kFollow, O_RDWR), 0);
     EXPECT_EQ(ReadFile(m_path), "before");
-    const FileDescriptor end = OpenRegularFile(m_path.c_str(), O_WRONLY | O_APPEND, Links::kFollow);
-    ASSERT_TRUE(WriteAll(end.Get(), ", after"));
+    const common::FileDescriptor end =
+        OpenRegularFile(m_path.c_str(), O_WRONLY | O_APPEND, Links::kFollow);
+    ASSERT_TRUE(common::WriteAll(end.Get(), ", after"));
     EXPECT_EQ(ReadFile(m_path), "before, after");
     EXPECT_EQ(WhyNot(Links::kFollow, O_WRONLY | O_TRUNC), 0);
     EXPECT_EQ(ReadFile(m_path), "");

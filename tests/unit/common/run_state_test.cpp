@@ -34,7 +34,7 @@ TEST(RunState, ResetZeroesTheSixCountersOnly) {
     g_uiSkipCnt = 5;
     g_uiIOErrCnt = 6;
     g_totalfilestoscan = 7;
-    ResetRunCounters();
+    common::ResetRunCounters();
     EXPECT_EQ(g_uiTotCnt, 0U);
     EXPECT_EQ(g_uiInfCnt, 0U);
     EXPECT_EQ(g_uiDeleCnt, 0U);
@@ -49,7 +49,7 @@ TEST(RunState, ResetZeroesWhatTellsDetectionsApart) {
     g_iCleanFileSeqCnt = -1;
     g_iCntLabViruses = 10;
     g_uiInfCnt = 2;
-    ResetDetectionCounters();
+    common::ResetDetectionCounters();
     EXPECT_EQ(g_iCleanFileSeqCnt, 0);
     EXPECT_EQ(g_iCntLabViruses, 0);
     EXPECT_EQ(g_uiInfCnt, 2U);

@@ -55,14 +55,14 @@ TEST_F(Services, RunTheWordOfEachOperation) {
 }
 
 TEST_F(Services, AreFoundByTheirNames) {
-    EXPECT_EQ(ServiceScript("testsvc"), "");
+    EXPECT_EQ(common::ServiceScript("testsvc"), "");
     Install("/etc/init.d/testsvc");
-    EXPECT_EQ(ServiceScript("testsvc"), "/etc/init.d/testsvc");
+    EXPECT_EQ(common::ServiceScript("testsvc"), "/etc/init.d/testsvc");
     std::filesystem::create_directories("/etc/init.d/rc.d");
     Install("/etc/init.d/rc.d/testsvc");
-    EXPECT_EQ(ServiceScript("testsvc"), "/etc/init.d/rc.d/testsvc");
+    EXPECT_EQ(common::ServiceScript("testsvc"), "/etc/init.d/rc.d/testsvc");
     for (const char* name : {"", ".", "..", "rc.d/testsvc", "../init.d/testsvc"}) {
-        EXPECT_EQ(ServiceScript(name), "") << name;
+        EXPECT_EQ(common::ServiceScript(name), "") << name;
     }
 }
 

@@ -14,8 +14,8 @@ namespace {
 
 class SharedFile : public testing::Test {
 protected:
-    [[nodiscard]] FileDescriptor Open(int flags = O_WRONLY) const {
-        return OpenSharedFile(m_path.c_str(), flags, 0600);
+    [[nodiscard]] common::FileDescriptor Open(int flags = O_WRONLY) const {
+        return common::OpenSharedFile(m_path.c_str(), flags, 0600);
     }
 
     ScratchFolder m_scratch;
@@ -29,7 +29,7 @@ TEST_F(SharedFile, CreatesWithTheMode) {
 
 TEST_F(SharedFile, CreatesForOtherUsersWhateverTheUmask) {
     const mode_t before = ::umask(077);
-    EXPECT_TRUE(OpenSharedFile(m_path.c_str(), O_RDWR, 0666));
+    EXPECT_TRUE(common::OpenSharedFile(m_path.c_str(), O_RDWR, 0666));
     ::umask(before);
     EXPECT_EQ(ModeOf(m_path), 0666U);
 }
@@ -44,13 +44,13 @@ TEST_F(SharedFile, KeepsWhatIsThere) {
 
 TEST_F(SharedFile, AppendsWhenAsked) {
     WriteFile(m_path, "before");
-    const FileDescriptor file = Open(O_WRONLY | O_APPEND);
-    ASSERT_TRUE(WriteAll(file.Get(), ", after"));
+    const common::FileDescriptor file = Open(O_WRONLY | O_APPEND);
+    ASSERT_TRUE(common::WriteAll(file.Get(), ", after"));
     EXPECT_EQ(ReadFile(m_path), "before, after");
 }
 
 TEST_F(SharedFile, IsNotInherited) {
-    const FileDescriptor file = Open();
+    const common::FileDescriptor file = Open();
     EXPECT_NE(::fcntl(file.Get(), F_GETFD) & FD_CLOEXEC, 0);
 }
 
@@ -87,8 +87,8 @@ TEST_F(SharedFile, RefusesAFolder) {
 }
 
 TEST_F(SharedFile, RefusesNoPath) {
-    EXPECT_FALSE(OpenSharedFile(nullptr, O_WRONLY, 0600));
-    EXPECT_FALSE(OpenSharedFile((m_scratch / "missing/file").c_str(), O_WRONLY, 0600));
+    EXPECT_FALSE(common::OpenSharedFile(nullptr, O_WRONLY, 0600));
+    EXPECT_FALSE(common::OpenSharedFile((m_scratch / "missing/file").c_str(), O_WRONLY, 0600));
     EXPECT_EQ(errno, ENOENT);
 }
 

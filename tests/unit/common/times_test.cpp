@@ -158,9 +158,9 @@ TEST_F(Times, TextsAreEnglish) {
     parts.tm_hour = 15;
     parts.tm_min = 4;
     parts.tm_sec = 5;
-    EXPECT_EQ(FormatTime("%d %B, %Y", parts), "03 May, 2026");
-    EXPECT_EQ(FormatTime("%d %b, %Y, %r", parts), "03 May, 2026, 03:04:05 PM");
-    EXPECT_EQ(FormatTime(std::string(2000, 'x').c_str(), parts), "");
+    EXPECT_EQ(common::FormatTime("%d %B, %Y", parts), "03 May, 2026");
+    EXPECT_EQ(common::FormatTime("%d %b, %Y, %r", parts), "03 May, 2026, 03:04:05 PM");
+    EXPECT_EQ(common::FormatTime(std::string(2000, 'x').c_str(), parts), "");
 }
 
 }  // namespace

@@ -23,7 +23,8 @@ TEST(Utf8, TheFirstByteAnnouncesTheLength) {
     for (const Range& range : kRanges) {
         ASSERT_EQ(range.first, expected);
         for (; expected <= range.last; ++expected) {
-            EXPECT_EQ(AnnouncedUtf8Length(static_cast<unsigned char>(expected)), range.length)
+            EXPECT_EQ(common::AnnouncedUtf8Length(static_cast<unsigned char>(expected)),
+                      range.length)
                 << expected;
         }
     }
@@ -31,7 +32,7 @@ TEST(Utf8, TheFirstByteAnnouncesTheLength) {
 }
 
 void ExpectDecoded(std::string_view text, char32_t character, std::size_t length) {
-    const DecodedCharacter decoded = DecodeUtf8(text);
+    const common::DecodedCharacter decoded = common::DecodeUtf8(text);
     EXPECT_TRUE(decoded.isWellFormed) << text;
     EXPECT_EQ(static_cast<unsigned long>(decoded.character), static_cast<unsigned long>(character));
     EXPECT_EQ(decoded.length, length);
@@ -55,7 +56,7 @@ TEST(Utf8, WhatIsNotWellFormedIsOneByte) {
          {"\x80", "\xBF", "\xC0\xAF", "\xC1\xBF", "\xC2", "\xC2(", "\xE2\x82", "\xE2\x82(",
           "\xE0\x9F\xBF", "\xED\xA0\x80", "\xED\xBF\xBF", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80",
           "\xF0\x90\x80", "\xF5\x80\x80\x80", "\xFF"}) {
-        const DecodedCharacter decoded = DecodeUtf8(text);
+        const common::DecodedCharacter decoded = common::DecodeUtf8(text);
         EXPECT_FALSE(decoded.isWellFormed) << testing::PrintToString(text);
         EXPECT_EQ(static_cast<unsigned long>(decoded.character),
                   static_cast<unsigned char>(text.front()));

@@ -29,8 +29,8 @@ inline tagZQFILEINFO Message(int code, const std::string& file = kFile,
                              const std::string& virus = kVirus) {
     tagZQFILEINFO info{};
     info.code = static_cast<std::int16_t>(code);
-    CopyToUnterminatedField(info.fileName, file);
-    CopyToUnterminatedField(info.virusName, virus);
+    common::CopyToUnterminatedField(info.fileName, file);
+    common::CopyToUnterminatedField(info.virusName, virus);
     info.detectionClass = 1;
     info.detectionSubClass = 2;
     return info;
@@ -55,7 +55,7 @@ protected:
         g_scnopts = {kActionReportOnly, 0};
         g_myScnopts = {};
         Scanner::m_ScanOptns = {};
-        ResetRunCounters();
+        common::ResetRunCounters();
         logRecords.clear();
     }
     void TearDown() override { SetUp(); }
@@ -72,7 +72,7 @@ protected:
         g_scnopts.action = kActionReportOnly;
         Reply(code);
         m_dialog.m_received.clear();
-        ResetRunCounters();
+        common::ResetRunCounters();
     }
 
     static void SetAnswers(int action, int choice, int all) {
@@ -90,7 +90,7 @@ protected:
                     check(action, choice, all);
                     m_dialog.m_received.clear();
                     logRecords.clear();
-                    ResetRunCounters();
+                    common::ResetRunCounters();
                 }
             }
         }

@@ -38,7 +38,7 @@ TEST(EngineCallbackMemory, AFileWhoseDetectionCannotBeShownIsLeftAlone) {
 
 TEST(EngineCallbackMemory, OtherMessagesLetTheEngineGoOn) {
     RecordingDialog dialog;
-    ResetRunCounters();
+    common::ResetRunCounters();
     g_scnopts.action = kActionDelete;
     for (const int code : {1002, 1003, 1004, 1005, 3001, 3002, 3003, 3004, 3006, 4711}) {
         EXPECT_EQ(ReplyWithoutMemory(dialog, code), 2005) << code;

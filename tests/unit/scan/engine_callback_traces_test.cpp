@@ -50,12 +50,12 @@ TEST_F(EngineCallback, UnterminatedNamesGoIntoTheVirusLogWholeAndNoFurther) {
 }
 
 TEST_F(EngineCallback, VirusLogTextsByMessage) {
-    EXPECT_STREQ(VirusLogText(3001), "File is Repaired");
-    EXPECT_STREQ(VirusLogText(3003), "File is Deleted");
-    EXPECT_STREQ(VirusLogText(3004), "File is skipped");
-    EXPECT_STREQ(VirusLogText(3006), "File is Marked for deletion");
+    EXPECT_STREQ(scan::VirusLogText(3001), "File is Repaired");
+    EXPECT_STREQ(scan::VirusLogText(3003), "File is Deleted");
+    EXPECT_STREQ(scan::VirusLogText(3004), "File is skipped");
+    EXPECT_STREQ(scan::VirusLogText(3006), "File is Marked for deletion");
     for (const int code : {0, 1001, 1002, 1003, 1004, 1005, 1007, 3000, 3002, 3005, 3007}) {
-        EXPECT_EQ(VirusLogText(static_cast<std::int16_t>(code)), nullptr) << code;
+        EXPECT_EQ(scan::VirusLogText(static_cast<std::int16_t>(code)), nullptr) << code;
     }
 }
 

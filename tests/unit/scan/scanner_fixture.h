@@ -68,7 +68,8 @@ protected:
 
     void Use(const std::string& variant) {
         m_directory = FakeEngine::Variant(variant);
-        ASSERT_TRUE(CopyToField(g_szAppPath, m_directory)) << "the build folder's path is too long";
+        ASSERT_TRUE(common::CopyToField(g_szAppPath, m_directory))
+            << "the build folder's path is too long";
         ASSERT_TRUE(std::filesystem::exists(Library())) << Library();
     }
     [[nodiscard]] std::string Library() const { return m_directory + "scanapi.so"; }

@@ -34,7 +34,7 @@ protected:
         }
         std::filesystem::remove(kLog);
         std::filesystem::create_directory("/tmp/corvane-app");
-        ASSERT_TRUE(CopyToField(g_szAppPath, "/tmp/corvane-app/"));
+        ASSERT_TRUE(common::CopyToField(g_szAppPath, "/tmp/corvane-app/"));
     }
     void TearDown() override {
         if (std::getenv("CORVANE_SANDBOX") != nullptr) {

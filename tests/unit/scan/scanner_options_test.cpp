@@ -105,7 +105,7 @@ TEST_F(ScannerTest, ADirectoryTooLongForItsFieldIsRefusedNotCut) {
         std::filesystem::copy_file(FakeEngine::Variant("good") + "scanapi.so",
                                    directory + "scanapi.so");
         m_directory = directory;
-        ASSERT_TRUE(CopyToField(g_szAppPath, directory));
+        ASSERT_TRUE(common::CopyToField(g_szAppPath, directory));
         EXPECT_EQ(Init(1, 11), result) << length;
         if (result == 1) {
             EXPECT_EQ(m_engine.Calls("ZqInitScan ").back(),

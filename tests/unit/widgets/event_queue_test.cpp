@@ -28,8 +28,8 @@ TEST(ZqEvent, CarriesAnOwnedTextOrARecord) {
     info.code = 1001;
     info.detectionClass = 4;
     info.detectionSubClass = 39;
-    CopyToField(info.fileName, "/f");
-    CopyToField(info.virusName, "V");
+    common::CopyToField(info.fileName, "/f");
+    common::CopyToField(info.virusName, "V");
     const ZqEvent withRecord(1102, &info);
     info = {};
     EXPECT_EQ(withRecord.Text(), nullptr);

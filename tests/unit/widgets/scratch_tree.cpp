@@ -77,7 +77,7 @@ void ScratchTree::Socket(const std::string& name) const {
     const std::string path = PathOf(name);
     Check(path.size() < sizeof address.sun_path, name);
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const common::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     Check(::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0,
           name);
 }
@@ -92,7 +92,7 @@ void ScratchTree::Lock(const std::string& name) {
 }
 
 void ScratchTree::Chain(const std::vector<std::string>& names) const {
-    FileDescriptor folder(::open(m_root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    common::FileDescriptor folder(::open(m_root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     for (const std::string& name : names) {
         Check(::mkdirat(folder.Get(), name.c_str(), 0755) == 0 || errno == EEXIST, name);
         folder.Reset(::openat(folder.Get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

@@ -77,7 +77,8 @@ class SearchInFileTest : public testing::Test {
 protected:
     off_t Search(const std::string& content, const std::string& needle, off_t start = 0) {
         WriteFile(m_scratch / "file", content);
-        const FileDescriptor file(::open((m_scratch / "file").c_str(), O_RDONLY | O_CLOEXEC));
+        const common::FileDescriptor file(
+            ::open((m_scratch / "file").c_str(), O_RDONLY | O_CLOEXEC));
         return SearchInFile(file.Get(), Bytes(needle), static_cast<int>(needle.size()), start);
     }
 
@@ -135,13 +136,13 @@ TEST_F(SearchInFileTest, FailsOnWhatCannotBeRead) {
     EXPECT_EQ(SearchInFile(-1, Bytes(needle), 5, 0), -1);
     int ends[2];
     ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    const FileDescriptor reading(ends[0]);
-    const FileDescriptor writing(ends[1]);
+    const common::FileDescriptor reading(ends[0]);
+    const common::FileDescriptor writing(ends[1]);
     EXPECT_EQ(SearchInFile(reading.Get(), Bytes(needle), 5, 0), -1);
-    const FileDescriptor folder(::open(m_scratch.Path().c_str(), O_RDONLY | O_CLOEXEC));
+    const common::FileDescriptor folder(::open(m_scratch.Path().c_str(), O_RDONLY | O_CLOEXEC));
     EXPECT_EQ(SearchInFile(folder.Get(), Bytes(needle), 5, 0), -1);
     WriteFile(m_scratch / "file", needle);
-    const FileDescriptor file(::open((m_scratch / "file").c_str(), O_RDONLY | O_CLOEXEC));
+    const common::FileDescriptor file(::open((m_scratch / "file").c_str(), O_RDONLY | O_CLOEXEC));
     EXPECT_EQ(SearchInFile(file.Get(), nullptr, 5, 0), -1);
     EXPECT_EQ(SearchInFile(file.Get(), Bytes(needle), 0, 0), -1);
     EXPECT_EQ(SearchInFile(file.Get(), Bytes(needle), 5, -1), -1);

@@ -62,7 +62,7 @@ protected:
     }
 
     std::string m_folder = "/backup-test/of/corvane";
-    FileDescriptor m_set;
+    common::FileDescriptor m_set;
 };
 
 TEST_F(Backup, HoldsTheFilesOfTheSetInADatedFolderWithAMarker) {

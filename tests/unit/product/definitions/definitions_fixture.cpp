@@ -143,7 +143,7 @@ void DefinitionsTest::ExpectWhole() const {
     const auto folder = definitions::DefinitionFolder::Open(m_product);
     const auto current = folder.Current();
     ASSERT_TRUE(current) << "no current set";
-    const FileDescriptor set = folder.OpenSet(*current);
+    const common::FileDescriptor set = folder.OpenSet(*current);
     const auto state = definitions::ReadSetState(set.Get());
     for (const auto& file : state.index.files) {
         const std::string content = CurrentFile(file.name);

@@ -31,7 +31,7 @@ ChildEnd EndOf(const std::function<int(int)>& work, const ChildLimits& limits = 
 
 TEST(LimitedChild, ItsWordsAndItsResultComeBack) {
     const auto fine = RunLimited(
-        {}, [](int talk) { return WriteAll(talk, "done") ? 0 : 1; }, Always);
+        {}, [](int talk) { return common::WriteAll(talk, "done") ? 0 : 1; }, Always);
     EXPECT_EQ(fine.end, ChildEnd::kSucceeded);
     EXPECT_EQ(fine.said, "done");
     const auto failed = RunLimited(
@@ -43,7 +43,8 @@ TEST(LimitedChild, ItsWordsAndItsResultComeBack) {
 
 TEST(LimitedChild, WhatItSaysTooMuchIsCut) {
     const auto result = RunLimited(
-        {}, [](int talk) { return WriteAll(talk, std::string(200000, 'x')) ? 0 : 1; }, Always);
+        {}, [](int talk) { return common::WriteAll(talk, std::string(200000, 'x')) ? 0 : 1; },
+        Always);
     EXPECT_EQ(result.end, ChildEnd::kSucceeded);
     EXPECT_EQ(result.said, std::string(65536, 'x'));
 }
@@ -214,7 +215,7 @@ TEST(LimitedChild, DiesWithUs) {
             {},
             [](int talk) {
                 const pid_t self = ::getpid();
-                return WriteAll(talk, BytesOf(self)) ? ::pause() : 1;
+                return common::WriteAll(talk, common::BytesOf(self)) ? ::pause() : 1;
             },
             [&] {
                 static bool isTold = false;

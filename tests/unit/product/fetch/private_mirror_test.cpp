@@ -160,7 +160,7 @@ TEST_F(FetchTest, NoListAndAnEmptyOneAreErrorsWithTheirReasonInTheLog) {
 }
 
 TEST_F(FetchTest, OneDownloadFolderIsUsedByOneRunAtATime) {
-    const FileDescriptor folder(
+    const common::FileDescriptor folder(
         ::open(m_request.downloadDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     ASSERT_EQ(::flock(folder.Get(), LOCK_EX), 0);
     EXPECT_EQ(Fetch().result, kUpdaterFailed);
@@ -169,7 +169,7 @@ TEST_F(FetchTest, OneDownloadFolderIsUsedByOneRunAtATime) {
 }
 
 TEST_F(FetchTest, ARunThatIsStillEndingIsWaitedFor) {
-    FileDescriptor folder(
+    common::FileDescriptor folder(
         ::open(m_request.downloadDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     ASSERT_EQ(::flock(folder.Get(), LOCK_EX), 0);
     const auto begin = RecordingListener::Clock::now();

@@ -38,7 +38,7 @@ TEST_F(StopTest, BeforeAnythingIsAskedFor) {
 }
 
 TEST_F(StopTest, WhileAnotherRunIsWaitedFor) {
-    const FileDescriptor folder(
+    const common::FileDescriptor folder(
         ::open(m_request.downloadDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     ASSERT_EQ(::flock(folder.Get(), LOCK_EX), 0);
     ExpectStopped(AfterAWhile());
@@ -91,7 +91,7 @@ TEST_F(StopTest, WhileANameIsLookedUp) {
         GTEST_SKIP() << "only root in a private root may say who is asked for names";
     }
     // A server of names that takes every question and answers none.
-    const FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const common::FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(53);
@@ -106,7 +106,7 @@ TEST_F(StopTest, WhileANameIsLookedUp) {
 
 TEST_F(StopTest, WhileTheAddressDoesNotConnect) {
     // Nobody takes connections from a queue that is full: the next one waits.
-    const FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const common::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -115,7 +115,7 @@ TEST_F(StopTest, WhileTheAddressDoesNotConnect) {
     ASSERT_EQ(::bind(socket.Get(), generic, length), 0);
     ASSERT_EQ(::getsockname(socket.Get(), generic, &length), 0);
     ASSERT_EQ(::listen(socket.Get(), 0), 0);
-    std::vector<FileDescriptor> waiting;
+    std::vector<common::FileDescriptor> waiting;
     for (int i = 0; i < 4; ++i) {
         waiting.emplace_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
         (void)::connect(waiting.back().Get(), generic, length);

@@ -112,8 +112,8 @@ TEST_F(CorvaneAdminTest, AFullDiskKeepsTheOldPassword) {
     ASSERT_TRUE(CreateDatabase(kDatabase).IsOk());
     SetCheapPassword();
     {
-        const FileDescriptor filler(open((std::string(kProduct) + "/filler").c_str(),
-                                         O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+        const common::FileDescriptor filler(open((std::string(kProduct) + "/filler").c_str(),
+                                                 O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
         const std::string page(4096, 'x');
         while (write(filler.Get(), page.data(), page.size()) > 0) {
         }

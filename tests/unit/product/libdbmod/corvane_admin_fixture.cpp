@@ -64,9 +64,9 @@ Outcome RunAdmin(std::vector<std::string> arguments, const std::string& input,
         execv(program.c_str(), argv.data());
         _exit(127);
     }
-    FileDescriptor toChild(pipes[0][1]);
-    const FileDescriptor output(pipes[1][0]);
-    const FileDescriptor errors(pipes[2][0]);
+    common::FileDescriptor toChild(pipes[0][1]);
+    const common::FileDescriptor output(pipes[1][0]);
+    const common::FileDescriptor errors(pipes[2][0]);
     close(pipes[0][0]);
     close(pipes[1][1]);
     close(pipes[2][1]);

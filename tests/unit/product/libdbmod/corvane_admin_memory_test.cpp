@@ -22,7 +22,7 @@ constexpr std::uint64_t kLargestMap = std::uint64_t{256} << 20;
 /// Whether `text` stands in what the process may write.
 bool IsInMemory(pid_t pid, const std::string& text) {
     const std::string folder = "/proc/" + std::to_string(pid) + "/";
-    const FileDescriptor memory(open((folder + "mem").c_str(), O_RDONLY | O_CLOEXEC));
+    const common::FileDescriptor memory(open((folder + "mem").c_str(), O_RDONLY | O_CLOEXEC));
     EXPECT_TRUE(memory);
     std::ifstream maps(folder + "maps");
     bool hasStack = false;

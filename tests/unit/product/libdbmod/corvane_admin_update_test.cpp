@@ -42,7 +42,7 @@ protected:
     // A version record of so many days ago.
     static void PutVersion(const std::string& path, std::uint16_t major, std::uint16_t minor,
                            int days) {
-        const std::tm date = LocalTm(std::time(nullptr) - days * kDay - 60);
+        const std::tm date = common::LocalTm(std::time(nullptr) - days * kDay - 60);
         tagZQVERINFO version{major, minor, {}};
         TmToSystemTime(&date, &version.databaseDate);
         WriteFile(path, {reinterpret_cast<const char*>(&version), sizeof version});
@@ -60,7 +60,8 @@ protected:
     }
 
     static std::string DateOf(int days) {
-        return FormatTime("%Y-%m-%d %H:%M:%S", LocalTm(std::time(nullptr) - days * kDay - 60));
+        return common::FormatTime("%Y-%m-%d %H:%M:%S",
+                                  common::LocalTm(std::time(nullptr) - days * kDay - 60));
     }
 };
 

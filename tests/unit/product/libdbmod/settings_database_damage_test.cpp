@@ -55,7 +55,7 @@ protected:
 };
 
 TEST_F(DamagedDatabaseTest, EveryFlippedBit) {
-    const FileDescriptor file(open(m_path.c_str(), O_RDWR | O_CLOEXEC));
+    const common::FileDescriptor file(open(m_path.c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_TRUE(file);
     int flips = 0;
     for (std::size_t offset = 0; offset < m_sound.size(); ++offset) {

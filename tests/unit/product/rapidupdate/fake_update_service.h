@@ -38,12 +38,12 @@ public:
         return m_heard;
     }
 
-    static void Write(int connection, std::string_view text) { WriteAll(connection, text); }
+    static void Write(int connection, std::string_view text) { common::WriteAll(connection, text); }
 
 private:
     void Serve() {
         while (true) {
-            const FileDescriptor connection(
+            const common::FileDescriptor connection(
                 ::accept4(m_listening.Get(), nullptr, nullptr, SOCK_CLOEXEC));
             if (!connection) {
                 return;
@@ -73,7 +73,7 @@ private:
         }
     }
 
-    FileDescriptor m_listening;
+    common::FileDescriptor m_listening;
     std::function<void(int)> m_answer;
     std::string m_heard;
     std::thread m_thread;

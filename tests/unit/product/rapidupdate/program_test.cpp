@@ -19,7 +19,7 @@ const std::string kSocket = rapidupdate::kUpdateSocket;
 
 /// The process that holds the update lock, 0 without one.
 pid_t LockHolder() {
-    const FileDescriptor file(::open(kLock.c_str(), O_RDWR | O_CLOEXEC));
+    const common::FileDescriptor file(::open(kLock.c_str(), O_RDWR | O_CLOEXEC));
     struct flock lock {};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
@@ -28,7 +28,7 @@ pid_t LockHolder() {
                                                                                       : 0;
 }
 
-bool TakeLock(const FileDescriptor& file) {
+bool TakeLock(const common::FileDescriptor& file) {
     struct flock lock {};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
@@ -203,7 +203,7 @@ TEST_F(Rapidupdate, HoldsTheLockWhileItUpdatesAndNotAfterwards) {
 TEST_F(Rapidupdate, WaitsForAnUpdateOfTheWindowAndSaysWhoseItIs) {
     FakeUpdateService service(kSocket,
                               [&](int peer) { FakeUpdateService::Write(peer, "result 2\n"); });
-    FileDescriptor lock(::open(kLock.c_str(), O_RDWR | O_CLOEXEC));
+    common::FileDescriptor lock(::open(kLock.c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_TRUE(TakeLock(lock));
     const pid_t program = Start({"--once", "--log-on-screen"});
     const std::string expected =
@@ -216,7 +216,7 @@ TEST_F(Rapidupdate, WaitsForAnUpdateOfTheWindowAndSaysWhoseItIs) {
 }
 
 TEST_F(Rapidupdate, EndsAtOnceWhileItWaitsForTheLock) {
-    const FileDescriptor lock(::open(kLock.c_str(), O_RDWR | O_CLOEXEC));
+    const common::FileDescriptor lock(::open(kLock.c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_TRUE(TakeLock(lock));
     const pid_t program = Start({"--after", "0", "--log-on-screen"});
     EXPECT_TRUE(WaitUntil([&] { return HasLogged("is updating already"); })) << Log();

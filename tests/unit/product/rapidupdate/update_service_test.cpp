@@ -84,8 +84,8 @@ TEST_F(UpdateService, OneThatSaysNothingIsGivenUp) {
 TEST_F(UpdateService, AnEndOfTheServiceStopsTheRunAtOnce) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
-    const FileDescriptor end(ends[0]);
-    FileDescriptor told(ends[1]);
+    const common::FileDescriptor end(ends[0]);
+    common::FileDescriptor told(ends[1]);
     // It would go on for a minute.
     FakeUpdateService service(m_path, [&](int peer) {
         FakeUpdateService::Write(peer, "status 2001\n");

@@ -55,7 +55,7 @@ TEST_F(HostileFilesTest, FifosAndDevicesAreNotEvenOpened) {
     const auto fifo = m_tree.Path("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     const auto plain = m_tree.Write("plain", "text");
-    const FileDescriptor watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    const common::FileDescriptor watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     ASSERT_GE(inotify_add_watch(watch.Get(), fifo.c_str(), IN_OPEN), 0);
     EXPECT_EQ(Open(fifo), 4001);
     std::array<char, 4096> event{};
@@ -69,7 +69,7 @@ TEST_F(HostileFilesTest, FifosAndDevicesAreNotEvenOpened) {
 
 TEST_F(HostileFilesTest, ASocketCannotBeOpened) {
     Start();
-    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const common::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     const auto path = m_tree.Path("socket");

@@ -86,8 +86,8 @@ tagSCANAPI_OPTIONS EngineTest::Options() const {
     options.fixed2 = 5;
     options.scanArchives = 1;
     options.scanPacked = 1;
-    CopyToField(options.engineDirectory, m_engine.Path());
-    CopyToField(options.temporaryDirectory, m_engine.Path() + "/tmp");
+    common::CopyToField(options.engineDirectory, m_engine.Path());
+    common::CopyToField(options.temporaryDirectory, m_engine.Path() + "/tmp");
     options.dumbScan = 1;
     options.adwareLevel = 7;
     return options;
@@ -125,8 +125,8 @@ int EngineTest::Scan(const std::string& path) {
 
 int EngineTest::OnMessage(const tagZQFILEINFO* info, void* context) {
     auto& self = *static_cast<EngineTest*>(context);
-    Message message{info->code, std::string(FieldText(info->fileName)),
-                    std::string(FieldText(info->virusName)), info->detectionClass,
+    Message message{info->code, std::string(common::FieldText(info->fileName)),
+                    std::string(common::FieldText(info->virusName)), info->detectionClass,
                     info->detectionSubClass};
     if (message.code != 0) {
         self.m_messages.push_back(message);

@@ -209,7 +209,7 @@ TEST_F(LoadingTest, LeftoversOfACrashGoAndThoseInUseStay) {
     m_engine.Write("tmp/corvane-scan-dead01/rest/file", "left over");
     m_engine.Write("tmp/corvane-scan-live01/file", "in use");
     m_engine.Write("tmp/somebody-elses/file", "not ours");
-    const FileDescriptor live(
+    const common::FileDescriptor live(
         open(m_engine.Path("tmp/corvane-scan-live01").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     ASSERT_EQ(flock(live.Get(), LOCK_EX), 0);
     Start();

@@ -160,7 +160,7 @@ TEST_F(SharedFiles, WhatAKilledRunLeftIsRemoved) {
 TEST_F(SharedFiles, WhatARunIsAtWorkOnIsNotRemoved) {
     const std::string name = "reports/.create-shared-files-0123456789abcdef";
     Put(name, "half");
-    FileDescriptor other(::open(PathOf(name).c_str(), O_WRONLY | O_CLOEXEC));
+    common::FileDescriptor other(::open(PathOf(name).c_str(), O_WRONLY | O_CLOEXEC));
     ASSERT_EQ(::flock(other.Get(), LOCK_EX), 0);
     EXPECT_EQ(Run().status, 0);
     EXPECT_EQ(ReadFile(PathOf(name)), "half");

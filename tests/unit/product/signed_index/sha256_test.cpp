@@ -15,8 +15,8 @@ using signed_index::Sha256;
 constexpr char kOfNothing[] = "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855";
 constexpr char kOfAbc[] = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
 
-FileDescriptor OpenToRead(const std::string& path) {
-    return FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+common::FileDescriptor OpenToRead(const std::string& path) {
+    return common::FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
 }
 
 TEST(Sha256, IsThatOfTheStandardsExamplesHoweverItIsCut) {
@@ -31,7 +31,7 @@ TEST(Sha256, IsThatOfTheStandardsExamplesHoweverItIsCut) {
 TEST(DigestOf, ReadsAFileFromWhereItStands) {
     const ScratchFolder folder;
     WriteFile(folder / "file", "--abc");
-    const FileDescriptor file = OpenToRead(folder / "file");
+    const common::FileDescriptor file = OpenToRead(folder / "file");
     ASSERT_EQ(::lseek(file.Get(), 2, SEEK_SET), 2);
     const auto digest = DigestOf(file.Get(), 1000);
     ASSERT_TRUE(digest.has_value());

@@ -17,11 +17,11 @@ protected:
         int ends[2];
         ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends), 0);
         m_far.Reset(ends[0]);
-        m_asker = std::make_unique<Asker>(FileDescriptor(ends[1]));
+        m_asker = std::make_unique<Asker>(common::FileDescriptor(ends[1]));
     }
 
     Asker::State After(std::string_view text) {
-        WriteAll(m_far.Get(), text);
+        common::WriteAll(m_far.Get(), text);
         m_asker->Hear();
         return m_asker->Now();
     }
@@ -35,7 +35,7 @@ protected:
         return all;
     }
 
-    FileDescriptor m_far;
+    common::FileDescriptor m_far;
     std::unique_ptr<Asker> m_asker;
 };
 

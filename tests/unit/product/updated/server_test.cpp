@@ -44,7 +44,7 @@ public:
     }
 
     [[nodiscard]] bool IsConnected() const { return m_isConnected; }
-    void Say(std::string_view text) const { WriteAll(m_socket.Get(), text); }
+    void Say(std::string_view text) const { common::WriteAll(m_socket.Get(), text); }
     void HangUp() { m_socket.Reset(); }
 
     /// All that comes until `text` has, the end or 20 seconds.
@@ -67,7 +67,7 @@ public:
     std::string HearAll() { return HearUntil(std::string_view("\0", 1)); }
 
 private:
-    FileDescriptor m_socket;
+    common::FileDescriptor m_socket;
     bool m_isConnected = false;
     std::string m_heard;
 };
@@ -444,7 +444,7 @@ TEST_F(UpdatedService, AnInterruptedRunHasAskedTheMirrorsToo) {
 TEST_F(UpdatedService, ServesTheSocketThatSystemdGivesIt) {
     WriteFile(kDirectory + "corvane-update", "#!/bin/sh\necho 'result 2'\n");
     ASSERT_EQ(::chmod((kDirectory + "corvane-update").c_str(), 0755), 0);
-    FileDescriptor listening(::socket(AF_UNIX, SOCK_STREAM, 0));
+    common::FileDescriptor listening(::socket(AF_UNIX, SOCK_STREAM, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     kSocket.copy(address.sun_path, sizeof address.sun_path - 1);

@@ -21,10 +21,10 @@ protected:
         }
         ::unlink(kLog);
         m_settings.useProxy = 1;
-        CopyToField(m_settings.server, "socks5://proxy.example");
+        common::CopyToField(m_settings.server, "socks5://proxy.example");
         m_settings.port = 1080;
-        CopyToField(m_settings.user, "person");
-        CopyToField(m_settings.password, "secret");
+        common::CopyToField(m_settings.user, "person");
+        common::CopyToField(m_settings.password, "secret");
         m_arguments.applicationDirectory = "/app/";
         m_arguments.downloadDirectory = "/app/download/";
         m_arguments.settings = &m_settings;

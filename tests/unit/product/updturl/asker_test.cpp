@@ -40,30 +40,30 @@ protected:
         return count > 0 ? std::string(buffer.data(), static_cast<std::size_t>(count)) : "";
     }
 
-    FileDescriptor m_input;
-    FileDescriptor m_asks;
-    FileDescriptor m_hears;
-    FileDescriptor m_output;
+    common::FileDescriptor m_input;
+    common::FileDescriptor m_asks;
+    common::FileDescriptor m_hears;
+    common::FileDescriptor m_output;
     std::optional<Asker> m_asker;
     Request m_request;
     std::string m_reason;
 };
 
 TEST_F(AskerTest, TheRequestIsReadAndWhatFollowsIsNotLost) {
-    ASSERT_TRUE(WriteAll(m_asks.Get(), "source index\nfolder /f\ngo\nstop\n"));
+    ASSERT_TRUE(common::WriteAll(m_asks.Get(), "source index\nfolder /f\ngo\nstop\n"));
     EXPECT_TRUE(m_asker->ReadRequest(m_request, m_reason));
     EXPECT_EQ(m_request.folder, "/f");
     EXPECT_TRUE(m_asker->IsStopping());
 }
 
 TEST_F(AskerTest, ARequestThatIsRefusedSaysWhy) {
-    ASSERT_TRUE(WriteAll(m_asks.Get(), "command rm\n"));
+    ASSERT_TRUE(common::WriteAll(m_asks.Get(), "command rm\n"));
     EXPECT_FALSE(m_asker->ReadRequest(m_request, m_reason));
     EXPECT_EQ(m_reason, "the request is not understood at \"command\"");
 }
 
 TEST_F(AskerTest, ARequestWithoutItsEndIsNone) {
-    ASSERT_TRUE(WriteAll(m_asks.Get(), "source index\n"));
+    ASSERT_TRUE(common::WriteAll(m_asks.Get(), "source index\n"));
     m_asks.Reset();
     EXPECT_FALSE(m_asker->ReadRequest(m_request, m_reason));
     EXPECT_EQ(m_reason, "the request ends in the middle");
@@ -73,7 +73,7 @@ TEST_F(AskerTest, MoreThanARequestCanHoldIsNotRead) {
     std::thread other([this] {
         (void)signal(SIGPIPE, SIG_IGN);
         for (int line = 0; line < 300; ++line) {
-            WriteAll(m_asks.Get(), "address " + std::string(4000, 'a') + "\n");
+            common::WriteAll(m_asks.Get(), "address " + std::string(4000, 'a') + "\n");
         }
     });
     EXPECT_FALSE(m_asker->ReadRequest(m_request, m_reason));
@@ -84,9 +84,9 @@ TEST_F(AskerTest, MoreThanARequestCanHoldIsNotRead) {
 
 TEST_F(AskerTest, AStopIsALineOfItsOwnOrTheEnd) {
     EXPECT_FALSE(m_asker->IsStopping());
-    ASSERT_TRUE(WriteAll(m_asks.Get(), "halt\nsto"));
+    ASSERT_TRUE(common::WriteAll(m_asks.Get(), "halt\nsto"));
     EXPECT_FALSE(m_asker->IsStopping());
-    ASSERT_TRUE(WriteAll(m_asks.Get(), "p\n"));
+    ASSERT_TRUE(common::WriteAll(m_asks.Get(), "p\n"));
     EXPECT_TRUE(m_asker->IsStopping());
     EXPECT_TRUE(m_asker->IsStopping());
 }

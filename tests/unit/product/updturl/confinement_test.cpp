@@ -17,7 +17,7 @@ namespace {
 
 /// 0 when the file could be opened, else the reason.
 int ErrorOf(const std::string& path, int flags) {
-    const FileDescriptor file(open(path.c_str(), flags | O_CLOEXEC, 0600));
+    const common::FileDescriptor file(open(path.c_str(), flags | O_CLOEXEC, 0600));
     return file ? 0 : errno;
 }
 

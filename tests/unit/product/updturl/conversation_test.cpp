@@ -61,8 +61,8 @@ protected:
         return ending;
     }
 
-    FileDescriptor m_ours;
-    FileDescriptor m_theirs;
+    common::FileDescriptor m_ours;
+    common::FileDescriptor m_theirs;
     Watcher m_watcher;
     ProgressListener m_listener{&Watcher::Called, &m_watcher};
     std::optional<Conversation> m_conversation;
@@ -70,9 +70,9 @@ protected:
 };
 
 TEST_F(ConversationTest, TheCallbackIsToldEachStatusOnTheCallingThread) {
-    ASSERT_TRUE(
-        WriteAll(m_theirs.Get(),
-                 "status 2003\nnonsense\nstatus 2006 daily%20.cvd\nstatus 2015\nresult 1\n"));
+    ASSERT_TRUE(common::WriteAll(
+        m_theirs.Get(),
+        "status 2003\nnonsense\nstatus 2006 daily%20.cvd\nstatus 2015\nresult 1\n"));
     EXPECT_EQ(Hold(), Ending::kResult);
     EXPECT_EQ(m_conversation->Result(), 1);
     EXPECT_EQ(m_watcher.told, (std::vector<std::pair<int, std::string>>{
@@ -83,9 +83,9 @@ TEST_F(ConversationTest, TheCallbackIsToldEachStatusOnTheCallingThread) {
 
 TEST_F(ConversationTest, WhileNothingHappensTheLastStatusIsRepeatedFourTimesASecond) {
     std::thread other([this] {
-        WriteAll(m_theirs.Get(), "status 2006 main.cvd\n");
+        common::WriteAll(m_theirs.Get(), "status 2006 main.cvd\n");
         std::this_thread::sleep_for(1s);
-        WriteAll(m_theirs.Get(), "result 2\n");
+        common::WriteAll(m_theirs.Get(), "result 2\n");
     });
     EXPECT_EQ(Hold(), Ending::kResult);
     other.join();
@@ -98,14 +98,14 @@ TEST_F(ConversationTest, WhileNothingHappensTheLastStatusIsRepeatedFourTimesASec
 }
 
 TEST_F(ConversationTest, AnEndWithoutAResultIsNone) {
-    ASSERT_TRUE(WriteAll(m_theirs.Get(), "status 2005\nresult 1"));  // torn
+    ASSERT_TRUE(common::WriteAll(m_theirs.Get(), "status 2005\nresult 1"));  // torn
     m_theirs.Reset();
     EXPECT_EQ(Hold(), Ending::kSilence);
     EXPECT_EQ(m_conversation->Result(), std::nullopt);
 }
 
 TEST_F(ConversationTest, ALineThatNeverEndsEndsIt) {
-    std::thread other([this] { WriteAll(m_theirs.Get(), std::string(5000, 'a')); });
+    std::thread other([this] { common::WriteAll(m_theirs.Get(), std::string(5000, 'a')); });
     EXPECT_EQ(Hold(), Ending::kSilence);
     other.join();
 }
@@ -114,9 +114,9 @@ TEST_F(ConversationTest, ALongRequestIsSentWhileMessagesCome) {
     const std::string words(900'000, 'w');
     std::string heard;
     std::thread other([&] {
-        WriteAll(m_theirs.Get(), "status 2001\n");
+        common::WriteAll(m_theirs.Get(), "status 2001\n");
         heard = HearUntil("!");
-        WriteAll(m_theirs.Get(), "result 2\n");
+        common::WriteAll(m_theirs.Get(), "result 2\n");
     });
     EXPECT_EQ(Hold(words + "!"), Ending::kResult);
     other.join();
@@ -128,7 +128,7 @@ TEST_F(ConversationTest, AWishToStopIsSaidAndTheAnswerIsTheResult) {
     std::string heard;
     std::thread other([&] {
         heard = HearUntil("stop\n");
-        WriteAll(m_theirs.Get(), "result 3\n");
+        common::WriteAll(m_theirs.Get(), "result 3\n");
     });
     EXPECT_EQ(Hold(), Ending::kResult);
     other.join();
@@ -156,9 +156,9 @@ TEST_F(ConversationTest, WhoLeavesAfterAWishToStopHasStopped) {
 TEST_F(ConversationTest, ASwitchThatHasBegunIsWaitedFor) {
     m_watcher.stopAtCall = 2;
     std::thread other([&] {
-        WriteAll(m_theirs.Get(), "status 2015\nswitching\n");
+        common::WriteAll(m_theirs.Get(), "status 2015\nswitching\n");
         std::this_thread::sleep_for(600ms);
-        WriteAll(m_theirs.Get(), "result 1\n");
+        common::WriteAll(m_theirs.Get(), "result 1\n");
     });
     EXPECT_EQ(Hold(), Ending::kResult);
     other.join();
@@ -170,9 +170,9 @@ TEST_F(ConversationTest, ASwitchThatBeginsWhileAskedToStopIsWaitedFor) {
     m_watcher.stopAtCall = 1;
     std::thread other([&] {
         HearUntil("stop\n");
-        WriteAll(m_theirs.Get(), "switching\n");
+        common::WriteAll(m_theirs.Get(), "switching\n");
         std::this_thread::sleep_for(400ms);
-        WriteAll(m_theirs.Get(), "result 1\n");
+        common::WriteAll(m_theirs.Get(), "result 1\n");
     });
     EXPECT_EQ(Hold(), Ending::kResult);
     other.join();
@@ -181,14 +181,14 @@ TEST_F(ConversationTest, ASwitchThatBeginsWhileAskedToStopIsWaitedFor) {
 
 TEST_F(ConversationTest, WhoLeavesInTheMiddleOfASwitchHasNotStopped) {
     m_watcher.stopAtCall = 2;
-    ASSERT_TRUE(WriteAll(m_theirs.Get(), "switching\n"));
+    ASSERT_TRUE(common::WriteAll(m_theirs.Get(), "switching\n"));
     m_theirs.Reset();
     EXPECT_EQ(Hold(), Ending::kSilence);
 }
 
 TEST_F(ConversationTest, WhoMayNotSwitchIsNotWaitedFor) {
     m_watcher.stopAtCall = 2;
-    ASSERT_TRUE(WriteAll(m_theirs.Get(), "status 2015\nswitching\n"));
+    ASSERT_TRUE(common::WriteAll(m_theirs.Get(), "status 2015\nswitching\n"));
     EXPECT_EQ(Hold("go\n", {.end = {}, .timeToStop = 0ms, .maySwitch = false}), Ending::kStopped);
     EXPECT_LT(m_took, 100ms);
 }
@@ -202,7 +202,7 @@ TEST_F(ConversationTest, ARunWithALimitIsOverByThen) {
 
 TEST_F(ConversationTest, NobodyHasToListen) {
     m_listener = ProgressListener(nullptr, nullptr);
-    ASSERT_TRUE(WriteAll(m_theirs.Get(), "status 2003\nresult 2\n"));
+    ASSERT_TRUE(common::WriteAll(m_theirs.Get(), "status 2003\nresult 2\n"));
     EXPECT_EQ(Hold(), Ending::kResult);
     EXPECT_EQ(m_conversation->Result(), 2);
 }
@@ -210,13 +210,14 @@ TEST_F(ConversationTest, NobodyHasToListen) {
 TEST_F(ConversationTest, WhatWasSaidBeforeTheEndIsHeardAfterwards) {
     m_watcher.stopAtCall = 1;
     EXPECT_EQ(Hold(), Ending::kStopped);
-    ASSERT_TRUE(WriteAll(m_theirs.Get(), "status 2015\nswitching\nresult 1\n"));
+    ASSERT_TRUE(common::WriteAll(m_theirs.Get(), "status 2015\nswitching\nresult 1\n"));
     m_conversation->HearTheRest();
     EXPECT_EQ(m_conversation->Result(), 1);
 }
 
 TEST_F(ConversationTest, AFileNameThatIsTooLongIsCutToItsField) {
-    ASSERT_TRUE(WriteAll(m_theirs.Get(), "status 2006 " + std::string(2000, 'n') + "\nresult 1\n"));
+    ASSERT_TRUE(
+        common::WriteAll(m_theirs.Get(), "status 2006 " + std::string(2000, 'n') + "\nresult 1\n"));
     EXPECT_EQ(Hold(), Ending::kResult);
     EXPECT_EQ(m_watcher.told.at(1).second, std::string(1023, 'n'));
 }

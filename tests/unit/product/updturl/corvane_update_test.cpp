@@ -50,7 +50,7 @@ protected:
         m_notes.statuses.clear();
         m_notes.log.clear();
         ChildProcess child;
-        FileDescriptor socket = child.Start(CORVANE_UPDATE, arguments, ProcessGroup::kOwn);
+        common::FileDescriptor socket = child.Start(CORVANE_UPDATE, arguments, ProcessGroup::kOwn);
         Conversation conversation(std::move(socket), m_notes);
         m_ending = conversation.Hold(words, {.end = {}, .timeToStop = std::chrono::seconds(10)});
         child.EndInPeace();
@@ -118,7 +118,7 @@ TEST_F(CorvaneUpdateTest, WithTheLockHeldNothingIsDoneAndTheHolderIsNamed) {
     const pid_t other = StartChild([&] {
         const auto folder = definitions::DefinitionFolder::Open(m_product);
         const definitions::UpdateLock lock(folder.Get());
-        WriteAll(ends[1], lock.IsHeld() ? "y" : "n");
+        common::WriteAll(ends[1], lock.IsHeld() ? "y" : "n");
         pause();
         return 0;
     });

@@ -59,8 +59,8 @@ protected:
     ScratchFolder m_folder;
     std::string m_download = m_folder / "download/";
     Request m_request;
-    FileDescriptor m_other;
-    FileDescriptor m_own;
+    common::FileDescriptor m_other;
+    common::FileDescriptor m_own;
     std::optional<Asker> m_asker;
 };
 
@@ -101,7 +101,7 @@ TEST_F(FetchStageTest, AStageThatDiesHasNoResult) {
 }
 
 TEST_F(FetchStageTest, AWishToStopIsPassedOnAndAnsweredAtOnce) {
-    ASSERT_TRUE(WriteAll(m_other.Get(), "stop\n"));
+    ASSERT_TRUE(common::WriteAll(m_other.Get(), "stop\n"));
     const auto begun = std::chrono::steady_clock::now();
     EXPECT_EQ(Run("trap '' TERM; sleep 100").result, 3);
     EXPECT_LT(std::chrono::steady_clock::now() - begun, 250ms);
@@ -117,7 +117,7 @@ TEST_F(FetchStageTest, AStageCannotSayThatItSwitches) {
             heard += byte;
         }
         askedAt = std::chrono::steady_clock::now();
-        WriteAll(m_other.Get(), "stop\n");
+        common::WriteAll(m_other.Get(), "stop\n");
     });
     EXPECT_EQ(Run("echo switching; echo status 2005; exec sleep 20").result, 3);
     stops.join();

@@ -14,7 +14,7 @@ namespace {
 class LastUpdateTest : public testing::Test {
 protected:
     [[nodiscard]] bool Write(const LastUpdate& update) const {
-        const FileDescriptor folder(
+        const common::FileDescriptor folder(
             open(m_folder.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         return WriteLastUpdate(folder.Get(), update);
     }
@@ -33,7 +33,7 @@ TEST_F(LastUpdateTest, IsAnObjectWithTimeResultAndWords) {
 
 TEST_F(LastUpdateTest, ANewRecordReplacesTheOldOneWhole) {
     ASSERT_TRUE(Write({.time = 1, .result = 1, .text = std::string(1000, 'a')}));
-    const FileDescriptor reader(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
+    const common::FileDescriptor reader(open(m_file.c_str(), O_RDONLY | O_CLOEXEC));
     ASSERT_TRUE(Write({.time = 2, .result = 0, .text = "b"}));
     EXPECT_EQ(ReadFile(m_file), "{\"time\": 2, \"result\": 0, \"text\": \"b\"}\n");
     struct stat status {};

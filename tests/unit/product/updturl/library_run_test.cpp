@@ -97,7 +97,7 @@ TEST_F(LibraryRunTest, TheChildIsGivenTheRequestAndItsLinesAreTold) {
 TEST_F(LibraryRunTest, TheChildGetsNoDescriptorNoEnvironmentAndADirectoryOfItsOwn) {
     WriteFile(m_folder / "inherited", "");
     // Without O_CLOEXEC: it goes to every child but for those that close it.
-    const FileDescriptor open(::open((m_folder / "inherited").c_str(), O_RDONLY));
+    const common::FileDescriptor open(::open((m_folder / "inherited").c_str(), O_RDONLY));
     ASSERT_TRUE(open.IsOpen());
     ::setenv("https_proxy", "http://elsewhere.example", 1);
     ::setenv("LD_LIBRARY_PATH", "/elsewhere", 1);
@@ -233,7 +233,7 @@ public:
     explicit FakeService(const std::string& path) {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        EXPECT_TRUE(CopyToField(address.sun_path, path));
+        EXPECT_TRUE(common::CopyToField(address.sun_path, path));
         m_listening.Reset(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
         EXPECT_EQ(
             ::bind(m_listening.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
@@ -243,18 +243,19 @@ public:
 
     /// Hears one line of the next asker and answers; what it heard.
     std::string Answer(std::string_view answer) {
-        const FileDescriptor asker(::accept4(m_listening.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        const common::FileDescriptor asker(
+            ::accept4(m_listening.Get(), nullptr, nullptr, SOCK_CLOEXEC));
         std::string heard;
         char byte = 0;
         while (!heard.ends_with('\n') && ::read(asker.Get(), &byte, 1) == 1) {
             heard += byte;
         }
-        WriteAll(asker.Get(), answer);
+        common::WriteAll(asker.Get(), answer);
         return heard;
     }
 
 private:
-    FileDescriptor m_listening;
+    common::FileDescriptor m_listening;
 };
 
 TEST_F(LibraryRunTest, TheServiceIsAskedForNothingButAnUpdate) {

@@ -23,8 +23,8 @@ struct Pipe {
         out.Reset(ends[0]);
         in.Reset(ends[1]);
     }
-    FileDescriptor out;
-    FileDescriptor in;
+    common::FileDescriptor out;
+    common::FileDescriptor in;
 };
 
 std::vector<std::string> LinesOf(LineReader& reader) {
@@ -38,10 +38,10 @@ std::vector<std::string> LinesOf(LineReader& reader) {
 TEST(LineReader, ALineMayComeInPieces) {
     const Pipe pipe;
     LineReader reader;
-    ASSERT_TRUE(WriteAll(pipe.in.Get(), "first\nsec"));
+    ASSERT_TRUE(common::WriteAll(pipe.in.Get(), "first\nsec"));
     EXPECT_EQ(reader.ReadFrom(pipe.out.Get()), State::kOpen);
     EXPECT_EQ(LinesOf(reader), std::vector<std::string>{"first"});
-    ASSERT_TRUE(WriteAll(pipe.in.Get(), "ond\n\nthird\n"));
+    ASSERT_TRUE(common::WriteAll(pipe.in.Get(), "ond\n\nthird\n"));
     EXPECT_EQ(reader.ReadFrom(pipe.out.Get()), State::kOpen);
     EXPECT_EQ(LinesOf(reader), (std::vector<std::string>{"second", "", "third"}));
 }
@@ -56,7 +56,7 @@ TEST(LineReader, NothingThereIsNoEnd) {
 TEST(LineReader, AtTheEndALineWithoutNewlineIsNone) {
     Pipe pipe;
     LineReader reader;
-    ASSERT_TRUE(WriteAll(pipe.in.Get(), "whole\nresult 1"));
+    ASSERT_TRUE(common::WriteAll(pipe.in.Get(), "whole\nresult 1"));
     pipe.in.Reset();
     EXPECT_EQ(reader.ReadFrom(pipe.out.Get()), State::kOpen);
     EXPECT_EQ(reader.ReadFrom(pipe.out.Get()), State::kEnded);
@@ -66,9 +66,9 @@ TEST(LineReader, AtTheEndALineWithoutNewlineIsNone) {
 TEST(LineReader, ASocketThatWentAwayOverUnreadBytesIsAtItsEnd) {
     std::array<int, 2> ends{};
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
-    const FileDescriptor ours(ends[0]);
-    FileDescriptor theirs(ends[1]);
-    ASSERT_TRUE(WriteAll(ours.Get(), "never read\n"));
+    const common::FileDescriptor ours(ends[0]);
+    common::FileDescriptor theirs(ends[1]);
+    ASSERT_TRUE(common::WriteAll(ours.Get(), "never read\n"));
     theirs.Reset();
     LineReader reader;
     EXPECT_EQ(reader.ReadFrom(ours.Get()), State::kEnded);
@@ -112,7 +112,7 @@ TEST(LineReader, NoMoreBytesAreTakenThanAllowed) {
 }
 
 TEST(LineReader, OneCallTakesAFewKibibytesOfWhatNeverEnds) {
-    const FileDescriptor zeros(open("/dev/zero", O_RDONLY | O_CLOEXEC));
+    const common::FileDescriptor zeros(open("/dev/zero", O_RDONLY | O_CLOEXEC));
     ASSERT_TRUE(zeros.IsOpen());
     LineReader reader;
     EXPECT_EQ(reader.ReadFrom(zeros.Get()), State::kTooLong);

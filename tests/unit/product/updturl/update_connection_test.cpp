@@ -45,7 +45,7 @@ protected:
         });
         ::close(m_ends[1]);
         m_begun = Clock::now();
-        ASSERT_TRUE(WriteAll(m_ours.Get(), updturl::RequestText(request).value_or("")));
+        ASSERT_TRUE(common::WriteAll(m_ours.Get(), updturl::RequestText(request).value_or("")));
     }
 
     /// Waits for the end: all that the program says, and its exit status in a line of its own.
@@ -72,7 +72,7 @@ protected:
     ScratchFolder m_product;
     MirrorServer m_server;
     std::array<int, 2> m_ends{-1, -1};
-    FileDescriptor m_ours;
+    common::FileDescriptor m_ours;
     pid_t m_child = -1;
     Clock::time_point m_begun;
     Clock::duration m_took{};

@@ -12,7 +12,7 @@ inline tagSYSTEMTIME Time(std::uint16_t year, std::uint16_t month, std::uint16_t
     return {year, month, 0, day, hour, minute, second, 0};
 }
 
-inline VirusLogEntry Entry(std::string path) {
+inline virus_log::VirusLogEntry Entry(std::string path) {
     return {8000,    "Eicar-Signature", "File is skipped", Time(2026, 3, 5, 7, 4, 9),
             "alice", std::move(path),   "(none)"};
 }

@@ -212,7 +212,7 @@ TEST(Escape, WhatItGivesIsAlwaysOneLineOfUtf8) {
         const std::string escaped = Escaped(text);
         EXPECT_EQ(escaped.find_first_of("\n\r\x1B"s + '\0'), std::string::npos);
         for (std::string_view rest = escaped; !rest.empty();) {
-            const DecodedCharacter next = DecodeUtf8(rest);
+            const common::DecodedCharacter next = common::DecodeUtf8(rest);
             ASSERT_TRUE(next.isWellFormed) << escaped;
             rest.remove_prefix(next.length);
         }

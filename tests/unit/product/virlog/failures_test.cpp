@@ -99,7 +99,7 @@ TEST_F(VirlogFailureTest, ADirectoryInTheWayIsCalledOne) {
 
 TEST_F(VirlogFailureTest, GivesUpOnAFolderThatSomebodyKeepsLocked) {
     WriteLog({Record(u"/tmp/a")});
-    const FileDescriptor folder(::open(kReports, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const common::FileDescriptor folder(::open(kReports, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     ASSERT_EQ(::flock(folder.Get(), LOCK_EX), 0);
     VirlogRun run({"--format", "csv"});
     EXPECT_EQ(run.Status(), 1);
@@ -121,7 +121,7 @@ TEST_F(VirlogFailureTest, NeedsTheProduct) {
 
 TEST_F(VirlogFailureTest, AFullDiskIsAFailure) {
     WriteLog({Record(u"/tmp/a")});
-    const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    const common::FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
     for (const char* format :
          {"--format=table", "--format=csv", "--format=json", "--help", "--version", "--unlock"}) {
         VirlogRun run({format}, full.Get());
@@ -137,7 +137,7 @@ TEST_F(VirlogFailureTest, AClosedPipeIsAQuietFailure) {
     std::array<int, 2> ends{};
     ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
     ::close(ends[0]);
-    const FileDescriptor output(ends[1]);
+    const common::FileDescriptor output(ends[1]);
     VirlogRun run({}, output.Get());
     EXPECT_EQ(run.Status(), 1);
     EXPECT_EQ(run.Errors(), "");

@@ -17,19 +17,19 @@ bool IsWithin(const char* since, const char* until, const tagSYSTEMTIME& time) {
         filter.until = ParseTimeBound(until);
         EXPECT_TRUE(filter.until) << until;
     }
-    VirusLogEntry entry = Entry("/tmp/a");
+    virus_log::VirusLogEntry entry = Entry("/tmp/a");
     entry.time = time;
     return Matches(filter, entry);
 }
 
 bool HasTexts(std::vector<std::string> texts) {
-    const VirusLogEntry entry{8000,
-                              "Eicar-Signature",
-                              "File is skipped",
-                              Time(2026, 3, 5, 7, 4, 9),
-                              "alice",
-                              "/home/alice/Downloads/\xC3\x9C.zip",
-                              "office.example"};
+    const virus_log::VirusLogEntry entry{8000,
+                                         "Eicar-Signature",
+                                         "File is skipped",
+                                         Time(2026, 3, 5, 7, 4, 9),
+                                         "alice",
+                                         "/home/alice/Downloads/\xC3\x9C.zip",
+                                         "office.example"};
     return Matches({std::nullopt, std::nullopt, std::move(texts)}, entry);
 }
 
@@ -136,7 +136,7 @@ TEST(Filter, AllTextsMustBeThere) {
 
 TEST(Filter, DatesAndTextsMustBothFit) {
     const RecordFilter filter{ParseTimeBound("2026-03-05"), ParseTimeBound("2026-03-05"), {"/tmp"}};
-    VirusLogEntry entry = Entry("/tmp/a");
+    virus_log::VirusLogEntry entry = Entry("/tmp/a");
     entry.time = Time(2026, 3, 5, 1, 2, 3);
     EXPECT_TRUE(Matches(filter, entry));
     entry.time.day = 6;

@@ -16,11 +16,11 @@
 
 namespace {
 
-std::string Written(Format format, const std::vector<VirusLogEntry>& entries) {
+std::string Written(Format format, const std::vector<virus_log::VirusLogEntry>& entries) {
     std::string out;
     const auto writer = MakeWriter(format, entries);
     writer->Begin(out);
-    for (const VirusLogEntry& entry : entries) {
+    for (const virus_log::VirusLogEntry& entry : entries) {
         writer->Record(out, entry);
     }
     writer->End(out);
@@ -29,15 +29,15 @@ std::string Written(Format format, const std::vector<VirusLogEntry>& entries) {
 
 constexpr char kCsvHeading[] = "time,component,virus,action,user,path,domain\r\n";
 
-std::string CsvLine(const VirusLogEntry& entry) {
+std::string CsvLine(const virus_log::VirusLogEntry& entry) {
     const std::string csv = Written(Format::kCsv, {entry});
     EXPECT_TRUE(csv.starts_with(kCsvHeading));
     return csv.substr(sizeof kCsvHeading - 1);
 }
 
 // One text of every kind that asks for care.
-std::vector<VirusLogEntry> HostileEntries() {
-    std::vector<VirusLogEntry> entries;
+std::vector<virus_log::VirusLogEntry> HostileEntries() {
+    std::vector<virus_log::VirusLogEntry> entries;
     for (const std::string path : {"/tmp/plain",
                                    "/tmp/two\nlines",
                                    "/tmp/\x1B[2J",
@@ -93,7 +93,7 @@ TEST(Formats, TimesThatDoNotExistKeepTheirNumbers) {
 }
 
 TEST(TableFormat, AlignsItsColumns) {
-    std::vector<VirusLogEntry> entries = {Entry("/tmp/a"), Entry("/tmp/b c")};
+    std::vector<virus_log::VirusLogEntry> entries = {Entry("/tmp/a"), Entry("/tmp/b c")};
     entries[1].virusName = "X";
     entries[1].action = "File is Deleted now";
     entries[1].userName = "bob";
@@ -104,14 +104,14 @@ TEST(TableFormat, AlignsItsColumns) {
 }
 
 TEST(TableFormat, CountsTheColumnsOfATerminal) {
-    std::vector<VirusLogEntry> entries(4, Entry("/tmp/a"));
+    std::vector<virus_log::VirusLogEntry> entries(4, Entry("/tmp/a"));
     entries[0].userName = "\xE4\xB8\xAD\xE6\x96\x87\xE5\xAD\x97";  // three characters, six columns
     entries[1].userName =
         "e\xCC\x81"
         "e\xCC\x81";                                   // two columns
     entries[2].userName = "\xC3\xBC\xC3\xBC\xC3\xBC";  // three columns
     entries[3].userName = "\xFF";                      // four columns, escaped
-    for (VirusLogEntry& entry : entries) {
+    for (virus_log::VirusLogEntry& entry : entries) {
         entry.virusName = "V";
         entry.action = "A";
     }
@@ -148,7 +148,7 @@ TEST(TableFormat, NeverCutsAPath) {
 }
 
 TEST(TableFormat, EveryRecordIsOneLineOfPrintableText) {
-    const std::vector<VirusLogEntry> entries = HostileEntries();
+    const std::vector<virus_log::VirusLogEntry> entries = HostileEntries();
     const std::string table = Written(Format::kTable, entries);
     EXPECT_EQ(static_cast<std::size_t>(std::count(table.begin(), table.end(), '\n')),
               entries.size() + 1);
@@ -162,7 +162,7 @@ TEST(TableFormat, EveryRecordIsOneLineOfPrintableText) {
 }
 
 TEST(CsvFormat, WritesAllFields) {
-    VirusLogEntry entry = Entry("/tmp/a b");
+    virus_log::VirusLogEntry entry = Entry("/tmp/a b");
     entry.component = 4294967295;
     EXPECT_EQ(CsvLine(entry),
               "2026-03-05 07:04:09,4294967295,Eicar-Signature,File is skipped,alice,/tmp/a "
@@ -170,7 +170,7 @@ TEST(CsvFormat, WritesAllFields) {
 }
 
 TEST(CsvFormat, QuotesWhatNeedsIt) {
-    VirusLogEntry entry = Entry("/tmp/\"a\",b");
+    virus_log::VirusLogEntry entry = Entry("/tmp/\"a\",b");
     entry.virusName = "a,b";
     entry.action = "\"";
     entry.userName = "";
@@ -206,12 +206,12 @@ TEST(CsvFormat, StartsNoFormula) {
         {" =b", " =b"},
     };
     for (const auto& [name, shown] : cases) {
-        VirusLogEntry entry = Entry("/tmp/a");
+        virus_log::VirusLogEntry entry = Entry("/tmp/a");
         entry.virusName = name;
         EXPECT_EQ(CsvLine(entry),
                   "2026-03-05 07:04:09,8000," + shown + ",File is skipped,alice,/tmp/a,(none)\r\n");
     }
-    VirusLogEntry entry = Entry("-p");
+    virus_log::VirusLogEntry entry = Entry("-p");
     entry.action = "-a";
     entry.userName = "-u";
     entry.domainName = "-d";
@@ -221,7 +221,7 @@ TEST(CsvFormat, StartsNoFormula) {
 }
 
 TEST(CsvFormat, BreaksLinesBetweenRecordsOnly) {
-    const std::vector<VirusLogEntry> entries = HostileEntries();
+    const std::vector<virus_log::VirusLogEntry> entries = HostileEntries();
     const std::string csv = Written(Format::kCsv, entries);
     EXPECT_EQ(static_cast<std::size_t>(std::count(csv.begin(), csv.end(), '\n')),
               entries.size() + 1);
@@ -233,7 +233,7 @@ TEST(CsvFormat, BreaksLinesBetweenRecordsOnly) {
 }
 
 TEST(JsonFormat, WritesOneObjectALine) {
-    std::vector<VirusLogEntry> entries = {Entry("/tmp/a"), Entry("/tmp/b")};
+    std::vector<virus_log::VirusLogEntry> entries = {Entry("/tmp/a"), Entry("/tmp/b")};
     entries[1].component = 7;
     EXPECT_EQ(Written(Format::kJson, entries),
               "[\n"
@@ -251,7 +251,7 @@ TEST(JsonFormat, EscapesByTheRuleAndThenAsJsonRequires) {
 }
 
 TEST(JsonFormat, AnotherParserReadsWhatTheTableShows) {
-    const std::vector<VirusLogEntry> entries = HostileEntries();
+    const std::vector<virus_log::VirusLogEntry> entries = HostileEntries();
     const std::string json = Written(Format::kJson, entries);
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(

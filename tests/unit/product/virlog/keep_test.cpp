@@ -223,7 +223,7 @@ TEST_F(VirlogKeepTest, TwoAtOnceLeaveAsManyAsOneOfThem) {
 
 TEST_F(VirlogKeepTest, AFullDiskBehindTheOutputIsAFailure) {
     WriteLog({Record(u"/tmp/a")});
-    const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    const common::FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
     VirlogRun run({"--keep", "1"}, full.Get());
     EXPECT_EQ(run.Status(), 1);
     EXPECT_EQ(run.Errors(),

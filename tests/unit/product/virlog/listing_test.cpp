@@ -165,8 +165,8 @@ TEST_F(VirlogListingTest, ASlowReaderDisturbsNoScan) {
     for (const char* format : {"table", "csv", "json"}) {
         std::array<int, 2> ends{};
         ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-        const FileDescriptor readEnd(ends[0]);
-        FileDescriptor writeEnd(ends[1]);
+        const common::FileDescriptor readEnd(ends[0]);
+        common::FileDescriptor writeEnd(ends[1]);
         VirlogRun run({"--format", format}, writeEnd.Get());
         writeEnd.Reset();
         std::array<char, 4096> piece{};

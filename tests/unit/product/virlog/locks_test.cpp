@@ -64,7 +64,7 @@ TEST_F(VirlogLockTest, GivesUpOnALockThatADeadProcessHolds) {
     WriteLog({Record(u"/tmp/a")});
     for (const char* key : {"10022", "10011"}) {
         LeaveBehind(key);
-        const auto state = FindNamedMutex(key);
+        const auto state = common::FindNamedMutex(key);
         ASSERT_TRUE(state);
         const Clock::time_point start = Clock::now();
         VirlogRun run({});
@@ -78,7 +78,7 @@ TEST_F(VirlogLockTest, GivesUpOnALockThatADeadProcessHolds) {
         expected += lock;
         expected += "; when that process is gone, \"corvane-virlog --unlock\" helps\n";
         EXPECT_THAT(run.Errors(), MatchesRegex(expected));
-        EXPECT_TRUE(RemoveNamedMutex(*state)) << "it must not be touched";
+        EXPECT_TRUE(common::RemoveNamedMutex(*state)) << "it must not be touched";
     }
     EXPECT_FALSE(Exists(kCopy));
 }
@@ -134,7 +134,7 @@ TEST_F(VirlogLockTest, IgnoresWhatItWasStartedToIgnore) {
 
 TEST_F(VirlogLockTest, WaitsForWhoKeepsTheFolderLocked) {
     WriteLog({Record(u"/tmp/a")});
-    FileDescriptor folder(::open(kReports, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    common::FileDescriptor folder(::open(kReports, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     ASSERT_EQ(::flock(folder.Get(), LOCK_EX), 0);
     VirlogRun run({"--format", "csv"});
     ASSERT_TRUE(WaitUntil([&run] { return !run.Errors().empty(); }));
@@ -166,8 +166,10 @@ TEST_F(VirlogUnlockTest, SaysWhenThereIsNothingToRemove) {
 TEST_F(VirlogUnlockTest, RemovesWhatAPersonWantsToHaveRemoved) {
     LeaveBehind("10022");
     LeaveBehind("10011");
-    const int mainQueue = FindNamedMutex("10022").value_or(NamedMutexState{}).queueId;
-    const int recordQueue = FindNamedMutex("10011").value_or(NamedMutexState{}).queueId;
+    const int mainQueue =
+        common::FindNamedMutex("10022").value_or(common::NamedMutexState{}).queueId;
+    const int recordQueue =
+        common::FindNamedMutex("10011").value_or(common::NamedMutexState{}).queueId;
     VirlogRun run({"--unlock"}, "y\nyes\n");
     EXPECT_EQ(run.Status(), 0);
     EXPECT_EQ(run.Errors(), "");
@@ -249,7 +251,7 @@ TEST_F(VirlogUnlockTest, ALockThatIsTakenAnewDuringTheQuestionStays) {
 
 TEST_F(VirlogUnlockTest, AsksNothingThatCannotBeRead) {
     const Queue main(kMainKey);
-    const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    const common::FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
     VirlogRun run({"--unlock"}, full.Get());
     run.Type("y\n");
     EXPECT_EQ(run.Status(), 1);

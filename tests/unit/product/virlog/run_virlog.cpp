@@ -55,11 +55,11 @@ void VirlogRun::Start(std::vector<std::string> arguments, int output, uid_t user
     }
     pointers.push_back(nullptr);
     constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
-    const FileDescriptor out(::open((m_scratch / "out").c_str(), kFlags, 0600));
-    const FileDescriptor err(::open((m_scratch / "err").c_str(), kFlags, 0600));
+    const common::FileDescriptor out(::open((m_scratch / "out").c_str(), kFlags, 0600));
+    const common::FileDescriptor err(::open((m_scratch / "err").c_str(), kFlags, 0600));
     std::array<int, 2> ends{};
     ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-    const FileDescriptor input(ends[0]);
+    const common::FileDescriptor input(ends[0]);
     m_input.Reset(ends[1]);
     m_pid = ::fork();
     if (m_pid == 0) {
@@ -109,7 +109,7 @@ void VirlogProgramTest::SetUp() {
     ASSERT_EQ(::chmod(kReports, 01777), 0);
     WriteFile(std::string(kProduct) + "scanver.cnf",
               std::string("\5\0\14\0", 4) + std::string(16, '\0'));
-    CopyToField(g_szAppPath, kProduct);
+    common::CopyToField(g_szAppPath, kProduct);
 }
 
 void VirlogProgramTest::WriteLog(const std::vector<std::string>& records) {

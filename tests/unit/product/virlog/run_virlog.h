@@ -67,7 +67,7 @@ private:
     void Start(std::vector<std::string> arguments, int output, uid_t user);
 
     ScratchFolder m_scratch;
-    FileDescriptor m_input;
+    common::FileDescriptor m_input;
     pid_t m_pid = -1;
     std::optional<int> m_status;
 };

@@ -26,13 +26,13 @@ protected:
             GTEST_SKIP() << "no right to mount a disk to fill";
         }
         ReportTest::SetUp();
-        ASSERT_TRUE(CopyToField(g_szAppPath, m_app / "disk/"));
+        ASSERT_TRUE(common::CopyToField(g_szAppPath, m_app / "disk/"));
         ASSERT_EQ(::mkdir((m_app / "disk/reports").c_str(), 0777), 0);
     }
     void Fill() {
-        const FileDescriptor filler(
+        const common::FileDescriptor filler(
             ::open((m_app / "disk/filler").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-        ASSERT_FALSE(WriteAll(filler.Get(), std::string(100'000, 'f')));
+        ASSERT_FALSE(common::WriteAll(filler.Get(), std::string(100'000, 'f')));
         ASSERT_EQ(errno, ENOSPC);
     }
 
@@ -55,7 +55,7 @@ TEST_F(FullDisk, AScanGoesOnWithoutItsReport) {
 }
 
 TEST_F(FullDisk, TheIndexStaysAsItWas) {
-    ASSERT_TRUE(CreateReportIndex(m_index.c_str()));
+    ASSERT_TRUE(reports::CreateReportIndex(m_index.c_str()));
     AddPath("/home");
     ReportGen report(m_paths);
     // Seven records fill the index's first page but for a rest too short for another.
@@ -71,7 +71,7 @@ TEST_F(FullDisk, TheIndexStaysAsItWas) {
 
 TEST_F(FullDisk, AnIndexIsNotLeftHalfCreated) {
     Fill();
-    EXPECT_FALSE(CreateReportIndex(m_index.c_str()));
+    EXPECT_FALSE(reports::CreateReportIndex(m_index.c_str()));
     EXPECT_FALSE(Exists(m_index));
 }
 

@@ -82,11 +82,12 @@ TEST_F(GrowingScheduledIndex, TheLastRecordIsPassedOverAlike) {
 TEST(GrowingScanIndex, TheRecordsBehindOneThatIsJustBeingWrittenAreRead) {
     const ScratchFolder scratch;
     const std::string path = scratch / "main.rpt";
-    ASSERT_TRUE(CreateReportIndex(path.c_str()));
+    ASSERT_TRUE(reports::CreateReportIndex(path.c_str()));
     for (const char* name : {"a.log", "b.log", "c.log"}) {
         tagScanIndexEntry entry{};
-        CopyToField(entry.reportName, name);
-        ASSERT_TRUE(AppendReportIndexEntry(path.c_str(), entry, IndexLock::kNone));
+        common::CopyToField(entry.reportName, name);
+        ASSERT_TRUE(
+            reports::AppendReportIndexEntry(path.c_str(), entry, reports::IndexLock::kNone));
     }
     const std::string whole = ReadFile(path);
     ASSERT_EQ(whole.size(), 12U + 3 * 542U);
@@ -94,12 +95,12 @@ TEST(GrowingScanIndex, TheRecordsBehindOneThatIsJustBeingWrittenAreRead) {
     WriteFile(path, whole.substr(0, 12 + 542 + 200));
     atTheEnd = [&] { WriteFile(path, whole); };
     std::vector<tagScanIndexEntry> entries;
-    ASSERT_TRUE(ReadReportIndex(path.c_str(), IndexCount::kIgnored, entries));
+    ASSERT_TRUE(reports::ReadReportIndex(path.c_str(), reports::IndexCount::kIgnored, entries));
     EXPECT_FALSE(atTheEnd) << "nobody came to the end";
     ASSERT_EQ(entries.size(), 3U);
-    EXPECT_EQ(FieldText(entries[0].reportName), "a.log");
-    EXPECT_EQ(FieldText(entries[1].reportName), "");
-    EXPECT_EQ(FieldText(entries[2].reportName), "c.log");
+    EXPECT_EQ(common::FieldText(entries[0].reportName), "a.log");
+    EXPECT_EQ(common::FieldText(entries[1].reportName), "");
+    EXPECT_EQ(common::FieldText(entries[2].reportName), "c.log");
 }
 
 }  // namespace

@@ -17,19 +17,19 @@ protected:
     void SetUp() override {
         ASSERT_EQ(::mkdir((m_app / "reports").c_str(), 0777), 0);
         WriteFile(m_index, std::string("ZQRF\0\0\0\0\0\0\0\0", 12));
-        ASSERT_TRUE(CopyToField(g_szAppPath, m_app.Path()));
+        ASSERT_TRUE(common::CopyToField(g_szAppPath, m_app.Path()));
         std::memset(g_szRptName, 0, sizeof g_szRptName);
         std::memset(g_szRptPath, 0, sizeof g_szRptPath);
         std::memset(g_szStrTime, 0, sizeof g_szStrTime);
         std::memset(g_szEndTime, 0, sizeof g_szEndTime);
         g_dDiffTime = 0;
-        ResetRunCounters();
-        g_scnopts = kDefaultScanSettings;
+        common::ResetRunCounters();
+        g_scnopts = common::kDefaultScanSettings;
         pfnGetVer = nullptr;
     }
-    ~ReportTest() override { FreePathList(m_paths, m_tail); }
+    ~ReportTest() override { common::FreePathList(m_paths, m_tail); }
 
-    void AddPath(const char* path) { ASSERT_TRUE(AppendPath(m_paths, m_tail, path)); }
+    void AddPath(const char* path) { ASSERT_TRUE(common::AppendPath(m_paths, m_tail, path)); }
 
     /// The report that the two globals name.
     static std::string Report() { return ReadFile(g_szRptPath); }

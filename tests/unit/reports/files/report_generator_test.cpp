@@ -157,8 +157,8 @@ TEST_F(Generator, WritesTheSummary) {
     g_uiDeleCnt = 4;
     g_uiSkipCnt = 5;
     g_uiIOErrCnt = 6;
-    CopyToField(g_szStrTime, "Start Time : 10:20:30\r\n");
-    CopyToField(g_szEndTime, "End Time :  11:22:33\r\n");
+    common::CopyToField(g_szStrTime, "Start Time : 10:20:30\r\n");
+    common::CopyToField(g_szEndTime, "End Time :  11:22:33\r\n");
     g_dDiffTime = 3723.9;
     const std::string rest = std::string(kRule66) +
                              "\n\n"
@@ -209,8 +209,8 @@ TEST_F(Generator, TwoScansNeverShareAReport) {
 
 TEST_F(Generator, AReportThatCannotBeOpenedTakesEveryWrite) {
     std::filesystem::remove_all(m_app / "reports");
-    CopyToField(g_szRptName, "before");
-    CopyToField(g_szRptPath, "/before");
+    common::CopyToField(g_szRptName, "before");
+    common::CopyToField(g_szRptPath, "/before");
     {
         ReportGen report(nullptr);
         EXPECT_EQ(report.WriteHeader(), 1);
@@ -239,7 +239,7 @@ TEST_F(Generator, OpensNothingUnderAPathThatDoesNotFit) {
     const std::string folder = m_app / std::string(237 - m_app.Path().size() - 1, 'd') + "/";
     ASSERT_EQ(folder.size(), 237U);
     std::filesystem::create_directories(folder + "reports");
-    ASSERT_TRUE(CopyToField(g_szAppPath, folder));
+    ASSERT_TRUE(common::CopyToField(g_szAppPath, folder));
     ReportGen report(nullptr);
     report.Log("text");
     EXPECT_STREQ(g_szRptPath, "");
@@ -247,7 +247,7 @@ TEST_F(Generator, OpensNothingUnderAPathThatDoesNotFit) {
 
     const std::string fitting = m_app / std::string(236 - m_app.Path().size() - 1, 'd') + "/";
     std::filesystem::create_directories(fitting + "reports");
-    ASSERT_TRUE(CopyToField(g_szAppPath, fitting));
+    ASSERT_TRUE(common::CopyToField(g_szAppPath, fitting));
     ReportGen fits(nullptr);
     EXPECT_EQ(std::string(g_szRptPath).size(), 255U);
     fits.Log("text");
@@ -282,7 +282,7 @@ TEST_F(Generator, ListsItselfInTheScanIndex) {
 TEST_F(Generator, CopiesItsPaths) {
     AddPath("/home/someone");
     ReportGen report(m_paths);
-    FreePathList(m_paths, m_tail);
+    common::FreePathList(m_paths, m_tail);
     ASSERT_TRUE(report.MakeIndexEntry());
     EXPECT_EQ(ReadFile(m_index).substr(42), Fields("/home/someone", g_szRptName));
 }

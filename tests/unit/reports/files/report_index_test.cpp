@@ -21,9 +21,9 @@ const std::string kEmptyIndex("ZQRF\0\0\0\0\0\0\0\0", 12);
 
 tagScanIndexEntry Entry(const std::string& subject, const std::string& name) {
     tagScanIndexEntry entry{};
-    CopyToField(entry.finished, "15 Nov, 2026, 02:37:00 PM");
-    CopyToField(entry.subject, subject);
-    CopyToField(entry.reportName, name);
+    common::CopyToField(entry.finished, "15 Nov, 2026, 02:37:00 PM");
+    common::CopyToField(entry.subject, subject);
+    common::CopyToField(entry.reportName, name);
     return entry;
 }
 
@@ -38,8 +38,8 @@ std::string EntryBytes(const std::string& subject, const std::string& name) {
 class Index : public testing::Test {
 protected:
     [[nodiscard]] bool Append(const std::string& subject, const std::string& name,
-                              IndexLock lock = IndexLock::kWhileCounting) const {
-        return AppendReportIndexEntry(m_path.c_str(), Entry(subject, name), lock);
+                              reports::IndexLock lock = reports::IndexLock::kWhileCounting) const {
+        return reports::AppendReportIndexEntry(m_path.c_str(), Entry(subject, name), lock);
     }
 
     ScratchFolder m_scratch;
@@ -48,7 +48,7 @@ protected:
 
 TEST_F(Index, IsCreatedWithItsHeader) {
     const mode_t before = ::umask(077);
-    const bool created = CreateReportIndex(m_path.c_str());
+    const bool created = reports::CreateReportIndex(m_path.c_str());
     ::umask(before);
     ASSERT_TRUE(created);
     EXPECT_EQ(ReadFile(m_path), std::string("\x5A\x51\x52\x46\0\0\0\0\0\0\0\0", 12));
@@ -57,25 +57,25 @@ TEST_F(Index, IsCreatedWithItsHeader) {
 
 TEST_F(Index, KeepsNobodyWaitingAtAFifo) {
     ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
-    EXPECT_TRUE(CreateReportIndex(m_path.c_str())) << "there is something to open";
+    EXPECT_TRUE(reports::CreateReportIndex(m_path.c_str())) << "there is something to open";
     EXPECT_FALSE(Append("/home", "0001.log"));
     std::vector<tagScanIndexEntry> entries;
-    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), IndexCount::kIgnored, entries));
+    EXPECT_TRUE(reports::ReadReportIndex(m_path.c_str(), reports::IndexCount::kIgnored, entries));
     EXPECT_TRUE(entries.empty());
-    EXPECT_FALSE(RewriteReportIndex(m_path.c_str(), entries));
+    EXPECT_FALSE(reports::RewriteReportIndex(m_path.c_str(), entries));
 }
 
 TEST_F(Index, IsLeftWhenItIsThere) {
     WriteFile(m_path, "whatever stands here");
     ASSERT_EQ(::chmod(m_path.c_str(), 0600), 0);
-    EXPECT_TRUE(CreateReportIndex(m_path.c_str()));
+    EXPECT_TRUE(reports::CreateReportIndex(m_path.c_str()));
     EXPECT_EQ(ReadFile(m_path), "whatever stands here");
     EXPECT_EQ(ModeOf(m_path), 0666U);
 }
 
 TEST_F(Index, CannotBeCreatedInAMissingFolder) {
-    EXPECT_FALSE(CreateReportIndex((m_scratch / "missing/main.rpt").c_str()));
-    EXPECT_FALSE(CreateReportIndex(nullptr));
+    EXPECT_FALSE(reports::CreateReportIndex((m_scratch / "missing/main.rpt").c_str()));
+    EXPECT_FALSE(reports::CreateReportIndex(nullptr));
 }
 
 TEST_F(Index, IsNotLeftHalfCreated) {
@@ -85,7 +85,7 @@ TEST_F(Index, IsNotLeftHalfCreated) {
                   if (::setrlimit(RLIMIT_FSIZE, &none) != 0) {
                       return 1;
                   }
-                  return CreateReportIndex(m_path.c_str()) ? 2 : 0;
+                  return reports::CreateReportIndex(m_path.c_str()) ? 2 : 0;
               }),
               0);
     EXPECT_FALSE(Exists(m_path));
@@ -95,7 +95,7 @@ TEST_F(Index, GetsRecordsInOrder) {
     WriteFile(m_path, kEmptyIndex);
     ASSERT_TRUE(Append("/home", "scn0001.log"));
     ASSERT_TRUE(Append("/usr", "scn0002.log"));
-    ASSERT_TRUE(Append("UP-TO-DATE", "updt0003.log", IndexLock::kNone));
+    ASSERT_TRUE(Append("UP-TO-DATE", "updt0003.log", reports::IndexLock::kNone));
     EXPECT_EQ(ReadFile(m_path),
               std::string("ZQRF\0\0\0\0\x03\0\0\0", 12) + EntryBytes("/home", "scn0001.log") +
                   EntryBytes("/usr", "scn0002.log") + EntryBytes("UP-TO-DATE", "updt0003.log"));
@@ -112,7 +112,8 @@ TEST_F(Index, AddsToTheCountAndAppendsWhateverItSays) {
 TEST_F(Index, IsNotCreatedByARecord) {
     EXPECT_FALSE(Append("/home", "scn0001.log"));
     EXPECT_FALSE(Exists(m_path));
-    EXPECT_FALSE(AppendReportIndexEntry(nullptr, Entry("a", "b"), IndexLock::kNone));
+    EXPECT_FALSE(
+        reports::AppendReportIndexEntry(nullptr, Entry("a", "b"), reports::IndexLock::kNone));
 }
 
 TEST_F(Index, StaysAsItWasWithoutRoom) {
@@ -134,7 +135,7 @@ TEST_F(Index, StaysAsItWasWithoutRoom) {
 TEST_F(Index, CountsEveryRecordOfConcurrentScans) {
     constexpr int kProcesses = 6;
     constexpr int kRecords = 60;
-    ASSERT_TRUE(CreateReportIndex(m_path.c_str()));
+    ASSERT_TRUE(reports::CreateReportIndex(m_path.c_str()));
     std::vector<pid_t> children;
     children.reserve(kProcesses);
     for (int process = 0; process < kProcesses; ++process) {
@@ -163,7 +164,7 @@ TEST_F(Index, CountsEveryRecordOfConcurrentScans) {
 
 TEST_F(Index, WaitsForTheLockToCount) {
     WriteFile(m_path, kEmptyIndex);
-    const FileDescriptor file(::open(m_path.c_str(), O_RDWR | O_CLOEXEC));
+    const common::FileDescriptor file(::open(m_path.c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(LockFileHandle(file.Get()), 0);
     const pid_t other = StartChild([this] { return Append("/home", "scn0001.log") ? 0 : 1; });
     EXPECT_TRUE(WaitUntil([other] {
@@ -179,11 +180,12 @@ TEST_F(Index, WaitsForTheLockToCount) {
 
 TEST_F(Index, WithoutTheLockNobodyWaits) {
     WriteFile(m_path, kEmptyIndex);
-    const FileDescriptor file(::open(m_path.c_str(), O_RDWR | O_CLOEXEC));
+    const common::FileDescriptor file(::open(m_path.c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(LockFileHandle(file.Get()), 0);
-    EXPECT_EQ(
-        InChild([this] { return Append("UP-TO-DATE", "updt0001.log", IndexLock::kNone) ? 0 : 1; }),
-        0);
+    EXPECT_EQ(InChild([this] {
+                  return Append("UP-TO-DATE", "updt0001.log", reports::IndexLock::kNone) ? 0 : 1;
+              }),
+              0);
     EXPECT_EQ(ReadFile(m_path).size(), 12U + 542U);
 }
 
@@ -192,31 +194,32 @@ TEST_F(Index, IsRewrittenWhole) {
     ASSERT_EQ(::chmod(m_path.c_str(), 0600), 0);
     const std::vector<tagScanIndexEntry> kept{Entry("/home", "scn0001.log"),
                                               Entry("/usr", "scn0002.log")};
-    EXPECT_TRUE(RewriteReportIndex(m_path.c_str(), kept));
+    EXPECT_TRUE(reports::RewriteReportIndex(m_path.c_str(), kept));
     EXPECT_EQ(ReadFile(m_path), std::string("ZQRF\0\0\0\0\x02\0\0\0", 12) +
                                     EntryBytes("/home", "scn0001.log") +
                                     EntryBytes("/usr", "scn0002.log"));
     EXPECT_EQ(ModeOf(m_path), 0666U);
-    EXPECT_TRUE(RewriteReportIndex(m_path.c_str(), {}));
+    EXPECT_TRUE(reports::RewriteReportIndex(m_path.c_str(), {}));
     EXPECT_EQ(ReadFile(m_path), kEmptyIndex);
 }
 
 TEST_F(Index, IsNotCreatedByRewritingOrReading) {
-    EXPECT_FALSE(RewriteReportIndex(m_path.c_str(), {}));
-    EXPECT_FALSE(RewriteReportIndex(nullptr, {}));
+    EXPECT_FALSE(reports::RewriteReportIndex(m_path.c_str(), {}));
+    EXPECT_FALSE(reports::RewriteReportIndex(nullptr, {}));
     std::vector<tagScanIndexEntry> entries{Entry("a", "b")};
-    EXPECT_FALSE(ReadReportIndex(m_path.c_str(), IndexCount::kIgnored, entries));
+    EXPECT_FALSE(reports::ReadReportIndex(m_path.c_str(), reports::IndexCount::kIgnored, entries));
     EXPECT_TRUE(entries.empty());
-    EXPECT_FALSE(ReadReportIndex(nullptr, IndexCount::kIgnored, entries));
+    EXPECT_FALSE(reports::ReadReportIndex(nullptr, reports::IndexCount::kIgnored, entries));
     EXPECT_FALSE(Exists(m_path));
 }
 
 TEST_F(Index, ACountOfNoneIsBelievedByWhoAsksForIt) {
     WriteFile(m_path, kEmptyIndex + EntryBytes("/home", "scn0001.log"));
     std::vector<tagScanIndexEntry> entries;
-    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), IndexCount::kNoneMeansEmpty, entries));
+    EXPECT_TRUE(
+        reports::ReadReportIndex(m_path.c_str(), reports::IndexCount::kNoneMeansEmpty, entries));
     EXPECT_TRUE(entries.empty());
-    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), IndexCount::kIgnored, entries));
+    EXPECT_TRUE(reports::ReadReportIndex(m_path.c_str(), reports::IndexCount::kIgnored, entries));
     ASSERT_EQ(entries.size(), 1U);
     EXPECT_STREQ(entries[0].reportName, "scn0001.log");
 }
@@ -225,13 +228,13 @@ TEST_F(Index, MadeEndlessIsReadOnlySoFar) {
     WriteFile(m_path, std::string("ZQRF\0\0\0\0\x01\0\0\0", 12));
     ASSERT_EQ(::truncate(m_path.c_str(), off_t{542} * 200'000), 0);  // a hole, no room on the disk
     std::vector<tagScanIndexEntry> entries;
-    EXPECT_TRUE(ReadReportIndex(m_path.c_str(), IndexCount::kIgnored, entries));
+    EXPECT_TRUE(reports::ReadReportIndex(m_path.c_str(), reports::IndexCount::kIgnored, entries));
     EXPECT_EQ(entries.size(), 100'000U);
 }
 
 TEST(IndexNames, OfTheTwoIndexes) {
-    EXPECT_STREQ(kScanIndexName, "main.rpt");
-    EXPECT_STREQ(kUpdateIndexName, "updt.rpt");
+    EXPECT_STREQ(reports::kScanIndexName, "main.rpt");
+    EXPECT_STREQ(reports::kUpdateIndexName, "updt.rpt");
 }
 
 }  // namespace

@@ -25,11 +25,11 @@ class SavedCopy : public testing::Test {
 protected:
     ~SavedCopy() override { FailNothing(); }
 
-    static void ExpectSaved(const SaveOutcome& outcome) {
-        EXPECT_EQ(outcome.kind, SaveOutcome::kSaved) << outcome.error;
+    static void ExpectSaved(const reports::SaveOutcome& outcome) {
+        EXPECT_EQ(outcome.kind, reports::SaveOutcome::kSaved) << outcome.error;
     }
-    static void ExpectFailed(const SaveOutcome& outcome, int error,
-                             SaveOutcome::Kind kind = SaveOutcome::kFailed) {
+    static void ExpectFailed(const reports::SaveOutcome& outcome, int error,
+                             reports::SaveOutcome::Kind kind = reports::SaveOutcome::kFailed) {
         EXPECT_EQ(outcome.kind, kind);
         EXPECT_EQ(outcome.error, error);
     }
@@ -40,10 +40,10 @@ protected:
             if (::getuid() == 0 && (::setgid(kSomebody) != 0 || ::setuid(kSomebody) != 0)) {
                 return 255;
             }
-            const SaveOutcome outcome = SaveCopy(path, bytes);
-            return outcome.kind == SaveOutcome::kSaved    ? 0
-                   : outcome.kind == SaveOutcome::kFailed ? outcome.error
-                                                          : 200 + outcome.kind;
+            const reports::SaveOutcome outcome = reports::SaveCopy(path, bytes);
+            return outcome.kind == reports::SaveOutcome::kSaved    ? 0
+                   : outcome.kind == reports::SaveOutcome::kFailed ? outcome.error
+                                                                   : 200 + outcome.kind;
         });
     }
     static struct stat StatusOf(const std::string& path) {
@@ -58,7 +58,7 @@ protected:
 
 TEST_F(SavedCopy, IsMadeAsTheUserMakesFiles) {
     const mode_t before = ::umask(027);
-    ExpectSaved(SaveCopy(m_file, std::string("a\0b\n", 4)));
+    ExpectSaved(reports::SaveCopy(m_file, std::string("a\0b\n", 4)));
     ::umask(before);
     EXPECT_EQ(ReadFile(m_file), std::string("a\0b\n", 4));
     EXPECT_EQ(ModeOf(m_file), 0640U);
@@ -73,27 +73,27 @@ TEST_F(SavedCopy, ReplacesAFileInItsPlace) {
         ASSERT_EQ(::chown(m_file.c_str(), kSomebody, kSomebody), 0);
     }
     const struct stat before = StatusOf(m_file);
-    ExpectSaved(SaveCopy(m_file, "new"));
+    ExpectSaved(reports::SaveCopy(m_file, "new"));
     EXPECT_EQ(ReadFile(other), "new") << "its other name shows the same file";
     const struct stat after = StatusOf(m_file);
     EXPECT_EQ(after.st_ino, before.st_ino);
     EXPECT_EQ(after.st_uid, before.st_uid);
     EXPECT_EQ(after.st_mode, before.st_mode);
     const std::string longer(100'000, 'x');
-    ExpectSaved(SaveCopy(m_file, longer));
+    ExpectSaved(reports::SaveCopy(m_file, longer));
     EXPECT_EQ(ReadFile(other), longer);
-    ExpectSaved(SaveCopy(m_file, ""));
+    ExpectSaved(reports::SaveCopy(m_file, ""));
     EXPECT_EQ(ReadFile(other), "");
 }
 
 TEST_F(SavedCopy, FollowsALinkToAFileAndMakesNoneThroughALink) {
     WriteFile(m_folder / "target", "old");
     ASSERT_EQ(::symlink("target", m_file.c_str()), 0);
-    ExpectSaved(SaveCopy(m_file, "new"));
+    ExpectSaved(reports::SaveCopy(m_file, "new"));
     EXPECT_TRUE(S_ISLNK(StatusOf(m_file).st_mode));
     EXPECT_EQ(ReadFile(m_folder / "target"), "new");
     ASSERT_EQ(::unlink((m_folder / "target").c_str()), 0);
-    ExpectFailed(SaveCopy(m_file, "new"), ENOENT);
+    ExpectFailed(reports::SaveCopy(m_file, "new"), ENOENT);
     EXPECT_FALSE(Exists(m_folder / "target"));
     EXPECT_TRUE(Exists(m_file)) << "the link is not ours to remove";
 }
@@ -104,25 +104,25 @@ TEST_F(SavedCopy, RefusesWhatIsNoRegularFile) {
     const std::string link = m_folder / "link";
     ASSERT_EQ(::symlink("/dev/null", link.c_str()), 0);
     for (const std::string& path : {fifo, link, m_folder.Path()}) {
-        EXPECT_EQ(SaveCopy(path, "new").kind, SaveOutcome::kNotRegular) << path;
+        EXPECT_EQ(reports::SaveCopy(path, "new").kind, reports::SaveOutcome::kNotRegular) << path;
     }
-    const FileDescriptor reader(::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    EXPECT_EQ(SaveCopy(fifo, "new").kind, SaveOutcome::kNotRegular);
+    const common::FileDescriptor reader(::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    EXPECT_EQ(reports::SaveCopy(fifo, "new").kind, reports::SaveOutcome::kNotRegular);
     char byte = 0;
     EXPECT_LE(::read(reader.Get(), &byte, 1), 0) << "nothing is sent to who reads it";
     EXPECT_TRUE(S_ISFIFO(StatusOf(fifo).st_mode));
     const std::string device = m_folder / "device";
     if (::mknod(device.c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0) {
-        EXPECT_EQ(SaveCopy(device, "new").kind, SaveOutcome::kNotRegular);
+        EXPECT_EQ(reports::SaveCopy(device, "new").kind, reports::SaveOutcome::kNotRegular);
         EXPECT_TRUE(S_ISCHR(StatusOf(device).st_mode)) << "it is not replaced either";
     }
 }
 
 TEST_F(SavedCopy, SaysWhyThereIsNone) {
-    ExpectFailed(SaveCopy(m_folder / "missing/copy.txt", "x"), ENOENT);
+    ExpectFailed(reports::SaveCopy(m_folder / "missing/copy.txt", "x"), ENOENT);
     WriteFile(m_file, "x");
-    ExpectFailed(SaveCopy(m_file + "/below", "x"), ENOTDIR);
-    ExpectFailed(SaveCopy(m_folder / std::string(300, 'n'), "x"), ENAMETOOLONG);
+    ExpectFailed(reports::SaveCopy(m_file + "/below", "x"), ENOTDIR);
+    ExpectFailed(reports::SaveCopy(m_folder / std::string(300, 'n'), "x"), ENAMETOOLONG);
 }
 
 TEST_F(SavedCopy, AnOrdinaryUserNeedsTheRightsOnlyToWhatIsWritten) {
@@ -151,7 +151,7 @@ TEST_F(SavedCopy, KeepsToTheLimitOfAFilesSizeAndLives) {
                       if (::setrlimit(RLIMIT_FSIZE, &small) != 0) {
                           return 255;
                       }
-                      return SaveCopy(path, std::string(1001, 'x')).error;
+                      return reports::SaveCopy(path, std::string(1001, 'x')).error;
                   }),
                   EFBIG);
     }
@@ -169,17 +169,17 @@ TEST_F(SavedCopy, PutsBackWhatItOverwroteWhenTheDiskFailsLate) {
         for (const auto& fault : faults) {
             WriteFile(m_file, old);
             FailCall(fault.call, fault.error);
-            ExpectFailed(SaveCopy(m_file, std::string(5000, 'n')), fault.error);
+            ExpectFailed(reports::SaveCopy(m_file, std::string(5000, 'n')), fault.error);
             FailNothing();
             EXPECT_EQ(ReadFile(m_file), old);
             FailCall(fault.call, fault.error);
-            ExpectFailed(SaveCopy(m_folder / "fresh", "new"), fault.error);
+            ExpectFailed(reports::SaveCopy(m_folder / "fresh", "new"), fault.error);
             FailNothing();
             EXPECT_FALSE(Exists(m_folder / "fresh"));
         }
     }
     FailCall(Call::kFtruncate, EIO);
-    ExpectFailed(SaveCopy(m_file, "new"), EIO);
+    ExpectFailed(reports::SaveCopy(m_file, "new"), EIO);
     EXPECT_EQ(ReadFile(m_file), std::string(9000, 'o'));
 }
 
@@ -187,18 +187,18 @@ TEST_F(SavedCopy, SaysThatTheOldBytesAreLost) {
     WriteFile(m_file, "old");
     FailCall(Call::kFsync, EIO);
     FailCall(Call::kFtruncate, EROFS);
-    ExpectFailed(SaveCopy(m_file, "newer"), EIO, SaveOutcome::kLostOldBytes);
+    ExpectFailed(reports::SaveCopy(m_file, "newer"), EIO, reports::SaveOutcome::kLostOldBytes);
     FailNothing();
     // The first closing is of a copy of the descriptor; at the second one nothing can be put back.
     FailCall(Call::kClose, EIO, 2);
-    ExpectFailed(SaveCopy(m_file, "new"), EIO, SaveOutcome::kLostOldBytes);
+    ExpectFailed(reports::SaveCopy(m_file, "new"), EIO, reports::SaveOutcome::kLostOldBytes);
 }
 
 TEST_F(SavedCopy, GoesOnWhereRoomCannotBeReservedOrFlushed) {
     WriteFile(m_file, "old");
     FailCall(Call::kFallocate, EOPNOTSUPP);
     FailCall(Call::kFsync, EINVAL);
-    ExpectSaved(SaveCopy(m_file, "newer"));
+    ExpectSaved(reports::SaveCopy(m_file, "newer"));
     EXPECT_EQ(ReadFile(m_file), "newer");
 }
 
@@ -217,9 +217,9 @@ protected:
         ASSERT_EQ(::chmod((m_folder / "disk").c_str(), 0755), 0);
         WriteFile(m_file, m_old);
         ASSERT_EQ(::chmod(m_file.c_str(), 0666), 0);
-        const FileDescriptor filler(
+        const common::FileDescriptor filler(
             ::open((m_folder / "disk/filler").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-        ASSERT_FALSE(WriteAll(filler.Get(), std::string(100'000, 'f')));
+        ASSERT_FALSE(common::WriteAll(filler.Get(), std::string(100'000, 'f')));
     }
 
     SavedCopyOnAFullDisk() { m_file = m_folder / "disk/copy.txt"; }
@@ -232,7 +232,7 @@ private:
 };
 
 TEST_F(SavedCopyOnAFullDisk, LosesNothing) {
-    ExpectFailed(SaveCopy(m_file, m_new), ENOSPC);
+    ExpectFailed(reports::SaveCopy(m_file, m_new), ENOSPC);
     EXPECT_EQ(ReadFile(m_file), m_old);
     EXPECT_EQ(AsOrdinaryUser(m_file, m_new), ENOSPC) << "in a folder that is not theirs";
     EXPECT_EQ(ReadFile(m_file), m_old);
@@ -241,22 +241,22 @@ TEST_F(SavedCopyOnAFullDisk, LosesNothing) {
 
 TEST_F(SavedCopyOnAFullDisk, LosesNothingWhereRoomCannotBeReserved) {
     FailCall(Call::kFallocate, EOPNOTSUPP);
-    ExpectFailed(SaveCopy(m_file, m_new), ENOSPC);
+    ExpectFailed(reports::SaveCopy(m_file, m_new), ENOSPC);
     EXPECT_EQ(ReadFile(m_file), m_old);
 }
 
 TEST_F(SavedCopyOnAFullDisk, LeavesNoPartOfANewFile) {
     const std::string fresh = m_folder / "disk/fresh";
-    ExpectFailed(SaveCopy(fresh, m_new), ENOSPC);
+    ExpectFailed(reports::SaveCopy(fresh, m_new), ENOSPC);
     EXPECT_FALSE(Exists(fresh));
     FailCall(Call::kFallocate, EOPNOTSUPP);
-    ExpectFailed(SaveCopy(fresh, m_new), ENOSPC);
+    ExpectFailed(reports::SaveCopy(fresh, m_new), ENOSPC);
     EXPECT_FALSE(Exists(fresh));
 }
 
 TEST_F(SavedCopyOnAFullDisk, SavesWhatFitsIntoTheOldFilesRoom) {
     const std::string fits(8000, 'n');
-    ExpectSaved(SaveCopy(m_file, fits));
+    ExpectSaved(reports::SaveCopy(m_file, fits));
     EXPECT_EQ(ReadFile(m_file), fits);
 }
 

@@ -52,7 +52,7 @@ protected:
         names.reserve(entries.size());
         for (const tagReportIndexEntry& entry : entries) {
             names.push_back(
-                std::filesystem::path(std::string(FieldText(entry.reportPath))).filename());
+                std::filesystem::path(std::string(common::FieldText(entry.reportPath))).filename());
         }
         return names;
     }

@@ -20,7 +20,7 @@ namespace {
 
 TEST_F(ScheduledIndex, RewritingWaitsForTheLock) {
     Append("a", 1);
-    const FileDescriptor index(open(kIndex, O_RDWR | O_CLOEXEC));
+    const common::FileDescriptor index(open(kIndex, O_RDWR | O_CLOEXEC));
     ASSERT_EQ(LockFileHandle(index.Get()), 0);
     const pid_t other = StartChild([] {
         std::vector<tagReportIndexEntry> none;
@@ -102,7 +102,7 @@ TEST_F(ScheduledIndex, FourProcessesAppendingAndDeletingLeaveAFileThatParses) {
     ASSERT_TRUE(ReadIndexEntry(1001, entries, 0, &err));
     EXPECT_LE(entries.size(), 4001U);
     for (const tagReportIndexEntry& entry : entries) {
-        const std::string name(FieldText(entry.reportPath));
+        const std::string name(common::FieldText(entry.reportPath));
         EXPECT_TRUE(name.rfind("/gone/", 0) == 0 || name.rfind(kReports, 0) == 0) << name;
         EXPECT_EQ(entry.userId, 1U);
     }

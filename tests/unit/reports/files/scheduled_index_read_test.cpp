@@ -137,7 +137,7 @@ TEST_F(ScheduledIndex, NobodyWaitsAtAFifo) {
     tagReportIndexEntry entry{};
     EXPECT_FALSE(ScanReports().MakeIndexEntry(&entry));
     // Nor is anything written to one that somebody reads.
-    const FileDescriptor reader(open(kIndex, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const common::FileDescriptor reader(open(kIndex, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     EXPECT_FALSE(WriteIndexEntry(1001, entries, &err));
     EXPECT_EQ(err, 1002U);
     char byte = 0;
@@ -181,7 +181,7 @@ TEST_F(ScheduledIndex, UnterminatedAndBinaryRecordsAreRead) {
     unsigned int err = 0;
     ASSERT_TRUE(ReadIndexEntry(1001, entries, 0, &err));
     ASSERT_EQ(entries.size(), 2U);
-    EXPECT_EQ(FieldText(entries[0].reportPath).size(), 1024U);
+    EXPECT_EQ(common::FieldText(entries[0].reportPath).size(), 1024U);
     EXPECT_FALSE(DeleteReportForFile(1001, "/nowhere", 0, &err));
     EXPECT_EQ(err, 1025U);
 }

@@ -23,13 +23,13 @@ void FakeVersion(tagZQVERINFO* version) {
 class UpdateReport : public ::testing::Test {
 protected:
     void SetUp() override {
-        CopyToField(g_szAppPath, m_folder.Path());
+        common::CopyToField(g_szAppPath, m_folder.Path());
         fs::create_directory(m_folder / "reports");
         WriteFile(m_folder / "updt.rpt", std::string("ZQRF\0\0\0\0\0\0\0\0", 12));
         pfnGetVer = FakeVersion;
-        CopyToField(g_szOldVersion, "  16.04");
-        CopyToField(g_szOldDbDate, "  01 January 2026");
-        CopyToField(g_szOldDbTime, " [01:02:03]");
+        common::CopyToField(g_szOldVersion, "  16.04");
+        common::CopyToField(g_szOldDbDate, "  01 January 2026");
+        common::CopyToField(g_szOldDbTime, " [01:02:03]");
     }
     void TearDown() override { pfnGetVer = nullptr; }
 
@@ -53,7 +53,7 @@ TEST_F(UpdateReport, ASuccessTellsTheOldAndTheNewVersion) {
 }
 
 TEST_F(UpdateReport, TheOldVersionIsWhatTheEngineSaidBefore) {
-    CaptureOldVersion();
+    reports::CaptureOldVersion();
     EXPECT_STREQ(g_szOldVersion, "  17.05");
     EXPECT_STREQ(g_szOldDbDate, "  21 November 2026");
     EXPECT_STREQ(g_szOldDbTime, " [09:08:07]");
@@ -96,7 +96,7 @@ TEST_F(UpdateReport, IsListedWithItsStatusAndReadableByAll) {
 }
 
 TEST_F(UpdateReport, WaitsForNobodysLock) {
-    const FileDescriptor index(open((m_folder / "updt.rpt").c_str(), O_RDWR | O_CLOEXEC));
+    const common::FileDescriptor index(open((m_folder / "updt.rpt").c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(LockFileHandle(index.Get()), 0);
     EXPECT_EQ(InChild([] {
                   alarm(10);

@@ -9,12 +9,12 @@
 #include "reports/virus_log/virus_log.h"
 
 int main(int argc, char** argv) {
-    if (argc != 3 || !CopyToField(g_szAppPath, argv[1])) {
+    if (argc != 3 || !common::CopyToField(g_szAppPath, argv[1])) {
         return 2;
     }
     (void)::getppid();
     const bool added =
-        ZQVRAddRecVirusReport(kScannerUiComponent, argv[2], "Virus", "File is skipped");
+        ZQVRAddRecVirusReport(virus_log::kScannerUiComponent, argv[2], "Virus", "File is skipped");
     (void)::getppid();
     return added ? 0 : 1;
 }

@@ -62,15 +62,16 @@ protected:
     }
 
     std::vector<std::string> LoggedPaths() {
-        std::array<unsigned short, kVirusReportPathSize> wide{};
+        std::array<unsigned short, virus_log::kVirusReportPathSize> wide{};
         EXPECT_TRUE(ZQVRGetVirusReportFile(wide.data()));
         const std::string path(wide.begin(), std::find(wide.begin(), wide.end(), 0));
-        VirusLogContents contents;
-        EXPECT_EQ(ReadVirusLogCopy(path.c_str(), contents), ReadLogResult::kOk);
+        virus_log::VirusLogContents contents;
+        EXPECT_EQ(virus_log::ReadVirusLogCopy(path.c_str(), contents),
+                  virus_log::ReadLogResult::kOk);
         EXPECT_EQ(contents.damagedBytes, 0U);
         EXPECT_EQ(contents.missing, 0U);
         std::vector<std::string> paths;
-        for (const VirusLogEntry& entry : contents.entries) {
+        for (const virus_log::VirusLogEntry& entry : contents.entries) {
             paths.push_back(entry.filePath);
         }
         return paths;

@@ -65,7 +65,7 @@ TEST_F(HeldMutexTest, WithoutThatOfTheMainFileNothingIsDone) {
     Put("cpyONE.dat", "another reader's");
     ExpectAllFail({
         [] {
-            std::array<char, kLogFileNameSize> name{};
+            std::array<char, virus_log::kLogFileNameSize> name{};
             return GetFileNameFromMainFile(name.data());
         },
         [] { return PerformResetLog(1); },
@@ -74,11 +74,11 @@ TEST_F(HeldMutexTest, WithoutThatOfTheMainFileNothingIsDone) {
             return ZQVRResetLog(1, &remaining);
         },
         [] {
-            CutRecords cut;
-            return KeepNewest(1, cut);
+            virus_log::CutRecords cut;
+            return virus_log::KeepNewest(1, cut);
         },
         [] {
-            std::array<unsigned short, kVirusReportPathSize> path{};
+            std::array<unsigned short, virus_log::kVirusReportPathSize> path{};
             return ZQVRGetVirusReportFile(path.data());
         },
         [] {
@@ -109,7 +109,7 @@ TEST_F(HeldMutexTest, WithoutThatOfTheRecordsNothingIsMergedOrReset) {
                 [this] { return Content("VirMain.dat") == MainBytes(1, "VirRcTWO.dat"); });
             return JoinChild(reset) != 0 || !isTold;
         },
-        [] { return CorrectCounts().has_value(); },
+        [] { return virus_log::CorrectCounts().has_value(); },
         [] {
             unsigned int remaining = 0;
             return ZQVRResetLog(1, &remaining);
@@ -126,8 +126,8 @@ TEST_F(HeldMutexTest, WithoutThatOfTheRecordsNothingIsCut) {
     ASSERT_TRUE(held.IsHeld());
     Put("VirMain.dat", MainBytes(1, "VirRcTWO.dat"));
     ExpectAllFail({[] {
-        CutRecords cut;
-        return KeepNewest(1, cut);
+        virus_log::CutRecords cut;
+        return virus_log::KeepNewest(1, cut);
     }});
     ExpectUnchanged();
     EXPECT_EQ(Content("VirMain.dat"), MainBytes(1, "VirRcTWO.dat"));
@@ -141,7 +141,7 @@ TEST_F(HeldMutexTest, WithoutThatOfTheRecordsNothingIsCopied) {
     Put("cpyONE.dat", "another reader's");
     ExpectAllFail({[] {
         const pid_t reading = StartChild([] {
-            std::array<unsigned short, kVirusReportPathSize> path{};
+            std::array<unsigned short, virus_log::kVirusReportPathSize> path{};
             return ZQVRGetVirusReportFile(path.data()) ? 1 : 0;
         });
         const bool isInOrder = WaitUntil([] { return IsMutexHeld(10022); });

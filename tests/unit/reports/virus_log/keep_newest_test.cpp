@@ -25,8 +25,8 @@ std::string Waiting(std::uint32_t count) {
 // Cuts the log in another process, whose exit status is how many records it removed.
 pid_t StartKeep(std::uint32_t keep) {
     return StartChild([keep] {
-        CutRecords cut;
-        return KeepNewest(keep, cut) ? static_cast<int>(cut.removed) : 255;
+        virus_log::CutRecords cut;
+        return virus_log::KeepNewest(keep, cut) ? static_cast<int>(cut.removed) : 255;
     });
 }
 
@@ -41,8 +41,8 @@ protected:
         }
     }
     static void ExpectKept(std::uint32_t keep, std::uint32_t removed, std::uint32_t remaining) {
-        CutRecords cut{77, 77};
-        EXPECT_TRUE(KeepNewest(keep, cut));
+        virus_log::CutRecords cut{77, 77};
+        EXPECT_TRUE(virus_log::KeepNewest(keep, cut));
         EXPECT_EQ(cut.removed, removed);
         EXPECT_EQ(cut.remaining, remaining);
     }
@@ -157,8 +157,8 @@ TEST_F(KeepNewestTest, WhatCannotBeMergedWaitsOn) {
 TEST_F(KeepNewestTest, ATornLogIsNotCut) {
     const std::string torn = HeadBytes(2) + Record('a') + "half";
     Put("VirRcONE.dat", torn);
-    CutRecords cut;
-    EXPECT_FALSE(KeepNewest(1, cut));
+    virus_log::CutRecords cut;
+    EXPECT_FALSE(virus_log::KeepNewest(1, cut));
     EXPECT_EQ(Content("VirRcONE.dat"), torn);
     ExpectKept(2, 0, 2);  // no more than its head counts
     EXPECT_EQ(Content("VirRcONE.dat"), torn);
@@ -168,8 +168,8 @@ TEST_F(KeepNewestTest, ATornLogIsNotCut) {
 TEST_F(KeepNewestTest, WithoutTheNameOfTheFileInUseNothingIsCut) {
     std::filesystem::remove(Log("VirMain.dat"));
     std::filesystem::create_directory(Log("VirMain.dat"));
-    CutRecords cut;
-    EXPECT_FALSE(KeepNewest(1, cut));
+    virus_log::CutRecords cut;
+    EXPECT_FALSE(virus_log::KeepNewest(1, cut));
     EXPECT_EQ(Content("VirRcONE.dat"), m_log);
 }
 
@@ -181,8 +181,8 @@ TEST_F(KeepOnFullDiskTest, NoRecordIsGone) {
     Put("VirRcONE.dat", log);
     Put("RecOffset.dat", U32(88) + U32(308));
     Fill();
-    CutRecords cut;
-    EXPECT_FALSE(KeepNewest(1, cut));
+    virus_log::CutRecords cut;
+    EXPECT_FALSE(virus_log::KeepNewest(1, cut));
     EXPECT_EQ(Content("VirRcONE.dat"), log);
     EXPECT_EQ(Content("RecOffset.dat"), U32(88) + U32(308));
     EXPECT_EQ(Content("tempdel.dat"), "(missing)");

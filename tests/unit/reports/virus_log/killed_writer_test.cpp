@@ -89,13 +89,14 @@ protected:
     }
 
     // The paths in the log as a reader sees them.
-    static std::vector<std::string> Paths(VirusLogContents& contents) {
-        std::array<unsigned short, kVirusReportPathSize> wide{};
+    static std::vector<std::string> Paths(virus_log::VirusLogContents& contents) {
+        std::array<unsigned short, virus_log::kVirusReportPathSize> wide{};
         EXPECT_TRUE(ZQVRGetVirusReportFile(wide.data()));
         const std::string path(wide.begin(), std::find(wide.begin(), wide.end(), 0));
-        EXPECT_EQ(ReadVirusLogCopy(path.c_str(), contents), ReadLogResult::kOk);
+        EXPECT_EQ(virus_log::ReadVirusLogCopy(path.c_str(), contents),
+                  virus_log::ReadLogResult::kOk);
         std::vector<std::string> paths;
-        for (const VirusLogEntry& entry : contents.entries) {
+        for (const virus_log::VirusLogEntry& entry : contents.entries) {
             paths.push_back(entry.filePath);
         }
         return paths;
@@ -104,7 +105,7 @@ protected:
     // What each kill must leave: `kept`, and at most the record being added after it.
     void ExpectReadable(const std::vector<std::string>& kept, const Call& call) {
         SCOPED_TRACE(call.name + " number " + std::to_string(call.number));
-        VirusLogContents contents;
+        virus_log::VirusLogContents contents;
         std::vector<std::string> paths = Paths(contents);
         std::vector<std::string> withKilled = kept;
         withKilled.emplace_back("/killed");
@@ -155,7 +156,7 @@ TEST_F(KilledWriter, LeavesEveryEarlierRecordReadable) {
         EXPECT_EQ(DeleteRecords("VirRcONE.dat", 1),
                   isCounted && !isRecorded ? kDeleteIoFailed : kDeleteDone);
         const std::uint32_t left = isCounted ? 3 : 2;
-        EXPECT_EQ(CorrectCounts(), left);
+        EXPECT_EQ(virus_log::CorrectCounts(), left);
         EXPECT_EQ(DeleteRecords("VirRcONE.dat", 1), kDeleteDone);
         EXPECT_EQ(Content("VirRcONE.dat").substr(4, 4), U32(left - 1));
         EXPECT_EQ(Content("RecOffset.dat").substr(0, 4), U32(88));
@@ -182,7 +183,7 @@ TEST_F(KilledWriter, LeavesAFirstRecordOrNone) {
         KillAt(call);
         const bool isRecorded = Exists(Log("VirRcONE.dat")) && Content("VirRcONE.dat").size() > 88;
         ASSERT_TRUE(ZQVRAddRecVirusReport(8000, "/next", "V", "A"));
-        VirusLogContents contents;
+        virus_log::VirusLogContents contents;
         EXPECT_EQ(Paths(contents), isRecorded ? std::vector<std::string>({"/killed", "/next"})
                                               : std::vector<std::string>({"/next"}));
         EXPECT_EQ(contents.damagedBytes, 0U);
@@ -199,8 +200,8 @@ TEST_F(KilledWriter, LosesNothingButWhatIsCutAway) {
         Put("VirRcONE.dat", HeadBytes(2) + RecordBytes("/a") + RecordBytes("/bb"));
         ASSERT_EQ(::chmod(Log("VirRcONE.dat").c_str(), 0666), 0);
         Put("RecOffset.dat", U32(88) + U32(308) + U32(530) + U32(308) + U32(0));
-        ::unlink(Log(kTrimmedRecordFile).c_str());
-        ::unlink(Log(kTrimmedOffsetFile).c_str());
+        ::unlink(Log(virus_log::kTrimmedRecordFile).c_str());
+        ::unlink(Log(virus_log::kTrimmedOffsetFile).c_str());
     };
     prepare();
     const std::vector<Call> calls = CallsOfTheFunction();
@@ -211,9 +212,9 @@ TEST_F(KilledWriter, LosesNothingButWhatIsCutAway) {
         prepare();
         KillAt(call);
         // What a killed trim leaves shuts no other user out.
-        const bool isLeft = Exists(Log(kTrimmedOffsetFile));
-        shared += isLeft && ModeOf(Log(kTrimmedOffsetFile)) == 0666 ? 1 : 0;
-        VirusLogContents contents;
+        const bool isLeft = Exists(Log(virus_log::kTrimmedOffsetFile));
+        shared += isLeft && ModeOf(Log(virus_log::kTrimmedOffsetFile)) == 0666 ? 1 : 0;
+        virus_log::VirusLogContents contents;
         const std::vector<std::string> paths = Paths(contents);
         const bool isCut = Content("VirRcONE.dat").substr(4, 4) == U32(2) && !paths.empty() &&
                            paths.front() == "/bb";

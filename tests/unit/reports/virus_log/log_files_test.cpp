@@ -13,7 +13,7 @@ constexpr std::string_view kNoName = "(none)";
 
 // The name that "VirMain.dat" gives; kNoName when there is none.
 std::string NameInMainFile() {
-    std::array<char, kLogFileNameSize + 1> name{};
+    std::array<char, virus_log::kLogFileNameSize + 1> name{};
     name.fill('x');
     if (!GetFileNameFromMainFile(name.data())) {
         return std::string(kNoName);
@@ -29,8 +29,8 @@ bool IsAsleep(pid_t process) {
     return status.find(") S ") != std::string::npos;
 }
 
-FileDescriptor OpenForWriting(const std::string& path) {
-    return FileDescriptor(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+common::FileDescriptor OpenForWriting(const std::string& path) {
+    return common::FileDescriptor(::open(path.c_str(), O_RDWR | O_CLOEXEC));
 }
 
 TEST_F(LogFiles, TheMainFileNamesTheRecordFile) {
@@ -125,8 +125,8 @@ TEST_F(LogFiles, WhoWaitedForTheMutexLooksAgain) {
 TEST_F(LogFiles, TheMainFileTellsOfAResetAndOfItsEnd) {
     for (const std::string& before : {std::string(), std::string(104, 'x')}) {
         Put("VirMain.dat", before);
-        const FileDescriptor main = OpenForWriting(Log("VirMain.dat"));
-        ASSERT_TRUE(WriteResetMainFileHeader(main.Get()));
+        const common::FileDescriptor main = OpenForWriting(Log("VirMain.dat"));
+        ASSERT_TRUE(virus_log::WriteResetMainFileHeader(main.Get()));
         EXPECT_EQ(Content("VirMain.dat"), MainBytes(1, "VirRcTWO.dat"));
         ASSERT_TRUE(RestoreMainFileHeader(main.Get()));
         EXPECT_EQ(Content("VirMain.dat"), MainBytes(0, "VirRcONE.dat"));
@@ -135,17 +135,17 @@ TEST_F(LogFiles, TheMainFileTellsOfAResetAndOfItsEnd) {
 
 TEST_F(LogFiles, AMainFileThatCannotBeWrittenIsTold) {
     Put("VirMain.dat", "as it was");
-    const FileDescriptor main(::open(Log("VirMain.dat").c_str(), O_RDONLY | O_CLOEXEC));
-    EXPECT_FALSE(WriteResetMainFileHeader(main.Get()));
+    const common::FileDescriptor main(::open(Log("VirMain.dat").c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_FALSE(virus_log::WriteResetMainFileHeader(main.Get()));
     EXPECT_FALSE(RestoreMainFileHeader(main.Get()));
-    EXPECT_FALSE(WriteResetMainFileHeader(-1));
+    EXPECT_FALSE(virus_log::WriteResetMainFileHeader(-1));
     EXPECT_FALSE(RestoreMainFileHeader(-1));
     EXPECT_EQ(Content("VirMain.dat"), "as it was");
 }
 
 TEST_F(LogFiles, TheOffsetTableIsMade) {
     const mode_t mask = ::umask(0);
-    const FileDescriptor table(OpenRecordOffsetDatabaseFile());
+    const common::FileDescriptor table(OpenRecordOffsetDatabaseFile());
     ::umask(mask);
     ASSERT_TRUE(table.IsOpen());
     EXPECT_EQ(Content("RecOffset.dat"), "");
@@ -156,7 +156,7 @@ TEST_F(LogFiles, TheOffsetTableIsMade) {
 TEST_F(LogFiles, AnOffsetTableThatIsThereKeepsItsContentAndMode) {
     Put("RecOffset.dat", U32(88) + U32(308));
     ASSERT_EQ(::chmod(Log("RecOffset.dat").c_str(), 0666), 0);
-    const FileDescriptor table(OpenRecordOffsetDatabaseFile());
+    const common::FileDescriptor table(OpenRecordOffsetDatabaseFile());
     ASSERT_TRUE(table.IsOpen());
     EXPECT_EQ(Content("RecOffset.dat"), U32(88) + U32(308));
     EXPECT_EQ(ModeOf(Log("RecOffset.dat")), 0666U);
@@ -183,7 +183,7 @@ TEST_F(LogFiles, WhatIsNoFileIsNoOffsetTable) {
 }
 
 TEST_F(LogFiles, AnOffsetIsStoredAtFourTimesItsIndex) {
-    const FileDescriptor table(OpenRecordOffsetDatabaseFile());
+    const common::FileDescriptor table(OpenRecordOffsetDatabaseFile());
     ASSERT_TRUE(WriteRecordOffsetDatabaseFile(table.Get(), 0x01020304, 0));
     EXPECT_EQ(Content("RecOffset.dat"), "\x04\x03\x02\x01");
     ASSERT_TRUE(WriteRecordOffsetDatabaseFile(table.Get(), 308, 1));
@@ -193,20 +193,20 @@ TEST_F(LogFiles, AnOffsetIsStoredAtFourTimesItsIndex) {
 }
 
 TEST_F(LogFiles, AGapInTheOffsetTableIsZeros) {
-    const FileDescriptor table(OpenRecordOffsetDatabaseFile());
+    const common::FileDescriptor table(OpenRecordOffsetDatabaseFile());
     ASSERT_TRUE(WriteRecordOffsetDatabaseFile(table.Get(), 528, 3));
     EXPECT_EQ(Content("RecOffset.dat"), U32(0) + U32(0) + U32(0) + U32(528));
 }
 
 TEST_F(LogFiles, AnIndexIsNotCutTo32BitsOfBytes) {
-    const FileDescriptor table(OpenRecordOffsetDatabaseFile());
+    const common::FileDescriptor table(OpenRecordOffsetDatabaseFile());
     ASSERT_TRUE(WriteRecordOffsetDatabaseFile(table.Get(), 88, 0x40000001));
-    EXPECT_EQ(SizeOf(table.Get()), 0x100000008);
+    EXPECT_EQ(virus_log::SizeOf(table.Get()), 0x100000008);
 }
 
 TEST_F(LogFiles, AnOffsetThatDoesNotFitIsRefused) {
     Put("RecOffset.dat", U32(88));
-    const FileDescriptor table(OpenRecordOffsetDatabaseFile());
+    const common::FileDescriptor table(OpenRecordOffsetDatabaseFile());
     EXPECT_FALSE(WriteRecordOffsetDatabaseFile(table.Get(), 0x100000000, 0));
     EXPECT_FALSE(WriteRecordOffsetDatabaseFile(table.Get(), -1, 0));
     EXPECT_EQ(Content("RecOffset.dat"), U32(88));

@@ -6,18 +6,19 @@
 /// Reads copies of a log that a test has put together.
 class LogReader : public testing::Test {
 protected:
-    ReadLogResult Read(const std::string& copy) {
+    virus_log::ReadLogResult Read(const std::string& copy) {
         WriteFile(m_path, copy);
-        return ReadVirusLogCopy(m_path.c_str(), m_contents);
+        return virus_log::ReadVirusLogCopy(m_path.c_str(), m_contents);
     }
-    ReadLogResult Read(std::uint32_t count, const std::string& records, const std::string& table) {
+    virus_log::ReadLogResult Read(std::uint32_t count, const std::string& records,
+                                  const std::string& table) {
         const auto end = static_cast<std::uint32_t>(88 + records.size());
         return Read(HeadBytes(count, end) + records + table);
     }
     /// The paths of all entries, each with a blank behind it.
     [[nodiscard]] std::string Paths() const {
         std::string paths;
-        for (const VirusLogEntry& entry : m_contents.entries) {
+        for (const virus_log::VirusLogEntry& entry : m_contents.entries) {
             paths += entry.filePath + " ";
         }
         return paths;
@@ -38,9 +39,9 @@ protected:
         EXPECT_EQ(m_contents.missing, missing);
     }
     /// What an earlier call has left.
-    void PutRemains() { m_contents = {1, 2, "c", {VirusLogEntry{}}, 3, 4}; }
+    void PutRemains() { m_contents = {1, 2, "c", {virus_log::VirusLogEntry{}}, 3, 4}; }
 
     ScratchFolder m_folder;
     std::string m_path = m_folder / "copy";
-    VirusLogContents m_contents;
+    virus_log::VirusLogContents m_contents;
 };

@@ -16,7 +16,7 @@ std::string RecordOf(std::uint32_t component, const std::string& virus, const st
 
 TEST_F(LogReader, AnEmptyLogHasItsHeadOnly) {
     PutRemains();
-    ASSERT_EQ(Read(0, "", ""), ReadLogResult::kOk);
+    ASSERT_EQ(Read(0, "", ""), virus_log::ReadLogResult::kOk);
     EXPECT_EQ(m_contents.majorVersion, 5);
     EXPECT_EQ(m_contents.minorVersion, 12);
     EXPECT_EQ(m_contents.computerName, "host");
@@ -24,9 +24,10 @@ TEST_F(LogReader, AnEmptyLogHasItsHeadOnly) {
 }
 
 TEST_F(LogReader, EveryFieldIsDecoded) {
-    ASSERT_EQ(Read(1, RecordBytes("/home/a.com", "Eicar-Test"), U32(88)), ReadLogResult::kOk);
+    ASSERT_EQ(Read(1, RecordBytes("/home/a.com", "Eicar-Test"), U32(88)),
+              virus_log::ReadLogResult::kOk);
     ASSERT_EQ(m_contents.entries.size(), 1U);
-    const VirusLogEntry& entry = m_contents.entries[0];
+    const virus_log::VirusLogEntry& entry = m_contents.entries[0];
     EXPECT_EQ(entry.component, 8000U);
     EXPECT_EQ(entry.virusName, "Eicar-Test");
     EXPECT_EQ(entry.action, "File is skipped");
@@ -51,7 +52,7 @@ TEST_F(LogReader, FieldsMayBeFullOrEmpty) {
         RecordOf(0, "", "", "", "", "");
     const std::string head = U32(0) + U32(2) + U32(88 + 214 + 210) + U32(0xFFFFFFFF) +
                              U32(0x80000000) + std::string(32, 'z') + Wide(std::string(18, 'c'));
-    ASSERT_EQ(Read(head + records + U32(88) + U32(302)), ReadLogResult::kOk);
+    ASSERT_EQ(Read(head + records + U32(88) + U32(302)), virus_log::ReadLogResult::kOk);
     EXPECT_EQ(m_contents.majorVersion, -1);
     EXPECT_EQ(m_contents.minorVersion, -2'147'483'647 - 1);
     EXPECT_EQ(m_contents.computerName, std::string(18, 'c'));
@@ -73,7 +74,7 @@ TEST_F(LogReader, WhatFollowsATerminatorInAFieldIsNoText) {
                    RecordOf(1, std::string("v\0x", 3), Wide(std::string_view("a\0x", 3)),
                             Wide(std::string_view("u\0x", 3)), Wide("/p"), Wide("d")),
                    U32(88)),
-              ReadLogResult::kOk);
+              virus_log::ReadLogResult::kOk);
     EXPECT_EQ(m_contents.entries[0].virusName, "v");
     EXPECT_EQ(m_contents.entries[0].action, "a");
     EXPECT_EQ(m_contents.entries[0].userName, "u");
@@ -85,7 +86,7 @@ TEST_F(LogReader, TextsComeBackAsTheirBytes) {
                    RecordOf(1, "v\xFF", std::string("\xE4\0", 2), std::string("\x80\xDC", 2), path,
                             std::string("\xAC\x20", 2)),
                    U32(88)),
-              ReadLogResult::kOk);
+              virus_log::ReadLogResult::kOk);
     EXPECT_EQ(m_contents.entries[0].filePath,
               std::string("/\xC3\xA4\xF0\x9F\x98\x80\xFF\xED\xA0\x80\0x", 13));
     EXPECT_EQ(m_contents.entries[0].virusName, "v\xFF");
@@ -97,37 +98,42 @@ TEST_F(LogReader, TextsComeBackAsTheirBytes) {
 TEST_F(LogReader, RecordsComeOldestFirst) {
     ASSERT_EQ(
         Read(3, Record('a') + RecordBytes("/longer") + Record('c'), U32(88) + U32(308) + U32(538)),
-        ReadLogResult::kOk);
+        virus_log::ReadLogResult::kOk);
     ExpectRead("/a /longer /c ", 0, 0);
 }
 
 TEST_F(LogReader, WhatCannotBeOpenedIsTold) {
     PutRemains();
     errno = 0;
-    EXPECT_EQ(ReadVirusLogCopy(m_path.c_str(), m_contents), ReadLogResult::kCannotOpen);
+    EXPECT_EQ(virus_log::ReadVirusLogCopy(m_path.c_str(), m_contents),
+              virus_log::ReadLogResult::kCannotOpen);
     EXPECT_EQ(errno, ENOENT);
     ExpectNothingRead();
 
     ASSERT_EQ(::mkfifo(m_path.c_str(), 0666), 0);
     errno = 0;
-    EXPECT_EQ(ReadVirusLogCopy(m_path.c_str(), m_contents), ReadLogResult::kCannotOpen);
+    EXPECT_EQ(virus_log::ReadVirusLogCopy(m_path.c_str(), m_contents),
+              virus_log::ReadLogResult::kCannotOpen);
     EXPECT_EQ(errno, EPERM);
     ASSERT_EQ(::unlink(m_path.c_str()), 0);
 
     ASSERT_EQ(::mkdir(m_path.c_str(), 0777), 0);
     errno = 0;
-    EXPECT_EQ(ReadVirusLogCopy(m_path.c_str(), m_contents), ReadLogResult::kCannotOpen);
+    EXPECT_EQ(virus_log::ReadVirusLogCopy(m_path.c_str(), m_contents),
+              virus_log::ReadLogResult::kCannotOpen);
     EXPECT_EQ(errno, EPERM);
     ASSERT_EQ(::rmdir(m_path.c_str()), 0);
 
     WriteFile(m_folder / "real", HeadBytes(0, 88));
     ASSERT_EQ(::symlink("real", m_path.c_str()), 0);
     errno = 0;
-    EXPECT_EQ(ReadVirusLogCopy(m_path.c_str(), m_contents), ReadLogResult::kCannotOpen);
+    EXPECT_EQ(virus_log::ReadVirusLogCopy(m_path.c_str(), m_contents),
+              virus_log::ReadLogResult::kCannotOpen);
     EXPECT_EQ(errno, ELOOP);
 
     errno = 0;
-    EXPECT_EQ(ReadVirusLogCopy(nullptr, m_contents), ReadLogResult::kCannotOpen);
+    EXPECT_EQ(virus_log::ReadVirusLogCopy(nullptr, m_contents),
+              virus_log::ReadLogResult::kCannotOpen);
     EXPECT_EQ(errno, EINVAL);
     ExpectNothingRead();
 }
@@ -135,7 +141,8 @@ TEST_F(LogReader, WhatCannotBeOpenedIsTold) {
 TEST_F(LogReader, WithoutAHeadItIsNoLog) {
     for (const std::size_t size : {0U, 1U, 12U, 87U}) {
         PutRemains();
-        EXPECT_EQ(Read(HeadBytes(0, 88).substr(0, size)), ReadLogResult::kNotALog) << size;
+        EXPECT_EQ(Read(HeadBytes(0, 88).substr(0, size)), virus_log::ReadLogResult::kNotALog)
+            << size;
         ExpectNothingRead();
     }
 }
@@ -143,16 +150,17 @@ TEST_F(LogReader, WithoutAHeadItIsNoLog) {
 TEST_F(LogReader, ATableOutsideTheFileMakesItNoLog) {
     for (const std::uint32_t tableOffset : {0U, 12U, 87U, 313U, 0x80000000U, 0xFFFFFFFFU}) {
         PutRemains();
-        EXPECT_EQ(Read(HeadBytes(1, tableOffset) + Record('a') + U32(88)), ReadLogResult::kNotALog)
+        EXPECT_EQ(Read(HeadBytes(1, tableOffset) + Record('a') + U32(88)),
+                  virus_log::ReadLogResult::kNotALog)
             << tableOffset;
         ExpectNothingRead();
     }
 }
 
 TEST_F(LogReader, TheTableMayBeMissing) {
-    ASSERT_EQ(Read(2, Record('a') + Record('b'), ""), ReadLogResult::kOk);
+    ASSERT_EQ(Read(2, Record('a') + Record('b'), ""), virus_log::ReadLogResult::kOk);
     ExpectRead("/a /b ", 0, 0);
-    ASSERT_EQ(Read(2, Record('a') + Record('b'), "bit"), ReadLogResult::kOk);
+    ASSERT_EQ(Read(2, Record('a') + Record('b'), "bit"), virus_log::ReadLogResult::kOk);
     ExpectRead("/a /b ", 0, 0);
 }
 

@@ -18,7 +18,7 @@ protected:
     // Makes the copy; whether that went well and its path came out as units.
     bool MakeCopy() const {
         constexpr unsigned short kUntouched = 0xAAAA;
-        std::vector<unsigned short> path(kVirusReportPathSize + 1, kUntouched);
+        std::vector<unsigned short> path(virus_log::kVirusReportPathSize + 1, kUntouched);
         const bool made = ZQVRGetVirusReportFile(path.data());
         std::vector<unsigned short> expected(path.size(), kUntouched);
         if (made) {
@@ -122,10 +122,10 @@ TEST_F(ReadersCopy, ThePathsBytesAreItsUnits) {
     const std::string folder = m_app / "m\xC3\xB6";
     ASSERT_EQ(::mkdir(folder.c_str(), 0777), 0);
     ASSERT_EQ(::rename(Log("").c_str(), (folder + "/reports").c_str()), 0);
-    ASSERT_TRUE(CopyToField(g_szAppPath, folder + "/"));
+    ASSERT_TRUE(common::CopyToField(g_szAppPath, folder + "/"));
     WriteFile(folder + "/reports/VirRcONE.dat", HeadBytes(0));
     WriteFile(folder + "/reports/RecOffset.dat", "");
-    std::vector<unsigned short> path(kVirusReportPathSize);
+    std::vector<unsigned short> path(virus_log::kVirusReportPathSize);
     ASSERT_TRUE(ZQVRGetVirusReportFile(path.data()));
     const std::string name = folder + "/reports/cpyONE.dat";
     ASSERT_EQ(path[name.size()], 0);
@@ -245,7 +245,7 @@ TEST_F(ReadersCopyOnAFullDisk, IsNotMadeInPart) {
     ASSERT_EQ(log.size(), kPage);
     Put("VirRcONE.dat", log);
     Put("RecOffset.dat", U32(88));
-    std::array<unsigned short, kVirusReportPathSize> path{};
+    std::array<unsigned short, virus_log::kVirusReportPathSize> path{};
     // The copy, that of the table, and the table in the copy need one page each.
     for (const std::uintmax_t pages : {0U, 1U, 2U}) {
         Fill();

@@ -13,7 +13,7 @@ protected:
     void ExpectCounted(const std::string& log, std::optional<std::uint32_t> count,
                        const std::string& after) const {
         Put("VirRcONE.dat", log);
-        EXPECT_EQ(CorrectCounts(), count);
+        EXPECT_EQ(virus_log::CorrectCounts(), count);
         EXPECT_EQ(Content("VirRcONE.dat"), after);
         EXPECT_EQ(Content("RecOffset.dat"), "(missing)");
         EXPECT_EQ(Content("VirMain.dat"), "(missing)");
@@ -87,7 +87,7 @@ TEST_F(RecordCount, NeedsACounter) {
 TEST_F(RecordCount, OfAFileLargerThanOffsetsCanTellStays) {
     Put("VirRcONE.dat", HeadBytes(9) + Record('a'));
     ASSERT_EQ(::truncate(Log("VirRcONE.dat").c_str(), off_t{1} << 40), 0);
-    EXPECT_EQ(CorrectCounts(), 9U);
+    EXPECT_EQ(virus_log::CorrectCounts(), 9U);
 }
 
 // The count is right by the time more records are asked for than there are.

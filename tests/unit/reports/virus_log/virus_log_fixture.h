@@ -108,7 +108,7 @@ protected:
         }
         ASSERT_FALSE(IsMutexHeld(10011));
         ASSERT_FALSE(IsMutexHeld(10022));
-        ASSERT_TRUE(CopyToField(g_szAppPath, m_app.Path()));
+        ASSERT_TRUE(common::CopyToField(g_szAppPath, m_app.Path()));
         ASSERT_EQ(::mkdir((m_app / "reports").c_str(), 0777), 0);
         std::filesystem::create_directories(kProductDirectory);
         WriteFile(m_version, std::string("\x05\0\x0C\0", 4) + std::string(16, 'd'));

@@ -14,8 +14,8 @@ namespace {
 tagZQFILEINFO Detection(const std::string& virus, const std::string& file = "/tmp/a.doc") {
     tagZQFILEINFO info{};
     info.code = kMsgVirusFound;
-    CopyToUnterminatedField(info.virusName, virus);
-    CopyToUnterminatedField(info.fileName, file);
+    common::CopyToUnterminatedField(info.virusName, virus);
+    common::CopyToUnterminatedField(info.fileName, file);
     return info;
 }
 

@@ -26,7 +26,7 @@ inline void MakeLink(const std::string& target, const std::string& path) {
 
 /// A socket in the file system; it stays there when nobody listens any more.
 inline void MakeSocket(const std::string& path) {
-    const FileDescriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const common::FileDescriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(static_cast<char*>(address.sun_path), sizeof(address.sun_path) - 1);
@@ -38,11 +38,11 @@ inline void MakeSocket(const std::string& path) {
 inline int MakeDeepTree(const std::string& top, std::size_t length) {
     int fitting = 0;
     std::size_t pathLength = top.size();
-    FileDescriptor folder(::open(top.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    common::FileDescriptor folder(::open(top.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     while (pathLength < length) {
         ::mkdirat(folder.Get(), "d", 0755);
         folder.Reset(::openat(folder.Get(), "d", O_PATH | O_DIRECTORY | O_CLOEXEC));
-        const FileDescriptor file(
+        const common::FileDescriptor file(
             ::openat(folder.Get(), "f", O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
         pathLength += 2;
         fitting += file && pathLength + 2 <= 1023 ? 1 : 0;

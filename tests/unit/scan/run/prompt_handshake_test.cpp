@@ -29,7 +29,7 @@ protected:
         return asking;
     }
 
-    PromptHandshake m_handshake;
+    scan::PromptHandshake m_handshake;
 };
 
 TEST_F(Handshake, WaitsUntilWoken) {

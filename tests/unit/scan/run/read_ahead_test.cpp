@@ -29,7 +29,7 @@ protected:
     /// Puts the files out of memory; false where the system does not do that.
     [[nodiscard]] bool MakeCold() const {
         for (int file = 0; file < kFiles; ++file) {
-            const FileDescriptor open(::open(Name(file).c_str(), O_RDONLY | O_CLOEXEC));
+            const common::FileDescriptor open(::open(Name(file).c_str(), O_RDONLY | O_CLOEXEC));
             ::fsync(open.Get());
             ::posix_fadvise(open.Get(), 0, 0, POSIX_FADV_DONTNEED);
         }
@@ -38,7 +38,7 @@ protected:
     [[nodiscard]] int CountCold() const {
         int cold = 0;
         for (int file = 0; file < kFiles; ++file) {
-            const FileDescriptor open(::open(Name(file).c_str(), O_RDONLY | O_CLOEXEC));
+            const common::FileDescriptor open(::open(Name(file).c_str(), O_RDONLY | O_CLOEXEC));
             // Looked at without reading: even a read that does not wait brings the file in.
             void* page = ::mmap(nullptr, 1, PROT_READ, MAP_SHARED, open.Get(), 0);
             unsigned char isInMemory = 0;
@@ -51,7 +51,7 @@ protected:
 
     /// Goes through the folder as a walk does. How many entries it saw.
     int Walk(ReadAhead& readAhead) const {
-        const FileDescriptor folder(
+        const common::FileDescriptor folder(
             ::open(m_scratch.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         common::DirectoryReader reader;
         reader.Start(folder.Get(), common::DirectoryReader::Want::kAll);

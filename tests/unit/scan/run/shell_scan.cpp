@@ -13,9 +13,9 @@ bool WrappedAddRecord(unsigned int /*component*/, const char* file, const char* 
 
 namespace {
 
-class Counting : public CountingThread {
+class Counting : public scan::CountingThread {
 public:
-    explicit Counting(ScanRun& run) : m_run(run) {}
+    explicit Counting(scan::ScanRun& run) : m_run(run) {}
     void Start() override {
         m_thread = std::thread([this] { m_run.Count(); });
     }
@@ -26,30 +26,30 @@ public:
     }
 
 private:
-    ScanRun& m_run;
+    scan::ScanRun& m_run;
     std::thread m_thread;
 };
 
 int OnMessage(const tagZQFILEINFO* info, void* context) noexcept {
-    return static_cast<ScanRun*>(context)->Reply(*info);
+    return static_cast<scan::ScanRun*>(context)->Reply(*info);
 }
 
 }  // namespace
 
 ShellScan::ShellScan() {
     MakeReportFiles(m_application.Path());
-    CopyToField(g_szAppPath, m_application.Path());
-    CopyToField(g_szLogFile, m_logFile);
+    common::CopyToField(g_szAppPath, m_application.Path());
+    common::CopyToField(g_szLogFile, m_logFile);
     MakeFolder(m_top);
     g_scnopts = {kActionReportOnly, 0};
-    ScanRun::ForgetDetections();
+    scan::ScanRun::ForgetDetections();
     happened.clear();
 }
 
 ShellScan::~ShellScan() {
     m_library.Unload();
     g_pRptObj.reset();
-    FreePathList(m_head, m_tail);
+    common::FreePathList(m_head, m_tail);
     g_szLogFile[0] = '\0';
     StopCount = false;
 }
@@ -58,7 +58,7 @@ bool ShellScan::StartEngine(const std::string& script) {
     m_engine.SetScript(script);
     const std::string directory = FakeEngine::Variant("good");
     return m_library.Load((directory + kScanApiLibrary).c_str()) &&
-           BuildEngineOptions(m_options, g_scnopts, directory) &&
+           scan::BuildEngineOptions(m_options, g_scnopts, directory) &&
            m_library.Start(m_options, OnMessage);
 }
 
@@ -71,7 +71,7 @@ void ShellScan::Scan() {
     m_run.Scan(counting);
 }
 
-void ShellScan::Tell(const ScanStep& step) {
+void ShellScan::Tell(const scan::ScanStep& step) {
     const std::scoped_lock lock(m_telling);
     std::string line = std::to_string(step.type);
     if (step.text != nullptr) {
@@ -85,7 +85,7 @@ void ShellScan::Tell(const ScanStep& step) {
     m_onStep(step);
 }
 
-void ShellScan::Ask(const ScanStep& question) {
+void ShellScan::Ask(const scan::ScanStep& question) {
     Tell(question);
     m_onQuestion(question);
     m_run.Answer();
@@ -102,6 +102,6 @@ bool ShellScan::ScanFile(const char* path) {
 }
 
 void ShellScan::SendOptions() {
-    RefreshEngineOptions(m_options, g_scnopts);
+    scan::RefreshEngineOptions(m_options, g_scnopts);
     m_library.SetOptions(m_options);
 }

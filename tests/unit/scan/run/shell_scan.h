@@ -25,12 +25,14 @@ extern std::vector<std::string> happened;
 
 /// A scan as a program for the shell runs it: no window, no events, the engine's own callback. It
 /// is told of every step on the thread where it happens and answers questions at once.
-class ShellScan : public ::testing::Test, public ScanListener, public ScanEngine {
+class ShellScan : public ::testing::Test, public scan::ScanListener, public scan::ScanEngine {
 protected:
     ShellScan();
     ~ShellScan() override;
 
-    void AddPath(const std::string& path) { ASSERT_TRUE(AppendPath(m_head, m_tail, path.c_str())); }
+    void AddPath(const std::string& path) {
+        ASSERT_TRUE(common::AppendPath(m_head, m_tail, path.c_str()));
+    }
 
     /// Starts the engine with a script; false when it does not start.
     bool StartEngine(const std::string& script);
@@ -39,8 +41,8 @@ protected:
     void Scan();
 
     // ScanListener
-    void Tell(const ScanStep& step) override;
-    void Ask(const ScanStep& question) override;
+    void Tell(const scan::ScanStep& step) override;
+    void Ask(const scan::ScanStep& question) override;
 
     // ScanEngine
     bool ScanFile(const char* path) override;
@@ -54,21 +56,21 @@ protected:
     const std::string m_top = m_scratch / "top";
     const std::string m_logFile = m_scratch / "log";
     FakeEngine m_engine;
-    EngineLibrary m_library;
+    scan::EngineLibrary m_library;
     tagSCANAPI_OPTIONS m_options{};
     tagPathList* m_head = nullptr;
     tagPathList* m_tail = nullptr;
     std::mutex m_telling;  // the counting thread tells, too
-    std::function<void(const ScanStep&)> m_onStep = [](const ScanStep&) {};
-    std::function<void(const ScanStep&)> m_onQuestion = [](const ScanStep&) {};
-    ScanRun m_run{*this, *this};
+    std::function<void(const scan::ScanStep&)> m_onStep = [](const scan::ScanStep&) {};
+    std::function<void(const scan::ScanStep&)> m_onQuestion = [](const scan::ScanStep&) {};
+    scan::ScanRun m_run{*this, *this};
 };
 
 /// A record of the engine about a file.
 inline tagZQFILEINFO EngineRecord(int code, const std::string& file = "/t/infected") {
     tagZQFILEINFO info{};
     info.code = static_cast<std::int16_t>(code);
-    CopyToField(info.fileName, file);
-    CopyToField(info.virusName, "V");
+    common::CopyToField(info.fileName, file);
+    common::CopyToField(info.virusName, "V");
     return info;
 }

@@ -70,7 +70,7 @@ TEST_F(ShellScan, ThePromptIsAnsweredByWhoeverIsTold) {
     AddPath(m_top);
     g_scnopts.action = kActionPrompt;
     std::string askedAbout;
-    m_onQuestion = [&](const ScanStep& question) {
+    m_onQuestion = [&](const scan::ScanStep& question) {
         EXPECT_EQ(question.type, kEvtPrompt);
         ASSERT_NE(g_zqFileInfo, nullptr);
         askedAbout = g_zqFileInfo->fileName;
@@ -88,12 +88,12 @@ TEST_F(ShellScan, AStopIsConfirmedOrRefused) {
     }
     AddPath(m_top);
     int asked = 0;
-    m_onStep = [this](const ScanStep& step) {
+    m_onStep = [this](const scan::ScanStep& step) {
         if (step.type == kEvtScanningFile) {
             m_run.Stop().Set();
         }
     };
-    m_onQuestion = [&](const ScanStep& question) {
+    m_onQuestion = [&](const scan::ScanStep& question) {
         EXPECT_EQ(question.type, kEvtConfirmStop);
         EXPECT_EQ(question.text, m_top);
         if (++asked == 1) {
@@ -113,12 +113,12 @@ TEST_F(ShellScan, AbandonedItAsksNothingAndStops) {
         WriteFile(m_top + name, "x");
     }
     AddPath(m_top);
-    m_onStep = [this](const ScanStep& step) {
+    m_onStep = [this](const scan::ScanStep& step) {
         if (step.type == kEvtScanningFile) {
             m_run.Abandon();
         }
     };
-    m_onQuestion = [](const ScanStep& /*question*/) { ADD_FAILURE() << "nobody is there"; };
+    m_onQuestion = [](const scan::ScanStep& /*question*/) { ADD_FAILURE() << "nobody is there"; };
     ASSERT_TRUE(StartEngine(""));
     Scan();
     EXPECT_EQ(g_uiTotCnt, 1U);
@@ -140,10 +140,10 @@ TEST_F(ShellScan, WhatWasDoneIsInTheVirusLogBeforeItIsTold) {
 
 TEST_F(ShellScan, AnExceptionOnTheWayIsLoggedAndLeavesTheFileAlone) {
     g_scnopts.action = kActionDelete;
-    m_onStep = [](const ScanStep& /*step*/) { throw std::runtime_error("no room"); };
+    m_onStep = [](const scan::ScanStep& /*step*/) { throw std::runtime_error("no room"); };
     EXPECT_EQ(m_run.Reply(EngineRecord(1001)), 2003);
     EXPECT_EQ(m_run.Reply(EngineRecord(1005)), 2005);
-    m_onStep = [](const ScanStep& /*step*/) { throw 7; };
+    m_onStep = [](const scan::ScanStep& /*step*/) { throw 7; };
     EXPECT_EQ(m_run.Reply(EngineRecord(1007)), 2003);
     EXPECT_EQ(LogText(),
               "In ScanRun::Reply(): no room\n"

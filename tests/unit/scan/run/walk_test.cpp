@@ -27,7 +27,7 @@ using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
 /// Keeps the files of a walk, and ends it when told to.
-class Collector : public WalkVisitor {
+class Collector : public scan::WalkVisitor {
 public:
     bool GoOn(const char* directory) override {
         m_directories.emplace_back(directory);
@@ -56,7 +56,7 @@ protected:
     }
 
     WalkResult Run(const std::string& directory) {
-        return DirectoryWalker(m_collector).Walk(directory.c_str());
+        return scan::DirectoryWalker(m_collector).Walk(directory.c_str());
     }
 
     ScratchFolder m_scratch;
@@ -65,15 +65,15 @@ protected:
 };
 
 TEST(FileTypeBits, AreTestedOneByOne) {
-    EXPECT_EQ(FileTypeOfMode(S_IFREG | 0644), 1);
-    EXPECT_EQ(FileTypeOfMode(S_IFDIR | 0755), 2);
-    EXPECT_EQ(FileTypeOfMode(S_IFLNK | 0777), 0);
-    EXPECT_EQ(FileTypeOfMode(S_IFCHR | 0666), 0);
-    EXPECT_EQ(FileTypeOfMode(S_IFBLK | 0660), 0);
-    EXPECT_EQ(FileTypeOfMode(S_IFIFO | 0644), 0);
-    EXPECT_EQ(FileTypeOfMode(S_IFSOCK | 0755), 2);
-    EXPECT_EQ(FileTypeOfMode(S_IFREG | 07777), 1);  // permissions are no types
-    EXPECT_EQ(FileTypeOfMode(0), 1);
+    EXPECT_EQ(scan::FileTypeOfMode(S_IFREG | 0644), 1);
+    EXPECT_EQ(scan::FileTypeOfMode(S_IFDIR | 0755), 2);
+    EXPECT_EQ(scan::FileTypeOfMode(S_IFLNK | 0777), 0);
+    EXPECT_EQ(scan::FileTypeOfMode(S_IFCHR | 0666), 0);
+    EXPECT_EQ(scan::FileTypeOfMode(S_IFBLK | 0660), 0);
+    EXPECT_EQ(scan::FileTypeOfMode(S_IFIFO | 0644), 0);
+    EXPECT_EQ(scan::FileTypeOfMode(S_IFSOCK | 0755), 2);
+    EXPECT_EQ(scan::FileTypeOfMode(S_IFREG | 07777), 1);  // permissions are no types
+    EXPECT_EQ(scan::FileTypeOfMode(0), 1);
 }
 
 TEST_F(Walk, TypesOfPaths) {
@@ -130,7 +130,7 @@ TEST_F(Walk, FindsTheSameWhereTheFileSystemTellsNoTypes) {
 
     const std::atomic<bool> stop{false};
     std::atomic<std::uint64_t> total{0};
-    EXPECT_EQ(CountFiles(m_top.c_str(), stop, total), kWalkDone);
+    EXPECT_EQ(scan::CountFiles(m_top.c_str(), stop, total), kWalkDone);
     EXPECT_EQ(total, 2U);
 }
 
@@ -189,7 +189,7 @@ TEST_F(Walk, UnreadableTops) {
     EXPECT_EQ(Run(m_scratch / "socket"), kWalkUnreadable);
     WriteFile(m_scratch / "file", "x");
     EXPECT_EQ(Run(m_scratch / "file"), kWalkUnreadable);
-    EXPECT_EQ(DirectoryWalker(m_collector).Walk(nullptr), kWalkUnreadable);
+    EXPECT_EQ(scan::DirectoryWalker(m_collector).Walk(nullptr), kWalkUnreadable);
     EXPECT_THAT(m_collector.m_directories, IsEmpty());
     EXPECT_EQ(GetFileCount((m_scratch / "missing").c_str()), 0U);
     EXPECT_EQ(GetFileCount(nullptr), 0U);
@@ -405,7 +405,7 @@ TEST(DescriptorLimit, IsRaisedToTheHighest) {
                   ::getrlimit(RLIMIT_NOFILE, &limit);
                   limit.rlim_cur = 64;
                   ::setrlimit(RLIMIT_NOFILE, &limit);
-                  if (!RaiseDescriptorLimit()) {
+                  if (!scan::RaiseDescriptorLimit()) {
                       return 1;
                   }
                   ::getrlimit(RLIMIT_NOFILE, &limit);

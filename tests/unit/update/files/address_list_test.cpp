@@ -19,7 +19,7 @@ class AddressListTest : public AddressLists {};
 class FreeingAList : public AddressLists {};
 
 char** MakeList(std::size_t capacity, std::size_t filled) {
-    AddressList list;
+    update::AddressList list;
     EXPECT_TRUE(list.Reserve(capacity));
     for (std::size_t index = 0; index < filled; ++index) {
         EXPECT_TRUE(list.Add("address", 8));
@@ -28,7 +28,7 @@ char** MakeList(std::size_t capacity, std::size_t filled) {
 }
 
 TEST_F(AddressListTest, GivesItsTextsAway) {
-    AddressList list;
+    update::AddressList list;
     ASSERT_TRUE(list.Reserve(2));
     ASSERT_TRUE(list.Add("one", 8));
     ASSERT_TRUE(list.Add("", 1));
@@ -43,7 +43,7 @@ TEST_F(AddressListTest, GivesItsTextsAway) {
 }
 
 TEST_F(AddressListTest, CutsToTheBuffer) {
-    AddressList list;
+    update::AddressList list;
     ASSERT_TRUE(list.Reserve(1));
     ASSERT_TRUE(list.Add("12345678", 8));
     char** entries = list.Release();
@@ -52,7 +52,7 @@ TEST_F(AddressListTest, CutsToTheBuffer) {
 }
 
 TEST_F(AddressListTest, HoldsNoMoreThanItHasRoomFor) {
-    AddressList list;
+    update::AddressList list;
     EXPECT_FALSE(list.Add("before", 8));
     ASSERT_TRUE(list.Reserve(1));
     EXPECT_TRUE(list.Add("one", 8));
@@ -67,7 +67,7 @@ TEST_F(AddressListTest, IsNotNullWhenItIsEmpty) {
 }
 
 TEST_F(AddressListTest, StartsAfreshWithEachReserve) {
-    AddressList list;
+    update::AddressList list;
     ASSERT_TRUE(list.Reserve(2));
     ASSERT_TRUE(list.Add("one", 8));
     ASSERT_TRUE(list.Reserve(1));
@@ -76,7 +76,7 @@ TEST_F(AddressListTest, StartsAfreshWithEachReserve) {
 }
 
 TEST_F(AddressListTest, FailsWithoutMemory) {
-    AddressList list;
+    update::AddressList list;
     AllowAllocations(0);
     const bool reserved = list.Reserve(2);
     AllowAllocations(-1);

@@ -21,7 +21,7 @@ std::string WholeRecord() {
 class InternetSettings : public OptionFixture {};
 
 TEST_F(InternetSettings, AMissingFileIsMadeAllZero) {
-    const tagZQINETCONFIG settings = LoadInternetSettings();
+    const tagZQINETCONFIG settings = update::LoadInternetSettings();
     EXPECT_EQ(settings.useProxy, 0);
     EXPECT_EQ(Get(kFile), std::string(788, '\0'));
     EXPECT_EQ(Mode(kFile), 0666U);
@@ -29,7 +29,7 @@ TEST_F(InternetSettings, AMissingFileIsMadeAllZero) {
 
 TEST_F(InternetSettings, EveryFieldIsRead) {
     Put(kFile, WholeRecord());
-    const tagZQINETCONFIG settings = LoadInternetSettings();
+    const tagZQINETCONFIG settings = update::LoadInternetSettings();
     EXPECT_EQ(settings.useProxy, 1);
     EXPECT_STREQ(settings.server, "socks5://proxy.example.org");
     EXPECT_EQ(settings.port, 1080);
@@ -41,7 +41,7 @@ TEST_F(InternetSettings, EveryFieldIsRead) {
 
 TEST_F(InternetSettings, AShortFileLeavesZeros) {
     Put(kFile, WholeRecord().substr(0, 266));
-    const tagZQINETCONFIG settings = LoadInternetSettings();
+    const tagZQINETCONFIG settings = update::LoadInternetSettings();
     EXPECT_EQ(settings.port, 1080);
     EXPECT_STREQ(settings.user, "");
     EXPECT_EQ(settings.authenticate, 0);
@@ -51,17 +51,18 @@ TEST_F(InternetSettings, AShortFileLeavesZeros) {
 TEST_F(InternetSettings, AreSavedWhole) {
     tagZQINETCONFIG settings{};
     settings.useProxy = 1;
-    CopyToField(settings.server, "socks5://proxy.example.org");
+    common::CopyToField(settings.server, "socks5://proxy.example.org");
     settings.port = 1080;
-    CopyToField(settings.user, "jo");
-    CopyToField(settings.password, "secret");
+    common::CopyToField(settings.user, "jo");
+    common::CopyToField(settings.password, "secret");
     settings.authenticate = 1;
-    EXPECT_EQ(SaveInternetSettings(settings), FileOutcome::kDone) << "into a file made for them";
+    EXPECT_EQ(update::SaveInternetSettings(settings), common::FileOutcome::kDone)
+        << "into a file made for them";
     EXPECT_EQ(Get(kFile), WholeRecord());
     EXPECT_EQ(Mode(kFile), 0666U);
 
     Put(kFile, std::string(790, 'x'));
-    EXPECT_EQ(SaveInternetSettings({}), FileOutcome::kDone);
+    EXPECT_EQ(update::SaveInternetSettings({}), common::FileOutcome::kDone);
     EXPECT_EQ(Get(kFile), std::string(788, '\0') + "xx");
     EXPECT_EQ(Mode(kFile), 0666U);
 }
@@ -69,15 +70,15 @@ TEST_F(InternetSettings, AreSavedWhole) {
 TEST_F(InternetSettings, AFullDiskIsTold) {
     Put(kFile, WholeRecord());
     const NoRoom none;
-    EXPECT_EQ(SaveInternetSettings({}), FileOutcome::kFailed);
+    EXPECT_EQ(update::SaveInternetSettings({}), common::FileOutcome::kFailed);
     EXPECT_EQ(Get(kFile), WholeRecord());
 }
 
 TEST_F(InternetSettings, AFolderThatTakesNoFileIsTold) {
     EXPECT_EQ(AsOwner([this] {
                   return ::chmod(m_scratch.Path().c_str(), 0555) == 0 &&
-                                 LoadInternetSettings().useProxy == 0 &&
-                                 SaveInternetSettings({}) == FileOutcome::kNotOpened
+                                 update::LoadInternetSettings().useProxy == 0 &&
+                                 update::SaveInternetSettings({}) == common::FileOutcome::kNotOpened
                              ? 0
                              : 1;
               }),
@@ -90,8 +91,8 @@ TEST_F(InternetSettings, ALinkIsNotFollowedWhereOthersMayWrite) {
     ::chmod(m_scratch.Path().c_str(), 0777);
     Put("secret", WholeRecord());
     std::filesystem::create_symlink("secret", m_scratch / kFile);
-    EXPECT_EQ(LoadInternetSettings().useProxy, 0);
-    EXPECT_EQ(SaveInternetSettings({}), FileOutcome::kNotOpened);
+    EXPECT_EQ(update::LoadInternetSettings().useProxy, 0);
+    EXPECT_EQ(update::SaveInternetSettings({}), common::FileOutcome::kNotOpened);
     EXPECT_EQ(Get("secret"), WholeRecord());
     EXPECT_EQ(Mode("secret"), 0600U);
 }
@@ -102,16 +103,16 @@ TEST_F(InternetSettings, TheAdministratorsLinkIsFollowed) {
     }
     Put("elsewhere", WholeRecord());
     std::filesystem::create_symlink("elsewhere", m_scratch / kFile);
-    EXPECT_EQ(LoadInternetSettings().port, 1080);
-    EXPECT_EQ(SaveInternetSettings({}), FileOutcome::kDone);
+    EXPECT_EQ(update::LoadInternetSettings().port, 1080);
+    EXPECT_EQ(update::SaveInternetSettings({}), common::FileOutcome::kDone);
     EXPECT_EQ(Get("elsewhere"), std::string(788, '\0'));
     EXPECT_TRUE(std::filesystem::is_symlink(m_scratch / kFile));
 }
 
 TEST_F(InternetSettings, AFifoIsNotWaitedFor) {
     ASSERT_EQ(::mkfifo((m_scratch / kFile).c_str(), 0600), 0);
-    EXPECT_EQ(LoadInternetSettings().useProxy, 0);
-    EXPECT_EQ(SaveInternetSettings({}), FileOutcome::kNotOpened);
+    EXPECT_EQ(update::LoadInternetSettings().useProxy, 0);
+    EXPECT_EQ(update::SaveInternetSettings({}), common::FileOutcome::kNotOpened);
     EXPECT_EQ(Mode(kFile), 0600U);
 }
 
@@ -129,7 +130,7 @@ TEST_F(EndpointIdentifier, BecomesZeroUnlessTheAdministratorSaysOne) {
     for (const char* exclusion : {"0", "0\n", "", " 1", "x1111111"}) {
         WriteFile(kIdentifier, "{8c2f4f0e-0b2d}");
         WriteFile(kExclusion, exclusion);
-        ResetEndpointIdentifier();
+        update::ResetEndpointIdentifier();
         EXPECT_EQ(ReadFile(kIdentifier), "0") << exclusion;
     }
 }
@@ -137,33 +138,33 @@ TEST_F(EndpointIdentifier, BecomesZeroUnlessTheAdministratorSaysOne) {
 TEST_F(EndpointIdentifier, IsMadeWhenItIsMissing) {
     std::filesystem::remove(kIdentifier);
     WriteFile(kExclusion, "0");
-    ResetEndpointIdentifier();
+    update::ResetEndpointIdentifier();
     EXPECT_EQ(ReadFile(kIdentifier), "0");
 }
 
 TEST_F(EndpointIdentifier, StaysWhereTheAdministratorSaysOne) {
     for (const char* exclusion : {"1", "1\n", "10000"}) {
         WriteFile(kExclusion, exclusion);
-        ResetEndpointIdentifier();
+        update::ResetEndpointIdentifier();
         EXPECT_EQ(ReadFile(kIdentifier), "{8c2f4f0e-0b2d}") << exclusion;
     }
 }
 
 TEST_F(EndpointIdentifier, StaysWhereNobodySaysAnything) {
-    ResetEndpointIdentifier();
+    update::ResetEndpointIdentifier();
     EXPECT_EQ(ReadFile(kIdentifier), "{8c2f4f0e-0b2d}");
     EXPECT_FALSE(Exists(kExclusion));
 }
 
 TEST_F(EndpointIdentifier, NoFifoKeepsAnybodyWaiting) {
     ASSERT_EQ(::mkfifo(kExclusion, 0600), 0);
-    ResetEndpointIdentifier();
+    update::ResetEndpointIdentifier();
     EXPECT_EQ(ReadFile(kIdentifier), "{8c2f4f0e-0b2d}");
     std::filesystem::remove(kExclusion);
     WriteFile(kExclusion, "0");
     std::filesystem::remove(kIdentifier);
     ASSERT_EQ(::mkfifo(kIdentifier, 0600), 0);
-    ResetEndpointIdentifier();
+    update::ResetEndpointIdentifier();
 }
 
 TEST_F(EndpointIdentifier, ALinkOfAnotherUserIsNotCutOff) {
@@ -172,13 +173,13 @@ TEST_F(EndpointIdentifier, ALinkOfAnotherUserIsNotCutOff) {
     Put("precious", "precious");
     std::filesystem::remove(kIdentifier);
     std::filesystem::create_symlink(m_scratch / "precious", kIdentifier);
-    ResetEndpointIdentifier();
+    update::ResetEndpointIdentifier();
     EXPECT_EQ(Get("precious"), "precious");
     std::filesystem::remove(kIdentifier);
     const std::string other = std::string(kProductFolder) + "/other";
     WriteFile(other, "precious");
     std::filesystem::create_hard_link(other, kIdentifier);
-    ResetEndpointIdentifier();
+    update::ResetEndpointIdentifier();
     EXPECT_EQ(ReadFile(other), "precious");
 }
 
@@ -187,7 +188,7 @@ TEST_F(InternetSettings, TheWebProtectionIsTold) {
     Put("pkill", "#!/bin/sh\necho \"$#|$*\" >>'" + m_scratch / "calls" + "'\n", 0755);
     const std::string path = std::getenv("PATH");
     ::setenv("PATH", (m_scratch.Path() + ":" + path).c_str(), 1);
-    TellWebProtection();
+    update::TellWebProtection();
     ::setenv("PATH", path.c_str(), 1);
     EXPECT_EQ(Get("calls"), "2|-SIGHUP websecd\n");
 }

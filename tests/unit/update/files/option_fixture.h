@@ -12,7 +12,7 @@ protected:
     void SetUp() override {
         ProductFixture::SetUp();
         ::chmod(m_scratch.Path().c_str(), 0755);
-        CopyToField(g_szAppPath, m_scratch.Path());
+        common::CopyToField(g_szAppPath, m_scratch.Path());
     }
     void TearDown() override {
         g_szAppPath[0] = '\0';

@@ -187,7 +187,7 @@ TEST_F(UpdateLinks, DoNotWaitForAFifo) {
     ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
     EXPECT_FALSE(ReadPath());
     // Nor for one with a writer that does not write.
-    const FileDescriptor writer(::open(m_path.c_str(), O_RDWR | O_CLOEXEC));
+    const common::FileDescriptor writer(::open(m_path.c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_TRUE(writer);
     EXPECT_FALSE(ReadPath());
     EXPECT_EQ(Log(), std::string(kNoHeader) + kNoHeader);

@@ -23,11 +23,11 @@ inline std::string OptionBytes(std::uint32_t flags, const std::string& path = ""
 
 /// An update as a program for the shell runs it: no window, no events. It is told on the thread
 /// where it happens.
-class ShellUpdate : public ProductFixture, public UpdateListener {
+class ShellUpdate : public ProductFixture, public update::UpdateListener {
 protected:
     ShellUpdate() {
-        CopyToField(g_szAppPath, m_application.Path());
-        CopyToField(g_szLogFile, m_scratch / "log");
+        common::CopyToField(g_szAppPath, m_application.Path());
+        common::CopyToField(g_szLogFile, m_scratch / "log");
     }
     ~ShellUpdate() override {
         g_szLogFile[0] = '\0';
@@ -63,6 +63,6 @@ protected:
     std::mutex m_telling;
     std::vector<int> m_told;
     std::function<void(UpdateEvent)> m_onEvent = [](UpdateEvent) {};
-    UpdateRun m_run{*this, this};
-    LiveUpdate m_live{this, m_run};
+    update::UpdateRun m_run{*this, this};
+    update::LiveUpdate m_live{this, m_run};
 };

@@ -22,7 +22,7 @@ protected:
         }
         std::filesystem::create_directories(kProductFolder);
         ::setenv("FAKE_SCANSTS_LOG", (m_scratch / "calls").c_str(), 1);
-        CopyToField(g_szLogFile, m_scratch / "log");
+        common::CopyToField(g_szLogFile, m_scratch / "log");
     }
     void TearDown() override {
         g_szLogFile[0] = '\0';
@@ -46,25 +46,25 @@ protected:
 
 TEST_F(StatusLibrary, IsToldOnceOfTenAndUnloaded) {
     Install("good");
-    EXPECT_TRUE(NotifyStatusChange(kStatusUpdateChanged));
+    EXPECT_TRUE(update::NotifyStatusChange(kStatusUpdateChanged));
     EXPECT_EQ(Calls(), "told 0a000000" + std::string(120, '0') + "\nunloaded\n");
 }
 
 TEST_F(StatusLibrary, MissingIsNoError) {
-    EXPECT_FALSE(NotifyStatusChange(kStatusUpdateChanged));
+    EXPECT_FALSE(update::NotifyStatusChange(kStatusUpdateChanged));
     EXPECT_EQ(ReadFile(m_scratch / "log"), "");
 }
 
 TEST_F(StatusLibrary, WithoutItsEntryPointItIsUnloadedAgain) {
     Install("without_communicate");
-    EXPECT_FALSE(NotifyStatusChange(kStatusUpdateChanged));
+    EXPECT_FALSE(update::NotifyStatusChange(kStatusUpdateChanged));
     EXPECT_EQ(Calls(), "unloaded\n");
 }
 
 TEST_F(StatusLibrary, WhatItThrowsIsLogged) {
     Install("good");
     ::setenv("FAKE_SCANSTS_THROWS", "no bus", 1);
-    EXPECT_TRUE(NotifyStatusChange(kStatusUpdateChanged));
+    EXPECT_TRUE(update::NotifyStatusChange(kStatusUpdateChanged));
     EXPECT_EQ(ReadFile(m_scratch / "log"),
               "In NotifyStatusChange(): StsCommunicateChange: no bus\n");
 }

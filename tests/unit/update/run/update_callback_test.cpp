@@ -19,7 +19,7 @@ using ::testing::IsEmpty;
 int Say(void* context, int status, const std::string& name = "") {
     tagUPDATEINFO info{};
     info.status = static_cast<std::uint16_t>(status);
-    CopyToField(info.fileName, name);
+    common::CopyToField(info.fileName, name);
     return UpdtCallBack(&info, context);
 }
 
@@ -69,8 +69,8 @@ TEST_F(ShellUpdate, WithoutRecordOrContextItGoesOn) {
 
 TEST_F(ShellUpdate, ForAWindowThatIsGoneItIsToStop) {
     int context = 0;
-    auto run = std::make_unique<UpdateRun>(*this, &context);
-    std::optional<LiveUpdate> live(std::in_place, &context, *run);
+    auto run = std::make_unique<update::UpdateRun>(*this, &context);
+    std::optional<update::LiveUpdate> live(std::in_place, &context, *run);
     EXPECT_EQ(Say(&context, 2000), 1);
     live.reset();
     run.reset();
@@ -80,8 +80,8 @@ TEST_F(ShellUpdate, ForAWindowThatIsGoneItIsToStop) {
 
 TEST_F(ShellUpdate, AWindowDoesNotGoWhileItIsTold) {
     int context = 0;
-    auto run = std::make_unique<UpdateRun>(*this, &context);
-    std::optional<LiveUpdate> live(std::in_place, &context, *run);
+    auto run = std::make_unique<update::UpdateRun>(*this, &context);
+    std::optional<update::LiveUpdate> live(std::in_place, &context, *run);
     std::atomic<bool> isTold{false};
     std::atomic<bool> isReleased{false};
     std::atomic<bool> isGone{false};

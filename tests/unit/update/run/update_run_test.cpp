@@ -210,7 +210,7 @@ TEST_F(ShellUpdate, OfAPathThreeSaysThatThereIsNothingValid) {
 
 TEST_F(ShellUpdate, BeforeItRunsItsOutcomeIsASuccess) {
     g_siUpdateRetFlag = 3;
-    const UpdateRun run(*this, nullptr);
+    const update::UpdateRun run(*this, nullptr);
     EXPECT_EQ(g_siUpdateRetFlag, 1);
 }
 
@@ -312,7 +312,7 @@ class StrangersUpdate : public ShellUpdate {
 protected:
     void SetUp() override {
         ShellUpdate::SetUp();
-        CopyToField(g_szLogFile, m_scratch / "missing/log");
+        common::CopyToField(g_szLogFile, m_scratch / "missing/log");
         Prepare("result 0\n");
         (void)TakeNotedSyslog();
     }
