@@ -25,15 +25,20 @@ struct flock FirstByte(short type) {
 }
 
 // Lock and unlock have to name the same range, so both take it from here.
-int LockWholeFile(int fd, short type, int command) {
-    if (fd < 1) {  // 0 as well: no data file is ever standard input
-        return -1;
-    }
+struct flock WholeFile(short type) {
     struct flock lock {};
     lock.l_type = type;
     lock.l_whence = SEEK_SET;
     lock.l_start = 0;
     lock.l_len = 0;
+    return lock;
+}
+
+int LockWholeFile(int fd, short type, int command) {
+    if (fd < 1) {  // 0 as well: no data file is ever standard input
+        return -1;
+    }
+    struct flock lock = WholeFile(type);
     int result = -1;
     do {
         result = ::fcntl(fd, command, &lock);
@@ -135,3 +140,14 @@ int LockFileHandle(int fd) {
 int UnlockFileHandle(int fd) {
     return LockWholeFile(fd, F_UNLCK, F_SETLK);
 }
+
+namespace common {
+
+std::optional<pid_t> LockHolder(int fd) {
+    struct flock lock = WholeFile(F_WRLCK);
+    const bool isHeld =
+        ::fcntl(fd, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK && lock.l_pid > 0;
+    return isHeld ? std::optional(lock.l_pid) : std::nullopt;
+}
+
+}  // namespace common

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <fcntl.h>
+#include <optional>
 #include <string>
+#include <sys/types.h>
 
 // Locks between processes, three kinds. All are POSIX record locks: one process never shuts itself
 // out, they are dropped when the process ends, and also when it closes *any* descriptor of the
@@ -57,3 +59,12 @@ int LockFileHandle(int fd);
 
 /// Unlocks the whole open file. 0, or -1 on failure and for descriptors below 1.
 int UnlockFileHandle(int fd);
+
+namespace common {
+
+/// The process that keeps another one from locking the open file for itself, wholly or in part.
+/// None when nobody does and where it cannot be told. Of a descriptor open for reading at least;
+/// takes nothing.
+std::optional<pid_t> LockHolder(int fd);
+
+}  // namespace common

@@ -4,22 +4,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "common/locks.h"
 #include "common/regular_file.h"
 #include "product/definitions/definition_folder.h"
 #include "product/definitions/retrying.h"
 
 namespace definitions {
-
-namespace {
-
-struct flock WholeFile() {
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    return lock;
-}
-
-}  // namespace
 
 UpdateLock::UpdateLock(int folder)
     : m_file(common::OpenRegularFileAt(folder, kLockName, O_RDWR | O_CREAT, common::Links::kNone,
@@ -28,7 +18,9 @@ UpdateLock::UpdateLock(int folder)
         m_error = errno;
         return;
     }
-    struct flock lock = WholeFile();
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;  // all of the file
     m_isHeld = Retrying([&] { return ::fcntl(m_file.Get(), F_SETLK, &lock); }) == 0;
     if (m_isHeld) {
         return;
@@ -37,11 +29,8 @@ UpdateLock::UpdateLock(int folder)
         m_error = errno;
         return;
     }
-    lock = WholeFile();
     // Given back meanwhile, it has no holder any more.
-    if (::fcntl(m_file.Get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK && lock.l_pid > 0) {
-        m_holder = lock.l_pid;
-    }
+    m_holder = common::LockHolder(m_file.Get()).value_or(0);
 }
 
 }  // namespace definitions

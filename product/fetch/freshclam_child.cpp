@@ -12,7 +12,7 @@
 #include <unistd.h>
 
 #include "common/regular_file.h"
-#include "product/fetch/listed_files.h"
+#include "product/definitions/database_archive.h"
 
 extern "C" {
 #include <libfreshclam.h>
@@ -73,7 +73,9 @@ cl_error_t Verify(const std::string& path) {
     }
     const common::FileDescriptor file =
         common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kNoSymbolic);
-    return file && HasListedFiles(file.Get()) ? CL_SUCCESS : CL_EMALFDB;
+    // The library compares the files it comes by with the signed list, and misses none.
+    const auto list = definitions::ReadSignedList(file.Get());
+    return list && definitions::HasAllListed(file.Get(), list->text) ? CL_SUCCESS : CL_EMALFDB;
 }
 
 // The library looks at the heads only of what it already has, and would keep a damaged database for

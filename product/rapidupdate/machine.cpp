@@ -12,6 +12,7 @@
 #include "product/rapidupdate/network.h"
 #include "product/rapidupdate/update_lock.h"
 #include "product/rapidupdate/update_service.h"
+#include "product/updturl/service_connection.h"
 #include "update/files/update_options.h"
 
 namespace rapidupdate {
@@ -54,7 +55,8 @@ Outcome Machine::Update() {
     }
     RememberOldVersion();
     const Wish wish = WishOf(ReadFlags());
-    const UpdaterResult result = AskForUpdate(kUpdateSocket, wish, m_alarm.EndDescriptor());
+    const UpdaterResult result =
+        AskForUpdate(updturl::kServiceSocket, wish, m_alarm.EndDescriptor());
     // Of a folder this says that it holds nothing valid.
     const bool isInvalid = wish == Wish::kIndex && result == kUpdaterInterrupted;
     return FinishUpdate(isInvalid ? kUpdaterInvalidFiles : result);

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <syslog.h>
 
 #include "common/regular_file.h"
@@ -27,17 +28,13 @@ void UpdateLock::LogHolder() {
         m_loggedHolder = 0;
         return;
     }
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    lock.l_len = 1;
-    if (::fcntl(file.Get(), F_GETLK, &lock) != 0 || lock.l_type == F_UNLCK ||
-        lock.l_pid == m_loggedHolder) {
+    const std::optional<pid_t> holder = common::LockHolder(file.Get());
+    if (!holder || *holder == m_loggedHolder) {
         return;
     }
-    m_loggedHolder = lock.l_pid;
+    m_loggedHolder = *holder;
     ::syslog(LOG_NOTICE, "process %d is updating already (it holds %s); waiting for it",
-             static_cast<int>(lock.l_pid), m_path);
+             static_cast<int>(*holder), m_path);
 }
 
 }  // namespace rapidupdate

@@ -8,13 +8,13 @@
 #include <string>
 #include <string_view>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <syslog.h>
 
 #include "common/file_descriptor.h"
 #include "product/updturl/line_reader.h"
 #include "product/updturl/message.h"
 #include "product/updturl/request.h"
+#include "product/updturl/service_connection.h"
 
 namespace rapidupdate {
 
@@ -22,29 +22,8 @@ namespace {
 
 using updturl::LineReader;
 
-constexpr std::string_view kWishToUpdate = "update";
-constexpr std::string_view kWishForIndex = "index";
-
-common::FileDescriptor Connect(std::string_view path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) {
-        errno = ENAMETOOLONG;
-        return {};
-    }
-    path.copy(address.sun_path, path.size());
-    common::FileDescriptor connection(
-        ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (connection && ::connect(connection.Get(), reinterpret_cast<const sockaddr*>(&address),
-                                sizeof address) != 0) {
-        connection.Reset();
-    }
-    return connection;
-}
-
 /// So little fits into the buffer of a new connection.
-bool Say(int connection, std::string_view word) {
-    const std::string line = std::string(word) + "\n";
+bool Say(int connection, std::string_view line) {
     return ::send(connection, line.data(), line.size(), MSG_NOSIGNAL) ==
            static_cast<ssize_t>(line.size());
 }
@@ -75,7 +54,7 @@ UpdaterResult Follow(int connection, int endDescriptor, std::chrono::millisecond
             return kUpdaterFailed;
         }
         if (watched[0].revents != 0) {
-            (void)Say(connection, updturl::kStopLine);
+            (void)Say(connection, std::string(updturl::kStopLine) + "\n");
             // Hanging up over something unread can take the word back; the service then sees that
             // we are gone, which it takes for the same.
             lines.ReadFrom(connection);
@@ -94,12 +73,17 @@ UpdaterResult Follow(int connection, int endDescriptor, std::chrono::millisecond
 
 UpdaterResult AskForUpdate(const char* path, Wish wish, int endDescriptor,
                            std::chrono::milliseconds silence) {
-    const common::FileDescriptor connection = Connect(path);
-    if (!connection ||
-        !Say(connection.Get(), wish == Wish::kIndex ? kWishForIndex : kWishToUpdate)) {
+    std::string reason;
+    const common::FileDescriptor connection =
+        updturl::ConnectToService(path, updturl::kServiceUser, reason);
+    if (connection && !Say(connection.Get(), wish == Wish::kIndex ? updturl::kWishForIndex
+                                                                  : updturl::kWishToUpdate)) {
+        reason = std::strerror(errno);
+    }
+    if (!reason.empty()) {
         ::syslog(LOG_ERR,
                  "no update service at %s (%s); start it with \"service corvane-updated start\"",
-                 path, std::strerror(errno));
+                 path, reason.c_str());
         return kUpdaterFailed;
     }
     return Follow(connection.Get(), endDescriptor, silence);

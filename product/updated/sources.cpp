@@ -27,28 +27,17 @@ std::ptrdiff_t ReadRecord(const std::string& path, Record& record) {
 
 updturl::Proxy ReadProxy(const std::string& directory) {
     tagZQINETCONFIG settings{};
-    if (ReadRecord(directory + "zqinet.opt", settings) != sizeof settings ||
-        settings.useProxy != 1) {
-        return {};
-    }
-    return {std::string(common::FieldText(settings.server)), settings.port,
-            std::string(common::FieldText(settings.user)),
-            std::string(common::FieldText(settings.password))};
+    const bool isWhole = ReadRecord(directory + "zqinet.opt", settings) == sizeof settings;
+    return isWhole ? updturl::ProxyOf(settings) : updturl::Proxy{};
 }
 
 std::optional<std::vector<std::string>> ReadAddresses(const std::string& directory,
                                                       bool isFromAdministrator) {
-    int count = 0;
-    char** const list =
-        isFromAdministrator
-            ? CUpdate::GetURLsForAdmin(&count)
-            : CUpdate::ReadUpdLink(&count, (directory + update::kUpdateLinkFileName).c_str());
-    if (list == nullptr) {
+    const update::UpdateAddresses addresses(isFromAdministrator, directory);
+    if (addresses.List() == nullptr) {
         return std::nullopt;
     }
-    std::vector<std::string> texts(list, list + count);
-    CUpdate::FreeUpdtLink(list, count);
-    return texts;
+    return std::vector<std::string>(addresses.Entries().begin(), addresses.Entries().end());
 }
 
 bool IsOfficial(std::string_view address) {

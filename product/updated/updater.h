@@ -3,10 +3,10 @@
 #include <chrono>
 #include <optional>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 #include "common/file_descriptor.h"
+#include "product/updturl/child_process.h"
 #include "product/updturl/line_reader.h"
 #include "product/updturl/message.h"
 
@@ -18,11 +18,10 @@ class Updater {
 public:
     /// Starts `program` and says `request` to it. Not running, with the reason logged, on failure.
     Updater(const std::string& program, std::string request);
-    ~Updater();
     Updater(const Updater&) = delete;
     Updater& operator=(const Updater&) = delete;
 
-    [[nodiscard]] bool IsRunning() const { return m_process > 0; }
+    [[nodiscard]] bool IsRunning() const { return m_socket.IsOpen(); }
     [[nodiscard]] int Descriptor() const { return m_socket.Get(); }
     [[nodiscard]] bool HasUnsent() const { return !m_unsent.empty(); }
 
@@ -48,8 +47,8 @@ public:
 private:
     void SetPatience();
 
+    updturl::ChildProcess m_process;
     common::FileDescriptor m_socket;
-    pid_t m_process = -1;
     std::string m_unsent;
     updturl::LineReader m_lines;
     bool m_isSwitching = false;

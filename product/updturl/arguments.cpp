@@ -4,8 +4,7 @@
 #include <span>
 #include <string>
 
-#include "common/text_field.h"
-#include "product/updturl/percent_text.h"
+#include "common/percent_text.h"
 #include "product/updturl/update_log.h"
 
 namespace updturl {
@@ -19,18 +18,6 @@ bool IsMissing(const char* text) {
     return text == nullptr || *text == '\0';
 }
 
-Proxy ProxyOf(const tagZQINETCONFIG* settings) {
-    if (settings == nullptr || settings->useProxy == 0) {
-        return {};
-    }
-    return {
-        .server = std::string(common::FieldText(settings->server)),
-        .port = settings->port,
-        .user = std::string(common::FieldText(settings->user)),
-        .password = std::string(common::FieldText(settings->password)),
-    };
-}
-
 std::vector<std::string> AddressesOf(std::span<char* const> list) {
     std::vector<std::string> addresses;
     std::size_t used = 0;
@@ -39,7 +26,7 @@ std::vector<std::string> AddressesOf(std::span<char* const> list) {
             continue;
         }
         const std::string_view address(entry, ::strnlen(entry, kLongestAddress + 1));
-        const std::size_t size = PercentEncoded(address).size();
+        const std::size_t size = common::PercentEncoded(address).size();
         if (size > kLongestAddress) {
             LogUpdate("an address of more than " + std::to_string(kLongestAddress) +
                       " characters is passed over");
@@ -77,7 +64,9 @@ std::optional<Request> SiteRequest(const SiteArguments& arguments) {
     if (arguments.keepBackup == 1 && !IsMissing(arguments.backupFolder)) {
         request.backupFolder = arguments.backupFolder;
     }
-    request.proxy = ProxyOf(arguments.settings);
+    if (arguments.settings != nullptr) {
+        request.proxy = ProxyOf(*arguments.settings);
+    }
     const std::size_t count =
         arguments.count > 0 ? static_cast<std::size_t>(arguments.count) : std::size_t{0};
     request.addresses = AddressesOf({arguments.addresses, count});

@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "common/percent_text.h"
 #include "product/definitions/definition_folder.h"
 #include "product/fetch/address.h"
 #include "product/fetch/connection_test.h"
@@ -15,7 +16,6 @@
 #include "product/updturl/account.h"
 #include "product/updturl/confinement.h"
 #include "product/updturl/message.h"
-#include "product/updturl/percent_text.h"
 #include "product/updturl/service_connection.h"
 
 namespace updturl {
@@ -109,7 +109,7 @@ std::string TestLine(const fetch::ConnectionResult& result) {
     std::string line = "test ";
     line += fetch::NameOf(result.connection);
     if (result.connection == fetch::Connection::kFailed) {
-        line += " " + PercentEncodedWithin(result.words, kLongestLine - line.size() - 2);
+        line += " " + common::PercentEncodedWithin(result.words, kLongestLine - line.size() - 2);
     }
     return line + "\n";
 }

@@ -5,8 +5,8 @@
 #include <charconv>
 #include <utility>
 
+#include "common/percent_text.h"
 #include "product/updturl/line_reader.h"
-#include "product/updturl/percent_text.h"
 
 namespace updturl {
 namespace {
@@ -24,7 +24,7 @@ constexpr std::string_view kResultWord = "result";
 std::string Line(std::string_view word, std::string_view value) {
     std::string line(word);
     line.append(" ");
-    line += PercentEncodedWithin(value, kLongestLine - line.size() - 1);
+    line += common::PercentEncodedWithin(value, kLongestLine - line.size() - 1);
     return line + "\n";
 }
 
@@ -48,7 +48,7 @@ std::optional<Message> ReadStatus(std::string_view value) {
     if (blank == std::string_view::npos) {
         return Message{MessageKind::kStatus, *status, {}};
     }
-    auto name = PercentDecoded(value.substr(blank + 1));
+    auto name = common::PercentDecoded(value.substr(blank + 1));
     if (!name) {
         return std::nullopt;
     }
@@ -56,7 +56,7 @@ std::optional<Message> ReadStatus(std::string_view value) {
 }
 
 std::optional<Message> ReadText(MessageKind kind, std::string_view value) {
-    auto text = PercentDecoded(value);
+    auto text = common::PercentDecoded(value);
     if (!text) {
         return std::nullopt;
     }
@@ -94,7 +94,7 @@ std::string ResultLine(int result) {
 }
 
 std::optional<std::string> CandidateLine(std::string_view folder) {
-    const std::string encoded = PercentEncoded(folder);
+    const std::string encoded = common::PercentEncoded(folder);
     if (kCandidateWord.size() + 1 + encoded.size() + 1 > kLongestLine) {
         return std::nullopt;
     }

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
-#include "product/updturl/percent_text.h"
+#include "common/percent_text.h"
+#include "common/text_field.h"
 
 namespace updturl {
 namespace {
@@ -15,7 +16,7 @@ class RequestWriter {
 public:
     void Add(std::string_view key, std::string_view value) {
         std::string line(key);
-        line.append(" ").append(PercentEncoded(value)).append("\n");
+        line.append(" ").append(common::PercentEncoded(value)).append("\n");
         m_fits =
             m_fits && line.size() <= kLongestLine && value.find('\0') == std::string_view::npos;
         m_text += line;
@@ -90,6 +91,18 @@ std::string* TextField(Request& request, std::string_view key) {
 
 }  // namespace
 
+Proxy ProxyOf(const tagZQINETCONFIG& settings) {
+    if (settings.useProxy == 0) {
+        return {};
+    }
+    return {
+        .server = std::string(common::FieldText(settings.server)),
+        .port = settings.port,
+        .user = std::string(common::FieldText(settings.user)),
+        .password = std::string(common::FieldText(settings.password)),
+    };
+}
+
 std::optional<std::string> RequestText(const Request& request) {
     RequestWriter writer;
     writer.Add("source", request.source == Source::kIndex ? "index" : "site");
@@ -134,7 +147,7 @@ RequestReader::State RequestReader::Add(std::string_view line) {
         return Refuse(line);
     }
     const std::string_view key = line.substr(0, blank);
-    const auto value = PercentDecoded(line.substr(blank + 1));
+    const auto value = common::PercentDecoded(line.substr(blank + 1));
     if (!value || (key != kAddressKey && !IsNew(key)) || !Take(key, *value)) {
         return Refuse(key);
     }
@@ -180,7 +193,8 @@ bool RequestReader::Take(std::string_view key, const std::string& value) {
 RequestReader::State RequestReader::Refuse(std::string_view line) {
     m_state = State::kRefused;
     // Of the line no more than its key: what stands behind it may be a password.
-    m_reason = "the request is not understood at \"" + PercentEncodedWithin(line, 40) + "\"";
+    m_reason =
+        "the request is not understood at \"" + common::PercentEncodedWithin(line, 40) + "\"";
     return m_state;
 }
 

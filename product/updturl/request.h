@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "abi/updturl.h"
 #include "product/updturl/line_reader.h"
 
 // What a run of the updater is asked for, as it travels on the standard input of `corvane-update`:
@@ -27,6 +28,9 @@ struct Proxy {
 
     bool operator==(const Proxy&) const = default;
 };
+
+/// What a record of settings says of it.
+Proxy ProxyOf(const tagZQINETCONFIG& settings);
 
 struct Request {
     Source source = Source::kSite;

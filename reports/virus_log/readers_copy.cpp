@@ -107,11 +107,6 @@ bool AppendTable(const Copies& copies) {
 
 }  // namespace
 
-bool ZQVRGetVirusReportFile(unsigned short* path) {
-    WaitingRecords waiting;
-    return GetVirusReportFile(path, waiting);
-}
-
 bool GetWaitingRecords(WaitingRecords& waiting) {
     const LogMutex recordMutex(kRecordMutex, kResetWait);
     if (!recordMutex.IsHeld()) {
@@ -140,3 +135,8 @@ bool GetVirusReportFile(unsigned short* path, WaitingRecords& waiting) {
 }
 
 }  // namespace virus_log
+
+bool ZQVRGetVirusReportFile(unsigned short* path) {
+    virus_log::WaitingRecords waiting;
+    return virus_log::GetVirusReportFile(path, waiting);
+}

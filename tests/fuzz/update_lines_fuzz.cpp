@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
+#include "common/percent_text.h"
 #include "product/updturl/line_reader.h"
 #include "product/updturl/message.h"
-#include "product/updturl/percent_text.h"
 #include "product/updturl/request.h"
 #include "tests/fuzz/fuzz.h"
 
@@ -141,12 +141,12 @@ void CheckMessage(std::string_view line) {
 }
 
 void CheckText(std::string_view value) {
-    const auto text = updturl::PercentDecoded(value);
+    const auto text = common::PercentDecoded(value);
     const auto wanted = OracleText(value);
     Require(text.has_value() == wanted.has_value(), "a text that is none, or none that is");
     if (text) {
         RequireSame(*text, *wanted, "a decoded text");
-        Require(OracleText(updturl::PercentEncoded(*text)) == text, "encoded it is another text");
+        Require(OracleText(common::PercentEncoded(*text)) == text, "encoded it is another text");
     }
 }
 

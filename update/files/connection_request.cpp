@@ -1,9 +1,9 @@
 #include "update/files/connection_request.h"
 
-#include <span>
 #include <string_view>
 
 #include "common/paths.h"
+#include "common/percent_text.h"
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "update/files/update_links.h"
@@ -13,24 +13,8 @@ namespace update {
 
 namespace {
 
-constexpr char kFirstPrintable = ' ';
-constexpr char kLastPrintable = '~';
-
 void AddLine(std::string& request, std::string_view key, std::string_view value) {
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
-    constexpr unsigned int kLowHalf = 0xFU;
-    request.append(key).append(" ");
-    for (const char character : value) {
-        if (character >= kFirstPrintable && character <= kLastPrintable && character != '%') {
-            request += character;
-            continue;
-        }
-        const unsigned int byte = static_cast<unsigned char>(character);
-        request += '%';
-        request += kDigits[byte >> 4U];
-        request += kDigits[byte & kLowHalf];
-    }
-    request += '\n';
+    request.append(key).append(" ").append(common::PercentEncoded(value)).append("\n");
 }
 
 void AddProxy(std::string& request, const tagZQINETCONFIG& settings) {
@@ -47,19 +31,13 @@ void AddProxy(std::string& request, const tagZQINETCONFIG& settings) {
 }
 
 void AddAddresses(std::string& request, bool fromAdministrator) {
-    int count = 0;
-    char** list =
-        fromAdministrator
-            ? CUpdate::GetURLsForAdmin(&count)
-            : CUpdate::ReadUpdLink(&count, common::InProgramDirectory(kUpdateLinkFileName).c_str());
-    if (list == nullptr) {
+    const UpdateAddresses addresses(fromAdministrator, g_szAppPath);
+    if (addresses.List() == nullptr) {
         AddLine(request, "no-addresses", "1");
-        return;
     }
-    for (const char* address : std::span(list, static_cast<std::size_t>(count))) {
+    for (const char* address : addresses.Entries()) {
         AddLine(request, "address", address);
     }
-    CUpdate::FreeUpdtLink(list, count);
 }
 
 }  // namespace

@@ -145,3 +145,12 @@ char** CUpdate::GetURLsForAdmin(int* count) {
     *count = found;
     return list;
 }
+
+namespace update {
+
+UpdateAddresses::UpdateAddresses(bool areOfAdministrator, const std::string& directory)
+    : m_list(areOfAdministrator
+                 ? CUpdate::GetURLsForAdmin(&m_count)
+                 : CUpdate::ReadUpdLink(&m_count, (directory + kUpdateLinkFileName).c_str())) {}
+
+}  // namespace update

@@ -79,6 +79,28 @@ public:
 
 namespace update {
 
+/// The addresses that updates are loaded from, for who asks for them by their source. Any thread.
+class UpdateAddresses {
+public:
+    /// Reads the administrator's, or those of the update link file in `directory`, which ends in
+    /// "/". Why they cannot be read is told in kUpdateLog.
+    UpdateAddresses(bool areOfAdministrator, const std::string& directory);
+    ~UpdateAddresses() { CUpdate::FreeUpdtLink(m_list, m_count); }
+    UpdateAddresses(const UpdateAddresses&) = delete;
+    UpdateAddresses& operator=(const UpdateAddresses&) = delete;
+
+    /// The array of them, null when there is none to be had: no file, no entry of an administrator.
+    [[nodiscard]] char** List() const { return m_list; }
+    [[nodiscard]] int Count() const { return m_count; }
+    [[nodiscard]] std::span<char* const> Entries() const {
+        return {m_list, static_cast<std::size_t>(m_count)};
+    }
+
+private:
+    int m_count = 0;
+    char** m_list;
+};
+
 /// The content of an update link file with these addresses, each cut to 1,023 bytes.
 std::string UpdateLinkFile(std::span<const std::string> addresses);
 

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <memory>
 #include <optional>
 #include <span>
 #include <sys/stat.h>
@@ -48,21 +47,6 @@ bool MakeFolder(const std::string& folder) {
 /// The text of an option's field, as much of it as a terminated one can hold.
 std::string FolderText(std::span<const char> field) {
     return std::string(common::FieldText(field).substr(0, kMaxFolderText));
-}
-
-struct FreeUpdateAddresses {
-    int count = 0;
-    void operator()(char** list) const { CUpdate::FreeUpdtLink(list, count); }
-};
-using UpdateAddresses = std::unique_ptr<char*, FreeUpdateAddresses>;
-
-UpdateAddresses ReadAddresses(bool fromAdministrator, const std::string& applicationDirectory) {
-    int count = 0;
-    char** list =
-        fromAdministrator
-            ? CUpdate::GetURLsForAdmin(&count)
-            : CUpdate::ReadUpdLink(&count, (applicationDirectory + kUpdateLinkFileName).c_str());
-    return {list, FreeUpdateAddresses{count}};
 }
 
 /// The event of a status; none for one that is not told.
@@ -163,15 +147,15 @@ int UpdateRun::UpdateFromSite(UpdaterLibrary& library, const tagUpdtOpts& option
                               const tagZQINETCONFIG& settings) {
     // The Internet wins where both are set.
     const bool fromAdministrator = (options.flags & kUpdateFromInternet) == 0;
-    const UpdateAddresses addresses = ReadAddresses(fromAdministrator, m_applicationDirectory);
+    const UpdateAddresses addresses(fromAdministrator, m_applicationDirectory);
     const std::string backupFolder = FolderText(options.backupFolder);
     const bool keepBackup = (options.flags & kUpdateKeepBackup) != 0;
     return library.UpdateFromSite({.applicationDirectory = m_applicationDirectory.c_str(),
                                    .downloadDirectory = m_downloadDirectory.c_str(),
                                    .fromAdministrator = fromAdministrator,
                                    .backupFolder = keepBackup ? backupFolder.c_str() : nullptr,
-                                   .addresses = addresses.get(),
-                                   .count = addresses.get_deleter().count},
+                                   .addresses = addresses.List(),
+                                   .count = addresses.Count()},
                                   settings, m_context);
 }
 

@@ -234,6 +234,20 @@ TEST_F(FileLock, KeepsOtherProcessesOutUntilReleased) {
     EXPECT_EQ(TryInOtherProcess(), kGot);
 }
 
+TEST_F(FileLock, ItsHolderCanBeTold) {
+    ZQFileLock lock(m_path.c_str());
+    ASSERT_EQ(lock.AcquireLock(), 0);
+    const pid_t holder = ::getpid();
+    // One's own lock keeps oneself from nothing.
+    const common::FileDescriptor file(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(common::LockHolder(file.Get()), std::nullopt);
+    EXPECT_EQ(InChild([&] { return common::LockHolder(file.Get()) == holder ? kGot : kRefused; }),
+              kGot);
+    lock.ReleaseLock();
+    EXPECT_EQ(InChild([&] { return common::LockHolder(file.Get()) ? kGot : kRefused; }), kRefused);
+    EXPECT_EQ(common::LockHolder(-1), std::nullopt);
+}
+
 TEST_F(FileLock, CreatesItsFileForEveryUser) {
     const mode_t before = ::umask(077);
     ZQFileLock lock(m_path.c_str());

@@ -40,8 +40,8 @@ const std::map<std::string, Room, std::less<>> kRooms = {
 const std::map<std::string, int, std::less<>> kSharedOfProduct = {
     {"product/signed_index", 0},
     {"product/definitions", 1},
-    {"product/fetch", 1},
-    {"product/updturl", 2},
+    {"product/fetch", 2},
+    {"product/updturl", 3},
 };
 
 struct Include {

@@ -2,7 +2,7 @@
 #include <fcntl.h>
 #include <vector>
 
-#include "product/rapidupdate/update_service.h"
+#include "product/updturl/service_connection.h"
 #include "tests/support/scratch.h"
 #include "tests/unit/product/rapidupdate/fake_update_service.h"
 
@@ -15,7 +15,7 @@ namespace {
 const std::string kFolder = "/usr/lib/Corvane/Corvane/";
 const std::string kLock = kFolder + "updt.lck";
 const std::string kOptions = kFolder + "zqupdate.opt";
-const std::string kSocket = rapidupdate::kUpdateSocket;
+const std::string kSocket = updturl::kServiceSocket;
 
 /// The process that holds the update lock, 0 without one.
 pid_t LockHolder() {

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "common/io.h"
-#include "product/updturl/percent_text.h"
+#include "common/percent_text.h"
 #include "tests/support/scratch.h"
 
 namespace updturl {

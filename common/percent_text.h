@@ -7,7 +7,7 @@
 // How any text stands in one line of plain ASCII: "%" and two hexadecimal digits for each byte that
 // is no printable ASCII character, and for "%" itself. Any thread.
 
-namespace updturl {
+namespace common {
 
 std::string PercentEncoded(std::string_view text);
 
@@ -19,4 +19,4 @@ std::string PercentEncodedWithin(std::string_view text, std::size_t limit);
 /// "%" without two hexadecimal digits, and a zero byte, which no text of C can hold.
 std::optional<std::string> PercentDecoded(std::string_view encoded);
 
-}  // namespace updturl
+}  // namespace common

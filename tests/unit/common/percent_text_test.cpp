@@ -1,11 +1,11 @@
-#include "product/updturl/percent_text.h"
+#include "common/percent_text.h"
 
 #include <gtest/gtest.h>
 #include <string>
 
 using namespace std::string_literals;
 
-namespace updturl {
+namespace common {
 namespace {
 
 TEST(PercentText, PrintableCharactersStandForThemselves) {
@@ -54,4 +54,4 @@ TEST(PercentText, WithinALimitNoEncodedByteIsCut) {
 }
 
 }  // namespace
-}  // namespace updturl
+}  // namespace common

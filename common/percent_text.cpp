@@ -1,8 +1,8 @@
-#include "product/updturl/percent_text.h"
+#include "common/percent_text.h"
 
 #include <limits>
 
-namespace updturl {
+namespace common {
 namespace {
 
 constexpr std::string_view kDigits = "0123456789ABCDEF";
@@ -83,4 +83,4 @@ std::optional<std::string> PercentDecoded(std::string_view encoded) {
     return text;
 }
 
-}  // namespace updturl
+}  // namespace common
