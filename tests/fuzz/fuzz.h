@@ -80,6 +80,15 @@ public:
         return line;
     }
 
+    /// The next `size` bytes, or as many as are left.
+    std::string_view TakeBytes(std::size_t size) {
+        const std::string_view bytes = m_rest.substr(0, size);
+        m_rest.remove_prefix(bytes.size());
+        return bytes;
+    }
+
+    [[nodiscard]] bool IsEmpty() const { return m_rest.empty(); }
+
     std::string_view TakeRest() { return std::exchange(m_rest, {}); }
 
 private:
