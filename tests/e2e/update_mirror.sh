@@ -38,11 +38,13 @@ MisSign() {
         minisign -S -s other.key -m mirror/index.json >/dev/null)
 }
 
-# StartServer: sets `server`, `serverPid` and `address`. What it does stands in script.json.
+# StartServer: sets `server`, `serverPid` and `address`. What it does stands in script.json, what it was asked
+# for gets into requests.log.
 StartServer() {
     local port
     echo '{}' >"$scratch/script.json"
-    exec {server}< <(exec "$e2eRoot/tests/support/mirror_server" "$scratch/mirror" --script "$scratch/script.json")
+    exec {server}< <(exec "$e2eRoot/tests/support/mirror_server" "$scratch/mirror" --script "$scratch/script.json" \
+        --log "$scratch/requests.log")
     serverPid=$!
     read -r -t 20 port <&"$server"
     address=http://127.0.0.1:$port
