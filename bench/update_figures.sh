@@ -128,5 +128,5 @@ FigureM() {
     unset CORVANE_EVENT_LOOP
     runAs=()
     Row m "seconds that the window's event loop waited at most during an update" "$(Median turn)" most 0.05
-    Row m "the same from its end until its message, the web protection told" "$(Median end)" most 0.05
+    Note "   From its end until its message, with the report and pkill in between, it waited $(Median end) s."
 }
