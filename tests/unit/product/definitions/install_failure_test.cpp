@@ -1,9 +1,8 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iostream>
-#include <map>
-#include <set>
 
+#include "tests/support/traced_program.h"
 #include "tests/unit/product/definitions/definitions_fixture.h"
 
 // An installation that is killed or refused each of its system calls that change something, by
@@ -16,45 +15,12 @@ namespace {
 using definitions::Outcome;
 using testing::ElementsAre;
 
-// One system call of a program: the so many-th of its name since the start.
-struct SystemCall {
-    std::string name;
-    int number;
-    [[nodiscard]] std::string Injecting(const std::string& what) const {
-        return "inject=" + name + ":" + what + ":when=" + std::to_string(number);
-    }
-};
-
-constexpr int kNoStrace = 77;
-
-const std::set<std::string> kChanging{"openat",   "write",     "fsync",    "sync_file_range",
-                                      "fchmod",   "mkdirat",   "linkat",   "unlinkat",
-                                      "renameat", "renameat2", "symlinkat"};
-
 class InstallFailure : public DefinitionsTest {
 protected:
     void SetUp() override {
-        if (Trace({"-o", "/dev/null"}, {"true"}) != 0) {
+        if (!CanTrace()) {
             GTEST_SKIP() << "strace is missing, or not allowed to look at processes";
         }
-    }
-
-    int Trace(std::vector<std::string> command, const std::vector<std::string>& program) const {
-        return InChild([&] {
-            // The leak sanitizer cannot work in a process that is traced.
-            command.insert(command.begin(), {"strace", "-E", "ASAN_OPTIONS=detect_leaks=0"});
-            command.insert(command.end(), program.begin(), program.end());
-            std::vector<char*> arguments;
-            arguments.reserve(command.size() + 1);
-            for (std::string& word : command) {
-                arguments.push_back(word.data());
-            }
-            arguments.push_back(nullptr);
-            const int silent = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-            ::dup2(silent, STDERR_FILENO);
-            ::execvp("strace", arguments.data());
-            return kNoStrace;
-        });
     }
 
     [[nodiscard]] std::vector<std::string> Program() const {
@@ -62,30 +28,15 @@ protected:
     }
 
     int Inject(const SystemCall& call, const std::string& what) const {
-        return Trace({"-o", "/dev/null", "-e", call.Injecting(what)}, Program());
+        return RunInjected(call, what, Program());
     }
 
     // The calls of the installation itself, without those of its children, that change something.
     std::vector<SystemCall> Calls() {
         Reset();
         const std::string path = m_scratch / "trace";
-        EXPECT_EQ(Trace({"-o", path}, Program()), static_cast<int>(Outcome::kInstalled));
-        std::vector<SystemCall> calls;
-        std::map<std::string, int> seen;
-        bool isInside = false;
-        std::ifstream trace(path);
-        for (std::string line; std::getline(trace, line);) {
-            const std::string name = line.substr(0, line.find('('));
-            const int number = ++seen[name];
-            if (name == "getppid") {
-                isInside = !isInside;
-            } else if (isInside && kChanging.contains(name) &&
-                       (name != "openat" || line.find("O_CREAT") != std::string::npos)) {
-                calls.push_back({name, number});
-            }
-        }
-        EXPECT_FALSE(isInside) << "the second mark is missing";
-        return calls;
+        EXPECT_EQ(RunTraced({"-o", path}, Program()), static_cast<int>(Outcome::kInstalled));
+        return MarkedCallsIn(path, ChangesFiles);
     }
 
     // The state from which each installation starts.
@@ -222,8 +173,9 @@ TEST_F(InstallFailure, EverythingIsOnTheDiskBeforeTheSwitchAndTheSwitchAfterIt) 
     PrepareSecond();
     Reset();
     const std::string path = m_scratch / "trace";
-    ASSERT_EQ(Trace({"-y", "-o", path, "-e", "trace=openat,fsync,renameat,renameat2"}, Program()),
-              static_cast<int>(Outcome::kInstalled));
+    ASSERT_EQ(
+        RunTraced({"-y", "-o", path, "-e", "trace=openat,fsync,renameat,renameat2"}, Program()),
+        static_cast<int>(Outcome::kInstalled));
     std::string order;
     std::ifstream trace(path);
     const auto has = [](const std::string& line, const char* text) {

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <thread>
 
+#include "tests/support/traced_program.h"
 #include "tests/unit/product/shared_files/shared_files_fixture.h"
 
 // create-shared-files on a disk that is full, and killed or refused at its system calls.
@@ -103,35 +104,25 @@ class SharedFilesTraced : public SharedFilesFailure {
 protected:
     void SetUp() override {
         SharedFiles::SetUp();
-        if (Execute({"strace", "-o", "/dev/null", "true"}).status != 0) {
+        if (!CanTrace()) {
             GTEST_SKIP() << "strace is missing, or not allowed to look at processes";
         }
     }
 
-    Outcome Trace(std::vector<std::string> options) {
-        // The leak sanitizer cannot work in a process that is traced.
-        options.insert(options.begin(), {"strace", "-E", "ASAN_OPTIONS=detect_leaks=0"});
-        options.insert(options.end(), {CREATE_SHARED_FILES, m_directory});
-        return Execute(options);
+    Outcome Trace(const std::vector<std::string>& options) const {
+        return Execute(TracedCommand(options, {CREATE_SHARED_FILES, m_directory}));
     }
 
-    // Each system call from the opening of the directory on, as strace is told of it.
-    std::vector<std::string> Calls() {
+    // Each system call from the opening of the directory on.
+    std::vector<SystemCall> Calls() {
         const std::string path = m_scratch / "trace";
         EXPECT_EQ(Trace({"-o", path}).status, 0);
-        std::vector<std::string> calls;
-        std::map<std::string, int> seen;
         bool hasBegun = false;
-        std::ifstream trace(path);
-        for (std::string line; std::getline(trace, line);) {
-            const std::string name = line.substr(0, line.find('('));
-            const int number = ++seen[name];
-            hasBegun = hasBegun || line.find(m_directory + "\", O_RDONLY") != std::string::npos;
-            if (hasBegun && name != line && name != "exit_group") {
-                calls.push_back(name + ":signal=KILL:when=" + std::to_string(number));
-            }
-        }
-        return calls;
+        return CallsIn(path, [&](std::string_view name, std::string_view line) {
+            hasBegun =
+                hasBegun || line.find(m_directory + "\", O_RDONLY") != std::string_view::npos;
+            return hasBegun && name != "exit_group";
+        });
     }
 
     // Another run from beginning to end once this one, held up, has made its first file.
@@ -156,13 +147,13 @@ protected:
 TEST_F(SharedFilesTraced, KilledAtAnyCallLeavesNoneHalfMadeAndTheNextRunMakesTheRest) {
     for (const bool wereThere : {false, true}) {
         Reset(wereThere);
-        const std::vector<std::string> calls = Calls();
+        const std::vector<SystemCall> calls = Calls();
         ASSERT_GT(calls.size(), 60U) << "five or more for each file";
-        for (const std::string& call : calls) {
-            SCOPED_TRACE(call);
+        for (const SystemCall& call : calls) {
+            const std::string kill = call.Injecting("signal=KILL");
+            SCOPED_TRACE(kill);
             Reset(wereThere);
-            EXPECT_EQ(Trace({"-o", "/dev/null", "-e", "inject=" + call}).status, -1)
-                << "nobody was killed";
+            EXPECT_EQ(Trace({"-o", "/dev/null", "-e", kill}).status, -1) << "nobody was killed";
             ExpectNoneHalfMade(wereThere);
             EXPECT_EQ(Run().status, 0);
             ExpectAllWhole();

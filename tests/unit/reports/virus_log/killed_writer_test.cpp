@@ -1,8 +1,6 @@
 // What a writer leaves behind that is killed in the middle: at every system call of
 // ZQVRAddRecVirusReport once, by strace.
 
-#include <fstream>
-#include <map>
 #include <vector>
 
 #include "reports/virus_log/delete_records.h"
@@ -10,17 +8,10 @@
 #include "reports/virus_log/record_count.h"
 #include "reports/virus_log/size_limit.h"
 #include "reports/virus_log/virus_log.h"
+#include "tests/support/traced_program.h"
 #include "tests/unit/reports/virus_log/virus_log_fixture.h"
 
 namespace {
-
-// One system call of a program: the so many-th of its name since the start.
-struct Call {
-    std::string name;
-    int number;
-};
-
-constexpr int kNoStrace = 77;
 
 class KilledWriter : public VirusLogTest {
 protected:
@@ -29,57 +20,26 @@ protected:
         if (IsSkipped() || HasFatalFailure()) {
             return;
         }
-        if (Trace({"-o", "/dev/null"}, "true") != 0) {
+        if (!CanTrace()) {
             GTEST_SKIP() << "strace is missing, or not allowed to look at processes";
         }
     }
 
-    // Runs add_one_record under strace with `options`; its exit status, -1 when it was killed.
-    int Trace(std::vector<std::string> options, const std::string& program = ADD_ONE_RECORD) {
-        return InChild([&] {
-            // The leak sanitizer cannot work in a process that is traced.
-            options.insert(options.begin(), {"strace", "-E", "ASAN_OPTIONS=detect_leaks=0"});
-            options.insert(options.end(), {program, m_app.Path(), "/killed"});
-            std::vector<char*> arguments;
-            arguments.reserve(options.size() + 1);
-            for (std::string& option : options) {
-                arguments.push_back(option.data());
-            }
-            arguments.push_back(nullptr);
-            ::execvp("strace", arguments.data());
-            return kNoStrace;
-        });
+    [[nodiscard]] std::vector<std::string> Program() const {
+        return {ADD_ONE_RECORD, m_app.Path(), "/killed"};
     }
 
-    // The system calls between the two marks.
-    std::vector<Call> CallsOfTheFunction() {
+    // The system calls of the function itself.
+    std::vector<SystemCall> CallsOfTheFunction() {
         const std::string path = m_app / "trace";
-        EXPECT_EQ(Trace({"-o", path}), 0);
-        std::vector<Call> calls;
-        std::map<std::string, int> seen;
-        bool isInside = false;
-        std::ifstream trace(path);
-        for (std::string line; std::getline(trace, line);) {
-            const std::string name = line.substr(0, line.find('('));
-            const int number = ++seen[name];
-            if (name == "getppid") {
-                isInside = !isInside;
-            } else if (isInside && name != line) {
-                calls.push_back({name, number});
-            }
-        }
-        EXPECT_FALSE(isInside) << "the second mark is missing";
-        return calls;
+        EXPECT_EQ(RunTraced({"-o", path}, Program()), 0);
+        return MarkedCallsIn(path, [](auto&&...) { return true; });
     }
 
     // Kills a writer when it is about to make `call`. Whether it left the mutex behind, which is
     // taken away then, as `corvane-virlog --unlock` does.
-    bool KillAt(const Call& call) {
-        EXPECT_EQ(
-            Trace({"-o", "/dev/null", "-e",
-                   "inject=" + call.name + ":signal=KILL:when=" + std::to_string(call.number)}),
-            -1)
-            << "nobody was killed";
+    bool KillAt(const SystemCall& call) {
+        EXPECT_EQ(RunInjected(call, "signal=KILL", Program()), -1) << "nobody was killed";
         const bool isBehind = IsMutexHeld(10011);
         if (isBehind) {
             ::msgctl(::msgget(10011, 0), IPC_RMID, nullptr);
@@ -103,7 +63,7 @@ protected:
     }
 
     // What each kill must leave: `kept`, and at most the record being added after it.
-    void ExpectReadable(const std::vector<std::string>& kept, const Call& call) {
+    void ExpectReadable(const std::vector<std::string>& kept, const SystemCall& call) {
         SCOPED_TRACE(call.name + " number " + std::to_string(call.number));
         virus_log::VirusLogContents contents;
         std::vector<std::string> paths = Paths(contents);
@@ -131,13 +91,13 @@ TEST_F(KilledWriter, LeavesEveryEarlierRecordReadable) {
         Put("RecOffset.dat", U32(88) + U32(308));
     };
     prepare();
-    const std::vector<Call> calls = CallsOfTheFunction();
+    const std::vector<SystemCall> calls = CallsOfTheFunction();
     ASSERT_GT(calls.size(), 10U);
     int heldMutexes = 0;
     int countedOnly = 0;
     int recorded = 0;
     int noOffset = 0;
-    for (const Call& call : calls) {
+    for (const SystemCall& call : calls) {
         prepare();
         heldMutexes += KillAt(call) ? 1 : 0;
         const std::string log = Content("VirRcONE.dat");
@@ -175,9 +135,9 @@ TEST_F(KilledWriter, LeavesAFirstRecordOrNone) {
             ::unlink(Log(name).c_str());
         }
     };
-    const std::vector<Call> calls = CallsOfTheFunction();
+    const std::vector<SystemCall> calls = CallsOfTheFunction();
     ASSERT_GT(calls.size(), 10U);
-    for (const Call& call : calls) {
+    for (const SystemCall& call : calls) {
         SCOPED_TRACE(call.name + " number " + std::to_string(call.number));
         prepare();
         KillAt(call);
@@ -204,10 +164,10 @@ TEST_F(KilledWriter, LosesNothingButWhatIsCutAway) {
         ::unlink(Log(virus_log::kTrimmedOffsetFile).c_str());
     };
     prepare();
-    const std::vector<Call> calls = CallsOfTheFunction();
+    const std::vector<SystemCall> calls = CallsOfTheFunction();
     int cut = 0;
     int shared = 0;
-    for (const Call& call : calls) {
+    for (const SystemCall& call : calls) {
         SCOPED_TRACE(call.name + " number " + std::to_string(call.number));
         prepare();
         KillAt(call);
@@ -234,15 +194,13 @@ TEST_F(KilledWriter, LosesNothingButWhatIsCutAway) {
 
 TEST_F(KilledWriter, ItsMutexKeepsOthersOutUntilItIsRemoved) {
     Put("VirMain.dat", MainBytes(0, "VirRcONE.dat"));
-    const std::vector<Call> calls = CallsOfTheFunction();
-    const Call* write = nullptr;
-    for (const Call& call : calls) {
+    const std::vector<SystemCall> calls = CallsOfTheFunction();
+    const SystemCall* write = nullptr;
+    for (const SystemCall& call : calls) {
         write = call.name == "pwrite64" ? &call : write;
     }
     ASSERT_NE(write, nullptr);
-    EXPECT_EQ(Trace({"-o", "/dev/null", "-e",
-                     "inject=pwrite64:signal=KILL:when=" + std::to_string(write->number)}),
-              -1);
+    EXPECT_EQ(RunInjected(*write, "signal=KILL", Program()), -1);
     ASSERT_TRUE(IsMutexHeld(10011));
     EXPECT_FALSE(ZQVRAddRecVirusReport(8000, "/next", "V", "A"));
     ASSERT_EQ(::msgctl(::msgget(10011, 0), IPC_RMID, nullptr), 0);
