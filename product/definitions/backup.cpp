@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "common/regular_file.h"
+#include "common/retrying.h"
 #include "common/times.h"
 #include "product/definitions/folder_names.h"
 #include "product/definitions/reasons.h"
-#include "product/definitions/retrying.h"
 #include "product/definitions/trusted_folder.h"
 
 namespace definitions {
@@ -25,7 +25,7 @@ constexpr std::string_view kHalfMade = ".unfinished";
 constexpr int kNamesTried = 100;
 
 common::FileDescriptor OpenFolder(int parent, const std::string& name) {
-    return common::FileDescriptor(Retrying([&] {
+    return common::FileDescriptor(common::Retrying([&] {
         return ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     }));
 }
@@ -89,7 +89,8 @@ std::string CopyFiles(int set, int target, const GoOn& goOn) {
                 return name + ": " + WordsForError(errno);
         }
     }
-    return Retrying([&] { return ::fsync(target); }) == 0 ? std::string() : WordsForError(errno);
+    return common::Retrying([&] { return ::fsync(target); }) == 0 ? std::string()
+                                                                  : WordsForError(errno);
 }
 
 // Gives the backup a name that is free, so that nothing is ever replaced.
@@ -97,12 +98,12 @@ std::string Publish(int parent, const std::string& halfMade, const std::string& 
                     std::string& published) {
     for (int number = 1; number <= kNamesTried; ++number) {
         published = number == 1 ? name : name + "-" + std::to_string(number);
-        if (Retrying([&] {
+        if (common::Retrying([&] {
                 return ::renameat2(parent, halfMade.c_str(), parent, published.c_str(),
                                    RENAME_NOREPLACE);
             }) == 0) {
-            return Retrying([&] { return ::fsync(parent); }) == 0 ? std::string()
-                                                                  : WordsForError(errno);
+            return common::Retrying([&] { return ::fsync(parent); }) == 0 ? std::string()
+                                                                          : WordsForError(errno);
         }
         if (errno != EEXIST) {
             break;
@@ -132,7 +133,7 @@ std::string BackUp(int set, const std::string& folder, std::time_t now, const Go
     if (IsOurs(parent.Get(), halfMade)) {
         RemoveBackup(parent.Get(), halfMade);
     }
-    if (Retrying([&] { return ::mkdirat(parent.Get(), halfMade.c_str(), 0755); }) != 0) {
+    if (common::Retrying([&] { return ::mkdirat(parent.Get(), halfMade.c_str(), 0755); }) != 0) {
         return WordsForError(errno);
     }
     const common::FileDescriptor made = OpenFolder(parent.Get(), halfMade);

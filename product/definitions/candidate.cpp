@@ -8,8 +8,8 @@
 #include <sys/stat.h>
 
 #include "common/directory_reader.h"
+#include "common/retrying.h"
 #include "product/definitions/official_database.h"
-#include "product/definitions/retrying.h"
 #include "product/signed_index/index.h"
 
 namespace definitions {
@@ -18,7 +18,7 @@ CandidateFiles OpenCandidate(const Candidate& candidate) {
     CandidateFiles files;
     // With a slash at its end a link would be followed after all.
     const std::string path = candidate.path.substr(0, candidate.path.find_last_not_of('/') + 1);
-    files.folder.Reset(Retrying(
+    files.folder.Reset(common::Retrying(
         [&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }));
     if (!files.folder) {
         return files;

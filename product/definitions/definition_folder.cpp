@@ -9,8 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "common/retrying.h"
 #include "product/definitions/folder_names.h"
-#include "product/definitions/retrying.h"
 
 namespace definitions {
 
@@ -27,11 +27,12 @@ bool IsGone(int error) {
 }
 
 bool RemoveFile(int folder, const std::string& name) {
-    return Retrying([&] { return ::unlinkat(folder, name.c_str(), 0); }) == 0 || IsGone(errno);
+    return common::Retrying([&] { return ::unlinkat(folder, name.c_str(), 0); }) == 0 ||
+           IsGone(errno);
 }
 
 common::FileDescriptor OpenFolder(int parent, const std::string& name) {
-    return common::FileDescriptor(Retrying([&] {
+    return common::FileDescriptor(common::Retrying([&] {
         return ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     }));
 }
@@ -46,7 +47,8 @@ bool RemoveAll(int parent, const std::string& name, int depth) {
     for (const std::string& entry : isEmpty ? NamesIn(folder.Get()) : std::vector<std::string>()) {
         isEmpty = RemoveAll(folder.Get(), entry, depth - 1) && isEmpty;
     }
-    return isEmpty && Retrying([&] { return ::unlinkat(parent, name.c_str(), AT_REMOVEDIR); }) == 0;
+    return isEmpty &&
+           common::Retrying([&] { return ::unlinkat(parent, name.c_str(), AT_REMOVEDIR); }) == 0;
 }
 
 }  // namespace
@@ -73,7 +75,7 @@ DefinitionFolder DefinitionFolder::Open(const std::string& productDirectory) {
     DefinitionFolder folder;
     folder.m_path = productDirectory + kFolderName + "/";
     const std::string path = productDirectory + kFolderName;
-    folder.m_folder.Reset(Retrying(
+    folder.m_folder.Reset(common::Retrying(
         [&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }));
     return folder;
 }
@@ -118,12 +120,12 @@ common::FileDescriptor DefinitionFolder::OpenEntry(const std::string& name) cons
 
 common::FileDescriptor DefinitionFolder::MakeUnfinished() const {
     if (!Remove(kUnfinishedFolder) ||
-        Retrying([&] { return ::mkdirat(Get(), kUnfinishedFolder, kFolderMode); }) != 0) {
+        common::Retrying([&] { return ::mkdirat(Get(), kUnfinishedFolder, kFolderMode); }) != 0) {
         return {};
     }
     common::FileDescriptor made = OpenEntry(kUnfinishedFolder);
     // Whatever the umask: every user's engine reads it.
-    if (made && Retrying([&] { return ::fchmod(made.Get(), kFolderMode); }) != 0) {
+    if (made && common::Retrying([&] { return ::fchmod(made.Get(), kFolderMode); }) != 0) {
         made.Reset();
     }
     return made;
@@ -131,7 +133,7 @@ common::FileDescriptor DefinitionFolder::MakeUnfinished() const {
 
 bool DefinitionFolder::FinishAs(SetNumber number) const {
     const std::string name = NameOfSet(number);
-    return Retrying([&] {
+    return common::Retrying([&] {
                return ::renameat2(Get(), kUnfinishedFolder, Get(), name.c_str(), RENAME_NOREPLACE);
            }) == 0 &&
            Sync();
@@ -141,12 +143,13 @@ bool DefinitionFolder::Point(const char* link, SetNumber number) const {
     const std::string made = link + std::string(kHalfMadeLink);
     const std::string target = NameOfSet(number);
     return RemoveFile(Get(), made) &&
-           Retrying([&] { return ::symlinkat(target.c_str(), Get(), made.c_str()); }) == 0 &&
-           Retrying([&] { return ::renameat(Get(), made.c_str(), Get(), link); }) == 0;
+           common::Retrying([&] { return ::symlinkat(target.c_str(), Get(), made.c_str()); }) ==
+               0 &&
+           common::Retrying([&] { return ::renameat(Get(), made.c_str(), Get(), link); }) == 0;
 }
 
 bool DefinitionFolder::Sync() const {
-    return Retrying([&] { return ::fsync(Get()); }) == 0;
+    return common::Retrying([&] { return ::fsync(Get()); }) == 0;
 }
 
 bool DefinitionFolder::Remove(const std::string& name) const {

@@ -8,7 +8,7 @@
 
 #include "common/file_descriptor.h"
 #include "common/io.h"
-#include "product/definitions/retrying.h"
+#include "common/retrying.h"
 #include "product/signed_index/sha256.h"
 
 namespace definitions {
@@ -21,15 +21,15 @@ constexpr std::uint64_t kHandOver = std::uint64_t{8} * 1024 * 1024;
 constexpr mode_t kFileMode = 0644;
 
 common::FileDescriptor MakeFile(int target, const std::string& name) {
-    return common::FileDescriptor(Retrying([&] {
+    return common::FileDescriptor(common::Retrying([&] {
         return ::openat(target, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                         kFileMode);
     }));
 }
 
 bool Finish(int file) {
-    return Retrying([&] { return ::fchmod(file, kFileMode); }) == 0 &&
-           Retrying([&] { return ::fsync(file); }) == 0;
+    return common::Retrying([&] { return ::fchmod(file, kFileMode); }) == 0 &&
+           common::Retrying([&] { return ::fsync(file); }) == 0;
 }
 
 }  // namespace
@@ -50,7 +50,8 @@ Copied CopyInto(int target, const std::string& name, int source, std::uint64_t l
             copied.result = CopyResult::kStopped;
             return copied;
         }
-        const ssize_t got = Retrying([&] { return ::read(source, buffer.data(), buffer.size()); });
+        const ssize_t got =
+            common::Retrying([&] { return ::read(source, buffer.data(), buffer.size()); });
         if (got < 0) {
             copied.result = CopyResult::kUnreadable;
             return copied;

@@ -6,13 +6,13 @@
 
 #include "common/directory_reader.h"
 #include "common/file_descriptor.h"
-#include "product/definitions/retrying.h"
+#include "common/retrying.h"
 
 namespace definitions {
 
 std::vector<std::string> NamesIn(int folder) {
-    const common::FileDescriptor own(
-        Retrying([&] { return ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    const common::FileDescriptor own(common::Retrying(
+        [&] { return ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     const auto reader = std::make_unique<common::DirectoryReader>();
     reader->Start(own.Get(), common::DirectoryReader::Want::kAll);
     std::vector<std::string> names;

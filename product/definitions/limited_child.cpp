@@ -16,8 +16,8 @@
 #include <unistd.h>
 
 #include "common/file_descriptor.h"
+#include "common/retrying.h"
 #include "product/definitions/read_only_process.h"
-#include "product/definitions/retrying.h"
 
 namespace definitions {
 
@@ -91,7 +91,7 @@ bool Listen(int talk, std::string& said) {
 
 int EndOf(pid_t child) {
     int status = 0;
-    (void)Retrying([&] { return ::waitpid(child, &status, 0); });
+    (void)common::Retrying([&] { return ::waitpid(child, &status, 0); });
     return status;
 }
 

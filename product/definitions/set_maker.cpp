@@ -8,11 +8,11 @@
 
 #include "common/io.h"
 #include "common/regular_file.h"
+#include "common/retrying.h"
 #include "common/version_record.h"
 #include "product/definitions/file_copy.h"
 #include "product/definitions/official_database.h"
 #include "product/definitions/reasons.h"
-#include "product/definitions/retrying.h"
 #include "product/definitions/test_load.h"
 #include "product/signed_index/sha256.h"
 #include "product/signed_index/trusted_keys.h"
@@ -46,7 +46,7 @@ bool HasSameFiles(const Index& left, const Index& right) {
 }
 
 bool Link(int from, int to, const std::string& name) {
-    return Retrying([&] { return ::linkat(from, name.c_str(), to, name.c_str(), 0); }) == 0;
+    return common::Retrying([&] { return ::linkat(from, name.c_str(), to, name.c_str(), 0); }) == 0;
 }
 
 }  // namespace
@@ -265,7 +265,7 @@ void SetMaker::Refuse(const std::string& name, const std::string& why) {
 }
 
 InstallResult SetMaker::Drop(const std::string& name) {
-    return Retrying([&] { return ::unlinkat(Folder(), name.c_str(), 0); }) == 0
+    return common::Retrying([&] { return ::unlinkat(Folder(), name.c_str(), 0); }) == 0
                ? Succeeded()
                : FailedToDo(name + " cannot be removed");
 }
@@ -299,7 +299,7 @@ InstallResult SetMaker::Load() {
 InstallResult SetMaker::Seal() {
     const tagZQVERINFO version = VersionOfSet(ReadSetState(Folder()));
     if (!WriteInto(Folder(), common::kVersionFileName, common::BytesOf(version)) ||
-        Retrying([&] { return ::fsync(Folder()); }) != 0) {
+        common::Retrying([&] { return ::fsync(Folder()); }) != 0) {
         return FailedToDo("the new set cannot be written");
     }
     return Succeeded();

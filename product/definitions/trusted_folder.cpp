@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "product/definitions/retrying.h"
+#include "common/retrying.h"
 
 namespace definitions {
 
@@ -64,7 +64,7 @@ common::FileDescriptor OpenTrustedFolder(const std::string& path, std::string& w
         return {};
     }
     constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-    common::FileDescriptor folder(Retrying([] { return ::open("/", kFlags); }));
+    common::FileDescriptor folder(common::Retrying([] { return ::open("/", kFlags); }));
     std::string_view rest = path;
     std::string walked;
     while (true) {
@@ -85,7 +85,8 @@ common::FileDescriptor OpenTrustedFolder(const std::string& path, std::string& w
             why = walked + ": a path may not lead up";
             return {};
         }
-        folder.Reset(Retrying([&] { return ::openat(folder.Get(), name.c_str(), kFlags); }));
+        folder.Reset(
+            common::Retrying([&] { return ::openat(folder.Get(), name.c_str(), kFlags); }));
     }
 }
 

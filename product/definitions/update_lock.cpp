@@ -6,8 +6,8 @@
 
 #include "common/locks.h"
 #include "common/regular_file.h"
+#include "common/retrying.h"
 #include "product/definitions/definition_folder.h"
-#include "product/definitions/retrying.h"
 
 namespace definitions {
 
@@ -21,7 +21,7 @@ UpdateLock::UpdateLock(int folder)
     struct flock lock {};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;  // all of the file
-    m_isHeld = Retrying([&] { return ::fcntl(m_file.Get(), F_SETLK, &lock); }) == 0;
+    m_isHeld = common::Retrying([&] { return ::fcntl(m_file.Get(), F_SETLK, &lock); }) == 0;
     if (m_isHeld) {
         return;
     }

@@ -33,6 +33,11 @@ public:
     /// Makes the empty folder in which a candidate is put together. -1 with the reason in errno.
     [[nodiscard]] common::FileDescriptor BeginCandidate() const;
 
+    /// Gives the file `from` of the open folder `source` the further name `name` in the candidate,
+    /// for the group that installs to read. False with the reason in errno.
+    static bool LinkInto(int candidate, int source, const std::string& from,
+                         const std::string& name);
+
     /// Gives the candidate its name. False with the reason in errno.
     bool FinishCandidate() const;
 

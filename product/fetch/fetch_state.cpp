@@ -10,6 +10,7 @@
 
 #include "common/io.h"
 #include "common/regular_file.h"
+#include "common/retrying.h"
 
 namespace fetch {
 
@@ -91,11 +92,12 @@ bool WriteState(int folder, const FetchState& state) {
         {"official",
          {{"askedAt", state.official.askedAt}, {"notBefore", state.official.notBefore}}}};
     const std::string text = document.dump(1, ' ', true, Json::error_handler_t::replace) + "\n";
-    ::unlinkat(folder, kNewName, 0);
+    (void)common::Retrying([&] { return ::unlinkat(folder, kNewName, 0); });
     const common::FileDescriptor file = common::OpenRegularFileAt(
         folder, kNewName, O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0600);
-    return file && common::WriteAll(file.Get(), text) && ::fsync(file.Get()) == 0 &&
-           ::renameat(folder, kNewName, folder, kName) == 0;
+    return file && common::WriteAll(file.Get(), text) &&
+           common::Retrying([&] { return ::fsync(file.Get()); }) == 0 &&
+           common::Retrying([&] { return ::renameat(folder, kNewName, folder, kName); }) == 0;
 }
 
 }  // namespace fetch

@@ -10,6 +10,7 @@
 
 #include "common/io.h"
 #include "common/regular_file.h"
+#include "common/retrying.h"
 #include "product/signed_index/sha256.h"
 
 namespace fetch {
@@ -71,7 +72,8 @@ public:
     bool StartAnew() {
         m_hash = {};
         m_size = 0;
-        if (::ftruncate(m_file.Get(), 0) != 0 || ::lseek(m_file.Get(), 0, SEEK_SET) != 0) {
+        if (common::Retrying([&] { return ::ftruncate(m_file.Get(), 0); }) != 0 ||
+            ::lseek(m_file.Get(), 0, SEEK_SET) != 0) {
             m_diskError = errno;
             return false;
         }
@@ -234,7 +236,7 @@ FileResult CopyFile(Progress& progress, int source, const IndexedFile& file, int
     if (sink.Size() == file.size && sink.HasDigest()) {
         return {FileEnd::kWhole, {}};
     }
-    ::unlinkat(parts, file.sha256.c_str(), 0);
+    (void)common::Retrying([&] { return ::unlinkat(parts, file.sha256.c_str(), 0); });
     return {FileEnd::kRefused, WordsFor(Refusal::kWrongFileDigest)};
 }
 

@@ -16,6 +16,7 @@
 
 #include "common/io.h"
 #include "common/regular_file.h"
+#include "common/retrying.h"
 #include "product/fetch/address.h"
 #include "product/fetch/freshclam_child.h"
 #include "product/signed_index/index.h"
@@ -74,7 +75,7 @@ private:
         std::error_code ignored;
         const std::string path = m_job.folder.Path() + kTemporary;
         std::filesystem::remove_all(path, ignored);
-        return ::mkdir(path.c_str(), 0700) == 0;
+        return common::Retrying([&] { return ::mkdir(path.c_str(), 0700); }) == 0;
     }
 
     // Before anything is asked: who stops one run after the other must not ask unseen.
@@ -253,9 +254,7 @@ private:
         const common::FileDescriptor candidate = m_job.folder.BeginCandidate();
         const bool isMade =
             candidate && std::all_of(names.begin(), names.end(), [&](const std::string& name) {
-                return ::linkat(m_folder.Get(), name.c_str(), candidate.Get(), name.c_str(), 0) ==
-                           0 &&
-                       ::fchmodat(candidate.Get(), name.c_str(), 0640, 0) == 0;
+                return DownloadFolder::LinkInto(candidate.Get(), m_folder.Get(), name, name);
             });
         if (!isMade || !m_job.folder.FinishCandidate()) {
             Fail(std::string("the candidate cannot be made: ") + std::strerror(errno));

@@ -10,6 +10,7 @@
 #include "abi/updturl.h"
 #include "common/io.h"
 #include "common/regular_file.h"
+#include "common/retrying.h"
 #include "product/fetch/address.h"
 #include "product/fetch/file_download.h"
 #include "product/signed_index/sha256.h"
@@ -187,10 +188,8 @@ private:
                       WriteText(candidate.Get(), signed_index::kSignatureName, m_signature);
         for (const IndexedFile& file : m_index.files) {
             // Linked, since two names may have one digest.
-            isMade = isMade &&
-                     ::linkat(m_job.folder.Parts(), file.sha256.c_str(), candidate.Get(),
-                              file.name.c_str(), 0) == 0 &&
-                     ::fchmodat(candidate.Get(), file.name.c_str(), 0640, 0) == 0;
+            isMade = isMade && DownloadFolder::LinkInto(candidate.Get(), m_job.folder.Parts(),
+                                                        file.sha256, file.name);
         }
         if (!isMade || !m_job.folder.FinishCandidate()) {
             Fail(std::string("the candidate cannot be made: ") + std::strerror(errno));
@@ -203,7 +202,8 @@ private:
     static bool WriteText(int folder, const char* name, std::string_view text) {
         const common::FileDescriptor file = common::OpenRegularFileAt(
             folder, name, O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0640);
-        return file && ::fchmod(file.Get(), 0640) == 0 && common::WriteAll(file.Get(), text);
+        return file && common::Retrying([&] { return ::fchmod(file.Get(), 0640); }) == 0 &&
+               common::WriteAll(file.Get(), text);
     }
 
     void Remember(const HttpAnswer& answer) {

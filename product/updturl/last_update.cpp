@@ -10,6 +10,7 @@
 
 #include "common/io.h"
 #include "common/regular_file.h"
+#include "common/retrying.h"
 
 namespace updturl {
 namespace {
@@ -40,14 +41,18 @@ std::string LastUpdateText(const LastUpdate& update) {
 }
 
 bool WriteLastUpdate(int folder, const LastUpdate& update) {
-    if (::unlinkat(folder, kTemporaryName, 0) != 0 && errno != ENOENT) {
+    if (common::Retrying([&] { return ::unlinkat(folder, kTemporaryName, 0); }) != 0 &&
+        errno != ENOENT) {
         return false;
     }
     const common::FileDescriptor file = common::OpenRegularFileAt(
         folder, kTemporaryName, O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0644);
     return file && common::WriteAll(file.Get(), LastUpdateText(update)) &&
-           ::fchmod(file.Get(), 0644) == 0 && ::fsync(file.Get()) == 0 &&
-           ::renameat(folder, kTemporaryName, folder, kLastUpdateName) == 0 && ::fsync(folder) == 0;
+           common::Retrying([&] { return ::fchmod(file.Get(), 0644); }) == 0 &&
+           common::Retrying([&] { return ::fsync(file.Get()); }) == 0 &&
+           common::Retrying(
+               [&] { return ::renameat(folder, kTemporaryName, folder, kLastUpdateName); }) == 0 &&
+           common::Retrying([&] { return ::fsync(folder); }) == 0;
 }
 
 }  // namespace updturl

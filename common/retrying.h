@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-namespace definitions {
+namespace common {
 
 /// What `call` gives, made anew as long as a signal breaks it off.
 template <typename Call>
@@ -14,4 +14,4 @@ auto Retrying(Call call) {
     return result;
 }
 
-}  // namespace definitions
+}  // namespace common
