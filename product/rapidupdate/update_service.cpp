@@ -11,6 +11,7 @@
 #include <syslog.h>
 
 #include "common/file_descriptor.h"
+#include "common/retrying.h"
 #include "product/updturl/line_reader.h"
 #include "product/updturl/message.h"
 #include "product/updturl/request.h"
@@ -24,8 +25,9 @@ using updturl::LineReader;
 
 /// So little fits into the buffer of a new connection.
 bool Say(int connection, std::string_view line) {
-    return ::send(connection, line.data(), line.size(), MSG_NOSIGNAL) ==
-           static_cast<ssize_t>(line.size());
+    return common::Retrying([&] {
+               return ::send(connection, line.data(), line.size(), MSG_NOSIGNAL);
+           }) == static_cast<ssize_t>(line.size());
 }
 
 /// The result, once a line holds it.

@@ -10,6 +10,7 @@
 #include "common/file_descriptor.h"
 #include "common/io.h"
 #include "common/locks.h"
+#include "common/retrying.h"
 #include "reports/files/record_read.h"
 
 static_assert(std::endian::native == std::endian::little);
@@ -20,7 +21,7 @@ constexpr off_t kCountOffset = offsetof(tagReportIndexHeader, count);
 
 // Everybody's scans are listed in the one index.
 void OpenToEveryUser(int fd) {
-    (void)::fchmod(fd, 0666);
+    (void)common::Retrying([&] { return ::fchmod(fd, 0666); });
 }
 
 // A FIFO in the index's place must not keep anybody waiting.
@@ -57,17 +58,14 @@ bool ChangeCount(const char* path, int difference, reports::IndexLock lock) {
 // Appends the record in one write, so that it lands whole whoever else adds one. Of a record that
 // found no room nothing is left: every record behind it would be read from the wrong place.
 bool AppendWhole(int fd, const tagScanIndexEntry& entry) {
-    ssize_t written = 0;
-    do {
-        written = ::write(fd, &entry, sizeof entry);
-    } while (written < 0 && errno == EINTR);
+    const ssize_t written = common::Retrying([&] { return ::write(fd, &entry, sizeof entry); });
     if (written == static_cast<ssize_t>(sizeof entry)) {
         return true;
     }
     const off_t end = ::lseek(fd, 0, SEEK_CUR);
     struct stat status {};
     if (written > 0 && ::fstat(fd, &status) == 0 && status.st_size == end) {
-        (void)::ftruncate(fd, end - written);
+        (void)common::Retrying([&] { return ::ftruncate(fd, end - written); });
     }
     return false;
 }

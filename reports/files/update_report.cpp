@@ -7,6 +7,7 @@
 
 #include "common/engine_version.h"
 #include "common/io.h"
+#include "common/retrying.h"
 #include "common/text_field.h"
 #include "common/times.h"
 #include "common/version_texts.h"
@@ -60,7 +61,7 @@ bool WriteUpdtFile(const char* status) {
         return false;
     }
     common::WriteAll(report.file.Get(), ReportText(status));
-    fchmod(report.file.Get(), 0666);
+    (void)common::Retrying([&] { return ::fchmod(report.file.Get(), 0666); });
     report.file.Reset();
 
     tagScanIndexEntry entry{};
