@@ -228,6 +228,13 @@ bool DiskModel::Apply(const RecordedCall& call) {
                                             : TreeEntry{'l', 0, call.arguments[0]};
         return SetName(call.Descriptor(isFolder ? 0 : 1), call.arguments[isFolder ? 1 : 2], made);
     }
+    if (name == "fchmodat") {
+        const NodePointer node = NodeOf(call.Descriptor(0), call.arguments[1]);
+        if (node != nullptr) {
+            node->now.mode = call.Mode(2);
+        }
+        return node != nullptr;
+    }
     const auto open = m_open.find(call.Descriptor(0));
     if (name == "fchmod" && open != m_open.end()) {
         open->second->now.mode = call.Mode(1);
