@@ -1,0 +1,121 @@
+// Downloads from the official mirrors, and the library that makes them, killed at their calls.
+
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
+#include <set>
+
+#include "tests/support/disk_model.h"
+#include "tests/support/traced_program.h"
+#include "tests/unit/product/fetch/fetch_fixture.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::HasSubstr;
+
+class OfficialKilled : public FetchTest {
+protected:
+    void SetUp() override {
+        if (!Exists(Sample("test-6.cvd")) || !CanTrace()) {
+            GTEST_SKIP() << "no signed databases in " << SIGNED_DATABASES << ", or no strace";
+        }
+        for (const char* name : {"test-4.cdiff", "test-5.cdiff", "test-6.cdiff"}) {
+            fs::copy_file(Sample(name), m_server.Root() + name);
+        }
+        fs::copy_file(Sample("test-6.cvd"), m_server.Root() + "test.cvd");
+        fs::copy_file(FETCH_OFFICIAL_ONCE, m_program);
+    }
+
+    static std::string Sample(const std::string& name) {
+        return std::string(SIGNED_DATABASES "/") + name;
+    }
+
+    void Reset() const { WriteTree(m_download, {}); }
+
+    [[nodiscard]] std::vector<std::string> Program() const {
+        return {m_program, m_server.Address(), m_request.productDirectory, m_download,
+                m_request.currentSet};
+    }
+
+    // Of the downloader and of the process in which the library works, each name and number once.
+    std::vector<SystemCall> Calls() const {
+        Reset();
+        fs::create_directory(m_traces);
+        EXPECT_EQ(RunTraced({"-ff", "-o", m_traces + "/trace"}, Program()), kUpdaterUpdated);
+        std::set<std::pair<std::string, int>> calls;
+        std::size_t processes = 0;
+        for (const auto& entry : fs::directory_iterator(m_traces)) {
+            ++processes;
+            for (const SystemCall& call : CallsIn(entry.path().string(), ChangesFiles)) {
+                calls.insert({call.name, call.number});
+            }
+        }
+        EXPECT_GE(processes, 2U);
+        std::vector<SystemCall> all;
+        for (const auto& [name, number] : calls) {
+            all.push_back({name, number});
+        }
+        return all;
+    }
+
+    [[nodiscard]] bool IsAnythingRunning() const {
+        const fs::directory_iterator processes("/proc");
+        return std::any_of(begin(processes), end(processes), [this](const auto& entry) {
+            std::error_code ignored;
+            return fs::read_symlink(entry.path() / "exe", ignored) == m_program;
+        });
+    }
+
+    // After each kill another run brings the database, and nothing is left over.
+    void ExpectSurvivesKills(const std::string& candidate) {
+        const std::vector<SystemCall> calls = Calls();
+        ASSERT_GT(calls.size(), 20U);
+        std::size_t unfinished = 0;
+        for (const std::size_t i : Spread(calls.size(), 25, "calls killed at")) {
+            const std::string kill = calls[i].Injecting("signal=KILL");
+            SCOPED_TRACE(kill);
+            Reset();
+            const int status = RunTraced({"-f", "-o", "/dev/null", "-e", kill}, Program());
+            unfinished += status != kUpdaterUpdated ? 1 : 0;
+            EXPECT_TRUE(WaitUntil([this] { return !IsAnythingRunning(); })) << "left behind";
+            if (status == kUpdaterUpdated) {
+                ExpectCandidate(candidate);
+            }
+            ASSERT_EQ(RunTraced({"-o", "/dev/null"}, Program()), kUpdaterUpdated);
+            ExpectCandidate(candidate);
+            for (const auto& [path, entry] : ReadTree(m_download)) {
+                EXPECT_TRUE(path == "candidate" || path == "parts" || path == "state.json" ||
+                            path == "official" || path == "official.tmp" ||
+                            path == "official/freshclam.dat" || path.ends_with("/" + candidate))
+                    << path;
+            }
+        }
+        std::cout << unfinished << " downloads were not finished\n";
+        EXPECT_GT(unfinished, 10U);
+    }
+
+    void ExpectCandidate(const std::string& name) const {
+        const std::string database = ReadFile(InCandidate(name));
+        EXPECT_THAT(database.substr(0, 60), HasSubstr(":6:14:"));
+        EXPECT_TRUE(name != "test.cvd" || database == ReadFile(Sample("test-6.cvd")));
+        EXPECT_EQ(std::distance(fs::directory_iterator(InCandidate("")), {}), 1);
+    }
+
+    std::string m_download = m_request.downloadDirectory;
+    std::string m_program = m_folder / "downloader";
+    std::string m_traces = m_folder / "traces";
+};
+
+TEST_F(OfficialKilled, AFreshMachineGetsTheDatabaseTheNextTime) {
+    ExpectSurvivesKills("test.cvd");
+}
+
+TEST_F(OfficialKilled, DifferencesAreAddedTheNextTime) {
+    fs::create_directory(m_request.currentSet);
+    fs::copy_file(Sample("test-3.cvd"), m_request.currentSet + "/test.cvd");
+    ExpectSurvivesKills("test.cld");
+}
+
+}  // namespace
