@@ -190,6 +190,13 @@ TEST_F(UpdateFailure, AnUpdateThatIsRefusedACallSaysSo) {
     ExpectTruthOfRefusals(Whole(), 8);
 }
 
+TEST_F(UpdateFailure, AnOldDownloadThatCannotBeRemovedIsInTheWayAndToldAsSuch) {
+    ASSERT_TRUE(Exists(m_download + "candidate/index.json"));
+    const Told told = AskTraced({"-e", "inject=unlinkat:error=EROFS"}, Download());
+    EXPECT_EQ(told.Result(), 0);
+    EXPECT_TRUE(told.Has(": the candidate cannot be made: Read-only file system\n")) << told.words;
+}
+
 TEST_F(UpdateFailure, SignalsKeepNothingFromBeingDownloaded) {
     ExpectSignalsToKeepNothingFromBeingDone(Download());
 }
