@@ -45,7 +45,7 @@ void WriteTree(const std::string& root, const Tree& tree) {
         fs::remove_all(entry.path());
     }
     for (const auto& [name, entry] : tree) {
-        const std::string path = root + "/" + name;
+        const std::string path = fs::path(root) / name;
         if (entry.kind == 'l') {
             fs::create_symlink(entry.content, path);
             continue;

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <compare>
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tests/support/recorded_calls.h"
@@ -25,7 +25,10 @@ struct TreeEntry {
     char kind = 'f';  ///< "f", "d" or "l"
     unsigned int mode = 0;
     std::string content;  ///< of a file; where a link leads to
-    auto operator<=>(const TreeEntry&) const = default;
+    bool operator==(const TreeEntry&) const = default;
+    bool operator<(const TreeEntry& other) const {
+        return std::tie(kind, mode, content) < std::tie(other.kind, other.mode, other.content);
+    }
 };
 
 /// All that is below a folder, by path.

@@ -75,16 +75,12 @@ bool RecordedCall::Has(std::size_t argument, const char* flag) const {
 }
 
 std::vector<std::string> RecordingOptions(const std::string& path) {
-    return {"-xx",
-            "-s",
-            "16777216",
-            "-o",
-            path,
-            "-e",
-            "trace=open,openat,creat,close,dup,dup2,dup3,fcntl,write,pwrite64,writev,pwritev,"
-            "sendfile,copy_file_range,ftruncate,truncate,fallocate,fsync,fdatasync,syncfs,sync,"
-            "chmod,fchmod,fchmodat,mkdir,mkdirat,rmdir,link,linkat,unlink,unlinkat,rename,renameat,"
-            "renameat2,symlink,symlinkat"};
+    constexpr char kCalls[] =
+        "open,openat,creat,close,dup,dup2,dup3,fcntl,write,pwrite64,writev,pwritev,sendfile,"
+        "copy_file_range,ftruncate,truncate,fallocate,fsync,fdatasync,syncfs,sync,chmod,fchmod,"
+        "fchmodat,mkdir,mkdirat,rmdir,link,linkat,unlink,unlinkat,rename,renameat,renameat2,"
+        "symlink,symlinkat";
+    return {"-xx", "-s", "16777216", "-o", path, "-e", std::string("trace=") + kCalls};
 }
 
 std::optional<std::vector<RecordedCall>> ReadRecording(const std::string& path) {

@@ -194,9 +194,8 @@ TEST_F(PowerCut, LeavesTheOldOrTheNewSet) {
 }
 
 TEST_F(PowerCut, WhileTheSetBeforeTheLastIsRemovedLeavesTheOldOrTheNewSet) {
-    for (const std::uint64_t serial : {6, 7}) {
-        ASSERT_EQ(InstallSerial(serial,
-                                {{"b.ndb", OwnSignature('A'), static_cast<std::uint32_t>(serial)}}),
+    for (const std::uint32_t serial : {6U, 7U}) {
+        ASSERT_EQ(InstallSerial(serial, {{"b.ndb", OwnSignature('A'), serial}}),
                   Outcome::kInstalled);
     }
     PutIndexed(8, {{"b.ndb", OwnSignature('C'), 8}});

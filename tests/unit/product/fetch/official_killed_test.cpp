@@ -54,6 +54,7 @@ protected:
         }
         EXPECT_GE(processes, 2U);
         std::vector<SystemCall> all;
+        all.reserve(calls.size());
         for (const auto& [name, number] : calls) {
             all.push_back({name, number});
         }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <gmock/gmock.h>
 #include <iostream>
 #include <poll.h>
 #include <set>
@@ -153,6 +154,7 @@ protected:
                 command = TracedCommand(options, command);
             }
             std::vector<char*> words;
+            words.reserve(command.size() + 1);
             for (std::string& word : command) {
                 words.push_back(word.data());
             }

@@ -74,6 +74,7 @@ Told UpdateFailureTest::Ask(std::vector<std::string> command) const {
         ::dup2(out[1], STDOUT_FILENO);
         ::dup2(::open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
         std::vector<char*> arguments;
+        arguments.reserve(command.size() + 1);
         for (std::string& word : command) {
             arguments.push_back(word.data());
         }
