@@ -104,8 +104,11 @@ private:
         if (!source) {
             return;
         }
+        // Under its name only when it is whole: instead of a part of it all would be loaded.
+        const std::string made = std::string(kTemporary) + "/" + name;
+        const int root = m_job.folder.Get();
         const common::FileDescriptor target = common::OpenRegularFileAt(
-            m_folder.Get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0640);
+            root, made.c_str(), O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0640);
         std::vector<std::byte> block(std::size_t{256} * 1024);
         std::ptrdiff_t got = 0;
         bool isFine = target.IsOpen();
@@ -114,8 +117,11 @@ private:
                      common::WriteAll(target.Get(),
                                       std::span(block).first(static_cast<std::size_t>(got)));
         }
-        if (!isFine || got < 0) {
-            ::unlinkat(m_folder.Get(), name.c_str(), 0);
+        if (!isFine || got < 0 || common::Retrying([&] {
+                                      return ::renameat(root, made.c_str(), m_folder.Get(),
+                                                        name.c_str());
+                                  }) != 0) {
+            (void)::unlinkat(root, made.c_str(), 0);
         }
     }
 

@@ -39,6 +39,12 @@ protected:
                 m_request.currentSet};
     }
 
+    // What the differences are to.
+    void InstallOlder() const {
+        fs::create_directory(m_request.currentSet);
+        fs::copy_file(Sample("test-3.cvd"), m_request.currentSet + "/test.cvd");
+    }
+
     // Of the downloader and of the process in which the library works, each name and number once.
     std::vector<SystemCall> Calls() const {
         Reset();
@@ -114,9 +120,25 @@ TEST_F(OfficialKilled, AFreshMachineGetsTheDatabaseTheNextTime) {
 }
 
 TEST_F(OfficialKilled, DifferencesAreAddedTheNextTime) {
-    fs::create_directory(m_request.currentSet);
-    fs::copy_file(Sample("test-3.cvd"), m_request.currentSet + "/test.cvd");
+    InstallOlder();
     ExpectSurvivesKills("test.cld");
+}
+
+TEST_F(OfficialKilled, NoPartOfTheInstalledDatabaseIsStartedFrom) {
+    InstallOlder();
+    Reset();
+    const std::string trace = m_folder / "trace";
+    ASSERT_EQ(RunTraced({"-y", "-o", trace}, Program()), kUpdaterUpdated);
+    const auto copying = CallsIn(trace, [](std::string_view name, std::string_view line) {
+        return name == "write" && line.find("/test.cvd>") != std::string_view::npos;
+    });
+    ASSERT_FALSE(copying.empty());
+    for (const SystemCall& call : copying) {
+        Reset();
+        EXPECT_EQ(RunInjected(call, "signal=KILL", Program()), -1);
+        EXPECT_EQ(RunTraced({"-o", "/dev/null"}, Program()), kUpdaterUpdated);
+        ExpectCandidate("test.cld");
+    }
 }
 
 }  // namespace
