@@ -150,12 +150,12 @@ protected:
 };
 
 TEST_F(UpdateFailure, ADownloaderKilledAtAnyCallLeavesTheOldSetAndTheNextRunUpdates) {
-    ExpectSurvivesKills(Download(), 14);
+    ExpectSurvivesKills(Download(), 10);
     EXPECT_EQ(m_switched, 0U);
 }
 
 TEST_F(UpdateFailure, AnUpdateKilledAtAnyCallLeavesTheOldOrTheNewSetAndNothingRunning) {
-    ExpectSurvivesKills(Whole(), 14);
+    ExpectSurvivesKills(Whole(), 10);
     EXPECT_GT(m_switched, 0U);
 }
 
@@ -183,11 +183,11 @@ TEST_F(UpdateFailure, AnUpdateWhoseDownloaderIsKilledHasFailedAndSaysSo) {
 }
 
 TEST_F(UpdateFailure, ADownloaderThatIsRefusedACallSaysSo) {
-    ExpectTruthOfRefusals(Download(), 8);
+    ExpectTruthOfRefusals(Download(), 6);
 }
 
 TEST_F(UpdateFailure, AnUpdateThatIsRefusedACallSaysSo) {
-    ExpectTruthOfRefusals(Whole(), 8);
+    ExpectTruthOfRefusals(Whole(), 6);
 }
 
 TEST_F(UpdateFailure, AnOldDownloadThatCannotBeRemovedIsInTheWayAndToldAsSuch) {

@@ -9,7 +9,7 @@
 namespace updturl {
 namespace {
 
-constexpr std::size_t kMostTried = 20;
+constexpr std::size_t kMostTried = 12;
 
 class UpdatePowerCut : public UpdateFailureTest {
 protected:
