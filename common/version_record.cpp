@@ -6,29 +6,18 @@
 #include "common/paths.h"
 #include "common/regular_file.h"
 
-namespace {
-
-bool ReadRecord(const char* name, tagZQVERINFO& info) {
-    const auto path = common::InFoundProductDirectory(name);
-    if (!path) {
-        return false;
+int GetVDBInfo(tagZQVERINFO* info) {
+    const auto path = common::InFoundProductDirectory(common::kVersionFileName);
+    if (info == nullptr || !path) {
+        return 0;
     }
     const common::FileDescriptor file =
         common::OpenRegularFile(path->c_str(), O_RDONLY, common::Links::kFollow);
     tagZQVERINFO record{};
     if (!file ||
         common::ReadFull(file.Get(), common::BytesOf(record)) != std::ptrdiff_t{sizeof record}) {
-        return false;
+        return 0;
     }
-    info = record;
-    return true;
-}
-
-}  // namespace
-
-int GetVDBInfo(tagZQVERINFO* info) {
-    return info != nullptr && (ReadRecord(common::kInstalledVersionFile, *info) ||
-                               ReadRecord(common::kVersionFileName, *info))
-               ? 1
-               : 0;
+    *info = record;
+    return 1;
 }

@@ -4,17 +4,15 @@
 
 namespace common {
 
+/// In the product directory a link to that of the definitions in use: only root can change anything
+/// there, and updates do not run as root.
 inline constexpr char kVersionFileName[] = "scanver.cnf";
-
-/// The same of the definitions that an update has put into use, below the product directory. Only
-/// root can change the file above, and updates do not run as root.
-inline constexpr char kInstalledVersionFile[] = "defs/current/scanver.cnf";
 
 }  // namespace common
 
-/// Reads the version record of the virus database, the first 20 bytes of the installed definitions'
-/// own, or without such of "scanver.cnf" in the product directory.
+/// Reads the version record of the virus database, the first 20 bytes of "scanver.cnf" in the
+/// product directory.
 ///
-/// 1, or 0 with `info` as it was: `info` is null, there is no product directory, and neither file
-/// is there, can be read and is long enough. Any thread.
+/// 1, or 0 with `info` as it was: `info` is null, there is no product directory, or the file is
+/// missing, cannot be read or is too short. Any thread.
 int GetVDBInfo(tagZQVERINFO* info);

@@ -9,7 +9,8 @@
 // Where the virus definitions that were loaded from elsewhere live:
 //
 //   defs/set-N/       one whole set of databases, with its index and "scanver.cnf"
-//   defs/current      a link to the set in use; one rename of it is the switch
+//   defs/current      a link to the set in use; one rename of it is the switch. Before the first
+//                     update it leads to defs/package/, which is no set
 //   defs/held-back    a link to the set that an administrator went back from
 //   defs/unfinished/  a set that is being made
 //   defs/lock         held by whoever changes any of this

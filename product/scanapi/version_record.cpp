@@ -48,8 +48,7 @@ tagZQVERINFO ReadVersion(const std::string& engineDirectory,
         });
     const bool isNumbered = newest != databases.end() && newest->version != 0;
     tagZQVERINFO version{};
-    if ((ReadVersionFile(engineDirectory + common::kInstalledVersionFile, version) ||
-         ReadVersionFile(engineDirectory + common::kVersionFileName, version)) &&
+    if (ReadVersionFile(engineDirectory + common::kVersionFileName, version) &&
         !(isNumbered && newest->built > InstantOf(version.databaseDate))) {
         return version;
     }

@@ -8,8 +8,7 @@
 
 namespace scanapi {
 
-/// The version of the virus database: from the version file of the set in use, or else from
-/// "scanver.cnf" in `engineDirectory`, unless the newest of
+/// The version of the virus database: from "scanver.cnf" in `engineDirectory`, unless the newest of
 /// `databases` that carries a number is newer than the date in there. Then, and without that file,
 /// it is that database's number as major * 100 + minor; without such a database the date of the
 /// newest file (year and month as the number). All zero without any.

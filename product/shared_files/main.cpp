@@ -22,32 +22,51 @@ void Say(const std::string& path, const char* what) {
     std::fprintf(stderr, "create-shared-files: %s: %s\n", path.c_str(), what);
 }
 
+/// False when it failed.
+bool Tell(const std::string& path, Provided provided) {
+    switch (provided) {
+        case Provided::kSound:
+        case Provided::kMade:
+            break;
+        case Provided::kRepaired:
+            Say(path, "was empty or cut off and has been made anew");
+            break;
+        case Provided::kTakenBack:
+            Say(path, "was not its user's alone and has been made anew");
+            break;
+        case Provided::kLeftAlone:
+            Say(path, "is no plain file and is left alone");
+            break;
+        case Provided::kFailed:
+            Say(path, std::strerror(errno));
+            return false;
+    }
+    return true;
+}
+
 bool ProvideFiles(const std::string& path, int folder, FolderOwner owner,
                   std::span<const SharedFile> files) {
     RemoveLeftovers(folder);
     bool isComplete = true;
     for (const SharedFile& file : files) {
-        const std::string name = path + "/" + file.name;
-        switch (Provide(folder, owner, file)) {
-            case Provided::kSound:
-            case Provided::kMade:
-                break;
-            case Provided::kRepaired:
-                Say(name, "was empty or cut off and has been made anew");
-                break;
-            case Provided::kTakenBack:
-                Say(name, "was not its user's alone and has been made anew");
-                break;
-            case Provided::kLeftAlone:
-                Say(name, "is no plain file and is left alone");
-                break;
-            case Provided::kFailed:
-                Say(name, std::strerror(errno));
-                isComplete = false;
-                break;
-        }
+        isComplete &= Tell(path + "/" + file.name, Provide(folder, owner, file));
     }
     return isComplete;
+}
+
+bool ProvideDefinitions(const std::string& path, int folder) {
+    bool isComplete = ProvideFiles(path, folder, FolderOwner::kUpdater, DefinitionsFiles());
+    const std::string packagePath = path + "/" + kPackageFolder.name;
+    const common::FileDescriptor package =
+        ProvideFolder(folder, FolderOwner::kUpdater, kPackageFolder);
+    if (!package) {
+        Say(packagePath, std::strerror(errno));
+        isComplete = false;
+    } else {
+        isComplete &=
+            ProvideFiles(packagePath, package.Get(), FolderOwner::kUpdater, PackageFiles());
+    }
+    return Tell(path + "/" + kCurrentLink.name, ProvideLink(folder, kCurrentLink)) && isComplete;
 }
 
 /// Goes on after a failure: what can be made is made.
@@ -58,22 +77,23 @@ bool ProvideAll(const std::string& directory) {
         Say(directory, std::strerror(errno));
         return false;
     }
-    bool isComplete =
-        ProvideFiles(directory, program.Get(), FolderOwner::kAdministrator, ProgramFiles());
+    constexpr auto kOwner = FolderOwner::kAdministrator;
+    bool isComplete = ProvideFiles(directory, program.Get(), kOwner, ProgramFiles());
     for (const SharedFolder& wanted : ProgramFolders()) {
         const std::string path = directory + "/" + wanted.name;
-        const common::FileDescriptor folder = ProvideFolder(program.Get(), wanted);
+        const common::FileDescriptor folder = ProvideFolder(program.Get(), kOwner, wanted);
         if (!folder) {
             Say(path, std::strerror(errno));
             isComplete = false;
         } else if (wanted.name == std::string_view(kReportsFolder)) {
             isComplete &= ProvideFiles(path, folder.Get(), FolderOwner::kEverybody, ReportsFiles());
         } else if (wanted.name == std::string_view(kDefinitionsFolder)) {
-            isComplete &=
-                ProvideFiles(path, folder.Get(), FolderOwner::kUpdater, DefinitionsFiles());
+            isComplete &= ProvideDefinitions(path, folder.Get());
         }
     }
-    return isComplete;
+    // Last: the version file of an earlier release stays until there is what the link leads to.
+    return Tell(directory + "/" + kVersionLink.name, ProvideLink(program.Get(), kVersionLink)) &&
+           isComplete;
 }
 
 }  // namespace

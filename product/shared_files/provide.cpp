@@ -136,6 +136,11 @@ bool SetOwnerAndMode(int folder, const SharedFile& file, const struct stat& stat
             ::fchmodat(folder, file.name, file.mode, 0) == 0);
 }
 
+bool LeadsToFile(int folder, const SharedLink& link) {
+    struct stat status {};
+    return ::fstatat(folder, link.target, &status, 0) == 0 && S_ISREG(status.st_mode);
+}
+
 /// Whether a run that is still alive works on it. What cannot be opened is no run's own.
 bool IsAtWork(int folder, const char* name) {
     const common::FileDescriptor file(
@@ -152,7 +157,7 @@ Provided Provide(int folder, FolderOwner owner, const SharedFile& file) {
         return Provided::kFailed;
     }
     if (isThere && !S_ISREG(status.st_mode)) {
-        return file.mayBeLink && S_ISLNK(status.st_mode) ? Provided::kSound : Provided::kLeftAlone;
+        return Provided::kLeftAlone;
     }
     const bool isTakenBack =
         isThere && owner == FolderOwner::kUpdater && !HasOwnerAndMode(file, status);
@@ -171,11 +176,48 @@ Provided Provide(int folder, FolderOwner owner, const SharedFile& file) {
     return isTakenBack ? Provided::kTakenBack : isThere ? Provided::kRepaired : Provided::kMade;
 }
 
-common::FileDescriptor ProvideFolder(int parent, const SharedFolder& folder) {
+Provided ProvideLink(int folder, const SharedLink& link) {
+    if (::symlinkat(link.target, folder, link.name) == 0) {
+        return ::fsync(folder) == 0 ? Provided::kMade : Provided::kFailed;
+    }
+    struct stat status {};
+    if (errno != EEXIST || ::fstatat(folder, link.name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return Provided::kFailed;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return S_ISLNK(status.st_mode) ? Provided::kSound : Provided::kLeftAlone;
+    }
+    if (!LeadsToFile(folder, link)) {
+        return Provided::kSound;
+    }
+    // Another run takes a half-made link for a leftover, and makes its own.
+    constexpr int kTries = 3;
+    for (int i = 0; i < kTries; ++i) {
+        const std::string made = TemporaryName();
+        if (made.empty() || ::symlinkat(link.target, folder, made.c_str()) != 0) {
+            return Provided::kFailed;
+        }
+        if (::renameat(folder, made.c_str(), folder, link.name) == 0) {
+            return ::fsync(folder) == 0 ? Provided::kMade : Provided::kFailed;
+        }
+        if (errno != ENOENT) {
+            const int reason = errno;
+            (void)::unlinkat(folder, made.c_str(), 0);
+            errno = reason;
+            return Provided::kFailed;
+        }
+    }
+    return Provided::kFailed;
+}
+
+common::FileDescriptor ProvideFolder(int parent, FolderOwner parentOwner,
+                                     const SharedFolder& folder) {
     if (::mkdirat(parent, folder.name, 0700) != 0 && errno != EEXIST) {
         return {};
     }
-    common::FileDescriptor open(::openat(parent, folder.name, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const int follow = parentOwner == FolderOwner::kUpdater ? O_NOFOLLOW : 0;
+    common::FileDescriptor open(
+        ::openat(parent, folder.name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | follow));
     struct stat status {};
     // The owner first: giving a folder away can take mode bits from it.
     if (open &&

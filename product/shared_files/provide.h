@@ -23,7 +23,13 @@ struct SharedFile {
     std::int32_t minimumSize;  ///< in bytes; a shorter one is of no use and is made anew
     bool (*write)(int fd);     ///< writes the starting content; false with errno set
     Owner owner = {};
-    bool mayBeLink = false;  ///< the product itself puts a link in its place
+};
+
+/// A relative link that the product expects from installation. Where one leads later is up to
+/// whoever changes it.
+struct SharedLink {
+    const char* name;    ///< without a folder
+    const char* target;  ///< from the folder on
 };
 
 /// A folder, likewise.
@@ -41,7 +47,7 @@ enum class FolderOwner {
 };
 
 enum class Provided {
-    kSound,      ///< was there and keeps its content; also a link that may be one
+    kSound,      ///< was there and keeps its content
     kMade,       ///< was missing
     kRepaired,   ///< was too short, or empty and closed to its users; made anew
     kTakenBack,  ///< belonged to somebody else, or was open to others; made anew
@@ -57,9 +63,16 @@ enum class Provided {
 /// somebody's private file that was moved there. In the updater's a file with others is made anew.
 Provided Provide(int folder, FolderOwner owner, const SharedFile& file);
 
-/// Opens `folder` in the open folder `parent`, made when it is missing, and sets its owner and
-/// mode. Not open on failure, with errno set.
-common::FileDescriptor ProvideFolder(int parent, const SharedFolder& folder);
+/// Sees to it that there is a link of this name in the open `folder`, on the disk; any link will
+/// do. A plain file gives way to it once the link leads to one, with nobody ever finding neither.
+/// kFailed leaves what was there.
+Provided ProvideLink(int folder, const SharedLink& link);
+
+/// Opens `folder` in the open folder `parent` of `parentOwner`, made when it is missing, and sets
+/// its owner and mode. It may be a link, but not in the updater's folder. Not open on failure, with
+/// errno set.
+common::FileDescriptor ProvideFolder(int parent, FolderOwner parentOwner,
+                                     const SharedFolder& folder);
 
 /// Removes the half-made files that a killed process left in the open `folder`; those of one that
 /// is at work stay.

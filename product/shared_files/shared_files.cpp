@@ -82,13 +82,6 @@ constexpr SharedFile kProgramFiles[] = {
     // Its reader opens it for writing too.
     {update::kAdminLinkFileName, kReadable, sizeof(tagADMNURLRECORD), WriteAdminLinks, kUpdater},
     {"updt.lck", kShared, 0, WriteNothing},
-    // Installed definitions bring their own, and a link leads to it.
-    {common::kVersionFileName,
-     kReadable,
-     sizeof(tagZQVERINFO),
-     [](int fd) { return common::WriteAll(fd, common::BytesOf(kDatabaseVersion)); },
-     {},
-     true},
     {"section.ini", kReadable, 1, [](int fd) { return common::WriteAll(fd, kLogLimits); }},
 };
 
@@ -104,6 +97,11 @@ constexpr SharedFolder kProgramFolders[] = {
 // Whoever makes it first, it is the updater's: nobody else could lock it then, nor open it.
 constexpr SharedFile kDefinitionsFiles[] = {
     {"lock", 0600, 0, WriteNothing, kUpdater},
+};
+
+constexpr SharedFile kPackageFiles[] = {
+    {common::kVersionFileName, kReadable, sizeof(tagZQVERINFO),
+     [](int fd) { return common::WriteAll(fd, common::BytesOf(kDatabaseVersion)); }, kUpdater},
 };
 
 constexpr SharedFile kReportsFiles[] = {
@@ -129,6 +127,10 @@ std::span<const SharedFile> ReportsFiles() {
 
 std::span<const SharedFile> DefinitionsFiles() {
     return kDefinitionsFiles;
+}
+
+std::span<const SharedFile> PackageFiles() {
+    return kPackageFiles;
 }
 
 }  // namespace shared_files

@@ -82,8 +82,7 @@ echo key >"$kProductDir/updturl.keys/mine.pub"
 echo "# mine" >>/etc/init.d/rapidupdate
 mkdir "$kProductDir/defs/set-7"
 printf 'the version of set-7' >"$kProductDir/defs/set-7/scanver.cnf"
-ln -s set-7 "$kProductDir/defs/current"
-ln -sf defs/current/scanver.cnf "$kProductDir/scanver.cnf"
+ln -sfn set-7 "$kProductDir/defs/current"
 chmod 644 "$kProductDir/zqupdate.opt"
 for unit in rapidupdate.service corvane-updated.socket; do
     systemctl disable "$unit"

@@ -25,7 +25,7 @@ Expect "only the owner may write what it brings" "" \
 
 Modes() {
     (cd "$kProductDir" && stat -c '%a %U %n' zqscn.opt zqupdate.opt zqinet.opt updlink.dat admnlink.dat \
-        updt.lck main.rpt updt.rpt scanver.cnf section.ini reports tmp reports/VirMain.dat reports/VirRcONE.dat \
+        updt.lck main.rpt updt.rpt defs/package/scanver.cnf section.ini reports tmp reports/VirMain.dat reports/VirRcONE.dat \
         reports/RecOffset.dat settings.db download defs updturl.keys updturl.keys/README scansts.so)
 }
 
@@ -38,7 +38,7 @@ Expect "modes and owners" "666 root zqscn.opt
 666 root updt.lck
 666 root main.rpt
 666 root updt.rpt
-644 root scanver.cnf
+644 corvane defs/package/scanver.cnf
 644 root section.ini
 1777 root reports
 1777 root tmp
@@ -59,6 +59,8 @@ Expect "the official mirror" "00000000010000000000$(printf '%s' 43a3a3839bd17979
     "$(Bytes "$kProductDir/updlink.dat" 0 37)"
 Expect "the scan index" 5a5152460000000000000000 "$(Bytes "$kProductDir/main.rpt")"
 Expect "the update index" 5a5152460000000000000000 "$(Bytes "$kProductDir/updt.rpt")"
+Expect "the version is that of the definitions in use" "defs/current/scanver.cnf package" \
+    "$(readlink "$kProductDir/scanver.cnf") $(readlink "$kProductDir/defs/current")"
 Expect "the version of the database" ea070b00ea070b00060015000000000000000000 "$(Bytes "$kProductDir/scanver.cnf")"
 Expect "where the virus log goes" "00000000$(Field VirRcONE.dat 100)" "$(Bytes "$kProductDir/reports/VirMain.dat")"
 Expect "an empty virus log" "0 0" \
@@ -95,7 +97,8 @@ Must "it upgrades" Dpkg --install "$package"
 Expect "the settings are kept" 04000b "$(Bytes "$kProductDir/zqscn.opt")"
 Expect "the reports are kept" report "$(cat "$kProductDir/reports/scn0001.log")"
 Expect "the virus log is kept" record "$(cat "$kProductDir/reports/VirRcONE.dat")"
-Expect "the version file is kept" 'a version of 20 bytes' "$(cat "$kProductDir/scanver.cnf")"
+Expect "the version file is kept" 'defs/current/scanver.cnf a version of 20 bytes' \
+    "$(readlink "$kProductDir/scanver.cnf") $(cat "$kProductDir/scanver.cnf")"
 Expect "a link in the reports hits nobody" "600 victim no" \
     "$(stat -c %a "$scratch/victim") $(cat "$scratch/victim") $(YesOrNo test -e "$scratch/made")"
 Expect "the password is kept" "A settings password is set" "$(corvane-admin status | sed 's/ (last changed .*//')"

@@ -40,7 +40,15 @@ Expect "the update index is repaired" 5a5152460000000000000000 "$(Bytes "$kProdu
 Expect "the version is repaired" ea070b00ea070b00060015000000000000000000 "$(Bytes "$kProductDir/scanver.cnf")"
 Expect "the virus log is repaired" "00000000$(Field VirRcONE.dat 100)" "$(Bytes "$reports/VirMain.dat")"
 Expect "and everybody may use it" 666 "$(stat -c %a "$reports/VirMain.dat")"
-Expect "it says so" yes "$(Said "$kProductDir/scanver.cnf: was empty or cut off and has been made anew")"
+Expect "it says so" yes "$(Said "$kProductDir/defs/package/scanver.cnf: was empty or cut off and has been made anew")"
+
+# ---- the version file of an earlier release, which was no link -----------------------------------------
+
+rm -r "$kProductDir/scanver.cnf" "$kProductDir/defs/current" "$kProductDir/defs/package"
+printf 'of an earlier release' >"$kProductDir/scanver.cnf"
+Must "it upgrades over a version file" Dpkg --install "$package"
+Expect "a link has taken its place" "defs/current/scanver.cnf ea070b00ea070b00060015000000000000000000" \
+    "$(readlink "$kProductDir/scanver.cnf") $(Bytes "$kProductDir/scanver.cnf")"
 
 # ---- a damaged password database -----------------------------------------------------------------------
 

@@ -107,17 +107,20 @@ TEST_F(SwitchingTest, ARunUnderWayKeepsItsSet) {
     EXPECT_TRUE(Finds('B')) << "loaded long since";
 }
 
-TEST_F(SwitchingTest, TheVersionIsAnsweredAnewAtOnceAlsoWithoutALink) {
-    StartWithSetOne();
-    fs::remove(m_engine.Path("scanver.cnf"));
+TEST_F(SwitchingTest, TheFirstUpdateTakesOverFromWhatThePackageBrought) {
+    InstallSignatures();
     const tagZQVERINFO packages{2, 0, {2026, 11, 6, 21, 1, 2, 3, 0}};
-    m_engine.Write("scanver.cnf", {reinterpret_cast<const char*>(&packages), sizeof packages});
-    EXPECT_EQ(Version(), 101);
-    PutSet(2, 'B');
-    SwitchTo("set-2");
-    EXPECT_EQ(Version(), 102);
-    fs::remove(m_engine.Path("defs/current"));
+    m_engine.Write("defs/package/scanver.cnf",
+                   {reinterpret_cast<const char*>(&packages), sizeof packages});
+    SwitchTo("package");
+    fs::create_symlink("defs/current/scanver.cnf", m_engine.Path("scanver.cnf"));
+    StartWith(Options());
     EXPECT_EQ(Version(), 200);
+    EXPECT_FALSE(Finds('A'));
+    PutSet(1, 'A');
+    SwitchTo("set-1");
+    EXPECT_EQ(Version(), 101);
+    EXPECT_TRUE(ARunComesToFind('A'));
 }
 
 TEST_F(SwitchingTest, TheVersionIsAnsweredAnewAtOnce) {

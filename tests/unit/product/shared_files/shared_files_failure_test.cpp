@@ -94,10 +94,10 @@ TEST_F(SharedFilesFullDisk, LeavesNoneHalfMadeAndTheNextRunMakesTheRest) {
 }
 
 TEST_F(SharedFilesFullDisk, KeepsWhatItCannotReplace) {
-    Put("scanver.cnf", "cut off", 0644);
+    Put("zqinet.opt", "cut off", 0666);
     LeaveRoom(0);
     EXPECT_EQ(Run().status, 1);
-    EXPECT_EQ(ReadFile(PathOf("scanver.cnf")), "cut off");
+    EXPECT_EQ(ReadFile(PathOf("zqinet.opt")), "cut off");
 }
 
 class SharedFilesTraced : public SharedFilesFailure {
@@ -163,26 +163,50 @@ TEST_F(SharedFilesTraced, KilledAtAnyCallLeavesNoneHalfMadeAndTheNextRunMakesThe
 
 TEST_F(SharedFilesTraced, AreOnTheDiskBeforeTheyHaveTheirNameAndTheNameAfterwards) {
     const std::string path = m_scratch / "trace";
-    ASSERT_EQ(Trace({"-o", path, "-e", "trace=fsync,renameat2"}).status, 0);
+    ASSERT_EQ(Trace({"-o", path, "-e", "trace=fsync,renameat2,symlinkat"}).status, 0);
     std::string order;
     std::ifstream trace(path);
     for (std::string line; std::getline(trace, line);) {
-        order += line.starts_with("fsync(") ? "f" : line.starts_with("renameat2(") ? "R" : "";
+        order += line.starts_with("fsync(")       ? "f"
+                 : line.starts_with("renameat2(") ? "R"
+                 : line.starts_with("symlinkat(") ? "L"
+                                                  : "";
     }
     std::string expected;
     for (std::size_t i = 0; i < kFiles.size(); ++i) {
         expected += "fRf";
     }
+    expected += "LfLf";
     EXPECT_EQ(order, expected);
 }
 
+// What an earlier release left is there until the link is.
+TEST_F(SharedFilesTraced, KilledAtAnyCallThereIsAVersionAllTheTime) {
+    const auto putEarlier = [&] {
+        Reset(false);
+        Put("scanver.cnf", "of the release befor", 0644);
+    };
+    putEarlier();
+    const std::vector<std::string> calls = Calls();
+    ASSERT_GT(calls.size(), 60U);
+    for (const std::string& call : calls) {
+        SCOPED_TRACE(call);
+        putEarlier();
+        EXPECT_EQ(Trace({"-o", "/dev/null", "-e", "inject=" + call}).status, -1);
+        const std::string version = ReadFile(PathOf("scanver.cnf"));
+        EXPECT_TRUE(version == "of the release befor" || version == kFiles.back().content);
+        EXPECT_EQ(Run().status, 0);
+        ExpectAllWhole();
+    }
+}
+
 TEST_F(SharedFilesTraced, ADiskThatTakesNothingLeavesNone) {
-    Put("scanver.cnf", "cut off", 0644);
+    Put("zqinet.opt", "cut off", 0666);
     const Outcome run = Trace({"-o", "/dev/null", "-e", "inject=fsync:error=EIO"});
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.errors.find(PathOf("main.rpt") + ": Input/output error\n"), std::string::npos);
-    EXPECT_EQ(ReadFile(PathOf("scanver.cnf")), "cut off");
-    EXPECT_EQ(CountOfEntries(), 5U) << "scanver.cnf and the four folders";
+    EXPECT_EQ(ReadFile(PathOf("zqinet.opt")), "cut off");
+    EXPECT_EQ(CountOfEntries(), 8U) << "zqinet.opt, five folders and two links";
 }
 
 TEST_F(SharedFilesTraced, AFileSystemThatCannotLookBeforeItRenamesWillDo) {
@@ -220,7 +244,7 @@ TEST_F(SharedFilesTraced, WhatIsRenamedBeforeItsFolderFailsIsThereAllTheSame) {
 TEST_F(SharedFilesTraced, WhatSomebodyElseMakesMeanwhileIsLeftAlone) {
     const Outcome run = Trace({"-o", "/dev/null", "-e", "inject=renameat2:error=EEXIST"});
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(CountOfEntries(), 4U) << "the four folders, and none that is half made";
+    EXPECT_EQ(CountOfEntries(), 7U) << "five folders, two links, and none that is half made";
 }
 
 }  // namespace

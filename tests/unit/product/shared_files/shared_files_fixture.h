@@ -46,14 +46,14 @@ inline const std::vector<ExpectedFile> kFiles = {
      0644, 6},
     {"admnlink.dat", kAdminHead + std::string(526, '\0'), 0644, 554},
     {"updt.lck", "", 0666, 0},
-    {"scanver.cnf",
-     std::string("\xEA\x07\x0B\x00\xEA\x07\x0B\x00\x06\x00\x15\x00\0\0\0\0\0\0\0\0", 20), 0644, 20},
     {"section.ini", "[LOGLIMIT]\nMAXLIMIT = 10000\nLIMIT = 5000\n", 0644, 1},
     {"reports/VirMain.dat", std::string("\0\0\0\0VirRcONE.dat", 16) + std::string(88, '\0'), 0666,
      104},
     {"reports/VirRcONE.dat", "", 0666, 0},
     {"reports/RecOffset.dat", "", 0666, 0},
     {"defs/lock", "", 0600, 0},
+    {"defs/package/scanver.cnf",
+     std::string("\xEA\x07\x0B\x00\xEA\x07\x0B\x00\x06\x00\x15\x00\0\0\0\0\0\0\0\0", 20), 0644, 20},
 };
 
 class SharedFiles : public testing::Test {
@@ -109,7 +109,16 @@ protected:
         EXPECT_EQ(ModeOf(PathOf("tmp")), 01777U);
         EXPECT_EQ(ModeOf(PathOf("download")), 02750U);
         EXPECT_EQ(ModeOf(PathOf("defs")), 0755U);
-        EXPECT_EQ(CountOfEntries(), kFiles.size() + 4) << "and nothing else is left";
+        EXPECT_EQ(ModeOf(PathOf("defs/package")), 0755U);
+        EXPECT_EQ(LinkAt("defs/current"), "package");
+        EXPECT_EQ(LinkAt("scanver.cnf"), "defs/current/scanver.cnf");
+        EXPECT_EQ(CountOfEntries(), kFiles.size() + 7) << "and nothing else is left";
+    }
+
+    /// Where a link leads; empty without one.
+    [[nodiscard]] std::string LinkAt(const std::string& name) const {
+        std::error_code error;
+        return std::filesystem::read_symlink(PathOf(name), error);
     }
 
     [[nodiscard]] std::size_t CountOfEntries() const {

@@ -26,7 +26,9 @@ TEST_F(SharedFiles, AreMadeWithTheirContentAndMode) {
 
 TEST_F(SharedFiles, KeepTheirContentWhenItRunsAgain) {
     for (const ExpectedFile& file : kFiles) {
-        Put(file.name, "kept as it is" + std::string(file.minimumSize, 'x'));
+        // In the updater's folder one with another mode is nobody's to keep.
+        Put(file.name, "kept as it is" + std::string(file.minimumSize, 'x'),
+            file.name.starts_with("defs/") ? file.mode : 0600);
     }
     const Outcome run = Run();
     EXPECT_EQ(run.status, 0);
@@ -55,7 +57,8 @@ TEST_F(SharedFiles, EmptyOrCutOffAreMadeAnew) {
         std::string messages;
         for (const ExpectedFile& file : kFiles) {
             if (file.minimumSize > 0) {
-                Put(file.name, std::string(isEmpty ? 0 : file.minimumSize - 1, 'x'));
+                Put(file.name, std::string(isEmpty ? 0 : file.minimumSize - 1, 'x'),
+                    file.name.starts_with("defs/") ? file.mode : 0600);
                 messages += "create-shared-files: " + PathOf(file.name) + kAnew;
             }
         }
@@ -91,10 +94,7 @@ TEST_F(SharedFiles, LinksAreNotFollowed) {
             fs::create_symlink(target, PathOf(file.name));
             const Outcome run = Run();
             EXPECT_EQ(run.status, 0) << "what somebody planted must not break an upgrade";
-            // Installed definitions have put a link in this one's place.
-            EXPECT_EQ(run.errors, file.name == "scanver.cnf"
-                                      ? ""
-                                      : "create-shared-files: " + PathOf(file.name) + kAlone);
+            EXPECT_EQ(run.errors, "create-shared-files: " + PathOf(file.name) + kAlone);
             EXPECT_TRUE(fs::is_symlink(PathOf(file.name)));
             EXPECT_EQ(ModeOf(victim), 0600U);
             EXPECT_EQ(ReadFile(victim), "");
@@ -113,6 +113,69 @@ TEST_F(SharedFiles, AFurtherNameOfAnotherFileIsReplacedAndTheFileUntouched) {
     EXPECT_EQ(ReadFile(victim), "victim");
     EXPECT_EQ(ModeOf(victim), 0600U);
     ExpectAllWhole();
+}
+
+TEST_F(SharedFiles, TheVersionIsThatOfTheDefinitionsInUse) {
+    ASSERT_EQ(Run().status, 0);
+    fs::create_directories(PathOf("defs/set-7"));
+    WriteFile(PathOf("defs/set-7/scanver.cnf"), "the version of set-7");
+    fs::remove(PathOf("defs/current"));
+    fs::create_symlink("set-7", PathOf("defs/current"));
+    EXPECT_EQ(Run().errors, "");
+    EXPECT_EQ(LinkAt("defs/current"), "set-7") << "an upgrade brings nothing older back";
+    EXPECT_EQ(ReadFile(PathOf("scanver.cnf")), "the version of set-7");
+    fs::remove(PathOf("scanver.cnf"));
+    fs::create_symlink("elsewhere", PathOf("scanver.cnf"));
+    EXPECT_EQ(Run().errors, "");
+    EXPECT_EQ(LinkAt("scanver.cnf"), "elsewhere") << "the administrator's own";
+}
+
+// Earlier releases laid a file of their own, and read that of the set in use first.
+TEST_F(SharedFiles, TheVersionFileOfAnEarlierReleaseGivesWayToALink) {
+    for (const bool isUpdated : {false, true}) {
+        fs::remove_all(m_directory);
+        Put("scanver.cnf", "of the release befor", 0644);
+        Put("defs/lock", "", 0600);
+        if (isUpdated) {
+            Put("defs/set-3/scanver.cnf", "the version of set-3", 0644);
+            fs::create_symlink("set-3", PathOf("defs/current"));
+        }
+        const Outcome run = Run();
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.errors, "");
+        EXPECT_EQ(LinkAt("scanver.cnf"), "defs/current/scanver.cnf");
+        EXPECT_EQ(ReadFile(PathOf("scanver.cnf")),
+                  isUpdated ? "the version of set-3" : kFiles.back().content);
+    }
+}
+
+TEST_F(SharedFiles, TheVersionFileStaysWhileALinkWouldLeadNowhere) {
+    Put("scanver.cnf", "of the release befor", 0644);
+    fs::create_directories(PathOf("defs"));
+    fs::create_symlink("set-3", PathOf("defs/current"));
+    EXPECT_EQ(Run().status, 0);
+    EXPECT_EQ(ReadFile(PathOf("scanver.cnf")), "of the release befor");
+    EXPECT_FALSE(fs::is_symlink(PathOf("scanver.cnf")));
+}
+
+TEST_F(SharedFiles, AFolderInThePlaceOfALinkIsLeftAlone) {
+    fs::create_directories(PathOf("defs/current"));
+    const Outcome run = Run();
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.errors, "create-shared-files: " + PathOf("defs/current") + kAlone);
+}
+
+// Whoever may put names into the folder of the definitions decides about nothing elsewhere.
+TEST_F(SharedFiles, NoFolderIsMadeThroughALinkAmongTheDefinitions) {
+    fs::create_directories(PathOf("defs"));
+    fs::create_directories(m_scratch / "victim");
+    ASSERT_EQ(::chmod((m_scratch / "victim").c_str(), 0700), 0);
+    fs::create_symlink(m_scratch / "victim", PathOf("defs/package"));
+    const Outcome run = Run();
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.errors, "create-shared-files: " + PathOf("defs/package") + ": Not a directory\n");
+    EXPECT_EQ(ModeOf(m_scratch / "victim"), 0700U);
+    EXPECT_FALSE(Exists(m_scratch / "victim/scanver.cnf"));
 }
 
 TEST_F(SharedFiles, AFolderOrAPipeInTheirPlaceIsLeftAlone) {
@@ -258,11 +321,12 @@ protected:
     void ExpectOwners() const {
         for (const ExpectedFile& file : kFiles) {
             const bool isUpdaters = file.name == "zqupdate.opt" || file.name == "admnlink.dat" ||
-                                    file.name == "defs/lock";
+                                    file.name.starts_with("defs/");
             EXPECT_EQ(OwnerOf(file.name), isUpdaters ? "64001:64001" : "0:0") << file.name;
         }
         EXPECT_EQ(OwnerOf("download"), "64002:64001");
         EXPECT_EQ(OwnerOf("defs"), "64001:64001");
+        EXPECT_EQ(OwnerOf("defs/package"), "64001:64001");
         EXPECT_EQ(OwnerOf("reports"), "0:0");
         EXPECT_EQ(OwnerOf("tmp"), "0:0");
     }
