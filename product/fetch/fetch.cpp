@@ -79,6 +79,7 @@ private:
         HttpClient client(m_request.proxy, m_request.limits, m_progress);
         const MirrorJob job{client,  m_request.limits, m_progress,        m_folder,
                             current, trusted.keys,     std::time(nullptr)};
+        Outcome outcome;
         for (const std::string& address : AddressesToTry(
                  m_request.addresses, m_request.fromAdministrator, m_request.official.domain)) {
             m_progress.Status(kUpdateConnecting);
@@ -91,11 +92,14 @@ private:
                     return {kUpdaterInterrupted, {}};
                 case MirrorEnd::kDiskFailed:
                     return {kUpdaterFailed, {}};
+                case MirrorEnd::kRefused:
+                    outcome.result = kUpdaterInvalidFiles;
+                    break;
                 case MirrorEnd::kFailed:
                     break;
             }
         }
-        return {kUpdaterFailed, {}};
+        return outcome;
     }
 
     MirrorEnd FetchFrom(const MirrorJob& job, const std::string& address) {

@@ -38,8 +38,10 @@ struct Outcome {
 /// are tried in order until one answers with what can be used.
 ///
 /// kUpdaterUpdated: there is a candidate; kUpdaterUpToDate; kUpdaterInterrupted: the listener asked
-/// for it; kUpdaterFailed: no address had anything, and the log says why of each. Takes as long as
-/// it takes; one call at a time, in a process that may be lost and that has no other threads.
+/// for it; kUpdaterInvalidFiles: no address had anything that can be used, and one at least had
+/// what is refused; kUpdaterFailed: no address had anything. The log says why of each. Takes as
+/// long as it takes; one call at a time, in a process that may be lost and that has no other
+/// threads.
 Outcome Fetch(const Request& request, Listener& listener);
 
 }  // namespace fetch

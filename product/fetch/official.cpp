@@ -203,12 +203,12 @@ private:
         }
         if (code == FreshclamChild::kDamagedDatabase) {
             m_job.progress.Refuse(ForLog(m_address) + ": a database here was damaged");
-            return std::exchange(m_isSecondTry, true) ? MirrorEnd::kFailed : Ask();
+            return std::exchange(m_isSecondTry, true) ? MirrorEnd::kRefused : Ask();
         }
         constexpr int kBadDatabase = 7;
         if (code == kBadDatabase) {
             m_job.progress.Refuse(ForLog(m_address) + ": the database has no valid signature");
-            return MirrorEnd::kFailed;
+            return MirrorEnd::kRefused;
         }
         return code == 0 ? TakeWhatIsThere()
                          : Fail("the download failed with code " + std::to_string(code));

@@ -229,7 +229,7 @@ private:
 
     MirrorEnd Refuse(const std::string& words) {
         m_job.progress.Refuse(Named(words));
-        return MirrorEnd::kFailed;
+        return MirrorEnd::kRefused;
     }
 
     MirrorEnd Fail(const std::string& words) {

@@ -18,6 +18,7 @@ enum class MirrorEnd {
     kUpToDate,
     kStopped,
     kFailed,      ///< logged; the next address may do
+    kRefused,     ///< likewise; what it offered is not valid, which was told
     kDiskFailed,  ///< logged; no other address would do
 };
 

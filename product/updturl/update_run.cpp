@@ -66,7 +66,7 @@ Ended EndedBy(const definitions::InstallResult& installed, Source source) {
         case definitions::Outcome::kNothingValid:
         case definitions::Outcome::kRefused:
             // Of UpdateFromIndex 3 says that the folder holds no valid definition files.
-            return {isFolder ? kUpdaterInterrupted : kUpdaterFailed,
+            return {isFolder ? kUpdaterInterrupted : kUpdaterInvalidFiles,
                     "the definitions are refused: " + installed.why};
         case definitions::Outcome::kStopped:
             return {isFolder ? kUpdaterFailed : kUpdaterInterrupted, "the update was stopped"};
@@ -104,7 +104,7 @@ Ended UpdateFromSite(const Request& request, FetchStage& stage, Asker& asker) {
         case kUpdaterInterrupted:
             return {kUpdaterInterrupted, "the update was stopped"};
         case kUpdaterInvalidFiles:
-            return {kUpdaterInvalidFiles, "the definitions are refused"};
+            return {kUpdaterInvalidFiles, "the definitions on offer are refused"};
         default:
             return {kUpdaterFailed, "no update server had anything that can be used"};
     }

@@ -53,7 +53,7 @@ Expect "the set after a stop" "set-1 Own.Test.a" "$(CurrentSet)"
 echo '{}' >"$scratch/script.json"
 
 MisSign
-Expect "a stranger's signature" "result 0" "$(Update site "$address")"
+Expect "a stranger's signature" "result 4" "$(Update site "$address")"
 Expect "a refusal is told" 1 "$(grep -c '^status 2004' "$scratch/run.log")"
 Expect "the set after a refusal" "set-1 Own.Test.a" "$(CurrentSet)"
 mv "$scratch/kept.minisig" "$scratch/mirror/index.json.minisig"

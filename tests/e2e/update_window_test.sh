@@ -154,11 +154,18 @@ Expect "Internet: the report" "4 4 UPDATED SUCCESSFULLY" "$(Reports)"
 PutDatabase d
 Must "the mirror is renewed" Publish
 MisSign
-UpdateEnds "a stranger's signature" "$kFailed"
+UpdateEnds "a stranger's signature" "$kInvalidFiles"
 Expect "a stranger's signature: the set" "set-3 Own.Test.c" "$(CurrentSet)"
-Expect "a stranger's signature: the report" "5 5 UPDATE ERROR" "$(Reports)"
+Expect "a stranger's signature: no report" "4 4 UPDATED SUCCESSFULLY" "$(Reports)"
 Must "a stranger's signature: the page" Shows "Last update: .*, failed"
 mv "$scratch/kept.minisig" "$scratch/mirror/index.json.minisig"
+
+# A server that has nothing.
+echo '{"/index.json": {"do": "status", "status": 403}}' >"$scratch/script.json"
+UpdateEnds "a server without definitions" "$kFailed"
+echo '{}' >"$scratch/script.json"
+Expect "a server without definitions: the report" "5 5 UPDATE ERROR" "$(Reports)"
+Must "a server without definitions: the page" Shows "Last update: .*, failed"
 
 # Stop while a slow server sends.
 echo '{"/index.json": {"do": "slow", "pause": 2}}' >"$scratch/script.json"

@@ -163,7 +163,7 @@ TEST_F(OfficialTest, ADatabaseWithoutAValidSignatureIsRefused) {
     std::string bytes = ReadFile(Sample("test-6.cvd"));
     bytes[5000] = static_cast<char>(bytes[5000] ^ 1);
     WriteFile(m_server.Root() + "test.cvd", bytes);
-    EXPECT_EQ(Fetch().result, kUpdaterFailed);
+    EXPECT_EQ(Fetch().result, kUpdaterInvalidFiles);
     EXPECT_THAT(m_listener.statuses, Contains("2004"));
     EXPECT_TRUE(m_listener.HasLogged("the database has no valid signature"))
         << testing::PrintToString(m_listener.log);

@@ -13,7 +13,7 @@ class RefusalTest : public FetchTest {
 protected:
     void ExpectRefused(const std::string& words) {
         m_listener = {};
-        EXPECT_EQ(Fetch().result, kUpdaterFailed);
+        EXPECT_EQ(Fetch().result, kUpdaterInvalidFiles);
         EXPECT_TRUE(m_listener.HasStatus("2004")) << words;
         EXPECT_TRUE(m_listener.HasLogged(m_server.Address() + ": " + words))
             << words << "\n"
@@ -174,6 +174,16 @@ TEST_F(RefusalTest, FilesOfTwoStatesMixed) {
     Publish();
     Overwrite(PathOf(0).substr(1), "daily signatures\n");
     ExpectRefused("daily.ndb: the file has another size than the index says");
+}
+
+TEST_F(RefusalTest, IsTheResultWhicheverAddressItWas) {
+    fs::remove(m_server.Root() + "index.json.minisig");
+    for (const auto& addresses :
+         {std::vector<std::string>{m_server.Address(), "http://127.0.0.1:1"},
+          std::vector<std::string>{"http://127.0.0.1:1", m_server.Address()}}) {
+        EXPECT_EQ(FetchFrom(addresses).result, kUpdaterInvalidFiles);
+    }
+    EXPECT_EQ(FetchFrom({"http://127.0.0.1:1"}).result, kUpdaterFailed);
 }
 
 TEST_F(RefusalTest, TheNextAddressIsTried) {

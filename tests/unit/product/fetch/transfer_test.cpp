@@ -228,7 +228,7 @@ TEST_F(FetchTest, AServerThatDoesNotAnswerIsGivenUp) {
 
 TEST_F(FetchTest, AWrongLengthIsRefusedBeforeTheFileIsLoaded) {
     m_server.Script({{PathOf(1), R"({"do": "length", "length": 3001})"}});
-    EXPECT_EQ(Fetch().result, kUpdaterFailed);
+    EXPECT_EQ(Fetch().result, kUpdaterInvalidFiles);
     EXPECT_TRUE(m_listener.HasLogged("own.hdb: the file has another size than the index says"));
     EXPECT_EQ(m_server.CountOf(PathOf(1)), 1U);
 }

@@ -162,11 +162,21 @@ TEST_F(UpdateFromMirrorTest, AnUnknownSignatureIsRefusedAndTheOldSetStays) {
     ASSERT_EQ(Update(), kUpdaterUpdated) << ReadFile(kLog);
     Publish(2, {{"own.ndb", Database('b')}});
     fs::remove(m_product + "updturl.keys/mirror.pub");
-    EXPECT_EQ(Update(), kUpdaterFailed);
+    EXPECT_EQ(Update(), kUpdaterInvalidFiles);
     EXPECT_TRUE(WasTold(2004));
     EXPECT_EQ(Current("own.ndb"), Database('a'));
-    EXPECT_NE(ReadFile(m_product + "defs/last-update.json").find("\"result\": 0"),
+    EXPECT_NE(ReadFile(m_product + "defs/last-update.json").find("\"result\": 4"),
               std::string::npos);
+}
+
+// Rightly signed, it is the updater itself that finds out.
+TEST_F(UpdateFromMirrorTest, WhatCannotBeLoadedIsRefusedAndTheOldSetStays) {
+    Publish(1, {{"own.ndb", Database('a')}});
+    ASSERT_EQ(Update(), kUpdaterUpdated) << ReadFile(kLog);
+    Publish(2, {{"own.ndb", "no signature at all\n"}});
+    EXPECT_EQ(Update(), kUpdaterInvalidFiles) << ReadFile(kLog);
+    EXPECT_TRUE(WasTold(2004));
+    EXPECT_EQ(Current("own.ndb"), Database('a'));
 }
 
 TEST_F(UpdateFromMirrorTest, WhileAServerIsSilentTheCallbackIsToldFourTimesASecond) {
