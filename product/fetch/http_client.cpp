@@ -66,26 +66,38 @@ std::chrono::seconds RetryAfter(std::string_view text) {
     return std::chrono::seconds(std::min(static_cast<std::uint64_t>(moment - now), kLongest));
 }
 
-bool IsProxyAuthentication(CURL* easy, CURLcode code, long status, bool hasProxyUser) {
-    long connectStatus = 0;
-    long proxyError = 0;
-    curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &connectStatus);
-    curl_easy_getinfo(easy, CURLINFO_PROXY_ERROR, &proxyError);
+bool IsSocks(const Proxy& proxy) {
+    return text::EqualsIgnoringCase(std::string_view(proxy.server).substr(0, 5), "socks");
+}
+
+/// Whether it is the proxy that wants to know who asks, and not the server. `hasOwnChallenge` says
+/// that the answer tells how to log in, in other words than the proxy did before.
+bool IsProxyAuthentication(CURL* easy, CURLcode code, const Proxy& proxy, bool hasOwnChallenge) {
+    if (proxy.server.empty()) {
+        return false;
+    }
+    if (IsSocks(proxy)) {
+        // What it says to a wrong password, to none, and by leaving without a word. Any status is
+        // the server's.
+        long why = 0;
+        curl_easy_getinfo(easy, CURLINFO_PROXY_ERROR, &why);
+        return code == CURLE_PROXY &&
+               (why == CURLPX_USER_REJECTED || why == CURLPX_NO_AUTH || why == CURLPX_RECV_AUTH);
+    }
     constexpr long kAuthenticate = 407;
-    // Some proxies answer a wrong password as if they were the server. Through the tunnel of https
-    // only the server itself can answer, and the proxy's status is that of the tunnel.
+    // Some proxies answer a wrong password as if they were the server.
     constexpr long kUnauthorized = 401;
+    const bool hasUser = !proxy.user.empty();
     const char* scheme = nullptr;
     curl_easy_getinfo(easy, CURLINFO_SCHEME, &scheme);
-    const bool isTunnel = scheme != nullptr && text::EqualsIgnoringCase(scheme, "https");
-    if (hasProxyUser && (isTunnel ? connectStatus : status) == kUnauthorized) {
-        return true;
+    long status = 0;
+    if (scheme != nullptr && text::EqualsIgnoringCase(scheme, "https")) {
+        // Through the tunnel only the server answers; the proxy's status is that of the tunnel.
+        curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &status);
+        return status == kAuthenticate || (hasUser && status == kUnauthorized);
     }
-    // What a SOCKS proxy says to a wrong password, to none, and by leaving without a word.
-    const bool isRefusedBySocks =
-        code == CURLE_PROXY && (proxyError == CURLPX_USER_REJECTED ||
-                                proxyError == CURLPX_NO_AUTH || proxyError == CURLPX_RECV_AUTH);
-    return status == kAuthenticate || connectStatus == kAuthenticate || isRefusedBySocks;
+    curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+    return status == kAuthenticate || (hasUser && status == kUnauthorized && !hasOwnChallenge);
 }
 
 HttpEnd EndOf(CURLcode code) {
@@ -156,6 +168,7 @@ struct HttpClient::Transfer {
             answer.etag.clear();
             answer.modified.clear();
             rangeBegins.reset();
+            challenge.clear();
             return;
         }
         const std::size_t colon = line.find(':');
@@ -172,7 +185,16 @@ struct HttpClient::Transfer {
             rangeBegins = RangeBegin(value);
         } else if (text::EqualsIgnoringCase(name, "retry-after")) {
             answer.retryAfter = RetryAfter(value);
+        } else if (text::EqualsIgnoringCase(name, "www-authenticate")) {
+            challenge = value;
+        } else if (text::EqualsIgnoringCase(name, "proxy-authenticate")) {
+            proxyChallenge = value;
         }
+    }
+
+    // A server has to say how to log in.
+    [[nodiscard]] bool HasOwnChallenge() const {
+        return !challenge.empty() && challenge != proxyChallenge;
     }
 
     // Read to its end, where it is short: the connection can then be used again.
@@ -210,6 +232,8 @@ struct HttpClient::Transfer {
     curl_slist* headers = nullptr;
     std::array<char, CURL_ERROR_SIZE> error{};
     std::optional<std::uint64_t> rangeBegins;
+    std::string challenge;       // how to log in at the server
+    std::string proxyChallenge;  // and at the proxy, which has answered before
     bool hasBegun = false;
     bool hasSinkFailed = false;
     bool isUnwanted = false;  // an error page
@@ -332,7 +356,7 @@ HttpAnswer HttpClient::AnswerOf(const Transfer& transfer) {
     if (transfer.isStopped) {
         answer.end = HttpEnd::kStopped;
         answer.words = "stopped";
-    } else if (IsProxyAuthentication(easy, transfer.code, answer.status, !m_proxy.user.empty())) {
+    } else if (IsProxyAuthentication(easy, transfer.code, m_proxy, transfer.HasOwnChallenge())) {
         answer.end = HttpEnd::kProxyAuthentication;
         answer.words = "the proxy asks for another user or password";
     } else if (transfer.isUnwanted) {

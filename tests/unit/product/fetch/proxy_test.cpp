@@ -86,6 +86,33 @@ TEST_F(ProxyTest, ASocksProxyWithAPasswordIsGivenIt) {
     }
 }
 
+// A mirror that wants a password itself is not taken for the proxy.
+TEST_F(ProxyTest, WhatTheMirrorRefusesIsNotTheProxys) {
+    const auto expectTheMirrors = [this](int status) {
+        EXPECT_FALSE(m_listener.HasLogged("the proxy asks"));
+        EXPECT_TRUE(
+            m_listener.HasLogged("the server answered with status " + std::to_string(status)))
+            << testing::PrintToString(m_listener.log);
+    };
+    m_server.Script({{"/index.json", R"({"do": "status", "status": 401,
+        "headers": {"WWW-Authenticate": "Basic realm=\"mirror\""}})"}});
+    StartHttpProxy("BasicAuth clerk secret\n");
+    EXPECT_EQ(FetchThrough("127.0.0.1", "clerk", "secret"), kUpdaterFailed);
+    expectTheMirrors(401);
+    m_port = FreePort();
+    StartSocksProxy({"-u", "clerk", "-P", "secret"});
+    for (const int status : {401, 407}) {
+        m_server.Script(
+            {{"/index.json", R"({"do": "status", "status": )" + std::to_string(status) + "}"}});
+        EXPECT_EQ(FetchThrough("socks5://127.0.0.1", "clerk", "secret"), kUpdaterFailed);
+        expectTheMirrors(status);
+    }
+    m_listener = {};
+    m_request.proxy = {};
+    EXPECT_EQ(Fetch().result, kUpdaterFailed) << "without any proxy";
+    expectTheMirrors(407);
+}
+
 TEST_F(ProxyTest, AProxyThatIsNotThereIsNotGoneAround) {
     EXPECT_EQ(FetchThrough("127.0.0.1"), kUpdaterFailed);
     EXPECT_THAT(m_server.Requests(), IsEmpty());
