@@ -291,7 +291,7 @@ InstallResult SetMaker::Load() {
     for (const SetDatabase& database : ReadSetState(Folder()).databases) {
         names.push_back(database.name);
     }
-    const TestLoadResult loaded = TestLoad(m_definitions.PathOf(kUnfinishedFolder) + "/", names,
+    const TestLoadResult loaded = TestLoad(m_options.productDirectory, kUnfinishedFolder, names,
                                            m_options.limits, Asking(InstallStep::kLoading));
     return ResultOfChild(loaded.end, loaded.why);
 }

@@ -1,68 +1,175 @@
 #include "product/definitions/test_load.h"
 
+#include <algorithm>
 #include <clamav.h>
 #include <memory>
+#include <optional>
 
 #include "common/io.h"
+#include "product/definitions/definition_folder.h"
+#include "product/definitions/engine_databases.h"
 #include "product/definitions/quiet_library.h"
 
 namespace definitions {
 
 namespace {
 
-// As the scan engine loads them.
-constexpr unsigned int kLoadOptions = CL_DB_STDOPT | CL_DB_PUA;
+using Databases = std::vector<Database>;
 
 struct FreeEngine {
     void operator()(cl_engine* engine) const { cl_engine_free(engine); }
 };
 
-bool LoadAll(const std::string& path, const std::vector<std::string>& names, std::string& why) {
-    why = "the library that loads them does not start";
-    if (!StartQuietLibrary()) {
-        return false;
-    }
+std::string NameOf(const Database& database) {
+    return database.place == kOfSet ? database.path.substr(database.path.rfind('/') + 1)
+                                    : database.path;
+}
+
+/// How it went to load some databases into one engine.
+struct Attempt {
+    std::string why;                    ///< it failed, in words; empty when it did not
+    std::optional<std::size_t> failed;  ///< the database that could not be loaded
+    bool hasSignatures = false;         ///< of the set
+};
+
+Attempt Load(const Databases& databases) {
     const std::unique_ptr<cl_engine, FreeEngine> engine(cl_engine_new());
-    if (engine == nullptr || cl_engine_set_num(engine.get(), CL_ENGINE_AC_ONLY, 1) != CL_SUCCESS) {
-        return false;
+    if (engine == nullptr ||
+        cl_engine_set_num(engine.get(), CL_ENGINE_AC_ONLY, kEngineHasOneMatcher) != CL_SUCCESS) {
+        return {"the library that loads them does not start", {}};
     }
-    unsigned int signatures = 0;
-    for (const std::string& name : names) {
-        const auto result = cl_load((path + name).c_str(), engine.get(), &signatures, kLoadOptions);
+    bool hasSignatures = false;
+    for (std::size_t i = 0; i < databases.size(); ++i) {
+        unsigned int signatures = 0;
+        const auto result =
+            cl_load(databases[i].path.c_str(), engine.get(), &signatures, kEngineLoadOptions);
         if (result != CL_SUCCESS) {
-            why = name + " cannot be loaded: " + cl_strerror(result);
-            return false;
+            return {NameOf(databases[i]) + " cannot be loaded: " + cl_strerror(result), i};
         }
-    }
-    if (signatures == 0) {
-        why = "there is not one signature in them";
-        return false;
+        hasSignatures = hasSignatures || (databases[i].place == kOfSet && signatures > 0);
     }
     const auto result = cl_engine_compile(engine.get());
     if (result != CL_SUCCESS) {
-        why = std::string("they cannot be used together: ") + cl_strerror(result);
-        return false;
+        return {std::string("they cannot be used together: ") + cl_strerror(result), {}};
     }
     // Freeing takes a while and the process ends anyway; but what crashes then would crash the
     // engine, too.
-    return true;
+    return {{}, {}, hasSignatures};
 }
+
+// What a child that loads ends with.
+enum LoadStatus { kLoaded = 0, kNotLoaded = 1, kOtherNotLoaded = 2 };
+
+int Say(int talk, const std::string& text, LoadStatus status) {
+    (void)common::WriteAll(talk, text);
+    return status;
+}
+
+/// What to try, in children: each begins with all the memory that it may have.
+class Trial {
+public:
+    Trial(const std::string& productDirectory, const std::string& set,
+          const std::vector<std::string>& names)
+        : m_productDirectory(productDirectory), m_set(set) {
+        for (const std::string& name : names) {
+            m_ofSet.push_back(
+                {productDirectory + kFolderName + "/" + set + "/" + name, kOfSet, 0, 0});
+        }
+    }
+
+    /// Loads the set with what lies beside it. Says why that cannot be done; of kOtherNotLoaded the
+    /// path of what lies beside it, a newline, and why.
+    [[nodiscard]] int LoadTogether(int talk) const {
+        if (!StartQuietLibrary()) {
+            return Say(talk, "the library that loads them does not start", kNotLoaded);
+        }
+        const Databases together = Together();
+        const Attempt attempt = Load(together);
+        if (attempt.failed && together[*attempt.failed].place != kOfSet) {
+            return Say(talk, together[*attempt.failed].path + "\n" + attempt.why, kOtherNotLoaded);
+        }
+        if (!attempt.why.empty()) {
+            return Say(talk, attempt.why, kNotLoaded);
+        }
+        // What is damaged at first sight is not among them, nor what lies elsewhere at a newer age,
+        // for as long as that is there.
+        const bool isWhole =
+            std::all_of(m_ofSet.begin(), m_ofSet.end(), [&](const Database& wanted) {
+                return std::any_of(together.begin(), together.end(),
+                                   [&](const Database& each) { return each.path == wanted.path; });
+            });
+        return isWhole && attempt.hasSignatures ? kLoaded : LoadAlone(talk);
+    }
+
+    /// Loads what the engine would without the set, up to `path`.
+    [[nodiscard]] int LoadWithoutSet(const std::string& path) const {
+        Databases others;
+        for (Database& each : Together()) {
+            const bool isLast = each.path == path;
+            if (each.place != kOfSet) {
+                others.push_back(std::move(each));
+            }
+            if (isLast) {
+                break;
+            }
+        }
+        return StartQuietLibrary() && !Load(others).failed ? kLoaded : kNotLoaded;
+    }
+
+    void LeaveOut(std::string path) { m_leftOut.push_back(std::move(path)); }
+
+private:
+    // That a list of exceptions leaves nothing of it is the administrator's own affair.
+    [[nodiscard]] int LoadAlone(int talk) const {
+        const Attempt alone = Load(m_ofSet);
+        if (!alone.why.empty()) {
+            return Say(talk, alone.why, kNotLoaded);
+        }
+        return alone.hasSignatures ? kLoaded
+                                   : Say(talk, "there is not one signature in them", kNotLoaded);
+    }
+
+    [[nodiscard]] Databases Together() const {
+        Databases databases = FindDatabases(m_productDirectory, m_set).usable;
+        std::erase_if(databases, [this](const Database& each) {
+            return std::find(m_leftOut.begin(), m_leftOut.end(), each.path) != m_leftOut.end();
+        });
+        return databases;
+    }
+
+    const std::string& m_productDirectory;
+    const std::string& m_set;
+    Databases m_ofSet;
+    std::vector<std::string> m_leftOut;
+};
 
 }  // namespace
 
-TestLoadResult TestLoad(const std::string& path, const std::vector<std::string>& names,
-                        const ChildLimits& limits, const GoOn& goOn) {
-    const auto work = [&](int talk) {
-        std::string why;
-        if (LoadAll(path, names, why)) {
-            return 0;
+TestLoadResult TestLoad(const std::string& productDirectory, const std::string& set,
+                        const std::vector<std::string>& names, const ChildLimits& limits,
+                        const GoOn& goOn) {
+    Trial trial(productDirectory, set, names);
+    while (true) {
+        const ChildResult together = RunLimited(
+            limits, [&](int talk) { return trial.LoadTogether(talk); }, goOn);
+        if (together.end != ChildEnd::kFailed || together.status != kOtherNotLoaded) {
+            const bool isTold = together.end == ChildEnd::kFailed && !together.said.empty();
+            return {together.end == ChildEnd::kSucceeded, together.end,
+                    isTold ? together.said : together.why};
         }
-        (void)common::WriteAll(talk, why);
-        return 1;
-    };
-    const ChildResult child = RunLimited(limits, work, goOn);
-    const bool isTold = child.end == ChildEnd::kFailed && !child.said.empty();
-    return {child.end == ChildEnd::kSucceeded, child.end, isTold ? child.said : child.why};
+        const std::size_t end = together.said.find('\n');
+        const std::string other = together.said.substr(0, end);
+        const ChildResult without = RunLimited(
+            limits, [&](int) { return trial.LoadWithoutSet(other); }, goOn);
+        if (without.end == ChildEnd::kStopped || without.end == ChildEnd::kNotStarted) {
+            return {false, without.end, without.why};
+        }
+        if (without.end == ChildEnd::kSucceeded) {
+            return {false, ChildEnd::kFailed,
+                    together.said.substr(end + 1) + ", together with them"};
+        }
+        trial.LeaveOut(other);
+    }
 }
 
 }  // namespace definitions

@@ -13,10 +13,13 @@ struct TestLoadResult {
     std::string why;  ///< of a failure, in words
 };
 
-/// Loads the files `names` of the folder at `path`, which ends in "/", all into one engine as the
-/// scan engine does, in a limited child: databases that would be left out there, crash the library
-/// or take too much memory or time are found out before they are used.
-TestLoadResult TestLoad(const std::string& path, const std::vector<std::string>& names,
-                        const ChildLimits& limits, const GoOn& goOn);
+/// Loads the files `names` of the folder `set` in "defs/" of `productDirectory`, which ends in "/",
+/// into one engine together with all that the scan engine would load beside them, in a limited
+/// child: databases that would be left out there or push others out, crash the library or take too
+/// much memory or time are found out before they are used. What lies beside them and cannot be
+/// loaded without them either is left out, as the scan engine does.
+TestLoadResult TestLoad(const std::string& productDirectory, const std::string& set,
+                        const std::vector<std::string>& names, const ChildLimits& limits,
+                        const GoOn& goOn);
 
 }  // namespace definitions

@@ -13,10 +13,6 @@ namespace scanapi {
 
 namespace {
 
-// Signatures of unwanted programs are always loaded and their hits dropped where nobody asked for
-// them: switching them on then needs no second load.
-constexpr unsigned int kLoadOptions = CL_DB_STDOPT | CL_DB_PUA;
-
 struct Setting {
     cl_engine_field field;
     long long value;
@@ -28,8 +24,7 @@ constexpr std::array<Setting, 7> kSettings{{
     {CL_ENGINE_MAX_RECURSION, kMaxNesting},
     {CL_ENGINE_MAX_FILES, kMaxMembers},
     {CL_ENGINE_MAX_SCANTIME, kMaxScanMilliseconds},
-    // One matcher for all patterns finds the same and is quicker than two.
-    {CL_ENGINE_AC_ONLY, 1},
+    {CL_ENGINE_AC_ONLY, definitions::kEngineHasOneMatcher},
     // The library remembers clean contents without the options they were scanned with: what was
     // clean with archives unread would stay clean once they are read.
     {CL_ENGINE_DISABLE_CACHE, 1},
@@ -145,7 +140,8 @@ LibraryEngine DatabaseLoader::NewEngine() {
 bool DatabaseLoader::LoadInto(cl_engine* engine) {
     for (auto each = m_databases.begin(); each != m_databases.end(); ++each) {
         unsigned int signatures = 0;
-        const auto result = cl_load(each->path.c_str(), engine, &signatures, kLoadOptions);
+        const auto result =
+            cl_load(each->path.c_str(), engine, &signatures, definitions::kEngineLoadOptions);
         if (m_cancelled) {
             return false;
         }

@@ -10,9 +10,11 @@
 #include <thread>
 #include <vector>
 
-#include "product/scanapi/database_list.h"
+#include "product/definitions/engine_databases.h"
 
 namespace scanapi {
+
+using definitions::Database;
 
 using LibraryEngine = std::shared_ptr<cl_engine>;
 

@@ -13,6 +13,7 @@
 
 #include "common/io.h"
 #include "common/log.h"
+#include "product/definitions/definition_folder.h"
 
 namespace scanapi {
 
@@ -45,10 +46,10 @@ std::string LostBy(DatabaseLoader& next, DatabaseLoader& active) {
 }  // namespace
 
 DatabasesInUse::DatabasesInUse(std::string engineDirectory, std::vector<Database> first,
-                               std::string scratch)
+                               std::string set, std::string scratch)
     : m_engineDirectory(std::move(engineDirectory)),
       m_scratch(std::move(scratch)),
-      m_seen(CurrentSet(m_engineDirectory)),
+      m_seen(std::move(set)),
       m_active(std::make_shared<DatabaseLoader>(std::move(first), m_scratch)),
       m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     OpenWatch();
@@ -62,7 +63,7 @@ DatabasesInUse::~DatabasesInUse() {
 
 void DatabasesInUse::OpenWatch() {
     m_changes.Reset(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    const std::string folder = m_engineDirectory + kDefinitionFolder;
+    const std::string folder = m_engineDirectory + definitions::kFolderName;
     if (m_changes && ::inotify_add_watch(m_changes.Get(), folder.c_str(),
                                          IN_MOVED_TO | IN_CREATE | IN_ONLYDIR) < 0) {
         m_changes.Reset();
@@ -100,12 +101,13 @@ void DatabasesInUse::Watch() noexcept {
 
 void DatabasesInUse::LookForChanges() {
     const std::lock_guard looking(m_lookMutex);
-    std::string seen = CurrentSet(m_engineDirectory);
+    std::string seen = definitions::CurrentSet(m_engineDirectory);
     if (seen == m_seen || m_stopping) {
         return;
     }
     m_seen = std::move(seen);
-    DatabaseList list = FindDatabases(m_engineDirectory);
+    // By the name of the set: through the link one listing could be of two sets.
+    definitions::DatabaseList list = definitions::FindDatabases(m_engineDirectory, m_seen);
     for (const std::string& path : list.damaged) {
         LogLeftOut(path, "it is not a database");
     }

@@ -17,8 +17,10 @@ namespace scanapi {
 /// uses the new set, and nobody waits for it. Any thread.
 class DatabasesInUse {
 public:
-    /// Of the engine in `engineDirectory`; `first` was found there. `scratch` as for the loader.
-    DatabasesInUse(std::string engineDirectory, std::vector<Database> first, std::string scratch);
+    /// Of the engine in `engineDirectory`; `first` was found there, with the set `set` in use.
+    /// `scratch` as for the loader.
+    DatabasesInUse(std::string engineDirectory, std::vector<Database> first, std::string set,
+                   std::string scratch);
     ~DatabasesInUse();
     DatabasesInUse(const DatabasesInUse&) = delete;
     DatabasesInUse& operator=(const DatabasesInUse&) = delete;

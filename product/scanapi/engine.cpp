@@ -38,7 +38,9 @@ std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
     if (cl_init(CL_INIT_DEFAULT) != CL_SUCCESS) {
         return nullptr;
     }
-    DatabaseList list = FindDatabases(std::string(common::FieldText(options.engineDirectory)));
+    const std::string directory(common::FieldText(options.engineDirectory));
+    std::string set = definitions::CurrentSet(directory);
+    definitions::DatabaseList list = definitions::FindDatabases(directory, set);
     for (const std::string& path : list.damaged) {
         LogLeftOut(path, "it is not a database");
     }
@@ -52,15 +54,16 @@ std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
         WriteToLog(common::kCommonLog, "scanapi: no place to unpack files in");
         return nullptr;
     }
-    return std::shared_ptr<Engine>(new Engine(options, std::move(list.usable), std::move(scratch)));
+    return std::shared_ptr<Engine>(
+        new Engine(options, std::move(list.usable), std::move(set), std::move(scratch)));
 }
 
-Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases,
+Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases, std::string set,
                std::unique_ptr<ScratchDirectory> scratch)
     : m_engineDirectory(common::FieldText(options.engineDirectory)),
       m_scratch(std::move(scratch)),
       m_databases(std::make_unique<DatabasesInUse>(m_engineDirectory, std::move(databases),
-                                                   m_scratch->Path())),
+                                                   std::move(set), m_scratch->Path())),
       m_profile(ProfileFromOptions(options)) {}
 
 void Engine::Close() {

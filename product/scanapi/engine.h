@@ -41,7 +41,7 @@ public:
     void ResetRunFlags();
 
 private:
-    Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases,
+    Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases, std::string set,
            std::unique_ptr<ScratchDirectory> scratch);
 
     ScanOutcome Scan(const std::shared_ptr<TargetFile>& file, const ScanProfile& profile,

@@ -4,9 +4,11 @@
 #include <vector>
 
 #include "abi/scanapi.h"
-#include "product/scanapi/database_list.h"
+#include "product/definitions/engine_databases.h"
 
 namespace scanapi {
+
+using definitions::Database;
 
 /// The version of the virus database: from "scanver.cnf" in `engineDirectory`, unless the newest of
 /// `databases` that carries a number is newer than the date in there. Then, and without that file,

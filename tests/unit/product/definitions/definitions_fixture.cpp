@@ -155,7 +155,7 @@ void DefinitionsTest::ExpectWhole() const {
     for (const auto& database : state.databases) {
         names.push_back(database.name);
     }
-    const auto loaded = definitions::TestLoad(m_defs + "current/", names, {}, [] { return true; });
+    const auto loaded = definitions::TestLoad(m_product, "current", names, {}, [] { return true; });
     EXPECT_TRUE(loaded.isLoaded) << loaded.why;
 }
 

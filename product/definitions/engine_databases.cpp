@@ -1,4 +1,4 @@
-#include "product/scanapi/database_list.h"
+#include "product/definitions/engine_databases.h"
 
 #include <algorithm>
 #include <array>
@@ -14,8 +14,9 @@
 
 #include "common/io.h"
 #include "common/regular_file.h"
+#include "product/definitions/definition_folder.h"
 
-namespace scanapi {
+namespace definitions {
 
 namespace {
 
@@ -50,7 +51,7 @@ std::string_view ExtensionOf(std::string_view path) {
     return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);
 }
 
-std::string_view StemOf(std::string_view path) {
+std::string_view StemOfPath(std::string_view path) {
     const auto name = FileNameOf(path);
     return name.substr(0, name.rfind('.'));
 }
@@ -93,13 +94,14 @@ bool ReadHead(Database& database) {
 
 using NewestByStem = std::map<std::string, Database, std::less<>>;
 
-void ListFolder(const std::string& folder, DatabaseList& list, NewestByStem& containers) {
+void ListFolder(const std::string& folder, Place place, DatabaseList& list,
+                NewestByStem& containers) {
     const std::unique_ptr<DIR, DirectoryCloser> directory(opendir(folder.c_str()));
     if (directory == nullptr) {
         return;
     }
     while (const dirent* entry = readdir(directory.get())) {
-        Database database{folder + '/' + entry->d_name, 0, 0};
+        Database database{folder + '/' + entry->d_name, place, 0, 0};
         if (!IsDatabaseName(database.path)) {
             continue;
         }
@@ -109,7 +111,7 @@ void ListFolder(const std::string& folder, DatabaseList& list, NewestByStem& con
             list.usable.push_back(std::move(database));
         } else {
             // "daily.cvd" and "daily.cld" are the same database at two ages.
-            auto& newest = containers[std::string(StemOf(database.path))];
+            auto& newest = containers[std::string(StemOfPath(database.path))];
             if (newest.path.empty() || newest.version < database.version) {
                 newest = std::move(database);
             }
@@ -122,7 +124,7 @@ int RankOf(const Database& database) {
     if (IsOneOf(kFirst, ExtensionOf(database.path))) {
         return 0;
     }
-    return StemOf(database.path) == "daily" ? 1 : 2;
+    return StemOfPath(database.path) == "daily" ? 1 : 2;
 }
 
 }  // namespace
@@ -134,7 +136,7 @@ bool DatabaseList::HasSignatures() const {
 }
 
 std::string CurrentSet(const std::string& engineDirectory) {
-    const std::string link = engineDirectory + kDefinitionFolder + '/' + kCurrentSetLink;
+    const std::string link = engineDirectory + kFolderName + '/' + kCurrentLink;
     std::array<char, 256> target{};
     const ssize_t size = readlink(link.c_str(), target.data(), target.size());
     const std::string_view name(target.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
@@ -142,26 +144,26 @@ std::string CurrentSet(const std::string& engineDirectory) {
     return isInside ? std::string(name) : std::string();
 }
 
-DatabaseList FindDatabases(const std::string& engineDirectory) {
+DatabaseList FindDatabases(const std::string& engineDirectory, const std::string& set) {
     DatabaseList list;
     NewestByStem containers;
-    const std::string folder = engineDirectory + kDefinitionFolder;
-    ListFolder(folder, list, containers);
-    // By the name of the set: through the link one listing could be of two sets.
-    if (const std::string set = CurrentSet(engineDirectory); !set.empty()) {
-        ListFolder(folder + '/' + set, list, containers);
+    const std::string folder = engineDirectory + kFolderName;
+    ListFolder(folder, kOwn, list, containers);
+    if (!set.empty()) {
+        ListFolder(folder + '/' + set, kOfSet, list, containers);
     }
-    ListFolder(kSystemDatabaseDirectory, list, containers);
+    ListFolder(kSystemDatabaseDirectory, kOfSystem, list, containers);
     for (auto& [stem, database] : containers) {
         list.usable.push_back(std::move(database));
     }
-    std::sort(list.usable.begin(), list.usable.end(),
-              [](const Database& left, const Database& right) {
-                  return std::tuple(RankOf(left), std::string_view(left.path)) <
-                         std::tuple(RankOf(right), std::string_view(right.path));
-              });
+    const auto order = [](const Database& each) {
+        return std::tuple(RankOf(each), each.place, FileNameOf(each.path));
+    };
+    std::sort(
+        list.usable.begin(), list.usable.end(),
+        [&](const Database& left, const Database& right) { return order(left) < order(right); });
     std::sort(list.damaged.begin(), list.damaged.end());
     return list;
 }
 
-}  // namespace scanapi
+}  // namespace definitions
