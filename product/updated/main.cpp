@@ -20,6 +20,7 @@ enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
 
 constexpr char kSocketPath[] = "/run/corvane/update.sock";
 constexpr char kProgramName[] = "corvane-update";
+constexpr char kStateFolder[] = "/var/lib/corvane-updated";
 
 /// Becomes readable when the service is to end.
 common::FileDescriptor WatchForEnd() {
@@ -47,8 +48,9 @@ int main(int argc, char**) {
         return kExitFailed;
     }
     updated::OptionWatch options(kProductDirectory);
-    updated::Server server(std::move(listening),
-                           {kProductDirectory, common::InProductDirectory(kProgramName)});
+    updated::Server server(
+        std::move(listening),
+        {kProductDirectory, common::InProductDirectory(kProgramName), kStateFolder});
     server.Serve(end.Get(), options.Descriptor(), [&options] { options.Look(); });
     return kExitOk;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <poll.h>
 #include <sys/socket.h>
 #include <syslog.h>
@@ -26,8 +27,6 @@ constexpr std::size_t kMostOfOneUser = 8;
 constexpr std::chrono::seconds kTimeToAsk(10);
 // Whoever waits hears this often that it still waits.
 constexpr milliseconds kTick(200);
-// How seldom ordinary users may have the official mirrors asked.
-constexpr std::chrono::minutes kOfficialPause(15);
 
 /// How many lines of one run get into the log.
 constexpr int kMostLogLines = 500;
@@ -35,7 +34,9 @@ constexpr int kMostLogLines = 500;
 }  // namespace
 
 Server::Server(common::FileDescriptor listening, Settings settings)
-    : m_listening(std::move(listening)), m_settings(std::move(settings)) {
+    : m_listening(std::move(listening)),
+      m_settings(std::move(settings)),
+      m_official(m_settings.state) {
     if (const auto account = updturl::AccountOf(updturl::kServiceUser)) {
         m_serviceUser = account->uid;
     }
@@ -207,7 +208,7 @@ void Server::Finish(int result) {
     }
     ::syslog(LOG_INFO, "the update ended with %d", result);
     if (m_run.isOfficial && result != kUpdaterInterrupted) {
-        m_lastOfficial = Memory{Clock::now(), result};
+        m_official.Remember(std::time(nullptr), result);
     }
     m_run = {};
     if (m_running != nullptr) {
@@ -265,6 +266,12 @@ void Server::StartFor(Asker& asker) {
         Finish(kUpdaterFailed);
         return;
     }
+    const bool isTrusted = IsTrusted(asker.User());
+    // Before anything is asked, for stopping would be a way to ask again at once. Nothing is known
+    // of the mirrors until the run has its result.
+    if (isOfficial && !isTrusted) {
+        m_official.Remember(std::time(nullptr), kUpdaterFailed);
+    }
     auto updater = std::make_unique<Updater>(m_settings.program, *std::move(text));
     if (!updater->IsRunning()) {
         Finish(kUpdaterFailed);
@@ -272,25 +279,22 @@ void Server::StartFor(Asker& asker) {
     }
     m_run = {.begun = Clock::now(),
              .isIndex = isIndex,
-             .isTrusted = IsTrusted(asker.User()),
+             .isTrusted = isTrusted,
              .isOfficial = isOfficial};
     m_updater = std::move(updater);
-    // From now on, for stopping would be a way to ask again at once. Nothing is known of the
-    // mirrors until the run has its result.
-    if (m_run.isOfficial && !m_run.isTrusted) {
-        m_lastOfficial = Memory{m_run.begun, kUpdaterFailed};
-    }
 }
 
 /// What was new then is not new any more.
 bool Server::AnswerFromMemory(Asker& asker, bool isOfficial) {
-    if (!isOfficial || IsTrusted(asker.User()) || !m_lastOfficial ||
-        Clock::now() - m_lastOfficial->when >= kOfficialPause) {
+    const auto result = isOfficial && !IsTrusted(asker.User())
+                            ? m_official.Recall(std::time(nullptr))
+                            : std::nullopt;
+    if (!result) {
         return false;
     }
     asker.Mention(updturl::LogLine(
         "the official mirrors were asked less than 15 minutes ago; this is what came of it"));
-    Finish(m_lastOfficial->result == kUpdaterUpdated ? kUpdaterUpToDate : m_lastOfficial->result);
+    Finish(*result == kUpdaterUpdated ? kUpdaterUpToDate : *result);
     return true;
 }
 

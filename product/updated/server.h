@@ -10,6 +10,7 @@
 
 #include "common/file_descriptor.h"
 #include "product/updated/asker.h"
+#include "product/updated/official_memory.h"
 #include "product/updated/updater.h"
 
 namespace updated {
@@ -21,6 +22,7 @@ public:
     struct Settings {
         std::string directory;  ///< of the product, with "/" at its end
         std::string program;    ///< that updates
+        std::string state;      ///< folder of what outlives this process
         /// How long a run from the folder may take, which whoever asked can neither watch nor stop.
         std::chrono::milliseconds folderLimit = std::chrono::seconds(110);
         std::chrono::milliseconds siteLimit = std::chrono::hours(3);
@@ -75,11 +77,7 @@ private:
         int logLines = 0;
     };
     Run m_run;
-    struct Memory {
-        Clock::time_point when;
-        int result;
-    };
-    std::optional<Memory> m_lastOfficial;
+    OfficialMemory m_official;
     Clock::time_point m_told{};
 };
 

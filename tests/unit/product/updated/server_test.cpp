@@ -93,6 +93,7 @@ protected:
     static void CleanUp() {
         fs::remove_all("/usr/lib/Corvane");
         fs::remove_all("/run/corvane");
+        fs::remove_all("/var/lib/corvane-updated");
     }
 
     /// The program that updates notes its request below its number of the run, then does `work`.
@@ -106,6 +107,9 @@ protected:
                       "runs\n" + work + "\n");
         ASSERT_EQ(::chmod(program.c_str(), 0755), 0);
         ASSERT_EQ(::chmod(m_scratch.Path().c_str(), 0777), 0);
+        StartAgain();
+    }
+    void StartAgain() {
         m_service = StartChild([] {
             ::execl(UPDATED_PROGRAM, "corvane-updated", nullptr);
             return 127;
@@ -120,6 +124,7 @@ protected:
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
             Server server(Listen(kSocket), {.directory = kDirectory,
                                             .program = kDirectory + "corvane-update",
+                                            .state = m_scratch / "state",
                                             .folderLimit = milliseconds(folder),
                                             .siteLimit = milliseconds(site),
                                             .awaitedLimit = milliseconds(awaited)});
@@ -400,6 +405,12 @@ TEST_F(UpdatedService, UsersHaveTheOfficialMirrorsAskedSeldom) {
         << "the timer and root ask when they want";
     EXPECT_EQ(HeardBySomebody(m_scratch.Path()), kTold + std::string("result 0\n"));
     EXPECT_EQ(Note("runs"), "run\nrun\n");
+    End();
+    StartAgain();
+    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), kTold + std::string("result 0\n"))
+        << "also after a restart";
+    EXPECT_EQ(Note("runs"), "run\nrun\n");
+    EXPECT_EQ(ModeOf("/var/lib/corvane-updated"), 0700U);
 }
 
 TEST_F(UpdatedService, TheAutomaticUpdatesAreNoOrdinaryUserWhereTheServiceIsRoot) {
