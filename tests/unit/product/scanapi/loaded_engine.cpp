@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "common/text_field.h"
+#include "tests/unit/product/scanapi/archives.h"
 
 TemporaryTree::TemporaryTree() {
     std::string path = "/tmp/scanapi-test-XXXXXX";
@@ -98,6 +99,21 @@ void EngineTest::InstallSignatures() const {
     std::filesystem::copy(SCANAPI_DEFS, m_engine.Path("defs"),
                           std::filesystem::copy_options::recursive |
                               std::filesystem::copy_options::overwrite_existing);
+}
+
+void EngineTest::WriteNumberedDatabase(const std::string& path, unsigned int number,
+                                       long built) const {
+    const std::string fields = "ClamAV-VDB:21 Nov 2026 03-55 +0000:" + std::to_string(number) +
+                               ":1:81:X:X:tests:" + std::to_string(built);
+    const std::string signatures = "Numbered.Test.One:0:*:6e756d62657265642d74657374\n";
+    const std::string stem = std::filesystem::path(path).stem();
+    const std::string info =
+        fields + '\n' + stem +
+        ".ndb:49:b9d0ca2e1c0e58b4a318aa876fddcc023ce342138a170cb5221acd220dcf7e6a\n";
+    std::string head = fields;
+    head.resize(512, ' ');
+    m_engine.Write(path, head + archives::Gzip(archives::Tar(
+                                    {{stem + ".info", info}, {stem + ".ndb", signatures}})));
 }
 
 void EngineTest::Start() {

@@ -73,6 +73,10 @@ protected:
 
     /// Puts our own signatures into the engine's folder.
     void InstallSignatures() const;
+
+    /// Puts a database with a head, unsigned, of this number and date (seconds since 1970) into the
+    /// engine's folder. It knows "numbered-test".
+    void WriteNumberedDatabase(const std::string& path, unsigned int number, long built) const;
     void Start();
     void StartWith(tagSCANAPI_OPTIONS options);
 

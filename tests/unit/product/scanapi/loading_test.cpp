@@ -52,22 +52,6 @@ protected:
         return count;
     }
 
-    // A database with a head, unsigned, that knows "numbered-test".
-    void WriteNumberedDatabase(const std::string& name, unsigned int number, long built) const {
-        const std::string fields = "ClamAV-VDB:21 Nov 2026 03-55 +0000:" + std::to_string(number) +
-                                   ":1:81:X:X:tests:" + std::to_string(built);
-        const std::string signatures = "Numbered.Test.One:0:*:6e756d62657265642d74657374\n";
-        const std::string stem = name.substr(0, name.find('.'));
-        const std::string info =
-            fields + '\n' + stem +
-            ".ndb:49:b9d0ca2e1c0e58b4a318aa876fddcc023ce342138a170cb5221acd220dcf7e6a\n";
-        std::string head = fields;
-        head.resize(512, ' ');
-        m_engine.Write("defs/" + name,
-                       head + archives::Gzip(archives::Tar(
-                                  {{stem + ".info", info}, {stem + ".ndb", signatures}})));
-    }
-
     void WriteMillionHashes() const {
         std::string hashes;
         for (int i = 0; i < 1000000; ++i) {
@@ -231,7 +215,7 @@ TEST_F(LoadingTest, VersionComesFromTheVersionFile) {
 // 2026-11-21 03:55:53 UTC against the version file's date to the second.
 TEST_F(LoadingTest, ANumberedDatabaseThatIsNewerThanTheVersionFileCounts) {
     InstallSignatures();
-    WriteNumberedDatabase("daily.cud", 27512, 1795233353);
+    WriteNumberedDatabase("defs/daily.cud", 27512, 1795233353);
     StartWith(Options());
     EXPECT_EQ(Scan(m_tree.Write("a", "waits for the databases")), 1);
     const auto versionWith = [this](const tagZQSYSTEMTIME& date) {
@@ -284,8 +268,8 @@ TEST_F(LoadingTest, WithoutAVersionFileItComesFromTheNewestDatabase) {
 
 TEST_F(LoadingTest, ANumberedDatabaseGivesItsNumberAndDate) {
     InstallSignatures();
-    WriteNumberedDatabase("daily.cud", 27512, 1795233353);  // 2026-11-21 03:55:53 UTC
-    WriteNumberedDatabase("older.cud", 62, 1631797200);
+    WriteNumberedDatabase("defs/daily.cud", 27512, 1795233353);  // 2026-11-21 03:55:53 UTC
+    WriteNumberedDatabase("defs/older.cud", 62, 1631797200);
     StartWith(Options());
     EXPECT_EQ(Scan(m_tree.Write("a", "a numbered-test of it")), 1);
     ASSERT_NE(Find(1001), nullptr) << Log();
@@ -304,9 +288,9 @@ TEST_F(LoadingTest, ANumberedDatabaseGivesItsNumberAndDate) {
 
 TEST_F(LoadingTest, ADatabaseThatIsLeftOutLendsNoVersion) {
     InstallSignatures();
-    WriteNumberedDatabase("good.cud", 6207, 1631797200);
+    WriteNumberedDatabase("defs/good.cud", 6207, 1631797200);
     // Its head is sound; the signature over the rest is not.
-    WriteNumberedDatabase("daily.cvd", 27512, 1795233353);
+    WriteNumberedDatabase("defs/daily.cvd", 27512, 1795233353);
     StartWith(Options());
     EXPECT_EQ(Scan(m_tree.Write("a", "waits for the databases")), 1);
     EXPECT_EQ(LogLinesWith("daily.cvd"), 1U);

@@ -138,10 +138,7 @@ TEST_F(SwitchingTest, TheVersionOfAnOlderSetIsAnsweredBeforeItIsLoaded) {
     InstallSignatures();
     PutSet(1, 'A');
     PutSet(2, 'B');
-    const std::string fields = "ClamAV-VDB:21 Nov 2030 03-55 +0000:27512:1:81:X:X:tests:1921463753";
-    std::string head = fields;
-    head.resize(512, ' ');
-    m_engine.Write(Set(2) + "daily.cud", head + "not loaded to the end");
+    WriteNumberedDatabase(Set(2) + "daily.cud", 27512, 1921463753);  // in 2030
     SwitchTo("set-2");
     fs::create_symlink("defs/current/scanver.cnf", m_engine.Path("scanver.cnf"));
     StartWith(Options());
