@@ -9,6 +9,7 @@
 #include "common/file_descriptor.h"
 #include "common/io.h"
 #include "common/retrying.h"
+#include "product/definitions/watched_sync.h"
 #include "product/signed_index/sha256.h"
 
 namespace definitions {
@@ -27,9 +28,9 @@ common::FileDescriptor MakeFile(int target, const std::string& name) {
     }));
 }
 
-bool Finish(int file) {
+bool Finish(int file, const GoOn& goOn) {
     return common::Retrying([&] { return ::fchmod(file, kFileMode); }) == 0 &&
-           common::Retrying([&] { return ::fsync(file); }) == 0;
+           SyncWatched(file, goOn);
 }
 
 }  // namespace
@@ -78,14 +79,19 @@ Copied CopyInto(int target, const std::string& name, int source, std::uint64_t l
             handedOver = copied.size;
         }
     }
-    copied.result = Finish(file.Get()) ? CopyResult::kCopied : CopyResult::kUnwritable;
+    if (Finish(file.Get(), goOn)) {
+        copied.result = CopyResult::kCopied;
+    } else {
+        copied.result = errno == ECANCELED ? CopyResult::kStopped : CopyResult::kUnwritable;
+    }
     copied.sha256 = digest.Finish();
     return copied;
 }
 
-bool WriteInto(int target, const std::string& name, std::span<const std::byte> content) {
+bool WriteInto(int target, const std::string& name, std::span<const std::byte> content,
+               const GoOn& goOn) {
     const common::FileDescriptor file = MakeFile(target, name);
-    return file && common::WriteAll(file.Get(), content) && Finish(file.Get());
+    return file && common::WriteAll(file.Get(), content) && Finish(file.Get(), goOn);
 }
 
 }  // namespace definitions

@@ -22,7 +22,7 @@ struct Copied {
     std::string sha256;      ///< 64 digits in lower case; of kCopied only
 };
 
-/// Asked again and again, at least four times a second while the disk keeps up; false stops.
+/// Asked again and again, at least four times a second; false stops.
 using GoOn = std::function<bool()>;
 
 /// Copies the open file `source` to the new file `name` in the open folder `target`: mode 0644,
@@ -32,7 +32,9 @@ Copied CopyInto(int target, const std::string& name, int source, std::uint64_t l
                 const GoOn& goOn);
 
 /// Writes the new file `name` in the open folder `target`: mode 0644, on the disk when this
-/// returns. False with the reason in errno. Any thread.
-bool WriteInto(int target, const std::string& name, std::span<const std::byte> content);
+/// returns. False with the reason in errno, ECANCELED when `goOn`, which may be empty, stopped it.
+/// Any thread.
+bool WriteInto(int target, const std::string& name, std::span<const std::byte> content,
+               const GoOn& goOn = {});
 
 }  // namespace definitions

@@ -14,6 +14,7 @@
 #include "product/definitions/official_database.h"
 #include "product/definitions/reasons.h"
 #include "product/definitions/test_load.h"
+#include "product/definitions/watched_sync.h"
 #include "product/signed_index/sha256.h"
 #include "product/signed_index/trusted_keys.h"
 #include "product/signed_index/verified_index.h"
@@ -47,6 +48,11 @@ bool HasSameFiles(const Index& left, const Index& right) {
 
 bool Link(int from, int to, const std::string& name) {
     return common::Retrying([&] { return ::linkat(from, name.c_str(), to, name.c_str(), 0); }) == 0;
+}
+
+// By WriteInto or SyncWatched.
+InstallResult Unwritten(const std::string& what) {
+    return errno == ECANCELED ? Result(Outcome::kStopped, "stopped") : FailedToDo(what);
 }
 
 }  // namespace
@@ -119,9 +125,11 @@ InstallResult SetMaker::TakeIndexed(const CandidateFiles& candidate) {
     if (result.outcome != Outcome::kInstalled) {
         return result;
     }
-    if (!WriteInto(Folder(), signed_index::kIndexName, std::as_bytes(std::span(text))) ||
-        !WriteInto(Folder(), signed_index::kSignatureName, std::as_bytes(std::span(signature)))) {
-        return FailedToDo("the index cannot be written");
+    const GoOn goOn = Asking(InstallStep::kCopying);
+    if (!WriteInto(Folder(), signed_index::kIndexName, std::as_bytes(std::span(text)), goOn) ||
+        !WriteInto(Folder(), signed_index::kSignatureName, std::as_bytes(std::span(signature)),
+                   goOn)) {
+        return Unwritten("the index cannot be written");
     }
     return CarryOver(&index);
 }
@@ -298,9 +306,10 @@ InstallResult SetMaker::Load() {
 
 InstallResult SetMaker::Seal() {
     const tagZQVERINFO version = VersionOfSet(ReadSetState(Folder()));
-    if (!WriteInto(Folder(), common::kVersionFileName, common::BytesOf(version)) ||
-        common::Retrying([&] { return ::fsync(Folder()); }) != 0) {
-        return FailedToDo("the new set cannot be written");
+    const GoOn goOn = Asking(InstallStep::kLoading);
+    if (!WriteInto(Folder(), common::kVersionFileName, common::BytesOf(version), goOn) ||
+        !SyncWatched(Folder(), goOn)) {
+        return Unwritten("the new set cannot be written");
     }
     return Succeeded();
 }
