@@ -133,12 +133,30 @@ private:
         if (answer.end != HttpEnd::kAnswered || answer.status != kOk) {
             return Fail(answer.words);
         }
-        const Refusal refusal = signed_index::AcceptIndex(
-            m_text, m_signature, m_job.keys, {m_job.now, m_job.current.Serial()}, m_index);
+        Refusal refusal = Accept();
+        if (refusal == Refusal::kWrongSignature || refusal == Refusal::kUnknownKey) {
+            // Read in the middle of a change, or what a change left that was broken off. A mirror
+            // of ours has the signature under the digest of its index, too.
+            const HttpAnswer own = DownloadText(
+                m_job.client, m_job.limits, m_job.progress,
+                {InFolder(m_address, "files/" + Sha256Of(m_text) + ".minisig"), 0, {}, {}},
+                signed_index::kMaxSignatureSize, m_signature);
+            if (own.end == HttpEnd::kStopped) {
+                return MirrorEnd::kStopped;
+            }
+            if (own.end == HttpEnd::kAnswered && own.status == kOk) {
+                refusal = Accept();
+            }
+        }
         if (refusal == Refusal::kWrongSignature && !isLast) {
             return TryAgain();  // the new index and the old signature, perhaps
         }
         return refusal == Refusal::kNone ? TakeFiles(isLast) : Refuse(refusal);
+    }
+
+    Refusal Accept() {
+        return signed_index::AcceptIndex(m_text, m_signature, m_job.keys,
+                                         {m_job.now, m_job.current.Serial()}, m_index);
     }
 
     MirrorEnd TakeFiles(bool isLast) {

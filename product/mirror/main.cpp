@@ -53,11 +53,22 @@ bool ReadKey(const std::string& path, signed_index::SecretKey& key, std::string&
     return refusal == Refusal::kNone;
 }
 
+std::string TextOf(const Published& published) {
+    return std::to_string(published.files) + (published.files == 1 ? " database" : " databases") +
+           ", serial " + std::to_string(published.serial) + ", expires " +
+           signed_index::FormatUtcTime(published.expires) + "\n";
+}
+
 int Publish(const MirrorOptions& options) {
     std::string problem;
     signed_index::SecretKey key;
     if (!options.key.empty() && !ReadKey(options.key, key, problem)) {
         return Fail(problem);
+    }
+    Published published;
+    if (options.isSigned) {
+        return PublishSigned(options.folder, published, problem) ? Print(TextOf(published).c_str())
+                                                                 : Fail(problem);
     }
     std::vector<SourceDatabase> databases;
     if (options.from.empty()) {
@@ -65,18 +76,16 @@ int Publish(const MirrorOptions& options) {
     } else if (!DatabasesIn(options.from, databases, problem)) {
         return Fail(problem);
     }
-    Published published;
     if (!PublishMirror(options.folder, databases, options.key.empty() ? nullptr : &key,
                        std::time(nullptr), options.days, published, problem)) {
         return Fail(problem);
     }
-    std::string text = std::to_string(published.files) +
-                       (published.files == 1 ? " database" : " databases") + ", serial " +
-                       std::to_string(published.serial) + ", expires " +
-                       signed_index::FormatUtcTime(published.expires) + "\n";
+    std::string text = TextOf(published);
     if (options.key.empty()) {
-        text += "The index is not signed yet, and no machine takes it before: minisign -S -m " +
-                options.folder + "/" + signed_index::kIndexName + "\n";
+        const std::string folder = options.folder + "/" + kUnsignedFolder + "/";
+        text += "The index is not signed yet, and the mirror as it was before: minisign -S -m " +
+                folder + signed_index::kIndexName + " && corvane-mirror --signed " +
+                options.folder + "\n";
     }
     return Print(text.c_str());
 }

@@ -6,6 +6,7 @@
 
 const char kMirrorUsage[] =
     "Usage: corvane-mirror [--from DIR]... [--key FILE] [--days N] MIRROR\n"
+    "       corvane-mirror --signed MIRROR\n"
     "       corvane-mirror --help | --version\n"
     "\n"
     "Makes or renews a mirror of virus databases in the folder MIRROR, to be served by any\n"
@@ -14,16 +15,21 @@ const char kMirrorUsage[] =
     "  --from DIR   take the databases in DIR, instead of those that this machine uses; may\n"
     "               be given several times, and the first that has a database wins\n"
     "  --key FILE   sign with the secret key in FILE, made by \"minisign -G -W\"\n"
+    "  --signed     publish what was made without a key and is signed by now\n"
     "  --days N     the index expires after N days, 1 to 365; 14 unless given\n";
 
 namespace {
 
-enum OptionCode { kFrom = 256, kKey, kDays, kHelp, kVersion };
+enum OptionCode { kFrom = 256, kKey, kSigned, kDays, kHelp, kVersion };
 
 constexpr option kOptions[] = {
-    {"from", required_argument, nullptr, kFrom}, {"key", required_argument, nullptr, kKey},
-    {"days", required_argument, nullptr, kDays}, {"help", no_argument, nullptr, kHelp},
-    {"version", no_argument, nullptr, kVersion}, {nullptr, 0, nullptr, 0},
+    {"from", required_argument, nullptr, kFrom},
+    {"key", required_argument, nullptr, kKey},
+    {"days", required_argument, nullptr, kDays},
+    {"help", no_argument, nullptr, kHelp},
+    {"version", no_argument, nullptr, kVersion},
+    {"signed", no_argument, nullptr, kSigned},
+    {nullptr, 0, nullptr, 0},
 };
 
 bool ParseDays(std::string_view text, unsigned int& days) {
@@ -50,6 +56,9 @@ bool ParseMirrorOptions(std::span<char* const> arguments, MirrorOptions& options
             case kKey:
                 options.key = optarg;
                 break;
+            case kSigned:
+                options.isSigned = true;
+                break;
             case kDays:
                 if (!ParseDays(optarg, options.days)) {
                     problem = "--days needs a number from 1 to 365";
@@ -69,6 +78,10 @@ bool ParseMirrorOptions(std::span<char* const> arguments, MirrorOptions& options
     }
     if (optind != count - 1 || *list[static_cast<std::size_t>(optind)] == '\0') {
         problem = "one folder for the mirror is needed";
+        return false;
+    }
+    if (options.isSigned && (!options.from.empty() || !options.key.empty())) {
+        problem = "--signed publishes what was made before, without --from and --key";
         return false;
     }
     options.folder = list[static_cast<std::size_t>(optind)];

@@ -11,7 +11,8 @@ struct MirrorOptions {
     MirrorCommand command = MirrorCommand::kPublish;
     std::string folder;             ///< the mirror
     std::vector<std::string> from;  ///< folders with databases; none: what this machine uses
-    std::string key;                ///< file of the secret key; empty: the index stays unsigned
+    std::string key;                ///< file of the secret key; empty: the index waits for one
+    bool isSigned = false;          ///< publishes the index that has waited
     unsigned int days = 14;         ///< until the index expires
 };
 

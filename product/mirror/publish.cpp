@@ -15,6 +15,7 @@
 #include "common/owners.h"
 #include "common/regular_file.h"
 #include "product/signed_index/index.h"
+#include "product/signed_index/minisign.h"
 #include "product/signed_index/sha256.h"
 
 namespace {
@@ -28,12 +29,38 @@ constexpr char kUnfinished[] = "unfinished";
 constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr std::time_t kDay = 86'400;
 
-std::set<std::string> DigestsOf(const Index& index) {
-    std::set<std::string> digests;
-    for (const IndexedFile& file : index.files) {
-        digests.insert(file.sha256);
+constexpr char kSignatureEnding[] = ".minisig";
+
+std::string Sha256Of(std::string_view text) {
+    signed_index::Sha256 hash;
+    hash.Add(std::as_bytes(std::span(text)));
+    return hash.Finish();
+}
+
+/// Without text, or one that is none, an empty one with the serial 0.
+Index IndexOf(const std::string& text) {
+    Index index;
+    return signed_index::ParseIndex(text, index) == Refusal::kNone ? index : Index();
+}
+
+/// What lies in the folder of files for the index of this text.
+std::set<std::string> NamesOf(const std::string& text) {
+    std::set<std::string> names{Sha256Of(text) + kSignatureEnding};
+    for (const IndexedFile& file : IndexOf(text).files) {
+        names.insert(file.sha256);
     }
-    return digests;
+    return names;
+}
+
+/// The content of a small file; empty when it is missing or larger than `limit` bytes.
+std::string Read(int folder, const char* name, std::size_t limit) {
+    const common::FileDescriptor file =
+        common::OpenRegularFileAt(folder, name, O_RDONLY, common::Links::kNoSymbolic);
+    std::string text(limit + 1, '\0');
+    const auto length = file ? common::ReadFull(file.Get(), std::as_writable_bytes(std::span(text)))
+                             : std::ptrdiff_t{0};
+    text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    return text.size() <= limit ? text : std::string();
 }
 
 class Publisher {
@@ -60,15 +87,47 @@ public:
         return m_files.IsOpen() || Fail(kFiles);
     }
 
-    // Of the index that is there now; all zero without one that can be read.
-    [[nodiscard]] Index ReadPrevious() const {
-        const common::FileDescriptor file = common::OpenRegularFileAt(
-            m_mirror.Get(), signed_index::kIndexName, O_RDONLY, common::Links::kNoSymbolic);
-        std::string text(signed_index::kMaxIndexSize + 1, '\0');
-        const auto length = common::ReadFull(file.Get(), std::as_writable_bytes(std::span(text)));
-        text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-        Index index;
-        return signed_index::ParseIndex(text, index) == Refusal::kNone ? index : Index();
+    // The text of the index that is published now; empty without.
+    [[nodiscard]] std::string PreviousText() const {
+        return Read(m_mirror.Get(), signed_index::kIndexName, signed_index::kMaxIndexSize);
+    }
+
+    // The folder in which an index waits for its signature; not open without.
+    [[nodiscard]] common::FileDescriptor OpenUnsigned() const {
+        return common::FileDescriptor(
+            ::openat(m_mirror.Get(), kUnsignedFolder, kOpenFolder | O_NOFOLLOW));
+    }
+
+    bool WriteUnsigned(const std::string& text) {
+        if (::mkdirat(m_mirror.Get(), kUnsignedFolder, 0755) != 0 && errno != EEXIST) {
+            return Fail(kUnsignedFolder);
+        }
+        const common::FileDescriptor folder = OpenUnsigned();
+        if (!folder) {
+            return Fail(kUnsignedFolder);
+        }
+        // The signature of another one first.
+        (void)::unlinkat(folder.Get(), signed_index::kSignatureName, 0);
+        return WriteWhole(folder.Get(), signed_index::kIndexName, text);
+    }
+
+    void ForgetUnsigned() const {
+        const common::FileDescriptor folder = OpenUnsigned();
+        if (folder) {
+            (void)::unlinkat(folder.Get(), signed_index::kSignatureName, 0);
+            (void)::unlinkat(folder.Get(), signed_index::kIndexName, 0);
+            (void)::unlinkat(m_mirror.Get(), kUnsignedFolder, AT_REMOVEDIR);
+        }
+    }
+
+    bool HasFilesOf(const Index& index) {
+        for (const IndexedFile& file : index.files) {
+            if (!IsThere({file.size, file.sha256})) {
+                m_problem = file.name + ": is not in the mirror any more";
+                return false;
+            }
+        }
+        return true;
     }
 
     bool AddFile(const SourceDatabase& database, Index& index) {
@@ -90,26 +149,17 @@ public:
     bool SyncFiles() { return ::fsync(m_files.Get()) == 0 || Fail(kFiles); }
 
     bool PublishIndex(const std::string& text, const std::string& signature) {
-        const std::string newIndex = std::string(signed_index::kIndexName) + ".new";
-        const std::string newSignature = std::string(signed_index::kSignatureName) + ".new";
-        if (!WriteNew(newIndex, text) || !WriteNew(newSignature, signature)) {
-            return false;
-        }
-        // A reader between the two finds that they do not belong together, and reads again.
-        if (::renameat(m_mirror.Get(), newIndex.c_str(), m_mirror.Get(),
-                       signed_index::kIndexName) != 0) {
-            return Fail(signed_index::kIndexName);
-        }
-        if (!RenameOrRemoveSignature(newSignature, !signature.empty())) {
-            return Fail(signed_index::kSignatureName);
-        }
-        return ::fsync(m_mirror.Get()) == 0 || Fail(m_path);
+        // A reader between the two renames, and after the second never came, finds the signature
+        // under the digest of the index that it has.
+        return WriteWhole(m_files.Get(), Sha256Of(text) + kSignatureEnding, signature) &&
+               WriteWhole(m_mirror.Get(), signed_index::kIndexName, text) &&
+               WriteWhole(m_mirror.Get(), signed_index::kSignatureName, signature);
     }
 
     // Removes what neither of these indexes names.
-    void RemoveOthers(const Index& index, const Index& previous) {
-        std::set<std::string> kept = DigestsOf(index);
-        kept.merge(DigestsOf(previous));
+    void RemoveOthers(const std::string& text, const std::string& previousText) {
+        std::set<std::string> kept = NamesOf(text);
+        kept.merge(NamesOf(previousText));
         common::FileDescriptor again(::openat(m_files.Get(), ".", kOpenFolder));
         const common::DirectoryStream stream(::fdopendir(again.Get()));
         if (stream == nullptr) {
@@ -118,7 +168,7 @@ public:
         (void)again.Release();  // the stream's now
         while (const dirent* entry = ::readdir(stream.get())) {
             const std::string name = entry->d_name;
-            if (signed_index::IsDigest(name) && !kept.contains(name)) {
+            if (signed_index::IsDigest(name.substr(0, name.find('.'))) && !kept.contains(name)) {
                 ::unlinkat(m_files.Get(), name.c_str(), 0);
             }
         }
@@ -166,22 +216,16 @@ private:
                Fail(path);
     }
 
-    bool WriteNew(const std::string& name, const std::string& text) {
-        ::unlinkat(m_mirror.Get(), name.c_str(), 0);
+    bool WriteWhole(int folder, const std::string& name, const std::string& text) {
+        const std::string newName = name + ".new";
+        ::unlinkat(folder, newName.c_str(), 0);
         const common::FileDescriptor file = common::OpenRegularFileAt(
-            m_mirror.Get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0644);
+            folder, newName.c_str(), O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0644);
         return (file && ::fchmod(file.Get(), 0644) == 0 && common::WriteAll(file.Get(), text) &&
-                ::fsync(file.Get()) == 0) ||
+                ::fsync(file.Get()) == 0 &&
+                ::renameat(folder, newName.c_str(), folder, name.c_str()) == 0 &&
+                ::fsync(folder) == 0) ||
                Fail(name);
-    }
-
-    bool RenameOrRemoveSignature(const std::string& newName, bool isSigned) {
-        if (isSigned) {
-            return ::renameat(m_mirror.Get(), newName.c_str(), m_mirror.Get(),
-                              signed_index::kSignatureName) == 0;
-        }
-        ::unlinkat(m_mirror.Get(), newName.c_str(), 0);
-        return ::unlinkat(m_mirror.Get(), signed_index::kSignatureName, 0) == 0 || errno == ENOENT;
     }
 
     std::string m_path;
@@ -203,9 +247,12 @@ bool PublishMirror(const std::string& mirror, const std::vector<SourceDatabase>&
     if (!publisher.Open()) {
         return false;
     }
-    const Index previous = publisher.ReadPrevious();
+    const std::string previous = publisher.PreviousText();
+    const std::string waiting =
+        Read(publisher.OpenUnsigned().Get(), signed_index::kIndexName, signed_index::kMaxIndexSize);
     Index index;
-    index.serial = std::max(static_cast<std::uint64_t>(now), previous.serial + 1);
+    index.serial = std::max({static_cast<std::uint64_t>(now), IndexOf(previous).serial + 1,
+                             IndexOf(waiting).serial + 1});
     index.made = now;
     index.expires = now + kDay * days;
     for (const SourceDatabase& database : databases) {
@@ -220,13 +267,56 @@ bool PublishMirror(const std::string& mirror, const std::vector<SourceDatabase>&
         problem = std::string("no machine would take this: ") + WordsFor(refusal);
         return false;
     }
-    const std::string signature =
-        key == nullptr ? std::string()
-                       : key->Sign(text, "corvane mirror, serial " + std::to_string(index.serial));
-    if (!publisher.SyncFiles() || !publisher.PublishIndex(text, signature)) {
+    published = {index.serial, index.expires, index.files.size()};
+    if (!publisher.SyncFiles()) {
         return false;
     }
-    publisher.RemoveOthers(index, previous);
+    if (key == nullptr) {
+        return publisher.WriteUnsigned(text);
+    }
+    if (!publisher.PublishIndex(
+            text, key->Sign(text, "corvane mirror, serial " + std::to_string(index.serial)))) {
+        return false;
+    }
+    publisher.ForgetUnsigned();
+    publisher.RemoveOthers(text, previous);
+    return true;
+}
+
+bool PublishSigned(const std::string& mirror, Published& published, std::string& problem) {
+    Publisher publisher(mirror, problem);
+    if (!publisher.Open()) {
+        return false;
+    }
+    const common::FileDescriptor folder = publisher.OpenUnsigned();
+    const std::string text =
+        Read(folder.Get(), signed_index::kIndexName, signed_index::kMaxIndexSize);
+    const std::string signature =
+        Read(folder.Get(), signed_index::kSignatureName, signed_index::kMaxSignatureSize);
+    Index index;
+    signed_index::Signature parsed;
+    Refusal refusal = signed_index::ParseIndex(text, index);
+    if (text.empty()) {
+        problem = mirror + ": no index waits for its signature";
+        return false;
+    }
+    if (refusal == Refusal::kNone) {
+        refusal = signed_index::ParseSignature(signature, parsed);
+    }
+    if (refusal != Refusal::kNone) {
+        problem = mirror + "/" + kUnsignedFolder + ": " + WordsFor(refusal);
+        return false;
+    }
+    const std::string previous = publisher.PreviousText();
+    if (index.serial <= IndexOf(previous).serial) {
+        problem = mirror + ": what is published is newer";
+        return false;
+    }
+    if (!publisher.HasFilesOf(index) || !publisher.PublishIndex(text, signature)) {
+        return false;
+    }
+    publisher.ForgetUnsigned();
+    publisher.RemoveOthers(text, previous);
     published = {index.serial, index.expires, index.files.size()};
     return true;
 }

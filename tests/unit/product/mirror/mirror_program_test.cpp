@@ -4,13 +4,16 @@
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
+#include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "common/file_descriptor.h"
 #include "product/mirror/publish.h"
 #include "product/signed_index/verified_index.h"
 #include "tests/support/mirror.h"
@@ -135,19 +138,109 @@ TEST_F(MirrorProgram, AnUnchangedFileIsNotWrittenAgain) {
     EXPECT_EQ(before.st_ino, after.st_ino);
 }
 
-TEST_F(MirrorProgram, WithoutAKeyTheOldSignatureGoesAndHowToSignIsSaid) {
+TEST_F(MirrorProgram, WithoutAKeyTheMirrorStaysAsItWasUntilItIsSigned) {
+    ASSERT_EQ(Make(), 0);
+    const Index before = Accepted();
+    WriteFile(m_folder / "source/own.hdb", "renewed signatures\n");
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(Run("--from source mirror"), 0) << Err();
+        EXPECT_THAT(Out(), HasSubstr("minisign -S -m mirror/unsigned/index.json && "
+                                     "corvane-mirror --signed mirror\n"));
+        EXPECT_EQ(Accepted().serial, before.serial);
+        for (const auto& file : before.files) {
+            EXPECT_TRUE(Exists(m_folder / ("mirror/files/" + file.sha256)));
+        }
+    }
+    EXPECT_EQ(Run("--signed mirror"), 1);
+    EXPECT_EQ(Err(), "corvane-mirror: mirror/unsigned: the index has no signature\n");
+    WriteFile(m_folder / "mirror/unsigned/index.json.minisig",
+              MirrorSignature(ReadFile(m_folder / "mirror/unsigned/index.json")));
+    EXPECT_EQ(Run("--signed mirror"), 0) << Err();
+    EXPECT_GE(Accepted().serial, before.serial + 2) << "each has its own";
+    EXPECT_THAT(Accepted().files, SizeIs(2));
+    EXPECT_EQ(ReadFile(FileOf("renewed signatures\n")), "renewed signatures\n");
+    EXPECT_FALSE(Exists(m_folder / "mirror/unsigned"));
+    EXPECT_EQ(Run("--signed mirror"), 1);
+    EXPECT_EQ(Err(), "corvane-mirror: mirror: no index waits for its signature\n");
+}
+
+TEST_F(MirrorProgram, WhatWasSignedTooLateIsNotPublished) {
     ASSERT_EQ(Make(), 0);
     ASSERT_EQ(Run("--from source mirror"), 0) << Err();
-    EXPECT_FALSE(Exists(m_folder / "mirror/index.json.minisig"));
-    EXPECT_FALSE(Exists(m_folder / "mirror/index.json.minisig.new"));
-    EXPECT_THAT(Out(), HasSubstr("minisign -S -m mirror/index.json\n"));
-    if (std::system("minisign -v >/dev/null 2>&1") != 0) {
-        GTEST_SKIP() << "minisign is not installed";
+    const std::string text = ReadFile(m_folder / "mirror/unsigned/index.json");
+    ASSERT_EQ(Make(), 0);
+    const Index newest = Accepted();
+    fs::create_directory(m_folder / "mirror/unsigned");
+    WriteFile(m_folder / "mirror/unsigned/index.json", text);
+    WriteFile(m_folder / "mirror/unsigned/index.json.minisig", MirrorSignature(text));
+    EXPECT_EQ(Run("--signed mirror"), 1);
+    EXPECT_EQ(Err(), "corvane-mirror: mirror: what is published is newer\n");
+    EXPECT_EQ(Accepted().serial, newest.serial);
+}
+
+TEST_F(MirrorProgram, AnotherOneAtTheSameTimeIsRefused) {
+    ASSERT_EQ(Make(), 0);
+    const common::FileDescriptor mirror(
+        ::open((m_folder / "mirror").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(::flock(mirror.Get(), LOCK_EX), 0);
+    for (const char* arguments : {"--from source --key key mirror", "--signed mirror"}) {
+        EXPECT_EQ(Run(arguments), 1);
+        EXPECT_EQ(Err(), "corvane-mirror: mirror: the mirror is being written by somebody else\n");
     }
-    const std::string sign =
-        "cd " + m_folder.Path() + " && minisign -S -s key -m mirror/index.json";
-    ASSERT_EQ(std::system(sign.c_str()), 0);
-    EXPECT_THAT(Accepted().files, SizeIs(2));
+}
+
+// As a machine reads it: the signature of another index is looked for under the index's digest.
+TEST_F(MirrorProgram, KilledAtAnyCallTheOldOrTheNewStateIsThereWhole) {
+    if (std::system("strace -o /dev/null true >/dev/null 2>&1") != 0) {
+        GTEST_SKIP() << "strace is missing, or not allowed to look at processes";
+    }
+    ASSERT_EQ(Make(), 0);
+    int killed = 0;
+    int renewed = 0;
+    for (const std::string call : {"renameat", "fsync", "unlinkat", "fchmod"}) {
+        bool wasKilled = true;
+        for (int number = 1; wasKilled; ++number) {
+            SCOPED_TRACE(call + " " + std::to_string(number));
+            ASSERT_LT(number, 60);
+            const Index before = Accepted();
+            WriteFile(m_folder / "source/own.hdb", call + std::to_string(number) + "\n");
+            const std::string command =
+                "cd " + m_folder.Path() +
+                " && ASAN_OPTIONS=detect_leaks=0 strace -o /dev/null -e inject=" + call +
+                ":signal=KILL:when=" + std::to_string(number) + " '" + MIRROR_PROGRAM +
+                "' --from source --key key mirror >out 2>err </dev/null";
+            wasKilled = std::system(command.c_str()) != 0;
+            killed += wasKilled ? 1 : 0;
+            Index found;
+            if (Accept(found) != Refusal::kNone) {
+                const std::string text = ReadFile(m_folder / "mirror/index.json");
+                fs::copy_file(m_folder / ("mirror/files/" + Sha256Text(text) + ".minisig"),
+                              m_folder / "mirror/index.json.minisig",
+                              fs::copy_options::overwrite_existing);
+            }
+            found = Accepted();
+            renewed += wasKilled && found.serial > before.serial ? 1 : 0;
+            for (const auto& file : found.files) {
+                EXPECT_EQ(Sha256Text(ReadFile(m_folder / ("mirror/files/" + file.sha256))),
+                          file.sha256);
+            }
+            ASSERT_EQ(Make(), 0) << Err();
+        }
+    }
+    EXPECT_GT(killed, 15);
+    EXPECT_GT(renewed, 2) << "some of them after the change";
+}
+
+TEST_F(MirrorProgram, NothingOfOldStatesIsLeft) {
+    for (int i = 0; i < 4; ++i) {
+        WriteFile(m_folder / "source/own.hdb", std::to_string(i) + "\n");
+        ASSERT_EQ(Make(), 0);
+    }
+    std::size_t count = 0;
+    for ([[maybe_unused]] const auto& file : fs::directory_iterator(m_folder / "mirror/files")) {
+        ++count;
+    }
+    EXPECT_EQ(count, 5U) << "what did not change, and of two states a file and a signature";
 }
 
 TEST_F(MirrorProgram, ItsSignatureSatisfiesMinisign) {
