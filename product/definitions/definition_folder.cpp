@@ -11,6 +11,7 @@
 
 #include "common/retrying.h"
 #include "product/definitions/folder_names.h"
+#include "product/definitions/set_state.h"
 
 namespace definitions {
 
@@ -29,6 +30,15 @@ bool IsGone(int error) {
 bool RemoveFile(int folder, const std::string& name) {
     return common::Retrying([&] { return ::unlinkat(folder, name.c_str(), 0); }) == 0 ||
            IsGone(errno);
+}
+
+// Whether a database of `heldBack` is newer than in `current`, and is not to come back yet.
+bool IsStillAhead(const common::FileDescriptor& heldBack, const common::FileDescriptor& current) {
+    const SetState now = ReadSetState(current.Get());
+    const std::vector<SetDatabase> databases = ReadSetState(heldBack.Get()).databases;
+    return std::any_of(databases.begin(), databases.end(), [&](const SetDatabase& each) {
+        return each.hasHead && each.state.version > now.VersionOf(each.name);
+    });
 }
 
 common::FileDescriptor OpenFolder(int parent, const std::string& name) {
@@ -171,7 +181,7 @@ void DefinitionFolder::RemoveLeftovers() const {
         kept.push_back(*previous);
     }
     if (const auto heldBack = SetOfLink(kHeldBackLink)) {
-        if (*heldBack > *current) {
+        if (*heldBack > *current || IsStillAhead(OpenSet(*heldBack), OpenSet(*current))) {
             kept.push_back(*heldBack);
         } else {
             // Something newer has come.

@@ -46,6 +46,22 @@ bool HasSameFiles(const Index& left, const Index& right) {
                                right.files.end(), IsSame);
 }
 
+bool IsIn(const SetState& set, const IndexedFile& file) {
+    return std::any_of(set.index.files.begin(), set.index.files.end(),
+                       [&](const IndexedFile& each) { return IsSame(each, file); });
+}
+
+// Whether the index has a database that neither set has, and that is not older than that of the set
+// held back. Whatever its serial: another mirror may count otherwise.
+bool HasNewerThan(const Index& index, const SetState& heldBack, const SetState& inUse) {
+    return std::any_of(index.files.begin(), index.files.end(), [&](const IndexedFile& file) {
+        const std::uint32_t refused = heldBack.VersionOf(file.name);
+        // Loose files carry no number themselves: another content may be as good as a higher one.
+        const bool isNewer = HasHead(file.name) ? file.version > refused : file.version >= refused;
+        return isNewer && !IsIn(heldBack, file) && !IsIn(inUse, file);
+    });
+}
+
 bool Link(int from, int to, const std::string& name) {
     return common::Retrying([&] { return ::linkat(from, name.c_str(), to, name.c_str(), 0); }) == 0;
 }
@@ -142,7 +158,8 @@ InstallResult SetMaker::LookForChanges(const Index& index) const {
                             "the index has the serial of the one in use, and "
                             "other files");
     }
-    if (index.serial <= m_heldBack.index.serial) {
+    if (index.serial <= m_heldBack.index.serial ||
+        (!m_heldBack.files.empty() && !HasNewerThan(index, m_heldBack, m_inUse))) {
         return Result(Outcome::kUpToDate, "there is nothing newer than what was gone back from");
     }
     for (const IndexedFile& file : index.files) {

@@ -21,8 +21,6 @@ namespace {
 
 // Where the system has no watch left to give.
 constexpr int kLookInterval = 5000;  // milliseconds
-// Until memory may be free again.
-constexpr int kRetryInterval = 60000;
 
 std::string_view StemOf(std::string_view path) {
     const std::string_view name = path.substr(path.rfind('/') + 1);
@@ -46,9 +44,11 @@ std::string LostBy(DatabaseLoader& next, DatabaseLoader& active) {
 }  // namespace
 
 DatabasesInUse::DatabasesInUse(std::string engineDirectory, std::vector<Database> first,
-                               std::string set, std::string scratch)
+                               std::string set, std::string scratch,
+                               std::chrono::milliseconds retryInterval)
     : m_engineDirectory(std::move(engineDirectory)),
       m_scratch(std::move(scratch)),
+      m_retryInterval(retryInterval),
       m_seen(std::move(set)),
       m_active(std::make_shared<DatabaseLoader>(std::move(first), m_scratch)),
       m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
@@ -78,7 +78,9 @@ void DatabasesInUse::Wake() const {
 void DatabasesInUse::Watch() noexcept {
     while (!m_stopping) {
         std::array<pollfd, 2> events{{{m_wake.Get(), POLLIN, 0}, {m_changes.Get(), POLLIN, 0}}};
-        const int wait = !m_changes ? kLookInterval : m_isToRetry ? kRetryInterval : -1;
+        const int wait = !m_changes    ? kLookInterval
+                         : m_isToRetry ? static_cast<int>(m_retryInterval.count())
+                                       : -1;
         if (::poll(events.data(), events.size(), wait) == 0 && m_isToRetry.exchange(false)) {
             const std::lock_guard looking(m_lookMutex);
             m_seen.clear();
@@ -148,6 +150,7 @@ void DatabasesInUse::TakeLoaded() {
     }
     // One that could not be loaded leaves the old one where it is.
     bool isUsable = m_next->Loaded() != nullptr;
+    m_isToRetry = !isUsable;
     const std::string lost =
         isUsable && m_active->Loaded() != nullptr ? LostBy(*m_next, *m_active) : std::string();
     if (!lost.empty()) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -18,9 +19,11 @@ namespace scanapi {
 class DatabasesInUse {
 public:
     /// Of the engine in `engineDirectory`; `first` was found there, with the set `set` in use.
-    /// `scratch` as for the loader.
+    /// `scratch` as for the loader. A set that could not be loaded whole is tried again after
+    /// `retryInterval`, when memory may be free again.
     DatabasesInUse(std::string engineDirectory, std::vector<Database> first, std::string set,
-                   std::string scratch);
+                   std::string scratch,
+                   std::chrono::milliseconds retryInterval = std::chrono::minutes(1));
     ~DatabasesInUse();
     DatabasesInUse(const DatabasesInUse&) = delete;
     DatabasesInUse& operator=(const DatabasesInUse&) = delete;
@@ -51,6 +54,7 @@ private:
 
     const std::string m_engineDirectory;
     const std::string m_scratch;
+    const std::chrono::milliseconds m_retryInterval;
 
     std::mutex m_lookMutex;  ///< held while looking, which reads from the disk; guards m_seen
     std::string m_seen;      ///< where the link led when it was last looked at

@@ -19,6 +19,9 @@ Conversation::Conversation(common::FileDescriptor socket, ConversationListener& 
 Ending Conversation::Hold(std::string words, const ConversationRules& rules) {
     m_rules = rules;
     m_unsent = std::move(words);
+    if (m_rules.timeToBegin) {
+        m_beginEnd = Clock::now() + *m_rules.timeToBegin;
+    }
     m_listener.Beat();
     m_toldAt = Clock::now();
     while (true) {
@@ -51,6 +54,9 @@ Conversation::Clock::time_point Conversation::NextTurn() const {
     auto turn = m_toldAt + kTick;
     if (m_patienceEnd) {
         turn = std::min(turn, *m_patienceEnd);
+    }
+    if (m_beginEnd) {
+        turn = std::min(turn, *m_beginEnd);
     }
     if (m_rules.end && !m_isAskedToStop) {
         turn = std::min(turn, *m_rules.end);
@@ -99,6 +105,7 @@ void Conversation::Hear() {
 }
 
 void Conversation::Take(const Message& message) {
+    m_beginEnd.reset();
     switch (message.kind) {
         case MessageKind::kStatus:
             m_listener.Status(message.number, message.text);
@@ -153,6 +160,9 @@ std::optional<Ending> Conversation::Ended() {
     }
     if (m_patienceEnd && Clock::now() >= *m_patienceEnd) {
         return m_isSwitching ? Ending::kSilence : m_stopReason;
+    }
+    if (m_beginEnd && Clock::now() >= *m_beginEnd) {
+        return Ending::kNobody;
     }
     return std::nullopt;
 }

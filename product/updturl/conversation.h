@@ -16,6 +16,7 @@ enum class Ending {
     kSilence,  ///< the other side went away, or spoke what nobody understands
     kStopped,  ///< the listener wanted it to stop, and no result came in time
     kTooLate,  ///< the time was up
+    kNobody,   ///< not a word came, in the time for the first one
 };
 
 /// Who is told what a run says. All calls come from the thread that holds the conversation.
@@ -46,6 +47,8 @@ struct ConversationRules {
     /// How long a run may take to answer a wish to stop; with what it takes to hear of the wish and
     /// to end the run by force this stays below 300 ms.
     std::chrono::milliseconds timeToStop{120};
+    /// How long the first word may take. A socket may be there, and nobody behind it.
+    std::optional<std::chrono::milliseconds> timeToBegin = std::nullopt;
     /// Whether the run may say that it is switching, and is then waited for.
     bool maySwitch = true;
 };
@@ -90,6 +93,7 @@ private:
     LineReader m_reader;
     std::string m_unsent;
     Clock::time_point m_toldAt;
+    std::optional<Clock::time_point> m_beginEnd;  // until something is heard
     bool m_isSwitching = false;
     bool m_isAskedToStop = false;
     std::optional<int> m_result;

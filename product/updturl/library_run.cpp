@@ -20,6 +20,10 @@ namespace {
 constexpr std::chrono::seconds kTimeForIndex{100};
 static_assert(kTimeForIndex + Conversation::kTimeToSwitch < std::chrono::seconds(120));
 
+constexpr char kHowToStart[] =
+    "; an administrator starts it with \"systemctl start corvane-updated\" or "
+    "\"/etc/init.d/corvane-updated start\"";
+
 ConversationRules RulesOf(Source source) {
     ConversationRules rules;
     if (source == Source::kIndex) {
@@ -37,6 +41,9 @@ int ResultOf(const Conversation& conversation, Ending ending) {
             return kUpdaterInterrupted;
         case Ending::kTooLate:
             LogUpdate("the update took too long and was ended");
+            return kUpdaterFailed;
+        case Ending::kNobody:
+            LogUpdate(std::string("the update service does not answer") + kHowToStart);
             return kUpdaterFailed;
         case Ending::kResult:
         case Ending::kSilence:
@@ -71,18 +78,19 @@ int RunChild(const std::string& program, const Request& request, ProgressListene
     return ResultOf(conversation, ending);
 }
 
-int AskService(const std::string& socketPath, Source source, ProgressListener& listener) {
+int AskService(const std::string& socketPath, Source source, ProgressListener& listener,
+               std::chrono::milliseconds timeToBegin) {
     std::string reason;
     common::FileDescriptor socket = ConnectToService(socketPath, kServiceUser, reason);
     if (!socket) {
-        LogUpdate("the update service cannot be asked (" + reason +
-                  "); an administrator starts it with \"systemctl start corvane-updated\" or "
-                  "\"/etc/init.d/corvane-updated start\"");
+        LogUpdate("the update service cannot be asked (" + reason + ")" + kHowToStart);
         return kUpdaterFailed;
     }
     Conversation conversation(std::move(socket), listener);
     const char* const wish = source == Source::kIndex ? kWishForIndex : kWishToUpdate;
-    const Ending ending = conversation.Hold(wish, RulesOf(source));
+    ConversationRules rules = RulesOf(source);
+    rules.timeToBegin = timeToBegin;
+    const Ending ending = conversation.Hold(wish, rules);
     return ResultOf(conversation, ending);
 }
 

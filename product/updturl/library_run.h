@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -16,8 +17,10 @@ inline constexpr char kUpdaterProgram[] = "corvane-update";
 /// Runs `program` as a child. For root.
 int RunChild(const std::string& program, const Request& request, ProgressListener& listener);
 
-/// Asks the service, which finds out itself where updates come from.
-int AskService(const std::string& socketPath, Source source, ProgressListener& listener);
+/// Asks the service, which finds out itself where updates come from. One that says nothing within
+/// `timeToBegin`, because nobody is there behind its socket, is as one that is not there.
+int AskService(const std::string& socketPath, Source source, ProgressListener& listener,
+               std::chrono::milliseconds timeToBegin = std::chrono::seconds(10));
 
 /// The program in the directory that this code was loaded from; empty when that cannot be told.
 std::string ProgramBesideLibrary();

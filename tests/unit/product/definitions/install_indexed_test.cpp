@@ -381,6 +381,30 @@ TEST_F(InstallIndexed, GoesBackToTheSetBeforeUntilSomethingNewerComes) {
         << "what was gone back from is no way back";
 }
 
+// Another mirror counts otherwise, and has the same.
+TEST_F(InstallIndexed, WhatWasGoneBackFromDoesNotComeBackUnderAnotherSerial) {
+    ASSERT_EQ(
+        InstallSerial(7, {{"own.ndb", OwnSignature('A'), 1}, {"b.ndb", OwnSignature('X'), 0}}),
+        Outcome::kInstalled);
+    ASSERT_EQ(
+        InstallSerial(8, {{"own.ndb", OwnSignature('B'), 2}, {"b.ndb", OwnSignature('Y'), 0}}),
+        Outcome::kInstalled);
+    ASSERT_EQ(definitions::RollBack(m_product).outcome, Outcome::kInstalled);
+    const std::vector<std::vector<GivenFile>> refused = {
+        {{"own.ndb", OwnSignature('B'), 2}, {"b.ndb", OwnSignature('Y'), 0}},
+        {{"own.ndb", OwnSignature('B'), 2}, {"b.ndb", OwnSignature('X'), 0}},
+        {{"own.ndb", OwnSignature('Z'), 1}, {"b.ndb", OwnSignature('Y'), 0}},
+        {{"own.ndb", OwnSignature('A'), 1}, {"b.ndb", OwnSignature('X'), 0}}};
+    for (std::size_t i = 0; i < refused.size(); ++i) {
+        EXPECT_EQ(InstallSerial(100 + i, refused[i]), Outcome::kUpToDate) << i;
+        EXPECT_EQ(CurrentFile("own.ndb"), OwnSignature('A'));
+    }
+    EXPECT_EQ(
+        InstallSerial(200, {{"own.ndb", OwnSignature('C'), 3}, {"b.ndb", OwnSignature('Y'), 0}}),
+        Outcome::kInstalled)
+        << "one that is newer";
+}
+
 TEST_F(InstallIndexed, WithoutASetBeforeThereIsNoWayBack) {
     const auto none = definitions::RollBack(m_product);
     EXPECT_EQ(none.outcome, Outcome::kNothingValid);

@@ -215,6 +215,20 @@ TEST_F(InstallOfficial, WhatWasGoneBackFromDoesNotComeAgain) {
     EXPECT_EQ(CurrentFile("test.cvd"), m_three);
 }
 
+// Not from a private mirror either, which counts with serials of its own, nor once that has brought
+// something else.
+TEST_F(InstallOfficial, WhatWasGoneBackFromDoesNotComeBackFromElsewhere) {
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_three}}), Outcome::kInstalled);
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kInstalled);
+    ASSERT_EQ(definitions::RollBack(m_product).outcome, Outcome::kInstalled);
+    EXPECT_EQ(InstallSerial(1, {{"test.cvd", m_six, 6}}), Outcome::kUpToDate);
+    EXPECT_EQ(CurrentFile("test.cvd"), m_three);
+    EXPECT_EQ(InstallSerial(2, {{"own.ndb", OwnSignature('A'), 1}}), Outcome::kInstalled);
+    EXPECT_EQ(CurrentFile("test.cvd"), m_three);
+    EXPECT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kUpToDate);
+    EXPECT_EQ(CurrentFile("test.cvd"), m_three);
+}
+
 TEST_F(InstallOfficial, AFolderWithOneIsACandidate) {
     PutFiles({{"test.cvd", m_six}});
     const auto candidate = CandidateFromFolder(m_scratch / "candidate");

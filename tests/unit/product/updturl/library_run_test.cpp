@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -309,6 +310,27 @@ TEST_F(LibraryRunTest, NobodyElseIsTakenForTheService) {
                   "\"/etc/init.d/corvane-updated start\"\n");
     ::kill(other, SIGKILL);
     JoinChild(other);
+}
+
+// The connection waits with the system, and nobody takes it.
+TEST_F(LibraryRunTest, ASocketThatNobodyServesIsGivenUp) {
+    const std::string path = m_folder / "update.sock";
+    const common::FileDescriptor listening(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(::bind(listening.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(listening.Get(), 1), 0);
+    ProgressListener listener(nullptr, nullptr);
+    const auto begun = std::chrono::steady_clock::now();
+    EXPECT_EQ(AskService(path, Source::kSite, listener, std::chrono::milliseconds(500)),
+              kUpdaterFailed);
+    const auto took = std::chrono::steady_clock::now() - begun;
+    EXPECT_GE(took, std::chrono::milliseconds(500));
+    EXPECT_LT(took, std::chrono::milliseconds(1500));
+    EXPECT_EQ(ReadFile(kLog),
+              "Update: the update service does not answer; an administrator starts it with "
+              "\"systemctl start corvane-updated\" or \"/etc/init.d/corvane-updated start\"\n");
 }
 
 TEST_F(LibraryRunTest, WithoutAServiceTheLogSaysHowToStartIt) {
