@@ -20,7 +20,7 @@ namespace {
 
 constexpr char kName[] = "official-mirrors";
 constexpr char kNewName[] = "official-mirrors.new";
-constexpr std::time_t kPause = 15 * 60;  // seconds
+constexpr std::time_t kPause = 900;  // seconds
 
 template <typename Number>
 bool TakeNumber(std::string_view& text, std::string_view word, Number& number) {
