@@ -31,8 +31,10 @@ Publish() {
     corvane-mirror --from "$scratch/databases" --key "$scratch/mirror.key" "$scratch/mirror" >/dev/null
 }
 
-# MisSign: the mirror's index gets a stranger's signature; its own is kept beside the mirror.
+# MisSign: the mirror's index gets a stranger's signature; its own is kept beside the mirror, and nowhere in
+# it.
 MisSign() {
+    rm "$scratch"/mirror/files/*.minisig
     mv "$scratch/mirror/index.json.minisig" "$scratch/kept.minisig"
     (cd "$scratch" && minisign -G -W -p other.pub -s other.key >/dev/null &&
         minisign -S -s other.key -m mirror/index.json >/dev/null)
