@@ -72,11 +72,11 @@ int RunInjected(const SystemCall& call, const std::string& what,
 
 bool ChangesFiles(std::string_view name, std::string_view line) {
     static const std::set<std::string_view> kChanging{
-        "write",     "pwrite64",  "writev",  "ftruncate", "fallocate", "fsync",
-        "fdatasync", "chmod",     "fchmod",  "fchmodat",  "mkdir",     "mkdirat",
-        "rmdir",     "link",      "linkat",  "unlink",    "unlinkat",  "rename",
-        "renameat",  "renameat2", "symlink", "symlinkat", "utimensat", "sync_file_range",
-        "bind"};
+        "write",     "pwrite64",  "writev",          "ftruncate", "fallocate", "fsync",
+        "fdatasync", "chmod",     "fchmod",          "fchmodat",  "mkdir",     "mkdirat",
+        "chown",     "fchown",    "fchownat",        "rmdir",     "link",      "linkat",
+        "unlink",    "unlinkat",  "rename",          "renameat",  "renameat2", "symlink",
+        "symlinkat", "utimensat", "sync_file_range", "bind"};
     return name == "openat" ? line.find("O_CREAT") != std::string_view::npos ||
                                   line.find("O_TRUNC") != std::string_view::npos
                             : kChanging.contains(name);

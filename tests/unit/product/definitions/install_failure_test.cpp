@@ -163,9 +163,10 @@ TEST_F(InstallFailure, WithoutAChildNothingIsInstalled) {
     PrepareSecond();
     for (const char* call : {"clone", "pipe2"}) {
         Reset();
-        EXPECT_EQ(Trace({"-o", "/dev/null", "-e", "inject=" + std::string(call) + ":error=EAGAIN"},
-                        Program()),
-                  static_cast<int>(Outcome::kFailed))
+        EXPECT_EQ(
+            RunTraced({"-o", "/dev/null", "-e", "inject=" + std::string(call) + ":error=EAGAIN"},
+                      Program()),
+            static_cast<int>(Outcome::kFailed))
             << call;
         EXPECT_EQ(CurrentFile("b.ndb"), m_old);
         EXPECT_THAT(Names(), ElementsAre("current", "set-1"));

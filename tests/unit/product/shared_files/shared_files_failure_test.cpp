@@ -113,16 +113,18 @@ protected:
         return Execute(TracedCommand(options, {CREATE_SHARED_FILES, m_directory}));
     }
 
-    // Each system call from the opening of the directory on.
+    // Of a run those system calls that change something: killed at another one, it leaves what it
+    // leaves when it is killed at the next of these.
     std::vector<SystemCall> Calls() {
         const std::string path = m_scratch / "trace";
         EXPECT_EQ(Trace({"-o", path}).status, 0);
-        bool hasBegun = false;
-        return CallsIn(path, [&](std::string_view name, std::string_view line) {
-            hasBegun =
-                hasBegun || line.find(m_directory + "\", O_RDONLY") != std::string_view::npos;
-            return hasBegun && name != "exit_group";
-        });
+        const std::vector<SystemCall> all = CallsIn(path, ChangesFiles);
+        EXPECT_GT(all.size(), 60U) << "five or more for each file";
+        std::vector<SystemCall> chosen;
+        for (const std::size_t index : Spread(all.size(), 60, "calls")) {
+            chosen.push_back(all[index]);
+        }
+        return chosen;
     }
 
     // Another run from beginning to end once this one, held up, has made its first file.
@@ -147,9 +149,7 @@ protected:
 TEST_F(SharedFilesTraced, KilledAtAnyCallLeavesNoneHalfMadeAndTheNextRunMakesTheRest) {
     for (const bool wereThere : {false, true}) {
         Reset(wereThere);
-        const std::vector<SystemCall> calls = Calls();
-        ASSERT_GT(calls.size(), 60U) << "five or more for each file";
-        for (const SystemCall& call : calls) {
+        for (const SystemCall& call : Calls()) {
             const std::string kill = call.Injecting("signal=KILL");
             SCOPED_TRACE(kill);
             Reset(wereThere);
@@ -187,12 +187,11 @@ TEST_F(SharedFilesTraced, KilledAtAnyCallThereIsAVersionAllTheTime) {
         Put("scanver.cnf", "of the release befor", 0644);
     };
     putEarlier();
-    const std::vector<std::string> calls = Calls();
-    ASSERT_GT(calls.size(), 60U);
-    for (const std::string& call : calls) {
-        SCOPED_TRACE(call);
+    for (const SystemCall& call : Calls()) {
+        const std::string kill = call.Injecting("signal=KILL");
+        SCOPED_TRACE(kill);
         putEarlier();
-        EXPECT_EQ(Trace({"-o", "/dev/null", "-e", "inject=" + call}).status, -1);
+        EXPECT_EQ(Trace({"-o", "/dev/null", "-e", kill}).status, -1);
         const std::string version = ReadFile(PathOf("scanver.cnf"));
         EXPECT_TRUE(version == "of the release befor" || version == kFiles.back().content);
         EXPECT_EQ(Run().status, 0);
