@@ -1,7 +1,9 @@
 #include "product/rapidupdate/update_service.h"
 
 #include <chrono>
+#include <csignal>
 #include <poll.h>
+#include <sys/stat.h>
 
 #include "tests/support/scratch.h"
 #include "tests/unit/product/rapidupdate/fake_update_service.h"
@@ -69,6 +71,27 @@ TEST_F(UpdateService, WithoutAServiceItIsAFailureAtOnce) {
     EXPECT_EQ(AskForUpdate((m_folder / std::string(200, 'x')).c_str(), Wish::kUpdate, -1),
               kUpdaterFailed);
     EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(1));
+}
+
+TEST_F(UpdateService, WhatAnotherUserPlaysIsNone) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    ::chmod(m_folder.Path().c_str(), 0777);
+    const pid_t other = StartChild([&] {
+        if (::setuid(65534) != 0) {
+            return 1;
+        }
+        FakeUpdateService service(m_path,
+                                  [](int peer) { FakeUpdateService::Write(peer, "result 2\n"); });
+        WriteFile(m_folder / "listening", "");
+        ::pause();
+        return 0;
+    });
+    ASSERT_TRUE(WaitUntil([&] { return Exists(m_folder / "listening"); }));
+    EXPECT_EQ(AskForUpdate(m_path.c_str(), Wish::kUpdate, -1), kUpdaterFailed);
+    ::kill(other, SIGKILL);
+    JoinChild(other);
 }
 
 TEST_F(UpdateService, OneThatSaysNothingIsGivenUp) {
