@@ -71,9 +71,10 @@ public:
     Trial(const std::string& productDirectory, const std::string& set,
           const std::vector<std::string>& names)
         : m_productDirectory(productDirectory), m_set(set) {
+        std::string folder = productDirectory;
+        folder.append(kFolderName).append("/").append(set).append("/");
         for (const std::string& name : names) {
-            m_ofSet.push_back(
-                {productDirectory + kFolderName + "/" + set + "/" + name, kOfSet, 0, 0});
+            m_ofSet.push_back({folder + name, kOfSet, 0, 0});
         }
     }
 
