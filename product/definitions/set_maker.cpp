@@ -15,6 +15,7 @@
 #include "product/definitions/reasons.h"
 #include "product/definitions/test_load.h"
 #include "product/definitions/watched_sync.h"
+#include "product/definitions/way_back.h"
 #include "product/signed_index/sha256.h"
 #include "product/signed_index/trusted_keys.h"
 #include "product/signed_index/verified_index.h"
@@ -44,22 +45,6 @@ bool IsSame(const IndexedFile& left, const IndexedFile& right) {
 bool HasSameFiles(const Index& left, const Index& right) {
     return std::is_permutation(left.files.begin(), left.files.end(), right.files.begin(),
                                right.files.end(), IsSame);
-}
-
-bool IsIn(const SetState& set, const IndexedFile& file) {
-    return std::any_of(set.index.files.begin(), set.index.files.end(),
-                       [&](const IndexedFile& each) { return IsSame(each, file); });
-}
-
-// Whether the index has a database that neither set has, and that is not older than that of the set
-// held back. Whatever its serial: another mirror may count otherwise.
-bool HasNewerThan(const Index& index, const SetState& heldBack, const SetState& inUse) {
-    return std::any_of(index.files.begin(), index.files.end(), [&](const IndexedFile& file) {
-        const std::uint32_t refused = heldBack.VersionOf(file.name);
-        // Loose files carry no number themselves: another content may be as good as a higher one.
-        const bool isNewer = HasHead(file.name) ? file.version > refused : file.version >= refused;
-        return isNewer && !IsIn(heldBack, file) && !IsIn(inUse, file);
-    });
 }
 
 bool Link(int from, int to, const std::string& name) {

@@ -229,6 +229,25 @@ TEST_F(InstallOfficial, WhatWasGoneBackFromDoesNotComeBackFromElsewhere) {
     EXPECT_EQ(CurrentFile("test.cvd"), m_three);
 }
 
+// An index is taken whole, so what is new in it may not bring along what was gone back from.
+TEST_F(InstallOfficial, WhatWasGoneBackFromDoesNotComeAlongWithSomethingNew) {
+    ASSERT_EQ(InstallSerial(1, {{"test.cvd", m_three, 3}, {"own.ndb", OwnSignature('A'), 0}}),
+              Outcome::kInstalled);
+    ASSERT_EQ(InstallSerial(2, {{"test.cvd", m_six, 6}, {"own.ndb", OwnSignature('A'), 0}}),
+              Outcome::kInstalled);
+    ASSERT_EQ(definitions::RollBack(m_product).outcome, Outcome::kInstalled);
+    EXPECT_EQ(InstallSerial(3, {{"test.cvd", m_six, 6}, {"new.ndb", OwnSignature('N'), 1}}),
+              Outcome::kUpToDate);
+    EXPECT_EQ(InstallSerial(4, {{"test.cvd", m_six, 6}, {"own.ndb", OwnSignature('B'), 0}}),
+              Outcome::kUpToDate);
+    EXPECT_EQ(CurrentFile("test.cvd"), m_three);
+    EXPECT_EQ(InstallSerial(5, {{"test.cvd", m_three, 3}, {"own.ndb", OwnSignature('B'), 0}}),
+              Outcome::kInstalled)
+        << "the mirror has gone back, too";
+    EXPECT_EQ(CurrentFile("test.cvd"), m_three);
+    EXPECT_EQ(CurrentFile("own.ndb"), OwnSignature('B'));
+}
+
 TEST_F(InstallOfficial, AFolderWithOneIsACandidate) {
     PutFiles({{"test.cvd", m_six}});
     const auto candidate = CandidateFromFolder(m_scratch / "candidate");
