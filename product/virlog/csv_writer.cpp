@@ -1,5 +1,5 @@
+#include "common/escaped_text.h"
 #include "common/utf8.h"
-#include "product/virlog/escape.h"
 #include "product/virlog/formats.h"
 
 namespace {
@@ -33,11 +33,11 @@ private:
         if (!text.empty()) {
             const common::DecodedCharacter first = common::DecodeUtf8(text);
             if (first.isWellFormed && kFormulaStarts.find(first.character) != text.npos) {
-                AppendCharacterEscape(m_field, first.character);
+                common::AppendCharacterEscape(m_field, first.character);
                 text.remove_prefix(first.length);
             }
         }
-        AppendEscaped(m_field, text);
+        common::AppendEscaped(m_field, text);
         // Line breaks are escaped already.
         if (m_field.find_first_of(",\"") == std::string::npos) {
             out += m_field;

@@ -4,9 +4,9 @@
 #include <ctime>
 #include <iterator>
 
+#include "common/escaped_text.h"
 #include "common/times.h"
 #include "common/users.h"
-#include "product/virlog/escape.h"
 #include "product/virlog/output.h"
 #include "reports/virus_log/log_mutex.h"
 
@@ -37,7 +37,7 @@ void TellOfHeldLock(const std::vector<HeldLock>& before) {
 
 std::string OwnerName(uid_t owner) {
     const auto name = common::UserName(owner);
-    return name ? Escaped(*name) : "user " + std::to_string(owner);
+    return name ? common::Escaped(*name) : "user " + std::to_string(owner);
 }
 
 std::string AgeText(std::time_t seconds) {

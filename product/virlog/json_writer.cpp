@@ -1,4 +1,4 @@
-#include "product/virlog/escape.h"
+#include "common/escaped_text.h"
 #include "product/virlog/formats.h"
 
 namespace {
@@ -29,7 +29,7 @@ private:
         out += name;
         out += "\":\"";
         m_text.clear();
-        AppendEscaped(m_text, text);
+        common::AppendEscaped(m_text, text);
         for (const char c : m_text) {
             // Of what JSON wants escaped nothing else is left.
             if (c == '"' || c == '\\') {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "product/virlog/escape.h"
+#include "common/escaped_text.h"
 
 const char kUsage[] =
     "Usage: corvane-virlog [--format table|csv|json] [--since DATE] [--until DATE]\n"
@@ -46,7 +46,7 @@ constexpr option kOptions[] = {
 };
 
 std::string Quoted(std::string_view text) {
-    return "\"" + Escaped(text) + "\"";
+    return "\"" + common::Escaped(text) + "\"";
 }
 
 std::string NameOfCode(int code) {

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <array>
 
-#include "product/virlog/escape.h"
+#include "common/escaped_text.h"
 #include "product/virlog/formats.h"
 #include "product/virlog/text_width.h"
 
@@ -45,7 +45,7 @@ public:
         for (std::size_t i = 0; i < kMiddle.size(); ++i) {
             AppendCell(out, Shown(entry, kMiddle[i]), m_widths[i]);
         }
-        AppendEscaped(out, entry.filePath);
+        common::AppendEscaped(out, entry.filePath);
         out += '\n';
     }
 
@@ -54,7 +54,7 @@ public:
 private:
     std::string_view Shown(const virus_log::VirusLogEntry& entry, const Column& column) {
         m_text.clear();
-        AppendEscaped(m_text, entry.*column.text);
+        common::AppendEscaped(m_text, entry.*column.text);
         return m_text;
     }
 

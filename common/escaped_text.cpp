@@ -1,9 +1,11 @@
-#include "product/virlog/escape.h"
+#include "common/escaped_text.h"
 
 #include <algorithm>
 
 #include "common/misleading_characters.h"
 #include "common/utf8.h"
+
+namespace common {
 
 namespace {
 
@@ -43,12 +45,12 @@ void AppendEscaped(std::string& out, std::string_view text) {
         if (text.empty()) {
             break;
         }
-        const common::DecodedCharacter next = common::DecodeUtf8(text);
+        const DecodedCharacter next = DecodeUtf8(text);
         if (!next.isWellFormed) {
             AppendByteEscape(out, static_cast<unsigned char>(text.front()));
         } else if (next.character == U'\\') {
             out += "\\\\";
-        } else if (common::IsMisleading(next.character)) {
+        } else if (IsMisleading(next.character)) {
             AppendCharacterEscape(out, next.character);
         } else {
             out += text.substr(0, next.length);
@@ -62,3 +64,5 @@ std::string Escaped(std::string_view text) {
     AppendEscaped(out, text);
     return out;
 }
+
+}  // namespace common

@@ -1,4 +1,4 @@
-#include "product/virlog/escape.h"
+#include "common/escaped_text.h"
 
 #include <gtest/gtest.h>
 #include <regex>
@@ -12,6 +12,9 @@
 using namespace std::string_literals;
 
 namespace {
+
+using common::AppendCharacterEscape;
+using common::Escaped;
 
 std::string Utf8Of(char32_t character) {
     std::string bytes;
@@ -58,7 +61,7 @@ std::string Unescaped(std::string_view text) {
     return bytes;
 }
 
-TEST(Escape, LeavesOrdinaryTextAlone) {
+TEST(EscapedText, LeavesOrdinaryTextAlone) {
     for (const std::string text :
          {"", "/home/alice/a file.txt", " !\"#$%&'()*+,-./09:;<=>?@AZ[]^_`az{|}~", "/tmp/\xC3\xBC",
           "/tmp/\xE2\x82\xAC", "/tmp/\xE4\xB8\xAD\xE6\x96\x87", "/tmp/\xF0\x9F\x98\x80",
@@ -72,12 +75,12 @@ TEST(Escape, LeavesOrdinaryTextAlone) {
     }
 }
 
-TEST(Escape, DoublesTheBackslash) {
+TEST(EscapedText, DoublesTheBackslash) {
     EXPECT_EQ(Escaped(R"(\)"), R"(\\)");
     EXPECT_EQ(Escaped(R"(a\x41\\b)"), R"(a\\x41\\\\b)");
 }
 
-TEST(Escape, EscapesC0AndDel) {
+TEST(EscapedText, EscapesC0AndDel) {
     EXPECT_EQ(Escaped("a\0b"s), R"(a\u{0000}b)");
     EXPECT_EQ(Escaped("a\tb\nc\rd"), R"(a\u{0009}b\u{000a}c\u{000d}d)");
     EXPECT_EQ(Escaped("\x1B[31mred\x1F"), R"(\u{001b}[31mred\u{001f})");
@@ -87,7 +90,7 @@ TEST(Escape, EscapesC0AndDel) {
     }
 }
 
-TEST(Escape, EscapesC1) {
+TEST(EscapedText, EscapesC1) {
     for (char32_t c = 0x80; c < 0xA0; ++c) {
         EXPECT_EQ(Escaped(Utf8Of(c)).substr(0, 5), R"(\u{00)") << static_cast<unsigned int>(c);
     }
@@ -96,7 +99,7 @@ TEST(Escape, EscapesC1) {
     EXPECT_EQ(Escaped("\xC2\x9F"), R"(\u{009f})");
 }
 
-TEST(Escape, EscapesSeparatorsAndWhatChangesTheDirection) {
+TEST(EscapedText, EscapesSeparatorsAndWhatChangesTheDirection) {
     EXPECT_EQ(Escaped("\xE2\x80\xA8\xE2\x80\xA9"), R"(\u{2028}\u{2029})");
     EXPECT_EQ(Escaped("\xE2\x80\x8E\xE2\x80\x8F"), R"(\u{200e}\u{200f})");
     EXPECT_EQ(Escaped("\xE2\x80\xAA\xE2\x80\xAB\xE2\x80\xAC\xE2\x80\xAD\xE2\x80\xAE"),
@@ -106,7 +109,7 @@ TEST(Escape, EscapesSeparatorsAndWhatChangesTheDirection) {
     EXPECT_EQ(Escaped("\xD8\x9C"), R"(\u{061c})");
 }
 
-TEST(Escape, EscapesWhatNobodySees) {
+TEST(EscapedText, EscapesWhatNobodySees) {
     EXPECT_EQ(Escaped("\xE2\x80\x8B"), R"(\u{200b})");
     EXPECT_EQ(Escaped("\xCD\x8F\xE1\x9E\xB4"), R"(\u{034f}\u{17b4})");
     EXPECT_EQ(Escaped("\xE2\x81\xA0\xE2\x81\xAF"), R"(\u{2060}\u{206f})");
@@ -120,14 +123,14 @@ TEST(Escape, EscapesWhatNobodySees) {
     EXPECT_EQ(Escaped("\xF0\x9D\x85\xB3\xF0\x9B\xB2\xA0"), R"(\u{1d173}\u{1bca0})");
 }
 
-TEST(Escape, EscapesWhatIsNoCharacter) {
+TEST(EscapedText, EscapesWhatIsNoCharacter) {
     EXPECT_EQ(Escaped("\xEF\xB7\x90\xEF\xB7\xAF"), R"(\u{fdd0}\u{fdef})");
     EXPECT_EQ(Escaped("\xEF\xBF\xBE\xEF\xBF\xBF"), R"(\u{fffe}\u{ffff})");
     EXPECT_EQ(Escaped("\xF0\x9F\xBF\xBE"), R"(\u{1fffe})");
     EXPECT_EQ(Escaped("\xF4\x8F\xBF\xBF"), R"(\u{10ffff})");
 }
 
-TEST(Escape, EscapesBytesThatAreNoUtf8) {
+TEST(EscapedText, EscapesBytesThatAreNoUtf8) {
     EXPECT_EQ(Escaped("a\xFFz"), R"(a\xffz)");
     EXPECT_EQ(Escaped("\x80"), R"(\x80)");
     EXPECT_EQ(Escaped("\xC3"), R"(\xc3)") << "cut off";
@@ -145,14 +148,14 @@ TEST(Escape, EscapesBytesThatAreNoUtf8) {
     EXPECT_EQ(Escaped("\xE2\xC3\xBC"), "\\xe2\xC3\xBC");
 }
 
-TEST(Escape, TheEdgesOfUtf8AreWellFormed) {
+TEST(EscapedText, TheEdgesOfUtf8AreWellFormed) {
     EXPECT_EQ(Escaped("\xC2\xA1\xDF\xBF"), "\xC2\xA1\xDF\xBF");
     EXPECT_EQ(Escaped("\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80"),
               "\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80");
     EXPECT_EQ(Escaped("\xF0\x90\x80\x80\xF4\x8F\xBF\xBD"), "\xF0\x90\x80\x80\xF4\x8F\xBF\xBD");
 }
 
-TEST(Escape, EveryCharacterAndEveryPairOfBytesComesBack) {
+TEST(EscapedText, EveryCharacterAndEveryPairOfBytesComesBack) {
     for (char32_t c = 0; c <= 0x10FFFF; ++c) {
         if (c == 0xD800) {
             c = 0xE000;
@@ -191,7 +194,7 @@ std::vector<bool> EscapedByManual() {
     return escaped;
 }
 
-TEST(Escape, TheManualListsExactlyWhatIsEscaped) {
+TEST(EscapedText, TheManualListsExactlyWhatIsEscaped) {
     const std::vector<bool> escaped = EscapedByManual();
     for (char32_t c = 0; c <= 0x10FFFF; ++c) {
         if (c == 0xD800) {
@@ -202,7 +205,7 @@ TEST(Escape, TheManualListsExactlyWhatIsEscaped) {
     }
 }
 
-TEST(Escape, WhatItGivesIsAlwaysOneLineOfUtf8) {
+TEST(EscapedText, WhatItGivesIsAlwaysOneLineOfUtf8) {
     for (unsigned int seed = 1; seed < 2000; ++seed) {
         std::string text;
         for (unsigned int i = 0, state = seed; i < 40; ++i) {
@@ -220,7 +223,7 @@ TEST(Escape, WhatItGivesIsAlwaysOneLineOfUtf8) {
     }
 }
 
-TEST(Escape, ACharacterCanBeEscapedOnDemand) {
+TEST(EscapedText, ACharacterCanBeEscapedOnDemand) {
     std::string out = "x";
     AppendCharacterEscape(out, U'=');
     EXPECT_EQ(out, R"(x\u{003d})");
