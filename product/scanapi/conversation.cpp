@@ -3,7 +3,6 @@
 #include "common/log.h"
 #include "common/text_field.h"
 #include "product/scanapi/detection_kind.h"
-#include "product/scanapi/file_remover.h"
 
 namespace scanapi {
 
@@ -80,15 +79,15 @@ void Conversation::Detected(const ScanOutcome& outcome) {
 }
 
 void Conversation::Delete(const std::string& virusName) {
-    const RemovalResult result = RemoveScannedFile(m_file);
-    if (result == RemovalResult::Removed) {
-        Say(kMsgDeleted, m_file.Path(), virusName);
-        return;
+    const Removal removal = RemoveScannedFile(m_file, m_disposalOf(virusName));
+    const bool isRemoved = removal.result == RemovalResult::Removed;
+    if (!isRemoved || !removal.item.empty()) {
+        const std::string line = "scanapi: (" + m_file.Path() + ") " +
+                                 (isRemoved ? "was deleted; the vault has it as " + removal.item
+                                            : "was not deleted: " + RemovalText(removal));
+        WriteToLog(common::kCommonLog, line.c_str());
     }
-    const std::string line =
-        "scanapi: (" + m_file.Path() + ") was not deleted: " + RemovalText(result);
-    WriteToLog(common::kCommonLog, line.c_str());
-    Say(kMsgSkipped, m_file.Path(), virusName);
+    Say(isRemoved ? kMsgDeleted : kMsgSkipped, m_file.Path(), virusName);
 }
 
 }  // namespace scanapi

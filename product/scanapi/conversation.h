@@ -1,9 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
 #include "abi/scanapi.h"
+#include "product/scanapi/file_remover.h"
 #include "product/scanapi/library_scan.h"
 
 namespace scanapi {
@@ -12,8 +14,15 @@ namespace scanapi {
 /// thread that called ZqScanFileEx.
 class Conversation {
 public:
-    Conversation(PFNZQCALLBACK callback, void* context, const TargetFile& file)
-        : m_callback(callback), m_context(context), m_file(file) {}
+    /// How a file with this virus is deleted, should the program want that; called then only.
+    using DisposalOf = std::function<Disposal(const std::string& virusName)>;
+
+    Conversation(PFNZQCALLBACK callback, void* context, const TargetFile& file,
+                 DisposalOf disposalOf)
+        : m_callback(callback),
+          m_context(context),
+          m_file(file),
+          m_disposalOf(std::move(disposalOf)) {}
 
     /// Tells of a member about to be scanned. False when the program wants to stop.
     bool Member(std::string_view memberPath);
@@ -34,6 +43,7 @@ private:
     PFNZQCALLBACK m_callback;
     void* m_context;
     const TargetFile& m_file;
+    const DisposalOf m_disposalOf;
 };
 
 /// Fills the name field; a name too long for it ends in "..." to show that it was cut.

@@ -1,6 +1,8 @@
 #include "product/scanapi/engine.h"
 
+#include <array>
 #include <chrono>
+#include <cstdio>
 #include <new>
 #include <span>
 #include <string_view>
@@ -64,7 +66,8 @@ Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> database
       m_scratch(std::move(scratch)),
       m_databases(std::make_unique<DatabasesInUse>(m_engineDirectory, std::move(databases),
                                                    std::move(set), m_scratch->Path())),
-      m_profile(ProfileFromOptions(options)) {}
+      m_profile(ProfileFromOptions(options)),
+      m_settings(ReadEngineSettings(m_engineDirectory)) {}
 
 void Engine::Close() {
     m_closing = true;
@@ -132,7 +135,9 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
         callback = m_callback;
         profile = m_profile;
     }
-    Conversation conversation(callback, context, *file);
+    Conversation conversation(callback, context, *file, [this](const std::string& virusName) {
+        return DisposalOf(virusName);
+    });
     ScanOutcome outcome;
     try {
         outcome = Scan(file, profile, conversation);
@@ -216,6 +221,14 @@ ScanOutcome Engine::ScanOnWorker(const std::shared_ptr<ScanJob>& job, Conversati
     return {Verdict::Stopped, {}, {}};
 }
 
+Disposal Engine::DisposalOf(const std::string& virusName) {
+    const tagZQVERINFO version = Version();
+    std::array<char, 32> database{};
+    std::snprintf(database.data(), database.size(), "%u.%02u", version.major, version.minor);
+    const std::lock_guard lock(m_stateMutex);
+    return {m_settings.vault, virusName, database.data()};
+}
+
 bool Engine::Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& conversation) {
     while (true) {
         for (const auto& worker : m_workers) {
@@ -238,6 +251,10 @@ bool Engine::Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& convers
 void Engine::ResetRunFlags() {
     m_failureLogged = false;
     m_databases->BeginScan();
+    // Here, so that what an administrator sets holds from the next scan on.
+    EngineSettings settings = ReadEngineSettings(m_engineDirectory);
+    const std::lock_guard lock(m_stateMutex);
+    m_settings = settings;
 }
 
 }  // namespace scanapi

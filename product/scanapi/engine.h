@@ -11,6 +11,7 @@
 #include "abi/scanapi.h"
 #include "product/scanapi/conversation.h"
 #include "product/scanapi/databases_in_use.h"
+#include "product/scanapi/engine_settings.h"
 #include "product/scanapi/scan_worker.h"
 #include "product/scanapi/scratch_directory.h"
 
@@ -47,6 +48,7 @@ private:
     ScanOutcome Scan(const std::shared_ptr<TargetFile>& file, const ScanProfile& profile,
                      Conversation& conversation);
     ScanOutcome ScanOnWorker(const std::shared_ptr<ScanJob>& job, Conversation& conversation);
+    Disposal DisposalOf(const std::string& virusName);
     bool Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& conversation);
 
     const std::string m_engineDirectory;
@@ -59,6 +61,7 @@ private:
 
     std::mutex m_stateMutex;  ///< guards what follows
     ScanProfile m_profile;
+    EngineSettings m_settings;
     PFNZQCALLBACK m_callback = nullptr;
     std::unordered_map<std::uint64_t, std::shared_ptr<TargetFile>> m_files;
     std::uint64_t m_lastHandle = 0;

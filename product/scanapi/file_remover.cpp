@@ -3,12 +3,16 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <optional>
 #include <string>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "common/log.h"
+#include "product/scanapi/read_lease.h"
+#include "product/signed_index/sha256.h"
+#include "product/vault/keep.h"
 
 namespace scanapi {
 
@@ -71,21 +75,51 @@ RemovalResult CheckName(const TargetFile& file, const std::string& name, bool al
     return unchanged ? RemovalResult::Removed : RemovalResult::Changed;
 }
 
-}  // namespace
+bool MayChangeFolder(const TargetFile& file) {
+    return faccessat(file.FolderDescriptor(), ".", W_OK | X_OK, AT_EACCESS) == 0;
+}
 
-RemovalResult RemoveScannedFile(const TargetFile& file) {
-    // The file is still open, so nothing else can have come by its number.
-    const auto before = CheckName(file, file.BaseName(), true);
-    if (before != RemovalResult::Removed) {
-        return before;
+// The contents are those of the copy. Asked where no lease keeps writers away: then this is what
+// sees those who put size and times back.
+bool HoldsWhatWasKept(const TargetFile& file, const vault::KeptItem& kept) {
+    return lseek(file.Descriptor(), 0, SEEK_SET) == 0 &&
+           signed_index::DigestOf(file.Descriptor(), file.Size())
+                   .value_or(signed_index::FileDigest{})
+                   .sha256 == kept.sha256;
+}
+
+// Whether what was moved aside may go: the file as it was scanned.
+RemovalResult CheckMoved(const TargetFile& file, const std::string& aside, const ReadLease& lease,
+                         const std::optional<vault::KeptItem>& kept) {
+    struct stat moved {};
+    if (fstatat(file.FolderDescriptor(), aside.c_str(), &moved, AT_SYMLINK_NOFOLLOW) != 0) {
+        return RemovalResult::Gone;
     }
+    auto result = CheckName(file, aside, false);
+    if (result != RemovalResult::Removed) {
+        return result;
+    }
+    if (kept && !lease.IsHeld() && !HoldsWhatWasKept(file, *kept)) {
+        return RemovalResult::Changed;
+    }
+    // From the move on the time of the last change of state counts again.
+    struct stat now {};
+    if (fstat(file.Descriptor(), &now) != 0 || !SameInstant(now.st_ctim, moved.st_ctim) ||
+        !HasSameContents(now, file.Opened())) {
+        return RemovalResult::Changed;
+    }
+    return lease.IsBroken() ? RemovalResult::BeingWritten : RemovalResult::Removed;
+}
+
+RemovalResult MoveAsideAndRemove(const TargetFile& file, const ReadLease& lease,
+                                 const std::optional<vault::KeptItem>& kept) {
     const int folder = file.FolderDescriptor();
     const std::string aside = UnguessableName();
     if (aside.empty() || !MoveAside(folder, file.BaseName(), aside)) {
         return RemovalResult::NotPermitted;
     }
     // Whatever took the name between the check and the move has been moved: look again.
-    auto result = CheckName(file, aside, false);
+    auto result = CheckMoved(file, aside, lease, kept);
     if (result == RemovalResult::Removed && unlinkat(folder, aside.c_str(), 0) != 0) {
         result = RemovalResult::NotPermitted;
     }
@@ -96,8 +130,47 @@ RemovalResult RemoveScannedFile(const TargetFile& file) {
     return result;
 }
 
-const char* RemovalText(RemovalResult result) {
-    switch (result) {
+}  // namespace
+
+Removal RemoveScannedFile(const TargetFile& file, const Disposal& disposal) {
+    const ReadLease lease(file.Descriptor());
+    if (lease.IsRefusedByWriter()) {
+        return {RemovalResult::BeingWritten};
+    }
+    // The file is still open, so nothing else can have come by its number.
+    auto result = CheckName(file, file.BaseName(), true);
+    if (result == RemovalResult::Removed && !MayChangeFolder(file)) {
+        result = RemovalResult::NotPermitted;
+    }
+    if (result != RemovalResult::Removed) {
+        return {result};
+    }
+    std::optional<vault::KeptItem> kept;
+    if (disposal.vault.isOn) {
+        std::string why;
+        kept = vault::Keep(
+            {file.Descriptor(), file.Opened(), file.Path(), disposal.virusName, disposal.database},
+            disposal.vault, why);
+        if (!kept) {
+            return {RemovalResult::NotKept, {}, why};
+        }
+        // That took its time.
+        result = CheckName(file, file.BaseName(), true);
+    }
+    if (result == RemovalResult::Removed && lease.IsBroken()) {
+        result = RemovalResult::BeingWritten;
+    }
+    if (result == RemovalResult::Removed) {
+        result = MoveAsideAndRemove(file, lease, kept);
+    }
+    if (result != RemovalResult::Removed && kept) {
+        vault::Discard(*kept, file.Opened().st_uid);
+    }
+    return {result, result == RemovalResult::Removed && kept ? kept->name : ""};
+}
+
+std::string RemovalText(const Removal& removal) {
+    switch (removal.result) {
         case RemovalResult::Removed:
             return "removed";
         case RemovalResult::Changed:
@@ -106,6 +179,10 @@ const char* RemovalText(RemovalResult result) {
             return "it is no longer there";
         case RemovalResult::Replaced:
             return "its name now belongs to another file";
+        case RemovalResult::BeingWritten:
+            return "somebody writes to it";
+        case RemovalResult::NotKept:
+            return "it could not be kept in the vault: " + removal.detail;
         case RemovalResult::NotPermitted:
             break;
     }

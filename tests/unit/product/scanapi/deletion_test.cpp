@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include "common/log.h"
+#include "product/vault/item_reader.h"
+#include "product/vault/place.h"
 #include "tests/unit/product/scanapi/archives.h"
 #include "tests/unit/product/scanapi/loaded_engine.h"
 
@@ -48,6 +50,112 @@ TEST_F(DeletionTest, LeavesNoTraceBehind) {
     Scan(path);
     EXPECT_EQ(Codes(), (Numbers{1001, 3003}));
     ExpectNames(m_tree.Path("d"), {});
+}
+
+// What is in the vault, of the files of the user who runs the test.
+std::vector<fs::path> ItemsInVault() {
+    std::vector<fs::path> items;
+    std::error_code ignored;
+    for (const auto& entry : fs::recursive_directory_iterator(vault::PathOfVault(), ignored)) {
+        if (entry.is_regular_file()) {
+            items.push_back(entry.path());
+        }
+    }
+    return items;
+}
+
+TEST_F(DeletionTest, KeepsACopyAndSaysWhere) {
+    Start();
+    DeleteAfter([] {});
+    const auto path = m_tree.Write("d/e.com", Eicar());
+    Scan(path);
+    EXPECT_EQ(Codes(), (Numbers{1001, 3003}));
+    const auto items = ItemsInVault();
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items[0].parent_path().filename(), std::to_string(geteuid()));
+    EXPECT_EQ(ReadAll("/zqcommon.log"), "scanapi: (" + path +
+                                            ") was deleted; the vault has it as " +
+                                            items[0].filename().string() + "\n");
+    std::string why;
+    const auto item = vault::ItemReader::Open(
+        common::FileDescriptor(open(items[0].c_str(), O_RDONLY | O_CLOEXEC)), why);
+    ASSERT_TRUE(item) << why;
+    EXPECT_EQ(item->Facts().path, path);
+    EXPECT_EQ(item->Facts().virusName, "Eicar-Test-Signature.UNOFFICIAL");
+    tagZQVERINFO version{};
+    m_library.getVersion(&version);
+    EXPECT_NE(version.major, 0);
+    char database[32];
+    std::snprintf(database, sizeof(database), "%u.%02u", version.major, version.minor);
+    EXPECT_EQ(item->Facts().database, database);
+    std::string contents;
+    EXPECT_TRUE(item->Extract(
+        [&](std::span<const std::byte> bytes) {
+            contents.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+            return true;
+        },
+        why));
+    EXPECT_EQ(contents, Eicar());
+}
+
+TEST_F(DeletionTest, TheCopyIsCleanToTheEngine) {
+    Start();
+    DeleteAfter([] {});
+    Scan(m_tree.Write("e.com", Eicar()));
+    const auto items = ItemsInVault();
+    ASSERT_EQ(items.size(), 1U);
+    m_messages.clear();
+    Scan(items[0]);
+    EXPECT_EQ(Codes(), (Numbers{1002}));
+}
+
+TEST_F(DeletionTest, ACopyThatCannotBeKeptKeepsTheFile) {
+    Start();
+    DeleteAfter([] {});
+    const fs::path vault = vault::PathOfVault();
+    fs::create_directories(vault.parent_path());
+    fs::create_directory(m_tree.Path("elsewhere"));
+    fs::create_directory_symlink(m_tree.Path("elsewhere"), vault);
+    const auto path = m_tree.Write("d/e.com", Eicar());
+    Scan(path);
+    ExpectNotDeleted(("scanapi: (" + path +
+                      ") was not deleted: it could not be kept in the vault: " + vault.string() +
+                      ": ")
+                         .c_str());
+    EXPECT_EQ(ReadAll(path), Eicar());
+    ExpectNames(m_tree.Path("d"), {"e.com"});
+    ExpectNames(m_tree.Path("elsewhere"), {});
+}
+
+TEST_F(DeletionTest, ASwitchedOffVaultDeletesAtOnce) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "the settings are believed of root only";
+    }
+    Start();
+    m_engine.Write("scanapi.conf", "[Vault]\nVault=off\n");
+    m_library.resetFlags();
+    DeleteAfter([] {});
+    Scan(m_tree.Write("e.com", Eicar()));
+    EXPECT_EQ(Codes(), (Numbers{1001, 3003}));
+    EXPECT_TRUE(ItemsInVault().empty());
+    EXPECT_EQ(ReadAll("/zqcommon.log"), "");
+    // And on again, from the start of the program on.
+    m_engine.Write("scanapi.conf", "[Vault]\nVault=on\n");
+    m_library.deinit();
+    StartWith(Options());
+    Scan(m_tree.Write("e.com", Eicar()));
+    EXPECT_EQ(ItemsInVault().size(), 1U);
+}
+
+TEST_F(DeletionTest, AFileThatSomebodyWritesToIsKept) {
+    Start();
+    const auto path = m_tree.Write("e.com", Eicar());
+    const common::FileDescriptor writer(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    DeleteAfter([] {});
+    Scan(path);
+    ExpectNotDeleted("somebody writes to it");
+    EXPECT_EQ(ReadAll(path), Eicar());
+    EXPECT_TRUE(ItemsInVault().empty());
 }
 
 TEST_F(DeletionTest, AnotherFileUnderTheNameIsKept) {
@@ -184,6 +292,7 @@ TEST_F(DeletionTest, WhatMayNotBeDeletedIsReportedAsSkipped) {
     ASSERT_EQ(seteuid(0), 0);
     ExpectNotDeleted("the system does not allow it");
     ExpectNames(m_tree.Path("d"), {"e.com"});
+    EXPECT_TRUE(ItemsInVault().empty());
 }
 
 }  // namespace

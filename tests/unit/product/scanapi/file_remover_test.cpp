@@ -4,21 +4,28 @@
 #include "product/scanapi/file_remover.h"
 
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
 #include <set>
+#include <string_view>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "product/vault/item_reader.h"
+#include "product/vault/place.h"
 #include "tests/unit/product/scanapi/loaded_engine.h"
 
 namespace {
 
 std::function<void()> g_beforeMove;
 std::function<void()> g_beforeMoveBack;
+std::function<void()> g_beforeKept;
+bool g_hasLeases = true;
 bool g_knowsNoReplace = true;
 int g_moves = 0;
 
@@ -26,7 +33,8 @@ int g_moves = 0;
 
 extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
                          unsigned int flags) noexcept {
-    const auto& act = g_moves++ == 0 ? g_beforeMove : g_beforeMoveBack;
+    const bool isOfVault = std::string_view(from) == ".unfinished";
+    const auto& act = isOfVault ? g_beforeKept : g_moves++ == 0 ? g_beforeMove : g_beforeMoveBack;
     if (act) {
         act();
     }
@@ -37,13 +45,31 @@ extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const c
     return static_cast<int>(syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
 }
 
+extern "C" int fcntl(int file, int command, ...) {
+    std::va_list arguments;
+    va_start(arguments, command);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (command == F_SETLEASE && !g_hasLeases) {
+        errno = EINVAL;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_fcntl, file, command, argument));
+}
+
 namespace {
 
 using namespace scanapi;
 namespace fs = std::filesystem;
 using Names = std::set<std::string>;
 
-class FileRemoverTest : public testing::TestWithParam<bool> {
+struct World {
+    bool knowsNoReplace;  // Some file systems cannot move without replacing,
+    bool hasLeases;       // or have no leases;
+    bool hasVault;        // what is promised is the same there.
+};
+
+class FileRemoverTest : public testing::TestWithParam<World> {
 protected:
     void SetUp() override {
         if (std::getenv("CORVANE_SANDBOX") == nullptr) {
@@ -52,15 +78,49 @@ protected:
         fs::remove("/zqcommon.log");
         g_beforeMove = nullptr;
         g_beforeMoveBack = nullptr;
-        g_knowsNoReplace = GetParam();
+        g_beforeKept = nullptr;
+        g_knowsNoReplace = GetParam().knowsNoReplace;
+        g_hasLeases = GetParam().hasLeases;
         g_moves = 0;
+        setenv("XDG_DATA_HOME", m_tree.Path("data").c_str(), 1);
+        fs::remove_all(vault::PathOfVault());
     }
-    // Some file systems cannot move without replacing; what is promised is the same there.
     RemovalResult RemoveBad() {
         EngineOpenStatus status = kOpenFailed;
         const auto file = TargetFile::Open(m_bad.c_str(), status);
         EXPECT_NE(file, nullptr);
-        return RemoveScannedFile(*file);
+        Disposal disposal{{}, "Test.Virus", "275.12"};
+        disposal.vault.isOn = GetParam().hasVault;
+        const Removal removal = RemoveScannedFile(*file, disposal);
+        m_item = removal.item;
+        const bool isKept = removal.result == RemovalResult::Removed && GetParam().hasVault;
+        EXPECT_EQ(ItemsInVault(), isKept ? Names{m_item} : Names{});
+        return removal.result;
+    }
+    static Names ItemsInVault() {
+        Names names;
+        std::error_code ignored;
+        for (const auto& entry : fs::recursive_directory_iterator(vault::PathOfVault(), ignored)) {
+            if (entry.is_regular_file()) {
+                names.insert(entry.path().filename());
+            }
+        }
+        return names;
+    }
+    // Tries to open it as an editor does that saves, but waits for nobody. Where a lease keeps it
+    // out, that alone must keep the file.
+    void SaveOver(const std::string& contents) const {
+        const int file = open(m_bad.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        EXPECT_EQ(file < 0, GetParam().hasLeases);
+        EXPECT_TRUE(file >= 0 || errno == EWOULDBLOCK);
+        if (file >= 0) {
+            EXPECT_EQ(write(file, contents.data(), contents.size()),
+                      static_cast<ssize_t>(contents.size()));
+            close(file);
+        }
+    }
+    [[nodiscard]] std::string AfterSaving(const std::string& contents) const {
+        return GetParam().hasLeases ? "bad contents" : contents;
     }
     [[nodiscard]] Names NamesLeft() const {
         Names names;
@@ -72,11 +132,64 @@ protected:
 
     TemporaryTree m_tree;
     std::string m_bad = m_tree.Write("d/bad", "bad contents");
+    std::string m_item;
 };
 
 TEST_P(FileRemoverTest, WhatWasScannedGoes) {
     EXPECT_EQ(RemoveBad(), RemovalResult::Removed);
     EXPECT_EQ(NamesLeft(), Names{});
+}
+
+TEST_P(FileRemoverTest, WhatGoesIsInTheVault) {
+    EXPECT_EQ(RemoveBad(), RemovalResult::Removed);
+    const std::string path = vault::PathOfVault() + "/" + std::to_string(geteuid()) + "/" + m_item;
+    std::string why;
+    const auto item = vault::ItemReader::Open(
+        common::FileDescriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC)), why);
+    ASSERT_EQ(item.has_value(), GetParam().hasVault) << why;
+    if (item) {
+        EXPECT_EQ(item->Facts().path, m_bad);
+        EXPECT_EQ(item->Facts().virusName, "Test.Virus");
+        EXPECT_EQ(item->Facts().database, "275.12");
+        EXPECT_EQ(item->Facts().size, 12U);
+    }
+}
+
+TEST_P(FileRemoverTest, WhatIsOpenForWritingStays) {
+    const int writer = open(m_bad.c_str(), O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(RemoveBad(),
+              GetParam().hasLeases ? RemovalResult::BeingWritten : RemovalResult::Removed);
+    close(writer);
+    EXPECT_EQ(NamesLeft(), GetParam().hasLeases ? Names{"bad"} : Names{});
+}
+
+TEST_P(FileRemoverTest, AFileWrittenToWhileItWasCopiedStays) {
+    g_beforeKept = [this] { SaveOver("new contents"); };
+    const RemovalResult result = RemoveBad();
+    if (GetParam().hasVault) {
+        EXPECT_EQ(result,
+                  GetParam().hasLeases ? RemovalResult::BeingWritten : RemovalResult::Changed);
+        EXPECT_EQ(NamesLeft(), Names{"bad"});
+        EXPECT_EQ(ReadAll(m_bad), AfterSaving("new contents"));
+    }
+}
+
+// What a lease prevents, the comparison with the copy sees where there is none.
+TEST_P(FileRemoverTest, AFileWrittenToJustBeforeTheMoveWithItsTimesPutBackStays) {
+    if (!GetParam().hasLeases && !GetParam().hasVault) {
+        GTEST_SKIP() << "nothing tells of it then";
+    }
+    g_beforeMove = [this] {
+        struct stat before {};
+        ASSERT_EQ(stat(m_bad.c_str(), &before), 0);
+        SaveOver("new contents");
+        const timespec times[2] = {before.st_atim, before.st_mtim};
+        ASSERT_EQ(utimensat(AT_FDCWD, m_bad.c_str(), times, 0), 0);
+    };
+    EXPECT_EQ(RemoveBad(),
+              GetParam().hasLeases ? RemovalResult::BeingWritten : RemovalResult::Changed);
+    EXPECT_EQ(NamesLeft(), Names{"bad"});
+    EXPECT_EQ(ReadAll(m_bad), AfterSaving("new contents"));
 }
 
 TEST_P(FileRemoverTest, AFileThatTakesTheNameAfterTheCheckComesBack) {
@@ -102,10 +215,11 @@ TEST_P(FileRemoverTest, ALinkThatTakesTheNameAfterTheCheckComesBack) {
 }
 
 TEST_P(FileRemoverTest, AFileWrittenToAfterTheCheckComesBack) {
-    g_beforeMove = [this] { m_tree.Write("d/bad", "the user has just saved this"); };
-    EXPECT_EQ(RemoveBad(), RemovalResult::Changed);
+    g_beforeMove = [this] { SaveOver("the user has just saved this"); };
+    EXPECT_EQ(RemoveBad(),
+              GetParam().hasLeases ? RemovalResult::BeingWritten : RemovalResult::Changed);
     EXPECT_EQ(NamesLeft(), Names{"bad"});
-    EXPECT_EQ(ReadAll(m_bad), "the user has just saved this");
+    EXPECT_EQ(ReadAll(m_bad), AfterSaving("the user has just saved this"));
 }
 
 TEST_P(FileRemoverTest, ANameTakenMeanwhileIsNotReplacedByMovingBack) {
@@ -130,6 +244,9 @@ TEST_P(FileRemoverTest, AFileThatIsGoneAfterTheCheckWasNotDeletedByUs) {
     EXPECT_EQ(NamesLeft(), Names{});
 }
 
-INSTANTIATE_TEST_SUITE_P(WithAndWithoutNoReplace, FileRemoverTest, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(Worlds, FileRemoverTest,
+                         testing::Values(World{true, true, true}, World{true, true, false},
+                                         World{true, false, true}, World{true, false, false},
+                                         World{false, true, true}, World{false, false, false}));
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "common/text_field.h"
+#include "product/vault/place.h"
 #include "tests/unit/product/scanapi/archives.h"
 
 TemporaryTree::TemporaryTree() {
@@ -70,6 +71,9 @@ void EngineTest::SetUp() {
     }
     std::filesystem::remove("/zqcommon.log");
     std::filesystem::remove_all("/var/lib/clamav");
+    // Where an ordinary user's vault is; root's is in its fixed place.
+    setenv("XDG_DATA_HOME", m_engine.Path("data").c_str(), 1);
+    std::filesystem::remove_all(vault::PathOfVault());
     std::filesystem::create_directory(m_engine.Path("tmp"));
     ASSERT_NE(m_library.init, nullptr);
 }

@@ -10,8 +10,8 @@
 namespace fs = std::filesystem;
 
 void VaultTest::SetUp() {
-    if (!HasPrivateRoot()) {
-        GTEST_SKIP() << "writes to the vault: runs in a private root of tests/support/sandbox only";
+    if (!InSandbox()) {
+        GTEST_SKIP() << "writes to the vault: runs in tests/support/sandbox only";
     }
     ::setenv("XDG_DATA_HOME", (m_files / "data").c_str(), 1);
     m_vault = vault::PathOfVault() + "/";

@@ -1,0 +1,112 @@
+#include "product/scanapi/engine_settings.h"
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <fcntl.h>
+#include <string_view>
+#include <strings.h>
+#include <sys/stat.h>
+
+#include "common/log.h"
+#include "common/profile.h"
+#include "common/regular_file.h"
+
+namespace scanapi {
+
+namespace {
+
+constexpr char kVaultSection[] = "Vault";
+constexpr std::uint64_t kMiB = std::uint64_t{1} << 20U;
+
+// The file as it was found to be root's: what takes its name meanwhile is not read.
+class SettingsFile {
+public:
+    explicit SettingsFile(const std::string& path) : m_path(path) {
+        m_file = common::OpenRegularFile(path.c_str(), O_RDONLY, common::Links::kNoSymbolic);
+        struct stat status {};
+        if (!m_file) {
+            if (errno != ENOENT) {
+                Log(std::string("is not read: ") + std::strerror(errno));
+            }
+        } else if (fstat(m_file.Get(), &status) != 0 || status.st_uid != 0 ||
+                   (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+            Log("is not believed: it is not root's, or others may write to it");
+            m_file.Reset();
+        }
+    }
+
+    // The value, trimmed; empty when it is not set.
+    [[nodiscard]] std::string Text(const char* section, const char* key) const {
+        std::array<char, 256> value{};
+        std::uint32_t error = 0;
+        if (m_file) {
+            const std::string path = "/proc/self/fd/" + std::to_string(m_file.Get());
+            GetPrivateProfileString(section, key, "", value.data(), value.size(), path.c_str(),
+                                    &error);
+        }
+        return value.data();
+    }
+
+    void ReadNumber(const char* section, const char* key, std::uint64_t least, std::uint64_t most,
+                    std::uint64_t& number) const {
+        const std::string text = Text(section, key);
+        std::uint64_t read = 0;
+        const char* const end = text.data() + text.size();
+        if (text.empty()) {
+            return;
+        }
+        const auto [stop, error] = std::from_chars(text.data(), end, read);
+        if (error == std::errc() && stop == end && read >= least && read <= most) {
+            number = read;
+        } else {
+            LogValue(section, key,
+                     "a number from " + std::to_string(least) + " to " + std::to_string(most));
+        }
+    }
+
+    void ReadSwitch(const char* section, const char* key, bool& isOn) const {
+        const std::string text = Text(section, key);
+        if (strcasecmp(text.c_str(), "on") == 0) {
+            isOn = true;
+        } else if (strcasecmp(text.c_str(), "off") == 0) {
+            isOn = false;
+        } else if (!text.empty()) {
+            LogValue(section, key, "on or off");
+        }
+    }
+
+private:
+    void Log(const std::string& what) const {
+        const std::string line = "scanapi: (" + m_path + ") " + what;
+        WriteToLog(common::kCommonLog, line.c_str());
+    }
+    void LogValue(const char* section, const char* key, const std::string& what) const {
+        Log(std::string("[") + section + "] " + key + " is not " + what + "; the default is used");
+    }
+
+    std::string m_path;
+    common::FileDescriptor m_file;
+};
+
+void ReadVault(const SettingsFile& file, vault::Settings& settings) {
+    file.ReadSwitch(kVaultSection, "Vault", settings.isOn);
+    std::uint64_t days = settings.days;
+    file.ReadNumber(kVaultSection, "Days", vault::kYoungDays, 3650, days);
+    settings.days = static_cast<unsigned int>(days);
+    std::uint64_t size = settings.bytes / kMiB;
+    file.ReadNumber(kVaultSection, "MiB", 1, kMiB, size);
+    settings.bytes = size * kMiB;
+}
+
+}  // namespace
+
+EngineSettings ReadEngineSettings(const std::string& engineDirectory) {
+    const SettingsFile file(engineDirectory + kSettingsFileName);
+    EngineSettings settings;
+    ReadVault(file, settings.vault);
+    return settings;
+}
+
+}  // namespace scanapi

@@ -1,0 +1,58 @@
+#include "product/scanapi/read_lease.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <pthread.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+namespace scanapi {
+
+namespace {
+
+// Makes a thread that ends at once the one that is told. The file stays its thread's: a later
+// thread of the same number is another one to the system.
+bool TellNobody(int file) {
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    // The thread inherits the mask: no signal of the program's may end up in it.
+    if (pthread_sigmask(SIG_SETMASK, &all, &before) != 0) {
+        return false;
+    }
+    bool isSet = false;
+    try {
+        std::thread([&] {
+            const f_owner_ex owner{F_OWNER_TID, gettid()};
+            isSet = fcntl(file, F_SETOWN_EX, &owner) == 0;
+        }).join();
+    } catch (const std::system_error&) {
+        isSet = false;
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return isSet;
+}
+
+}  // namespace
+
+ReadLease::ReadLease(int file) : m_file(file) {
+    if (!TellNobody(file)) {
+        return;
+    }
+    m_isHeld = fcntl(file, F_SETLEASE, F_RDLCK) == 0;
+    m_isRefusedByWriter = !m_isHeld && errno == EAGAIN;
+}
+
+ReadLease::~ReadLease() {
+    if (m_isHeld) {
+        (void)fcntl(m_file, F_SETLEASE, F_UNLCK);
+    }
+}
+
+bool ReadLease::IsBroken() const {
+    return m_isHeld && fcntl(m_file, F_GETLEASE) != F_RDLCK;
+}
+
+}  // namespace scanapi
