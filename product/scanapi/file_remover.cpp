@@ -79,18 +79,19 @@ bool MayChangeFolder(const TargetFile& file) {
     return faccessat(file.FolderDescriptor(), ".", W_OK | X_OK, AT_EACCESS) == 0;
 }
 
-// The contents are those of the copy. Asked where no lease keeps writers away: then this is what
-// sees those who put size and times back.
-bool HoldsWhatWasKept(const TargetFile& file, const vault::KeptItem& kept) {
-    return lseek(file.Descriptor(), 0, SEEK_SET) == 0 &&
-           signed_index::DigestOf(file.Descriptor(), file.Size())
-                   .value_or(signed_index::FileDigest{})
-                   .sha256 == kept.sha256;
+// Empty when it cannot be read.
+std::string DigestOf(const TargetFile& file) {
+    return lseek(file.Descriptor(), 0, SEEK_SET) == 0
+               ? signed_index::DigestOf(file.Descriptor(), file.Size())
+                     .value_or(signed_index::FileDigest{})
+                     .sha256
+               : std::string();
 }
 
-// Whether what was moved aside may go: the file as it was scanned.
+// Whether what was moved aside may go: the file as it was scanned. Where no lease keeps writers
+// away it still has to have this digest: that tells of those who have put size and times back.
 RemovalResult CheckMoved(const TargetFile& file, const std::string& aside, const ReadLease& lease,
-                         const std::optional<vault::KeptItem>& kept) {
+                         const std::string& digest) {
     struct stat moved {};
     if (fstatat(file.FolderDescriptor(), aside.c_str(), &moved, AT_SYMLINK_NOFOLLOW) != 0) {
         return RemovalResult::Gone;
@@ -99,7 +100,7 @@ RemovalResult CheckMoved(const TargetFile& file, const std::string& aside, const
     if (result != RemovalResult::Removed) {
         return result;
     }
-    if (kept && !lease.IsHeld() && !HoldsWhatWasKept(file, *kept)) {
+    if (!lease.IsHeld() && DigestOf(file) != digest) {
         return RemovalResult::Changed;
     }
     // From the move on the time of the last change of state counts again.
@@ -112,14 +113,14 @@ RemovalResult CheckMoved(const TargetFile& file, const std::string& aside, const
 }
 
 RemovalResult MoveAsideAndRemove(const TargetFile& file, const ReadLease& lease,
-                                 const std::optional<vault::KeptItem>& kept) {
+                                 const std::string& digest) {
     const int folder = file.FolderDescriptor();
     const std::string aside = UnguessableName();
     if (aside.empty() || !MoveAside(folder, file.BaseName(), aside)) {
         return RemovalResult::NotPermitted;
     }
     // Whatever took the name between the check and the move has been moved: look again.
-    auto result = CheckMoved(file, aside, lease, kept);
+    auto result = CheckMoved(file, aside, lease, digest);
     if (result == RemovalResult::Removed && unlinkat(folder, aside.c_str(), 0) != 0) {
         result = RemovalResult::NotPermitted;
     }
@@ -146,6 +147,7 @@ Removal RemoveScannedFile(const TargetFile& file, const Disposal& disposal) {
         return {result};
     }
     std::optional<vault::KeptItem> kept;
+    std::string digest;
     if (disposal.vault.isOn) {
         std::string why;
         kept = vault::Keep(
@@ -154,14 +156,17 @@ Removal RemoveScannedFile(const TargetFile& file, const Disposal& disposal) {
         if (!kept) {
             return {RemovalResult::NotKept, {}, why};
         }
-        // That took its time.
-        result = CheckName(file, file.BaseName(), true);
+        digest = kept->sha256;
+    } else if (!lease.IsHeld()) {
+        digest = DigestOf(file);
     }
+    // That took its time.
+    result = CheckName(file, file.BaseName(), true);
     if (result == RemovalResult::Removed && lease.IsBroken()) {
         result = RemovalResult::BeingWritten;
     }
     if (result == RemovalResult::Removed) {
-        result = MoveAsideAndRemove(file, lease, kept);
+        result = MoveAsideAndRemove(file, lease, digest);
     }
     if (result != RemovalResult::Removed && kept) {
         vault::Discard(*kept, file.Opened().st_uid);
