@@ -12,6 +12,7 @@
 #include "common/log.h"
 #include "product/scanapi/read_lease.h"
 #include "product/signed_index/sha256.h"
+#include "product/vault/free_name.h"
 #include "product/vault/keep.h"
 
 namespace scanapi {
@@ -52,13 +53,6 @@ bool KnowsNoReplace(int error) {
 bool MoveAside(int folder, const std::string& from, const std::string& to) {
     return renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0 ||
            (!KnowsNoReplace(errno) && renameat(folder, from.c_str(), folder, to.c_str()) == 0);
-}
-
-// Back to its old name, unless somebody has taken that meanwhile: then it keeps the new one.
-bool MoveBack(int folder, const std::string& from, const std::string& to) {
-    return renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0 ||
-           (!KnowsNoReplace(errno) && linkat(folder, from.c_str(), folder, to.c_str(), 0) == 0 &&
-            unlinkat(folder, from.c_str(), 0) == 0);
 }
 
 RemovalResult CheckName(const TargetFile& file, const std::string& name, bool alsoState) {
@@ -124,7 +118,8 @@ RemovalResult MoveAsideAndRemove(const TargetFile& file, const ReadLease& lease,
     if (result == RemovalResult::Removed && unlinkat(folder, aside.c_str(), 0) != 0) {
         result = RemovalResult::NotPermitted;
     }
-    if (result != RemovalResult::Removed && !MoveBack(folder, aside, file.BaseName())) {
+    if (result != RemovalResult::Removed &&
+        !vault::MoveToFreeName(folder, aside.c_str(), file.BaseName().c_str())) {
         const std::string line = "scanapi: (" + file.Path() + ") now bears the name " + aside;
         WriteToLog(common::kCommonLog, line.c_str());
     }

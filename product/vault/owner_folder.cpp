@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <ctime>
 #include <fcntl.h>
-#include <linux/fs.h>
 #include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -17,6 +16,7 @@
 #include "common/directory_reader.h"
 #include "common/regular_file.h"
 #include "common/times.h"
+#include "product/vault/free_name.h"
 
 namespace vault {
 
@@ -60,13 +60,6 @@ std::string NewName(std::int64_t now) {
     char digits[9];
     std::snprintf(digits, sizeof(digits), "%08x", random);
     return time + "-" + digits;
-}
-
-// File systems that cannot rename without replacing take a further name instead.
-bool MoveToFreeName(int folder, const char* from, const char* to) {
-    return renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0 ||
-           ((errno == EINVAL || errno == ENOSYS) && linkat(folder, from, folder, to, 0) == 0 &&
-            unlinkat(folder, from, 0) == 0);
 }
 
 }  // namespace
