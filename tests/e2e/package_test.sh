@@ -82,7 +82,17 @@ done
 Expect "no record in the virus log" "[]" "$(corvane-virlog --format json 2>/dev/null)"
 Expect "no settings password" "No settings password is set." "$(corvane-admin status)"
 
+Expect "the program for kept files" "corvane-vault $(ControlField Version)" "$(corvane-vault --version)"
+Expect "the settings of the engine and their manual" "$kProductDir/scanapi.conf
+/usr/share/man/man1/corvane-vault.1.gz
+/usr/share/man/man5/scanapi.conf.5.gz" "$(dpkg -L corvane | grep -E 'corvane-vault\.1|scanapi\.conf' | LC_ALL=C sort)"
+Expect "all of them are defaults" "[Vault]" "$(grep -vE '^(;.*)?$' "$kProductDir/scanapi.conf")"
+Expect "nobody but root can change them" "644 root" "$(stat -c '%a %U' "$kProductDir/scanapi.conf")"
+
 # What people have changed outlives an upgrade.
+printf '[Vault]\nDays=90\n' >"$kProductDir/scanapi.conf"
+mkdir -p /var/lib/corvane/vault/0
+echo kept >/var/lib/corvane/vault/0/20261122-074512-9f3a1c02
 SetAction 4
 printf 'secret\n' | corvane-admin set-password --stdin >/dev/null
 echo report >"$kProductDir/reports/scn0001.log"
@@ -95,6 +105,7 @@ ln -sf "$scratch/victim" "$kProductDir/reports/VirMain.dat"
 ln -sf "$scratch/made" "$kProductDir/reports/RecOffset.dat"
 Must "it upgrades" Dpkg --install "$package"
 Expect "the settings are kept" 04000b "$(Bytes "$kProductDir/zqscn.opt")"
+Expect "the settings of the engine are kept" "Days=90" "$(tail -n 1 "$kProductDir/scanapi.conf")"
 Expect "the reports are kept" report "$(cat "$kProductDir/reports/scn0001.log")"
 Expect "the virus log is kept" record "$(cat "$kProductDir/reports/VirRcONE.dat")"
 Expect "the version file is kept" 'defs/current/scanver.cnf a version of 20 bytes' \
@@ -105,7 +116,9 @@ Expect "the password is kept" "A settings password is set" "$(corvane-admin stat
 
 Must "it is removed" Dpkg --remove corvane
 Expect "the program is gone" no "$(YesOrNo test -e "$kProductDir/corvane")"
+Expect "what was kept of deleted files stays" kept "$(cat /var/lib/corvane/vault/0/*)"
 Expect "the reports stay" report "$(cat "$kProductDir/reports/scn0001.log")"
 Must "it is purged" Dpkg --purge corvane
-Expect "nothing is left" no "$(YesOrNo test -e /usr/lib/Corvane)"
+Expect "nothing is left" "no no" \
+    "$(YesOrNo test -e /usr/lib/Corvane) $(YesOrNo test -e /var/lib/corvane)"
 Finish
