@@ -41,7 +41,8 @@ Finish() {
 SetUp() {
     build=$1
     scratch=$(mktemp -d)
-    chmod 777 "$scratch"
+    # Sticky, as /tmp is: the vault of a user lies in no folder in which others may rename it.
+    chmod 1777 "$scratch"
     export HOME=$scratch
     unset XDG_RUNTIME_DIR
     Must "the product is installed" "$e2eRoot/packaging/install-stage" "$build/stage"
