@@ -137,7 +137,7 @@ common::FileDescriptor OpenPrivateFolder(const std::string& path, Missing missin
         if (next.empty()) {
             folder = OpenPrivateFolderAt(folder.Get(), name, missing, why);
             if (!folder) {
-                why = walked.substr(0, walked.size() - name.size()) + why;
+                why.insert(0, walked, 0, walked.size() - name.size());
             }
             return folder;
         }
