@@ -4,6 +4,7 @@
 #include "product/scanapi/file_remover.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -14,7 +15,9 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
+#include <utility>
 
 #include "product/vault/item_reader.h"
 #include "product/vault/place.h"
@@ -25,6 +28,7 @@ namespace {
 std::function<void()> g_beforeMove;
 std::function<void()> g_beforeMoveBack;
 std::function<void()> g_beforeKept;
+std::function<void()> g_beforeLastLook;
 bool g_hasLeases = true;
 bool g_knowsNoReplace = true;
 int g_moves = 0;
@@ -43,6 +47,14 @@ extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const c
         return -1;
     }
     return static_cast<int>(syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
+}
+
+// After the move the file itself is looked at once, at the end.
+extern "C" int fstat(int file, struct stat* status) noexcept {
+    if (g_moves == 1 && g_beforeLastLook) {
+        std::exchange(g_beforeLastLook, nullptr)();
+    }
+    return static_cast<int>(syscall(SYS_newfstatat, file, "", status, AT_EMPTY_PATH));
 }
 
 extern "C" int fcntl(int file, int command, ...) {
@@ -79,6 +91,7 @@ protected:
         g_beforeMove = nullptr;
         g_beforeMoveBack = nullptr;
         g_beforeKept = nullptr;
+        g_beforeLastLook = nullptr;
         g_knowsNoReplace = GetParam().knowsNoReplace;
         g_hasLeases = GetParam().hasLeases;
         g_moves = 0;
@@ -209,6 +222,25 @@ TEST_P(FileRemoverTest, ALinkThatTakesTheNameAfterTheCheckComesBack) {
     EXPECT_EQ(NamesLeft(), Names{"bad"});
     EXPECT_EQ(fs::read_symlink(m_bad), precious);
     EXPECT_EQ(ReadAll(precious), "precious");
+}
+
+TEST_P(FileRemoverTest, AFileWrittenToAfterItsContentsWereComparedComesBack) {
+    g_beforeLastLook = [this] {
+        struct stat before {};
+        for (const auto& entry : fs::directory_iterator(m_tree.Path("d"))) {
+            m_bad = entry.path();
+        }
+        ASSERT_EQ(stat(m_bad.c_str(), &before), 0);
+        // Longer than a tick of the clock that the times of files are taken from.
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        SaveOver("new contents");
+        const timespec times[2] = {before.st_atim, before.st_mtim};
+        ASSERT_EQ(utimensat(AT_FDCWD, m_bad.c_str(), times, 0), 0);
+    };
+    const auto result = RemoveBad();
+    EXPECT_TRUE(result == RemovalResult::Changed || result == RemovalResult::BeingWritten);
+    EXPECT_EQ(NamesLeft(), Names{"bad"});
+    EXPECT_EQ(ReadAll(m_tree.Path("d/bad")), AfterSaving("new contents"));
 }
 
 TEST_P(FileRemoverTest, AFileWrittenToAfterTheCheckComesBack) {

@@ -395,6 +395,30 @@ TEST_F(Item, WithContentsThatLieGivesNoMoreThanItSaid) {
     ExpectContentsRefused(made);
 }
 
+TEST_F(Item, WithSomethingBehindContentsThatEndWithAPieceIsRefused) {
+    constexpr std::size_t kPiece = 65536;  // of what is read at once
+    HandMade made;
+    std::string packed;
+    for (std::size_t size = kPiece - 100; packed.size() != kPiece; ++size) {
+        ASSERT_LT(size, kPiece);
+        made.contents.assign(size, 'c');
+        packed.assign(2 * kPiece, '\0');
+        uLongf length = packed.size();
+        compress2(reinterpret_cast<Bytef*>(packed.data()), &length,
+                  reinterpret_cast<const Bytef*>(made.contents.data()), size, 0);
+        packed.resize(length);
+    }
+    made.size = made.contents.size();
+    made.digest = Sha256(made.contents);
+    made.packed = packed;
+    const auto item = Read(made.Bytes());
+    ASSERT_TRUE(item) << m_why;
+    EXPECT_EQ(Contents(*item), made.contents);
+    EXPECT_TRUE(m_isWhole) << m_why;
+    made.packed += "x";
+    ExpectContentsRefused(made);
+}
+
 TEST_F(Item, WhoseReaderHasEnoughGivesNoMore) {
     const std::string contents(200'000, 'c');
     const auto item = Read(Write(contents, SomeFacts(contents.size())));
