@@ -8,12 +8,12 @@
 
 #include "product/vault/item_writer.h"
 #include "product/vault/owner_folder.h"
+#include "product/vault/room.h"
 
 namespace vault {
 
 namespace {
 
-constexpr std::int64_t kDay = 86'400;  // seconds
 constexpr mode_t kModeBits = 07777;
 
 bool SameInstant(const timespec& left, const timespec& right) {
@@ -68,30 +68,9 @@ ItemFacts FactsOf(const FileToKeep& file, std::int64_t now) {
     return facts;
 }
 
-// Which of the items have to go for `bytes` to come, the oldest first. None where it is not allowed
-// to remove as many.
-std::optional<std::vector<std::string>> ToRemoveFor(std::uint64_t bytes, std::int64_t now,
-                                                    const std::vector<ItemEntry>& items,
-                                                    const Settings& settings) {
-    std::uint64_t used = bytes;
-    for (const ItemEntry& item : items) {
-        used += item.bytes;
-    }
-    std::vector<std::string> names;
-    for (const ItemEntry& item : items) {
-        const std::int64_t age = now - item.kept;
-        const bool isOver = age >= std::int64_t{settings.days} * kDay;
-        if (isOver || (used > settings.bytes && age >= std::int64_t{kYoungDays} * kDay)) {
-            names.push_back(item.name);
-            used -= item.bytes;
-        }
-    }
-    return used <= settings.bytes ? std::optional(names) : std::nullopt;
-}
-
 // Writes the item under the name of an unfinished one and finishes it. Empty on failure.
 std::string Write(const FileToKeep& file, const OwnerFolder& folder, const Settings& settings,
-                  ItemFacts& facts, std::string& why) {
+                  const Usage& before, ItemFacts& facts, std::string& why) {
     const common::FileDescriptor item = folder.MakeUnfinished();
     if (!item) {
         why = std::strerror(errno);
@@ -109,8 +88,8 @@ std::string Write(const FileToKeep& file, const OwnerFolder& folder, const Setti
         why = "it changed while it was copied";
         return {};
     }
-    const auto toRemove = ToRemoveFor(RoomOf(written), facts.kept, folder.Items(), settings);
-    if (!toRemove) {
+    const auto plan = PlanRoom(folder, before, RoomOf(written), facts.kept, settings);
+    if (!plan) {
         why = "the vault is full";
         return {};
     }
@@ -119,8 +98,12 @@ std::string Write(const FileToKeep& file, const OwnerFolder& folder, const Setti
         why = std::string("it cannot be written to the vault: ") + std::strerror(errno);
         return {};
     }
-    for (const std::string& old : *toRemove) {
-        (void)folder.Remove(old);
+    bool areRemoved = true;
+    for (const std::string& old : plan->toRemove) {
+        areRemoved = folder.Remove(old) && areRemoved;
+    }
+    if (areRemoved) {
+        RememberUsage(folder, plan->after);
     }
     return name;
 }
@@ -152,9 +135,11 @@ std::optional<KeptItem> Keep(const FileToKeep& file, const Settings& settings, s
     if (!folder) {
         return std::nullopt;
     }
-    const std::string name = Write(file, *folder, settings, facts, why);
+    const Usage before = UsageOf(*folder);
+    const std::string name = Write(file, *folder, settings, before, facts, why);
     if (name.empty()) {
         folder->RemoveUnfinished();
+        RememberUsage(*folder, before);
         return std::nullopt;
     }
     return KeptItem{name, facts.sha256};

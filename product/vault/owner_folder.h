@@ -43,6 +43,8 @@ public:
     static std::optional<OwnerFolder> Open(int vault, uid_t owner, Missing missing,
                                            std::string& why);
 
+    [[nodiscard]] int Descriptor() const { return m_folder.Get(); }
+
     /// Locks it until the object is gone; waits ten seconds for another process. False when that
     /// was not enough.
     [[nodiscard]] bool Lock() const;

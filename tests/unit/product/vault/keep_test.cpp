@@ -186,6 +186,37 @@ TEST_F(KeepTest, AVaultFullOfYoungItemsKeepsThemAndNothingElse) {
     EXPECT_THAT(NamesInFolder(), ElementsAre(name));
 }
 
+// An owner of very many files would otherwise slow down each deletion.
+TEST_F(KeepTest, ALargeVaultIsLookedThroughOnlyWhenItHasChanged) {
+    m_settings.bytes = 100'000;
+    const std::string first = Keep(PutFile());
+    ASSERT_NE(first, "") << m_why;
+    WriteFile(Folder() + first, std::string(100'000, 'x'));
+    const std::string second = Keep(PutFile());
+    EXPECT_NE(second, "") << "nobody came or went: " << m_why;
+    // A refusal leaves things as they were; another item is a change.
+    m_settings.bytes = 100;
+    EXPECT_EQ(Keep(PutFile()), "");
+    m_settings.bytes = 100'000;
+    const std::string third = Keep(PutFile());
+    EXPECT_NE(third, "") << m_why;
+    (void)PutOld(1, 10);
+    ExpectNotKept("the vault is full");
+    EXPECT_EQ(NamesInFolder().size(), 4U);
+}
+
+TEST_F(KeepTest, WhatWasKeptInBetweenIsCounted) {
+    m_settings.bytes = 20'000;
+    std::vector<std::string> kept;
+    for (std::string name = "?"; !name.empty() && kept.size() < 100;) {
+        name = Keep(PutFile());
+        kept.push_back(name);
+    }
+    EXPECT_EQ(m_why, "the vault is full");
+    EXPECT_GT(kept.size(), 4U) << "each takes a block or less";
+    EXPECT_LT(kept.size(), 60U);
+}
+
 TEST_F(KeepTest, WhatOthersHaveFilledIsNotCounted) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "needs root to give a file away";
