@@ -36,7 +36,7 @@ std::uint64_t Number(std::string_view bytes) {
 
 std::size_t TakeNumber(FuzzInput& input) {
     const std::size_t low = input.TakeByte();
-    return low + 256U * input.TakeByte();
+    return low + std::size_t{256} * input.TakeByte();
 }
 
 std::string Bytes(std::uint64_t number, std::size_t size) {

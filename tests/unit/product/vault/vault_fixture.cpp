@@ -50,7 +50,7 @@ std::string VaultTest::PutOld(int days, std::size_t bytes) const {
     const std::time_t then = std::time(nullptr) - days * 86'400L - 60;
     std::tm utc{};
     ::gmtime_r(&then, &utc);
-    const std::string name = common::FormatTime("%Y%m%d-%H%M%S", utc) + "-00000000";
+    std::string name = common::FormatTime("%Y%m%d-%H%M%S", utc) + "-00000000";
     // Whoever looks by the time of the folder sees a change after a tick of its clock.
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     std::string why;
