@@ -28,8 +28,8 @@ inline constexpr char kItemMagic[] = "CORVANE VAULT\r\n\x1A";
 inline constexpr std::size_t kMagicSize = sizeof(kItemMagic) - 1;
 inline constexpr std::uint32_t kItemVersion = 1;
 inline constexpr std::size_t kDigestSize = 64;
-inline constexpr std::size_t kSignedHeadSize = 112;
-inline constexpr std::size_t kHeadSize = kSignedHeadSize + kDigestSize;
+inline constexpr std::size_t kDigestedHeadSize = 112;
+inline constexpr std::size_t kHeadSize = kDigestedHeadSize + kDigestSize;
 inline constexpr std::size_t kRecordHeadSize = 8;
 static_assert(kMagicSize == 16);
 

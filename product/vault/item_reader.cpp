@@ -155,9 +155,9 @@ bool ItemReader::ReadRecords(std::string& why) {
     }
     Scramble(m_key, 0, bytes);
     signed_index::Sha256 digest;
-    digest.Add(std::as_bytes(std::span(m_head).first(kSignedHeadSize)));
+    digest.Add(std::as_bytes(std::span(m_head).first(kDigestedHeadSize)));
     digest.Add(bytes);
-    if (std::string_view(m_head).substr(kSignedHeadSize) != digest.Finish() ||
+    if (std::string_view(m_head).substr(kDigestedHeadSize) != digest.Finish() ||
         !ParseRecords(records, m_facts)) {
         why = kDamaged;
         return false;
