@@ -202,8 +202,12 @@ private:
                         signed_index::FormatUtcTime(m_state.notBefore));
         }
         if (code == FreshclamChild::kDamagedDatabase) {
+            // Nothing of the mirror is refused by that.
+            if (std::exchange(m_isSecondTry, true)) {
+                return Fail("a database here was damaged again");
+            }
             m_job.progress.Refuse(ForLog(m_address) + ": a database here was damaged");
-            return std::exchange(m_isSecondTry, true) ? MirrorEnd::kRefused : Ask();
+            return Ask();
         }
         constexpr int kBadDatabase = 7;
         if (code == kBadDatabase) {

@@ -1,6 +1,7 @@
 // libfreshclam against a server of ours, with databases whose signatures are real. They are others'
 // and no part of this project; without them these tests are skipped.
 
+#include <algorithm>
 #include <filesystem>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -111,6 +112,34 @@ TEST_F(OfficialTest, ADamagedDatabaseMadeOfDifferencesIsLoadedAgain) {
     fs::remove_all(m_request.currentSet);
     Damage(m_folder / "download/official/test.cld");
     ExpectReplaced("test.cld");
+}
+
+// A disk that spoils all it is given: the mirror is not to blame.
+TEST_F(OfficialTest, ADatabaseThatIsDamagedAgainIsAFailureAndNotRefused) {
+    class BadDisk : public RecordingListener {
+    public:
+        explicit BadDisk(std::string path) : m_path(std::move(path)) {}
+        // Each try says so before it begins.
+        void Status(std::uint16_t status, std::string_view name) override {
+            RecordingListener::Status(status, name);
+            if (status == 2001 && !Exists(m_path)) {
+                fs::copy_file(Sample("test-6.cvd"), m_path);
+                Damage(m_path);
+            }
+        }
+
+    private:
+        std::string m_path;
+    };
+    BadDisk listener(m_folder / "download/official/test.cvd");
+    m_request.addresses = {m_server.Address()};
+    EXPECT_EQ(fetch::Fetch(m_request, listener).result, kUpdaterFailed);
+    EXPECT_THAT(listener.statuses, testing::ElementsAre("2000", "2001", "2004", "2001"));
+    EXPECT_EQ(std::count(listener.log.begin(), listener.log.end(),
+                         m_server.Address() + ": a database here was damaged"),
+              1);
+    EXPECT_EQ(listener.log.back(), m_server.Address() + ": a database here was damaged again");
+    EXPECT_FALSE(Exists(m_folder / "download/candidate"));
 }
 
 // What a power cut leaves: the length is right, and what was never written is zero.
