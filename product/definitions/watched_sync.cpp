@@ -18,20 +18,26 @@ namespace {
 
 constexpr int kTick = 50;  // milliseconds between two questions whether to go on
 constexpr int kFirstFree = 3;
+constexpr int kNotBegun = 255;  // the end of a child; larger than every number of an error
 
 enum class Flushed { kDone, kFailed, kStopped };
 
-/// Holds nothing of its parent's open but the file: nobody is to wait for it.
+/// Holds nothing of its parent's open but the file: nobody is to wait for it. Ends with 0, the
+/// number of the disk's error, or kNotBegun.
 [[noreturn]] void Flush(int file, int end) {
     const int own = ::fcntl(file, F_DUPFD, kFirstFree);
     const int ownEnd = ::fcntl(end, F_DUPFD, kFirstFree);
     const bool isAlone = ::dup2(own, STDIN_FILENO) >= 0 && ::dup2(ownEnd, STDOUT_FILENO) >= 0 &&
                          ::syscall(SYS_close_range, STDERR_FILENO, ~0U, 0) == 0;
-    ::_exit(isAlone && common::Retrying([] { return ::fsync(STDIN_FILENO); }) == 0 ? 0 : 1);
+    if (!isAlone) {
+        ::_exit(kNotBegun);
+    }
+    ::_exit(common::Retrying([] { return ::fsync(STDIN_FILENO); }) == 0 ? 0 : errno);
 }
 
 /// Has a child do it: a process that waits for a disk answers nobody, and could not be ended
-/// either. Where there can be no child it is for the caller to wait.
+/// either. Where there can be no such child it is for the caller to wait. Of a failure the reason
+/// is in errno.
 Flushed FlushInChild(int file, const GoOn& goOn) {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -57,7 +63,11 @@ Flushed FlushInChild(int file, const GoOn& goOn) {
     }
     int status = 0;
     (void)common::Retrying([&] { return ::waitpid(child, &status, 0); });
-    return WIFEXITED(status) && WEXITSTATUS(status) != 0 ? Flushed::kFailed : Flushed::kDone;
+    if (!WIFEXITED(status) || WEXITSTATUS(status) == 0 || WEXITSTATUS(status) == kNotBegun) {
+        return Flushed::kDone;
+    }
+    errno = WEXITSTATUS(status);
+    return Flushed::kFailed;
 }
 
 }  // namespace
@@ -68,9 +78,7 @@ bool SyncWatched(int file, const GoOn& goOn) {
             case Flushed::kDone:
                 break;
             case Flushed::kFailed:
-                // The same file is not told twice what was lost of it.
-                errno = EIO;
-                return false;
+                return false;  // the same file is not told twice what was lost of it
             case Flushed::kStopped:
                 errno = ECANCELED;
                 return false;

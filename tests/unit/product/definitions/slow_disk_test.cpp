@@ -1,12 +1,22 @@
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <cstddef>
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <new>
 #include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <thread>
+#include <utility>
 
+#include "product/definitions/watched_sync.h"
 #include "tests/unit/product/definitions/definitions_fixture.h"
 
 // Installing on a disk that takes its time, and on one that fails.
@@ -25,7 +35,7 @@ using testing::ElementsAre;
 // only once of a file that it was lost.
 struct Disk {
     std::atomic<int> milliseconds = 0;
-    std::atomic<bool> fails = false;
+    std::atomic<int> error = 0;
     std::atomic<std::size_t> count = 0;
     std::array<std::atomic<ino_t>, 64> known{};
 
@@ -56,8 +66,8 @@ extern "C" int __wrap_fsync(int fd) {
     Disk& disk = TheDisk();
     if (disk.milliseconds > 0 && disk.IsNew(fd)) {
         std::this_thread::sleep_for(std::chrono::milliseconds(disk.milliseconds));
-        if (disk.fails) {
-            errno = EIO;
+        if (disk.error != 0) {
+            errno = disk.error;
             return -1;
         }
     }
@@ -93,9 +103,9 @@ protected:
     }
     void TearDown() override { TheDisk().milliseconds = 0; }
 
-    static void BeSlow(int milliseconds, bool fails = false) {
+    static void BeSlow(int milliseconds, int error = 0) {
         TheDisk().count = 0;
-        TheDisk().fails = fails;
+        TheDisk().error = error;
         TheDisk().milliseconds = milliseconds;
     }
 };
@@ -122,11 +132,68 @@ TEST_F(SlowDisk, AStopIsAnsweredAtOnce) {
 }
 
 TEST_F(SlowDisk, WhatItHasLostIsNotPutIntoUse) {
-    BeSlow(1, true);
-    const auto result = Install();
-    EXPECT_EQ(result.outcome, Outcome::kFailed);
-    EXPECT_EQ(result.why, "own.ndb cannot be written: Input/output error");
-    EXPECT_THAT(Names(), ElementsAre("current", "set-1"));
+    for (const auto& [error, words] : {std::pair(EIO, "Input/output error"),
+                                       std::pair(ENOSPC, "there is no room left on the disk"),
+                                       std::pair(EDQUOT, "there is no room left on the disk")}) {
+        BeSlow(1, error);
+        const auto result = Install();
+        EXPECT_EQ(result.outcome, Outcome::kFailed);
+        EXPECT_EQ(result.why, std::string("own.ndb cannot be written: ") + words);
+        EXPECT_THAT(Names(), ElementsAre("current", "set-1"));
+    }
+}
+
+// What keeps a child from its work, done to a process of its own; 0 and what the caller does then.
+class NoWatchedDisk : public SlowDisk {
+protected:
+    static constexpr int kPrepared = 200;
+
+    // Of a flush with this error of the disk: 0 or the number of the error.
+    int FlushAfter(const std::function<bool(int)>& prepare, int error) {
+        const common::FileDescriptor file(
+            ::open((m_scratch / "file").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+        BeSlow(1, error);
+        return InChild([&] {
+            if (!prepare(file.Get())) {
+                return kPrepared;
+            }
+            return definitions::SyncWatched(file.Get(), [] { return true; }) ? 0 : errno;
+        });
+    }
+
+    void ExpectTheCallerFlushes(const std::function<bool(int)>& prepare) {
+        EXPECT_EQ(FlushAfter(prepare, 0), 0);
+        EXPECT_EQ(TheDisk().count, 1U);
+        EXPECT_EQ(FlushAfter(prepare, ENOSPC), ENOSPC);
+    }
+};
+
+// A kernel, or a container around it, that lacks the call answers so.
+TEST_F(NoWatchedDisk, WithoutTheCallThatClosesDescriptorsTheCallerFlushes) {
+    ExpectTheCallerFlushes([](int) {
+        std::array<sock_filter, 4> code{{
+            BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_close_range, 0, 1),
+            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+        }};
+        const sock_fprog filter{code.size(), code.data()};
+        return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+               ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+    });
+}
+
+TEST_F(NoWatchedDisk, WithoutADescriptorLeftForTheChildTheCallerFlushes) {
+    ExpectTheCallerFlushes([](int file) {
+        const rlimit limit{64, 64};
+        const bool isFine = ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
+        int last = file;
+        for (int next = file; isFine && next >= 0; next = ::dup(file)) {
+            last = next;
+        }
+        // The two that the caller itself needs.
+        return isFine && ::close(last) == 0 && ::close(last - 1) == 0;
+    });
 }
 
 }  // namespace
