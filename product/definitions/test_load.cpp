@@ -25,6 +25,8 @@ std::string NameOf(const Database& database) {
                                     : database.path;
 }
 
+constexpr char kNoLibrary[] = "the library that loads them does not start";
+
 /// How it went to load some databases into one engine.
 struct Attempt {
     std::string why;                    ///< it failed, in words; empty when it did not
@@ -36,7 +38,7 @@ Attempt Load(const Databases& databases) {
     const std::unique_ptr<cl_engine, FreeEngine> engine(cl_engine_new());
     if (engine == nullptr ||
         cl_engine_set_num(engine.get(), CL_ENGINE_AC_ONLY, kEngineHasOneMatcher) != CL_SUCCESS) {
-        return {"the library that loads them does not start", {}};
+        return {kNoLibrary, {}};
     }
     bool hasSignatures = false;
     for (std::size_t i = 0; i < databases.size(); ++i) {
@@ -58,14 +60,26 @@ Attempt Load(const Databases& databases) {
 }
 
 // What a child that loads ends with.
-enum LoadStatus { kLoaded = 0, kNotLoaded = 1, kOtherNotLoaded = 2 };
+enum LoadStatus {
+    kLoaded = 0,
+    kBrokeOff = 1,  // without one database that is to blame; of what is thrown, too
+    kNotLoaded = 2,
+    kOtherNotLoaded = 3,  // one that lies beside the set
+    kNotAllLoaded = 4,    // of the set, or no signature of it
+};
+
+// No path holds it, whatever a file is named.
+constexpr char kSeparator = '\0';
+
+// Each that is damaged beside the set costs two loads, and there may be any number of them.
+constexpr int kMaxRounds = 8;
 
 int Say(int talk, const std::string& text, LoadStatus status) {
     (void)common::WriteAll(talk, text);
     return status;
 }
 
-/// What to try, in children: each begins with all the memory that it may have.
+/// What to try, each in a child of its own that begins with all the memory and time it may have.
 class Trial {
 public:
     Trial(const std::string& productDirectory, const std::string& set,
@@ -79,18 +93,19 @@ public:
     }
 
     /// Loads the set with what lies beside it. Says why that cannot be done; of kOtherNotLoaded the
-    /// path of what lies beside it, a newline, and why.
+    /// path of what lies beside it, kSeparator, and why.
     [[nodiscard]] int LoadTogether(int talk) const {
         if (!StartQuietLibrary()) {
-            return Say(talk, "the library that loads them does not start", kNotLoaded);
+            return Say(talk, kNoLibrary, kNotLoaded);
         }
         const Databases together = Together();
         const Attempt attempt = Load(together);
         if (attempt.failed && together[*attempt.failed].place != kOfSet) {
-            return Say(talk, together[*attempt.failed].path + "\n" + attempt.why, kOtherNotLoaded);
+            return Say(talk, together[*attempt.failed].path + kSeparator + attempt.why,
+                       kOtherNotLoaded);
         }
         if (!attempt.why.empty()) {
-            return Say(talk, attempt.why, kNotLoaded);
+            return Say(talk, attempt.why, attempt.failed ? kNotLoaded : kBrokeOff);
         }
         // What is damaged at first sight is not among them, nor what lies elsewhere at a newer age,
         // for as long as that is there.
@@ -99,14 +114,14 @@ public:
                 return std::any_of(together.begin(), together.end(),
                                    [&](const Database& each) { return each.path == wanted.path; });
             });
-        return isWhole && attempt.hasSignatures ? kLoaded : LoadAlone(talk);
+        return isWhole && attempt.hasSignatures ? kLoaded : kNotAllLoaded;
     }
 
-    /// Loads what the engine would without the set, up to `path`.
-    [[nodiscard]] int LoadWithoutSet(const std::string& path) const {
+    /// Loads what the engine would without the set; with `last`, up to that path.
+    [[nodiscard]] int LoadWithoutSet(const std::optional<std::string>& last) const {
         Databases others;
         for (Database& each : Together()) {
-            const bool isLast = each.path == path;
+            const bool isLast = each.path == last;
             if (each.place != kOfSet) {
                 others.push_back(std::move(each));
             }
@@ -114,14 +129,22 @@ public:
                 break;
             }
         }
-        return StartQuietLibrary() && !Load(others).failed ? kLoaded : kNotLoaded;
+        if (!StartQuietLibrary()) {
+            return kNotLoaded;
+        }
+        const Attempt attempt = Load(others);
+        if (attempt.failed) {
+            return kNotLoaded;
+        }
+        return attempt.why.empty() || last ? kLoaded : kBrokeOff;
     }
 
-    void LeaveOut(std::string path) { m_leftOut.push_back(std::move(path)); }
-
-private:
-    // That a list of exceptions leaves nothing of it is the administrator's own affair.
+    /// Loads the set and nothing else. That a list of exceptions beside it leaves nothing of it is
+    /// the administrator's own affair.
     [[nodiscard]] int LoadAlone(int talk) const {
+        if (!StartQuietLibrary()) {
+            return Say(talk, kNoLibrary, kNotLoaded);
+        }
         const Attempt alone = Load(m_ofSet);
         if (!alone.why.empty()) {
             return Say(talk, alone.why, kNotLoaded);
@@ -130,6 +153,9 @@ private:
                                    : Say(talk, "there is not one signature in them", kNotLoaded);
     }
 
+    void LeaveOut(std::string path) { m_leftOut.push_back(std::move(path)); }
+
+private:
     [[nodiscard]] Databases Together() const {
         Databases databases = FindDatabases(m_productDirectory, m_set).usable;
         std::erase_if(databases, [this](const Database& each) {
@@ -144,33 +170,72 @@ private:
     std::vector<std::string> m_leftOut;
 };
 
+bool EndedWith(const ChildResult& child, LoadStatus status) {
+    return child.end == ChildEnd::kFailed && child.status == status;
+}
+
+// Nothing was found out of any one database: a crash, limits used up, or no use of them all.
+bool IsUndecided(const ChildResult& child) {
+    return child.end == ChildEnd::kDied || child.end == ChildEnd::kTooSlow ||
+           EndedWith(child, kBrokeOff);
+}
+
+bool IsBrokenOff(const ChildResult& child) {
+    return child.end == ChildEnd::kStopped || child.end == ChildEnd::kNotStarted;
+}
+
+TestLoadResult Verdict(const ChildResult& child) {
+    const bool isTold = child.end == ChildEnd::kFailed && !child.said.empty();
+    return {child.end == ChildEnd::kSucceeded, child.end, isTold ? child.said : child.why};
+}
+
 }  // namespace
 
 TestLoadResult TestLoad(const std::string& productDirectory, const std::string& set,
                         const std::vector<std::string>& names, const ChildLimits& limits,
                         const GoOn& goOn) {
     Trial trial(productDirectory, set, names);
-    while (true) {
+    const auto loadWithoutSet = [&](const std::optional<std::string>& last) {
+        return RunLimited(
+            limits, [&](int) { return trial.LoadWithoutSet(last); }, goOn);
+    };
+    std::string pushedOut;
+    for (int round = 0; round < kMaxRounds; ++round) {
         const ChildResult together = RunLimited(
             limits, [&](int talk) { return trial.LoadTogether(talk); }, goOn);
-        if (together.end != ChildEnd::kFailed || together.status != kOtherNotLoaded) {
-            const bool isTold = together.end == ChildEnd::kFailed && !together.said.empty();
-            return {together.end == ChildEnd::kSucceeded, together.end,
-                    isTold ? together.said : together.why};
+        if (EndedWith(together, kNotAllLoaded)) {
+            break;
         }
-        const std::size_t end = together.said.find('\n');
+        if (IsUndecided(together)) {
+            // Where they do it without the set, too, it says nothing of the set.
+            const ChildResult without = loadWithoutSet({});
+            if (IsUndecided(without)) {
+                break;
+            }
+            return Verdict(IsBrokenOff(without) ? without : together);
+        }
+        if (!EndedWith(together, kOtherNotLoaded)) {
+            return Verdict(together);
+        }
+        const std::size_t end = together.said.find(kSeparator);
         const std::string other = together.said.substr(0, end);
-        const ChildResult without = RunLimited(
-            limits, [&](int) { return trial.LoadWithoutSet(other); }, goOn);
-        if (without.end == ChildEnd::kStopped || without.end == ChildEnd::kNotStarted) {
-            return {false, without.end, without.why};
-        }
-        if (without.end == ChildEnd::kSucceeded) {
+        if (other == pushedOut) {
             return {false, ChildEnd::kFailed,
                     together.said.substr(end + 1) + ", together with them"};
         }
-        trial.LeaveOut(other);
+        const ChildResult without = loadWithoutSet(other);
+        if (IsBrokenOff(without)) {
+            return Verdict(without);
+        }
+        if (without.end == ChildEnd::kSucceeded) {
+            // Or it was replaced in between, and is whole by now.
+            pushedOut = other;
+        } else {
+            trial.LeaveOut(other);
+        }
     }
+    return Verdict(RunLimited(
+        limits, [&](int talk) { return trial.LoadAlone(talk); }, goOn));
 }
 
 }  // namespace definitions

@@ -17,7 +17,8 @@ struct TestLoadResult {
 /// into one engine together with all that the scan engine would load beside them, in a limited
 /// child: databases that would be left out there or push others out, crash the library or take too
 /// much memory or time are found out before they are used. What lies beside them and cannot be
-/// loaded without them either is left out, as the scan engine does.
+/// loaded without them either is left out, as the scan engine does. Where that is very much, or the
+/// limits do not do for what lies beside them alone, the files are judged by themselves.
 TestLoadResult TestLoad(const std::string& productDirectory, const std::string& set,
                         const std::vector<std::string>& names, const ChildLimits& limits,
                         const GoOn& goOn);

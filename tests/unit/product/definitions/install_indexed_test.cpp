@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <clamav.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 
@@ -8,33 +7,6 @@
 // Installing what a signed index names.
 
 namespace fs = std::filesystem;
-
-namespace {
-
-bool g_hasEnemy = false;
-
-}  // namespace
-
-// "tender" is not loaded once "enemy" is in the engine, whatever they hold.
-extern "C" {
-cl_error_t __real_cl_load(const char*, cl_engine*, unsigned int*, unsigned int);
-cl_error_t __wrap_cl_load(const char*, cl_engine*, unsigned int*, unsigned int);
-cl_engine* __real_cl_engine_new();
-cl_engine* __wrap_cl_engine_new();
-}
-
-cl_engine* __wrap_cl_engine_new() {
-    g_hasEnemy = false;
-    return __real_cl_engine_new();
-}
-
-cl_error_t __wrap_cl_load(const char* path, cl_engine* engine, unsigned int* signatures,
-                          unsigned int options) {
-    const std::string stem = fs::path(path).stem();
-    g_hasEnemy = g_hasEnemy || stem == "enemy";
-    return stem == "tender" && g_hasEnemy ? CL_EMALFDB
-                                          : __real_cl_load(path, engine, signatures, options);
-}
 
 namespace {
 
@@ -412,47 +384,6 @@ TEST_F(InstallIndexed, WithoutASetBeforeThereIsNoWayBack) {
     ASSERT_EQ(InstallSerial(7, {{"own.ndb", OwnSignature('A'), 1}}), Outcome::kInstalled);
     EXPECT_EQ(definitions::RollBack(m_product).outcome, Outcome::kNothingValid);
     EXPECT_EQ(Current(), 1U);
-}
-
-// The engine would leave it out, and find less than before.
-TEST_F(InstallIndexed, ASetThatCannotBeLoadedBesideThePackagesOwnIsRefused) {
-    ASSERT_EQ(InstallSerial(1, {{"own.ndb", OwnSignature('a'), 1}}), Outcome::kInstalled);
-    WriteFile(m_defs + "enemy.ndb", OwnSignature('p'));
-    PutIndexed(2, {{"own.ndb", OwnSignature('b'), 2}, {"tender.ndb", OwnSignature('t'), 1}});
-    ExpectRefused("tender.ndb cannot be loaded: Malformed database");
-    fs::remove(m_defs + "enemy.ndb");
-    EXPECT_EQ(Install().outcome, Outcome::kInstalled) << "nothing is wrong with it alone";
-}
-
-TEST_F(InstallIndexed, ASetThatPushesThePackagesOwnOutIsRefused) {
-    ASSERT_EQ(InstallSerial(1, {{"own.ndb", OwnSignature('a'), 1}}), Outcome::kInstalled);
-    WriteFile(m_defs + "tender.ndb", OwnSignature('p'));
-    // What is named so is loaded before others.
-    PutIndexed(2, {{"enemy.fp", "44d88612fea8a8f36de82e1278abb02f:68:Fine\n", 1},
-                   {"own.ndb", OwnSignature('b'), 2}});
-    ExpectRefused(m_defs + "tender.ndb cannot be loaded: Malformed database, together with them");
-    // Without the set it is not loaded either: no fault of the set.
-    WriteFile(m_defs + "enemy.ign2", "Other.Test\n");
-    EXPECT_EQ(Install().outcome, Outcome::kInstalled);
-}
-
-TEST_F(InstallIndexed, WhatIsDamagedBesideTheSetKeepsNoSetOut) {
-    WriteFile(m_defs + "package.ndb", "no signature at all\n");
-    WriteFile(m_defs + "zz.cvd", "no head");
-    EXPECT_EQ(InstallSerial(1, {{"own.ndb", OwnSignature('a'), 1}}), Outcome::kInstalled);
-}
-
-TEST_F(InstallIndexed, SignaturesBesideTheSetDoNotStandForItsOwn) {
-    WriteFile(m_defs + "package.ndb", OwnSignature('p'));
-    PutIndexed(1, {{"own.ign2", "Other.Test\n", 1}});
-    const auto result = Install();
-    EXPECT_EQ(result.outcome, Outcome::kRefused);
-    EXPECT_EQ(result.why, "there is not one signature in them");
-}
-
-TEST_F(InstallIndexed, ASetThatTheAdministratorHasIgnoredIsNoReasonToRefuseIt) {
-    WriteFile(m_defs + "mine.ign2", "Own.Test.a\n");
-    EXPECT_EQ(InstallSerial(1, {{"own.ndb", OwnSignature('a'), 1}}), Outcome::kInstalled);
 }
 
 }  // namespace
