@@ -67,8 +67,9 @@ int Publish(const MirrorOptions& options) {
     }
     Published published;
     if (options.isSigned) {
-        return PublishSigned(options.folder, published, problem) ? Print(TextOf(published).c_str())
-                                                                 : Fail(problem);
+        return PublishSigned(options.folder, std::time(nullptr), published, problem)
+                   ? Print(TextOf(published).c_str())
+                   : Fail(problem);
     }
     std::vector<SourceDatabase> databases;
     if (options.from.empty()) {

@@ -114,8 +114,9 @@ public:
     void ForgetUnsigned() const {
         const common::FileDescriptor folder = OpenUnsigned();
         if (folder) {
-            (void)::unlinkat(folder.Get(), signed_index::kSignatureName, 0);
+            // Without the index nothing waits any more, whatever else is left.
             (void)::unlinkat(folder.Get(), signed_index::kIndexName, 0);
+            (void)::unlinkat(folder.Get(), signed_index::kSignatureName, 0);
             (void)::unlinkat(m_mirror.Get(), kUnsignedFolder, AT_REMOVEDIR);
         }
     }
@@ -283,7 +284,8 @@ bool PublishMirror(const std::string& mirror, const std::vector<SourceDatabase>&
     return true;
 }
 
-bool PublishSigned(const std::string& mirror, Published& published, std::string& problem) {
+bool PublishSigned(const std::string& mirror, std::time_t now, Published& published,
+                   std::string& problem) {
     Publisher publisher(mirror, problem);
     if (!publisher.Open()) {
         return false;
@@ -303,20 +305,30 @@ bool PublishSigned(const std::string& mirror, Published& published, std::string&
     if (refusal == Refusal::kNone) {
         refusal = signed_index::ParseSignature(signature, parsed);
     }
+    if (refusal == Refusal::kNone && index.expires <= now) {
+        refusal = Refusal::kExpired;
+    }
     if (refusal != Refusal::kNone) {
         problem = mirror + "/" + kUnsignedFolder + ": " + WordsFor(refusal);
         return false;
     }
     const std::string previous = publisher.PreviousText();
-    if (index.serial <= IndexOf(previous).serial) {
-        problem = mirror + ": what is published is newer";
+    // Published already by a call that was broken off, it only has to be brought to its end.
+    const bool isAgain = text == previous;
+    const std::uint64_t serial = IndexOf(previous).serial;
+    if (!isAgain && index.serial <= serial) {
+        problem = mirror + (index.serial < serial ? ": what is published is newer"
+                                                  : ": another index of this serial is published");
         return false;
     }
     if (!publisher.HasFilesOf(index) || !publisher.PublishIndex(text, signature)) {
         return false;
     }
     publisher.ForgetUnsigned();
-    publisher.RemoveOthers(text, previous);
+    // Which state was before cannot be told any more: its files stay until the next time, too.
+    if (!isAgain) {
+        publisher.RemoveOthers(text, previous);
+    }
     published = {index.serial, index.expires, index.files.size()};
     return true;
 }

@@ -31,5 +31,8 @@ bool PublishMirror(const std::string& mirror, const std::vector<SourceDatabase>&
                    Published& published, std::string& problem);
 
 /// Publishes the index that waits for its signature in `mirror`, which somebody else has made by
-/// now. Whether it is that of a key that machines trust is theirs to say. Otherwise as above.
-bool PublishSigned(const std::string& mirror, Published& published, std::string& problem);
+/// now. Whether it is that of a key that machines trust is theirs to say. What expires by `now`
+/// (seconds since 1970), and what is not newer than what is published, is refused; a call that was
+/// broken off is brought to its end by another one. Otherwise as above.
+bool PublishSigned(const std::string& mirror, std::time_t now, Published& published,
+                   std::string& problem);

@@ -1,6 +1,7 @@
 // corvane-mirror as an administrator calls it.
 
-#include <array>
+#include "tests/unit/product/mirror/mirror_program.h"
+
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
@@ -14,10 +15,6 @@
 #include <unistd.h>
 
 #include "common/file_descriptor.h"
-#include "product/mirror/publish.h"
-#include "product/signed_index/verified_index.h"
-#include "tests/support/mirror.h"
-#include "tests/support/scratch.h"
 
 namespace {
 
@@ -29,47 +26,6 @@ using testing::SizeIs;
 using testing::StartsWith;
 
 constexpr std::int64_t kDay = 86'400;  // seconds
-
-class MirrorProgram : public testing::Test {
-protected:
-    void SetUp() override {
-        fs::create_directory(m_folder / "source");
-        WriteFile(m_folder / "source/daily.ndb", "daily signatures\n");
-        WriteFile(m_folder / "source/own.hdb", "own signatures\n");
-        WriteFile(m_folder / "source/notes.txt", "no database");
-        WriteFile(m_folder / "source/.hidden.hdb", "hidden");
-        WriteFile(m_folder / "key", kMirrorSecretKey);
-    }
-
-    // Runs the program in the test's folder: its exit status.
-    int Run(const std::string& arguments) {
-        const std::string command = "cd " + m_folder.Path() + " && '" + MIRROR_PROGRAM + "' " +
-                                    arguments + " >out 2>err </dev/null";
-        const int status = std::system(command.c_str());
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-    int Make() { return Run("--from source --key key mirror"); }
-    [[nodiscard]] std::string Out() const { return ReadFile(m_folder / "out"); }
-    [[nodiscard]] std::string Err() const { return ReadFile(m_folder / "err"); }
-
-    Refusal Accept(Index& index) const {
-        signed_index::PublicKey key;
-        (void)signed_index::ParsePublicKey(kMirrorPublicKey, key);
-        return signed_index::AcceptIndex(ReadFile(m_folder / "mirror/index.json"),
-                                         ReadFile(m_folder / "mirror/index.json.minisig"),
-                                         std::array{key}, {std::time(nullptr), 0}, index);
-    }
-    [[nodiscard]] Index Accepted() const {
-        Index index;
-        EXPECT_EQ(Accept(index), Refusal::kNone);
-        return index;
-    }
-    [[nodiscard]] std::string FileOf(const std::string& bytes) const {
-        return m_folder / ("mirror/files/" + Sha256Text(bytes));
-    }
-
-    ScratchFolder m_folder;
-};
 
 TEST_F(MirrorProgram, MakesASignedMirror) {
     const std::time_t before = std::time(nullptr);
@@ -136,46 +92,6 @@ TEST_F(MirrorProgram, AnUnchangedFileIsNotWrittenAgain) {
     ASSERT_EQ(Make(), 0);
     ASSERT_EQ(::stat(FileOf("own signatures\n").c_str(), &after), 0);
     EXPECT_EQ(before.st_ino, after.st_ino);
-}
-
-TEST_F(MirrorProgram, WithoutAKeyTheMirrorStaysAsItWasUntilItIsSigned) {
-    ASSERT_EQ(Make(), 0);
-    const Index before = Accepted();
-    WriteFile(m_folder / "source/own.hdb", "renewed signatures\n");
-    for (int i = 0; i < 2; ++i) {
-        ASSERT_EQ(Run("--from source mirror"), 0) << Err();
-        EXPECT_THAT(Out(), HasSubstr("minisign -S -m mirror/unsigned/index.json && "
-                                     "corvane-mirror --signed mirror\n"));
-        EXPECT_EQ(Accepted().serial, before.serial);
-        for (const auto& file : before.files) {
-            EXPECT_TRUE(Exists(m_folder / ("mirror/files/" + file.sha256)));
-        }
-    }
-    EXPECT_EQ(Run("--signed mirror"), 1);
-    EXPECT_EQ(Err(), "corvane-mirror: mirror/unsigned: the index has no signature\n");
-    WriteFile(m_folder / "mirror/unsigned/index.json.minisig",
-              MirrorSignature(ReadFile(m_folder / "mirror/unsigned/index.json")));
-    EXPECT_EQ(Run("--signed mirror"), 0) << Err();
-    EXPECT_GE(Accepted().serial, before.serial + 2) << "each has its own";
-    EXPECT_THAT(Accepted().files, SizeIs(2));
-    EXPECT_EQ(ReadFile(FileOf("renewed signatures\n")), "renewed signatures\n");
-    EXPECT_FALSE(Exists(m_folder / "mirror/unsigned"));
-    EXPECT_EQ(Run("--signed mirror"), 1);
-    EXPECT_EQ(Err(), "corvane-mirror: mirror: no index waits for its signature\n");
-}
-
-TEST_F(MirrorProgram, WhatWasSignedTooLateIsNotPublished) {
-    ASSERT_EQ(Make(), 0);
-    ASSERT_EQ(Run("--from source mirror"), 0) << Err();
-    const std::string text = ReadFile(m_folder / "mirror/unsigned/index.json");
-    ASSERT_EQ(Make(), 0);
-    const Index newest = Accepted();
-    fs::create_directory(m_folder / "mirror/unsigned");
-    WriteFile(m_folder / "mirror/unsigned/index.json", text);
-    WriteFile(m_folder / "mirror/unsigned/index.json.minisig", MirrorSignature(text));
-    EXPECT_EQ(Run("--signed mirror"), 1);
-    EXPECT_EQ(Err(), "corvane-mirror: mirror: what is published is newer\n");
-    EXPECT_EQ(Accepted().serial, newest.serial);
 }
 
 TEST_F(MirrorProgram, AnotherOneAtTheSameTimeIsRefused) {
