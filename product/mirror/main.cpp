@@ -78,7 +78,7 @@ int Publish(const MirrorOptions& options) {
         return Fail(problem);
     }
     if (!PublishMirror(options.folder, databases, options.key.empty() ? nullptr : &key,
-                       std::time(nullptr), options.days, published, problem)) {
+                       std::time(nullptr), options.days.value_or(kUsualDays), published, problem)) {
         return Fail(problem);
     }
     std::string text = TextOf(published);

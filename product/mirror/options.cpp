@@ -32,8 +32,9 @@ constexpr option kOptions[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-bool ParseDays(std::string_view text, unsigned int& days) {
+bool ParseDays(std::string_view text, std::optional<unsigned int>& given) {
     constexpr unsigned int kMost = 365;
+    unsigned int& days = given.emplace();
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), days);
     return error == std::errc() && end == text.data() + text.size() && days >= 1 && days <= kMost;
 }
@@ -80,8 +81,8 @@ bool ParseMirrorOptions(std::span<char* const> arguments, MirrorOptions& options
         problem = "one folder for the mirror is needed";
         return false;
     }
-    if (options.isSigned && (!options.from.empty() || !options.key.empty())) {
-        problem = "--signed publishes what was made before, without --from and --key";
+    if (options.isSigned && (!options.from.empty() || !options.key.empty() || options.days)) {
+        problem = "--signed publishes what was made before, without --from, --key and --days";
         return false;
     }
     options.folder = list[static_cast<std::size_t>(optind)];

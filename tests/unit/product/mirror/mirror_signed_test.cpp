@@ -71,6 +71,35 @@ TEST_F(MirrorSigned, WhatWasSignedTooLateIsNotPublished) {
     EXPECT_EQ(Accepted().serial, newest.serial);
 }
 
+TEST_F(MirrorSigned, WhatBelongsToTheMakingIsRefused) {
+    ASSERT_EQ(Make(), 0);
+    const std::string text = LetWait();
+    for (const char* arguments : {"--days 14", "--from source", "--key key"}) {
+        EXPECT_EQ(Run(std::string("--signed ") + arguments + " mirror"), 2) << arguments;
+        EXPECT_THAT(Err(), HasSubstr("--signed publishes what was made before, without --from, "
+                                     "--key and --days\n"));
+    }
+    EXPECT_NE(IndexText(), text);
+}
+
+// The machine finds the new index, and its signature under its digest.
+TEST_F(MirrorSigned, AFailureAfterTheChangeIsToldAlthoughTheMirrorIsTheNewOne) {
+    if (!CanTrace()) {
+        GTEST_SKIP() << "strace is missing, or not allowed to look at processes";
+    }
+    ASSERT_EQ(Make(), 0);
+    const std::string text = LetWait();
+    const std::vector<std::string> program{MIRROR_PROGRAM, "--signed", m_folder / "mirror"};
+    const SystemCall third{"renameat", 3};
+    EXPECT_EQ(RunInjected(third, "error=EIO", program), 1);
+    EXPECT_EQ(IndexText(), text);
+    EXPECT_TRUE(Exists(m_folder / ("mirror/files/" + Sha256Text(text) + ".minisig")));
+    const std::string manual = ReadFile(CORVANE_SOURCE "/product/mirror/corvane-mirror.1");
+    EXPECT_THAT(manual, HasSubstr("it is then as it was, or already the new one"));
+    EXPECT_EQ(Run("--signed mirror"), 0) << Err();
+    EXPECT_THAT(Accepted().files, SizeIs(2));
+}
+
 // What was broken off after the rename of the index.
 TEST_F(MirrorSigned, ACallThatWasBrokenOffIsBroughtToItsEnd) {
     ASSERT_EQ(Make(), 0);
