@@ -127,14 +127,13 @@ private:
         if (answer.end == HttpEnd::kSinkFailed) {
             return Refuse(Refusal::kSignatureTooLarge);
         }
-        if (answer.end == HttpEnd::kAnswered && answer.status == kNotFound) {
-            return Refuse(Refusal::kNoSignature);
-        }
-        if (answer.end != HttpEnd::kAnswered || answer.status != kOk) {
+        const bool isMissing = answer.end == HttpEnd::kAnswered && answer.status == kNotFound;
+        if (!isMissing && (answer.end != HttpEnd::kAnswered || answer.status != kOk)) {
             return Fail(answer.words);
         }
-        Refusal refusal = Accept();
-        if (refusal == Refusal::kWrongSignature || refusal == Refusal::kUnknownKey) {
+        Refusal refusal = isMissing ? Refusal::kNoSignature : Accept();
+        if (refusal == Refusal::kWrongSignature || refusal == Refusal::kUnknownKey ||
+            refusal == Refusal::kNoSignature) {
             // Read in the middle of a change, or what a change left that was broken off. A mirror
             // of ours has the signature under the digest of its index, too.
             const HttpAnswer own = DownloadText(

@@ -148,6 +148,17 @@ TEST_F(FetchTest, TheSignatureMayLieUnderTheDigestOfTheIndex) {
     EXPECT_EQ(ReadFile(InCandidate("index.json.minisig")), own);
 }
 
+// The first renewal, broken off between two renames.
+TEST_F(FetchTest, AMissingSignatureIsLookedForUnderTheDigestOfTheIndex) {
+    const std::string index = ReadFile(m_server.Root() + "index.json");
+    const std::string own = MirrorSignature(index);
+    WriteFile(m_server.Root() + "files/" + Sha256Text(index) + ".minisig", own);
+    fs::remove(m_server.Root() + "index.json.minisig");
+    EXPECT_EQ(Fetch().result, kUpdaterUpdated) << testing::PrintToString(m_listener.log);
+    EXPECT_EQ(m_server.CountOf("/index.json"), 1U);
+    EXPECT_EQ(ReadFile(InCandidate("index.json.minisig")), own);
+}
+
 TEST_F(FetchTest, TheFirstAddressThatAnswersIsTheLastThatIsAsked) {
     const MirrorServer second;
     EXPECT_EQ(FetchFrom({m_server.Address(), second.Address()}).result, kUpdaterUpdated);

@@ -29,7 +29,10 @@ protected:
 
 TEST_F(RefusalTest, WithoutASignature) {
     fs::remove(m_server.Root() + "index.json.minisig");
+    const std::string digest = Sha256Text(ReadFile(m_server.Root() + "index.json"));
     ExpectRefused("the index has no signature");
+    EXPECT_EQ(m_server.CountOf("/files/" + digest + ".minisig"), 1U);
+    EXPECT_EQ(m_server.CountOf("/index.json"), 1U) << "another round would bring nothing";
 }
 
 TEST_F(RefusalTest, WithAnEmptySignature) {
