@@ -13,6 +13,7 @@
 #include "abi/updturl.h"
 #include "common/io.h"
 #include "common/regular_file.h"
+#include "common/retrying.h"
 
 namespace updated {
 
@@ -21,6 +22,11 @@ namespace {
 constexpr char kName[] = "official-mirrors";
 constexpr char kNewName[] = "official-mirrors.new";
 constexpr std::time_t kPause = 900;  // seconds
+
+// "asked WHEN result N", or while a run lasts "asked WHEN before N", with what is known of the time
+// before, and "asked WHEN" without that.
+constexpr std::string_view kResult = " result ";
+constexpr std::string_view kBefore = " before ";
 
 template <typename Number>
 bool TakeNumber(std::string_view& text, std::string_view word, Number& number) {
@@ -51,39 +57,77 @@ void OfficialMemory::Read() {
     std::array<char, 64> bytes{};
     const auto size = file ? common::ReadFull(file.Get(), std::as_writable_bytes(std::span(bytes)))
                            : std::ptrdiff_t{0};
-    std::string_view text(bytes.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    const std::string_view text(bytes.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    m_last = AskedOf(text);
+}
+
+std::optional<OfficialMemory::Asked> OfficialMemory::AskedOf(std::string_view text) {
     Asked asked{};
-    if (TakeNumber(text, "asked ", asked.when) && TakeNumber(text, " result ", asked.result) &&
-        text == "\n" && asked.when > 0 && asked.result >= kUpdaterFailed &&
-        asked.result <= kUpdaterInvalidFiles) {
-        m_last = asked;
+    if (!TakeNumber(text, "asked ", asked.when) || asked.when <= 0) {
+        return std::nullopt;
     }
+    asked.known.isOfTimeBefore = text.starts_with(kBefore);
+    if (text != "\n") {
+        int& result = asked.known.result.emplace();
+        if (!TakeNumber(text, asked.known.isOfTimeBefore ? kBefore : kResult, result) ||
+            text != "\n" || result < kUpdaterFailed || result > kUpdaterInvalidFiles) {
+            return std::nullopt;
+        }
+    }
+    return asked;
+}
+
+void OfficialMemory::Begin(std::time_t now) {
+    m_beforeBegin = m_last;
+    const auto result = m_last ? m_last->known.result : std::nullopt;
+    m_last = Asked{now, {.result = result, .isOfTimeBefore = result.has_value()}};
+    Keep();
+}
+
+void OfficialMemory::Withdraw() {
+    m_last = m_beforeBegin;
+    Keep();
 }
 
 void OfficialMemory::Remember(std::time_t now, int result) {
-    m_last = Asked{now, result};
-    if (m_folder && !Write()) {
+    m_last = Asked{now, {.result = result}};
+    Keep();
+}
+
+void OfficialMemory::Keep() {
+    if (m_folder && !(m_last ? Write() : Remove(kName))) {
         ::syslog(LOG_WARNING, "when the official mirrors were asked cannot be written down: %s",
                  std::strerror(errno));
     }
 }
 
+bool OfficialMemory::Remove(const char* name) const {
+    const auto remove = [&] { return ::unlinkat(m_folder.Get(), name, 0); };
+    return common::Retrying(remove) == 0 || errno == ENOENT;
+}
+
 bool OfficialMemory::Write() const {
-    const std::string text = "asked " + std::to_string(m_last->when) + " result " +
-                             std::to_string(m_last->result) + "\n";
-    if (::unlinkat(m_folder.Get(), kNewName, 0) != 0 && errno != ENOENT) {
+    std::string text = "asked " + std::to_string(m_last->when);
+    if (m_last->known.result) {
+        text += std::string(m_last->known.isOfTimeBefore ? kBefore : kResult) +
+                std::to_string(*m_last->known.result);
+    }
+    text += "\n";
+    if (!Remove(kNewName)) {
         return false;
     }
     const common::FileDescriptor file = common::OpenRegularFileAt(
         m_folder.Get(), kNewName, O_WRONLY | O_CREAT | O_EXCL, common::Links::kNone, 0600);
-    return file && common::WriteAll(file.Get(), text) && ::fsync(file.Get()) == 0 &&
-           ::renameat(m_folder.Get(), kNewName, m_folder.Get(), kName) == 0 &&
-           ::fsync(m_folder.Get()) == 0;
+    const auto rename = [&] { return ::renameat(m_folder.Get(), kNewName, m_folder.Get(), kName); };
+    return file && common::WriteAll(file.Get(), text) &&
+           common::Retrying([&] { return ::fsync(file.Get()); }) == 0 &&
+           common::Retrying(rename) == 0 &&
+           common::Retrying([&] { return ::fsync(m_folder.Get()); }) == 0;
 }
 
-std::optional<int> OfficialMemory::Recall(std::time_t now) const {
-    const bool isKnown = m_last && m_last->when <= now && now - m_last->when < kPause;
-    return isKnown ? std::optional(m_last->result) : std::nullopt;
+std::optional<OfficialMemory::Known> OfficialMemory::Recall(std::time_t now) const {
+    const bool isRecent = m_last && m_last->when <= now && now - m_last->when < kPause;
+    return isRecent ? std::optional(m_last->known) : std::nullopt;
 }
 
 }  // namespace updated

@@ -31,6 +31,14 @@ constexpr milliseconds kTick(200);
 /// How many lines of one run get into the log.
 constexpr int kMostLogLines = 500;
 
+std::string WhatCameOfIt(const OfficialMemory::Known& known) {
+    if (!known.result) {
+        return "what came of it is not known";
+    }
+    return known.isOfTimeBefore ? "that was broken off; this is what came of the time before"
+                                : "this is what came of it";
+}
+
 }  // namespace
 
 Server::Server(common::FileDescriptor listening, Settings settings)
@@ -267,13 +275,16 @@ void Server::StartFor(Asker& asker) {
         return;
     }
     const bool isTrusted = IsTrusted(asker.User());
-    // Before anything is asked, for stopping would be a way to ask again at once. Nothing is known
-    // of the mirrors until the run has its result.
-    if (isOfficial && !isTrusted) {
-        m_official.Remember(std::time(nullptr), kUpdaterFailed);
+    // Before anything is asked, for stopping would be a way to ask again at once.
+    const bool isCounted = isOfficial && !isTrusted;
+    if (isCounted) {
+        m_official.Begin(std::time(nullptr));
     }
     auto updater = std::make_unique<Updater>(m_settings.program, *std::move(text));
     if (!updater->IsRunning()) {
+        if (isCounted) {
+            m_official.Withdraw();
+        }
         Finish(kUpdaterFailed);
         return;
     }
@@ -286,15 +297,16 @@ void Server::StartFor(Asker& asker) {
 
 /// What was new then is not new any more.
 bool Server::AnswerFromMemory(Asker& asker, bool isOfficial) {
-    const auto result = isOfficial && !IsTrusted(asker.User())
-                            ? m_official.Recall(std::time(nullptr))
-                            : std::nullopt;
-    if (!result) {
+    const auto known = isOfficial && !IsTrusted(asker.User())
+                           ? m_official.Recall(std::time(nullptr))
+                           : std::nullopt;
+    if (!known) {
         return false;
     }
-    asker.Mention(updturl::LogLine(
-        "the official mirrors were asked less than 15 minutes ago; this is what came of it"));
-    Finish(*result == kUpdaterUpdated ? kUpdaterUpToDate : *result);
+    const int result = known->result.value_or(kUpdaterFailed);
+    asker.Mention(updturl::LogLine("the official mirrors were asked less than 15 minutes ago; " +
+                                   WhatCameOfIt(*known)));
+    Finish(result == kUpdaterUpdated ? kUpdaterUpToDate : result);
     return true;
 }
 

@@ -4,22 +4,11 @@
 #include <vector>
 
 #include "tests/unit/product/updated/updated_service.h"
-#include "update/files/update_links.h"
 
 // What one user may ask of the service, and what one run may take of the others' time.
 
 namespace updated {
 namespace {
-
-/// "zqupdate.opt" and "updlink.dat" of a machine that gets its updates from this address.
-void UseAddress(const std::string& address) {
-    WriteFile(kDirectory + "zqupdate.opt",
-              std::string({3, 0, 0, 0, 1, 0, 0, 0}) + std::string(512, '\0'));
-    std::string record = std::string(4, '\0') + address + std::string(1032 - address.size(), '\0');
-    CUpdate::Encrypt(reinterpret_cast<unsigned char*>(record.data()),
-                     static_cast<int>(record.size()));
-    WriteFile(kDirectory + "updlink.dat", std::string("\0\0\0\0\1\0", 6) + record);
-}
 
 constexpr uid_t kNobody = 65534;
 
@@ -27,20 +16,6 @@ void Become(uid_t user) {
     if (::setgroups(0, nullptr) != 0 || ::setgid(user) != 0 || ::setuid(user) != 0) {
         ::_exit(1);
     }
-}
-
-/// What another user is told.
-std::string HeardBySomebody(const std::string& path, uid_t user = kNobody) {
-    const std::string heard = path + "heard";
-    EXPECT_EQ(InChild([&] {
-                  Become(user);
-                  WriteFile(heard, Client("update\n").HearAll());
-                  return 0;
-              }),
-              0);
-    std::string text = ReadFile(heard);
-    fs::remove(heard);
-    return text;
 }
 
 constexpr char kTooLong[] = "log the update takes too long and is ended\n";
@@ -106,68 +81,6 @@ TEST_F(UpdatedService, OneRunFillsNoLog) {
     const std::string heard = Client("update\n").HearAll();
     EXPECT_EQ(std::count(heard.begin(), heard.end(), '\n'), 501);
     EXPECT_TRUE(heard.ends_with("log x\nresult 2\n"));
-}
-
-TEST_F(UpdatedService, UsersHaveTheOfficialMirrorsAskedSeldom) {
-    if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can become another user";
-    }
-    constexpr char kTold[] =
-        "log the official mirrors were asked less than 15 minutes ago; this is what came of it\n";
-    UseAddress("https://database.clamav.net");
-    Start("[[ $(wc -l <" + m_scratch.Path() + "runs) -gt 1 ]]; echo \"result $?\"");
-    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), "result 1\n") << "the first asks";
-    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), kTold + std::string("result 2\n"))
-        << "what was new then is not new any more";
-    EXPECT_EQ(Client("update\n").HearAll(), "result 0\n")
-        << "the timer and root ask when they want";
-    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), kTold + std::string("result 0\n"));
-    EXPECT_EQ(Note("runs"), "run\nrun\n");
-    End();
-    StartAgain();
-    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), kTold + std::string("result 0\n"))
-        << "also after a restart";
-    EXPECT_EQ(Note("runs"), "run\nrun\n");
-    EXPECT_EQ(ModeOf("/var/lib/corvane-updated"), 0700U);
-}
-
-TEST_F(UpdatedService, TheAutomaticUpdatesAreNoOrdinaryUserWhereTheServiceIsRoot) {
-    if (!HasPrivateRoot() || ::geteuid() != 0) {
-        GTEST_SKIP() << "a user is made, in the sandbox";
-    }
-    constexpr uid_t kAutomatic = 64'321;
-    const std::string users = ReadFile("/etc/passwd");
-    WriteFile("/etc/passwd", "corvane:x:64321:64321::/nonexistent:/usr/sbin/nologin\n" + users);
-    UseAddress("https://database.clamav.net");
-    Start("echo 'result 2'");
-    EXPECT_EQ(HeardBySomebody(m_scratch.Path(), kAutomatic), "result 2\n");
-    EXPECT_EQ(HeardBySomebody(m_scratch.Path(), kAutomatic), "result 2\n");
-    EXPECT_EQ(Note("runs"), "run\nrun\n");
-    WriteFile("/etc/passwd", users);
-}
-
-TEST_F(UpdatedService, UsersMayHavePrivateMirrorsAskedAsOftenAsTheyLike) {
-    if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can become another user";
-    }
-    UseAddress("https://mirror.example");
-    Start("echo 'result 2'");
-    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), "result 2\n");
-    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), "result 2\n");
-    EXPECT_EQ(Note("runs"), "run\nrun\n");
-}
-
-TEST_F(UpdatedService, AnInterruptedRunHasAskedTheMirrorsToo) {
-    if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can become another user";
-    }
-    UseAddress("https://database.clamav.net");
-    Start("echo 'result 3'");
-    EXPECT_EQ(HeardBySomebody(m_scratch.Path()), "result 3\n");
-    EXPECT_EQ(HeardBySomebody(m_scratch.Path()),
-              "log the official mirrors were asked less than 15 minutes ago; this is what came of "
-              "it\nresult 0\n");
-    EXPECT_EQ(Note("runs"), "run\n");
 }
 
 }  // namespace
