@@ -1,5 +1,6 @@
 #include "common/locks.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -145,9 +146,11 @@ namespace common {
 
 std::optional<pid_t> LockHolder(int fd) {
     struct flock lock = WholeFile(F_WRLCK);
-    const bool isHeld =
-        ::fcntl(fd, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK && lock.l_pid > 0;
-    return isHeld ? std::optional(lock.l_pid) : std::nullopt;
+    if (::fcntl(fd, F_GETLK, &lock) != 0 || lock.l_type == F_UNLCK) {
+        return std::nullopt;
+    }
+    // -1 of a lock that belongs to an open file, 0 of a process in another namespace.
+    return std::max<pid_t>(lock.l_pid, kUnknownHolder);
 }
 
 }  // namespace common

@@ -62,9 +62,13 @@ int UnlockFileHandle(int fd);
 
 namespace common {
 
-/// The process that keeps another one from locking the open file for itself, wholly or in part.
-/// None when nobody does and where it cannot be told. Of a descriptor open for reading at least;
-/// takes nothing.
+/// Of a lock that has a holder without a number of its own here: one that belongs to an open file,
+/// or that a process of another PID namespace holds.
+inline constexpr pid_t kUnknownHolder = 0;
+
+/// The process that keeps another one from locking the open file for itself, wholly or in part;
+/// kUnknownHolder when somebody does, but who cannot be told. None when nobody does, and when the
+/// system cannot say. Of a descriptor open for reading at least; takes nothing. Any thread.
 std::optional<pid_t> LockHolder(int fd);
 
 }  // namespace common

@@ -30,7 +30,7 @@ UpdateLock::UpdateLock(int folder)
         return;
     }
     // Given back meanwhile, it has no holder any more.
-    m_holder = common::LockHolder(m_file.Get()).value_or(0);
+    m_holder = common::LockHolder(m_file.Get()).value_or(common::kUnknownHolder);
 }
 
 }  // namespace definitions

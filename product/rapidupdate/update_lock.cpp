@@ -21,20 +21,28 @@ bool UpdateLock::TryAcquire() {
 void UpdateLock::LogHolder() {
     const common::FileDescriptor file =
         common::OpenRegularFile(m_path, O_RDONLY, common::Links::kNone);
+    const int error = errno;
+    const std::string path = m_path;
     if (!file) {
-        if (m_loggedHolder != 0) {
-            ::syslog(LOG_WARNING, "%s cannot be opened: %s", m_path, std::strerror(errno));
-        }
-        m_loggedHolder = 0;
+        LogOnce(LOG_WARNING, path + " cannot be opened: " + std::strerror(error));
         return;
     }
     const std::optional<pid_t> holder = common::LockHolder(file.Get());
-    if (!holder || *holder == m_loggedHolder) {
+    if (!holder) {
         return;
     }
-    m_loggedHolder = *holder;
-    ::syslog(LOG_NOTICE, "process %d is updating already (it holds %s); waiting for it",
-             static_cast<int>(*holder), m_path);
+    const bool isKnown = *holder != common::kUnknownHolder;
+    const std::string who = isKnown ? "process " + std::to_string(*holder) : "another process";
+    const std::string unknown = isKnown ? "" : ", and which one it is cannot be told";
+    LogOnce(LOG_NOTICE,
+            who + " is updating already (it holds " + path + unknown + "); waiting for it");
+}
+
+void UpdateLock::LogOnce(int level, const std::string& text) {
+    if (text != m_logged) {
+        m_logged = text;
+        ::syslog(level, "%s", text.c_str());
+    }
 }
 
 }  // namespace rapidupdate

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <sys/types.h>
+#include <string>
 
 #include "common/locks.h"
 
@@ -16,15 +16,16 @@ public:
     UpdateLock(const UpdateLock&) = delete;
     UpdateLock& operator=(const UpdateLock&) = delete;
 
-    /// Does not wait. Logs each new holder once.
+    /// Does not wait. Logs each new holder once, also one that cannot be told.
     bool TryAcquire();
 
 private:
     void LogHolder();
+    void LogOnce(int level, const std::string& text);
 
     const char* m_path;
     ZQFileLock m_lock;
-    pid_t m_loggedHolder = -1;
+    std::string m_logged;  ///< last
 };
 
 }  // namespace rapidupdate

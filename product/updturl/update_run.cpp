@@ -7,6 +7,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include "common/locks.h"
 #include "product/definitions/definition_folder.h"
 #include "product/definitions/install.h"
 #include "product/definitions/update_lock.h"
@@ -138,8 +139,9 @@ Ended UpdateLocked(const Request& request, FetchStage& stage, Asker& asker, int 
                                     std::strerror(lock.Error())};
     }
     if (!lock.IsHeld()) {
-        return {kUpdaterFailed,
-                "another update is running, process " + std::to_string(lock.Holder())};
+        const bool isKnown = lock.Holder() != common::kUnknownHolder;
+        return {kUpdaterFailed, "another update is running" +
+                                    (isKnown ? ", process " + std::to_string(lock.Holder()) : "")};
     }
     Ended ended = request.source == Source::kIndex ? UpdateFromFolder(request, asker)
                                                    : UpdateFromSite(request, stage, asker);

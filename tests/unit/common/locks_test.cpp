@@ -248,6 +248,22 @@ TEST_F(FileLock, ItsHolderCanBeTold) {
     EXPECT_EQ(common::LockHolder(-1), std::nullopt);
 }
 
+// A lock that belongs to an open file, not to a process, has no number.
+TEST_F(FileLock, AHolderWithoutANumberIsToldFromNobody) {
+    WriteFile(m_path, "");
+    const common::FileDescriptor held(::open(m_path.c_str(), O_RDWR | O_CLOEXEC));
+    const common::FileDescriptor file(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(common::LockHolder(file.Get()), std::nullopt);
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    ASSERT_EQ(::fcntl(held.Get(), F_OFD_SETLK, &lock), 0);
+    EXPECT_EQ(common::LockHolder(file.Get()), common::kUnknownHolder);
+    lock.l_type = F_UNLCK;
+    ASSERT_EQ(::fcntl(held.Get(), F_OFD_SETLK, &lock), 0);
+    EXPECT_EQ(common::LockHolder(file.Get()), std::nullopt);
+}
+
 TEST_F(FileLock, CreatesItsFileForEveryUser) {
     const mode_t before = ::umask(077);
     ZQFileLock lock(m_path.c_str());

@@ -1,7 +1,9 @@
 #include <csignal>
 #include <fcntl.h>
+#include <syslog.h>
 #include <vector>
 
+#include "product/rapidupdate/update_lock.h"
 #include "product/updturl/service_connection.h"
 #include "tests/support/scratch.h"
 #include "tests/unit/product/rapidupdate/fake_update_service.h"
@@ -213,6 +215,36 @@ TEST_F(Rapidupdate, WaitsForAnUpdateOfTheWindowAndSaysWhoseItIs) {
     lock.Reset();
     EXPECT_EQ(JoinChild(program), 0);
     EXPECT_EQ(IndexedSubject(), "UP-TO-DATE");
+}
+
+// Of a lock that belongs to an open file the system tells no process.
+TEST_F(Rapidupdate, EachHolderIsLoggedOnceAlsoOneThatCannotBeTold) {
+    common::FileDescriptor file(::open(kLock.c_str(), O_RDWR | O_CLOEXEC));
+    struct flock whole {};
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    ASSERT_EQ(::fcntl(file.Get(), F_OFD_SETLK, &whole), 0);
+    EXPECT_EQ(InChild([&] {
+                  ::dup2(::open((m_scratch / "log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600),
+                         STDERR_FILENO);
+                  ::openlog("test", LOG_PERROR, LOG_DAEMON);
+                  rapidupdate::UpdateLock lock(kLock.c_str());
+                  int got = lock.TryAcquire() ? 1 : 0;
+                  got += lock.TryAcquire() ? 1 : 0;
+                  whole.l_type = F_UNLCK;
+                  ::fcntl(file.Get(), F_OFD_SETLK, &whole);
+                  fs::remove(kLock);
+                  fs::create_directory(kLock);
+                  got += lock.TryAcquire() ? 1 : 0;
+                  got += lock.TryAcquire() ? 1 : 0;
+                  fs::remove(kLock);
+                  return got + (lock.TryAcquire() ? 10 : 0);
+              }),
+              10);
+    EXPECT_EQ(Log(), "test: another process is updating already (it holds " + kLock +
+                         ", and which one it is cannot be told); waiting for it\n"
+                         "test: " +
+                         kLock + " cannot be opened: Operation not permitted\n");
 }
 
 TEST_F(Rapidupdate, EndsAtOnceWhileItWaitsForTheLock) {

@@ -134,6 +134,20 @@ TEST_F(CorvaneUpdateTest, WithTheLockHeldNothingIsDoneAndTheHolderIsNamed) {
     EXPECT_EQ(Run(), 1);
 }
 
+// A lock that belongs to an open file has no process that could be named.
+TEST_F(CorvaneUpdateTest, AHolderThatCannotBeToldIsNotNamed) {
+    PutIndexed(1, {{"own.ndb", OwnSignature('a')}});
+    const common::FileDescriptor file(
+        ::open((m_defs + "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    ASSERT_EQ(::fcntl(file.Get(), F_OFD_SETLK, &lock), 0);
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(m_notes.log, "another update is running\n");
+    EXPECT_EQ(Current(), 0U);
+}
+
 TEST_F(CorvaneUpdateTest, AStopBeforeTheSwitchLeavesEverythingAsItWas) {
     PutIndexed(1, {{"own.ndb", OwnSignature('a')}});
     EXPECT_EQ(RunWords(*RequestText(m_request) + "stop\n"), 0);
