@@ -219,7 +219,7 @@ TestLoadResult TestLoad(const std::string& productDirectory, const std::string& 
         }
         const std::size_t end = together.said.find(kSeparator);
         const std::string other = together.said.substr(0, end);
-        if (false) {
+        if (other == pushedOut) {
             return {false, ChildEnd::kFailed,
                     together.said.substr(end + 1) + ", together with them"};
         }

@@ -75,7 +75,7 @@ struct Beside {
     void (*make)(const ScratchTree& tree);
     bool ticksTheParent;
 };
-void PrintTo(const Beside& beside, std::ostream* out) {
+[[maybe_unused]] void PrintTo(const Beside& beside, std::ostream* out) {
     *out << beside.name;
 }
 

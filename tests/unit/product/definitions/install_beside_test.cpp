@@ -137,6 +137,10 @@ TEST_F(InstallBeside, ASetThatPushesThePackagesOwnOutIsRefused) {
     PutIndexed(2, {{"enemy.fp", "44d88612fea8a8f36de82e1278abb02f:68:Fine\n", 1},
                    {"own.ndb", OwnSignature('b'), 2}});
     ExpectRefused(m_defs + "tender.ndb cannot be loaded: Malformed database, together with them");
+    // Nor does it matter what else is wrong with the others.
+    WriteFile(m_defs + "sour.ndb", OwnSignature('q'));
+    ExpectRefused(m_defs + "tender.ndb cannot be loaded: Malformed database, together with them");
+    fs::remove(m_defs + "sour.ndb");
     // Without the set it is not loaded either: no fault of the set.
     WriteFile(m_defs + "enemy.ign2", "Other.Test\n");
     EXPECT_EQ(Install().outcome, Outcome::kInstalled);
