@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <grp.h>
 #include <thread>
 #include <vector>
 
@@ -9,14 +8,6 @@
 
 namespace updated {
 namespace {
-
-constexpr uid_t kNobody = 65534;
-
-void Become(uid_t user) {
-    if (::setgroups(0, nullptr) != 0 || ::setgid(user) != 0 || ::setuid(user) != 0) {
-        ::_exit(1);
-    }
-}
 
 constexpr char kTooLong[] = "log the update takes too long and is ended\n";
 constexpr char kUntilStopped[] = "echo 'status 2001'; read -r -t 20 line; echo 'result 3'";

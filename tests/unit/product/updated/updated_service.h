@@ -1,6 +1,7 @@
 #pragma once
 
 #include <csignal>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <string>
@@ -26,6 +27,15 @@ using std::chrono::steady_clock;
 
 inline const std::string kDirectory = "/usr/lib/Corvane/Corvane/";
 inline const std::string kSocket = "/run/corvane/update.sock";
+
+inline constexpr uid_t kNobody = 65534;
+
+/// Makes this process another user's, or ends it.
+inline void Become(uid_t user) {
+    if (::setgroups(0, nullptr) != 0 || ::setgid(user) != 0 || ::setuid(user) != 0) {
+        ::_exit(1);
+    }
+}
 
 /// One who asks.
 class Client {
