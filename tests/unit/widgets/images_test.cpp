@@ -15,7 +15,7 @@ struct Picture {
     int size;
 };
 
-void PrintTo(const Picture& picture, std::ostream* out) {
+[[maybe_unused]] void PrintTo(const Picture& picture, std::ostream* out) {
     *out << picture.name;
 }
 
