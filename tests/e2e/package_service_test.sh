@@ -24,8 +24,9 @@ trap EndServices EXIT
 
 # ---- what the package brings ---------------------------------------------------------------------------
 
-Expect "the scripts are the administrator's to change" "/etc/init.d/corvane-updated
-/etc/init.d/rapidupdate" "$(dpkg-deb --info "$package" conffiles)"
+Expect "what is the administrator's to change" "/etc/init.d/corvane-updated
+/etc/init.d/rapidupdate
+/usr/lib/Corvane/Corvane/scanapi.conf" "$(dpkg-deb --info "$package" conffiles)"
 
 # ---- with systemd --------------------------------------------------------------------------------------
 
