@@ -19,7 +19,7 @@ protected:
     // Lets an index of these databases wait, with its signature: its text.
     std::string LetWait() {
         EXPECT_EQ(Run("--from source mirror"), 0) << Err();
-        const std::string text = ReadFile(m_folder / "mirror/unsigned/index.json");
+        std::string text = ReadFile(m_folder / "mirror/unsigned/index.json");
         PutWaiting(text);
         return text;
     }
