@@ -71,6 +71,19 @@ echo "\$1" >>"$scratch/given"
 [[ ! -e "$scratch/refused" || \$1 != "\$(cat "$scratch/refused")" ]]
 END
 chmod +x "$scratch/bin/clang-tidy-14"
+cat >"$scratch/bin/clangd-14" <<END
+#!/bin/bash
+if [[ \$1 == --version ]]; then cat "$scratch/clangd-version"; exit; fi
+for argument; do
+    case \$argument in
+        --check=*) echo "\${argument#--check="$PWD/"}" >>"$scratch/given" ;;
+        --compile-commands-dir=*) grep -q three "\${argument#*=}/compile_commands.json" || exit 1 ;;
+    esac
+done
+[[ ! -e "$scratch/refused" ]] || { echo "E[] [check] Line 1: refused"; exit 3; }
+END
+chmod +x "$scratch/bin/clangd-14"
+echo "version 14" >"$scratch/clangd-version"
 PATH=$scratch/bin:$PATH
 echo "version 14" >"$scratch/version"
 echo 'Checks: ""' >.clang-tidy
@@ -163,20 +176,6 @@ sed -i '$d' build/compile_commands.json
     Command tests/three.cpp three.o -DTHREE
     printf '\n]\n'
 } >>build/compile_commands.json
-cat >"$scratch/bin/clangd-14" <<END
-#!/bin/bash
-if [[ \$1 == --version ]]; then cat "$scratch/clangd-version"; exit; fi
-for argument; do
-    case \$argument in
-        --check=*) echo "\${argument#--check="$PWD/"}" >>"$scratch/given" ;;
-        --compile-commands-dir=*) grep -q three "\${argument#*=}/compile_commands.json" || exit 1 ;;
-    esac
-done
-[[ ! -e "$scratch/refused" ]] || { echo "E[] [check] Line 1: refused"; exit 3; }
-END
-chmod +x "$scratch/bin/clangd-14"
-echo "version 14" >"$scratch/clangd-version"
-
 # Watched WHAT FILES: builds, and expects the test to be looked at, or not.
 Watched() {
     ninja -C build >"$scratch/ninja" 2>&1
