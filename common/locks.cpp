@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "common/regular_file.h"
+#include "common/retrying.h"
 #include "common/shared_file.h"
 
 int g_fdlock = -1;
@@ -40,11 +41,7 @@ int LockWholeFile(int fd, short type, int command) {
         return -1;
     }
     struct flock lock = WholeFile(type);
-    int result = -1;
-    do {
-        result = ::fcntl(fd, command, &lock);
-    } while (result != 0 && errno == EINTR);
-    return result != 0 ? -1 : 0;
+    return common::Retrying([&] { return ::fcntl(fd, command, &lock); }) != 0 ? -1 : 0;
 }
 
 // Whether `path` still names the open file: whoever held the lock before deletes its file.

@@ -6,16 +6,15 @@
 #include <string_view>
 #include <sys/stat.h>
 
+#include "common/retrying.h"
+
 namespace common {
 
 namespace {
 
 int OpenRetrying(int directory, const char* path, int flags, mode_t mode) {
-    int fd = -1;
-    do {
-        fd = ::openat(directory, path, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode);
-    } while (fd < 0 && errno == EINTR);
-    return fd;
+    return common::Retrying(
+        [&] { return ::openat(directory, path, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode); });
 }
 
 // Gives `file` back when it is a regular file, one with further names only if that is allowed.

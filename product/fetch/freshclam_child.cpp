@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "common/regular_file.h"
+#include "common/retrying.h"
 #include "product/definitions/database_archive.h"
 
 extern "C" {
@@ -137,10 +138,7 @@ bool FreshclamChild::Start(const FreshclamSettings& settings) {
 
 int FreshclamChild::Join() {
     int status = 0;
-    pid_t joined = -1;
-    do {
-        joined = ::waitpid(m_child, &status, 0);
-    } while (joined < 0 && errno == EINTR);
+    const pid_t joined = common::Retrying([&] { return ::waitpid(m_child, &status, 0); });
     m_child = -1;
     return joined > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }

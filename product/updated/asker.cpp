@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <sys/socket.h>
 
+#include "common/retrying.h"
 #include "product/updturl/request.h"
 
 namespace updated {
@@ -80,11 +81,10 @@ void Asker::Mention(std::string_view line) {
 
 void Asker::Send() {
     while (!m_unsent.empty() && m_state != State::kGone) {
-        const ssize_t sent = ::send(m_connection.Get(), m_unsent.data(), m_unsent.size(),
-                                    MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent < 0 && errno == EINTR) {
-            continue;
-        }
+        const ssize_t sent = common::Retrying([&] {
+            return ::send(m_connection.Get(), m_unsent.data(), m_unsent.size(),
+                          MSG_NOSIGNAL | MSG_DONTWAIT);
+        });
         if (sent < 0) {
             if (errno != EAGAIN) {
                 m_state = State::kGone;

@@ -6,6 +6,7 @@
 #include <syslog.h>
 
 #include "abi/updturl.h"
+#include "common/retrying.h"
 #include "product/updturl/request.h"
 
 namespace updated {
@@ -29,11 +30,10 @@ Updater::Updater(const std::string& program, std::string request)
 
 void Updater::Send() {
     while (!m_unsent.empty()) {
-        const ssize_t sent =
-            ::send(m_socket.Get(), m_unsent.data(), m_unsent.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent < 0 && errno == EINTR) {
-            continue;
-        }
+        const ssize_t sent = common::Retrying([&] {
+            return ::send(m_socket.Get(), m_unsent.data(), m_unsent.size(),
+                          MSG_NOSIGNAL | MSG_DONTWAIT);
+        });
         if (sent < 0) {
             if (errno != EAGAIN) {
                 m_unsent.clear();  // its end is seen where it is heard

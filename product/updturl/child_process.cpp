@@ -11,6 +11,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include "common/retrying.h"
+
 namespace updturl {
 namespace {
 
@@ -146,7 +148,8 @@ void ChildProcess::Finish() {
     // A child that runs as another user cannot be ended by us, nor be waited for: it ends when it
     // finds its input at the end.
     const bool isOurs = Signal(SIGKILL) || errno != EPERM;
-    while (isOurs && ::waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
+    if (isOurs) {
+        (void)common::Retrying([&] { return ::waitpid(m_pid, nullptr, 0); });
     }
     m_pid = 0;
 }

@@ -10,6 +10,7 @@
 #include <vector>
 #include <zlib.h>
 
+#include "common/retrying.h"
 #include "product/signed_index/sha256.h"
 #include "product/vault/record_reader.h"
 #include "product/vault/scrambling.h"
@@ -24,11 +25,9 @@ constexpr char kDamaged[] = "it is damaged";
 // All of `bytes` from `offset` on; false on an error and at the end of the file.
 bool ReadAt(int file, std::span<std::byte> bytes, std::uint64_t offset, std::string& why) {
     while (!bytes.empty()) {
-        const ssize_t got = pread(file, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        const ssize_t got = common::Retrying(
+            [&] { return pread(file, bytes.data(), bytes.size(), static_cast<off_t>(offset)); });
         if (got <= 0) {
-            if (got < 0 && errno == EINTR) {
-                continue;
-            }
             why = got == 0 ? kDamaged : std::string("it cannot be read: ") + std::strerror(errno);
             return false;
         }

@@ -10,6 +10,7 @@
 #include <zlib.h>
 
 #include "common/io.h"
+#include "common/retrying.h"
 #include "product/signed_index/sha256.h"
 #include "product/vault/scrambling.h"
 
@@ -126,14 +127,6 @@ private:
     std::uint64_t m_written = 0;
 };
 
-std::ptrdiff_t ReadPiece(int file, std::span<std::byte> piece, std::uint64_t offset) {
-    ssize_t got = -1;
-    do {
-        got = pread(file, piece.data(), piece.size(), static_cast<off_t>(offset));
-    } while (got < 0 && errno == EINTR);
-    return got;
-}
-
 // Writes what the deflater has for its input so far.
 bool Drain(Deflater& deflater, int flush, ScrambledOutput& out, std::string& why) {
     std::array<std::byte, kPieceSize> packed;
@@ -158,7 +151,8 @@ bool WriteContents(int from, ItemFacts& facts, ScrambledOutput& out, std::string
     std::vector<std::byte> piece(kPieceSize);
     std::uint64_t size = 0;
     while (true) {
-        const auto got = ReadPiece(from, piece, size);
+        const ssize_t got = common::Retrying(
+            [&] { return pread(from, piece.data(), piece.size(), static_cast<off_t>(size)); });
         if (got < 0) {
             why = std::string("it cannot be read: ") + std::strerror(errno);
             return false;

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "common/io.h"
+#include "common/retrying.h"
 #include "product/vault/new_file.h"
 
 namespace vault {
@@ -162,8 +163,7 @@ Restored PutBackAsOwner(const ItemReader& item, const Target& target) {
     }
     writing.Reset();
     const std::string report = ReadReport(reading.Get());
-    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    (void)common::Retrying([&] { return waitpid(child, nullptr, 0); });
     if (report.empty()) {
         return {false, {}, "the process that was to do it has ended early"};
     }

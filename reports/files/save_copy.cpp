@@ -11,6 +11,7 @@
 
 #include "common/file_descriptor.h"
 #include "common/io.h"
+#include "common/retrying.h"
 
 namespace reports {
 
@@ -35,10 +36,8 @@ bool Reserve(int fd, std::size_t size, off_t oldSize) {
     if (size == 0) {
         return true;
     }
-    int result = 0;
-    do {
-        result = ::fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size));
-    } while (result != 0 && errno == EINTR);
+    const int result = common::Retrying(
+        [&] { return ::fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size)); });
     if (result == 0 || (errno != ENOSPC && errno != EDQUOT && errno != EFBIG && errno != EIO)) {
         return true;
     }
