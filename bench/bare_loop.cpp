@@ -19,7 +19,7 @@
 
 #include "bench/measurements.h"
 #include "common/file_descriptor.h"
-#include "product/scanapi/scan_profile.h"
+#include "product/scanning/scan_profile.h"
 
 namespace {
 
@@ -44,7 +44,7 @@ cl_scan_options ScanOptions() {
     options.scanPacked = 1;
     options.dumbScan = 1;
     options.adwareLevel = 7;
-    return scanapi::ProfileFromOptions(options).library;
+    return scanning::LibraryOptions(scanning::ProfileFromOptions(options));
 }
 
 Engine LoadEngine(const char* databases, const char* scratch) {
@@ -55,11 +55,11 @@ Engine LoadEngine(const char* databases, const char* scratch) {
     Engine engine(cl_engine_new());
     // As product/scanapi sets them.
     const std::pair<cl_engine_field, long long> settings[] = {
-        {CL_ENGINE_MAX_FILESIZE, scanapi::kMaxFileSize},
-        {CL_ENGINE_MAX_SCANSIZE, scanapi::kMaxScanSize},
-        {CL_ENGINE_MAX_RECURSION, scanapi::kMaxNesting},
-        {CL_ENGINE_MAX_FILES, scanapi::kMaxMembers},
-        {CL_ENGINE_MAX_SCANTIME, scanapi::kMaxScanMilliseconds},
+        {CL_ENGINE_MAX_FILESIZE, scanning::kMaxFileSize},
+        {CL_ENGINE_MAX_SCANSIZE, scanning::kMaxScanSize},
+        {CL_ENGINE_MAX_RECURSION, scanning::kMaxNesting},
+        {CL_ENGINE_MAX_FILES, scanning::kMaxMembers},
+        {CL_ENGINE_MAX_SCANTIME, scanning::kMaxScanMilliseconds},
         {CL_ENGINE_AC_ONLY, 1},
         {CL_ENGINE_DISABLE_CACHE, 1},
     };
@@ -97,7 +97,7 @@ public:
             return;
         }
         ++m_files;
-        if (status.st_size > scanapi::kMaxFileSize) {
+        if (status.st_size > scanning::kMaxFileSize) {
             return;
         }
         int descriptor = file.Get();

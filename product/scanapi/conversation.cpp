@@ -2,7 +2,7 @@
 
 #include "common/log.h"
 #include "common/text_field.h"
-#include "product/scanapi/detection_kind.h"
+#include "product/scanning/detection_kind.h"
 
 namespace scanapi {
 
@@ -27,44 +27,48 @@ int Conversation::Say(std::int16_t code, std::string_view fileName, std::string_
     info.code = code;
     PutFileName(info, fileName);
     if (!virusName.empty()) {
-        const DetectionKind kind = KindOf(virusName);
-        common::CopyToField(info.virusName, NameForProgram(virusName, fileName));
+        const scanning::DetectionKind kind = scanning::KindOf(virusName);
+        common::CopyToField(info.virusName, scanning::NameForProgram(virusName, fileName));
         info.detectionClass = kind.detectionClass;
         info.detectionSubClass = kind.subClass;
     }
     return m_callback(&info, m_context);
 }
 
-bool Conversation::Member(std::string_view memberPath) {
-    return Say(kMsgScanningMember, memberPath) != kReplyStop;
+std::string Conversation::PathOf(std::string_view member) const {
+    return member.empty() ? m_file.Path() : m_file.Path() + '/' + std::string(member);
+}
+
+bool Conversation::Member(std::string_view member) {
+    return Say(kMsgScanningMember, PathOf(member)) != kReplyStop;
 }
 
 bool Conversation::StopWanted() {
     return Say(kMsgAskStop, m_file.Path()) == kReplyStop;
 }
 
-bool Conversation::Conclude(const ScanOutcome& outcome) {
+bool Conversation::Conclude(const scanning::ScanOutcome& outcome) {
     switch (outcome.verdict) {
-        case Verdict::Clean:
+        case scanning::Verdict::Clean:
             Say(kMsgFileClean, m_file.Path());
             return true;
-        case Verdict::Infected:
+        case scanning::Verdict::Infected:
             Detected(outcome);
             return true;
-        case Verdict::PassedOver:
+        case scanning::Verdict::PassedOver:
             // Neither clean nor unreadable: nobody looked, as the user asked.
             return true;
-        case Verdict::Unreadable:
-        case Verdict::Stopped:
-        case Verdict::NeedsThread:
+        case scanning::Verdict::Unreadable:
+        case scanning::Verdict::Stopped:
+        case scanning::Verdict::NeedsThread:
             break;
     }
     Say(kMsgCannotRead, m_file.Path());
     return false;
 }
 
-void Conversation::Detected(const ScanOutcome& outcome) {
-    int reply = Say(kMsgVirusFound, outcome.infectedPath, outcome.virusName);
+void Conversation::Detected(const scanning::ScanOutcome& outcome) {
+    int reply = Say(kMsgVirusFound, PathOf(outcome.member), outcome.virusName);
     if (reply == kReplyRepair) {
         // Nothing can be disinfected here; the program then says what else to do.
         reply = Say(kMsgRepairFailed, m_file.Path(), outcome.virusName);

@@ -6,7 +6,7 @@
 
 #include "abi/scanapi.h"
 #include "product/scanapi/file_remover.h"
-#include "product/scanapi/library_scan.h"
+#include "product/scanning/library_scan.h"
 
 namespace scanapi {
 
@@ -24,8 +24,9 @@ public:
           m_file(file),
           m_disposalOf(std::move(disposalOf)) {}
 
-    /// Tells of a member about to be scanned. False when the program wants to stop.
-    bool Member(std::string_view memberPath);
+    /// Tells of a member about to be scanned, named as in the outcome of a scan. False when the
+    /// program wants to stop.
+    bool Member(std::string_view member);
 
     /// True when the program wants to stop. Asked with a message of no meaning, which the program
     /// answers and takes no notice of.
@@ -33,11 +34,12 @@ public:
 
     /// Reports the outcome and carries out what the program decides. True when the file was
     /// scanned whole or passed over as asked.
-    bool Conclude(const ScanOutcome& outcome);
+    bool Conclude(const scanning::ScanOutcome& outcome);
 
 private:
+    [[nodiscard]] std::string PathOf(std::string_view member) const;
     int Say(std::int16_t code, std::string_view fileName, std::string_view virusName = {});
-    void Detected(const ScanOutcome& outcome);
+    void Detected(const scanning::ScanOutcome& outcome);
     void Delete(const std::string& virusName);
 
     PFNZQCALLBACK m_callback;

@@ -6,8 +6,8 @@
 
 #include "common/log.h"
 #include "product/scanapi/left_behind.h"
-#include "product/scanapi/library_scan.h"
-#include "product/scanapi/scan_profile.h"
+#include "product/scanning/library_scan.h"
+#include "product/scanning/scan_profile.h"
 
 namespace scanapi {
 
@@ -19,11 +19,11 @@ struct Setting {
 };
 
 constexpr std::array<Setting, 7> kSettings{{
-    {CL_ENGINE_MAX_FILESIZE, kMaxFileSize},
-    {CL_ENGINE_MAX_SCANSIZE, kMaxScanSize},
-    {CL_ENGINE_MAX_RECURSION, kMaxNesting},
-    {CL_ENGINE_MAX_FILES, kMaxMembers},
-    {CL_ENGINE_MAX_SCANTIME, kMaxScanMilliseconds},
+    {CL_ENGINE_MAX_FILESIZE, scanning::kMaxFileSize},
+    {CL_ENGINE_MAX_SCANSIZE, scanning::kMaxScanSize},
+    {CL_ENGINE_MAX_RECURSION, scanning::kMaxNesting},
+    {CL_ENGINE_MAX_FILES, scanning::kMaxMembers},
+    {CL_ENGINE_MAX_SCANTIME, scanning::kMaxScanMilliseconds},
     {CL_ENGINE_AC_ONLY, definitions::kEngineHasOneMatcher},
     // The library remembers clean contents without the options they were scanned with: what was
     // clean with archives unread would stay clean once they are read.
@@ -133,7 +133,7 @@ LibraryEngine DatabaseLoader::NewEngine() {
             return static_cast<DatabaseLoader*>(loader)->m_cancelled ? 1 : 0;
         },
         this);
-    InstallScanCallbacks(engine.get());
+    scanning::InstallScanCallbacks(engine.get());
     return engine;
 }
 

@@ -36,7 +36,7 @@ constexpr std::size_t kMaxWorkers = 3;
 }  // namespace
 
 std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
-    SilenceLibrary();
+    scanning::SilenceLibrary();
     if (cl_init(CL_INIT_DEFAULT) != CL_SUCCESS) {
         return nullptr;
     }
@@ -66,7 +66,7 @@ Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> database
       m_scratch(std::move(scratch)),
       m_databases(std::make_unique<DatabasesInUse>(m_engineDirectory, std::move(databases),
                                                    std::move(set), m_scratch->Path())),
-      m_profile(ProfileFromOptions(options)),
+      m_profile(scanning::ProfileFromOptions(options)),
       m_settings(ReadEngineSettings(m_engineDirectory)) {}
 
 void Engine::Close() {
@@ -94,7 +94,7 @@ void Engine::SetCallback(PFNZQCALLBACK callback) {
 
 void Engine::SetOptions(const tagSCANAPI_OPTIONS& options) {
     const std::lock_guard lock(m_stateMutex);
-    m_profile = ProfileFromOptions(options);
+    m_profile = scanning::ProfileFromOptions(options);
 }
 
 int Engine::OpenFile(const char* name, std::uint64_t& handle) {
@@ -124,7 +124,7 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
     const std::lock_guard scanning(m_scanMutex);
     std::shared_ptr<TargetFile> file;
     PFNZQCALLBACK callback = nullptr;
-    ScanProfile profile;
+    scanning::ScanProfile profile;
     {
         const std::lock_guard lock(m_stateMutex);
         const auto found = m_files.find(handle);
@@ -138,7 +138,7 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
     Conversation conversation(callback, context, *file, [this](const std::string& virusName) {
         return DisposalOf(virusName);
     });
-    ScanOutcome outcome;
+    scanning::ScanOutcome outcome;
     try {
         outcome = Scan(file, profile, conversation);
     } catch (const std::bad_alloc&) {
@@ -147,12 +147,13 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
     return conversation.Conclude(outcome);
 }
 
-ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProfile& profile,
-                         Conversation& conversation) {
+scanning::ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file,
+                                   const scanning::ScanProfile& profile,
+                                   Conversation& conversation) {
     const auto loader = m_databases->ForScan();
     while (!loader->WaitFor(kPollInterval)) {
         if (conversation.StopWanted()) {
-            return {Verdict::Stopped, {}, {}};
+            return {scanning::Verdict::Stopped, {}, {}};
         }
     }
     const LibraryEngine engine = loader->Loaded();
@@ -163,7 +164,7 @@ ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProf
         }
         return {};
     }
-    if (!file->IsReadable() || file->Size() > static_cast<std::size_t>(kMaxFileSize)) {
+    if (!file->IsReadable() || file->Size() > static_cast<std::size_t>(scanning::kMaxFileSize)) {
         return {};
     }
     FileBytes bytes;
@@ -176,10 +177,10 @@ ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProf
             return {};
         }
         m_buffer.size = file->Size();
-        ScanOutcome outcome =
-            ScanBytes(engine.get(), profile, *file, std::span(m_buffer.buffer.get(), m_buffer.size),
-                      ScanManner{});
-        if (outcome.verdict != Verdict::NeedsThread) {
+        scanning::ScanOutcome outcome =
+            scanning::ScanBytes(engine.get(), profile, InputOf(*file),
+                                std::span(m_buffer.buffer.get(), m_buffer.size), {});
+        if (outcome.verdict != scanning::Verdict::NeedsThread) {
             return outcome;
         }
         bytes = std::move(m_buffer);
@@ -188,14 +189,15 @@ ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file, const ScanProf
     return ScanOnWorker(job, conversation);
 }
 
-ScanOutcome Engine::ScanOnWorker(const std::shared_ptr<ScanJob>& job, Conversation& conversation) {
+scanning::ScanOutcome Engine::ScanOnWorker(const std::shared_ptr<ScanJob>& job,
+                                           Conversation& conversation) {
     // Whatever ends this function, also an exception, the worker must not wait for it.
     struct Stopper {
         ScanJob& job;
         ~Stopper() { job.Stop(); }
     } const stopper{*job};
     if (!Dispatch(job, conversation)) {
-        return {Verdict::Stopped, {}, {}};
+        return {scanning::Verdict::Stopped, {}, {}};
     }
     bool stopping = false;
     auto deadline = std::chrono::steady_clock::time_point::max();
@@ -218,7 +220,7 @@ ScanOutcome Engine::ScanOnWorker(const std::shared_ptr<ScanJob>& job, Conversati
     }
     // Deep in one large member nothing asks the scan to end. It goes on alone to the bounds set for
     // it, and its result is thrown away.
-    return {Verdict::Stopped, {}, {}};
+    return {scanning::Verdict::Stopped, {}, {}};
 }
 
 Disposal Engine::DisposalOf(const std::string& virusName) {

@@ -45,9 +45,10 @@ private:
     Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases, std::string set,
            std::unique_ptr<ScratchDirectory> scratch);
 
-    ScanOutcome Scan(const std::shared_ptr<TargetFile>& file, const ScanProfile& profile,
-                     Conversation& conversation);
-    ScanOutcome ScanOnWorker(const std::shared_ptr<ScanJob>& job, Conversation& conversation);
+    scanning::ScanOutcome Scan(const std::shared_ptr<TargetFile>& file,
+                               const scanning::ScanProfile& profile, Conversation& conversation);
+    scanning::ScanOutcome ScanOnWorker(const std::shared_ptr<ScanJob>& job,
+                                       Conversation& conversation);
     Disposal DisposalOf(const std::string& virusName);
     bool Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& conversation);
 
@@ -60,7 +61,7 @@ private:
     std::vector<std::shared_ptr<ScanWorker>> m_workers;
 
     std::mutex m_stateMutex;  ///< guards what follows
-    ScanProfile m_profile;
+    scanning::ScanProfile m_profile;
     EngineSettings m_settings;
     PFNZQCALLBACK m_callback = nullptr;
     std::unordered_map<std::uint64_t, std::shared_ptr<TargetFile>> m_files;

@@ -12,23 +12,28 @@ constexpr std::size_t kMaxWaitingMembers = 64;
 
 }  // namespace
 
-ScanJob::ScanJob(LibraryEngine engine, const ScanProfile& profile, std::shared_ptr<TargetFile> file,
-                 FileBytes bytes)
+scanning::ScanInput InputOf(const TargetFile& file) {
+    return {file.BaseName(), file.Descriptor(), file.Size()};
+}
+
+ScanJob::ScanJob(LibraryEngine engine, const scanning::ScanProfile& profile,
+                 std::shared_ptr<TargetFile> file, FileBytes bytes)
     : m_engine(std::move(engine)),
       m_profile(profile),
       m_file(std::move(file)),
       m_bytes(std::move(bytes)) {}
 
 void ScanJob::Run() noexcept {
-    ScanOutcome outcome;
+    scanning::ScanOutcome outcome;
     try {
-        ScanManner manner;
-        manner.onMember = [this](std::string memberPath) { Announce(std::move(memberPath)); };
+        scanning::ScanManner manner;
+        manner.onMember = [this](std::string member) { Announce(std::move(member)); };
         manner.stop = &m_stop;
+        const scanning::ScanInput input = InputOf(*m_file);
         outcome = m_bytes.buffer != nullptr
-                      ? ScanBytes(m_engine.get(), m_profile, *m_file,
-                                  std::span(m_bytes.buffer.get(), m_bytes.size), manner)
-                      : ScanDescriptor(m_engine.get(), m_profile, *m_file, manner);
+                      ? scanning::ScanBytes(m_engine.get(), m_profile, input,
+                                            std::span(m_bytes.buffer.get(), m_bytes.size), manner)
+                      : scanning::ScanDescriptor(m_engine.get(), m_profile, input, manner);
     } catch (...) {
         // Out of memory: the file was not scanned, which is what the fresh outcome says.
         outcome = {};
@@ -39,10 +44,10 @@ void ScanJob::Run() noexcept {
     m_changed.notify_all();
 }
 
-void ScanJob::Announce(std::string memberPath) {
+void ScanJob::Announce(std::string member) {
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] { return m_members.size() < kMaxWaitingMembers || m_stop; });
-    m_members.push_back(std::move(memberPath));
+    m_members.push_back(std::move(member));
     m_changed.notify_all();
 }
 
@@ -67,7 +72,7 @@ bool ScanJob::IsFinished() {
     return m_finished;
 }
 
-ScanOutcome ScanJob::TakeOutcome() {
+scanning::ScanOutcome ScanJob::TakeOutcome() {
     const std::lock_guard lock(m_mutex);
     return std::move(m_outcome);
 }

@@ -10,7 +10,8 @@
 #include <vector>
 
 #include "product/scanapi/database_loader.h"
-#include "product/scanapi/library_scan.h"
+#include "product/scanapi/target_file.h"
+#include "product/scanning/library_scan.h"
 
 namespace scanapi {
 
@@ -20,12 +21,15 @@ struct FileBytes {
     std::size_t size = 0;
 };
 
+/// The file as a scan needs it; `file` must outlive that.
+scanning::ScanInput InputOf(const TargetFile& file);
+
 /// The scan of one file on a worker thread. Worker and program's thread each hold a share of it, so
 /// that a worker that cannot be stopped at once may be left behind.
 class ScanJob {
 public:
-    ScanJob(LibraryEngine engine, const ScanProfile& profile, std::shared_ptr<TargetFile> file,
-            FileBytes bytes);
+    ScanJob(LibraryEngine engine, const scanning::ScanProfile& profile,
+            std::shared_ptr<TargetFile> file, FileBytes bytes);
 
     /// Carries the scan out. On the worker thread.
     void Run() noexcept;
@@ -43,14 +47,14 @@ public:
     [[nodiscard]] bool IsFinished();
 
     /// The result and the buffer, once finished.
-    ScanOutcome TakeOutcome();
+    scanning::ScanOutcome TakeOutcome();
     FileBytes TakeBytes();
 
 private:
-    void Announce(std::string memberPath);
+    void Announce(std::string member);
 
     LibraryEngine m_engine;
-    ScanProfile m_profile;
+    scanning::ScanProfile m_profile;
     std::shared_ptr<TargetFile> m_file;
     FileBytes m_bytes;
     std::atomic<bool> m_stop = false;
@@ -58,7 +62,7 @@ private:
     std::condition_variable m_changed;
     std::vector<std::string> m_members;
     bool m_finished = false;
-    ScanOutcome m_outcome;
+    scanning::ScanOutcome m_outcome;
 };
 
 }  // namespace scanapi

@@ -1,8 +1,8 @@
-#include "product/scanapi/layer_trail.h"
+#include "product/scanning/layer_trail.h"
 
 #include <algorithm>
 
-namespace scanapi {
+namespace scanning {
 
 namespace {
 
@@ -82,15 +82,15 @@ void LayerTrail::BackTo(int descriptor) {
     }
 }
 
-std::string LayerTrail::Path(std::string_view outer) const {
-    std::string path(outer);
+std::string LayerTrail::Path() const {
+    std::string path;
     for (const Layer& layer : m_layers) {
         if (!layer.name.empty()) {
-            path += '/';
+            path += path.empty() ? "" : "/";
             path += layer.name;
         }
     }
     return path;
 }
 
-}  // namespace scanapi
+}  // namespace scanning

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace scanapi {
+namespace scanning {
 
 /// Where in a nested file the scan stands, kept from what libclamav tells while it unpacks. It
 /// gives a member's full path before it scans any, and then only the last part of the path of the
@@ -32,8 +32,8 @@ public:
     /// done with.
     void BackTo(int descriptor);
 
-    /// "outer/member/inner member", without unnamed layers.
-    [[nodiscard]] std::string Path(std::string_view outer) const;
+    /// "member/inner member", without unnamed layers; empty for the file itself.
+    [[nodiscard]] std::string Path() const;
 
 private:
     struct Layer {
@@ -52,4 +52,4 @@ private:
     bool m_missed = false;  ///< in an archive that is done with
 };
 
-}  // namespace scanapi
+}  // namespace scanning

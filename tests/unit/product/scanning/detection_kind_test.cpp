@@ -1,10 +1,10 @@
-#include "product/scanapi/detection_kind.h"
+#include "product/scanning/detection_kind.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using namespace scanapi;
+using namespace scanning;
 
 TEST(DetectionKindTest, TheClassTellsTheKindOfFind) {
     EXPECT_EQ(KindOf("Win.Trojan.Agent-1").detectionClass, 1);

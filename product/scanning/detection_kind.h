@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace scanapi {
+namespace scanning {
 
 /// Values of tagZQFILEINFO::detectionClass. 4 and 6 are left out on purpose: the program doubts
 /// some kinds of these two classes late in a run, and a signature match is never doubtful.
@@ -32,4 +32,4 @@ bool MeansNotWholeScanned(std::string_view virusName);
 /// which the program would take an exact match for a guess and dismiss it.
 std::string NameForProgram(std::string_view virusName, std::string_view fileName);
 
-}  // namespace scanapi
+}  // namespace scanning

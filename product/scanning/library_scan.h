@@ -8,10 +8,9 @@
 #include <string>
 #include <string_view>
 
-#include "product/scanapi/scan_profile.h"
-#include "product/scanapi/target_file.h"
+#include "product/scanning/scan_profile.h"
 
-namespace scanapi {
+namespace scanning {
 
 enum class Verdict {
     Clean,
@@ -25,14 +24,21 @@ enum class Verdict {
 struct ScanOutcome {
     Verdict verdict = Verdict::Unreadable;
     std::string virusName;
-    std::string infectedPath;  ///< the file, or the file and the member in it
+    std::string member;  ///< the infected one, as "member/inner member"; empty for the file itself
+};
+
+/// One file to scan.
+struct ScanInput {
+    std::string baseName;  ///< some signatures look at it
+    int descriptor = -1;   ///< read by ScanDescriptor only
+    std::size_t size = 0;  ///< in bytes
 };
 
 /// How a scan may take the thread it runs on.
 struct ScanManner {
     /// Called for each named member before it is scanned. Null: files that hold others end as
     /// Verdict::NeedsThread before they are looked into.
-    std::function<void(std::string memberPath)> onMember;
+    std::function<void(std::string member)> onMember;
     /// Set from another thread to end the scan at the next chance.
     const std::atomic<bool>* stop = nullptr;
 };
@@ -41,16 +47,16 @@ struct ScanManner {
 void InstallScanCallbacks(cl_engine* engine);
 
 /// Scans `bytes`, the whole of `file`.
-ScanOutcome ScanBytes(const cl_engine* engine, const ScanProfile& profile, const TargetFile& file,
+ScanOutcome ScanBytes(const cl_engine* engine, const ScanProfile& profile, const ScanInput& file,
                       std::span<const std::byte> bytes, const ScanManner& manner);
 
 /// Scans `file` through its descriptor. It is read and never mapped: a file cut short while it is
 /// scanned then gives a read error and not a fatal signal.
 ScanOutcome ScanDescriptor(const cl_engine* engine, const ScanProfile& profile,
-                           const TargetFile& file, const ScanManner& manner);
+                           const ScanInput& file, const ScanManner& manner);
 
 /// Keeps the library from printing. An error that it complains of while a file is scanned makes
 /// that file unreadable.
 void SilenceLibrary();
 
-}  // namespace scanapi
+}  // namespace scanning

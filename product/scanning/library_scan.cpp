@@ -1,4 +1,4 @@
-#include "product/scanapi/library_scan.h"
+#include "product/scanning/library_scan.h"
 
 #include <algorithm>
 #include <array>
@@ -8,16 +8,16 @@
 #include <unistd.h>
 #include <vector>
 
-#include "product/scanapi/detection_kind.h"
-#include "product/scanapi/layer_trail.h"
+#include "product/scanning/detection_kind.h"
+#include "product/scanning/layer_trail.h"
 
-namespace scanapi {
+namespace scanning {
 
 namespace {
 
 struct Hit {
     std::string name;
-    std::string path;
+    std::string member;
 };
 
 // Archives from which, when they can be read, at least the name of a member comes.
@@ -27,7 +27,7 @@ bool HasListing(std::string_view type) {
 
 /// What one scan's callbacks share. The library hands it back to each of them.
 struct ScanContext {
-    const TargetFile& file;
+    const ScanInput& file;
     const ScanProfile& profile;
     const ScanManner& manner;
     LayerTrail trail{};
@@ -51,7 +51,7 @@ struct ScanContext {
     void Unseal(std::uint32_t level, std::string_view type) {
         sealed = sealed || (sealedLevel && level <= *sealedLevel);
         sealedLevel.reset();
-        if (HasListing(type) && (profile.library.parse & CL_SCAN_PARSE_ARCHIVE) != 0) {
+        if (HasListing(type) && profile.archives) {
             sealedLevel = level;
         }
     }
@@ -107,7 +107,7 @@ cl_error_t Inspect(ScanContext& context, int descriptor, const Layer& layer) {
     context.Unseal(level, type);
     if (level == 0) {
         context.trail.Entered(0, {}, descriptor);
-        context.passedOver = type == kUnknownType && !context.profile.readUnknownTypes;
+        context.passedOver = type == kUnknownType && !context.profile.unknownTypes;
         context.needsThread = !context.manner.onMember && !IsPlainType(type);
         return context.Ended() ? kEndScan : CL_CLEAN;
     }
@@ -123,7 +123,7 @@ cl_error_t Inspect(ScanContext& context, int descriptor, const Layer& layer) {
     context.cutMember = context.cutMember || size >= static_cast<std::size_t>(kMaxFileSize);
     context.trail.Entered(level, name, descriptor);
     if (!name.empty() && context.announce) {
-        context.manner.onMember(context.trail.Path(context.file.Path()));
+        context.manner.onMember(context.trail.Path());
     }
     return context.Stopping() ? kEndScan : CL_CLEAN;
 }
@@ -166,7 +166,7 @@ void OnFound(int descriptor, const char* virusName, void* opaque) {
     try {
         LayerTrail trail = context.trail;
         trail.BackTo(descriptor);
-        context.hits.push_back({std::string(TextOf(virusName)), trail.Path(context.file.Path())});
+        context.hits.push_back({std::string(TextOf(virusName)), trail.Path()});
     } catch (...) {
         context.broken = true;
     }
@@ -175,7 +175,7 @@ void OnFound(int descriptor, const char* virusName, void* opaque) {
 off_t OnRead(void* opaque, void* buffer, std::size_t count, off_t offset) {
     auto& context = *static_cast<ScanContext*>(opaque);
     while (!context.Stopping()) {
-        const auto got = pread(context.file.Descriptor(), buffer, count, offset);
+        const auto got = pread(context.file.descriptor, buffer, count, offset);
         if (got < 0 && errno == EINTR) {
             continue;
         }
@@ -189,21 +189,20 @@ off_t OnRead(void* opaque, void* buffer, std::size_t count, off_t offset) {
 
 cl_error_t Run(const cl_engine* engine, cl_fmap_t* map, std::uint32_t extraGeneral,
                ScanContext& context) {
-    cl_scan_options options = context.profile.library;
+    cl_scan_options options = LibraryOptions(context.profile);
     options.general |= extraGeneral;
     const char* virusName = nullptr;
     unsigned long scanned = 0;
-    const auto result = cl_scanmap_callback(map, context.file.BaseName().c_str(), &virusName,
+    const auto result = cl_scanmap_callback(map, context.file.baseName.c_str(), &virusName,
                                             &scanned, engine, &options, &context);
     if (result == CL_VIRUS && context.hits.empty() && virusName != nullptr && !context.Ended()) {
-        context.hits.push_back({virusName, context.file.Path()});
+        context.hits.push_back({virusName, {}});
     }
     return result;
 }
 
 bool IsReported(const ScanContext& context, const Hit& hit) {
-    return !MeansNotWholeScanned(hit.name) &&
-           (context.profile.reportUnwanted || !IsUnwanted(hit.name));
+    return !MeansNotWholeScanned(hit.name) && (context.profile.unwanted || !IsUnwanted(hit.name));
 }
 
 // The library calls many a file clean that it did not look at, or not to the end.
@@ -217,7 +216,7 @@ bool WasScannedWhole(const ScanContext& context, cl_error_t result) {
                         context.broken || context.libraryFailed;
     // Without room to unpack it is not even looked at. The smallest files never are: nothing known
     // is as small as that.
-    const bool passedBy = !context.entered && context.file.Size() > kNeverMatched;
+    const bool passedBy = !context.entered && context.file.size > kNeverMatched;
     return !limited && !archiveUnread && !failed && !passedBy;
 }
 
@@ -231,7 +230,7 @@ ScanOutcome Judge(ScanContext& context, cl_error_t result) {
     const auto hit = std::find_if(context.hits.begin(), context.hits.end(),
                                   [&](const Hit& each) { return IsReported(context, each); });
     if (hit != context.hits.end()) {
-        return {Verdict::Infected, std::move(hit->name), std::move(hit->path)};
+        return {Verdict::Infected, std::move(hit->name), std::move(hit->member)};
     }
     if (context.Stopping()) {
         return {Verdict::Stopped, {}, {}};
@@ -240,7 +239,7 @@ ScanOutcome Judge(ScanContext& context, cl_error_t result) {
 }
 
 template <typename MapMaker>
-ScanOutcome ScanMapped(const cl_engine* engine, const ScanProfile& profile, const TargetFile& file,
+ScanOutcome ScanMapped(const cl_engine* engine, const ScanProfile& profile, const ScanInput& file,
                        const ScanManner& manner, MapMaker makeMap) {
     ScanContext context{file, profile, manner};
     {
@@ -249,8 +248,8 @@ ScanOutcome ScanMapped(const cl_engine* engine, const ScanProfile& profile, cons
             return {Verdict::Unreadable, {}, {}};
         }
         const auto result = Run(engine, map.get(), 0, context);
-        const bool onlyUnwanted = result == CL_VIRUS && !context.Ended() &&
-                                  !profile.reportUnwanted && !context.hits.empty() &&
+        const bool onlyUnwanted = result == CL_VIRUS && !context.Ended() && !profile.unwanted &&
+                                  !context.hits.empty() &&
                                   std::all_of(context.hits.begin(), context.hits.end(),
                                               [](const Hit& hit) { return IsUnwanted(hit.name); });
         if (!onlyUnwanted) {
@@ -275,7 +274,7 @@ void InstallScanCallbacks(cl_engine* engine) {
     cl_engine_set_clcb_virus_found(engine, OnFound);
 }
 
-ScanOutcome ScanBytes(const cl_engine* engine, const ScanProfile& profile, const TargetFile& file,
+ScanOutcome ScanBytes(const cl_engine* engine, const ScanProfile& profile, const ScanInput& file,
                       std::span<const std::byte> bytes, const ScanManner& manner) {
     return ScanMapped(engine, profile, file, manner, [bytes](ScanContext&) {
         return cl_fmap_open_memory(bytes.data(), bytes.size());
@@ -283,11 +282,11 @@ ScanOutcome ScanBytes(const cl_engine* engine, const ScanProfile& profile, const
 }
 
 ScanOutcome ScanDescriptor(const cl_engine* engine, const ScanProfile& profile,
-                           const TargetFile& file, const ScanManner& manner) {
+                           const ScanInput& file, const ScanManner& manner) {
     return ScanMapped(engine, profile, file, manner, [&file](ScanContext& context) {
         // Without aging: pages that it let go of come back as "changed" and are then not scanned.
         constexpr int kKeepPages = 0;
-        return cl_fmap_open_handle(&context, 0, file.Size(), OnRead, kKeepPages);
+        return cl_fmap_open_handle(&context, 0, file.size, OnRead, kKeepPages);
     });
 }
 
@@ -299,4 +298,4 @@ void SilenceLibrary() {
     });
 }
 
-}  // namespace scanapi
+}  // namespace scanning

@@ -1,10 +1,10 @@
-#include "product/scanapi/detection_kind.h"
+#include "product/scanning/detection_kind.h"
 
 #include <algorithm>
 #include <array>
 #include <cctype>
 
-namespace scanapi {
+namespace scanning {
 
 namespace {
 
@@ -73,4 +73,4 @@ std::string NameForProgram(std::string_view virusName, std::string_view fileName
     return name;
 }
 
-}  // namespace scanapi
+}  // namespace scanning
