@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 // Small helpers that tests of files and processes share.
 
@@ -117,6 +118,19 @@ inline int JoinChild(pid_t child) {
         }
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+/// In a child: becomes the program, which is looked for in the PATH, with its arguments. Comes back
+/// only when that failed, with the status a shell has for it.
+inline int Become(std::vector<std::string> command) {
+    std::vector<char*> words;
+    words.reserve(command.size() + 1);
+    for (std::string& word : command) {
+        words.push_back(word.data());
+    }
+    words.push_back(nullptr);
+    ::execvp(words[0], words.data());
+    return 127;
 }
 
 /// Runs `work` in a forked process and gives its result, 0 to 255.

@@ -1,6 +1,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iostream>
+#include <set>
 
 #include "tests/support/traced_program.h"
 #include "tests/unit/product/definitions/definitions_fixture.h"
@@ -32,11 +33,11 @@ protected:
     }
 
     // The calls of the installation itself, without those of its children, that change something.
-    std::vector<SystemCall> Calls() {
+    std::vector<SystemCall> Calls(const IsCallWanted& isWanted = ChangesFiles) {
         Reset();
         const std::string path = m_scratch / "trace";
         EXPECT_EQ(RunTraced({"-o", path}, Program()), static_cast<int>(Outcome::kInstalled));
-        return MarkedCallsIn(path, ChangesFiles);
+        return MarkedCallsIn(path, isWanted);
     }
 
     // The state from which each installation starts.
@@ -161,16 +162,29 @@ TEST_F(InstallFailure, ASignalAtAnyCallKeepsNothingFromBeingDone) {
 
 TEST_F(InstallFailure, WithoutAChildNothingIsInstalled) {
     PrepareSecond();
-    for (const char* call : {"clone", "pipe2"}) {
+    Reset();
+    EXPECT_EQ(RunTraced({"-o", "/dev/null", "-e", "inject=clone:error=EAGAIN"}, Program()),
+              static_cast<int>(Outcome::kFailed));
+    EXPECT_EQ(CurrentFile("b.ndb"), m_old);
+    EXPECT_THAT(Names(), ElementsAre("current", "set-1"));
+}
+
+// A child that only watches is done without; one that tries the databases is not.
+TEST_F(InstallFailure, WithoutAPipeToAChildTheOldOrTheNewSetIsInUse) {
+    PrepareSecond();
+    std::set<int> outcomes;
+    for (const SystemCall& call :
+         Calls([](std::string_view name, std::string_view /*line*/) { return name == "pipe2"; })) {
+        SCOPED_TRACE(call.Injecting("EMFILE"));
         Reset();
-        EXPECT_EQ(
-            RunTraced({"-o", "/dev/null", "-e", "inject=" + std::string(call) + ":error=EAGAIN"},
-                      Program()),
-            static_cast<int>(Outcome::kFailed))
-            << call;
-        EXPECT_EQ(CurrentFile("b.ndb"), m_old);
-        EXPECT_THAT(Names(), ElementsAre("current", "set-1"));
+        const int outcome = Inject(call, "error=EMFILE");
+        const bool isInstalled = outcome == static_cast<int>(Outcome::kInstalled);
+        EXPECT_EQ(CurrentFile("b.ndb"), isInstalled ? m_new : m_old);
+        EXPECT_FALSE(Exists(m_defs + "unfinished"));
+        outcomes.insert(outcome);
     }
+    EXPECT_THAT(outcomes, ElementsAre(static_cast<int>(Outcome::kInstalled),
+                                      static_cast<int>(Outcome::kFailed)));
 }
 
 TEST_F(InstallFailure, EverythingIsOnTheDiskBeforeTheSwitchAndTheSwitchAfterIt) {

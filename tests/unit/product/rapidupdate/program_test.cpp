@@ -87,14 +87,7 @@ protected:
                 ::open((m_scratch / "log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
             ::dup2(log, STDOUT_FILENO);
             ::dup2(log, STDERR_FILENO);
-            std::vector<char*> words;
-            words.reserve(arguments.size() + 1);
-            for (std::string& word : arguments) {
-                words.push_back(word.data());
-            }
-            words.push_back(nullptr);
-            ::execv(words[0], words.data());
-            return 127;
+            return Become(arguments);
         });
     }
     [[nodiscard]] int Run(const std::vector<std::string>& arguments) const {

@@ -69,14 +69,7 @@ protected:
         const int status = InChild([&] {
             const int fd = ::open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
             ::dup2(fd, STDERR_FILENO);
-            std::vector<char*> arguments;
-            arguments.reserve(command.size() + 1);
-            for (std::string& word : command) {
-                arguments.push_back(word.data());
-            }
-            arguments.push_back(nullptr);
-            ::execvp(arguments[0], arguments.data());
-            return 127;
+            return Become(command);
         });
         return {status, ReadFile(errors)};
     }

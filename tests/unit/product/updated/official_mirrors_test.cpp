@@ -172,9 +172,9 @@ TEST_F(OfficialMirrors, SignalsKeepNothingFromBeingWrittenDown) {
     End();
     const std::string trace = m_scratch / "trace";
     m_service = StartChild([&] {
-        ::execlp("strace", "strace", "-D", "-o", trace.c_str(), "-e",
-                 "inject=unlinkat,fsync,renameat:error=EINTR:when=1+2", UPDATED_PROGRAM, nullptr);
-        return 127;
+        return ::Become(TracedCommand(
+            {"-D", "-o", trace, "-e", "inject=unlinkat,fsync,renameat:error=EINTR:when=1+2"},
+            {UPDATED_PROGRAM}));
     });
     ASSERT_TRUE(WaitUntil([] { return Client("").IsConnected(); }));
     EXPECT_EQ(HeardBySomebody(m_scratch.Path()), "result 2\n");

@@ -153,14 +153,7 @@ protected:
             if (!options.empty()) {
                 command = TracedCommand(options, command);
             }
-            std::vector<char*> words;
-            words.reserve(command.size() + 1);
-            for (std::string& word : command) {
-                words.push_back(word.data());
-            }
-            words.push_back(nullptr);
-            ::execvp(words[0], words.data());
-            return 127;
+            return Become(command);
         });
         EXPECT_TRUE(WaitUntil([this] { return Connect().IsOpen() || HasServiceEnded(); }));
     }

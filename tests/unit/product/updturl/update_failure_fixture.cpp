@@ -73,14 +73,7 @@ Told UpdateFailureTest::Ask(std::vector<std::string> command) const {
         ::dup2(in[0], STDIN_FILENO);
         ::dup2(out[1], STDOUT_FILENO);
         ::dup2(::open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
-        std::vector<char*> arguments;
-        arguments.reserve(command.size() + 1);
-        for (std::string& word : command) {
-            arguments.push_back(word.data());
-        }
-        arguments.push_back(nullptr);
-        ::execvp(arguments[0], arguments.data());
-        return 127;
+        return Become(command);
     });
     ::close(in[0]);
     ::close(out[1]);

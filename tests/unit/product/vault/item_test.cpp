@@ -47,7 +47,7 @@ TEST(Scrambling, IsItsOwnWayBackAndAnyCutGivesTheSame) {
 std::string Number(std::uint64_t value, int size) {
     std::string bytes;
     for (int i = 0; i < size; ++i) {
-        bytes += static_cast<char>(value >> (8 * i));
+        bytes += static_cast<char>(i < 8 ? value >> (8 * i) : 0);
     }
     return bytes;
 }
