@@ -23,8 +23,12 @@ enum class Verdict {
 
 struct ScanOutcome {
     Verdict verdict = Verdict::Unreadable;
-    std::string virusName;
-    std::string member;  ///< the infected one, as "member/inner member"; empty for the file itself
+    std::string virusName{};
+    std::string
+        member{};  ///< the infected one, as "member/inner member"; empty for the file itself
+    std::string reason{};  ///< why it is Unreadable: a few words of ASCII; may be empty
+
+    bool operator==(const ScanOutcome&) const = default;
 };
 
 /// One file to scan.

@@ -39,7 +39,8 @@ const std::map<std::string, Room, std::less<>> kRooms = {
 // not named here stands for itself.
 const std::map<std::string, int, std::less<>> kSharedOfProduct = {
     {"product/signed_index", 0}, {"product/vault", 1},   {"product/definitions", 1},
-    {"product/fetch", 2},        {"product/updturl", 3},
+    {"product/fetch", 2},        {"product/updturl", 3}, {"product/scanning", 2},
+    {"product/scanwire", 3},
 };
 
 struct Include {
