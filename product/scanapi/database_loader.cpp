@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "common/log.h"
+#include "product/scanapi/engine_log.h"
 #include "product/scanapi/left_behind.h"
 #include "product/scanning/library_scan.h"
 #include "product/scanning/scan_profile.h"
@@ -31,11 +32,6 @@ constexpr std::array<Setting, 7> kSettings{{
 }};
 
 }  // namespace
-
-void LogLeftOut(const std::string& path, const char* reason) {
-    const std::string line = "scanapi: database (" + path + ") left out: " + reason;
-    WriteToLog(common::kCommonLog, line.c_str());
-}
 
 DatabaseLoader::DatabaseLoader(std::vector<Database> databases, std::string scratch)
     : m_databases(std::move(databases)), m_scratch(std::move(scratch)) {}

@@ -67,7 +67,4 @@ private:
     std::thread m_thread;
 };
 
-/// One line in the common log for a database that is left out.
-void LogLeftOut(const std::string& path, const char* reason);
-
 }  // namespace scanapi

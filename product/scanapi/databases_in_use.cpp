@@ -13,6 +13,7 @@
 
 #include "common/io.h"
 #include "common/log.h"
+#include "product/scanapi/engine_log.h"
 #include "product/definitions/definition_folder.h"
 
 namespace scanapi {

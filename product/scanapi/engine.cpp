@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "common/log.h"
+#include "product/scanapi/engine_log.h"
 #include "common/text_field.h"
 #include "product/scanapi/version_record.h"
 

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+namespace scanapi {
+
+// What the engine writes to the common log: each a line, "scanapi: " and then a text. Any thread.
+
+/// `text` is our own words; what others chose in it was escaped.
+void LogLine(const std::string& text);
+
+/// A database that is left out. What `reason` holds may come from elsewhere.
+void LogLeftOut(const std::string& path, std::string_view reason);
+
+/// The files of a run that were not read, and why: a line each for so many, and then how many more
+/// there were.
+class UnreadLog {
+public:
+    static constexpr std::size_t kMaxLines = 1000;
+
+    /// Tells how many were not told of.
+    ~UnreadLog();
+    UnreadLog() = default;
+    UnreadLog(const UnreadLog&) = delete;
+    UnreadLog& operator=(const UnreadLog&) = delete;
+
+    void Add(const std::string& path, std::string_view reason);
+
+    /// Tells how many were not told of, and begins to count anew.
+    void BeginRun();
+
+private:
+    std::mutex m_mutex;
+    std::size_t m_count = 0;
+};
+
+}  // namespace scanapi

@@ -1,0 +1,123 @@
+#include "product/scanapi/pending_scan.h"
+
+#include <sys/stat.h>
+#include <utility>
+
+#include "product/scanning/scan_profile.h"
+
+namespace scanapi {
+
+namespace {
+
+// More than any scan within its bounds tells of: some kinds of archive are looked through twice.
+constexpr std::size_t kMaxTold = 4 * static_cast<std::size_t>(scanning::kMaxMembers);
+constexpr std::size_t kMaxToldBytes = std::size_t{64} << 20U;
+
+bool IsSameTime(const timespec& one, const timespec& other) {
+    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
+}
+
+bool IsUnchanged(const TargetFile& file) {
+    struct stat now {};
+    const struct stat& then = file.Opened();
+    return ::fstat(file.Descriptor(), &now) == 0 && now.st_size == then.st_size &&
+           IsSameTime(now.st_mtim, then.st_mtim) && IsSameTime(now.st_ctim, then.st_ctim);
+}
+
+}  // namespace
+
+PendingScan::PendingScan(std::shared_ptr<TargetFile> file, const scanning::ScanProfile& profile,
+                         Urgency urgency, std::shared_ptr<Wakeup> pool)
+    : m_file(std::move(file)), m_profile(profile), m_urgency(urgency), m_pool(std::move(pool)) {}
+
+PendingScan::News PendingScan::WaitForNews(std::chrono::milliseconds limit) {
+    std::unique_lock lock(m_mutex);
+    m_changed.wait_for(lock, limit, [this] { return m_finished || !m_members.empty(); });
+    News news;
+    news.members.swap(m_members);
+    news.finished = m_finished;
+    return news;
+}
+
+bool PendingScan::IsFinished() {
+    const std::lock_guard lock(m_mutex);
+    return m_finished;
+}
+
+scanning::ScanOutcome PendingScan::TakeOutcome() {
+    const std::lock_guard lock(m_mutex);
+    return std::move(m_outcome);
+}
+
+void PendingScan::Abandon(bool force) {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_abandoned = true;
+        m_toBreakOff = force && !m_finished;
+        m_members.clear();
+    }
+    m_pool->Wake();
+}
+
+bool PendingScan::Tell(std::string member) {
+    const std::lock_guard lock(m_mutex);
+    if (m_toSkip > 0) {
+        --m_toSkip;
+        return true;
+    }
+    m_toldBytes += member.size();
+    if (++m_told > kMaxTold || m_toldBytes > kMaxToldBytes) {
+        return false;
+    }
+    if (!m_abandoned && !m_finished) {
+        m_members.push_back(std::move(member));
+        m_changed.notify_all();
+    }
+    return true;
+}
+
+void PendingScan::BeginAgain() {
+    const std::lock_guard lock(m_mutex);
+    m_toSkip = m_told;
+}
+
+void PendingScan::Finish(scanning::ScanOutcome outcome) {
+    const bool isBelievedOfAnyFile = outcome.verdict == scanning::Verdict::Infected ||
+                                     outcome.verdict == scanning::Verdict::Unreadable ||
+                                     outcome.verdict == scanning::Verdict::Stopped;
+    if (!isBelievedOfAnyFile && !IsUnchanged(*m_file)) {
+        outcome = {};
+        outcome.reason = "it changed while it was scanned";
+    }
+    const std::lock_guard lock(m_mutex);
+    if (m_finished) {
+        return;
+    }
+    m_outcome = std::move(outcome);
+    m_finished = true;
+    m_changed.notify_all();
+}
+
+void PendingScan::FinishUnread(std::string_view reason) {
+    scanning::ScanOutcome outcome;
+    outcome.reason = reason;
+    Finish(std::move(outcome));
+}
+
+void PendingScan::FinishStopped() {
+    scanning::ScanOutcome outcome;
+    outcome.verdict = scanning::Verdict::Stopped;
+    Finish(std::move(outcome));
+}
+
+bool PendingScan::IsAbandoned() {
+    const std::lock_guard lock(m_mutex);
+    return m_abandoned;
+}
+
+bool PendingScan::IsToBreakOff() {
+    const std::lock_guard lock(m_mutex);
+    return m_toBreakOff;
+}
+
+}  // namespace scanapi

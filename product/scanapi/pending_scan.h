@@ -1,0 +1,88 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "product/scanapi/target_file.h"
+#include "product/scanapi/wakeup.h"
+#include "product/scanning/library_scan.h"
+
+namespace scanapi {
+
+enum class Urgency {
+    kNow,    ///< somebody waits for it
+    kAhead,  ///< somebody will, perhaps
+};
+
+/// The scan of one file by a pool, shared by the pool and whoever waits for it. Any thread.
+class PendingScan {
+public:
+    /// `pool` is woken when it is given up.
+    PendingScan(std::shared_ptr<TargetFile> file, const scanning::ScanProfile& profile,
+                Urgency urgency, std::shared_ptr<Wakeup> pool);
+
+    // For whoever waits.
+
+    struct News {
+        std::vector<std::string> members;  ///< scanning of these has begun, "member/inner member"
+        bool finished = false;             ///< no more will come
+    };
+    /// What has happened since the last call; waits for something at most `limit`.
+    News WaitForNews(std::chrono::milliseconds limit);
+
+    [[nodiscard]] bool IsFinished();
+
+    /// The result, once finished; once. Of a file whose size or times are others after the scan
+    /// than when it was opened, none but a find is believed.
+    scanning::ScanOutcome TakeOutcome();
+
+    /// Nobody waits any more. What has not begun never will; what is under way is broken off with
+    /// `force`, and its result thrown away without.
+    void Abandon(bool force);
+
+    // For the pool.
+
+    [[nodiscard]] const TargetFile& File() const { return *m_file; }
+    [[nodiscard]] const scanning::ScanProfile& Profile() const { return m_profile; }
+    [[nodiscard]] Urgency HowUrgent() const { return m_urgency; }
+
+    /// Passes a member's name on. False when there are more, or longer ones, than any scan has.
+    [[nodiscard]] bool Tell(std::string member);
+
+    /// The scan ended early through no fault of this file and begins anew: the members that were
+    /// told of are not told again.
+    void BeginAgain();
+
+    /// Only the first call counts.
+    void Finish(scanning::ScanOutcome outcome);
+    void FinishUnread(std::string_view reason);
+    void FinishStopped();
+
+    [[nodiscard]] bool IsAbandoned();
+    [[nodiscard]] bool IsToBreakOff();
+
+private:
+    const std::shared_ptr<TargetFile> m_file;
+    const scanning::ScanProfile m_profile;
+    const Urgency m_urgency;
+    const std::shared_ptr<Wakeup> m_pool;
+
+    std::mutex m_mutex;  ///< guards what follows
+    std::condition_variable m_changed;
+    std::vector<std::string> m_members;  ///< not yet taken
+    std::size_t m_told = 0;
+    std::size_t m_toldBytes = 0;
+    std::size_t m_toSkip = 0;
+    bool m_finished = false;
+    bool m_abandoned = false;
+    bool m_toBreakOff = false;
+    scanning::ScanOutcome m_outcome;
+};
+
+}  // namespace scanapi
