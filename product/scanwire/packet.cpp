@@ -77,8 +77,14 @@ Received PacketReceiver::Receive(int socket, Packet& packet) {
     message.msg_iovlen = 1;
     message.msg_control = control.data();
     message.msg_controllen = control.size();
-    const ssize_t got =
-        common::Retrying([&] { return ::recvmsg(socket, &message, MSG_CMSG_CLOEXEC); });
+    const auto receive = [&] {
+        return common::Retrying([&] { return ::recvmsg(socket, &message, MSG_CMSG_CLOEXEC); });
+    };
+    ssize_t got = receive();
+    // The other side ended before it had read everything; what it said itself is still there.
+    if (got < 0 && errno == ECONNRESET) {
+        got = receive();
+    }
     if (got < 0) {
         const bool isEmpty = errno == EAGAIN || errno == EWOULDBLOCK;
         return isEmpty ? Received::kNothing : Received::kBroken;

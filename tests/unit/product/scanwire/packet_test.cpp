@@ -69,6 +69,16 @@ TEST_F(PacketTest, PacketsComeOneByOneAndWhole) {
     EXPECT_EQ(Receive(), Received::kEnd);
 }
 
+// The system says so with an error first.
+TEST_F(PacketTest, WhoEndsWithSomethingUnreadIsHeardToTheEnd) {
+    EXPECT_EQ(SendPacket(m_far.Get(), "never read"), Sent::kWhole);
+    EXPECT_EQ(SendPacket(m_near.Get(), "last words"), Sent::kWhole);
+    m_near.Reset();
+    EXPECT_EQ(Receive(), Received::kPacket);
+    EXPECT_EQ(m_packet.bytes, "last words");
+    EXPECT_EQ(Receive(), Received::kEnd);
+}
+
 TEST_F(PacketTest, DescriptorsComeInTheirOrder) {
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
