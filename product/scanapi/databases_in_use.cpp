@@ -1,37 +1,26 @@
 #include "product/scanapi/databases_in_use.h"
 
 #include <algorithm>
-#include <array>
-#include <chrono>
-#include <exception>
-#include <poll.h>
+#include <fstream>
+#include <limits>
 #include <string_view>
-#include <sys/eventfd.h>
-#include <sys/inotify.h>
-#include <unistd.h>
 #include <utility>
 
-#include "common/io.h"
-#include "common/log.h"
 #include "product/scanapi/engine_log.h"
-#include "product/definitions/definition_folder.h"
 
 namespace scanapi {
 
 namespace {
 
-// Where the system has no watch left to give.
-constexpr int kLookInterval = 5000;  // milliseconds
+constexpr std::chrono::milliseconds kNow(0);
 
 std::string_view StemOf(std::string_view path) {
     const std::string_view name = path.substr(path.rfind('/') + 1);
     return name.substr(0, name.find('.'));
 }
 
-// The database that `active` has and `next` could not load, for want of memory perhaps; empty
-// without.
-std::string LostBy(DatabaseLoader& next, DatabaseLoader& active) {
-    const std::vector<Database> had = active.Databases();
+// The database among `had` that `next` could not load, for want of memory perhaps; empty without.
+std::string LostBy(ScanPool& next, const std::vector<Database>& had) {
     for (const Database& lost : next.LeftOut()) {
         if (std::any_of(had.begin(), had.end(), [&](const Database& each) {
                 return StemOf(each.path) == StemOf(lost.path);
@@ -42,177 +31,180 @@ std::string LostBy(DatabaseLoader& next, DatabaseLoader& active) {
     return {};
 }
 
+// Whether `next` has loaded all that it should have of what was there before.
+bool IsWhole(ScanPool& next, const std::vector<Database>& had) {
+    const std::string lost = LostBy(next, had);
+    if (!lost.empty()) {
+        LogLine("the new definitions wait, for (" + lost +
+                ") could not be loaded, and is in use as it was");
+    }
+    return lost.empty();
+}
+
 }  // namespace
 
 DatabasesInUse::DatabasesInUse(std::string engineDirectory, std::vector<Database> first,
-                               std::string set, std::string scratch,
-                               std::chrono::milliseconds retryInterval)
+                               std::string set, PoolSettings settings,
+                               std::chrono::milliseconds retryInterval, AvailableMemory available)
     : m_engineDirectory(std::move(engineDirectory)),
-      m_scratch(std::move(scratch)),
       m_retryInterval(retryInterval),
-      m_seen(std::move(set)),
-      m_active(std::make_shared<DatabaseLoader>(std::move(first), m_scratch)),
-      m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    OpenWatch();
-    m_active->Start();
-    m_watcher = std::thread([this] { Watch(); });
-}
+      m_available(std::move(available)),
+      m_active(Load(set, std::move(first), settings)) {}
 
 DatabasesInUse::~DatabasesInUse() {
     Stop();
 }
 
-void DatabasesInUse::OpenWatch() {
-    m_changes.Reset(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    const std::string folder = m_engineDirectory + definitions::kFolderName;
-    if (m_changes && ::inotify_add_watch(m_changes.Get(), folder.c_str(),
-                                         IN_MOVED_TO | IN_CREATE | IN_ONLYDIR) < 0) {
-        m_changes.Reset();
-    }
+DatabasesInUse::Loading DatabasesInUse::Load(const std::string& set,
+                                             std::vector<Database> databases,
+                                             const PoolSettings& settings) {
+    Loading loading{set, settings, std::make_shared<ScanPool>(std::move(databases), settings)};
+    loading.pool->Start();
+    return loading;
 }
 
-void DatabasesInUse::Wake() const {
-    constexpr std::uint64_t kOnce = 1;
-    (void)!::write(m_wake.Get(), &kOnce, sizeof kOnce);
+void DatabasesInUse::Reject(const std::string& set) {
+    m_rejected = set;
+    m_rejectedAt = Clock::now();
 }
 
-void DatabasesInUse::Watch() noexcept {
-    while (!m_stopping) {
-        std::array<pollfd, 2> events{{{m_wake.Get(), POLLIN, 0}, {m_changes.Get(), POLLIN, 0}}};
-        const int wait = !m_changes    ? kLookInterval
-                         : m_isToRetry ? static_cast<int>(m_retryInterval.count())
-                                       : -1;
-        if (::poll(events.data(), events.size(), wait) == 0 && m_isToRetry.exchange(false)) {
-            const std::lock_guard looking(m_lookMutex);
-            m_seen.clear();
-        }
-        // What it was is not looked at: where the link leads tells all.
-        alignas(inotify_event) std::array<char, 4096> passed;
-        while (::read(m_changes.Get(), passed.data(), passed.size()) > 0) {
-        }
-        (void)!::read(m_wake.Get(), passed.data(), sizeof(std::uint64_t));
-        try {
-            if (!m_stopping) {
-                LookForChanges();
-            }
-            StopRetired();
-        } catch (const std::exception& error) {
-            WriteToLog(common::kCommonLog, error.what());
-        }
-    }
-}
-
-void DatabasesInUse::LookForChanges() {
-    const std::lock_guard looking(m_lookMutex);
-    std::string seen = definitions::CurrentSet(m_engineDirectory);
-    if (seen == m_seen || m_stopping) {
+void DatabasesInUse::TakeLoaded() {
+    if (m_next.pool == nullptr || !m_next.pool->WaitFor(kNow)) {
         return;
     }
-    m_seen = std::move(seen);
+    Loading next = std::exchange(m_next, {});
+    const auto had =
+        m_active.pool->IsLoaded() ? m_active.pool->Databases() : std::vector<Database>();
+    // One that could not be loaded leaves the old one where it is.
+    if (next.pool->IsLoaded() && IsWhole(*next.pool, had)) {
+        std::swap(next, m_active);
+        m_rejected.reset();
+    } else {
+        Reject(next.set);
+    }
+    next.pool->Stop();
+}
+
+void DatabasesInUse::GoBackWhereTheNewOneFailed() {
+    if (!m_former || !m_active.pool->WaitFor(kNow)) {
+        return;
+    }
+    const Former former = *std::exchange(m_former, std::nullopt);
+    if (m_active.pool->IsLoaded() && IsWhole(*m_active.pool, former.databases)) {
+        return;
+    }
+    Reject(m_active.set);
+    m_active.pool->Stop();
+    m_active = Load(former.set, former.databases, former.settings);
+}
+
+void DatabasesInUse::LookForChanges(const PoolSettings& settings) {
+    const std::string set = definitions::CurrentSet(m_engineDirectory);
+    if (m_active.pool->WaitFor(kNow) && !m_active.pool->IsLoaded() && m_rejected != m_active.set) {
+        Reject(m_active.set);
+    }
+    const Loading& latest = m_next.pool != nullptr ? m_next : m_active;
+    const bool isLatest = latest.set == set && latest.settings == settings;
+    const bool isToRetry = m_rejected == set && Clock::now() - m_rejectedAt >= m_retryInterval;
+    if (isLatest ? m_next.pool != nullptr || !isToRetry : m_rejected == set && !isToRetry) {
+        return;
+    }
     // By the name of the set: through the link one listing could be of two sets.
-    definitions::DatabaseList list = definitions::FindDatabases(m_engineDirectory, m_seen);
+    definitions::DatabaseList list = definitions::FindDatabases(m_engineDirectory, set);
     for (const std::string& path : list.damaged) {
         LogLeftOut(path, "it is not a database");
     }
     if (!list.HasSignatures()) {
-        WriteToLog(common::kCommonLog, "scanapi: no usable database in the new definitions");
+        LogLine("no usable database in the new definitions");
+        Reject(set);
         return;
     }
-    auto loader = std::make_shared<DatabaseLoader>(std::move(list.usable), m_scratch);
-    loader->Start();
+    LoadNext(set, std::move(list.usable), settings);
+}
+
+void DatabasesInUse::LoadNext(const std::string& set, std::vector<Database> databases,
+                              const PoolSettings& settings) {
+    if (m_next.pool != nullptr) {
+        std::exchange(m_next, {}).pool->Stop();
+    }
+    if (m_active.pool->IsLoaded() && m_available() < m_active.pool->MemoryTaken()) {
+        LogLine("the new definitions are loaded in place of those in use, for want of memory");
+        m_former = Former{m_active.set, m_active.settings, m_active.pool->Databases()};
+        m_active.pool->Stop();
+        m_active = Load(set, std::move(databases), settings);
+    } else {
+        m_next = Load(set, std::move(databases), settings);
+    }
+}
+
+void DatabasesInUse::BeginRun(const PoolSettings& settings) {
     const std::lock_guard lock(m_mutex);
-    Retire(std::exchange(m_next, std::move(loader)));
-}
-
-// Of the watching thread, so that letting go of a large set keeps no scan waiting.
-void DatabasesInUse::Retire(std::shared_ptr<DatabaseLoader> loader) {
-    if (loader != nullptr) {
-        loader->Cancel();
-        m_retired.push_back(std::move(loader));
-        Wake();
-    }
-}
-
-void DatabasesInUse::StopRetired() {
-    std::vector<std::shared_ptr<DatabaseLoader>> retired;
-    {
-        const std::lock_guard lock(m_mutex);
-        retired.swap(m_retired);
-    }
-    for (const auto& loader : retired) {
-        loader->Stop();
-    }
-}
-
-void DatabasesInUse::TakeLoaded() {
-    constexpr std::chrono::milliseconds kNow(0);
-    if (m_next == nullptr || !m_next->WaitFor(kNow)) {
+    if (m_stopping) {
         return;
     }
-    // One that could not be loaded leaves the old one where it is.
-    bool isUsable = m_next->Loaded() != nullptr;
-    m_isToRetry = !isUsable;
-    const std::string lost =
-        isUsable && m_active->Loaded() != nullptr ? LostBy(*m_next, *m_active) : std::string();
-    if (!lost.empty()) {
-        const std::string line = "scanapi: the new definitions wait, for (" + lost +
-                                 ") could not be loaded, and is in use as it was";
-        WriteToLog(common::kCommonLog, line.c_str());
-        isUsable = false;
-        m_isToRetry = true;
-    }
-    Retire(std::exchange(isUsable ? m_active : m_next, isUsable ? m_next : nullptr));
-    m_next = nullptr;
+    m_active.pool->BeginRun();
+    TakeLoaded();
+    GoBackWhereTheNewOneFailed();
+    LookForChanges(settings);
 }
 
-void DatabasesInUse::BeginScan() {
+std::shared_ptr<ScanPool> DatabasesInUse::ForScan() {
     const std::lock_guard lock(m_mutex);
-    m_scanBegins = true;
-}
-
-std::shared_ptr<DatabaseLoader> DatabasesInUse::ForScan() {
-    constexpr std::chrono::milliseconds kNow(0);
-    const std::lock_guard lock(m_mutex);
-    // A scan that has no databases at all has none to keep.
-    const bool hasNone = m_active->WaitFor(kNow) && m_active->Loaded() == nullptr;
-    if (m_scanBegins || hasNone) {
-        TakeLoaded();
+    if (!m_stopping) {
+        GoBackWhereTheNewOneFailed();
+        // A scan that has no databases at all has none to keep.
+        if (m_active.pool->WaitFor(kNow) && !m_active.pool->IsLoaded()) {
+            TakeLoaded();
+        }
     }
-    m_scanBegins = false;
-    return m_active;
+    return m_active.pool;
 }
 
 std::vector<Database> DatabasesInUse::Newest() {
-    LookForChanges();
+    const std::string set = definitions::CurrentSet(m_engineDirectory);
     const std::lock_guard lock(m_mutex);
     std::vector<Database> newest;
-    if (m_next != nullptr) {
-        newest = m_next->Databases();
+    if (m_next.pool != nullptr && m_next.set == set) {
+        newest = m_next.pool->Databases();
+    } else if (m_active.set != set && m_rejected != set) {
+        if (m_looked != set) {
+            definitions::DatabaseList list = definitions::FindDatabases(m_engineDirectory, set);
+            m_found = list.HasSignatures() ? std::move(list.usable) : std::vector<Database>();
+            m_looked = set;
+        }
+        newest = m_found;
     }
-    return newest.empty() ? m_active->Databases() : newest;
+    return newest.empty() ? m_active.pool->Databases() : newest;
 }
 
 void DatabasesInUse::Cancel() {
-    m_stopping = true;
-    Wake();
     const std::lock_guard lock(m_mutex);
-    m_active->Cancel();
-    if (m_next != nullptr) {
-        m_next->Cancel();
+    m_stopping = true;
+    m_active.pool->Cancel();
+    if (m_next.pool != nullptr) {
+        m_next.pool->Cancel();
     }
 }
 
 void DatabasesInUse::Stop() {
     Cancel();
-    if (m_watcher.joinable()) {
-        m_watcher.join();
+    const std::lock_guard lock(m_mutex);
+    if (m_next.pool != nullptr) {
+        m_next.pool->Stop();
     }
-    {
-        const std::lock_guard lock(m_mutex);
-        Retire(std::exchange(m_next, nullptr));
+    m_active.pool->Stop();
+}
+
+std::uint64_t DatabasesInUse::ReadAvailableMemory() {
+    constexpr std::uint64_t kKiB = 1024;
+    std::ifstream memory("/proc/meminfo");
+    for (std::string line; std::getline(memory, line);) {
+        constexpr std::string_view kKey = "MemAvailable:";
+        if (line.starts_with(kKey)) {
+            return std::stoull(line.substr(kKey.size())) * kKiB;
+        }
     }
-    StopRetired();
-    m_active->Stop();
+    return std::numeric_limits<std::uint64_t>::max();
 }
 
 }  // namespace scanapi

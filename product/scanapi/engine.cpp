@@ -4,14 +4,11 @@
 #include <chrono>
 #include <cstdio>
 #include <new>
-#include <span>
 #include <string_view>
-#include <thread>
 #include <utility>
 
-#include "common/log.h"
-#include "product/scanapi/engine_log.h"
 #include "common/text_field.h"
+#include "product/scanapi/host_process.h"
 #include "product/scanapi/version_record.h"
 
 namespace scanapi {
@@ -22,25 +19,29 @@ using std::chrono::milliseconds;
 
 constexpr int kOpened = 1;
 
-// Files up to this size are read into one buffer that is used again and again; mapping them costs
-// more than scanning them.
-constexpr std::size_t kBufferSize = 1U << 20U;
-
-// How often the program is asked whether to stop while a long scan says nothing.
-constexpr milliseconds kPollInterval(100);
+// How often the program is asked whether to stop while a scan says nothing.
+constexpr milliseconds kPollInterval(25);
 // How long opening the first file waits for the databases.
 constexpr milliseconds kOpenPatience(500);
-// How long a scan that is to stop may take to notice before it is left behind.
-constexpr milliseconds kStopPatience(500);
-constexpr std::size_t kMaxWorkers = 3;
+
+scanning::ScanOutcome StoppedOutcome() {
+    scanning::ScanOutcome outcome;
+    outcome.verdict = scanning::Verdict::Stopped;
+    return outcome;
+}
+
+std::string_view ReasonOf(const scanning::ScanOutcome& outcome) {
+    if (outcome.verdict == scanning::Verdict::Stopped) {
+        return "the scan of it was stopped";
+    }
+    return outcome.reason.empty() ? "it could not be read whole" : std::string_view(outcome.reason);
+}
 
 }  // namespace
 
 std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
+    // The heads of databases are read here, and nothing is printed of what is wrong with them.
     scanning::SilenceLibrary();
-    if (cl_init(CL_INIT_DEFAULT) != CL_SUCCESS) {
-        return nullptr;
-    }
     const std::string directory(common::FieldText(options.engineDirectory));
     std::string set = definitions::CurrentSet(directory);
     definitions::DatabaseList list = definitions::FindDatabases(directory, set);
@@ -48,38 +49,36 @@ std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
         LogLeftOut(path, "it is not a database");
     }
     if (!list.HasSignatures()) {
-        WriteToLog(common::kCommonLog, "scanapi: no usable database found");
+        LogLine("no usable database found");
         return nullptr;
     }
-    auto scratch =
-        ScratchDirectory::Make(std::string(common::FieldText(options.temporaryDirectory)));
-    if (scratch == nullptr) {
-        WriteToLog(common::kCommonLog, "scanapi: no place to unpack files in");
-        return nullptr;
-    }
-    return std::shared_ptr<Engine>(
-        new Engine(options, std::move(list.usable), std::move(set), std::move(scratch)));
+    return std::shared_ptr<Engine>(new Engine(options, std::move(list.usable), std::move(set)));
 }
 
-Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases, std::string set,
-               std::unique_ptr<ScratchDirectory> scratch)
+Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases, std::string set)
     : m_engineDirectory(common::FieldText(options.engineDirectory)),
-      m_scratch(std::move(scratch)),
+      m_temporaryDirectory(common::FieldText(options.temporaryDirectory)),
+      m_host(PathOfScanHost()),
+      m_settings(ReadEngineSettings(m_engineDirectory)),
       m_databases(std::make_unique<DatabasesInUse>(m_engineDirectory, std::move(databases),
-                                                   std::move(set), m_scratch->Path())),
-      m_profile(scanning::ProfileFromOptions(options)),
-      m_settings(ReadEngineSettings(m_engineDirectory)) {}
+                                                   std::move(set),
+                                                   SettingsOfPools(m_settings.scanning))),
+      m_profile(scanning::ProfileFromOptions(options)) {}
+
+PoolSettings Engine::SettingsOfPools(const ScanningSettings& settings) const {
+    PoolSettings pool;
+    pool.host = m_host;
+    pool.scratchBase = m_temporaryDirectory;
+    pool.workers = settings.workers;
+    pool.memoryMiB = settings.memoryMiB;
+    return pool;
+}
 
 void Engine::Close() {
     m_closing = true;
     m_databases->Cancel();
     const std::lock_guard scanning(m_scanMutex);
-    for (const auto& worker : m_workers) {
-        worker->End();
-    }
-    m_workers.clear();
     m_databases->Stop();
-    m_scratch.reset();
     const std::lock_guard lock(m_stateMutex);
     m_files.clear();
 }
@@ -148,80 +147,63 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
     return conversation.Conclude(outcome);
 }
 
+// Null when none are loaded, or the program wants to stop before they are.
+std::shared_ptr<ScanPool> Engine::WaitForDatabases(Conversation& conversation, bool& isStopped) {
+    while (!isStopped) {
+        auto pool = m_databases->ForScan();
+        if (!pool->WaitFor(kPollInterval)) {
+            isStopped = conversation.StopWanted();
+        } else if (pool->IsLoaded()) {
+            return pool;
+        } else if (pool == m_databases->ForScan()) {
+            return nullptr;
+        }
+    }
+    return nullptr;
+}
+
 scanning::ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file,
                                    const scanning::ScanProfile& profile,
                                    Conversation& conversation) {
-    const auto loader = m_databases->ForScan();
-    while (!loader->WaitFor(kPollInterval)) {
-        if (conversation.StopWanted()) {
-            return {scanning::Verdict::Stopped, {}, {}};
-        }
+    bool isStopped = false;
+    const auto pool = WaitForDatabases(conversation, isStopped);
+    if (isStopped) {
+        return StoppedOutcome();
     }
-    const LibraryEngine engine = loader->Loaded();
-    if (engine == nullptr) {
+    if (pool == nullptr) {
         if (!m_closing && !m_failureLogged.exchange(true)) {
-            WriteToLog(common::kCommonLog,
-                       "scanapi: no database was loaded, files are not scanned");
+            LogLine("no database was loaded, files are not scanned");
         }
         return {};
     }
-    if (!file->IsReadable() || file->Size() > static_cast<std::size_t>(scanning::kMaxFileSize)) {
-        return {};
+    const auto scan = pool->Submit(file, profile, Urgency::kNow);
+    scanning::ScanOutcome outcome = Await(*scan, conversation);
+    if (outcome.verdict == scanning::Verdict::Unreadable ||
+        outcome.verdict == scanning::Verdict::Stopped) {
+        m_unread.Add(file->Path(), ReasonOf(outcome));
     }
-    FileBytes bytes;
-    if (file->Size() <= kBufferSize) {
-        if (m_buffer.buffer == nullptr) {
-            m_buffer.buffer = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
-        }
-        const auto got = file->ReadStart(std::span(m_buffer.buffer.get(), file->Size()));
-        if (got != static_cast<std::ptrdiff_t>(file->Size())) {
-            return {};
-        }
-        m_buffer.size = file->Size();
-        scanning::ScanOutcome outcome =
-            scanning::ScanBytes(engine.get(), profile, InputOf(*file),
-                                std::span(m_buffer.buffer.get(), m_buffer.size), {});
-        if (outcome.verdict != scanning::Verdict::NeedsThread) {
-            return outcome;
-        }
-        bytes = std::move(m_buffer);
-    }
-    const auto job = std::make_shared<ScanJob>(engine, profile, file, std::move(bytes));
-    return ScanOnWorker(job, conversation);
+    return outcome;
 }
 
-scanning::ScanOutcome Engine::ScanOnWorker(const std::shared_ptr<ScanJob>& job,
-                                           Conversation& conversation) {
-    // Whatever ends this function, also an exception, the worker must not wait for it.
-    struct Stopper {
-        ScanJob& job;
-        ~Stopper() { job.Stop(); }
-    } const stopper{*job};
-    if (!Dispatch(job, conversation)) {
-        return {scanning::Verdict::Stopped, {}, {}};
-    }
-    bool stopping = false;
-    auto deadline = std::chrono::steady_clock::time_point::max();
-    while (std::chrono::steady_clock::now() < deadline) {
-        const auto news = job->WaitForNews(kPollInterval);
+scanning::ScanOutcome Engine::Await(PendingScan& scan, Conversation& conversation) {
+    // Whatever ends this function, also an exception, no worker goes on for nobody.
+    struct Abandoner {
+        PendingScan& scan;
+        ~Abandoner() { scan.Abandon(true); }
+    } const abandoner{scan};
+    while (true) {
+        const auto news = scan.WaitForNews(kPollInterval);
+        bool isStopped = m_closing;
         for (const std::string& member : news.members) {
-            stopping = stopping || !conversation.Member(member);
+            isStopped = isStopped || !conversation.Member(member);
         }
         if (news.finished) {
-            if (FileBytes bytes = job->TakeBytes(); bytes.buffer != nullptr) {
-                m_buffer = std::move(bytes);
-            }
-            return job->TakeOutcome();
+            return scan.TakeOutcome();
         }
-        stopping = stopping || m_closing || (news.members.empty() && conversation.StopWanted());
-        if (stopping && deadline == std::chrono::steady_clock::time_point::max()) {
-            job->Stop();
-            deadline = std::chrono::steady_clock::now() + kStopPatience;
+        if (isStopped || (news.members.empty() && conversation.StopWanted())) {
+            return StoppedOutcome();
         }
     }
-    // Deep in one large member nothing asks the scan to end. It goes on alone to the bounds set for
-    // it, and its result is thrown away.
-    return {scanning::Verdict::Stopped, {}, {}};
 }
 
 Disposal Engine::DisposalOf(const std::string& virusName) {
@@ -232,30 +214,12 @@ Disposal Engine::DisposalOf(const std::string& virusName) {
     return {m_settings.vault, virusName, database.data()};
 }
 
-bool Engine::Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& conversation) {
-    while (true) {
-        for (const auto& worker : m_workers) {
-            if (worker->Start(job)) {
-                return true;
-            }
-        }
-        if (m_workers.size() < kMaxWorkers) {
-            m_workers.push_back(ScanWorker::Make());
-            continue;
-        }
-        // All of them are still at files that were left behind.
-        if (m_closing || conversation.StopWanted()) {
-            return false;
-        }
-        std::this_thread::sleep_for(kPollInterval);
-    }
-}
-
 void Engine::ResetRunFlags() {
     m_failureLogged = false;
-    m_databases->BeginScan();
+    m_unread.BeginRun();
     // Here, so that what an administrator sets holds from the next scan on.
-    EngineSettings settings = ReadEngineSettings(m_engineDirectory);
+    const EngineSettings settings = ReadEngineSettings(m_engineDirectory);
+    m_databases->BeginRun(SettingsOfPools(settings.scanning));
     const std::lock_guard lock(m_stateMutex);
     m_settings = settings;
 }

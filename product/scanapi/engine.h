@@ -11,9 +11,9 @@
 #include "abi/scanapi.h"
 #include "product/scanapi/conversation.h"
 #include "product/scanapi/databases_in_use.h"
+#include "product/scanapi/engine_log.h"
 #include "product/scanapi/engine_settings.h"
-#include "product/scanapi/scan_worker.h"
-#include "product/scanapi/scratch_directory.h"
+#include "product/scanapi/pending_scan.h"
 
 namespace scanapi {
 
@@ -42,27 +42,26 @@ public:
     void ResetRunFlags();
 
 private:
-    Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases, std::string set,
-           std::unique_ptr<ScratchDirectory> scratch);
+    Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases, std::string set);
 
     scanning::ScanOutcome Scan(const std::shared_ptr<TargetFile>& file,
                                const scanning::ScanProfile& profile, Conversation& conversation);
-    scanning::ScanOutcome ScanOnWorker(const std::shared_ptr<ScanJob>& job,
-                                       Conversation& conversation);
+    scanning::ScanOutcome Await(PendingScan& scan, Conversation& conversation);
+    std::shared_ptr<ScanPool> WaitForDatabases(Conversation& conversation, bool& isStopped);
     Disposal DisposalOf(const std::string& virusName);
-    bool Dispatch(const std::shared_ptr<ScanJob>& job, Conversation& conversation);
+    [[nodiscard]] PoolSettings SettingsOfPools(const ScanningSettings& settings) const;
 
     const std::string m_engineDirectory;
-    std::unique_ptr<ScratchDirectory> m_scratch;
+    const std::string m_temporaryDirectory;
+    const std::string m_host;
+    EngineSettings m_settings;  ///< guarded by m_stateMutex
     const std::unique_ptr<DatabasesInUse> m_databases;
+    UnreadLog m_unread;
 
     std::mutex m_scanMutex;  ///< held for the scan of a file
-    FileBytes m_buffer;
-    std::vector<std::shared_ptr<ScanWorker>> m_workers;
 
     std::mutex m_stateMutex;  ///< guards what follows
     scanning::ScanProfile m_profile;
-    EngineSettings m_settings;
     PFNZQCALLBACK m_callback = nullptr;
     std::unordered_map<std::uint64_t, std::shared_ptr<TargetFile>> m_files;
     std::uint64_t m_lastHandle = 0;

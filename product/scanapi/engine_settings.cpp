@@ -1,10 +1,12 @@
 #include "product/scanapi/engine_settings.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <fcntl.h>
+#include <sched.h>
 #include <string_view>
 #include <strings.h>
 #include <sys/stat.h>
@@ -18,6 +20,9 @@ namespace scanapi {
 namespace {
 
 constexpr char kVaultSection[] = "Vault";
+constexpr char kScanningSection[] = "Scanning";
+// Less would not do for what the bounds of a scan allow.
+constexpr std::uint64_t kLeastMemory = 512;  // MiB
 constexpr std::uint64_t kMiB = std::uint64_t{1} << 20U;
 
 // The file as it was found to be root's: what takes its name meanwhile is not read.
@@ -100,12 +105,31 @@ void ReadVault(const SettingsFile& file, vault::Settings& settings) {
     settings.bytes = size * kMiB;
 }
 
+void ReadScanning(const SettingsFile& file, ScanningSettings& settings) {
+    std::uint64_t workers = UsableCores();
+    file.ReadNumber(kScanningSection, "Workers", 1, kMostWorkers, workers);
+    settings.workers = static_cast<std::uint32_t>(workers);
+    std::uint64_t memory = settings.memoryMiB;
+    file.ReadNumber(kScanningSection, "MemoryMiB", kLeastMemory, kMiB, memory);
+    settings.memoryMiB = static_cast<std::uint32_t>(memory);
+}
+
 }  // namespace
+
+std::uint32_t UsableCores() {
+    cpu_set_t cores;
+    // More cores than the set has room for: then all that may be asked for.
+    if (sched_getaffinity(0, sizeof cores, &cores) != 0) {
+        return kMostWorkers;
+    }
+    return std::clamp(static_cast<std::uint32_t>(CPU_COUNT(&cores)), 1U, kMostWorkers);
+}
 
 EngineSettings ReadEngineSettings(const std::string& engineDirectory) {
     const SettingsFile file(engineDirectory + kSettingsFileName);
     EngineSettings settings;
     ReadVault(file, settings.vault);
+    ReadScanning(file, settings.scanning);
     return settings;
 }
 

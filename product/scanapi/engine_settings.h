@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "product/vault/settings.h"
@@ -8,10 +9,26 @@ namespace scanapi {
 
 inline constexpr char kSettingsFileName[] = "scanapi.conf";
 
+/// The most workers that can be asked for.
+inline constexpr std::uint32_t kMostWorkers = 64;
+
+/// How files are scanned.
+struct ScanningSettings {
+    std::uint32_t workers = 1;       ///< processes that scan, 1 to kMostWorkers
+    std::uint32_t memoryMiB = 2048;  ///< what one of them may take beside the databases
+
+    bool operator==(const ScanningSettings&) const = default;
+};
+
 /// What an administrator has set for the engine.
 struct EngineSettings {
     vault::Settings vault;
+    ScanningSettings scanning;
 };
+
+/// The processor cores that this process may use, 1 to kMostWorkers: as many workers there are
+/// unless set otherwise. Any thread.
+std::uint32_t UsableCores();
 
 /// Reads kSettingsFileName in `engineDirectory`, which ends in "/". What is not set there has its
 /// default, and so has what is set to something that cannot be: a line in the common log says so.

@@ -18,7 +18,7 @@ constexpr int kLookInterval = 100;  // milliseconds
 // A host that does not say in this time that a worker ended, which it does at once, is none.
 constexpr std::chrono::seconds kHostPatience(10);
 // It ends within a few milliseconds of its socket.
-constexpr milliseconds kEndPatience(300);
+constexpr milliseconds kEndPatience(500);
 constexpr int kMaxLogLines = 50;
 // So many workers in a row that could be given nothing: the next would fare no better.
 constexpr int kMaxUselessWorkers = 100;

@@ -1,14 +1,12 @@
 #include "product/scanapi/databases_in_use.h"
 
 #include <algorithm>
-#include <clamav.h>
 #include <filesystem>
-#include <gtest/gtest.h>
+#include <limits>
 
-#include "product/definitions/engine_databases.h"
-#include "tests/support/scratch.h"
+#include "tests/unit/product/scanapi/pool_fixture.h"
 
-// A set that could not be loaded whole is tried again, after a while that the test sets.
+// When another set is loaded, beside the one in use or in its place, and which of them a run uses.
 
 namespace fs = std::filesystem;
 
@@ -18,14 +16,18 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr char kSignature[] = "Own.Test.A:0:*:6f776e2d746573742d41\n";
+constexpr char kDamaged[] = "this passes for text\n";
 
-class DatabasesInUseTest : public testing::Test {
+class DatabasesInUseTest : public PoolTest {
 protected:
     void SetUp() override {
-        ASSERT_EQ(cl_init(CL_INIT_DEFAULT), CL_SUCCESS);
+        PoolTest::SetUp();
         Put("set-1/own.ndb", kSignature);
-        Put("set-2/own.ndb", "this passes for text\n");
         SwitchTo("set-1");
+    }
+    void TearDown() override {
+        m_databases.reset();
+        PoolTest::TearDown();
     }
 
     void Put(const std::string& name, const std::string& content) const {
@@ -39,66 +41,225 @@ protected:
         fs::rename(m_directory + "defs/current.new", m_directory + "defs/current");
     }
 
-    [[nodiscard]] std::unique_ptr<DatabasesInUse> Use(milliseconds retryInterval) const {
-        return std::make_unique<DatabasesInUse>(
+    void Use(milliseconds retryInterval = std::chrono::hours(1)) {
+        m_databases = std::make_unique<DatabasesInUse>(
             m_directory, definitions::FindDatabases(m_directory, "set-1").usable, "set-1",
-            m_scratch.Path(), retryInterval);
+            m_settings, retryInterval, [this] { return m_available; });
+        ASSERT_TRUE(m_databases->ForScan()->WaitFor(milliseconds(10'000)));
+        ASSERT_EQ(Set(), "set-1");
     }
+    void BeginRun() { m_databases->BeginRun(m_settings); }
 
-    /// Whether a scan that begins now has `set`, once that which it has is loaded.
-    static bool Has(DatabasesInUse& databases, const std::string& set) {
-        databases.BeginScan();
-        const auto loader = databases.ForScan();
-        const std::vector<Database> used = loader->Databases();
-        return loader->WaitFor(milliseconds(10'000)) &&
-               std::any_of(used.begin(), used.end(), [&](const Database& each) {
-                   return each.path.find("/" + set + "/own.ndb") != std::string::npos;
-               });
+    /// The set that a scan would use now.
+    std::string Set() const {
+        const auto pool = m_databases->ForScan();
+        if (!pool->WaitFor(milliseconds(10'000)) || !pool->IsLoaded()) {
+            return "none";
+        }
+        for (const Database& each : pool->Databases()) {
+            const std::string folder = fs::path(each.path).parent_path().filename();
+            if (folder.starts_with("set-")) {
+                return folder;
+            }
+        }
+        return "the package's";
     }
-
-    /// Until the set that cannot be loaded has been given up, which `words` tell.
-    static bool WaitForTheFailure(DatabasesInUse& databases, const char* words) {
+    /// As runs begin, until one uses this set.
+    bool ARunComesToUse(const std::string& set) {
         return WaitUntil([&] {
-                   return Has(databases, "set-1") &&
-                          ReadFile("/zqcommon.log").find(words) != std::string::npos;
-               }) &&
-               Has(databases, "set-1");
+            BeginRun();
+            return Set() == set;
+        });
+    }
+    /// As runs begin, until the log tells of this.
+    bool ARunComesToLog(const std::string& text) {
+        return WaitUntil([&] {
+            BeginRun();
+            return Log().find(text) != std::string::npos;
+        });
+    }
+    /// Until the host that was started last has loaded, and the pool knows.
+    void WaitForLoads(std::size_t loads) const {
+        ASSERT_TRUE(WaitUntil([&] { return Noted("loads").size() == loads; }));
+        std::this_thread::sleep_for(milliseconds(500));
     }
 
-    ScratchFolder m_scratch;
-    std::string m_directory = m_scratch / "engine/";
+    std::string m_directory = m_folder / "engine/";
+    std::uint64_t m_available = std::numeric_limits<std::uint64_t>::max();
+    std::unique_ptr<DatabasesInUse> m_databases;
 };
 
-// All of it, and one database of several.
-TEST_F(DatabasesInUseTest, ASetThatCouldNotBeLoadedIsTriedAgainAfterAWhile) {
-    for (const char* words : {"no database could be loaded", "the new definitions wait"}) {
-        SCOPED_TRACE(words);
-        ::unlink("/zqcommon.log");
-        const auto databases = Use(milliseconds(300));
-        ASSERT_TRUE(Has(*databases, "set-1"));
-        SwitchTo("set-2");
-        ASSERT_TRUE(WaitForTheFailure(*databases, words));
-        // Nothing in the folder that is watched changes by this.
-        Put("set-2/own.ndb", kSignature);
-        EXPECT_TRUE(WaitUntil([&] { return Has(*databases, "set-2"); }));
+TEST_F(DatabasesInUseTest, ANewSetIsLookedForAsARunBeginsAndUsedByTheNext) {
+    Use();
+    Put("set-2/own.ndb", kSignature);
+    SwitchTo("set-2");
+    std::this_thread::sleep_for(milliseconds(200));
+    EXPECT_EQ(Starts(), 1U) << "nobody asked for it";
+    BeginRun();
+    EXPECT_EQ(Set(), "set-1");
+    WaitForLoads(2);
+    EXPECT_EQ(Set(), "set-1") << "of a run that began before";
+    EXPECT_TRUE(ARunComesToUse("set-2"));
+    EXPECT_TRUE(WaitUntil([this] { return Living() == 2; })) << "the old host is gone";
+    BeginRun();
+    EXPECT_EQ(Starts(), 2U);
+}
 
-        SetUp();
-        Put("package.ndb", kSignature);
+TEST_F(DatabasesInUseTest, OfTwoNewSetsTheNewerIsLoaded) {
+    Use();
+    Put("set-2/own.ndb", kSignature);
+    Put("set-3/own.ndb", kSignature);
+    SwitchTo("set-2");
+    Script("load-forever\n");
+    BeginRun();
+    SwitchTo("set-3");
+    Script("");
+    BeginRun();
+    EXPECT_EQ(Set(), "set-1");
+    EXPECT_TRUE(ARunComesToUse("set-3"));
+    EXPECT_EQ(Starts(), 3U);
+}
+
+TEST_F(DatabasesInUseTest, ASetThatCouldNotBeLoadedIsTriedAgainAfterAWhile) {
+    Use(milliseconds(1500));
+    Put("set-2/own.ndb", kDamaged);
+    SwitchTo("set-2");
+    ASSERT_TRUE(ARunComesToLog("no database could be loaded"));
+    Put("set-2/own.ndb", kSignature);
+    BeginRun();
+    EXPECT_EQ(Set(), "set-1");
+    std::this_thread::sleep_for(milliseconds(300));
+    BeginRun();
+    EXPECT_EQ(Starts(), 2U) << "not so soon";
+    EXPECT_TRUE(ARunComesToUse("set-2"));
+    EXPECT_EQ(Starts(), 3U);
+}
+
+TEST_F(DatabasesInUseTest, ASetThatLostADatabaseInUseWaits) {
+    Put("package.ndb", kSignature);
+    Use();
+    Put("set-2/own.ndb", kDamaged);
+    SwitchTo("set-2");
+    EXPECT_TRUE(ARunComesToLog("the new definitions wait, for (" + m_directory +
+                               "defs/set-2/own.ndb) could not be loaded, and is in use as it was"));
+    EXPECT_EQ(Set(), "set-1");
+    BeginRun();
+    EXPECT_EQ(Starts(), 2U);
+    // Another set is tried at once.
+    Put("set-3/own.ndb", kSignature);
+    SwitchTo("set-3");
+    EXPECT_TRUE(ARunComesToUse("set-3"));
+    EXPECT_EQ(Starts(), 3U);
+}
+
+TEST_F(DatabasesInUseTest, WhereMemoryIsShortTheOldOneGoesFirst) {
+    Use();
+    m_available = m_databases->ForScan()->MemoryTaken() - 1;
+    Put("set-2/own.ndb", kSignature);
+    SwitchTo("set-2");
+    Script("load-forever\n");
+    BeginRun();
+    EXPECT_FALSE(m_databases->ForScan()->WaitFor(milliseconds(200)));
+    EXPECT_TRUE(WaitUntil([this] { return Living() == 1; })) << "no more than the new host";
+    EXPECT_NE(Log().find("in place of those in use, for want of memory"), std::string::npos);
+    Script("");
+    SwitchTo("set-1");
+    BeginRun();
+}
+
+TEST_F(DatabasesInUseTest, AndTheRunUsesTheNew) {
+    Use();
+    m_available = m_databases->ForScan()->MemoryTaken() - 1;
+    Put("set-2/own.ndb", kSignature);
+    SwitchTo("set-2");
+    BeginRun();
+    EXPECT_EQ(Set(), "set-2");
+    EXPECT_EQ(Starts(), 2U);
+}
+
+TEST_F(DatabasesInUseTest, WithMemoryForBothTheOldOneStays) {
+    Use();
+    m_available = m_databases->ForScan()->MemoryTaken();
+    Put("set-2/own.ndb", kSignature);
+    SwitchTo("set-2");
+    BeginRun();
+    EXPECT_EQ(Set(), "set-1");
+}
+
+TEST_F(DatabasesInUseTest, TheOldOneComesBackWhenItsSuccessorCannotBeLoaded) {
+    for (const bool hasOther : {false, true}) {
+        SCOPED_TRACE(hasOther);
+        if (hasOther) {
+            SetUp();
+            Put("package.ndb", kSignature);
+        }
+        m_available = std::numeric_limits<std::uint64_t>::max();
+        Use();
+        m_available = 0;
+        Put("set-2/own.ndb", kDamaged);
+        SwitchTo("set-2");
+        BeginRun();
+        EXPECT_TRUE(WaitUntil([this] { return Set() == "set-1"; }));
+        m_databases.reset();
+        fs::remove(m_settings.host);
     }
 }
 
-TEST_F(DatabasesInUseTest, NotBeforeThat) {
-    ::unlink("/zqcommon.log");
-    Put("package.ndb", kSignature);
-    const auto databases = Use(std::chrono::hours(1));
-    ASSERT_TRUE(Has(*databases, "set-1"));
-    SwitchTo("set-2");
-    ASSERT_TRUE(WaitForTheFailure(*databases, "the new definitions wait"));
+TEST_F(DatabasesInUseTest, OtherSettingsAreLoadedBesideToo) {
+    Use();
+    m_settings.workers = 2;
+    // The host and two workers, and no more of the one before.
+    EXPECT_TRUE(WaitUntil([this] {
+        BeginRun();
+        return Living() == 3;
+    }));
+    EXPECT_EQ(Set(), "set-1");
+    EXPECT_EQ(Noted("loads").back().substr(0, 2), "2 ");
+    EXPECT_EQ(Starts(), 2U);
+}
+
+TEST_F(DatabasesInUseTest, TheNewestAreKnownBeforeTheyAreLoaded) {
+    Use();
+    const auto newest = [this] { return fs::path(m_databases->Newest().front().path); };
+    EXPECT_EQ(newest(), m_directory + "defs/set-1/own.ndb");
     Put("set-2/own.ndb", kSignature);
-    const auto end = std::chrono::steady_clock::now() + milliseconds(700);
-    while (std::chrono::steady_clock::now() < end) {
-        ASSERT_TRUE(Has(*databases, "set-1"));
-    }
+    SwitchTo("set-2");
+    EXPECT_EQ(newest(), m_directory + "defs/set-2/own.ndb");
+    EXPECT_EQ(Starts(), 1U);
+    SwitchTo("set-1");
+    EXPECT_EQ(newest(), m_directory + "defs/set-1/own.ndb");
+    Put("set-3/own.ndb", kDamaged);
+    SwitchTo("set-3");
+    ASSERT_TRUE(ARunComesToLog("no database could be loaded"));
+    BeginRun();
+    EXPECT_EQ(newest(), m_directory + "defs/set-1/own.ndb") << "of a set that cannot be loaded";
+}
+
+TEST_F(DatabasesInUseTest, ASetWithoutDatabasesIsNone) {
+    Use();
+    Put("set-2/readme.txt", "nothing here");
+    SwitchTo("set-2");
+    BeginRun();
+    BeginRun();
+    EXPECT_EQ(Set(), "set-1");
+    EXPECT_EQ(Log(), "scanapi: no usable database in the new definitions\n");
+    EXPECT_EQ(fs::path(m_databases->Newest().front().path), m_directory + "defs/set-1/own.ndb");
+}
+
+TEST_F(DatabasesInUseTest, AfterCancellingNothingBegins) {
+    Use();
+    m_databases->Cancel();
+    Put("set-2/own.ndb", kSignature);
+    SwitchTo("set-2");
+    BeginRun();
+    EXPECT_EQ(Starts(), 1U);
+    EXPECT_TRUE(m_databases->ForScan()->WaitFor(milliseconds(0)));
+}
+
+TEST_F(DatabasesInUseTest, TheSystemTellsItsMemory) {
+    const std::uint64_t available = DatabasesInUse::ReadAvailableMemory();
+    EXPECT_GT(available, 1U << 20U);
+    EXPECT_LT(available, std::uint64_t{1} << 50U);
 }
 
 }  // namespace

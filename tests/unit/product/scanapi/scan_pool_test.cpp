@@ -1,0 +1,261 @@
+#include "product/scanapi/scan_pool.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+#include <utime.h>
+
+#include "tests/unit/product/scanapi/pool_fixture.h"
+
+// What a pool makes of what its workers say and do.
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Lines = std::vector<std::string>;
+using scanapi::PendingScan;
+using scanapi::ScanPool;
+using scanapi::Urgency;
+using std::chrono::milliseconds;
+
+class ScanPoolTest : public PoolTest {
+protected:
+    using Pending = std::vector<std::shared_ptr<PendingScan>>;
+
+    // All in one batch, for they wait before there is a worker.
+    Lines ScanTogether(const Lines& names) {
+        Pending scans;
+        for (const std::string& name : names) {
+            scans.push_back(Submit(name, "text", Urgency::kAhead));
+        }
+        Lines results;
+        for (const auto& scan : scans) {
+            results.push_back(Text(Await(*scan).outcome));
+        }
+        return results;
+    }
+};
+
+TEST_F(ScanPoolTest, EveryKindOfVerdictComesBack) {
+    Start();
+    EXPECT_EQ(Scan("clean-1"), "clean");
+    EXPECT_EQ(Scan("virus-1"), "virus: Fake.Virus");
+    EXPECT_EQ(Scan("unread-1"), "unread: encrypted");
+    EXPECT_EQ(Scan("passed-1"), "passed over");
+    EXPECT_EQ(Starts(), 1U);
+}
+
+TEST_F(ScanPoolTest, TheHostIsToldWhatToLoadAndHow) {
+    m_settings.memoryMiB = 700;
+    m_settings.scratchBase = "/tmp/of the options";
+    m_settings.switches = 5;
+    Start(3);
+    ASSERT_TRUE(m_pool->WaitFor(milliseconds(10'000)));
+    EXPECT_TRUE(m_pool->IsLoaded());
+    EXPECT_GT(m_pool->MemoryTaken(), 500'000U);
+    EXPECT_EQ(Noted("databases"), (Lines{"/first.ndb", "/second.ndb"}));
+    EXPECT_EQ(Noted("loads"), (Lines{"3 700 /tmp/of the options 5"}));
+}
+
+TEST_F(ScanPoolTest, AWorkerGetsTheBytesOfSmallFilesAndDescriptorsOfLargeOnes) {
+    Start();
+    EXPECT_EQ(Scan("echo-1", "what is in it"), "virus: what is in it");
+    EXPECT_EQ(Scan("size-0", ""), "virus: 0");
+    EXPECT_EQ(Scan("size-1", std::string(1U << 20U, 'x')), "virus: 1048576");
+    // Of what it reads itself the fake reads the first 16 bytes.
+    EXPECT_EQ(Scan("size-2", std::string((1U << 20U) + 1, 'x')), "virus: 16");
+    Pending scans;
+    for (int i = 0; i < 200; ++i) {
+        scans.push_back(Submit("echo-" + std::to_string(i), "content " + std::to_string(i),
+                               i % 3 == 0 ? Urgency::kNow : Urgency::kAhead));
+    }
+    for (int i = 0; i < 200; ++i) {
+        EXPECT_EQ(Text(Await(*scans[static_cast<std::size_t>(i)]).outcome),
+                  "virus: content " + std::to_string(i));
+    }
+}
+
+TEST_F(ScanPoolTest, MembersAreTold) {
+    Start();
+    const Result result = Await(*Submit("members-1"));
+    EXPECT_EQ(result.members, (Lines{"one", "two/three"}));
+    EXPECT_EQ(Text(result.outcome), "clean");
+}
+
+TEST_F(ScanPoolTest, AWorkerThatEndsCostsTheFileThatItWasAt) {
+    const std::vector<std::pair<std::string, std::string>> deaths{
+        {"crash-1", "unread: the scan of it crashed"},
+        {"leaves-1", "unread: the scan of it crashed"},
+        {"killed-1", "unread: the scan of it was killed, for want of memory perhaps"},
+        {"refused-1", "unread: what scanned it tried something that it may not"},
+        {"closes-1", "unread: the scan of it was killed, for want of memory perhaps"},
+    };
+    for (const auto& [name, text] : deaths) {
+        SCOPED_TRACE(name);
+        Start();
+        EXPECT_EQ(ScanTogether({"clean-1", "virus-2", name, "clean-3", "virus-4"}),
+                  (Lines{"clean", "virus: Fake.Virus", text, "clean", "virus: Fake.Virus"}));
+        m_pool.reset();
+    }
+    EXPECT_EQ(Starts(), deaths.size()) << "it is the worker that is replaced, not its host";
+}
+
+TEST_F(ScanPoolTest, EveryFileMayEndItsWorker) {
+    Start(2);
+    Lines names;
+    for (int i = 0; i < 50; ++i) {
+        names.push_back((i % 5 == 0 ? "crash-" : "clean-") + std::to_string(i));
+    }
+    const Lines results = ScanTogether(names);
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        EXPECT_EQ(results[i], i % 5 == 0 ? "unread: the scan of it crashed" : "clean") << i;
+    }
+}
+
+// The members of the first are told before the second ends their worker, its verdict is not.
+TEST_F(ScanPoolTest, AFileThatIsScannedAgainTellsOfItsMembersOnce) {
+    Start();
+    const auto first = Submit("members-1", "text", Urgency::kAhead);
+    const auto second = Submit("crash-2", "text", Urgency::kAhead);
+    const Result result = Await(*first);
+    EXPECT_EQ(result.members, (Lines{"one", "two/three"}));
+    EXPECT_EQ(Text(result.outcome), "clean");
+    EXPECT_EQ(Text(Await(*second).outcome), "unread: the scan of it crashed");
+}
+
+TEST_F(ScanPoolTest, AWorkerThatPointsAtNoFileWasAtTheFirst) {
+    Start();
+    EXPECT_EQ(ScanTogether({"lies-1", "clean-2"}),
+              (Lines{"unread: the scan of it crashed", "clean"}));
+}
+
+TEST_F(ScanPoolTest, NonsenseIsNotBelieved) {
+    for (const char* what :
+         {"wrongid", "wrongmember", "garbage", "tail", "gift", "huge", "flood"}) {
+        SCOPED_TRACE(what);
+        Start();
+        EXPECT_EQ(
+            ScanTogether({std::string(what) + "-1", "clean-2", "virus-3"}),
+            (Lines{"unread: what scanned it answered nonsense", "clean", "virus: Fake.Virus"}));
+        m_pool.reset();
+    }
+}
+
+// Once was fine; saying it again costs the worker the file that it pretends to be at.
+TEST_F(ScanPoolTest, AVerdictComesOnce) {
+    Start();
+    EXPECT_EQ(ScanTogether({"twice-1", "clean-2", "virus-3"}),
+              (Lines{"clean", "unread: what scanned it answered nonsense", "virus: Fake.Virus"}));
+}
+
+TEST_F(ScanPoolTest, TheProcessorsTimeOfAScanIsBounded) {
+    m_settings.processorTime = milliseconds(200);
+    Start();
+    EXPECT_EQ(ScanTogether({"clean-1", "burn-2", "clean-3"}),
+              (Lines{"clean", "unread: the scan of it took too long", "clean"}));
+}
+
+// However long it takes by the clock: that depends on what else the machine does.
+TEST_F(ScanPoolTest, TheTimeByTheClockIsNot) {
+    m_settings.processorTime = milliseconds(200);
+    Start();
+    EXPECT_EQ(Scan("slow-1"), "clean");
+}
+
+TEST_F(ScanPoolTest, AFileThatChangesWhileItIsScannedIsUnreadUnlessSomethingWasFound) {
+    Start();
+    for (const auto& [name, text] : std::vector<std::pair<std::string, std::string>>{
+             {"slow-1", "unread: it changed while it was scanned"},
+             {"slowvirus-1", "virus: Fake.Virus"}}) {
+        const auto scan = Submit(name);
+        std::this_thread::sleep_for(milliseconds(100));
+        WriteFile(m_folder / name, "more text");
+        EXPECT_EQ(Text(Await(*scan).outcome), text);
+    }
+    // Neither its size nor the time of its contents tells of this one.
+    const auto scan = Submit("slow-2");
+    struct stat before {};
+    ASSERT_EQ(::stat((m_folder / "slow-2").c_str(), &before), 0);
+    std::this_thread::sleep_for(milliseconds(100));
+    WriteFile(m_folder / "slow-2", "TEXT");
+    const std::array<timespec, 2> times{before.st_atim, before.st_mtim};
+    ASSERT_EQ(::utimensat(AT_FDCWD, (m_folder / "slow-2").c_str(), times.data(), 0), 0);
+    EXPECT_EQ(Text(Await(*scan).outcome), "unread: it changed while it was scanned");
+}
+
+TEST_F(ScanPoolTest, AFileCutShortBeforeItIsReadIsUnread) {
+    Start();
+    ASSERT_TRUE(m_pool->WaitFor(milliseconds(10'000)));
+    const std::string path = m_folder / "clean-1";
+    WriteFile(path, std::string(1000, 'x'));
+    EngineOpenStatus status = kOpenFailed;
+    auto file = scanapi::TargetFile::Open(path.c_str(), status);
+    std::filesystem::resize_file(path, 10);
+    EXPECT_EQ(Text(Await(*m_pool->Submit(std::move(file), {}, Urgency::kNow)).outcome),
+              "unread: it was cut short or could not be read");
+}
+
+TEST_F(ScanPoolTest, AFileBeyondTheBoundIsNotEvenTried) {
+    Start();
+    const std::string path = m_folder / "virus-1";
+    WriteFile(path, "");
+    std::filesystem::resize_file(path, (100U << 20U) + 1);
+    EngineOpenStatus status = kOpenFailed;
+    auto file = scanapi::TargetFile::Open(path.c_str(), status);
+    EXPECT_EQ(Text(Await(*m_pool->Submit(std::move(file), {}, Urgency::kNow)).outcome),
+              "unread: it is too large");
+}
+
+TEST_F(ScanPoolTest, WhatIsBrokenOffCostsNoOtherFile) {
+    Start();
+    const auto hanging = Submit("hang-1", "text", Urgency::kAhead);
+    const auto behind = Submit("clean-2", "text", Urgency::kAhead);
+    std::this_thread::sleep_for(milliseconds(200));
+    EXPECT_FALSE(behind->IsFinished());
+    const auto before = Clock::now();
+    hanging->Abandon(true);
+    EXPECT_EQ(Text(Await(*behind).outcome), "clean");
+    EXPECT_LT(Clock::now() - before, milliseconds(2000));
+    EXPECT_EQ(Text(Await(*hanging).outcome), "stopped");
+}
+
+TEST_F(ScanPoolTest, WhatIsGivenUpWithoutForceGoesOnForNobody) {
+    Start();
+    const auto slow = Submit("slow-1", "text", Urgency::kAhead);
+    std::this_thread::sleep_for(milliseconds(100));
+    const auto waiting = Submit("slow-2", "text", Urgency::kAhead);
+    const auto dropped = Submit("killshost-3", "text", Urgency::kAhead);
+    const std::size_t processes = Noted("pids").size();
+    dropped->Abandon(false);
+    slow->Abandon(false);
+    EXPECT_EQ(Scan("clean-4"), "clean");
+    EXPECT_EQ(Text(Await(*waiting).outcome), "clean");
+    EXPECT_EQ(Starts(), 1U) << "what was dropped was scanned";
+    EXPECT_EQ(Noted("pids").size(), processes) << "a worker was replaced";
+}
+
+TEST_F(ScanPoolTest, CancellingEndsEveryWaitAtOnce) {
+    Start();
+    const auto hanging = Submit("hang-1");
+    const auto waiting = Submit("clean-2");
+    std::this_thread::sleep_for(milliseconds(100));
+    const auto before = Clock::now();
+    m_pool->Cancel();
+    EXPECT_EQ(Text(Await(*hanging).outcome), "stopped");
+    EXPECT_EQ(Text(Await(*waiting).outcome), "stopped");
+    EXPECT_LT(Clock::now() - before, milliseconds(1000));
+    EXPECT_EQ(Scan("clean-3"), "stopped");
+    m_pool->Stop();
+    EXPECT_TRUE(WaitUntil([this] { return Living() == 0; }));
+}
+
+TEST_F(ScanPoolTest, CancellingEndsTheLoading) {
+    Script("load-forever\n");
+    Start();
+    EXPECT_FALSE(m_pool->WaitFor(milliseconds(200)));
+    m_pool->Cancel();
+    EXPECT_TRUE(m_pool->WaitFor(milliseconds(0)));
+    EXPECT_FALSE(m_pool->IsLoaded());
+}
+
+}  // namespace
