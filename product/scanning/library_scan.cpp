@@ -205,19 +205,37 @@ bool IsReported(const ScanContext& context, const Hit& hit) {
     return !MeansNotWholeScanned(hit.name) && (context.profile.unwanted || !IsUnwanted(hit.name));
 }
 
-// The library calls many a file clean that it did not look at, or not to the end.
-bool WasScannedWhole(const ScanContext& context, cl_error_t result) {
-    const bool limited = std::any_of(context.hits.begin(), context.hits.end(), [](const Hit& each) {
-        return MeansNotWholeScanned(each.name);
+// The library calls many a file clean that it did not look at, or not to the end. Why this one is
+// not to be called so; empty when it was scanned whole.
+std::string WhyUnread(const ScanContext& context, cl_error_t result) {
+    const auto limited = std::find_if(context.hits.begin(), context.hits.end(), [](const Hit& hit) {
+        return MeansNotWholeScanned(hit.name);
     });
-    const bool archiveUnread =
-        context.sealed || context.sealedLevel || context.cutMember || !context.trail.AllEntered();
-    const bool failed = (result != CL_CLEAN && result != CL_VIRUS) || context.readFailed ||
-                        context.broken || context.libraryFailed;
+    if (limited != context.hits.end()) {
+        const bool isEncrypted = limited->name.starts_with("Heuristics.Encrypted.");
+        return isEncrypted ? "encrypted" : "beyond the limits of a scan";
+    }
+    if (context.readFailed) {
+        return "it could not be read to its end";
+    }
+    if (context.broken) {
+        return "no memory";
+    }
+    if (context.cutMember) {
+        return "a member is too large";
+    }
+    if (context.sealed || context.sealedLevel || !context.trail.AllEntered()) {
+        return "an archive could not be read whole";
+    }
+    if (result != CL_CLEAN && result != CL_VIRUS) {
+        return cl_strerror(result);
+    }
     // Without room to unpack it is not even looked at. The smallest files never are: nothing known
     // is as small as that.
-    const bool passedBy = !context.entered && context.file.size > kNeverMatched;
-    return !limited && !archiveUnread && !failed && !passedBy;
+    if (!context.entered && context.file.size > kNeverMatched) {
+        return "no room to unpack";
+    }
+    return context.libraryFailed ? "the scan met an error" : "";
 }
 
 ScanOutcome Judge(ScanContext& context, cl_error_t result) {
@@ -235,7 +253,9 @@ ScanOutcome Judge(ScanContext& context, cl_error_t result) {
     if (context.Stopping()) {
         return {Verdict::Stopped, {}, {}};
     }
-    return {WasScannedWhole(context, result) ? Verdict::Clean : Verdict::Unreadable, {}, {}};
+    std::string reason = WhyUnread(context, result);
+    return {.verdict = reason.empty() ? Verdict::Clean : Verdict::Unreadable,
+            .reason = std::move(reason)};
 }
 
 template <typename MapMaker>

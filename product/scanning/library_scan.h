@@ -26,7 +26,7 @@ struct ScanOutcome {
     std::string virusName{};
     std::string
         member{};  ///< the infected one, as "member/inner member"; empty for the file itself
-    std::string reason{};  ///< why it is Unreadable: a few words of ASCII; may be empty
+    std::string reason{};  ///< of Unreadable, a few words of ASCII; may be empty
 
     bool operator==(const ScanOutcome&) const = default;
 };

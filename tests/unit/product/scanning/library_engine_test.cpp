@@ -89,4 +89,34 @@ TEST_F(LibraryEngineTest, DatabasesWithoutASignatureAreNoEngine) {
     EXPECT_EQ(loaded.problem, "there is no signature in the databases");
 }
 
+TEST_F(LibraryEngineTest, WhatIsUnreadSaysWhy) {
+    const auto loaded = Load({kOwnSignatures});
+    ASSERT_NE(loaded.engine, nullptr);
+    const auto reason = [&](const std::string& bytes) {
+        const ScanOutcome outcome = Scan(loaded, bytes);
+        EXPECT_EQ(outcome.verdict, Verdict::Unreadable);
+        return outcome.reason;
+    };
+    EXPECT_EQ(reason(archives::Zip({{.name = "a", .content = "secret", .encrypted = true}})),
+              "encrypted");
+    EXPECT_EQ(reason(archives::Zip({{.name = "a", .content = "something", .method = 99}})),
+              "an archive could not be read whole");
+    std::string deep = archives::Zip({{.name = "e.com", .content = Eicar()}});
+    for (int i = 0; i < 30; ++i) {
+        deep = archives::Zip({{.name = "next.zip", .content = deep}});
+    }
+    EXPECT_EQ(reason(deep), "beyond the limits of a scan");
+}
+
+TEST_F(LibraryEngineTest, AFileCutShortUnderItsScanSaysSo) {
+    const auto loaded = Load({kOwnSignatures});
+    ASSERT_NE(loaded.engine, nullptr);
+    const common::FileDescriptor file(open(Write("short", "short").c_str(), O_RDONLY | O_CLOEXEC));
+    const ScanOutcome outcome = scanning::ScanDescriptor(
+        loaded.engine.get(), kEverything,
+        {.baseName = "short", .descriptor = file.Get(), .size = 100000}, {});
+    EXPECT_EQ(outcome,
+              (ScanOutcome{Verdict::Unreadable, "", "", "it could not be read to its end"}));
+}
+
 }  // namespace
