@@ -3,20 +3,13 @@
 #include <cerrno>
 #include <cstring>
 #include <grp.h>
-#include <pwd.h>
 #include <unistd.h>
-#include <vector>
 
 #include "product/updturl/service_connection.h"
 
 namespace updturl {
 
 namespace {
-
-/// The ways in which the library says that it looked everywhere and found nobody.
-bool SaysNobody(int error) {
-    return error == 0 || error == ENOENT || error == ESRCH;
-}
 
 std::optional<Account> AccountOrWhyNot(const char* name, std::string& why) {
     auto account = AccountOf(name);
@@ -29,18 +22,6 @@ std::optional<Account> AccountOrWhyNot(const char* name, std::string& why) {
 }
 
 }  // namespace
-
-std::optional<Account> AccountOf(const char* name) {
-    passwd entry{};
-    passwd* found = nullptr;
-    std::vector<char> buffer(16384);
-    const int error = ::getpwnam_r(name, &entry, buffer.data(), buffer.size(), &found);
-    if (error != 0 || found == nullptr) {
-        errno = SaysNobody(error) ? 0 : error;
-        return std::nullopt;
-    }
-    return Account{.name = name, .uid = entry.pw_uid, .gid = entry.pw_gid};
-}
 
 std::optional<Accounts> AccountsOfUpdate(std::string& why) {
     const auto installer = AccountOrWhyNot(kServiceUser, why);
