@@ -1,6 +1,7 @@
 #include "product/scanapi/engine_settings.h"
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,6 +32,8 @@ protected:
         EXPECT_TRUE(settings.vault.isOn);
         EXPECT_EQ(settings.vault.days, 30U);
         EXPECT_EQ(settings.vault.bytes, 1073741824U);
+        EXPECT_EQ(settings.scanning.workers, scanapi::UsableCores());
+        EXPECT_EQ(settings.scanning.memoryMiB, 2048U);
     }
     void ExpectLogged(const std::string& what) {
         EXPECT_EQ(ReadFile(common::kCommonLog),
@@ -58,6 +61,40 @@ TEST_F(EngineSettingsTest, EachKeyIsRead) {
     EXPECT_EQ(Read("[Vault]\nDays=3650\nMiB=1\n").vault.bytes, 1048576U);
     EXPECT_EQ(Read("[Vault]\nMiB=1048576\n").vault.bytes, 1099511627776U);
     ExpectLogged("");
+}
+
+TEST_F(EngineSettingsTest, HowFilesAreScannedIsRead) {
+    const EngineSettings settings = Read("[Scanning]\nWorkers=5\nMemoryMiB=600\n");
+    EXPECT_EQ(settings.scanning.workers, 5U);
+    EXPECT_EQ(settings.scanning.memoryMiB, 600U);
+    EXPECT_EQ(Read("[Scanning]\nWorkers=64\nMemoryMiB=1048576\n").scanning.workers, 64U);
+    EXPECT_EQ(Read("[Scanning]\nWorkers=1\nMemoryMiB=512\n").scanning.memoryMiB, 512U);
+    ExpectLogged("");
+    for (const char* workers : {"0", "65", "two"}) {
+        ExpectDefaults(Read(std::string("[Scanning]\nWorkers=") + workers + "\n"));
+        ExpectLogged("[Scanning] Workers is not a number from 1 to 64; the default is used");
+    }
+    for (const char* memory : {"0", "511", "1048577"}) {
+        ExpectDefaults(Read(std::string("[Scanning]\nMemoryMiB=") + memory + "\n"));
+        ExpectLogged(
+            "[Scanning] MemoryMiB is not a number from 512 to 1048576; the default is used");
+    }
+}
+
+TEST_F(EngineSettingsTest, TheCoresAreThoseThatThisProcessMayUse) {
+    cpu_set_t before;
+    ASSERT_EQ(sched_getaffinity(0, sizeof before, &before), 0);
+    EXPECT_EQ(scanapi::UsableCores(), static_cast<std::uint32_t>(CPU_COUNT(&before)));
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    for (std::size_t core = 0; core < CPU_SETSIZE && CPU_COUNT(&one) == 0; ++core) {
+        if (CPU_ISSET(core, &before)) {
+            CPU_SET(core, &one);
+        }
+    }
+    ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
+    EXPECT_EQ(scanapi::UsableCores(), 1U);
+    ASSERT_EQ(sched_setaffinity(0, sizeof before, &before), 0);
 }
 
 TEST_F(EngineSettingsTest, WhatIsNotKnownIsPassedOver) {

@@ -197,6 +197,7 @@ TEST_F(LoadingTest, LeftoversOfACrashGoAndThoseInUseStay) {
         open(m_engine.Path("tmp/corvane-scan-live01").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     ASSERT_EQ(flock(live.Get(), LOCK_EX), 0);
     Start();
+    EXPECT_EQ(Scan(m_tree.Write("a", "waits for the databases")), 1);
     EXPECT_FALSE(fs::exists(m_engine.Path("tmp/corvane-scan-dead01")));
     EXPECT_TRUE(fs::exists(m_engine.Path("tmp/corvane-scan-live01/file")));
     EXPECT_TRUE(fs::exists(m_engine.Path("tmp/somebody-elses/file")));

@@ -221,6 +221,7 @@ TEST_F(ScanPoolTest, WhatIsBrokenOffCostsNoOtherFile) {
 
 TEST_F(ScanPoolTest, WhatIsGivenUpWithoutForceGoesOnForNobody) {
     Start();
+    EXPECT_EQ(Scan("clean-0"), "clean");
     const auto slow = Submit("slow-1", "text", Urgency::kAhead);
     std::this_thread::sleep_for(milliseconds(100));
     const auto waiting = Submit("slow-2", "text", Urgency::kAhead);

@@ -96,6 +96,8 @@ TEST_F(SwitchingTest, ARunUnderWayKeepsItsSet) {
     StartWithSetOne();
     PutSet(2, 'B');
     SwitchTo("set-2");
+    // Looked for as this run begins, and loaded beside it.
+    m_library.resetFlags();
     // Far longer than the loading of so small a set takes.
     const auto end = Clock::now() + milliseconds(1500);
     while (Clock::now() < end) {
@@ -105,6 +107,18 @@ TEST_F(SwitchingTest, ARunUnderWayKeepsItsSet) {
     }
     m_library.resetFlags();
     EXPECT_TRUE(Finds('B')) << "loaded long since";
+}
+
+TEST_F(SwitchingTest, NobodyLooksForANewSetBeforeARunBegins) {
+    StartWithSetOne();
+    m_engine.Write(Set(2) + "broken.ndb", "this passes for text\n");
+    SwitchTo("set-2");
+    EXPECT_EQ(Version(), 101);
+    std::this_thread::sleep_for(milliseconds(1000));
+    EXPECT_EQ(ReadAll("/zqcommon.log"), "");
+    m_library.resetFlags();
+    EXPECT_TRUE(
+        WaitUntil([] { return ReadAll("/zqcommon.log").find("broken.ndb") != std::string::npos; }));
 }
 
 TEST_F(SwitchingTest, TheFirstUpdateTakesOverFromWhatThePackageBrought) {
@@ -178,6 +192,7 @@ TEST_F(SwitchingTest, ASetThatCannotBeLoadedLeavesTheOldOneInUse) {
     m_engine.Write(Set(2) + "broken.ndb", "this passes for text\n");
     fs::remove(m_engine.Path("defs/corvane.ldb"));
     SwitchTo("set-2");
+    m_library.resetFlags();
     ASSERT_TRUE(
         WaitUntil([] { return ReadAll("/zqcommon.log").find("broken.ndb") != std::string::npos; }));
     std::this_thread::sleep_for(milliseconds(100));
@@ -234,6 +249,7 @@ TEST_F(SwitchingTest, ClosesWhileTheNewSetIsLoaded) {
     for (unsigned int number = 2; number < 12; ++number) {
         PutSet(number, 'B');
         SwitchTo("set-" + std::to_string(number));
+        m_library.resetFlags();
     }
     const auto before = Clock::now();
     m_library.deinit();
