@@ -67,12 +67,13 @@ Told() {
 Must "it installs" Dpkg --install "$package"
 Expect "all services are enabled" "$(printf '%s\n' "${units[@]}")" "$(Enabled)"
 Expect "all are started, the sockets first, whatever else fails" "$(printf '%s\n' "${units[@]}")" "$(Told start)"
-Expect "the users" "corvane:/nonexistent:/usr/sbin/nologin corvane-fetch:/nonexistent:/usr/sbin/nologin" \
-    "$(getent passwd corvane corvane-fetch | cut -d : -f 1,6,7 | paste -sd ' ')"
-Expect "each has a group of its own" "corvane corvane-fetch" \
-    "$(id -Gn corvane | tr '\n' ' ')$(id -Gn corvane-fetch)"
-Expect "neither can log in" "! !" \
-    "$(for user in corvane corvane-fetch; do getent shadow "$user" | cut -d : -f 2 | cut -c 1; done | paste -sd ' ')"
+users=(corvane corvane-fetch corvane-scan)
+Expect "the users" "$(printf '%s:/nonexistent:/usr/sbin/nologin\n' "${users[@]}")" \
+    "$(getent passwd "${users[@]}" | cut -d : -f 1,6,7)"
+Expect "each has a group of its own" "${users[*]}" \
+    "$(for user in "${users[@]}"; do id -Gn "$user"; done | paste -sd ' ')"
+Expect "none can log in" "! ! !" \
+    "$(for user in "${users[@]}"; do getent shadow "$user" | cut -d : -f 2 | cut -c 1; done | paste -sd ' ')"
 
 # What an administrator has changed, and what is the users'.
 printf '\x0c\0\0\0' | dd of="$kProductDir/zqupdate.opt" conv=notrunc status=none
@@ -123,8 +124,8 @@ Left() {
     find /etc /run /usr /var/lib \( -path /var/lib/dpkg -o -path /usr/share/doc -o -path /var/lib/apt \) \
         -prune -o \( -name '*corvane*' -o -name 'rapidupdate*' -o -name Corvane \) -print 2>/dev/null |
         grep -vF -- "$e2eRoot"
-    getent passwd corvane corvane-fetch
-    getent group corvane corvane-fetch
+    getent passwd "${users[@]}"
+    getent group "${users[@]}"
     find / -maxdepth 1 -name 'zq*.log'
 }
 Expect "nothing is left" "" "$(Left)"
