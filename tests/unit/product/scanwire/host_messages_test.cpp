@@ -76,8 +76,8 @@ TEST(HostMessagesTest, ValuesOutOfBoundsAreRefused) {
     EXPECT_FALSE(ReadToHost(Written(ToHost(Load{.workers = 0}))));
     EXPECT_TRUE(ReadToHost(Written(ToHost(Load{.workers = 256}))));
     EXPECT_FALSE(ReadToHost(Written(ToHost(Load{.workers = 257}))));
-    EXPECT_TRUE(ReadToHost(Written(ToHost(Load{.switches = 0x3F}))));
-    EXPECT_FALSE(ReadToHost(Written(ToHost(Load{.switches = 0x40}))));
+    EXPECT_TRUE(ReadToHost(Written(ToHost(Load{.switches = 0x1FF}))));
+    EXPECT_FALSE(ReadToHost(Written(ToHost(Load{.switches = 0x200}))));
     EXPECT_FALSE(ReadFromHost(Written(FromHost(LeftOut{"", "x"}))));
     EXPECT_FALSE(ReadFromHost(Written(FromHost(Worker{256, 1, 2}))));
     EXPECT_FALSE(ReadFromHost(Written(FromHost(Worker{0, 0, 2}))));
