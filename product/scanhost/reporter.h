@@ -1,0 +1,36 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <string>
+
+#include "product/scanwire/worker_messages.h"
+
+namespace scanhost {
+
+/// What a worker has to say. Records are gathered, for a packet each would cost more than the scan
+/// of a small file; they are sent when a packet is full, and when the last one was sent more than
+/// 20 ms ago. One thread.
+class Reporter {
+public:
+    /// `socket` stays the caller's.
+    explicit Reporter(int socket) : m_socket(socket) {}
+
+    void Tell(const scanwire::FromWorker& record);
+
+    /// Sends what has been gathered.
+    void Flush();
+
+    /// Set once the engine is gone, and nothing can be told any more.
+    [[nodiscard]] const std::atomic<bool>& IsGone() const { return m_isGone; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    int m_socket;
+    std::string m_packet;
+    Clock::time_point m_sent = Clock::now();
+    std::atomic<bool> m_isGone = false;
+};
+
+}  // namespace scanhost

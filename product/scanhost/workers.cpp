@@ -1,0 +1,141 @@
+#include "product/scanhost/workers.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <exception>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "common/retrying.h"
+#include "product/scanhost/worker.h"
+
+namespace scanhost {
+
+namespace {
+
+// An exit status, or minus the signal.
+int EndOf(int status) {
+    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+}  // namespace
+
+Workers::Workers(const cl_engine* engine, const Confinement& confinement,
+                 const ControlSocket& control, int signals, bool notesRefusals)
+    : m_engine(engine),
+      m_confinement(confinement),
+      m_control(control),
+      m_signals(signals),
+      m_notesRefusals(notesRefusals) {}
+
+Workers::~Workers() {
+    for (const Place& place : m_places) {
+        if (place.pid > 0) {
+            ::kill(place.pid, SIGKILL);
+        }
+    }
+    for (const Place& place : m_places) {
+        if (place.pid > 0) {
+            common::Retrying([&] { return ::waitpid(place.pid, nullptr, 0); });
+        }
+    }
+}
+
+bool Workers::Start(std::uint32_t count) {
+    m_places.resize(count);
+    for (std::uint32_t number = 0; number < count; ++number) {
+        if (!StartOne(number)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Workers::StartOne(std::uint32_t number) {
+    std::array<int, 2> ends{};
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+        return SayWhyNot("no socket for a worker");
+    }
+    common::FileDescriptor engines(ends[0]);
+    const common::FileDescriptor workers(ends[1]);
+    const pid_t host = ::getpid();
+    const pid_t pid = ::fork();
+    if (pid < 0) {
+        return SayWhyNot("no process for a worker");
+    }
+    if (pid == 0) {
+        engines.Reset();
+        BeWorker(number, host, workers.Get());
+    }
+    Place& place = m_places[number];
+    place.pid = pid;
+    ++place.generation;
+    return m_control.Tell(
+        scanwire::Worker{.worker = number, .generation = place.generation, .pid = pid},
+        engines.Get());
+}
+
+void Workers::BeWorker(std::uint32_t number, pid_t host, int socket) const {
+    WorkerExit end = kExitFailed;
+    try {
+        // The engine sees the end of the host by these.
+        ::close(m_control.Descriptor());
+        ::close(m_signals);
+        sigset_t none;
+        ::sigemptyset(&none);
+        ::sigprocmask(SIG_SETMASK, &none, nullptr);
+        end = m_confinement.Enter(number, host).empty()
+                  ? Worker(m_engine, socket, m_notesRefusals).Run()
+                  : kExitUnconfined;
+    } catch (const std::exception&) {
+        end = kExitFailed;
+    }
+    ::_exit(end);
+}
+
+// Always false.
+bool Workers::SayWhyNot(const char* what) const {
+    m_control.Tell(scanwire::NotLoaded{std::string(what) + ": " + std::strerror(errno)});
+    return false;
+}
+
+void Workers::End(const scanwire::Replace& which) const {
+    if (which.worker < m_places.size() && m_places[which.worker].generation == which.generation) {
+        // Nobody else has its number before it is reaped, and then its place is another's.
+        ::kill(m_places[which.worker].pid, SIGKILL);
+    }
+}
+
+bool Workers::Reap() {
+    int status = 0;
+    pid_t pid = 0;
+    while ((pid = common::Retrying([&] { return ::waitpid(-1, &status, WNOHANG); })) > 0) {
+        const auto place = std::find_if(m_places.begin(), m_places.end(),
+                                        [pid](const Place& each) { return each.pid == pid; });
+        if (place == m_places.end()) {
+            continue;
+        }
+        place->pid = 0;
+        const auto number = static_cast<std::uint32_t>(place - m_places.begin());
+        m_confinement.Clear(number);
+        if (!TellEnd(number, EndOf(status)) || !StartOne(number)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Workers::TellEnd(std::uint32_t number, int status) {
+    if (status == kExitUnconfined && !m_hasToldOfUnconfined) {
+        m_hasToldOfUnconfined = true;
+        m_control.Tell(scanwire::Log{"a worker could not be confined, and ended"});
+    }
+    return m_control.Tell(scanwire::Ended{
+        .worker = number, .generation = m_places[number].generation, .status = status});
+}
+
+}  // namespace scanhost

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <clamav.h>
+#include <cstdint>
+#include <sys/types.h>
+#include <vector>
+
+#include "product/scanhost/confinement.h"
+#include "product/scanhost/control_socket.h"
+
+namespace scanhost {
+
+/// The host's workers: processes forked from it, which therefore share the databases. SIGCHLD is
+/// blocked in the host. One thread, and no other in the process.
+class Workers {
+public:
+    /// `signals` is a descriptor that workers have no use for. All of it stays the caller's.
+    Workers(const cl_engine* engine, const Confinement& confinement, const ControlSocket& control,
+            int signals, bool notesRefusals);
+
+    /// Ends all workers that are left and waits for their end.
+    ~Workers();
+    Workers(const Workers&) = delete;
+    Workers& operator=(const Workers&) = delete;
+
+    /// Starts `count` workers and tells the engine of each. False when the engine is gone or one
+    /// could not be started, which it is told.
+    bool Start(std::uint32_t count);
+
+    /// Ends the worker, should it still be the one that is meant; Reap() then finds it.
+    void End(const scanwire::Replace& which) const;
+
+    /// Looks for workers that have ended, tells the engine, and starts others in their places.
+    /// False as above.
+    bool Reap();
+
+private:
+    struct Place {
+        pid_t pid = 0;  ///< 0: nobody
+        std::uint32_t generation = 0;
+    };
+
+    bool StartOne(std::uint32_t number);
+    [[noreturn]] void BeWorker(std::uint32_t number, pid_t host, int socket) const;
+    bool SayWhyNot(const char* what) const;
+    bool TellEnd(std::uint32_t number, int status);
+
+    const cl_engine* m_engine;
+    const Confinement& m_confinement;
+    const ControlSocket& m_control;
+    int m_signals;
+    bool m_notesRefusals;
+    bool m_hasToldOfUnconfined = false;
+    std::vector<Place> m_places;
+};
+
+}  // namespace scanhost
