@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <csignal>
+#include <exception>
 #include <utility>
 
 #include "common/escaped_text.h"
+#include "common/log.h"
 #include "product/scanapi/engine_log.h"
 
 namespace scanapi {
@@ -44,8 +46,12 @@ HostSession::HostSession(const PoolSettings& settings, ScanQueue& queue, const W
     : m_settings(settings), m_queue(queue), m_wakeup(wakeup), m_owner(owner) {}
 
 HostSession::~HostSession() {
-    for (auto& [number, place] : m_places) {
-        LetGo(place);
+    try {
+        for (auto& [number, place] : m_places) {
+            LetGo(place);
+        }
+    } catch (const std::exception& error) {
+        WriteToLog(common::kCommonLog, error.what());
     }
     m_process.End(kEndPatience);
 }
@@ -240,14 +246,16 @@ WorkerLink* HostSession::NextToTake() {
 }
 
 void HostSession::GiveWork() {
-    while (WorkerLink* const link = NextToTake()) {
+    for (WorkerLink* link = NextToTake(); link != nullptr && !m_ended; link = NextToTake()) {
         Scans batch = m_queue.TakeBatch();
         if (batch.empty()) {
             return;
         }
-        m_uselessWorkers = 0;
-        if (!link->Give(std::move(batch))) {
+        if (link->Give(std::move(batch))) {
+            m_uselessWorkers = 0;
+        } else {
             // Nobody has begun with any of it, so none is to blame.
+            CountUseless();
             Replace(m_places.at(link->Which().worker), {});
         }
     }

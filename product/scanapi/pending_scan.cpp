@@ -52,9 +52,12 @@ scanning::ScanOutcome PendingScan::TakeOutcome() {
 void PendingScan::Abandon(bool force) {
     {
         const std::lock_guard lock(m_mutex);
-        m_abandoned = true;
-        m_toBreakOff = force && !m_finished;
         m_members.clear();
+        if (m_finished) {
+            return;
+        }
+        m_abandoned = true;
+        m_toBreakOff = force;
     }
     m_pool->Wake();
 }

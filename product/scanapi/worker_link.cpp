@@ -44,6 +44,15 @@ WorkerLink::WorkerLink(const scanwire::Worker& worker, common::FileDescriptor so
       m_region(std::move(region)),
       m_hand(std::move(hand)) {}
 
+// Only where there was no memory to put it back in the queue.
+WorkerLink::~WorkerLink() {
+    for (const Batch& batch : m_batches) {
+        for (const UnderWay& each : batch.items) {
+            each.scan->Finish({});
+        }
+    }
+}
+
 std::size_t WorkerLink::FreeSlot() const {
     const bool isFirstTaken = std::any_of(m_batches.begin(), m_batches.end(),
                                           [](const Batch& batch) { return batch.slot == 0; });

@@ -27,6 +27,8 @@ public:
     static std::unique_ptr<WorkerLink> Make(const scanwire::Worker& worker,
                                             common::FileDescriptor socket);
 
+    /// What is unfinished even now is finished as unreadable.
+    ~WorkerLink();
     WorkerLink(const WorkerLink&) = delete;
     WorkerLink& operator=(const WorkerLink&) = delete;
 

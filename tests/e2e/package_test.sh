@@ -86,7 +86,8 @@ Expect "the program for kept files" "corvane-vault $(ControlField Version)" "$(c
 Expect "the settings of the engine and their manual" "$kProductDir/scanapi.conf
 /usr/share/man/man1/corvane-vault.1.gz
 /usr/share/man/man5/scanapi.conf.5.gz" "$(dpkg -L corvane | grep -E 'corvane-vault\.1|scanapi\.conf' | LC_ALL=C sort)"
-Expect "all of them are defaults" "[Vault]" "$(grep -vE '^(;.*)?$' "$kProductDir/scanapi.conf")"
+Expect "all of them are defaults" "[Vault]
+[Scanning]" "$(grep -vE '^(;.*)?$' "$kProductDir/scanapi.conf")"
 Expect "nobody but root can change them" "644 root" "$(stat -c '%a %U' "$kProductDir/scanapi.conf")"
 
 # What people have changed outlives an upgrade.

@@ -162,19 +162,6 @@ TEST_F(LoadingTest, TheTemporaryFolderIsLeftEmpty) {
     EXPECT_TRUE(fs::is_empty(m_engine.Path("tmp")));
 }
 
-TEST_F(LoadingTest, UnpacksInTheFolderOfTheOptions) {
-    Start();
-    const auto path =
-        m_tree.Write("a.zip", archives::Zip({{"a", "text text"}, {"b", "more text"}}));
-    bool seen = false;
-    m_answer = [&](const Message&) {
-        seen = seen || !fs::is_empty(m_engine.Path("tmp"));
-        return static_cast<int>(kReplyGoOn);
-    };
-    Scan(path);
-    EXPECT_TRUE(seen);
-}
-
 TEST_F(LoadingTest, WithoutATemporaryFolderAnotherPlaceServes) {
     fs::remove(m_engine.Path("tmp"));
     Start();
