@@ -45,7 +45,7 @@ NotMeasured() {
 
 # What was downloaded and installed so far goes.
 ForgetUpdates() {
-    rm -rf -- "$kProduct/defs"/{current,held-back,unfinished,last-update.json} "$kProduct/defs"/set-*
+    rm -rf -- "$kProduct/defs"/{current,held-back-*,unfinished,last-update.json} "$kProduct/defs"/set-*
     find "$kProduct/download" -mindepth 1 -delete
 }
 

@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::string_view kSetPrefix = "set-";
 constexpr std::size_t kMaxDigits = 9;
+constexpr std::string_view kHeldBackPrefix = "held-back-";
 constexpr std::string_view kHalfMadeLink = ".new";
 constexpr mode_t kFolderMode = 0755;
 constexpr int kMaxDepth = 16;  // of folders in folders, each of which is held open
@@ -32,13 +33,21 @@ bool RemoveFile(int folder, const std::string& name) {
            IsGone(errno);
 }
 
-// Whether a database of `heldBack` is newer than in `current`, and is not to come back yet.
-bool IsStillAhead(const common::FileDescriptor& heldBack, const common::FileDescriptor& current) {
-    const SetState now = ReadSetState(current.Get());
-    const std::vector<SetDatabase> databases = ReadSetState(heldBack.Get()).databases;
-    return std::any_of(databases.begin(), databases.end(), [&](const SetDatabase& each) {
-        return each.hasHead && each.state.version > now.VersionOf(each.name);
-    });
+std::string HeldBackLink(SetNumber number) {
+    return std::string(kHeldBackPrefix) + NameOfSet(number).substr(kSetPrefix.size());
+}
+
+// The number in such a name; none for any other name.
+std::optional<SetNumber> NumberOfHeldBack(std::string_view name) {
+    if (!name.starts_with(kHeldBackPrefix)) {
+        return std::nullopt;
+    }
+    name.remove_prefix(kHeldBackPrefix.size());
+    return NumberOfSet(std::string(kSetPrefix) + std::string(name));
+}
+
+bool Contains(const std::vector<SetNumber>& numbers, SetNumber number) {
+    return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
 }
 
 common::FileDescriptor OpenFolder(int parent, const std::string& name) {
@@ -118,10 +127,50 @@ std::optional<SetNumber> DefinitionFolder::Previous() const {
     }
     std::vector<SetNumber> sets = Sets();
     sets.erase(std::lower_bound(sets.begin(), sets.end(), *current), sets.end());
-    if (const auto heldBack = SetOfLink(kHeldBackLink)) {
-        std::erase(sets, *heldBack);
-    }
+    const std::vector<SetNumber> goneBackFrom = GoneBackFrom();
+    std::erase_if(sets, [&](SetNumber each) { return Contains(goneBackFrom, each); });
     return sets.empty() ? std::nullopt : std::optional(sets.back());
+}
+
+std::vector<SetNumber> DefinitionFolder::GoneBackFrom() const {
+    const auto current = Current();
+    std::vector<SetNumber> sets;
+    for (const std::string& name : NamesIn(Get())) {
+        const auto number = NumberOfHeldBack(name);
+        // Who was killed before the switch has not gone back.
+        if (number && number != current && SetOfLink(name.c_str()) == number) {
+            sets.push_back(*number);
+        }
+    }
+    std::sort(sets.begin(), sets.end());
+    return sets;
+}
+
+std::vector<SetNumber> DefinitionFolder::HeldBack() const {
+    std::vector<SetNumber> sets = GoneBackFrom();
+    if (const auto current = Current()) {
+        std::erase_if(sets, [&](SetNumber each) { return !IsAhead(each, *current); });
+    }
+    return sets;
+}
+
+bool DefinitionFolder::HoldBack(SetNumber number) const {
+    return Point(HeldBackLink(number).c_str(), number);
+}
+
+// A set that was made later is, whatever is in it. Of one that was made before, an index with a
+// higher serial has come since, and was new; else its loose files are still to be held back.
+bool DefinitionFolder::IsAhead(SetNumber heldBack, SetNumber other) const {
+    if (heldBack > other) {
+        return true;
+    }
+    const SetState refused = ReadSetState(OpenSet(heldBack).Get());
+    const SetState now = ReadSetState(OpenSet(other).Get());
+    return refused.index.serial > now.index.serial ||
+           std::any_of(refused.databases.begin(), refused.databases.end(),
+                       [&](const SetDatabase& each) {
+                           return each.hasHead && each.state.version > now.VersionOf(each.name);
+                       });
 }
 
 common::FileDescriptor DefinitionFolder::OpenEntry(const std::string& name) const {
@@ -166,30 +215,41 @@ bool DefinitionFolder::Remove(const std::string& name) const {
     return RemoveAll(Get(), name, kMaxDepth);
 }
 
+std::vector<SetNumber> DefinitionFolder::Remembered(SetNumber current) const {
+    std::vector<SetNumber> sets = GoneBackFrom();
+    const auto previous = Previous();
+    std::erase_if(sets, [&](SetNumber each) {
+        return !IsAhead(each, current) && !(previous && IsAhead(each, *previous));
+    });
+    return sets;
+}
+
 void DefinitionFolder::RemoveLeftovers() const {
     Remove(kUnfinishedFolder);
-    for (const char* link : {kCurrentLink, kHeldBackLink}) {
-        RemoveFile(Get(), link + std::string(kHalfMadeLink));
+    for (const std::string& name : NamesIn(Get())) {
+        const std::string_view link = std::string_view(name).substr(0, name.rfind('.'));
+        if (name.ends_with(kHalfMadeLink) && (link == kCurrentLink || NumberOfHeldBack(link))) {
+            RemoveFile(Get(), name);
+        }
     }
     const auto current = Current();
     if (!current) {
         // Which of the sets was the last in use is not known, so each may be the best there is.
         return;
     }
-    std::vector<SetNumber> kept{*current};
+    std::vector<SetNumber> kept = Remembered(*current);
+    for (const std::string& name : NamesIn(Get())) {
+        const auto number = NumberOfHeldBack(name);
+        if (number && !Contains(kept, *number)) {
+            RemoveFile(Get(), name);
+        }
+    }
+    kept.push_back(*current);
     if (const auto previous = Previous()) {
         kept.push_back(*previous);
     }
-    if (const auto heldBack = SetOfLink(kHeldBackLink)) {
-        if (*heldBack > *current || IsStillAhead(OpenSet(*heldBack), OpenSet(*current))) {
-            kept.push_back(*heldBack);
-        } else {
-            // Something newer has come.
-            RemoveFile(Get(), kHeldBackLink);
-        }
-    }
     for (const SetNumber each : Sets()) {
-        if (std::find(kept.begin(), kept.end(), each) == kept.end()) {
+        if (!Contains(kept, each)) {
             Remove(NameOfSet(each));
         }
     }

@@ -11,7 +11,7 @@
 //   defs/set-N/       one whole set of databases, with its index and "scanver.cnf"
 //   defs/current      a link to the set in use; one rename of it is the switch. Before the first
 //                     update it leads to defs/package/, which is no set
-//   defs/held-back    a link to the set that an administrator went back from
+//   defs/held-back-N  a link to set-N, which an administrator went back from
 //   defs/unfinished/  a set that is being made
 //   defs/lock         held by whoever changes any of this
 //
@@ -21,7 +21,6 @@ namespace definitions {
 
 inline constexpr char kFolderName[] = "defs";
 inline constexpr char kCurrentLink[] = "current";
-inline constexpr char kHeldBackLink[] = "held-back";
 inline constexpr char kUnfinishedFolder[] = "unfinished";
 inline constexpr char kLockName[] = "lock";
 
@@ -54,9 +53,18 @@ public:
     [[nodiscard]] std::optional<SetNumber> SetOfLink(const char* link) const;
     [[nodiscard]] std::optional<SetNumber> Current() const { return SetOfLink(kCurrentLink); }
 
-    /// The set that was in use before the current one: of those below it the last that is not held
-    /// back. None without.
+    /// The set that was in use before the current one: of those below it the last that nobody went
+    /// back from. None without.
     [[nodiscard]] std::optional<SetNumber> Previous() const;
+
+    /// The sets that an administrator went back from and that are remembered, lowest number first.
+    [[nodiscard]] std::vector<SetNumber> GoneBackFrom() const;
+
+    /// Those of them that have something newer than the current set: it is not to come back yet.
+    [[nodiscard]] std::vector<SetNumber> HeldBack() const;
+
+    /// Remembers that somebody goes back from this set; on the disk after Sync.
+    [[nodiscard]] bool HoldBack(SetNumber number) const;
 
     /// Opens a folder in it. Not open on failure.
     [[nodiscard]] common::FileDescriptor OpenEntry(const std::string& name) const;
@@ -80,10 +88,14 @@ public:
     bool Remove(const std::string& name) const;
 
     /// Removes what a killed run left: the set in the making, sets that are neither in use nor the
-    /// one before nor held back, and links half made.
+    /// one before nor remembered, and links half made. A set that was gone back from is forgotten
+    /// when a way back, too, would lead to something newer.
     void RemoveLeftovers() const;
 
 private:
+    [[nodiscard]] bool IsAhead(SetNumber heldBack, SetNumber other) const;
+    [[nodiscard]] std::vector<SetNumber> Remembered(SetNumber current) const;
+
     common::FileDescriptor m_folder;
     std::string m_path;  // ends in "/"
 };

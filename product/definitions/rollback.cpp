@@ -1,5 +1,6 @@
 #include "product/definitions/rollback.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -68,7 +69,7 @@ InstallResult RollBack(const std::string& productDirectory) {
         return Result(Outcome::kNothingValid, "there is no set to go back to");
     }
     // Held back first: no automatic update in between brings it back.
-    if (!definitions.Point(kHeldBackLink, *current) || !definitions.Sync() ||
+    if (!definitions.HoldBack(*current) || !definitions.Sync() ||
         !definitions.Point(kCurrentLink, *previous) || !definitions.Sync()) {
         return FailedToDo("the set before cannot be put into use");
     }
@@ -77,10 +78,11 @@ InstallResult RollBack(const std::string& productDirectory) {
 
 std::vector<SetSummary> ListSets(const DefinitionFolder& definitions) {
     const auto current = definitions.Current();
-    const auto heldBack = definitions.SetOfLink(kHeldBackLink);
+    const std::vector<SetNumber> heldBack = definitions.GoneBackFrom();
     std::vector<SetSummary> sets;
     for (const SetNumber number : definitions.Sets()) {
-        SetSummary set{number, {}, number == current, number == heldBack && number != current};
+        SetSummary set{number, {}, number == current, false};
+        set.isHeldBack = std::find(heldBack.begin(), heldBack.end(), number) != heldBack.end();
         const common::FileDescriptor folder = definitions.OpenSet(number);
         const common::FileDescriptor file = common::OpenRegularFileAt(
             folder.Get(), common::kVersionFileName, O_RDONLY, common::Links::kNoSymbolic);

@@ -65,8 +65,8 @@ SetMaker::SetMaker(const DefinitionFolder& definitions, const InstallOptions& op
         m_current = definitions.OpenSet(*current);
         m_inUse = ReadSetState(m_current.Get());
     }
-    if (const auto heldBack = definitions.SetOfLink(kHeldBackLink)) {
-        m_heldBack = ReadSetState(definitions.OpenSet(*heldBack).Get());
+    for (const SetNumber heldBack : definitions.HeldBack()) {
+        m_heldBack.Add(ReadSetState(definitions.OpenSet(heldBack).Get()));
     }
 }
 

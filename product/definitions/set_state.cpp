@@ -75,9 +75,21 @@ std::uint32_t SetState::VersionOf(std::string_view name) const {
     if (HasHead(name)) {
         return VersionOfStem(StemOf(name));
     }
-    const auto found = std::find_if(databases.begin(), databases.end(),
-                                    [&](const SetDatabase& each) { return each.name == name; });
-    return found == databases.end() ? 0 : found->state.version;
+    std::uint32_t version = 0;
+    for (const SetDatabase& each : databases) {
+        version = each.name == name ? std::max(version, each.state.version) : version;
+    }
+    return version;
+}
+
+void SetState::Add(const SetState& other) {
+    const auto append = [](auto& all, const auto& more) {
+        all.insert(all.end(), more.begin(), more.end());
+    };
+    index.serial = std::max(index.serial, other.index.serial);
+    append(index.files, other.index.files);
+    append(databases, other.databases);
+    append(files, other.files);
 }
 
 bool SetState::IsIndexed(std::string_view name) const {

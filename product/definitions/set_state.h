@@ -30,6 +30,9 @@ struct SetState {
     /// The version of the file `name`, of one with a head by its stem; 0 without it.
     [[nodiscard]] std::uint32_t VersionOf(std::string_view name) const;
 
+    /// Makes this stand for both: the highest serial and versions, and all that either index names.
+    void Add(const SetState& other);
+
     /// Whether the set's index names it.
     [[nodiscard]] bool IsIndexed(std::string_view name) const;
 };

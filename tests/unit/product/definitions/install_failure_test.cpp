@@ -233,7 +233,7 @@ TEST_F(InstallFailure, KilledAtAnyCallOfAWayBackOneOfTheTwoIsInUse) {
                 static_cast<int>(Outcome::kInstalled));
         }
         EXPECT_EQ(CurrentFile("b.ndb"), m_new);
-        EXPECT_EQ(fs::read_symlink(m_defs + "held-back"), "set-2");
+        EXPECT_EQ(fs::read_symlink(m_defs + "held-back-2"), "set-2");
     }
 }
 

@@ -229,6 +229,30 @@ TEST_F(InstallOfficial, WhatWasGoneBackFromDoesNotComeBackFromElsewhere) {
     EXPECT_EQ(CurrentFile("test.cvd"), m_three);
 }
 
+// What was gone back from in official databases is not forgotten with a second way back, from what
+// a private mirror has brought meanwhile; and what in loose files, not with an official update.
+TEST_F(InstallOfficial, ASecondWayBackForgetsNothingOfTheFirst) {
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_three}}), Outcome::kInstalled);
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kInstalled);
+    ASSERT_EQ(definitions::RollBack(m_product).outcome, Outcome::kInstalled);
+    ASSERT_EQ(InstallSerial(2, {{"own.ndb", OwnSignature('A'), 1}}), Outcome::kInstalled);
+    ASSERT_EQ(definitions::RollBack(m_product).outcome, Outcome::kInstalled);
+    EXPECT_EQ(CurrentNames(), (std::vector<std::string>{"scanver.cnf", "test.cvd"}));
+    EXPECT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kUpToDate);
+    EXPECT_EQ(InstallSerial(2, {{"own.ndb", OwnSignature('A'), 1}}), Outcome::kUpToDate);
+    EXPECT_EQ(CurrentFile("test.cvd"), m_three);
+}
+
+TEST_F(InstallOfficial, ALooseFileThatWasGoneBackFromOutlivesAnOfficialUpdate) {
+    ASSERT_EQ(InstallSerial(1, {{"own.ndb", OwnSignature('A'), 0}}), Outcome::kInstalled);
+    ASSERT_EQ(InstallSerial(2, {{"own.ndb", OwnSignature('B'), 0}}), Outcome::kInstalled);
+    ASSERT_EQ(definitions::RollBack(m_product).outcome, Outcome::kInstalled);
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_three}}), Outcome::kInstalled);
+    ASSERT_EQ(InstallFiles({{"test.cvd", m_six}}), Outcome::kInstalled);
+    EXPECT_EQ(InstallSerial(100, {{"own.ndb", OwnSignature('B'), 0}}), Outcome::kUpToDate);
+    EXPECT_EQ(CurrentFile("own.ndb"), OwnSignature('A'));
+}
+
 // An index is taken whole, so what is new in it may not bring along what was gone back from.
 TEST_F(InstallOfficial, WhatWasGoneBackFromDoesNotComeAlongWithSomethingNew) {
     ASSERT_EQ(InstallSerial(1, {{"test.cvd", m_three, 3}, {"own.ndb", OwnSignature('A'), 0}}),

@@ -121,7 +121,7 @@ protected:
             ExpectWhole();
             EXPECT_FALSE(Exists(m_defs + "unfinished"));
             EXPECT_FALSE(Exists(m_defs + "current.new"));
-            EXPECT_FALSE(Exists(m_defs + "held-back.new"));
+            EXPECT_FALSE(Exists(m_defs + "held-back-2.new"));
             EXPECT_LE(Names().size(), 3U) << testing::PrintToString(Names());
         }
         WriteTree(m_defs, m_before);
@@ -236,7 +236,7 @@ class PowerCutOfAWayBack : public PowerCut {
 protected:
     // Back, it stays back: what was gone back from is noted before the switch.
     [[nodiscard]] bool IsGood(const Tree& tree) const override {
-        return IsOldOrNew(tree) && (!IsNew(tree) || SetBehind(tree, "held-back") == m_old);
+        return IsOldOrNew(tree) && (!IsNew(tree) || SetBehind(tree, "held-back-2") == m_old);
     }
 };
 
@@ -256,7 +256,7 @@ TEST_F(PowerCutOfAWayBack, LeavesOneOfTheTwoAndTheSetHeldBack) {
         }
         const Tree found = ReadTree(m_defs);
         ExpectNewDatabases(found);
-        EXPECT_EQ(SetBehind(found, "held-back"), m_old);
+        EXPECT_EQ(SetBehind(found, "held-back-2"), m_old);
     }
 }
 

@@ -62,7 +62,7 @@ TEST_F(RollbackOwner, WhatItMakesIsTheUpdaters) {
     GiveAway();
     EXPECT_EQ(definitions::RollBack(m_product).outcome, Outcome::kInstalled);
     EXPECT_EQ(CurrentFile("own.ndb"), OwnSignature('A'));
-    EXPECT_TRUE(Exists(m_defs + "held-back"));
+    EXPECT_TRUE(Exists(m_defs + "held-back-2"));
     ExpectAllItsOwn();
     EXPECT_TRUE(UpdaterGetsTheLock());
 }

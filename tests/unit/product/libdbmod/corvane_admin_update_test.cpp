@@ -79,7 +79,7 @@ TEST_F(CorvaneAdminUpdateTest, ListsEachSetWithItsVersionDateAgeAndState) {
     PutSet(8, 12, 0);
     Use(8);
     fs::create_directory(kDefs + "set-9");
-    fs::create_symlink("set-9", kDefs + "held-back");
+    fs::create_symlink("set-9", kDefs + "held-back-9");
     const std::string before = DateOf(1);
     const Outcome run = RunAdmin({"definitions"});
     EXPECT_EQ(run.exitStatus, 0);
@@ -99,7 +99,7 @@ TEST_F(CorvaneAdminUpdateTest, GoesBackToTheSetBefore) {
     EXPECT_EQ(run.exitStatus, 0);
     EXPECT_EQ(run.output, "The definitions before are in use again, until newer ones come.\n");
     EXPECT_EQ(fs::read_symlink(kDefs + "current"), "set-7");
-    EXPECT_EQ(fs::read_symlink(kDefs + "held-back"), "set-8");
+    EXPECT_EQ(fs::read_symlink(kDefs + "held-back-8"), "set-8");
     EXPECT_EQ(RunAdmin({"definitions", "--rollback"}).exitStatus, 1);
 }
 
