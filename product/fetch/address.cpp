@@ -53,6 +53,11 @@ std::optional<AddressParts> PartsOf(const std::string& address) {
     return parts;
 }
 
+bool IsOfficial(const std::string& address, std::string_view officialDomain) {
+    const auto parts = PartsOf(address);
+    return parts && IsUnderDomain(parts->host, officialDomain);
+}
+
 bool IsUnderDomain(std::string_view host, std::string_view domain) {
     if (host.ends_with('.')) {
         host.remove_suffix(1);
@@ -107,9 +112,7 @@ std::vector<std::string> AddressesToTry(const std::vector<std::string>& addresse
     for (const std::string& address : addresses) {
         all.push_back(address);
         if (const auto shorter = WithoutRelease(address); fromAdministrator && shorter) {
-            const auto parts = PartsOf(address);
-            const bool isOfficial = parts && IsUnderDomain(parts->host, officialDomain);
-            all.insert(isOfficial ? all.end() - 1 : all.end(), *shorter);
+            all.insert(IsOfficial(address, officialDomain) ? all.end() - 1 : all.end(), *shorter);
         }
     }
     return all;

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-// Addresses of mirrors. Any thread.
+// Addresses of mirrors, as libcurl understands them. Any thread.
 
 namespace fetch {
 
@@ -17,6 +17,12 @@ struct AddressParts {
 
 /// None for what is no address with "http://" or "https://".
 std::optional<AddressParts> PartsOf(const std::string& address);
+
+/// The domain of the official mirrors.
+inline constexpr char kOfficialDomain[] = "clamav.net";
+
+/// Whether a server at `address` lies under the domain of the official mirrors.
+bool IsOfficial(const std::string& address, std::string_view officialDomain = kOfficialDomain);
 
 /// Whether `host` is `domain` or lies under it: "database.example.net" under "example.net".
 bool IsUnderDomain(std::string_view host, std::string_view domain);

@@ -66,8 +66,7 @@ const char* NameOf(Connection connection) {
 
 ConnectionResult TestConnection(const Proxy& proxy, const std::string& address,
                                 const OfficialMirrors& official, Listener& listener) {
-    const auto parts = PartsOf(address);
-    if (!parts) {
+    if (!PartsOf(address)) {
         return {Connection::kFailed, "this is no address of a web server"};
     }
     Progress progress(listener);
@@ -78,7 +77,7 @@ ConnectionResult TestConnection(const Proxy& proxy, const std::string& address,
     AnySink sink;
     const HttpAnswer answer =
         client.Get({InFolder(address, signed_index::kIndexName), 0, {}, {}}, sink);
-    const bool isOfficial = IsUnderDomain(parts->host, official.domain);
+    const bool isOfficial = IsOfficial(address, official.domain);
     if (sink.HasBegun() || (isOfficial && answer.end == HttpEnd::kAnswered)) {
         return {Connection::kOk, {}};
     }

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <ctime>
 
-#include "product/fetch/address.h"
 #include "product/fetch/current_set.h"
 #include "product/fetch/download_folder.h"
 #include "product/fetch/fetch_state.h"
@@ -103,12 +102,11 @@ private:
     }
 
     MirrorEnd FetchFrom(const MirrorJob& job, const std::string& address) {
-        const auto parts = PartsOf(address);
-        if (!parts) {
+        if (!PartsOf(address)) {
             m_progress.Log(ForLog(address) + ": this is no address of a web server");
             return MirrorEnd::kFailed;
         }
-        if (IsUnderDomain(parts->host, m_request.official.domain)) {
+        if (IsOfficial(address, m_request.official.domain)) {
             return FetchFromOfficial({m_request.official, m_request.proxy, m_request.limits,
                                       m_progress, m_folder, job.current, job.now},
                                      address, m_state);

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "abi/updturl.h"
+#include "product/fetch/address.h"
 #include "product/fetch/http_client.h"
 #include "product/fetch/listener.h"
 
@@ -11,7 +12,7 @@ namespace fetch {
 
 /// The official mirrors, which answer no other client than libfreshclam.
 struct OfficialMirrors {
-    std::string domain = "clamav.net";  ///< hosts under it are official
+    std::string domain = kOfficialDomain;  ///< hosts under it are official
     std::vector<std::string> databases{"main", "daily", "bytecode"};
     std::string dnsServer = "current.cvd.clamav.net";  ///< names the versions; empty: is not asked
 };

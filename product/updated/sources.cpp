@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <fcntl.h>
-#include <string_view>
 
 #include "abi/updturl.h"
 #include "common/io.h"
 #include "common/regular_file.h"
 #include "common/text_field.h"
+#include "product/fetch/address.h"
 #include "update/files/admin_links.h"
 #include "update/files/update_links.h"
 #include "update/files/update_options.h"
@@ -15,8 +15,6 @@
 namespace updated {
 
 namespace {
-
-constexpr std::string_view kOfficialDomain = "clamav.net";
 
 template <typename Record>
 std::ptrdiff_t ReadRecord(const std::string& path, Record& record) {
@@ -38,15 +36,6 @@ std::optional<std::vector<std::string>> ReadAddresses(const std::string& directo
         return std::nullopt;
     }
     return std::vector<std::string>(addresses.Entries().begin(), addresses.Entries().end());
-}
-
-bool IsOfficial(std::string_view address) {
-    if (const auto scheme = address.find("://"); scheme != std::string_view::npos) {
-        address.remove_prefix(scheme + 3);
-    }
-    const std::string_view host = address.substr(0, address.find_first_of(":/?#"));
-    return host == kOfficialDomain || (host.ends_with(kOfficialDomain) &&
-                                       host[host.size() - kOfficialDomain.size() - 1] == '.');
 }
 
 }  // namespace
@@ -75,7 +64,8 @@ std::optional<updturl::Request> ReadSources(const std::string& directory, updtur
 
 bool AsksOfficialMirror(const updturl::Request& request) {
     return request.source == updturl::Source::kSite && request.addresses &&
-           std::any_of(request.addresses->begin(), request.addresses->end(), IsOfficial);
+           std::any_of(request.addresses->begin(), request.addresses->end(),
+                       [](const std::string& address) { return fetch::IsOfficial(address); });
 }
 
 }  // namespace updated

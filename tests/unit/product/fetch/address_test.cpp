@@ -8,6 +8,7 @@ namespace {
 using fetch::AddressesToTry;
 using fetch::ForLog;
 using fetch::InFolder;
+using fetch::IsOfficial;
 using fetch::IsUnderDomain;
 using fetch::MayRedirect;
 using fetch::PartsOf;
@@ -37,6 +38,21 @@ TEST(IsUnderDomain, LooksAtWholeNames) {
     EXPECT_FALSE(IsUnderDomain("clamav.net.example.org", "clamav.net"));
     EXPECT_FALSE(IsUnderDomain("net", "clamav.net"));
     EXPECT_FALSE(IsUnderDomain("", "clamav.net"));
+}
+
+TEST(IsOfficial, GoesByTheHostThatIsAsked) {
+    for (const char* address :
+         {"https://clamav.net", "http://database.clamav.net/update/0512",
+          "HTTPS://me:pw@Database.ClamAV.net:443/", "https://database.clamav.net./"}) {
+        EXPECT_TRUE(IsOfficial(address)) << address;
+    }
+    for (const char* address :
+         {"https://mirror.example/clamav.net", "https://clamav.net@mirror.example/",
+          "https://notclamav.net", "https://clamav.net.example", "database.clamav.net", ""}) {
+        EXPECT_FALSE(IsOfficial(address)) << address;
+    }
+    EXPECT_TRUE(IsOfficial("http://mirror.example", "example"));
+    EXPECT_FALSE(IsOfficial("https://clamav.net", "example"));
 }
 
 TEST(MayRedirect, ToOtherHostsOnlyByHttpsAndNeverBackToHttp) {

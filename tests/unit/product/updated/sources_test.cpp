@@ -129,12 +129,14 @@ TEST_F(Sources, WithoutOptionsThereIsNoRequest) {
 TEST_F(Sources, OfficialMirrorsAreKnownByTheirDomain) {
     updturl::Request request;
     for (const char* address : {"https://database.clamav.net", "http://clamav.net/x",
-                                "db.local.clamav.net", "https://database.clamav.net:443/a"}) {
+                                "https://database.clamav.net:443/a", "HTTPS://Database.ClamAV.NET",
+                                "https://me:pw@database.clamav.net", "https://me@clamav.net./"}) {
         request.addresses = {{"https://mirror.example", address}};
         EXPECT_TRUE(AsksOfficialMirror(request)) << address;
     }
     for (const char* address : {"https://mirror.example/clamav.net", "https://notclamav.net",
-                                "https://clamav.net.example", ""}) {
+                                "https://clamav.net.example", "https://clamav.net@mirror.example",
+                                "db.local.clamav.net", "ftp://clamav.net", ""}) {
         request.addresses = {{address}};
         EXPECT_FALSE(AsksOfficialMirror(request)) << address;
     }
