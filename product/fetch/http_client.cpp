@@ -18,6 +18,7 @@ namespace {
 constexpr int kMaxRedirects = 5;
 constexpr std::size_t kMaxHeaderValue = 1024;
 constexpr std::size_t kMaxErrorPage = std::size_t{64} * 1024;
+constexpr char kProxyRefuses[] = "the proxy asks for another user or password";
 
 void InitializeCurl() {
     static std::once_flag once;
@@ -70,34 +71,47 @@ bool IsSocks(const Proxy& proxy) {
     return text::EqualsIgnoringCase(std::string_view(proxy.server).substr(0, 5), "socks");
 }
 
-/// Whether it is the proxy that wants to know who asks, and not the server. `hasOwnChallenge` says
-/// that the answer tells how to log in, in other words than the proxy did before.
-bool IsProxyAuthentication(CURL* easy, CURLcode code, const Proxy& proxy, bool hasOwnChallenge) {
+constexpr long kAuthenticate = 407;
+constexpr long kUnauthorized = 401;
+
+/// Whether the proxy opens no tunnel because of who asks: the status of the tunnel is its own.
+bool IsTunnelRefused(CURL* easy, bool hasUser) {
+    long status = 0;
+    curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &status);
+    return status == kAuthenticate || (hasUser && status == kUnauthorized);
+}
+
+/// Who wants to know who asks.
+enum class Asking { kNobody, kProxy, kProxyOrServer };
+
+Asking WhoAuthenticates(CURL* easy, CURLcode code, const Proxy& proxy) {
     if (proxy.server.empty()) {
-        return false;
+        return Asking::kNobody;
     }
     if (IsSocks(proxy)) {
         // What it says to a wrong password, to none, and by leaving without a word. Any status is
         // the server's.
         long why = 0;
         curl_easy_getinfo(easy, CURLINFO_PROXY_ERROR, &why);
-        return code == CURLE_PROXY &&
-               (why == CURLPX_USER_REJECTED || why == CURLPX_NO_AUTH || why == CURLPX_RECV_AUTH);
+        const bool isAsked =
+            code == CURLE_PROXY &&
+            (why == CURLPX_USER_REJECTED || why == CURLPX_NO_AUTH || why == CURLPX_RECV_AUTH);
+        return isAsked ? Asking::kProxy : Asking::kNobody;
     }
-    constexpr long kAuthenticate = 407;
     // Some proxies answer a wrong password as if they were the server.
-    constexpr long kUnauthorized = 401;
     const bool hasUser = !proxy.user.empty();
     const char* scheme = nullptr;
     curl_easy_getinfo(easy, CURLINFO_SCHEME, &scheme);
-    long status = 0;
     if (scheme != nullptr && text::EqualsIgnoringCase(scheme, "https")) {
-        // Through the tunnel only the server answers; the proxy's status is that of the tunnel.
-        curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &status);
-        return status == kAuthenticate || (hasUser && status == kUnauthorized);
+        // Through the tunnel only the server answers.
+        return IsTunnelRefused(easy, hasUser) ? Asking::kProxy : Asking::kNobody;
     }
+    long status = 0;
     curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
-    return status == kAuthenticate || (hasUser && status == kUnauthorized && !hasOwnChallenge);
+    if (status == kAuthenticate) {
+        return Asking::kProxy;
+    }
+    return hasUser && status == kUnauthorized ? Asking::kProxyOrServer : Asking::kNobody;
 }
 
 HttpEnd EndOf(CURLcode code) {
@@ -168,7 +182,6 @@ struct HttpClient::Transfer {
             answer.etag.clear();
             answer.modified.clear();
             rangeBegins.reset();
-            challenge.clear();
             return;
         }
         const std::size_t colon = line.find(':');
@@ -185,16 +198,7 @@ struct HttpClient::Transfer {
             rangeBegins = RangeBegin(value);
         } else if (text::EqualsIgnoringCase(name, "retry-after")) {
             answer.retryAfter = RetryAfter(value);
-        } else if (text::EqualsIgnoringCase(name, "www-authenticate")) {
-            challenge = value;
-        } else if (text::EqualsIgnoringCase(name, "proxy-authenticate")) {
-            proxyChallenge = value;
         }
-    }
-
-    // A server has to say how to log in.
-    [[nodiscard]] bool HasOwnChallenge() const {
-        return !challenge.empty() && challenge != proxyChallenge;
     }
 
     // Read to its end, where it is short: the connection can then be used again.
@@ -232,8 +236,6 @@ struct HttpClient::Transfer {
     curl_slist* headers = nullptr;
     std::array<char, CURL_ERROR_SIZE> error{};
     std::optional<std::uint64_t> rangeBegins;
-    std::string challenge;       // how to log in at the server
-    std::string proxyChallenge;  // and at the proxy, which has answered before
     bool hasBegun = false;
     bool hasSinkFailed = false;
     bool isUnwanted = false;  // an error page
@@ -356,9 +358,9 @@ HttpAnswer HttpClient::AnswerOf(const Transfer& transfer) {
     if (transfer.isStopped) {
         answer.end = HttpEnd::kStopped;
         answer.words = "stopped";
-    } else if (IsProxyAuthentication(easy, transfer.code, m_proxy, transfer.HasOwnChallenge())) {
+    } else if (WhoAuthenticates(easy, transfer.code, m_proxy) == Asking::kProxy) {
         answer.end = HttpEnd::kProxyAuthentication;
-        answer.words = "the proxy asks for another user or password";
+        answer.words = kProxyRefuses;
     } else if (transfer.isUnwanted) {
         answer.end = HttpEnd::kAnswered;
     } else if (transfer.hasSinkFailed) {
@@ -382,7 +384,26 @@ HttpAnswer HttpClient::GetOnce(const HttpRequest& request, HttpSink& sink, std::
     if (answer.end == HttpEnd::kAnswered && target != nullptr) {
         redirect = target;
     }
+    if (answer.end == HttpEnd::kAnswered &&
+        WhoAuthenticates(m_handles->easy, transfer.code, m_proxy) == Asking::kProxyOrServer &&
+        IsRefusedByProxy(request)) {
+        answer = {HttpEnd::kProxyAuthentication, answer.status, {}, {}, {}, kProxyRefuses};
+    }
     return answer;
+}
+
+// What a proxy passes on and what it says itself looks alike, but for a tunnel it answers itself.
+bool HttpClient::IsRefusedByProxy(const HttpRequest& request) {
+    class NoSink : public HttpSink {
+        bool Begin(const HttpHead& /*head*/) override { return false; }
+        bool Take(std::span<const std::byte> /*bytes*/) override { return false; }
+    };
+    NoSink sink;
+    Transfer transfer(m_handles->easy, sink);
+    SetUp(transfer, {request.address, 0, {}, {}});
+    curl_easy_setopt(m_handles->easy, CURLOPT_HTTPPROXYTUNNEL, 1L);
+    curl_easy_setopt(m_handles->easy, CURLOPT_CONNECT_ONLY, 1L);
+    return Perform(transfer) && IsTunnelRefused(m_handles->easy, true);
 }
 
 HttpAnswer HttpClient::Get(const HttpRequest& request, HttpSink& sink) {

@@ -102,6 +102,7 @@ private:
     HttpAnswer GetOnce(const HttpRequest& request, HttpSink& sink, std::string& redirect);
     bool Perform(Transfer& transfer);
     HttpAnswer AnswerOf(const Transfer& transfer);
+    bool IsRefusedByProxy(const HttpRequest& request);
 
     Proxy m_proxy;
     Limits m_limits;

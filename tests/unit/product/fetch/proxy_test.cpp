@@ -94,11 +94,19 @@ TEST_F(ProxyTest, WhatTheMirrorRefusesIsNotTheProxys) {
             m_listener.HasLogged("the server answered with status " + std::to_string(status)))
             << testing::PrintToString(m_listener.log);
     };
-    m_server.Script({{"/index.json", R"({"do": "status", "status": 401,
-        "headers": {"WWW-Authenticate": "Basic realm=\"mirror\""}})"}});
     StartHttpProxy("BasicAuth clerk secret\n");
-    EXPECT_EQ(FetchThrough("127.0.0.1", "clerk", "secret"), kUpdaterFailed);
-    expectTheMirrors(401);
+    // Whatever the mirror says with it: the last two are the proxy's own words.
+    for (const char* headers : {R"("WWW-Authenticate": "Basic realm=\"mirror\"")", "",
+                                R"("WWW-Authenticate": "Basic realm=\"Tinyproxy\"")",
+                                R"("Proxy-Authenticate": "Basic realm=\"Tinyproxy\"")"}) {
+        SCOPED_TRACE(headers);
+        m_server.Script({{"/index.json", R"({"do": "status", "status": 401, "headers": {)" +
+                                             std::string(headers) + "}}"}});
+        EXPECT_EQ(FetchThrough("127.0.0.1", "clerk", "secret"), kUpdaterFailed);
+        expectTheMirrors(401);
+        EXPECT_EQ(FetchThrough("127.0.0.1", "clerk", "wrong"), kUpdaterFailed);
+        EXPECT_TRUE(m_listener.HasLogged("the proxy asks for another user or password"));
+    }
     m_port = FreePort();
     StartSocksProxy({"-u", "clerk", "-P", "secret"});
     for (const int status : {401, 407}) {
