@@ -32,7 +32,7 @@ for service in "${services[@]}"; do
     user=$(sed -n 's/^User=//p' "$folder/$service.service")
     Expect "$service is no service of root's" yes "$([[ -n $user && $user != root ]] && id "$user" >/dev/null && echo yes)"
 done
-for unit in corvane-fetch.socket corvane-updated.socket corvane-updated.service rapidupdate.service; do
+for unit in corvane-fetch.socket corvane-fetch@.service corvane-updated.socket corvane-updated.service rapidupdate.service; do
     # What it says of units of this machine is not ours.
     Expect "$unit is understood" "" "$(systemd-analyze verify --man=no "$folder/$unit" 2>&1 | grep -E 'corvane|rapidupdate')"
 done
