@@ -132,7 +132,7 @@ ChildResult RunLimited(const ChildLimits& limits, const std::function<int(int)>&
         BeChild(limits, parent, childTalk.Get(), work);
     }
     childTalk.Reset();
-    const auto deadline = Clock::now() + limits.wall;
+    const auto deadline = std::min<Clock::time_point>(Clock::now() + limits.wall, limits.end);
     while (!Listen(talk.Get(), result.said)) {
         const bool isStopped = !goOn();
         if (isStopped || Clock::now() >= deadline) {

@@ -9,11 +9,14 @@
 
 namespace definitions {
 
-/// What a child may use up.
+/// What a child may use up, and how long several of them one after the other.
 struct ChildLimits {
+    using Clock = std::chrono::steady_clock;
+
     std::uint64_t memory = std::uint64_t{4} << 30U;  ///< bytes of address space
     unsigned int processorSeconds = 300;
     std::chrono::milliseconds wall = std::chrono::minutes(10);
+    Clock::time_point end = Clock::time_point::max();  ///< when none may run any longer
 };
 
 enum class ChildEnd {

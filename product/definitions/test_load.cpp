@@ -184,6 +184,14 @@ bool IsBrokenOff(const ChildResult& child) {
     return child.end == ChildEnd::kStopped || child.end == ChildEnd::kNotStarted;
 }
 
+// What lies beside the set must not use up the time to judge it by itself.
+ChildLimits WithTimeToSpare(ChildLimits limits) {
+    if (limits.end != ChildLimits::Clock::time_point::max()) {
+        limits.end -= (limits.end - ChildLimits::Clock::now()) / 3;
+    }
+    return limits;
+}
+
 TestLoadResult Verdict(const ChildResult& child) {
     const bool isTold = child.end == ChildEnd::kFailed && !child.said.empty();
     return {child.end == ChildEnd::kSucceeded, child.end, isTold ? child.said : child.why};
@@ -195,14 +203,15 @@ TestLoadResult TestLoad(const std::string& productDirectory, const std::string& 
                         const std::vector<std::string>& names, const ChildLimits& limits,
                         const GoOn& goOn) {
     Trial trial(productDirectory, set, names);
+    const ChildLimits besideOthers = WithTimeToSpare(limits);
     const auto loadWithoutSet = [&](const std::optional<std::string>& last) {
         return RunLimited(
-            limits, [&](int) { return trial.LoadWithoutSet(last); }, goOn);
+            besideOthers, [&](int) { return trial.LoadWithoutSet(last); }, goOn);
     };
     std::string pushedOut;
     for (int round = 0; round < kMaxRounds; ++round) {
         const ChildResult together = RunLimited(
-            limits, [&](int talk) { return trial.LoadTogether(talk); }, goOn);
+            besideOthers, [&](int talk) { return trial.LoadTogether(talk); }, goOn);
         if (EndedWith(together, kNotAllLoaded)) {
             break;
         }
@@ -226,6 +235,9 @@ TestLoadResult TestLoad(const std::string& productDirectory, const std::string& 
         const ChildResult without = loadWithoutSet(other);
         if (IsBrokenOff(without)) {
             return Verdict(without);
+        }
+        if (without.end == ChildEnd::kTooSlow) {
+            break;
         }
         if (without.end == ChildEnd::kSucceeded) {
             // Or it was replaced in between, and is whole by now.

@@ -18,7 +18,8 @@ struct TestLoadResult {
 /// child: databases that would be left out there or push others out, crash the library or take too
 /// much memory or time are found out before they are used. What lies beside them and cannot be
 /// loaded without them either is left out, as the scan engine does. Where that is very much, or the
-/// limits do not do for what lies beside them alone, the files are judged by themselves.
+/// limits do not do for what lies beside them alone, the files are judged by themselves; a third of
+/// the time until the end of the limits, where there is one, is kept for that.
 TestLoadResult TestLoad(const std::string& productDirectory, const std::string& set,
                         const std::vector<std::string>& names, const ChildLimits& limits,
                         const GoOn& goOn);

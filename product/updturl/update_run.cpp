@@ -1,6 +1,7 @@
 #include "product/updturl/update_run.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <ctime>
@@ -24,6 +25,10 @@ struct Ended {
     int result = kUpdaterFailed;
     std::string why;
 };
+
+/// All checks of a folder together: who asks waits for a hundred seconds, and copying takes time,
+/// too.
+constexpr std::chrono::seconds kTimeToCheckFolder{80};
 
 /// Tells the asker what an installation does.
 class InstallListener : public definitions::InstallObserver {
@@ -84,6 +89,9 @@ Ended Install(const Request& request, const std::string& candidate, Asker& asker
     definitions::InstallOptions options;
     options.productDirectory = request.applicationDirectory;
     options.backupFolder = request.backupFolder;
+    if (request.source == Source::kIndex) {
+        options.limits.end = definitions::ChildLimits::Clock::now() + kTimeToCheckFolder;
+    }
     const auto installed = definitions::Install({candidate}, options, listener);
     if (installed.outcome == definitions::Outcome::kRefused) {
         asker.Status(kUpdateProcessingFailed);

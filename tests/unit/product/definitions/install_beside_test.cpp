@@ -71,6 +71,10 @@ cl_error_t __wrap_cl_load(const char* path, cl_engine* engine, unsigned int* sig
     if (stem == "sleep") {
         std::this_thread::sleep_for(60s);
     }
+    if (stem.starts_with("slow")) {
+        std::this_thread::sleep_for(2s);
+        return CL_EMALFDB;
+    }
     // Gone when it is to be opened, and there again.
     if (stem == "moving" && TheSeen().isMoving.exchange(false)) {
         return CL_EOPEN;
@@ -219,6 +223,25 @@ TEST_F(InstallBeside, WhatBreaksTheLoadWithoutTheSetKeepsNoSetOut) {
         EXPECT_EQ(TheSeen().engines, 3) << "with it, without the set, and alone";
         fs::remove(path);
     }
+}
+
+// Each of them costs two loads, and all of them together no more than the time there is.
+TEST_F(InstallBeside, SlowDamagedOnesLeaveTheTimeToJudgeTheSet) {
+    const auto begin = std::chrono::steady_clock::now();
+    m_options.limits.end = begin + 12s;
+    EXPECT_EQ(InstallBesideThe({"slow1.ndb", "slow2.ndb", "slow3.ndb", "slow4.ndb", "slow5.ndb"},
+                               OwnSignature('p')),
+              Outcome::kInstalled);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 12s);
+}
+
+// Neither may one that takes long for ever.
+TEST_F(InstallBeside, OneThatLoadsForEverLeavesTheTimeToJudgeTheSet) {
+    const auto begin = std::chrono::steady_clock::now();
+    m_options.limits.end = begin + 9s;
+    EXPECT_EQ(InstallBesideThe({"sleep.ndb"}, OwnSignature('p')), Outcome::kInstalled);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 9s);
+    EXPECT_EQ(TheSeen().engines, 3) << "with it, without the set, and alone";
 }
 
 TEST_F(InstallBeside, ASetThatBreaksTheLoadIsRefusedWhateverLiesBesideIt) {
