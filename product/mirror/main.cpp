@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "common/escaped_text.h"
 #include "common/io.h"
 #include "common/regular_file.h"
 #include "product/mirror/options.h"
@@ -26,7 +27,7 @@ using signed_index::Refusal;
 enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
 
 int Fail(const std::string& problem, ExitStatus status = kExitFailed) {
-    std::fprintf(stderr, "corvane-mirror: %s\n", problem.c_str());
+    std::fprintf(stderr, "corvane-mirror: %s\n", common::Escaped(problem).c_str());
     return status;
 }
 
@@ -95,8 +96,8 @@ int Run(std::span<char* const> arguments) {
     MirrorOptions options;
     std::string problem;
     if (!ParseMirrorOptions(arguments, options, problem)) {
-        std::fprintf(stderr, "corvane-mirror: %s\nTry \"corvane-mirror --help\".\n",
-                     problem.c_str());
+        (void)Fail(problem);
+        std::fputs("Try \"corvane-mirror --help\".\n", stderr);
         return kExitUsage;
     }
     switch (options.command) {

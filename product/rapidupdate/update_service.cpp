@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 #include <syslog.h>
 
+#include "common/escaped_text.h"
 #include "common/file_descriptor.h"
 #include "common/retrying.h"
 #include "product/updturl/line_reader.h"
@@ -35,7 +36,7 @@ std::optional<UpdaterResult> ReadLines(LineReader& lines) {
     while (const auto line = lines.Next()) {
         const auto message = updturl::ReadMessage(*line);
         if (message && message->kind == updturl::MessageKind::kLog) {
-            ::syslog(LOG_INFO, "%s", updturl::Printable(message->text).c_str());
+            ::syslog(LOG_INFO, "%s", common::Escaped(message->text).c_str());
         } else if (message && message->kind == updturl::MessageKind::kResult) {
             return static_cast<UpdaterResult>(message->number);
         }

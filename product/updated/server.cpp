@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "abi/updturl.h"
+#include "common/escaped_text.h"
 #include "product/updated/sources.h"
 #include "product/updturl/account.h"
 #include "product/updturl/message.h"
@@ -203,7 +204,7 @@ void Server::Relay(const updturl::Message& message) {
 }
 
 void Server::LogRun(const std::string& text) {
-    ::syslog(LOG_INFO, "%s", updturl::Printable(text).c_str());
+    ::syslog(LOG_INFO, "%s", common::Escaped(text).c_str());
     if (m_running != nullptr) {
         m_running->Mention(updturl::LogLine(text));
     }

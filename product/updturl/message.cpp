@@ -1,6 +1,5 @@
 #include "product/updturl/message.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <utility>
@@ -10,10 +9,6 @@
 
 namespace updturl {
 namespace {
-
-bool IsControl(char byte) {
-    return (byte >= '\0' && byte < ' ') || byte == '\x7f';
-}
 
 constexpr std::string_view kStatusWord = "status";
 constexpr std::string_view kLogWord = "log";
@@ -121,12 +116,6 @@ std::optional<Message> ReadMessage(std::string_view line) {
         return ReadText(MessageKind::kCandidate, value);
     }
     return word == kResultWord ? ReadResult(value) : std::nullopt;
-}
-
-std::string Printable(std::string_view text) {
-    std::string line(text);
-    std::replace_if(line.begin(), line.end(), IsControl, '?');
-    return line;
 }
 
 }  // namespace updturl

@@ -43,7 +43,4 @@ std::optional<std::string> CandidateLine(std::string_view folder);
 /// not understood means nothing.
 std::optional<Message> ReadMessage(std::string_view line);
 
-/// A text for a log, with "?" for every control character: a line of its own it must not become.
-std::string Printable(std::string_view text);
-
 }  // namespace updturl

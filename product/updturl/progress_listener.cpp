@@ -1,5 +1,6 @@
 #include "product/updturl/progress_listener.h"
 
+#include "common/escaped_text.h"
 #include "common/text_field.h"
 #include "product/updturl/update_log.h"
 
@@ -7,7 +8,7 @@ namespace updturl {
 
 void ProgressListener::Status(std::uint16_t status, std::string_view fileName) {
     m_info.status = status;
-    common::CopyToField(m_info.fileName, fileName);
+    common::CopyToField(m_info.fileName, common::Escaped(fileName));
     Beat();
 }
 

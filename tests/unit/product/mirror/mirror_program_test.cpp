@@ -242,6 +242,8 @@ TEST_F(MirrorProgram, FailsWithoutDatabasesAndLeavesTheMirrorAsItWas) {
     EXPECT_EQ(Make(), 1);
     EXPECT_EQ(Err(),
               "corvane-mirror: source/void.hdb: a database of this size cannot be published\n");
+    EXPECT_EQ(Run("--from \"$(printf 'no\\nthing\\033')\" --key key mirror"), 1);
+    EXPECT_EQ(Err(), "corvane-mirror: no\\u{000a}thing\\u{001b}: No such file or directory\n");
     EXPECT_EQ(ReadFile(m_folder / "mirror/index.json"), before);
     EXPECT_THAT(Accepted().files, SizeIs(2));
 }

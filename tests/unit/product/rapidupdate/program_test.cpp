@@ -129,7 +129,9 @@ TEST_F(Rapidupdate, ASuccessIsReportedAndTold) {
     {
         FakeUpdateService service(kSocket, [&](int peer) {
             SetVersion(0x0D);
-            FakeUpdateService::Write(peer, "status 2000\nlog set-2%20is%20there\nresult 1\n");
+            FakeUpdateService::Write(peer,
+                                     "status 2000\nlog set-2%20is%20there\n"
+                                     "log one%0Atwo\nresult 1\n");
         });
         EXPECT_EQ(Run({"--once", "--log-on-screen"}), 0);
         EXPECT_EQ(service.Heard(), "update\n");
@@ -144,6 +146,7 @@ TEST_F(Rapidupdate, ASuccessIsReportedAndTold) {
     EXPECT_EQ(PkillCalls(), "-SIGUSR2 websecd\n");
     EXPECT_EQ(Calls(), "told 0a000000" + std::string(120, '0') + "\nunloaded\n");
     EXPECT_TRUE(HasLogged(": set-2 is there\n")) << Log();
+    EXPECT_TRUE(HasLogged(": one\\u{000a}two\n")) << Log();
     EXPECT_TRUE(HasLogged(": new virus definitions are installed\n")) << Log();
 }
 

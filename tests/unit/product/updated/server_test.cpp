@@ -16,6 +16,24 @@ TEST_F(UpdatedService, RunsTheUpdaterAndTellsWhatItSays) {
     EXPECT_NE(request.find("folder /srv/definitions\n"), std::string::npos) << request;
 }
 
+// The log of the system is a socket of the test's own here.
+TEST_F(UpdatedService, WhatTheUpdaterSaysIsOneLineOfTheLog) {
+    const common::FileDescriptor log(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    constexpr sockaddr_un kLog{AF_UNIX, "/dev/log"};
+    ::unlink(kLog.sun_path);
+    ASSERT_EQ(::bind(log.Get(), reinterpret_cast<const sockaddr*>(&kLog), sizeof kLog), 0);
+    Start("echo 'log a%0Ab%1B[2J'; echo 'result 1'");
+    EXPECT_EQ(Client("index\n").HearAll(), "log a%0Ab%1B[2J\nresult 1\n");
+    End();
+    ::unlink(kLog.sun_path);
+    std::string logged;
+    char line[1024];
+    for (ssize_t got = 0; (got = ::recv(log.Get(), line, sizeof line, MSG_DONTWAIT)) > 0;) {
+        logged.append(line, static_cast<std::size_t>(got)).append("\n");
+    }
+    EXPECT_NE(logged.find(": a\\u{000a}b\\u{001b}[2J\n"), std::string::npos) << logged;
+}
+
 TEST_F(UpdatedService, AnUpdaterThatDiesIsAFailure) {
     Start("echo 'status 2000'; kill -KILL $$");
     EXPECT_EQ(Client("update\n").HearAll(), "status 2000\nresult 0\n");

@@ -92,7 +92,26 @@ TEST_F(LibraryRunTest, TheChildIsGivenTheRequestAndItsLinesAreTold) {
     EXPECT_EQ(m_told.find("2000 "), 0U);
     EXPECT_NE(m_told.find("2003 "), std::string::npos);
     EXPECT_NE(m_told.find("2005 "), std::string::npos);
-    EXPECT_EQ(ReadFile(kLog), "Update: one?two\n");
+    EXPECT_EQ(ReadFile(kLog), "Update: one\\u{000a}two\n");
+}
+
+// A name may have come from anywhere, and is shown on a screen.
+TEST_F(LibraryRunTest, NamesAndTextsAreTheChildsAndOneLineEach) {
+    std::string name;
+    ProgressListener listener(
+        [](const tagUPDATEINFO* info, void* context) -> int {
+            if (info->status == kUpdateLoadingNamedFile) {
+                *static_cast<std::string*>(context) = common::FieldText(info->fileName);
+            }
+            return kUpdateGoOn;
+        },
+        &name);
+    EXPECT_EQ(RunChild(Program("echo 'log x%1B[2J%FF\\%E2%80%AEy'\n"
+                               "echo 'status 2006 a%0Ab%7F%C3%B6'; sleep 0.3; echo result 2"),
+                       m_request, listener),
+              kUpdaterUpToDate);
+    EXPECT_EQ(name, "a\\u{000a}b\\u{007f}\xC3\xB6");
+    EXPECT_EQ(ReadFile(kLog), "Update: x\\u{001b}[2J\\xff\\\\\\u{202e}y\n");
 }
 
 TEST_F(LibraryRunTest, TheChildGetsNoDescriptorNoEnvironmentAndADirectoryOfItsOwn) {

@@ -82,11 +82,5 @@ TEST(Message, AnythingElseIsNone) {
     EXPECT_EQ(ReadMessage(" result 1"), std::nullopt);
 }
 
-TEST(Printable, IsOneLineWithoutOrders) {
-    using std::string_view_literals::operator""sv;
-    EXPECT_EQ(Printable("a\nb\x1b[2J\0\x7f\t\r"sv), "a?b?[2J????");
-    EXPECT_EQ(Printable("G\xc3\xb6 ~"), "G\xc3\xb6 ~");
-}
-
 }  // namespace
 }  // namespace updturl
