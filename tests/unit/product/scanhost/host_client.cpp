@@ -91,17 +91,24 @@ std::vector<scanwire::FromWorker> WorkerClient::NextPacket() {
     return records.value_or(std::vector<scanwire::FromWorker>());
 }
 
-std::optional<scanning::ScanOutcome> WorkerClient::VerdictOf(std::uint32_t id) {
+std::vector<scanwire::FromWorker> WorkerClient::RecordsUpTo(std::uint32_t id) {
+    std::vector<scanwire::FromWorker> all;
     while (true) {
         const auto records = NextPacket();
-        if (records.empty()) {
-            return std::nullopt;
-        }
-        if (const auto* verdict = std::get_if<scanwire::FileVerdict>(&records.back())) {
-            EXPECT_EQ(verdict->id, id);
-            return verdict->outcome;
+        all.insert(all.end(), records.begin(), records.end());
+        const auto* verdict =
+            records.empty() ? nullptr : std::get_if<scanwire::FileVerdict>(&records.back());
+        if (records.empty() || (verdict != nullptr && verdict->id == id)) {
+            return all;
         }
     }
+}
+
+std::optional<scanning::ScanOutcome> WorkerClient::VerdictOf(std::uint32_t id) {
+    const auto records = RecordsUpTo(id);
+    const auto* verdict =
+        records.empty() ? nullptr : std::get_if<scanwire::FileVerdict>(&records.back());
+    return verdict != nullptr ? std::optional(verdict->outcome) : std::nullopt;
 }
 
 std::optional<scanning::ScanOutcome> WorkerClient::Scan(std::string_view bytes) {

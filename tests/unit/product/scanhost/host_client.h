@@ -46,6 +46,9 @@ public:
     /// The records of the next packet; empty when none comes in time or the worker is gone.
     std::vector<scanwire::FromWorker> NextPacket();
 
+    /// All records up to the verdict of `id`; fewer when the worker ends or says nothing.
+    std::vector<scanwire::FromWorker> RecordsUpTo(std::uint32_t id);
+
     /// Scans `bytes` alone; nothing when the worker does not say.
     std::optional<scanning::ScanOutcome> Scan(std::string_view bytes);
 

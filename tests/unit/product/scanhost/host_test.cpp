@@ -159,15 +159,8 @@ TEST_F(HostTest, ABatchIsScannedInItsOrderByBytesAndByDescriptor) {
                                  {.id = 14, .size = 4, .byDescriptor = true},
                                  {.id = 15, .offset = 400, .size = encrypted.size()}}},
                  {zip.Get(), text.Get()});
-    std::vector<FromWorker> said;
-    while (said.empty() ||
-           said.back() != FromWorker(FileVerdict{15, {Verdict::Unreadable, "", "", "encrypted"}})) {
-        const auto records = worker->NextPacket();
-        ASSERT_FALSE(records.empty());
-        said.insert(said.end(), records.begin(), records.end());
-    }
     EXPECT_EQ(
-        said,
+        worker->RecordsUpTo(15),
         (std::vector<FromWorker>{
             FileVerdict{11, kEicarFound}, Member{12, "in/e.com"},
             FileVerdict{12, {Verdict::Infected, "Eicar-Test-Signature.UNOFFICIAL", "in/e.com", ""}},
@@ -188,7 +181,7 @@ TEST_F(HostTest, TheProfileIsThatOfTheBatch) {
     worker->Send(Batch{.profile = {},
                        .items = {{.id = 1, .size = zip.size()},
                                  {.id = 2, .offset = 5000, .size = unknown.size()}}});
-    EXPECT_EQ(worker->NextPacket(),
+    EXPECT_EQ(worker->RecordsUpTo(2),
               (std::vector<FromWorker>{FileVerdict{1, kClean},
                                        FileVerdict{2, {Verdict::PassedOver, "", "", ""}}}));
 }
