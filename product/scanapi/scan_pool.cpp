@@ -86,6 +86,10 @@ std::shared_ptr<PendingScan> ScanPool::Submit(std::shared_ptr<TargetFile> file,
 void ScanPool::BeginRun() {
     const std::lock_guard lock(m_mutex);
     m_restarts = 0;
+    if (!m_cancelled && !m_hopeless) {
+        // Also of a pool that gave up: what comes from now on waits for the next host.
+        m_queue.Open();
+    }
     m_changed.notify_all();
 }
 

@@ -211,7 +211,7 @@ TEST_F(DatabasesInUseTest, OtherSettingsAreLoadedBesideToo) {
     // The host and two workers, and no more of the one before.
     EXPECT_TRUE(WaitUntil([this] {
         BeginRun();
-        return Living() == 3;
+        return Living() == 3 && Noted("loads").size() == 2;
     }));
     EXPECT_EQ(Set(), "set-1");
     EXPECT_EQ(Noted("loads").back().substr(0, 2), "2 ");

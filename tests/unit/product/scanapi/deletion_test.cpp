@@ -73,7 +73,7 @@ TEST_F(DeletionTest, KeepsACopyAndSaysWhere) {
     const auto items = ItemsInVault();
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items[0].parent_path().filename(), std::to_string(geteuid()));
-    EXPECT_EQ(ReadAll("/zqcommon.log"), "scanapi: (" + path +
+    EXPECT_EQ(LinesOfTheEngine(), "scanapi: (" + path +
                                             ") was deleted; the vault has it as " +
                                             items[0].filename().string() + "\n");
     std::string why;
@@ -138,7 +138,7 @@ TEST_F(DeletionTest, ASwitchedOffVaultDeletesAtOnce) {
     Scan(m_tree.Write("e.com", Eicar()));
     EXPECT_EQ(Codes(), (Numbers{1001, 3003}));
     EXPECT_TRUE(ItemsInVault().empty());
-    EXPECT_EQ(ReadAll("/zqcommon.log"), "");
+    EXPECT_EQ(LinesOfTheEngine(), "");
     // And on again, from the start of the program on.
     m_engine.Write("scanapi.conf", "[Vault]\nVault=on\n");
     m_library.deinit();

@@ -102,3 +102,7 @@ private:
 };
 
 std::string ReadAll(const std::string& path);
+
+/// What the engine has written to the common log, but for what it says of the machine: which parts
+/// of its workers' confinement cannot be had here.
+std::string LinesOfTheEngine();

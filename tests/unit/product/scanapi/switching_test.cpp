@@ -113,9 +113,8 @@ TEST_F(SwitchingTest, NobodyLooksForANewSetBeforeARunBegins) {
     StartWithSetOne();
     m_engine.Write(Set(2) + "broken.ndb", "this passes for text\n");
     SwitchTo("set-2");
-    EXPECT_EQ(Version(), 101);
     std::this_thread::sleep_for(milliseconds(1000));
-    EXPECT_EQ(ReadAll("/zqcommon.log"), "");
+    EXPECT_EQ(LinesOfTheEngine(), "");
     m_library.resetFlags();
     EXPECT_TRUE(
         WaitUntil([] { return ReadAll("/zqcommon.log").find("broken.ndb") != std::string::npos; }));

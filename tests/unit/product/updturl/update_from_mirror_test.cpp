@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -132,7 +133,7 @@ protected:
     std::unique_ptr<void, Unload> m_library;
     std::vector<int> m_statuses;
     std::vector<Clock::time_point> m_toldAt;
-    int m_stopAt = 0;
+    std::atomic<int> m_stopAt = 0;  ///< also set from beside the update
     bool m_stopped = false;
     Clock::duration m_took{};
 };
