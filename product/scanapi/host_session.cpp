@@ -17,7 +17,8 @@ using std::chrono::milliseconds;
 
 // How often the time that scans take is looked at.
 constexpr int kLookInterval = 100;  // milliseconds
-// A host that does not say in this time that a worker ended, which it does at once, is none.
+// A host that does not say in this time that a worker ended, or who takes its place, is none: it
+// does both at once.
 constexpr std::chrono::seconds kHostPatience(10);
 // It ends within a few milliseconds of its socket.
 constexpr milliseconds kEndPatience(500);
@@ -25,6 +26,7 @@ constexpr int kMaxLogLines = 50;
 // So many workers in a row that could be given nothing: the next would fare no better.
 constexpr int kMaxUselessWorkers = 100;
 
+constexpr char kStoodStill[] = "the scan of it stood still";
 constexpr char kTooLong[] = "the scan of it took too long";
 constexpr char kNonsense[] = "what scanned it answered nonsense";
 
@@ -86,7 +88,7 @@ void HostSession::Wait() {
     m_polled.push_back({m_process.Process(), POLLIN, 0});
     bool isBusy = m_wakeup.Descriptor() < 0;
     for (const auto& [number, place] : m_places) {
-        isBusy = isBusy || place.silentSince ||
+        isBusy = isBusy || place.silentSince || place.emptySince ||
                  (place.link != nullptr && place.link->BatchesUnderWay() > 0);
         const bool isListenedTo = place.link != nullptr && !place.silentSince;
         m_polled.push_back({isListenedTo ? place.link->Socket() : -1, POLLIN, 0});
@@ -136,7 +138,13 @@ bool HostSession::Hear(std::string_view bytes, std::vector<common::FileDescripto
     } else if (const auto* log = std::get_if<scanwire::Log>(&*message)) {
         HearLog(log->text);
     } else if (const auto* notLoaded = std::get_if<scanwire::NotLoaded>(&*message)) {
-        m_owner.OnNotLoaded(notLoaded->reason);
+        // Said of loaded databases it means that there was no process for a worker: another host
+        // may fare better.
+        if (!m_hasLoaded) {
+            m_owner.OnNotLoaded(notLoaded->reason);
+        } else {
+            HearLog(notLoaded->reason);
+        }
         return false;
     } else if (const auto* worker = std::get_if<scanwire::Worker>(&*message)) {
         HearWorker(*worker, std::move(descriptors));
@@ -161,6 +169,7 @@ void HostSession::HearWorker(const scanwire::Worker& worker,
     }
     Place& place = m_places[worker.worker];
     LetGo(place);
+    place.emptySince.reset();
     place.link = WorkerLink::Make(worker, std::move(descriptors.front()));
     if (place.link == nullptr) {
         // It has ended already, or there is no memory for it now: the next may fare better.
@@ -177,15 +186,17 @@ void HostSession::HearEnded(const scanwire::Ended& ended) {
     }
     Place& place = found->second;
     // What it said last counts.
-    auto heard = place.silentSince ? WorkerLink::Heard::kEnd : WorkerLink::Heard::kSome;
+    auto heard = WorkerLink::Heard::kSome;
     while (heard == WorkerLink::Heard::kSome) {
         heard = place.link->Listen();
     }
-    if (place.link->BatchesUnderWay() == 0) {
+    const bool hadBegun = place.link->BlameTheOneAtHand(
+        heard == WorkerLink::Heard::kNonsense ? kNonsense : ReasonOfEnd(ended.status));
+    if (hadBegun) {
+        m_uselessWorkers = 0;
+    } else {
         CountUseless();
     }
-    place.link->BlameTheOneAtHand(
-        heard == WorkerLink::Heard::kNonsense ? kNonsense : ReasonOfEnd(ended.status));
     LetGo(place);
 }
 
@@ -206,12 +217,10 @@ void HostSession::ListenTo(Place& place) {
     switch (place.link->Listen()) {
         case WorkerLink::Heard::kAll:
         case WorkerLink::Heard::kSome:
+            m_uselessWorkers = place.link->HasFinishedAny() ? 0 : m_uselessWorkers;
             break;
         case WorkerLink::Heard::kEnd:
-            // Why, the host will say. One that only closed its socket is ended by this.
-            place.silentSince = Clock::now();
-            m_toHost.push_back(scanwire::Written(
-                scanwire::Replace{place.link->Which().worker, place.link->Which().generation}));
+            AwaitEnd(place);
             break;
         case WorkerLink::Heard::kNonsense:
             Replace(place, kNonsense);
@@ -219,9 +228,18 @@ void HostSession::ListenTo(Place& place) {
     }
 }
 
+// Why it ended, the host will say. One that only closed its socket is ended by this.
+void HostSession::AwaitEnd(Place& place) {
+    place.silentSince = Clock::now();
+    m_toHost.push_back(scanwire::Written(
+        scanwire::Replace{place.link->Which().worker, place.link->Which().generation}));
+}
+
 void HostSession::LookAfter() {
     for (auto& [number, place] : m_places) {
         if (place.link == nullptr) {
+            m_ended =
+                m_ended || (place.emptySince && Clock::now() - *place.emptySince > kHostPatience);
             continue;
         }
         if (place.silentSince) {
@@ -229,7 +247,14 @@ void HostSession::LookAfter() {
         } else if (place.link->HasOneToBreakOff()) {
             Replace(place, {});
         } else if (place.link->TookTooLong(m_settings.processorTime)) {
-            Replace(place, kTooLong);
+            // What it has just said of that file comes first.
+            ListenTo(place);
+            if (place.link != nullptr && !place.silentSince &&
+                place.link->TookTooLong(m_settings.processorTime)) {
+                Replace(place, kTooLong);
+            }
+        } else if (place.link->StoodStill(m_settings.standstill)) {
+            Replace(place, kStoodStill);
         }
     }
 }
@@ -251,12 +276,9 @@ void HostSession::GiveWork() {
         if (batch.empty()) {
             return;
         }
-        if (link->Give(std::move(batch))) {
-            m_uselessWorkers = 0;
-        } else {
-            // Nobody has begun with any of it, so none is to blame.
-            CountUseless();
-            Replace(m_places.at(link->Which().worker), {});
+        if (!link->Give(std::move(batch))) {
+            // What it was at, and what it said last, is looked at once the host tells of its end.
+            AwaitEnd(m_places.at(link->Which().worker));
         }
     }
 }
@@ -275,6 +297,7 @@ void HostSession::Replace(Place& place, std::string_view blame) {
 void HostSession::LetGo(Place& place) {
     if (place.link != nullptr) {
         m_queue.PutBack(place.link->TakeUnfinished());
+        place.emptySince = Clock::now();
     }
     place.link.reset();
     place.silentSince.reset();

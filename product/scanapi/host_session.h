@@ -55,6 +55,7 @@ private:
     struct Place {
         std::unique_ptr<WorkerLink> link;
         std::optional<Clock::time_point> silentSince;  ///< it has ended, and the host said nothing
+        std::optional<Clock::time_point> emptySince;   ///< the host has not told of the next
     };
 
     void Wait();
@@ -68,6 +69,7 @@ private:
 
     void TalkToWorkers();
     void ListenTo(Place& place);
+    void AwaitEnd(Place& place);
     void LookAfter();
     void GiveWork();
     WorkerLink* NextToTake();

@@ -82,6 +82,12 @@ bool PendingScan::Tell(std::string member) {
 void PendingScan::BeginAgain() {
     const std::lock_guard lock(m_mutex);
     m_toSkip = m_told;
+    ++m_timesBegunAgain;
+}
+
+int PendingScan::TimesBegunAgain() {
+    const std::lock_guard lock(m_mutex);
+    return m_timesBegunAgain;
 }
 
 void PendingScan::Finish(scanning::ScanOutcome outcome) {

@@ -58,6 +58,7 @@ public:
     /// The scan ended early through no fault of this file and begins anew: the members that were
     /// told of are not told again.
     void BeginAgain();
+    [[nodiscard]] int TimesBegunAgain();
 
     /// Only the first call counts.
     void Finish(scanning::ScanOutcome outcome);
@@ -79,6 +80,7 @@ private:
     std::size_t m_told = 0;
     std::size_t m_toldBytes = 0;
     std::size_t m_toSkip = 0;
+    int m_timesBegunAgain = 0;
     bool m_finished = false;
     bool m_abandoned = false;
     bool m_toBreakOff = false;

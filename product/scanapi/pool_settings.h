@@ -18,6 +18,11 @@ struct PoolSettings {
     /// The processor's time that the scan of one file may take.
     std::chrono::milliseconds processorTime{scanning::kMaxScanMilliseconds};
 
+    /// How long a worker may compute nothing at all while it has something to scan. On the busiest
+    /// machine it gets some time of a processor; one that gets none waits for something that will
+    /// not come.
+    std::chrono::milliseconds standstill{std::chrono::minutes(1)};
+
     bool operator==(const PoolSettings&) const = default;
 };
 

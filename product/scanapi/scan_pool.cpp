@@ -88,6 +88,7 @@ void ScanPool::BeginRun() {
     m_restarts = 0;
     if (!m_cancelled && !m_hopeless) {
         // Also of a pool that gave up: what comes from now on waits for the next host.
+        m_state = m_state == State::kFailed ? State::kLoading : m_state;
         m_queue.Open();
     }
     m_changed.notify_all();

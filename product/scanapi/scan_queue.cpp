@@ -53,10 +53,14 @@ Scans ScanQueue::TakeFrom(Line& line) {
     while (!line.empty() && batch.size() < scanwire::kMaxItems) {
         const auto& next = line.front();
         const std::size_t size = next->File().Size();
+        // One that a worker did not come to the end of goes alone: should it end the next one too,
+        // nobody else is meant.
         if (next->IsAbandoned()) {
             next->FinishStopped();
-        } else if (batch.empty() || (next->Profile() == batch.front()->Profile() &&
-                                     bytes <= kMaxBatch && size <= kMaxBatch - bytes)) {
+        } else if (batch.empty() ||
+                   (next->TimesBegunAgain() == 0 && batch.front()->TimesBegunAgain() == 0 &&
+                    next->Profile() == batch.front()->Profile() && bytes <= kMaxBatch &&
+                    size <= kMaxBatch - bytes)) {
             bytes += size;
             batch.push_back(next);
         } else {

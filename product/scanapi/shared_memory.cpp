@@ -1,5 +1,6 @@
 #include "product/scanapi/shared_memory.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -7,8 +8,21 @@
 
 namespace scanapi {
 
+namespace {
+
+// Of Linux 6.3. A system may insist on it (vm.memfd_noexec); older ones do not know it.
+constexpr unsigned int kNeverExecuted = 0x0008;
+
+int MemoryFile(const char* name) {
+    constexpr unsigned int kFlags = MFD_CLOEXEC | MFD_ALLOW_SEALING;
+    const int file = ::memfd_create(name, kFlags | kNeverExecuted);
+    return file >= 0 || errno != EINVAL ? file : ::memfd_create(name, kFlags);
+}
+
+}  // namespace
+
 SharedMemory::SharedMemory(const char* name, std::size_t size, Other other)
-    : m_file(::memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING)) {
+    : m_file(MemoryFile(name)) {
     if (!m_file || ::ftruncate(m_file.Get(), static_cast<off_t>(size)) != 0) {
         return;
     }

@@ -16,6 +16,10 @@ using scanwire::kSlotSize;
 // Of one worker before the others are listened to.
 constexpr int kMaxPacketsAtOnce = 64;
 
+// A worker that ends before it begins is not to blame a file for. But one that was taken over could
+// say so of the file that did it.
+constexpr int kMaxTries = 10;
+
 constexpr char kCutShort[] = "it was cut short or could not be read";
 
 }  // namespace
@@ -162,6 +166,7 @@ bool WorkerLink::TakeVerdict(scanwire::FileVerdict verdict) {
             m_batches.erase(batch);
         }
         m_finishedOne = true;
+        m_hasFinishedAny = true;
         return true;
     }
     return false;
@@ -198,6 +203,16 @@ bool WorkerLink::TookTooLong(std::chrono::milliseconds limit) const {
     return !m_batches.empty() && Computed() - m_computedBefore > limit;
 }
 
+bool WorkerLink::StoodStill(std::chrono::milliseconds limit) {
+    const auto now = std::chrono::steady_clock::now();
+    const auto computed = Computed();
+    if (m_batches.empty() || computed != m_computedAtLook) {
+        m_computedAtLook = computed;
+        m_movedAt = now;
+    }
+    return now - m_movedAt > limit;
+}
+
 Scans WorkerLink::TakeUnfinished() {
     Scans unfinished;
     for (const Batch& batch : m_batches) {
@@ -213,12 +228,16 @@ Scans WorkerLink::TakeUnfinished() {
     return unfinished;
 }
 
-void WorkerLink::BlameTheOneAtHand(std::string_view reason) {
+bool WorkerLink::BlameTheOneAtHand(std::string_view reason) {
     if (m_batches.empty()) {
-        return;
+        return m_hasFinishedAny;
     }
     auto* const page = reinterpret_cast<std::uint32_t*>(m_hand.Bytes().data());
     const std::uint32_t atHand = std::atomic_ref(*page).load(std::memory_order_relaxed);
+    const bool hadBegun = m_hasFinishedAny || atHand != 0;
+    if (!hadBegun && m_batches.front().items.front().scan->TimesBegunAgain() < kMaxTries) {
+        return false;
+    }
     auto batch = std::find_if(m_batches.begin(), m_batches.end(), [&](const Batch& each) {
         return std::any_of(each.items.begin(), each.items.end(),
                            [&](const UnderWay& item) { return item.id == atHand; });
@@ -237,6 +256,7 @@ void WorkerLink::BlameTheOneAtHand(std::string_view reason) {
     if (batch->items.empty()) {
         m_batches.erase(batch);
     }
+    return hadBegun;
 }
 
 }  // namespace scanapi

@@ -63,8 +63,16 @@ public:
     /// up are finished as stopped.
     Scans TakeUnfinished();
 
-    /// Finishes the scan at hand as unreadable: it ended the worker.
-    void BlameTheOneAtHand(std::string_view reason);
+    /// Whether it computed nothing at all for as long as `limit` while something was under way.
+    [[nodiscard]] bool StoodStill(std::chrono::milliseconds limit);
+
+    /// Whether it has scanned a file to its end.
+    [[nodiscard]] bool HasFinishedAny() const { return m_hasFinishedAny; }
+
+    /// Finishes the scan at hand as unreadable: it ended the worker. False when the worker had
+    /// begun with none: then no file is to blame, unless that happens again and again with the same
+    /// one.
+    bool BlameTheOneAtHand(std::string_view reason);
 
 private:
     struct UnderWay {
@@ -95,6 +103,10 @@ private:
     std::uint32_t m_lastId = 0;
     std::chrono::nanoseconds m_computedBefore{0};
     bool m_finishedOne = false;  ///< since m_computedBefore was set
+    bool m_hasFinishedAny = false;
+    std::chrono::nanoseconds m_computedAtLook{-1};
+    std::chrono::steady_clock::time_point
+        m_movedAt;  ///< when it was first seen to have computed that much
 };
 
 }  // namespace scanapi

@@ -104,7 +104,8 @@ bool Workers::SayWhyNot(const char* what) const {
 }
 
 void Workers::End(const scanwire::Replace& which) const {
-    if (which.worker < m_places.size() && m_places[which.worker].generation == which.generation) {
+    if (which.worker < m_places.size() && m_places[which.worker].pid > 0 &&
+        m_places[which.worker].generation == which.generation) {
         // Nobody else has its number before it is reaped, and then its place is another's.
         ::kill(m_places[which.worker].pid, SIGKILL);
     }

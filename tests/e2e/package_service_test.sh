@@ -176,6 +176,10 @@ Status() {
 Lives() {
     YesOrNo grep -qs '^State:.[^ZX]' "/proc/$1/status"
 }
+# Ended PID: the opposite, as a status.
+Ended() {
+    [[ $(Lives "$1") == no ]]
+}
 # Quickly COMMAND...: yes when it took at most two seconds.
 Quickly() {
     local begin=$EPOCHREALTIME
@@ -210,7 +214,7 @@ first=$(Pid rapidupdate)
 Expect "a second start is fine" 0 "$(Status rapidupdate start)"
 Expect "and starts none" "$first" "$(Pid rapidupdate)"
 Expect "stopping does not keep the window waiting" yes "$(Quickly /etc/init.d/rapidupdate stop)"
-Expect "it has ended" no "$(Lives "$first")"
+Must "it ends" WaitFor 20 Ended "$first"
 Expect "it does not run" 3 "$(Status rapidupdate status)"
 Expect "who presses the button is served on" 0 "$(Status corvane-updated status)"
 Expect "a second stop is fine" 0 "$(Status rapidupdate stop)"

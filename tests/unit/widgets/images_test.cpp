@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QImage>
+#include <QImageReader>
 #include <QMovie>
 #include <QPainter>
 
@@ -155,7 +156,10 @@ TEST_P(AnimationTest, MovesAndLoopsForEver) {
     ASSERT_TRUE(movie.jumpToFrame(0));
     const QImage first = movie.currentImage();
     EXPECT_EQ(first.size(), QSize(GetParam().size, GetParam().size));
-    EXPECT_EQ(movie.nextFrameDelay(), 80);
+    // The movie itself takes the time off that it needed so far.
+    QImageReader file(OnDisk(GetParam().name));
+    EXPECT_FALSE(file.read().isNull());
+    EXPECT_EQ(file.nextImageDelay(), 80);
     for (int frame = 1; frame < movie.frameCount(); ++frame) {
         ASSERT_TRUE(movie.jumpToNextFrame()) << frame;
         EXPECT_FALSE(movie.currentImage() == first) << frame;

@@ -73,9 +73,8 @@ TEST_F(DeletionTest, KeepsACopyAndSaysWhere) {
     const auto items = ItemsInVault();
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items[0].parent_path().filename(), std::to_string(geteuid()));
-    EXPECT_EQ(LinesOfTheEngine(), "scanapi: (" + path +
-                                            ") was deleted; the vault has it as " +
-                                            items[0].filename().string() + "\n");
+    EXPECT_EQ(LinesOfTheEngine(), "scanapi: (" + path + ") was deleted; the vault has it as " +
+                                      items[0].filename().string() + "\n");
     std::string why;
     const auto item = vault::ItemReader::Open(
         common::FileDescriptor(open(items[0].c_str(), O_RDONLY | O_CLOEXEC)), why);

@@ -2,6 +2,8 @@
 // given: the part before the first "-" says what their scan does. Beside it in its folder
 //
 //   script   a line each: "die-loading N": the first N starts end while they load;
+//            "die-first N": the first N workers end before they look at a file;
+//            "no-process N": the first N starts have no process for the worker after the first;
 //            "not-loaded TEXT", "left-out PATH", "log TEXT": what it says as it loads
 //   starts   where each start leaves a line
 //   pids     where it and each of its workers leave their process
@@ -274,8 +276,12 @@ private:
         for (std::string line; std::getline(script, line);) {
             const std::string word = line.substr(0, line.find(' '));
             const std::string rest = line.substr(std::min(line.size(), word.size() + 1));
-            if (word == "die-loading" && Starts() <= std::stoi(rest)) {
+            if (word == "die-loading" && Lines("starts") <= std::stoi(rest)) {
                 (void)::raise(SIGKILL);
+            } else if (word == "die-first") {
+                m_toDieFirst = std::stoi(rest);
+            } else if (word == "no-process") {
+                m_hasNoMore = Lines("starts") <= std::stoi(rest);
             } else if (word == "left-out") {
                 Tell(scanwire::LeftOut{rest, "it is damaged"});
             } else if (word == "log") {
@@ -318,10 +324,10 @@ private:
         return true;
     }
 
-    static int Starts() {
-        std::ifstream starts(g_folder + "starts");
+    static int Lines(const char* name) {
+        std::ifstream notes(g_folder + name);
         int count = 0;
-        for (std::string line; std::getline(starts, line);) {
+        for (std::string line; std::getline(notes, line);) {
             ++count;
         }
         return count;
@@ -339,8 +345,14 @@ private:
             }
             ::close(kControlDescriptor);
             ::close(ends[0]);
+            if (m_toDieFirst > 0) {
+                // Late enough to be given something.
+                ::usleep(50'000);
+                std::_Exit(5);
+            }
             Worker(ends[1]).Run();
         }
+        --m_toDieFirst;
         Note("pids", std::to_string(pid));
         ::close(ends[1]);
         Tell(scanwire::Worker{number, generation, pid}, std::array<int, 1>{ends[0]});
@@ -386,6 +398,10 @@ private:
             m_workers.erase(pid);
             Tell(scanwire::Ended{number, generation,
                                  WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status)});
+            if (m_hasNoMore) {
+                Tell(scanwire::NotLoaded{"no process for a worker"});
+                std::_Exit(1);
+            }
             StartWorker(number, generation + 1);
         }
     }
@@ -396,6 +412,8 @@ private:
     };
     std::vector<std::string> m_databases;
     std::map<pid_t, Place> m_workers;
+    int m_toDieFirst = 0;
+    bool m_hasNoMore = false;
 };
 
 }  // namespace

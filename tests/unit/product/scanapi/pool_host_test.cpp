@@ -139,6 +139,16 @@ TEST_F(PoolHostTest, WhatTheHostSaysCannotForgeALineOfTheLog) {
     EXPECT_EQ(Log(), "scanapi: one\\u{000d}scanapi: two\\u{001b}[2J\n");
 }
 
+TEST_F(PoolHostTest, AHostThatHasNoProcessForAWorkerIsStartedAgain) {
+    Script("no-process 1\n");
+    Start();
+    EXPECT_EQ(Scan("crash-1"), "unread: the scan of it crashed");
+    EXPECT_EQ(Scan("clean-2"), "clean");
+    EXPECT_TRUE(m_pool->IsLoaded());
+    EXPECT_EQ(Starts(), 2U);
+    EXPECT_EQ(LinesWith("scanapi: no process for a worker"), 1U);
+}
+
 TEST_F(PoolHostTest, NothingLoadedIsForGood) {
     Script("not-loaded no scratch\n");
     Start();

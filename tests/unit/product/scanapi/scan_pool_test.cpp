@@ -129,6 +129,20 @@ TEST_F(ScanPoolTest, AWorkerThatPointsAtNoFileWasAtTheFirst) {
               (Lines{"unread: the scan of it crashed", "clean"}));
 }
 
+TEST_F(ScanPoolTest, WorkersThatEndBeforeTheyBeginCostNoFile) {
+    Script("die-first 5\n");
+    Start();
+    EXPECT_EQ(ScanTogether({"clean-1"}), (Lines{"clean"}));
+    EXPECT_EQ(Starts(), 1U);
+}
+
+TEST_F(ScanPoolTest, AWorkerThatStandsStillIsReplaced) {
+    m_settings.standstill = milliseconds(300);
+    Start();
+    EXPECT_EQ(ScanTogether({"clean-1", "hang-2", "virus-3"}),
+              (Lines{"clean", "unread: the scan of it stood still", "virus: Fake.Virus"}));
+}
+
 TEST_F(ScanPoolTest, NonsenseIsNotBelieved) {
     for (const char* what :
          {"wrongid", "wrongmember", "garbage", "tail", "gift", "huge", "flood"}) {

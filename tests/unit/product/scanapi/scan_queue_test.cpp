@@ -90,13 +90,17 @@ TEST_F(ScanQueueTest, WhatSomebodyWaitsForComesFirst) {
     EXPECT_EQ(Take(), (Names{"ahead1", "ahead2"}));
 }
 
-TEST_F(ScanQueueTest, WhatIsPutBackComesBeforeTheRestInItsOrder) {
+// Alone, so that it is known of each whether it ends a worker.
+TEST_F(ScanQueueTest, WhatIsPutBackComesBeforeTheRestInItsOrderAndEachAlone) {
     Add("a");
     Add("b");
     Scans taken = m_queue.TakeBatch();
     Add("c");
+    Add("d");
     m_queue.PutBack(std::move(taken));
-    EXPECT_EQ(Take(), (Names{"a", "b", "c"}));
+    EXPECT_EQ(Take(), (Names{"a"}));
+    EXPECT_EQ(Take(), (Names{"b"}));
+    EXPECT_EQ(Take(), (Names{"c", "d"}));
 }
 
 TEST_F(ScanQueueTest, WhatWasGivenUpIsNotTaken) {
