@@ -44,7 +44,7 @@ bool IsWhole(ScanPool& next, const std::vector<Database>& had) {
 }  // namespace
 
 DatabasesInUse::DatabasesInUse(std::string engineDirectory, std::vector<Database> first,
-                               std::string set, PoolSettings settings,
+                               const std::string& set, const PoolSettings& settings,
                                std::chrono::milliseconds retryInterval, AvailableMemory available)
     : m_engineDirectory(std::move(engineDirectory)),
       m_retryInterval(retryInterval),

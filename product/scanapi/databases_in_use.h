@@ -25,8 +25,8 @@ public:
     /// Of the engine in `engineDirectory`; `first` was found there, with the set `set` in use, and
     /// begins to load. A set that could not be loaded whole is tried again after `retryInterval`,
     /// when memory may be free again.
-    DatabasesInUse(std::string engineDirectory, std::vector<Database> first, std::string set,
-                   PoolSettings settings,
+    DatabasesInUse(std::string engineDirectory, std::vector<Database> first, const std::string& set,
+                   const PoolSettings& settings,
                    std::chrono::milliseconds retryInterval = std::chrono::minutes(1),
                    AvailableMemory available = ReadAvailableMemory);
     ~DatabasesInUse();

@@ -71,7 +71,7 @@ std::uint64_t ScanPool::MemoryTaken() {
 std::shared_ptr<PendingScan> ScanPool::Submit(std::shared_ptr<TargetFile> file,
                                               const scanning::ScanProfile& profile,
                                               Urgency urgency) {
-    const auto scan = std::make_shared<PendingScan>(std::move(file), profile, urgency, m_wakeup);
+    auto scan = std::make_shared<PendingScan>(std::move(file), profile, urgency, m_wakeup);
     if (!scan->File().IsReadable()) {
         scan->FinishUnread("it may not be read");
     } else if (scan->File().Size() > static_cast<std::size_t>(scanning::kMaxFileSize)) {

@@ -176,7 +176,8 @@ Status() {
 Lives() {
     YesOrNo grep -qs '^State:.[^ZX]' "/proc/$1/status"
 }
-# Ended PID: the opposite, as a status.
+# Ended PID: the opposite, as a status. Reached through WaitFor only.
+# shellcheck disable=SC2317
 Ended() {
     [[ $(Lives "$1") == no ]]
 }

@@ -106,6 +106,12 @@ OneScan() {
     Expect "scan $scans: $1" "$2" "$(Counter 'Virus Found')"
 }
 
+# UsesTheNewSet WHAT: the first scan after an update begins the loading, the next one uses what was loaded.
+UsesTheNewSet() {
+    OneScan "$1, with what was there as it began" 0
+    OneScan "$1" 1
+}
+
 tree=/corvane-sample
 mkdir "$tree"
 printf 'a text with own-test-b in it\n' >"$tree/text"
@@ -138,7 +144,7 @@ Must "the mirror is renewed" Publish
 UpdateEnds "the renewed server" "$kUpdated"
 Expect "the renewed server: the set" "set-2 Own.Test.b" "$(CurrentSet)"
 Expect "the renewed server: the report" "3 3 UPDATED SUCCESSFULLY" "$(Reports)"
-OneScan "without a restart, what only the new set knows" 1
+UsesTheNewSet "without a restart, what only the new set knows"
 
 # From the Internet centre: the server's addresses are not asked.
 Must "nobody answers as a server" corvane-admin sources server http://127.0.0.1:1
@@ -241,7 +247,7 @@ if [[ -x $kProductDir/corvane-updated ]]; then
     UpdateEnds "an ordinary user" "$kUpdated"
     Expect "an ordinary user: the set" "set-5 Own.Test.b" "$(CurrentSet)"
     Expect "an ordinary user: the report" "8 8 UPDATED SUCCESSFULLY" "$(Reports)"
-    OneScan "of an ordinary user" 1
+    UsesTheNewSet "of an ordinary user"
     UpdateEnds "an ordinary user, nothing new" "$kUpToDate"
     Must "the program ends" CloseProgram
     kill "$servicePid"

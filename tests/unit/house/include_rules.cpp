@@ -38,8 +38,8 @@ const std::map<std::string, Room, std::less<>> kRooms = {
 // What several parts of the product are built from, bottom first. Each folder of product/ that is
 // not named here stands for itself.
 const std::map<std::string, int, std::less<>> kSharedOfProduct = {
-    {"product/signed_index", 0}, {"product/vault", 1},   {"product/definitions", 1},
-    {"product/fetch", 2},        {"product/updturl", 3}, {"product/scanning", 2},
+    {"product/signed_index", 0}, {"product/vault", 1},     {"product/definitions", 1},
+    {"product/fetch", 2},        {"product/updturl", 3},   {"product/scanning", 2},
     {"product/scanwire", 3},     {"product/confining", 0},
 };
 

@@ -57,7 +57,7 @@ protected:
             return "none";
         }
         for (const Database& each : pool->Databases()) {
-            const std::string folder = fs::path(each.path).parent_path().filename();
+            std::string folder = fs::path(each.path).parent_path().filename();
             if (folder.starts_with("set-")) {
                 return folder;
             }

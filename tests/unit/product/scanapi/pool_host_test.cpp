@@ -270,6 +270,7 @@ TEST_F(PoolHostTest, AProgramThatWaitsForAnyChildTakesNothingFromIt) {
 TEST_F(PoolHostTest, ItIsStartedWhileOtherThreadsAreBusy) {
     std::atomic<bool> done = false;
     std::vector<std::thread> busy;
+    busy.reserve(4);
     for (int i = 0; i < 4; ++i) {
         busy.emplace_back([&] {
             while (!done) {

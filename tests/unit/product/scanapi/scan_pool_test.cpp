@@ -14,7 +14,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Lines = std::vector<std::string>;
 using scanapi::PendingScan;
-using scanapi::ScanPool;
 using scanapi::Urgency;
 using std::chrono::milliseconds;
 

@@ -121,8 +121,6 @@ struct Forbidden {
     std::uint32_t others = 0;           ///< parts that may refuse it, too
 };
 
-constexpr std::uint32_t kFiles = kNoOwnScratch | kNoLandlock;
-
 int Connected(const Outside& /*outside*/) {
     const int fd = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in nobody{};

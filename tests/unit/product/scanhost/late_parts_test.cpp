@@ -47,7 +47,7 @@ TEST(LateParts, TheTimeZoneIsThereInAWorker) {
         const std::time_t winter = 0;
         tm local{};
         localtime_r(&winter, &local);
-        return local.tm_gmtoff == -5 * 3600 ? 0 : 1;
+        return local.tm_gmtoff == -5L * 3600 ? 0 : 1;
     };
     const auto inNewYork = [] {
         setenv("TZ", "America/New_York", 1);

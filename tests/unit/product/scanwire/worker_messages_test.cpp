@@ -5,7 +5,6 @@
 namespace {
 
 using namespace scanwire;
-using scanning::ScanOutcome;
 using scanning::Verdict;
 using namespace std::string_literals;
 
@@ -150,8 +149,8 @@ TEST(WorkerMessagesTest, AFlagIsZeroOrOne) {
 TEST(WorkerMessagesTest, ABaseNameIsNoPath) {
     EXPECT_TRUE(IsTaken({{.id = 1, .baseName = std::string(255, 'x')}}));
     EXPECT_FALSE(IsTaken({{.id = 1, .baseName = "a/b"}}));
-    EXPECT_FALSE(ReadToWorker("\x22\x00\x01\x01\x00\x00\x00" + std::string(17, '\0') + "\x00\x01"s +
-                              std::string(256, 'x')));
+    EXPECT_FALSE(ReadToWorker("\x22\x00\x01\x01\x00\x00\x00"s + std::string(17, '\0') +
+                              "\x00\x01"s + std::string(256, 'x')));
 }
 
 TEST(WorkerMessagesTest, AVerdictSaysNothingThatDoesNotBelongToIt) {
