@@ -22,7 +22,8 @@
 // Libraries find a function in the program only if it is shown to them.
 #define CORVANE_SHOWN __attribute__((visibility("default")))
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// A sanitizer has the allocator to itself.
+#if defined(CORVANE_SANITIZED)
 #define CORVANE_NOTES_MEMORY 0
 #else
 #define CORVANE_NOTES_MEMORY 1

@@ -81,7 +81,7 @@ long syscall(long call, ...) noexcept {
                 arguments[5]);
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !defined(CORVANE_SANITIZED)
 
 void* __libc_malloc(std::size_t size) {
     static auto* const real = Real<void*(std::size_t)>("__libc_malloc");

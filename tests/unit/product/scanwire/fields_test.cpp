@@ -60,25 +60,28 @@ TEST(FieldsTest, WhatIsCutOffFails) {
         EXPECT_TRUE(reader.Failed());
         EXPECT_FALSE(reader.IsDone());
     }
-    FieldReader text(
+    const std::string shorter =
         "\x04\x00"
-        "abc"s);
+        "abc"s;
+    FieldReader text(shorter);
     EXPECT_EQ(text.Text(100), "");
     EXPECT_TRUE(text.Failed());
 }
 
 TEST(FieldsTest, ATextBeyondItsLimitFails) {
-    FieldReader reader(
+    const std::string bytes =
         "\x03\x00"
-        "abc"s);
+        "abc"s;
+    FieldReader reader(bytes);
     EXPECT_EQ(reader.Text(2), "");
     EXPECT_TRUE(reader.Failed());
 }
 
 TEST(FieldsTest, ATextWithAZeroByteFails) {
-    FieldReader reader(
+    const std::string bytes =
         "\x03\x00"
-        "a\0c"s);
+        "a\0c"s;
+    FieldReader reader(bytes);
     EXPECT_EQ(reader.Text(100), "");
     EXPECT_TRUE(reader.Failed());
 }
