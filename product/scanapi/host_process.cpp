@@ -10,7 +10,6 @@
 #include <fstream>
 #include <poll.h>
 #include <sched.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -19,6 +18,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "common/clean_spawn.h"
 #include "common/retrying.h"
 #include "product/scanwire/host_messages.h"
 
@@ -30,51 +30,6 @@ constexpr char kProgramName[] = "corvane-scanhost";
 constexpr std::size_t kStackSize = std::size_t{256} * 1024;
 // After SIGKILL; only a process that the kernel itself holds takes longer.
 constexpr int kKillPatience = 2000;  // milliseconds
-
-class SpawnActions {
-public:
-    explicit SpawnActions(int socket) {
-        posix_spawn_file_actions_init(&m_actions);
-        for (int standard = STDIN_FILENO; standard <= STDERR_FILENO; ++standard) {
-            posix_spawn_file_actions_addopen(&m_actions, standard, "/dev/null", O_RDWR, 0);
-        }
-        posix_spawn_file_actions_adddup2(&m_actions, socket, scanwire::kControlDescriptor);
-        posix_spawn_file_actions_addclosefrom_np(&m_actions, scanwire::kControlDescriptor + 1);
-        posix_spawn_file_actions_addchdir_np(&m_actions, "/");
-    }
-    ~SpawnActions() { posix_spawn_file_actions_destroy(&m_actions); }
-    SpawnActions(const SpawnActions&) = delete;
-    SpawnActions& operator=(const SpawnActions&) = delete;
-
-    [[nodiscard]] const posix_spawn_file_actions_t* Get() const { return &m_actions; }
-
-private:
-    posix_spawn_file_actions_t m_actions{};
-};
-
-class SpawnAttributes {
-public:
-    SpawnAttributes() {
-        posix_spawnattr_init(&m_attributes);
-        sigset_t signals;
-        sigfillset(&signals);
-        posix_spawnattr_setsigdefault(&m_attributes, &signals);
-        sigemptyset(&signals);
-        posix_spawnattr_setsigmask(&m_attributes, &signals);
-        // A session of its own: what a terminal sends to a program does not reach it.
-        posix_spawnattr_setflags(&m_attributes,
-                                 static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK |
-                                                    POSIX_SPAWN_SETSID));
-    }
-    ~SpawnAttributes() { posix_spawnattr_destroy(&m_attributes); }
-    SpawnAttributes(const SpawnAttributes&) = delete;
-    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-
-    [[nodiscard]] const posix_spawnattr_t* Get() const { return &m_attributes; }
-
-private:
-    posix_spawnattr_t m_attributes{};
-};
 
 /// Keeps every signal from this thread, and from what it starts meanwhile.
 class SignalsHeld {
@@ -115,8 +70,7 @@ private:
 
 struct Spawning {
     const char* path;
-    const posix_spawn_file_actions_t* actions;
-    const posix_spawnattr_t* attributes;
+    const common::CleanSpawn& spawn;
     char* const* words;
     char* const* environment;
     pid_t pid = 0;
@@ -128,8 +82,8 @@ struct Spawning {
 // still until it has ended. So nothing here may allocate or lock.
 int SpawnBetween(void* opaque) {
     auto& spawning = *static_cast<Spawning*>(opaque);
-    spawning.error = posix_spawn(&spawning.pid, spawning.path, spawning.actions,
-                                 spawning.attributes, spawning.words, spawning.environment);
+    spawning.error =
+        spawning.spawn.Start(spawning.pid, spawning.path, spawning.words, spawning.environment);
     if (spawning.error == 0) {
         // While this process lives, the number cannot have become another's.
         spawning.process = static_cast<int>(syscall(SYS_pidfd_open, spawning.pid, 0));
@@ -182,13 +136,13 @@ bool HostProcess::Start(const std::string& path) {
     if (!theirs || ::fcntl(ours.Get(), F_SETFL, O_NONBLOCK) != 0) {
         return false;
     }
-    const SpawnActions actions(theirs.Get());
-    const SpawnAttributes attributes;
+    // What a terminal sends to the program's session does not reach the host.
+    const common::CleanSpawn spawn({{theirs.Get(), scanwire::kControlDescriptor}},
+                                   common::Session::kOwn);
     std::string name = path;
     const std::array<char*, 2> words{name.data(), nullptr};
     const std::array<char*, 1> environment{nullptr};
-    Spawning spawning{path.c_str(), actions.Get(), attributes.Get(), words.data(),
-                      environment.data()};
+    Spawning spawning{path.c_str(), spawn, words.data(), environment.data()};
     if (!SpawnAsNobodysChild(spawning)) {
         return false;
     }

@@ -4,13 +4,12 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 
+#include "common/clean_spawn.h"
 #include "common/retrying.h"
 
 namespace updturl {
@@ -24,52 +23,6 @@ constexpr int kPause = 2;                  // milliseconds between two looks
 // configurations. The record of settings decides.
 constexpr char kPath[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
 constexpr char kLanguage[] = "LC_ALL=C.UTF-8";
-
-class SpawnActions {
-public:
-    explicit SpawnActions(int socket) {
-        posix_spawn_file_actions_init(&m_actions);
-        posix_spawn_file_actions_adddup2(&m_actions, socket, STDIN_FILENO);
-        posix_spawn_file_actions_adddup2(&m_actions, socket, STDOUT_FILENO);
-        posix_spawn_file_actions_addopen(&m_actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-        posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1);
-        posix_spawn_file_actions_addchdir_np(&m_actions, "/");
-    }
-    ~SpawnActions() { posix_spawn_file_actions_destroy(&m_actions); }
-    SpawnActions(const SpawnActions&) = delete;
-    SpawnActions& operator=(const SpawnActions&) = delete;
-
-    [[nodiscard]] const posix_spawn_file_actions_t* Get() const { return &m_actions; }
-
-private:
-    posix_spawn_file_actions_t m_actions{};
-};
-
-class SpawnAttributes {
-public:
-    explicit SpawnAttributes(ProcessGroup group) {
-        posix_spawnattr_init(&m_attributes);
-        sigset_t signals;
-        sigfillset(&signals);
-        posix_spawnattr_setsigdefault(&m_attributes, &signals);
-        sigemptyset(&signals);
-        posix_spawnattr_setsigmask(&m_attributes, &signals);
-        int flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
-        if (group == ProcessGroup::kOwn) {
-            // A session of its own: without a terminal that could end or stop it.
-            flags |= POSIX_SPAWN_SETSID;
-        }
-        posix_spawnattr_setflags(&m_attributes, static_cast<short>(flags));
-    }
-    ~SpawnAttributes() { posix_spawnattr_destroy(&m_attributes); }
-    SpawnAttributes(const SpawnAttributes&) = delete;
-    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-
-    [[nodiscard]] const posix_spawnattr_t* Get() const { return &m_attributes; }
-
-private:
-    posix_spawnattr_t m_attributes{};
-};
 
 }  // namespace
 
@@ -95,8 +48,10 @@ common::FileDescriptor ChildProcess::Start(const std::string& program,
     words.push_back(nullptr);
     const std::array<char*, 3> environment{path.data(), language.data(), nullptr};
     pid_t pid = 0;
-    const int error = ::posix_spawn(&pid, program.c_str(), SpawnActions(theirs.Get()).Get(),
-                                    SpawnAttributes(group).Get(), words.data(), environment.data());
+    const common::CleanSpawn spawn(
+        {{theirs.Get(), STDIN_FILENO}, {theirs.Get(), STDOUT_FILENO}},
+        group == ProcessGroup::kOwn ? common::Session::kOwn : common::Session::kShared);
+    const int error = spawn.Start(pid, program.c_str(), words.data(), environment.data());
     if (error != 0) {
         errno = error;
         return {};

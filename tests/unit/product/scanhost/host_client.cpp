@@ -7,12 +7,12 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "common/clean_spawn.h"
 #include "tests/support/scratch.h"
 
 namespace {
@@ -139,16 +139,11 @@ HostClient::HostClient() {
     EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()), 0);
     m_control.Reset(ends[0]);
     const common::FileDescriptor theirs(ends[1]);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, theirs.Get(), scanwire::kControlDescriptor);
-    posix_spawn_file_actions_addclosefrom_np(&actions, scanwire::kControlDescriptor + 1);
+    const common::CleanSpawn spawn({{theirs.Get(), scanwire::kControlDescriptor}},
+                                   common::Session::kShared);
     std::array<char*, 2> arguments{const_cast<char*>("corvane-scanhost"), nullptr};
     std::array<char*, 1> environment{nullptr};
-    EXPECT_EQ(
-        ::posix_spawn(&m_pid, SCANHOST, &actions, nullptr, arguments.data(), environment.data()),
-        0);
-    posix_spawn_file_actions_destroy(&actions);
+    EXPECT_EQ(spawn.Start(m_pid, SCANHOST, arguments.data(), environment.data()), 0);
 }
 
 HostClient::~HostClient() {
