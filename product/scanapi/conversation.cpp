@@ -1,7 +1,8 @@
 #include "product/scanapi/conversation.h"
 
-#include "common/log.h"
+#include "common/escaped_text.h"
 #include "common/text_field.h"
+#include "product/scanapi/engine_log.h"
 #include "product/scanning/detection_kind.h"
 
 namespace scanapi {
@@ -60,7 +61,6 @@ bool Conversation::Conclude(const scanning::ScanOutcome& outcome) {
             return true;
         case scanning::Verdict::Unreadable:
         case scanning::Verdict::Stopped:
-        case scanning::Verdict::NeedsThread:
             break;
     }
     Say(kMsgCannotRead, m_file.Path());
@@ -86,10 +86,9 @@ void Conversation::Delete(const std::string& virusName) {
     const Removal removal = RemoveScannedFile(m_file, m_disposalOf(virusName));
     const bool isRemoved = removal.result == RemovalResult::Removed;
     if (!isRemoved || !removal.item.empty()) {
-        const std::string line = "scanapi: (" + m_file.Path() + ") " +
-                                 (isRemoved ? "was deleted; the vault has it as " + removal.item
-                                            : "was not deleted: " + RemovalText(removal));
-        WriteToLog(common::kCommonLog, line.c_str());
+        LogLine("(" + common::Escaped(m_file.Path()) + ") " +
+                (isRemoved ? "was deleted; the vault has it as " + removal.item
+                           : "was not deleted: " + RemovalText(removal)));
     }
     Say(isRemoved ? kMsgDeleted : kMsgSkipped, m_file.Path(), virusName);
 }

@@ -43,7 +43,7 @@ std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
     // The heads of databases are read here, and nothing is printed of what is wrong with them.
     scanning::SilenceLibrary();
     const std::string directory(common::FieldText(options.engineDirectory));
-    std::string set = definitions::CurrentSet(directory);
+    const std::string set = definitions::CurrentSet(directory);
     definitions::DatabaseList list = definitions::FindDatabases(directory, set);
     for (const std::string& path : list.damaged) {
         LogLeftOut(path, "it is not a database");
@@ -52,16 +52,16 @@ std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
         LogLine("no usable database found");
         return nullptr;
     }
-    return std::shared_ptr<Engine>(new Engine(options, std::move(list.usable), std::move(set)));
+    return std::shared_ptr<Engine>(new Engine(options, std::move(list.usable), set));
 }
 
-Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases, std::string set)
+Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases,
+               const std::string& set)
     : m_engineDirectory(common::FieldText(options.engineDirectory)),
       m_temporaryDirectory(common::FieldText(options.temporaryDirectory)),
       m_host(PathOfScanHost()),
       m_settings(ReadEngineSettings(m_engineDirectory)),
-      m_databases(std::make_unique<DatabasesInUse>(m_engineDirectory, std::move(databases),
-                                                   std::move(set),
+      m_databases(std::make_unique<DatabasesInUse>(m_engineDirectory, std::move(databases), set,
                                                    SettingsOfPools(m_settings.scanning))),
       m_profile(scanning::ProfileFromOptions(options)) {}
 

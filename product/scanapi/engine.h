@@ -42,7 +42,8 @@ public:
     void ResetRunFlags();
 
 private:
-    Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases, std::string set);
+    Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases,
+           const std::string& set);
 
     scanning::ScanOutcome Scan(const std::shared_ptr<TargetFile>& file,
                                const scanning::ScanProfile& profile, Conversation& conversation);

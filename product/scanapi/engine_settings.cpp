@@ -11,9 +11,10 @@
 #include <strings.h>
 #include <sys/stat.h>
 
-#include "common/log.h"
+#include "common/escaped_text.h"
 #include "common/profile.h"
 #include "common/regular_file.h"
+#include "product/scanapi/engine_log.h"
 
 namespace scanapi {
 
@@ -84,8 +85,7 @@ public:
 
 private:
     void Log(const std::string& what) const {
-        const std::string line = "scanapi: (" + m_path + ") " + what;
-        WriteToLog(common::kCommonLog, line.c_str());
+        LogLine("(" + common::Escaped(m_path) + ") " + what);
     }
     void LogValue(const char* section, const char* key, const std::string& what) const {
         Log(std::string("[") + section + "] " + key + " is not " + what + "; the default is used");

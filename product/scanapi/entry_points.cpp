@@ -12,6 +12,7 @@
 #include "abi/scanapi.h"
 #include "common/log.h"
 #include "product/scanapi/engine.h"
+#include "product/scanapi/engine_log.h"
 
 #define CORVANE_EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -47,7 +48,7 @@ Result Guarded(Result onFailure, Body body) noexcept {
     } catch (const std::exception& error) {
         WriteToLog(common::kCommonLog, error.what());
     } catch (...) {
-        WriteToLog(common::kCommonLog, "scanapi: unknown failure");
+        scanapi::LogLine("unknown failure");
     }
     return onFailure;
 }

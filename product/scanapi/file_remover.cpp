@@ -9,7 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "common/log.h"
+#include "common/escaped_text.h"
+#include "product/scanapi/engine_log.h"
 #include "product/scanapi/read_lease.h"
 #include "product/signed_index/sha256.h"
 #include "product/vault/free_name.h"
@@ -120,8 +121,7 @@ RemovalResult MoveAsideAndRemove(const TargetFile& file, const ReadLease& lease,
     }
     if (result != RemovalResult::Removed &&
         !vault::MoveToFreeName(folder, aside.c_str(), file.BaseName().c_str())) {
-        const std::string line = "scanapi: (" + file.Path() + ") now bears the name " + aside;
-        WriteToLog(common::kCommonLog, line.c_str());
+        LogLine("(" + common::Escaped(file.Path()) + ") now bears the name " + aside);
     }
     return result;
 }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <fcntl.h>
 #include <filesystem>
 #include <set>
@@ -95,6 +96,16 @@ TEST_F(DeletionTest, KeepsACopyAndSaysWhere) {
         },
         why));
     EXPECT_EQ(contents, Eicar());
+}
+
+TEST_F(DeletionTest, ANameForgesNoLineOfTheLog) {
+    Start();
+    DeleteAfter([] {});
+    Scan(m_tree.Write("e\nscanapi: forged", Eicar()));
+    EXPECT_EQ(Codes(), (Numbers{1001, 3003}));
+    const std::string lines = LinesOfTheEngine();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1);
+    EXPECT_NE(lines.find("/e\\u{000a}scanapi: forged) was deleted"), std::string::npos) << lines;
 }
 
 TEST_F(DeletionTest, TheCopyIsCleanToTheEngine) {
