@@ -19,16 +19,14 @@
 
 #include "bench/measurements.h"
 #include "common/file_descriptor.h"
+#include "product/scanning/library_engine.h"
 #include "product/scanning/scan_profile.h"
 
 namespace {
 
 constexpr std::size_t kBufferSize = 1U << 20U;
 
-struct FreeEngine {
-    void operator()(cl_engine* engine) const { cl_engine_free(engine); }
-};
-using Engine = std::unique_ptr<cl_engine, FreeEngine>;
+using Engine = scanning::EngineOwner;
 
 struct CloseWalk {
     void operator()(FTS* walk) const { fts_close(walk); }
@@ -53,23 +51,8 @@ Engine LoadEngine(const char* databases, const char* scratch) {
         return nullptr;
     }
     Engine engine(cl_engine_new());
-    // As product/scanapi sets them.
-    const std::pair<cl_engine_field, long long> settings[] = {
-        {CL_ENGINE_MAX_FILESIZE, scanning::kMaxFileSize},
-        {CL_ENGINE_MAX_SCANSIZE, scanning::kMaxScanSize},
-        {CL_ENGINE_MAX_RECURSION, scanning::kMaxNesting},
-        {CL_ENGINE_MAX_FILES, scanning::kMaxMembers},
-        {CL_ENGINE_MAX_SCANTIME, scanning::kMaxScanMilliseconds},
-        {CL_ENGINE_AC_ONLY, 1},
-        {CL_ENGINE_DISABLE_CACHE, 1},
-    };
-    for (const auto& [field, value] : settings) {
-        if (cl_engine_set_num(engine.get(), field, value) != CL_SUCCESS) {
-            return nullptr;
-        }
-    }
     unsigned int signatures = 0;
-    if (cl_engine_set_str(engine.get(), CL_ENGINE_TMPDIR, scratch) != CL_SUCCESS ||
+    if (engine == nullptr || !scanning::SetBounds(engine.get(), scratch) ||
         cl_load(databases, engine.get(), &signatures, CL_DB_STDOPT | CL_DB_PUA) != CL_SUCCESS ||
         cl_engine_compile(engine.get()) != CL_SUCCESS) {
         return nullptr;

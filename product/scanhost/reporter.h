@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <string>
 
@@ -22,7 +21,7 @@ public:
     void Flush();
 
     /// Set once the engine is gone, and nothing can be told any more.
-    [[nodiscard]] const std::atomic<bool>& IsGone() const { return m_isGone; }
+    [[nodiscard]] bool IsGone() const { return m_isGone; }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -30,7 +29,7 @@ private:
     int m_socket;
     std::string m_packet;
     Clock::time_point m_sent = Clock::now();
-    std::atomic<bool> m_isGone = false;
+    bool m_isGone = false;
 };
 
 }  // namespace scanhost

@@ -77,17 +77,16 @@ bool Worker::Scan(const scanwire::Batch& batch, const Descriptors& descriptors) 
 ScanOutcome Worker::ScanItem(const scanwire::Item& item, const scanning::ScanProfile& profile,
                              int descriptor) {
     const scanning::ScanInput input{item.baseName, descriptor, item.size};
-    scanning::ScanManner manner;
-    manner.onMember = [&](std::string member) {
+    const auto tell = [&](std::string member) {
         m_reporter.Tell(scanwire::Member{item.id, std::move(member)});
+        return !m_reporter.IsGone();
     };
-    manner.stop = &m_reporter.IsGone();
     ForgetRefusals();
     ScanOutcome outcome =
         item.byDescriptor
-            ? scanning::ScanDescriptor(m_engine, profile, input, manner)
+            ? scanning::ScanDescriptor(m_engine, profile, input, tell)
             : scanning::ScanBytes(m_engine, profile, input,
-                                  m_region->Bytes().subspan(item.offset, item.size), manner);
+                                  m_region->Bytes().subspan(item.offset, item.size), tell);
     // What found nothing found it without what it was refused.
     std::string refusal = m_notesRefusals ? FirstRefusal() : std::string();
     if (!refusal.empty() && outcome.verdict != Verdict::Infected) {

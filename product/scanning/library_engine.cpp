@@ -1,5 +1,6 @@
 #include "product/scanning/library_engine.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -32,15 +33,7 @@ constexpr std::array<Setting, 7> kSettings{{
 
 EngineOwner NewEngine(const std::string& scratch) {
     EngineOwner engine(cl_engine_new());
-    if (engine == nullptr) {
-        return nullptr;
-    }
-    for (const auto& [field, value] : kSettings) {
-        if (cl_engine_set_num(engine.get(), field, value) != CL_SUCCESS) {
-            return nullptr;
-        }
-    }
-    if (cl_engine_set_str(engine.get(), CL_ENGINE_TMPDIR, scratch.c_str()) != CL_SUCCESS) {
+    if (engine == nullptr || !SetBounds(engine.get(), scratch)) {
         return nullptr;
     }
     InstallScanCallbacks(engine.get());
@@ -91,6 +84,13 @@ LoadedDatabases LoadDatabases(std::vector<std::string> paths, const std::string&
         return {.engine = std::move(engine), .signatures = signatures};
     }
     return Problem("no database could be loaded");
+}
+
+bool SetBounds(cl_engine* engine, const std::string& scratch) {
+    const bool isSet = std::all_of(kSettings.begin(), kSettings.end(), [engine](const auto& each) {
+        return cl_engine_set_num(engine, each.field, each.value) == CL_SUCCESS;
+    });
+    return isSet && cl_engine_set_str(engine, CL_ENGINE_TMPDIR, scratch.c_str()) == CL_SUCCESS;
 }
 
 bool StartLibrary() {

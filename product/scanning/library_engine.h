@@ -31,6 +31,10 @@ using OnLeftOut = std::function<void(const std::string& path, const std::string&
 LoadedDatabases LoadDatabases(std::vector<std::string> paths, const std::string& scratch,
                               const OnLeftOut& onLeftOut);
 
+/// Sets the bounds of a scan, and that it unpacks into the folder `scratch`. Before signatures are
+/// loaded; false when the library refuses.
+bool SetBounds(cl_engine* engine, const std::string& scratch);
+
 /// Makes the library ready and silent; once in a process. False when it cannot be used.
 bool StartLibrary();
 

@@ -29,7 +29,7 @@ bool HasListing(std::string_view type) {
 struct ScanContext {
     const ScanInput& file;
     const ScanProfile& profile;
-    const ScanManner& manner;
+    const OnMember& onMember;
     LayerTrail trail{};
     std::vector<Hit> hits{};
     std::optional<std::uint32_t> sealedLevel{};  ///< of an archive that nothing came out of so far
@@ -38,14 +38,11 @@ struct ScanContext {
     bool entered = false;                        ///< the library began to look at the file
     bool libraryFailed = false;                  ///< it complained of an error of its own
     bool passedOver = false;
-    bool needsThread = false;
+    bool stopped = false;  ///< whoever is told of members wants no more
     bool readFailed = false;
     bool broken = false;   ///< a callback ran out of memory
     bool announce = true;  ///< members are told of once, also when a file is scanned twice
 
-    [[nodiscard]] bool Stopping() const {
-        return manner.stop != nullptr && manner.stop->load(std::memory_order_relaxed);
-    }
     // An archive whose listing is cut off, or whose reader is a library of its own that is not
     // installed, is passed over without a word.
     void Unseal(std::uint32_t level, std::string_view type) {
@@ -55,7 +52,7 @@ struct ScanContext {
             sealedLevel = level;
         }
     }
-    [[nodiscard]] bool Ended() const { return passedOver || needsThread || broken || Stopping(); }
+    [[nodiscard]] bool Ended() const { return passedOver || broken || stopped; }
 };
 
 struct MapCloser {
@@ -67,17 +64,6 @@ using MapOwner = std::unique_ptr<cl_fmap_t, MapCloser>;
 constexpr std::size_t kNeverMatched = 5;
 
 constexpr std::string_view kUnknownType = "CL_TYPE_BINARY_DATA";
-
-// Types that hold no other file and so end soon: all else goes to the worker thread.
-bool IsPlainType(std::string_view type) {
-    static constexpr std::array<std::string_view, 13> kPlain{
-        kUnknownType,           "CL_TYPE_TEXT_ASCII", "CL_TYPE_TEXT_UTF8", "CL_TYPE_TEXT_UTF16LE",
-        "CL_TYPE_TEXT_UTF16BE", "CL_TYPE_ELF",        "CL_TYPE_GRAPHICS",  "CL_TYPE_PNG",
-        "CL_TYPE_JPEG",         "CL_TYPE_GIF",        "CL_TYPE_TIFF",      "CL_TYPE_HTML",
-        "CL_TYPE_SCRIPT",
-    };
-    return std::find(kPlain.begin(), kPlain.end(), type) != kPlain.end();
-}
 
 bool IsZipType(std::string_view type) {
     return type == "CL_TYPE_ZIP" || type.starts_with("CL_TYPE_OOXML");
@@ -108,24 +94,19 @@ cl_error_t Inspect(ScanContext& context, int descriptor, const Layer& layer) {
     if (level == 0) {
         context.trail.Entered(0, {}, descriptor);
         context.passedOver = type == kUnknownType && !context.profile.unknownTypes;
-        context.needsThread = !context.manner.onMember && !IsPlainType(type);
         return context.Ended() ? kEndScan : CL_CLEAN;
     }
     if ((attributes & LAYER_ATTRIBUTES_NORMALIZED) != 0) {
         // The same text once more, in a form that is easier to match.
         return CL_CLEAN;
     }
-    if (!context.manner.onMember) {
-        context.needsThread = true;
-        return kEndScan;
-    }
     // A zip member is cut at the bound without an alert.
     context.cutMember = context.cutMember || size >= static_cast<std::size_t>(kMaxFileSize);
     context.trail.Entered(level, name, descriptor);
-    if (!name.empty() && context.announce) {
-        context.manner.onMember(context.trail.Path());
+    if (!name.empty() && context.announce && context.onMember) {
+        context.stopped = !context.onMember(context.trail.Path());
     }
-    return context.Stopping() ? kEndScan : CL_CLEAN;
+    return context.stopped ? kEndScan : CL_CLEAN;
 }
 
 cl_error_t OnInspection(int descriptor, const char* type, const char** /*ancestors*/,
@@ -174,7 +155,7 @@ void OnFound(int descriptor, const char* virusName, void* opaque) {
 
 off_t OnRead(void* opaque, void* buffer, std::size_t count, off_t offset) {
     auto& context = *static_cast<ScanContext*>(opaque);
-    while (!context.Stopping()) {
+    while (!context.stopped) {
         const auto got = pread(context.file.descriptor, buffer, count, offset);
         if (got < 0 && errno == EINTR) {
             continue;
@@ -242,15 +223,12 @@ ScanOutcome Judge(ScanContext& context, cl_error_t result) {
     if (context.passedOver) {
         return {Verdict::PassedOver, {}, {}};
     }
-    if (context.needsThread) {
-        return {Verdict::NeedsThread, {}, {}};
-    }
     const auto hit = std::find_if(context.hits.begin(), context.hits.end(),
                                   [&](const Hit& each) { return IsReported(context, each); });
     if (hit != context.hits.end()) {
         return {Verdict::Infected, std::move(hit->name), std::move(hit->member)};
     }
-    if (context.Stopping()) {
+    if (context.stopped) {
         return {Verdict::Stopped, {}, {}};
     }
     std::string reason = WhyUnread(context, result);
@@ -260,8 +238,8 @@ ScanOutcome Judge(ScanContext& context, cl_error_t result) {
 
 template <typename MapMaker>
 ScanOutcome ScanMapped(const cl_engine* engine, const ScanProfile& profile, const ScanInput& file,
-                       const ScanManner& manner, MapMaker makeMap) {
-    ScanContext context{file, profile, manner};
+                       const OnMember& onMember, MapMaker makeMap) {
+    ScanContext context{file, profile, onMember};
     {
         const MapOwner map(makeMap(context));
         if (map == nullptr) {
@@ -295,15 +273,15 @@ void InstallScanCallbacks(cl_engine* engine) {
 }
 
 ScanOutcome ScanBytes(const cl_engine* engine, const ScanProfile& profile, const ScanInput& file,
-                      std::span<const std::byte> bytes, const ScanManner& manner) {
-    return ScanMapped(engine, profile, file, manner, [bytes](ScanContext&) {
+                      std::span<const std::byte> bytes, const OnMember& onMember) {
+    return ScanMapped(engine, profile, file, onMember, [bytes](ScanContext&) {
         return cl_fmap_open_memory(bytes.data(), bytes.size());
     });
 }
 
 ScanOutcome ScanDescriptor(const cl_engine* engine, const ScanProfile& profile,
-                           const ScanInput& file, const ScanManner& manner) {
-    return ScanMapped(engine, profile, file, manner, [&file](ScanContext& context) {
+                           const ScanInput& file, const OnMember& onMember) {
+    return ScanMapped(engine, profile, file, onMember, [&file](ScanContext& context) {
         // Without aging: pages that it let go of come back as "changed" and are then not scanned.
         constexpr int kKeepPages = 0;
         return cl_fmap_open_handle(&context, 0, file.size, OnRead, kKeepPages);

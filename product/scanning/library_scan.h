@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <clamav.h>
 #include <cstddef>
 #include <functional>
@@ -15,10 +14,9 @@ namespace scanning {
 enum class Verdict {
     Clean,
     Infected,
-    Unreadable,   ///< not read, or not read whole
-    Stopped,      ///< the user stopped the scan
-    PassedOver,   ///< of no known type, and the user did not ask for such files
-    NeedsThread,  ///< may take long, so not for the program's own thread; nothing was reported
+    Unreadable,  ///< not read, or not read whole
+    Stopped,     ///< the scan was ended early
+    PassedOver,  ///< of no known type, and the user did not ask for such files
 };
 
 struct ScanOutcome {
@@ -38,26 +36,21 @@ struct ScanInput {
     std::size_t size = 0;  ///< in bytes
 };
 
-/// How a scan may take the thread it runs on.
-struct ScanManner {
-    /// Called for each named member before it is scanned. Null: files that hold others end as
-    /// Verdict::NeedsThread before they are looked into.
-    std::function<void(std::string member)> onMember;
-    /// Set from another thread to end the scan at the next chance.
-    const std::atomic<bool>* stop = nullptr;
-};
+/// Called for each named member before it is scanned, on the thread that scans. False ends the scan
+/// at the next chance.
+using OnMember = std::function<bool(std::string member)>;
 
 /// The callbacks that the functions below rely on; called once, before signatures are loaded.
 void InstallScanCallbacks(cl_engine* engine);
 
-/// Scans `bytes`, the whole of `file`.
+/// Scans `bytes`, the whole of `file`. `onMember` may be empty.
 ScanOutcome ScanBytes(const cl_engine* engine, const ScanProfile& profile, const ScanInput& file,
-                      std::span<const std::byte> bytes, const ScanManner& manner);
+                      std::span<const std::byte> bytes, const OnMember& onMember);
 
 /// Scans `file` through its descriptor. It is read and never mapped: a file cut short while it is
 /// scanned then gives a read error and not a fatal signal.
 ScanOutcome ScanDescriptor(const cl_engine* engine, const ScanProfile& profile,
-                           const ScanInput& file, const ScanManner& manner);
+                           const ScanInput& file, const OnMember& onMember);
 
 /// Keeps the library from printing. An error that it complains of while a file is scanned makes
 /// that file unreadable.

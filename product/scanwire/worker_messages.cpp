@@ -35,7 +35,7 @@ ScanProfile ReadProfile(FieldReader& fields) {
             .unwanted = (bits & kUnwanted) != 0};
 }
 
-// A worker is never asked to stop and has no thread to think of: what else there is, is unread.
+// A worker stops only for an engine that is gone: what else there is, is unread.
 VerdictByte ByteOf(Verdict verdict) {
     switch (verdict) {
         case Verdict::Clean:

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "product/scanning/library_engine.h"
 #include "product/scanning/library_scan.h"
 
 /// libclamav with the signatures of the harmless samples, set up as workers have it: it unpacks in
@@ -11,19 +12,16 @@
 class SampleEngine {
 public:
     explicit SampleEngine(const std::string& databaseFolder);
-    ~SampleEngine();
-    SampleEngine(const SampleEngine&) = delete;
-    SampleEngine& operator=(const SampleEngine&) = delete;
 
     /// Null when the database could not be loaded.
-    [[nodiscard]] const cl_engine* Get() const { return m_engine; }
+    [[nodiscard]] const cl_engine* Get() const { return m_loaded.engine.get(); }
 
     /// With everything that can be looked into looked into.
     [[nodiscard]] scanning::ScanOutcome Scan(const std::string& bytes) const;
     [[nodiscard]] scanning::ScanOutcome ScanOpen(int descriptor) const;
 
 private:
-    cl_engine* m_engine = nullptr;
+    scanning::LoadedDatabases m_loaded;
 };
 
 /// A file to scan, held in memory.

@@ -38,11 +38,9 @@ protected:
     }
 
     static ScanOutcome Scan(const LoadedDatabases& loaded, std::string_view bytes) {
-        scanning::ScanManner manner;
-        manner.onMember = [](const std::string&) {};
         return scanning::ScanBytes(loaded.engine.get(), kEverything,
                                    {.baseName = "file", .size = bytes.size()},
-                                   std::as_bytes(std::span(bytes)), manner);
+                                   std::as_bytes(std::span(bytes)), {});
     }
 
     ScratchFolder m_scratch;

@@ -192,13 +192,11 @@ TEST(WorkerMessagesTest, NamesAreCutToTheirBounds) {
     EXPECT_EQ(std::get<Member>(member->front()).name, std::string(4096, 'm'));
 }
 
-// Whoever asks for a stop or for a thread is never the engine of a worker.
+// Who ends a scan early is never a worker.
 TEST(WorkerMessagesTest, WhatIsNoVerdictOfAWorkerIsUnread) {
-    for (const Verdict verdict : {Verdict::Stopped, Verdict::NeedsThread}) {
-        const auto read = ReadFromWorker(Packet({FileVerdict{1, {.verdict = verdict}}}));
-        ASSERT_TRUE(read);
-        EXPECT_EQ(std::get<FileVerdict>(read->front()).outcome.verdict, Verdict::Unreadable);
-    }
+    const auto read = ReadFromWorker(Packet({FileVerdict{1, {.verdict = Verdict::Stopped}}}));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(std::get<FileVerdict>(read->front()).outcome.verdict, Verdict::Unreadable);
 }
 
 TEST(WorkerMessagesTest, DescriptorsAreCounted) {
