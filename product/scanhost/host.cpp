@@ -103,7 +103,7 @@ int ServeLoaded(ControlSocket& control, const LoadWish& wish,
         return kEnded;
     }
     const bool notesRefusals = (wish.load.switches & scanwire::kNoRefusalNotes) == 0;
-    Workers workers(loaded.engine.get(), *confinement, control, signals.Get(), notesRefusals);
+    Workers workers(loaded.engine.get(), *confinement, control, notesRefusals);
     return workers.Start(wish.load.workers) ? LookAfter(workers, control, signals.Get()) : kFailed;
 }
 

@@ -98,22 +98,29 @@ std::unique_ptr<ScratchFolders> ScratchFolders::Make(const std::string& base) {
                : std::unique_ptr<ScratchFolders>(new ScratchFolders(std::move(parent)));
 }
 
-std::string ScratchFolders::PathOf(unsigned int worker) const {
-    return m_parent->Path() + "/worker-" + std::to_string(worker);
+std::string ScratchFolders::PrefixOf(unsigned int worker) {
+    return "worker-" + std::to_string(worker) + '-';
 }
 
+// By a name of its own each time: what its predecessor made unremovable is in nobody's way.
 int ScratchFolders::Enter(unsigned int worker, uid_t owner, gid_t group) const {
-    const std::string path = PathOf(worker);
+    std::string path = m_parent->Path() + '/' + PrefixOf(worker) + "XXXXXX";
     // The working folder can be used by who may not go through the folders above it.
-    return ::mkdir(path.c_str(), 0700) == 0 && ::chown(path.c_str(), owner, group) == 0 &&
+    return ::mkdtemp(path.data()) != nullptr && ::chown(path.c_str(), owner, group) == 0 &&
                    ::chdir(path.c_str()) == 0
                ? 0
                : errno;
 }
 
 void ScratchFolders::Clear(unsigned int worker) const {
+    namespace fs = std::filesystem;
     std::error_code ignored;
-    std::filesystem::remove_all(PathOf(worker), ignored);
+    const std::string prefix = PrefixOf(worker);
+    for (const auto& entry : fs::directory_iterator(m_parent->Path(), ignored)) {
+        if (entry.path().filename().native().starts_with(prefix)) {
+            fs::remove_all(entry.path(), ignored);
+        }
+    }
 }
 
 std::uint64_t ScratchFolders::RoomMiB() const {

@@ -33,7 +33,7 @@ public:
     /// In `base`, or where that is empty or will not do in "/dev/shm" or "/tmp". Null: nowhere.
     static std::unique_ptr<ScratchFolders> Make(const std::string& base);
 
-    /// Makes the folder of `worker`, `owner`'s, this process's working folder. 0, or the error.
+    /// Makes a folder of `worker`, `owner`'s, this process's working folder. 0, or the error.
     [[nodiscard]] int Enter(unsigned int worker, uid_t owner, gid_t group) const;
 
     /// Removes what `worker`, which is no more, left. In the host.
@@ -45,7 +45,7 @@ public:
 private:
     explicit ScratchFolders(std::unique_ptr<confining::ScratchDirectory> parent)
         : m_parent(std::move(parent)) {}
-    [[nodiscard]] std::string PathOf(unsigned int worker) const;
+    static std::string PrefixOf(unsigned int worker);
 
     std::unique_ptr<confining::ScratchDirectory> m_parent;
 };

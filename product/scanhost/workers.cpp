@@ -22,14 +22,23 @@ int EndOf(int status) {
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
 
+// Of what the host has open a worker has the standard descriptors, which lead nowhere, and its
+// socket. By the control socket, for one, the engine sees the end of the host.
+void KeepOnly(int socket) {
+    const auto kept = static_cast<unsigned int>(socket);
+    if (kept > STDERR_FILENO + 1) {
+        ::close_range(STDERR_FILENO + 1, kept - 1, 0);
+    }
+    ::close_range(kept + 1, ~0U, 0);
+}
+
 }  // namespace
 
 Workers::Workers(const cl_engine* engine, const Confinement& confinement,
-                 const ControlSocket& control, int signals, bool notesRefusals)
+                 const ControlSocket& control, bool notesRefusals)
     : m_engine(engine),
       m_confinement(confinement),
       m_control(control),
-      m_signals(signals),
       m_notesRefusals(notesRefusals) {}
 
 Workers::~Workers() {
@@ -82,9 +91,7 @@ bool Workers::StartOne(std::uint32_t number) {
 void Workers::BeWorker(std::uint32_t number, pid_t host, int socket) const {
     WorkerExit end = kExitFailed;
     try {
-        // The engine sees the end of the host by these.
-        ::close(m_control.Descriptor());
-        ::close(m_signals);
+        KeepOnly(socket);
         sigset_t none;
         ::sigemptyset(&none);
         ::sigprocmask(SIG_SETMASK, &none, nullptr);

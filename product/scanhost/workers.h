@@ -14,9 +14,9 @@ namespace scanhost {
 /// blocked in the host. One thread, and no other in the process.
 class Workers {
 public:
-    /// `signals` is a descriptor that workers have no use for. All of it stays the caller's.
+    /// All of it stays the caller's.
     Workers(const cl_engine* engine, const Confinement& confinement, const ControlSocket& control,
-            int signals, bool notesRefusals);
+            bool notesRefusals);
 
     /// Ends all workers that are left and waits for their end.
     ~Workers();
@@ -48,7 +48,6 @@ private:
     const cl_engine* m_engine;
     const Confinement& m_confinement;
     const ControlSocket& m_control;
-    int m_signals;
     bool m_notesRefusals;
     bool m_hasToldOfUnconfined = false;
     std::vector<Place> m_places;

@@ -287,6 +287,18 @@ TEST_F(HostTest, AThousandReplacementsLeaveNothingBehind) {
     EXPECT_EQ(worker->Scan(Eicar()), kEicarFound);
 }
 
+TEST_F(HostTest, AWorkerHasItsSocketAndNothingElseOfTheHosts) {
+    // Above the numbers of the host's own, which a later worker would inherit, too.
+    StartLoaded(3);
+    for (int i = 0; i < 3; ++i) {
+        auto worker = m_host.AwaitWorker();
+        ASSERT_TRUE(worker);
+        EXPECT_EQ(worker->Scan(Eicar()), kEicarFound);
+        // The standard ones, the socket, and none for the two mappings.
+        EXPECT_EQ(OpenDescriptorsOf(worker->Said().pid), 4U) << i;
+    }
+}
+
 TEST_F(HostTest, NothingIsLeftWhenTheEngineGoes) {
     StartLoaded(2, {SlowSignatures()});
     auto busy = m_host.AwaitWorker();
