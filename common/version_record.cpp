@@ -6,18 +6,21 @@
 #include "common/paths.h"
 #include "common/regular_file.h"
 
+std::optional<tagZQVERINFO> common::ReadVersionRecord(const std::string& path) {
+    const FileDescriptor file = OpenRegularFile(path.c_str(), O_RDONLY, Links::kFollow);
+    tagZQVERINFO record{};
+    if (!file || ReadFull(file.Get(), BytesOf(record)) != std::ptrdiff_t{sizeof record}) {
+        return std::nullopt;
+    }
+    return record;
+}
+
 int GetVDBInfo(tagZQVERINFO* info) {
     const auto path = common::InFoundProductDirectory(common::kVersionFileName);
-    if (info == nullptr || !path) {
+    const auto record = path ? common::ReadVersionRecord(*path) : std::nullopt;
+    if (info == nullptr || !record) {
         return 0;
     }
-    const common::FileDescriptor file =
-        common::OpenRegularFile(path->c_str(), O_RDONLY, common::Links::kFollow);
-    tagZQVERINFO record{};
-    if (!file ||
-        common::ReadFull(file.Get(), common::BytesOf(record)) != std::ptrdiff_t{sizeof record}) {
-        return 0;
-    }
-    *info = record;
+    *info = *record;
     return 1;
 }

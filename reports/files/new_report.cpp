@@ -16,11 +16,10 @@ constexpr int kMaxAttempts = 16;
 
 }  // namespace
 
-NewReport CreateNewReport(const char* prefix) {
-    const std::string directory = common::InProgramDirectory("reports/");
+NewReport CreateNewReport(const std::string& directory, const char* prefix, const char* extension) {
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
         std::array<char, 256> name{};
-        if (GetUniqueFileName(directory.c_str(), prefix, "log", name.data()) == 0) {
+        if (GetUniqueFileName(directory.c_str(), prefix, extension, name.data()) == 0) {
             break;
         }
         const std::string path = directory + name.data();
@@ -37,6 +36,10 @@ NewReport CreateNewReport(const char* prefix) {
         }
     }
     return {};
+}
+
+NewReport CreateNewReport(const char* prefix) {
+    return CreateNewReport(common::InProgramDirectory("reports/"), prefix, "log");
 }
 
 }  // namespace reports

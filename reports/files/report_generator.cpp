@@ -1,7 +1,5 @@
 #include "reports/files/report_generator.h"
 
-#include <array>
-#include <cstdio>
 #include <ctime>
 #include <string>
 #include <sys/stat.h>
@@ -15,39 +13,24 @@
 #include "common/times.h"
 #include "reports/files/new_report.h"
 #include "reports/files/report_index.h"
+#include "reports/files/report_texts.h"
 
 std::unique_ptr<ReportGen> g_pRptObj;
 
 namespace {
 
-constexpr char kLegalNotice[] =
-    "Copyright (C) 2026 the Corvane developers.\n"
-    "This program comes without any warranty.";
+using reports::Formatted;
+using reports::Rule;
+using reports::Section;
 
 constexpr std::string_view kActionHeading = "Action on Virus found\n";
-
-std::string Rule(std::size_t length) {
-    return std::string(length, '-');
-}
-
-std::string Section() {
-    return Rule(66) + "\n\n";
-}
-
-// A text that a report takes from printf, at most 1,023 bytes.
-template <typename... Arguments>
-std::string Formatted(const char* format, Arguments... arguments) {
-    std::array<char, 1024> text{};
-    (void)std::snprintf(text.data(), text.size(), format, arguments...);
-    return text.data();
-}
 
 std::string VersionText() {
     const tagZQVERINFO version = common::EngineVersion();
     std::tm databaseDate{};
     SystemTimeToTm(&version.databaseDate, &databaseDate);
     return Formatted("Corvane Endpoint Protection Version %u.%02u\n%s\n\nVirus Database: ",
-                     unsigned{version.major}, unsigned{version.minor}, kLegalNotice) +
+                     unsigned{version.major}, unsigned{version.minor}, reports::kLegalNotice) +
            common::FormatTime("%d %B, %Y", databaseDate) + "\n\n";
 }
 

@@ -80,7 +80,7 @@ bool CountOneMore() {
 
 }  // namespace
 
-bool ScanReports::MakeIndexEntry(tagReportIndexEntry* entry) {
+bool reports::AppendScheduledEntry(const tagReportIndexEntry* entry) {
     if (entry == nullptr) {
         return false;
     }

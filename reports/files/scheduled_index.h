@@ -37,17 +37,9 @@ inline constexpr char kScheduledIndexPath[] = "/usr/lib/Corvane/Corvane/reports/
 /// The first argument of the index functions; they do not use it.
 inline constexpr short kScheduledIndexKind = 1001;
 
-}  // namespace reports
-
-/// The writer of scheduled-scan reports.
-class ScanReports {
-public:
-    /// Appends one record to the index, creating that when it is missing. False for a null entry
-    /// and when the index cannot be written. Takes no lock.
-    bool MakeIndexEntry(tagReportIndexEntry* entry);
-};
-
-namespace reports {
+/// Appends one record to the index, creating that when it is missing. False for a null entry and
+/// when the index cannot be written. Takes no lock.
+bool AppendScheduledEntry(const tagReportIndexEntry* entry);
 
 /// Records that are read at most. Reports of scheduled scans have 10,000 names, so an index with
 /// more than this was not made by us.

@@ -38,6 +38,6 @@ inline std::string AddScheduledReport(const std::string& name, std::uint32_t uid
     std::string path = std::string(kScheduledFolder) + "/" + name;
     WriteFile(path, name);
     tagReportIndexEntry entry = ScheduledEntry(path, uid, date);
-    EXPECT_TRUE(ScanReports().MakeIndexEntry(&entry));
+    EXPECT_TRUE(reports::AppendScheduledEntry(&entry));
     return path;
 }

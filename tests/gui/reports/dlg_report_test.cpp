@@ -171,7 +171,7 @@ TEST_F(DlgReportTest, ScheduledReportsStepByTheirFullPaths) {
         tagReportIndexEntry entry{};
         common::CopyToField(entry.reportPath, folder + name);
         entry.userId = getuid();
-        ASSERT_TRUE(ScanReports().MakeIndexEntry(&entry));
+        ASSERT_TRUE(reports::AppendScheduledEntry(&entry));
     }
     g_siRptKind = kScheduledReports;
     Open(folder + "schd0001.rpt");

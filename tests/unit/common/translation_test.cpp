@@ -7,15 +7,13 @@
 #include <string>
 #include <string_view>
 
+#include "tests/support/english_catalogue.h"
 #include "tests/support/scratch.h"
 
 namespace fs = std::filesystem;
 using namespace std::string_view_literals;
 
 namespace {
-
-constexpr char kCatalogues[] = "/usr/lib/Corvane/Corvane/translation";
-constexpr char kLocales[] = "/tmp/locales";
 
 // Every id that the report texts use, with its English text.
 constexpr const char* kTexts[][2] = {
@@ -54,28 +52,9 @@ protected:
         if (std::getenv("CORVANE_SANDBOX") == nullptr) {
             GTEST_SKIP() << "the catalogue has a fixed path; run inside tests/support/sandbox";
         }
-        fs::create_directories(kCatalogues);
-        fs::copy(CORVANE_CATALOGUES, kCatalogues,
-                 fs::copy_options::recursive | fs::copy_options::overwrite_existing);
-        if (!fs::exists(kLocales)) {
-            CompileLocale();
-        }
-        setenv("LOCPATH", kLocales, 1);
-        setenv("LC_ALL", "en_US.utf8", 1);
-        unsetenv("LANGUAGE");
+        UseEnglishCatalogue();
     }
-
-    static void CompileLocale() {
-        fs::create_directories(kLocales);
-        const std::string compile =
-            std::string("localedef -i en_US -f UTF-8 ") + kLocales + "/en_US.utf8 >/dev/null 2>&1";
-        ASSERT_EQ(std::system(compile.c_str()), 0) << "localedef with the locale sources is needed";
-    }
-
-    void TearDown() override {
-        setenv("LC_ALL", "C", 1);
-        std::setlocale(LC_ALL, "C");
-    }
+    void TearDown() override { UseNoCatalogue(); }
 };
 
 TEST_F(Translation, EveryIdOfTheReportsHasItsEnglishText) {

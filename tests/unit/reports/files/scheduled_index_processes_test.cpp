@@ -39,7 +39,7 @@ TEST_F(ScheduledIndex, RewritingWaitsForTheLock) {
                   tagReportIndexEntry entry = Entry("b", 1);
                   std::vector<tagReportIndexEntry> entries;
                   unsigned int reason = 77;
-                  return ScanReports().MakeIndexEntry(&entry) &&
+                  return reports::AppendScheduledEntry(&entry) &&
                                  ReadIndexEntry(1001, entries, 0, &reason) && entries.size() == 2
                              ? 0
                              : 1;
@@ -74,7 +74,7 @@ TEST_F(ScheduledIndex, FourProcessesAppendingLoseNothing) {
     Append("first", 1);
     InFourProcesses([](const std::string& name, int) {
         tagReportIndexEntry entry = Entry(name, 1);
-        ScanReports().MakeIndexEntry(&entry);
+        reports::AppendScheduledEntry(&entry);
     });
     EXPECT_EQ(Bytes().size(), kHeaderSize + 4001 * kRecordSize);
     std::vector<std::string> names = Listed(0);
@@ -90,7 +90,7 @@ TEST_F(ScheduledIndex, FourProcessesAppendingAndDeletingLeaveAFileThatParses) {
     Append("first", 1);
     InFourProcesses([](const std::string& name, int round) {
         tagReportIndexEntry entry = Entry(name, 1);
-        ScanReports().MakeIndexEntry(&entry);
+        reports::AppendScheduledEntry(&entry);
         if (round % 2 == 1) {
             unsigned int reason = 0;
             DeleteReportForFile(1001, name.c_str(), 0, &reason);

@@ -66,20 +66,20 @@ TEST_F(ScheduledIndex, ALinkInItsPlaceIsNotFollowed) {
     EXPECT_FALSE(WriteIndexEntry(1001, entries, &err));
     EXPECT_EQ(err, 1002U);
     tagReportIndexEntry entry = Entry("b", 1);
-    EXPECT_FALSE(ScanReports().MakeIndexEntry(&entry));
+    EXPECT_FALSE(reports::AppendScheduledEntry(&entry));
     EXPECT_EQ(ReadFile(elsewhere), before);
     fs::remove(elsewhere);
-    EXPECT_FALSE(ScanReports().MakeIndexEntry(&entry)) << "nor does it create a file";
+    EXPECT_FALSE(reports::AppendScheduledEntry(&entry)) << "nor does it create a file";
     EXPECT_FALSE(WriteIndexEntry(1001, entries, &err));
     EXPECT_FALSE(fs::exists(elsewhere));
 }
 
 TEST_F(ScheduledIndex, ANullEntryOrAMissingFolderFails) {
-    EXPECT_FALSE(ScanReports().MakeIndexEntry(nullptr));
+    EXPECT_FALSE(reports::AppendScheduledEntry(nullptr));
     EXPECT_FALSE(fs::exists(kIndex));
     fs::remove_all(kReports);
     tagReportIndexEntry entry = Entry("x", 1);
-    EXPECT_FALSE(ScanReports().MakeIndexEntry(&entry)) << "the folder is missing";
+    EXPECT_FALSE(reports::AppendScheduledEntry(&entry)) << "the folder is missing";
 }
 
 TEST_F(ScheduledIndex, AMissingIndexIsError1001) {
@@ -135,7 +135,7 @@ TEST_F(ScheduledIndex, NobodyWaitsAtAFifo) {
     EXPECT_FALSE(WriteIndexEntry(1001, entries, &err));
     EXPECT_EQ(err, 1002U);
     tagReportIndexEntry entry{};
-    EXPECT_FALSE(ScanReports().MakeIndexEntry(&entry));
+    EXPECT_FALSE(reports::AppendScheduledEntry(&entry));
     // Nor is anything written to one that somebody reads.
     const common::FileDescriptor reader(open(kIndex, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     EXPECT_FALSE(WriteIndexEntry(1001, entries, &err));

@@ -67,7 +67,7 @@ TEST_F(ScheduledIndex, AFileWithAnotherNameIsNotWritten) {
     EXPECT_FALSE(WriteIndexEntry(1001, entries, &err));
     EXPECT_EQ(err, 1002U);
     tagReportIndexEntry entry = Entry("b", 1);
-    EXPECT_FALSE(ScanReports().MakeIndexEntry(&entry));
+    EXPECT_FALSE(reports::AppendScheduledEntry(&entry));
     EXPECT_EQ(ReadFile(victim), before);
 }
 
