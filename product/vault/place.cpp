@@ -2,14 +2,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <pwd.h>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
+
+#include "common/user_folders.h"
 
 namespace vault {
 
@@ -17,20 +16,6 @@ namespace {
 
 constexpr mode_t kPrivate = 0700;
 constexpr int kFolderFlags = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
-std::string AbsolutePathIn(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value != nullptr && *value == '/' ? value : "";
-}
-
-std::string HomeOfRecord() {
-    std::vector<char> buffer(16384);
-    passwd entry{};
-    passwd* found = nullptr;
-    const bool isKnown = getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == 0 &&
-                         found != nullptr && entry.pw_dir != nullptr && *entry.pw_dir == '/';
-    return isKnown ? entry.pw_dir : "";
-}
 
 // Who may write by an access control list shows, too: its mask stands in the group's bits.
 bool IsForOthersToWrite(const struct stat& status) {
@@ -91,12 +76,7 @@ std::string PathOfVault() {
     if (geteuid() == 0) {
         return kVaultOfRoot;
     }
-    std::string data = AbsolutePathIn("XDG_DATA_HOME");
-    if (data.empty()) {
-        std::string home = AbsolutePathIn("HOME");
-        home = home.empty() ? HomeOfRecord() : home;
-        data = home.empty() ? "" : home + "/.local/share";
-    }
+    const std::string data = common::UserFolder("XDG_DATA_HOME", "/.local/share");
     return data.empty() ? "" : data + "/corvane/vault";
 }
 
