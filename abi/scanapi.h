@@ -48,7 +48,9 @@ struct tagZQFILEINFO {
     std::int16_t code;                   ///< EngineMessage
     char fileName[kEngineFileNameSize];  ///< inside an archive: the member being scanned
     char reserved1[6];
-    char virusName[kEngineVirusNameSize];  ///< terminated, so at most 49 bytes of name
+    /// Terminated, so at most 49 bytes of name. Of a file that cannot be read: why, in a few words
+    /// of English, or empty; an engine need not say.
+    char virusName[kEngineVirusNameSize];
     std::uint16_t detectionClass;
     std::uint16_t detectionSubClass;
     char reserved2[10];

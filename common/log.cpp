@@ -7,15 +7,19 @@
 #include "common/io.h"
 #include "common/shared_file.h"
 
-void WriteToLog(const char* path, const char* message) {
-    if (path == nullptr || message == nullptr) {
-        return;
-    }
-    const common::FileDescriptor log = common::OpenSharedFile(path, O_WRONLY | O_APPEND, 0600);
+bool common::AppendToLog(const char* path, std::string_view message) {
+    const FileDescriptor log = OpenSharedFile(path, O_WRONLY | O_APPEND, 0600);
     if (!log) {
-        return;
+        return false;
     }
     // One write, so that a line of another process does not land inside this one.
-    common::WriteAll(log.Get(), std::string(message) + "\n");
+    const bool isWritten = WriteAll(log.Get(), std::string(message) + "\n");
     (void)::fchmod(log.Get(), 0644);
+    return isWritten;
+}
+
+void WriteToLog(const char* path, const char* message) {
+    if (path != nullptr && message != nullptr) {
+        (void)common::AppendToLog(path, message);
+    }
 }

@@ -1,8 +1,14 @@
 #pragma once
 
+#include <string_view>
+
 namespace common {
 
 inline constexpr char kCommonLog[] = "/zqcommon.log";
+
+/// Appends `message` and a newline to the log at `path`, creating it; its mode becomes 0644. False
+/// when that could not be done whole. Any thread.
+bool AppendToLog(const char* path, std::string_view message);
 
 }  // namespace common
 

@@ -21,6 +21,7 @@
 #include "scan/run/file_count.h"
 #include "scan/scan_event.h"
 #include "scan/scan_thread.h"
+#include "scan/unread_files_dialog.h"
 #include "widgets/messages.h"
 
 namespace {
@@ -68,6 +69,7 @@ dlgScnPrgrs::dlgScnPrgrs(QWidget* parent, const char* name, bool modal, Qt::Wind
     connect(m_ui->btnStop, &QPushButton::clicked, this, &dlgScnPrgrs::OnStopClick);
     connect(m_ui->btnViewRpt, &QPushButton::clicked, this, &dlgScnPrgrs::OnViewRptClick);
     connect(m_ui->btnClose, &QPushButton::clicked, this, &dlgScnPrgrs::OnScnCloseClick);
+    connect(m_ui->btnNotRead, &QPushButton::clicked, this, &dlgScnPrgrs::ShowUnreadFiles);
     init();
 }
 
@@ -239,7 +241,10 @@ void dlgScnPrgrs::ShowScanningFile(const ZqEvent& event, std::uint32_t count) {
 }
 
 void dlgScnPrgrs::ShowScanFinished(bool wasStopped) {
-    m_ui->scanNote->ShowOutcome(Run().State().infected, wasStopped);
+    const std::size_t unread = Run().Unread().Count();
+    m_ui->scanNote->ShowOutcome(Run().State().infected, unread, wasStopped);
+    m_ui->btnNotRead->setText(tr("&Not read: %1...").arg(unread));
+    m_ui->btnNotRead->setVisible(unread != 0);
     QApplication::alert(this);  // the user may be elsewhere by now
     m_running = false;
     m_showTimer.stop();
@@ -327,6 +332,10 @@ void dlgScnPrgrs::OnViewRptClick() {
     const short listedKind = std::exchange(g_siRptKind, kScanReports);
     dlgReport(this).exec();
     g_siRptKind = listedKind;
+}
+
+void dlgScnPrgrs::ShowUnreadFiles() {
+    UnreadFilesDialog(Run().Unread(), this).exec();
 }
 
 void dlgScnPrgrs::closeEvent(QCloseEvent* event) {

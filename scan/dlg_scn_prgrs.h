@@ -57,6 +57,7 @@ protected:
 private:
     void init();
     void destroy();
+    void ShowUnreadFiles();
 
     /// Shows a step and `count`, the new value of the counter that it raised.
     void ShowStep(const ZqEvent& event, std::uint32_t count, bool wasStopped);

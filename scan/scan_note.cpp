@@ -11,6 +11,7 @@ namespace {
 constexpr QColor kClean(46, 160, 67);
 constexpr QColor kInfected(218, 54, 51);
 constexpr QColor kStopped(128, 128, 128);
+constexpr QColor kPartly(191, 135, 0);
 constexpr float kGroundStrength = 0.16F;  // the text stays readable on light and on dark
 constexpr int kBarWidth = 4;
 constexpr int kRounding = 4;
@@ -61,22 +62,37 @@ void ScanNote::ShowStopping() {
     Show(tr("Stopping after this file..."), std::nullopt, QColor());
 }
 
-void ScanNote::ShowOutcome(std::uint32_t detections, bool wasStopped) {
-    QString found;
-    if (detections == 0) {
-        found = wasStopped ? tr("Nothing was found until then.") : tr("Nothing was found.");
+QString ScanNote::OutcomeText(std::uint32_t detections, std::size_t unread, bool wasStopped) {
+    QString text;
+    if (detections == 1) {
+        text = tr("1 detection.");
+    } else if (detections > 1) {
+        text = tr("%1 detections.").arg(detections);
+    } else if (wasStopped) {
+        text = tr("Nothing was found until then.");
     } else {
-        found = detections == 1 ? tr("1 detection.") : tr("%1 detections.").arg(detections);
+        text = unread == 0 ? tr("Nothing was found.") : tr("Nothing was found in what was read.");
     }
     if (wasStopped) {
-        found.prepend(tr("Stopped before the end.") + u' ');
+        text.prepend(tr("Stopped before the end.") + u' ');
     }
+    if (unread != 0) {
+        text += u' ' + (unread == 1 ? tr("1 file was not read.")
+                                    : tr("%1 files were not read.").arg(unread));
+    }
+    return text;
+}
+
+void ScanNote::ShowOutcome(std::uint32_t detections, std::size_t unread, bool wasStopped) {
+    const QString text = OutcomeText(detections, unread, wasStopped);
     if (detections > 0) {
-        Show(found, QStyle::SP_MessageBoxWarning, kInfected);
+        Show(text, QStyle::SP_MessageBoxWarning, kInfected);
     } else if (wasStopped) {
-        Show(found, QStyle::SP_MessageBoxInformation, kStopped);
+        Show(text, QStyle::SP_MessageBoxInformation, kStopped);
+    } else if (unread > 0) {
+        Show(text, QStyle::SP_MessageBoxInformation, kPartly);
     } else {
-        Show(found, QStyle::SP_DialogApplyButton, kClean);
+        Show(text, QStyle::SP_DialogApplyButton, kClean);
     }
 }
 

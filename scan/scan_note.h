@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
@@ -23,13 +24,15 @@ public:
     /// The scan was asked to stop and will ask back when it is done with its file.
     void ShowStopping();
 
-    /// `detections`: how many were counted, of which one archive may hold several.
-    void ShowOutcome(std::uint32_t detections, bool wasStopped);
+    /// `detections`: how many were counted, of which one archive may hold several. `unread`: how
+    /// many files were not read, of which nothing is known.
+    void ShowOutcome(std::uint32_t detections, std::size_t unread, bool wasStopped);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    static QString OutcomeText(std::uint32_t detections, std::size_t unread, bool wasStopped);
     [[nodiscard]] int PictureSize() const;
     void Show(const QString& text, std::optional<QStyle::StandardPixmap> picture,
               const QColor& tone);

@@ -409,6 +409,18 @@ Prüfen Sie eine Datei oder einen Ordner: Der Bericht steht dann hier.</translat
 <context>
     <name>ScanNote</name>
     <message>
+        <source>Nothing was found in what was read.</source>
+        <translation>In dem, was gelesen wurde, wurde nichts gefunden.</translation>
+    </message>
+    <message>
+        <source>1 file was not read.</source>
+        <translation>1 Datei wurde nicht gelesen.</translation>
+    </message>
+    <message>
+        <source>%1 files were not read.</source>
+        <translation>%1 Dateien wurden nicht gelesen.</translation>
+    </message>
+    <message>
         <source>Stopping after this file...</source>
         <translation>Der Scan hält nach dieser Datei an …</translation>
     </message>
@@ -651,6 +663,41 @@ ist länger als 255 Bytes. Es wurde nichts gescannt; um sie zu scannen, bitte ei
     <message>
         <source>Bad or Missing Configuration</source>
         <translation>Die Konfiguration fehlt oder ist fehlerhaft</translation>
+    </message>
+</context>
+<context>
+    <name>UnreadFilesDialog</name>
+    <message>
+        <source>Files not read</source>
+        <translation>Nicht gelesene Dateien</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>Datei</translation>
+    </message>
+    <message>
+        <source>Reason</source>
+        <translation>Grund</translation>
+    </message>
+    <message>
+        <source>C&amp;opy list</source>
+        <translation>Liste k&amp;opieren</translation>
+    </message>
+    <message>
+        <source>Copy the whole list as text (Alt+O)</source>
+        <translation>Die ganze Liste als Text kopieren (Alt+O)</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>S&amp;chließen</translation>
+    </message>
+    <message>
+        <source>Nothing is known about these files: they were not read, or not to their end.</source>
+        <translation>Über diese Dateien ist nichts bekannt: Sie wurden nicht oder nicht bis zum Ende gelesen.</translation>
+    </message>
+    <message>
+        <source>The first %1 of %2 are listed.</source>
+        <translation>Die ersten %1 von %2 sind aufgelistet.</translation>
     </message>
 </context>
 <context>
@@ -1416,6 +1463,14 @@ Prüfen Sie den Drucker oder den Platz für die Datei, in die gedruckt wird.</tr
 </context>
 <context>
     <name>dlgScnPrgrs</name>
+    <message>
+        <source>&amp;Not read: %1...</source>
+        <translation>&amp;Nicht gelesen: %1 …</translation>
+    </message>
+    <message>
+        <source>List the files that were not read (Alt+N)</source>
+        <translation>Die nicht gelesenen Dateien auflisten (Alt+N)</translation>
+    </message>
     <message>
         <source>Corvane Scanner</source>
         <translation>Corvane-Scanner</translation>

@@ -432,6 +432,18 @@ Scan a file or a folder: its report will be here.</translation>
         <source>Stopped before the end.</source>
         <translation>Stopped before the end.</translation>
     </message>
+    <message>
+        <source>Nothing was found in what was read.</source>
+        <translation>Nothing was found in what was read.</translation>
+    </message>
+    <message>
+        <source>1 file was not read.</source>
+        <translation>1 file was not read.</translation>
+    </message>
+    <message>
+        <source>%1 files were not read.</source>
+        <translation>%1 files were not read.</translation>
+    </message>
 </context>
 <context>
     <name>ScanPage</name>
@@ -651,6 +663,41 @@ is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above i
     <message>
         <source>Bad or Missing Configuration</source>
         <translation>Bad or Missing Configuration</translation>
+    </message>
+</context>
+<context>
+    <name>UnreadFilesDialog</name>
+    <message>
+        <source>Files not read</source>
+        <translation>Files not read</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>File</translation>
+    </message>
+    <message>
+        <source>Reason</source>
+        <translation>Reason</translation>
+    </message>
+    <message>
+        <source>C&amp;opy list</source>
+        <translation>C&amp;opy list</translation>
+    </message>
+    <message>
+        <source>Copy the whole list as text (Alt+O)</source>
+        <translation>Copy the whole list as text (Alt+O)</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>&amp;Close</translation>
+    </message>
+    <message>
+        <source>Nothing is known about these files: they were not read, or not to their end.</source>
+        <translation>Nothing is known about these files: they were not read, or not to their end.</translation>
+    </message>
+    <message>
+        <source>The first %1 of %2 are listed.</source>
+        <translation>The first %1 of %2 are listed.</translation>
     </message>
 </context>
 <context>
@@ -1507,6 +1554,14 @@ Check the printer, or the room for the file that is printed to.</translation>
     <message>
         <source>Do you want to stop scan?</source>
         <translation>Do you want to stop scan?</translation>
+    </message>
+    <message>
+        <source>List the files that were not read (Alt+N)</source>
+        <translation>List the files that were not read (Alt+N)</translation>
+    </message>
+    <message>
+        <source>&amp;Not read: %1...</source>
+        <translation>&amp;Not read: %1...</translation>
     </message>
 </context>
 <context>

@@ -11,16 +11,34 @@ namespace {
 
 constexpr std::string_view kCutMark = "...";
 
+// As much of a text as a field of `size` bytes holds, and a mark where it was cut.
+std::string CutToField(std::string_view text, std::size_t size) {
+    if (text.size() < size) {
+        return std::string(text);
+    }
+    return std::string(text.substr(0, size - 1 - kCutMark.size())).append(kCutMark);
+}
+
 }  // namespace
 
-void PutFileName(tagZQFILEINFO& info, std::string_view fileName) {
-    if (fileName.size() < kEngineFileNameSize) {
-        common::CopyToField(info.fileName, fileName);
-        return;
+std::string_view WhyUnread(const scanning::ScanOutcome& outcome) {
+    if (outcome.verdict == scanning::Verdict::Stopped) {
+        return "the scan of it was stopped";
     }
-    std::string cut(fileName.substr(0, kEngineFileNameSize - 1 - kCutMark.size()));
-    cut += kCutMark;
-    common::CopyToField(info.fileName, cut);
+    return outcome.reason.empty() ? "it could not be read whole" : std::string_view(outcome.reason);
+}
+
+void PutFileName(tagZQFILEINFO& info, std::string_view fileName) {
+    common::CopyToField(info.fileName, CutToField(fileName, kEngineFileNameSize));
+}
+
+void Conversation::SayUnread(const scanning::ScanOutcome& outcome) {
+    tagZQFILEINFO info{};
+    info.code = kMsgCannotRead;
+    PutFileName(info, m_file.Path());
+    common::CopyToField(info.virusName,
+                        CutToField(common::Escaped(WhyUnread(outcome)), kEngineVirusNameSize));
+    m_callback(&info, m_context);
 }
 
 int Conversation::Say(std::int16_t code, std::string_view fileName, std::string_view virusName) {
@@ -63,7 +81,7 @@ bool Conversation::Conclude(const scanning::ScanOutcome& outcome) {
         case scanning::Verdict::Stopped:
             break;
     }
-    Say(kMsgCannotRead, m_file.Path());
+    SayUnread(outcome);
     return false;
 }
 

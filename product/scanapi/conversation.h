@@ -39,6 +39,7 @@ public:
 private:
     [[nodiscard]] std::string PathOf(std::string_view member) const;
     int Say(std::int16_t code, std::string_view fileName, std::string_view virusName = {});
+    void SayUnread(const scanning::ScanOutcome& outcome);
     void Detected(const scanning::ScanOutcome& outcome);
     void Delete(const std::string& virusName);
 
@@ -47,6 +48,9 @@ private:
     const TargetFile& m_file;
     const DisposalOf m_disposalOf;
 };
+
+/// Why a file was not read whole, in a few words.
+std::string_view WhyUnread(const scanning::ScanOutcome& outcome);
 
 /// Fills the name field; a name too long for it ends in "..." to show that it was cut.
 void PutFileName(tagZQFILEINFO& info, std::string_view fileName);

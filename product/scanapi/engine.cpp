@@ -30,13 +30,6 @@ scanning::ScanOutcome StoppedOutcome() {
     return outcome;
 }
 
-std::string_view ReasonOf(const scanning::ScanOutcome& outcome) {
-    if (outcome.verdict == scanning::Verdict::Stopped) {
-        return "the scan of it was stopped";
-    }
-    return outcome.reason.empty() ? "it could not be read whole" : std::string_view(outcome.reason);
-}
-
 }  // namespace
 
 std::shared_ptr<Engine> Engine::Start(const tagSCANAPI_OPTIONS& options) {
@@ -180,7 +173,7 @@ scanning::ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file,
     scanning::ScanOutcome outcome = Await(*scan, conversation);
     if (outcome.verdict == scanning::Verdict::Unreadable ||
         outcome.verdict == scanning::Verdict::Stopped) {
-        m_unread.Add(file->Path(), ReasonOf(outcome));
+        m_unread.Add(file->Path(), WhyUnread(outcome));
     }
     return outcome;
 }

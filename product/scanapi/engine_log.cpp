@@ -4,12 +4,15 @@
 
 #include "common/escaped_text.h"
 #include "common/log.h"
+#include "product/scanapi/user_log.h"
 
 namespace scanapi {
 
 void LogLine(const std::string& text) {
     const std::string line = "scanapi: " + text;
-    WriteToLog(common::kCommonLog, line.c_str());
+    if (!common::AppendToLog(common::kCommonLog, line)) {
+        AppendToUserLog(line);
+    }
 }
 
 void LogLeftOut(const std::string& path, std::string_view reason) {

@@ -7,7 +7,8 @@
 
 namespace scanapi {
 
-// What the engine writes to the common log: each a line, "scanapi: " and then a text. Any thread.
+// What the engine writes to the common log, or to the user's own where this process may not write
+// there (user_log.h): each a line, "scanapi: " and then a text. Any thread.
 
 /// `text` is our own words; what others chose in it was escaped.
 void LogLine(const std::string& text);

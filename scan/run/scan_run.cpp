@@ -76,6 +76,7 @@ void ScanRun::Begin() {
     m_isScanning = true;
     m_state.stopCount = false;
     m_state.answer = {};
+    m_unread.Clear();
     common::ResetRunCounters();
     m_start = std::time(nullptr);
     WriteTime(m_state.startTime, "Start Time : %H:%M:%S\r\n", m_start);
@@ -173,6 +174,9 @@ std::uint32_t ScanRun::Apply(const ScanStep& step) {
     if (step.type == kEvtPrompt) {
         m_asked = step.info != nullptr ? *step.info : tagZQFILEINFO{};
         m_state.askedAbout = &m_asked;
+    }
+    if (step.type == kEvtUnreadable && step.info != nullptr) {
+        m_unread.Add(*step.info);
     }
     return RecordStep(step, m_state, m_stop);
 }

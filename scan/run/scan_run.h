@@ -10,6 +10,7 @@
 #include "scan/run/scan_listener.h"
 #include "scan/run/scan_state.h"
 #include "scan/run/stop_flag.h"
+#include "scan/run/unread_files.h"
 
 namespace scan {
 
@@ -89,6 +90,9 @@ public:
     /// State().askedAbout points to.
     std::uint32_t Apply(const ScanStep& step);
 
+    /// Of the steps that Apply() was given since Begin().
+    [[nodiscard]] const UnreadFiles& Unread() const { return m_unread; }
+
     // Any thread.
 
     /// Answers the open question.
@@ -114,6 +118,7 @@ private:
     std::time_t m_start = 0;
     std::atomic<bool> m_isScanning{false};
     tagZQFILEINFO m_asked{};  // what the prompt asks about
+    UnreadFiles m_unread;
 };
 
 }  // namespace scan

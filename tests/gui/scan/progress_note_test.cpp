@@ -34,9 +34,12 @@ protected:
         m_dialog->Send(kEvtConfirmStop, "/t");
     }
     /// A new dialog, at the end of its scan.
-    void Finish(std::uint32_t infected, bool isStopped) {
+    void Finish(std::uint32_t infected, bool isStopped, int unread = 0) {
         m_dialog = std::make_unique<SendableProgress>();
         g_uiInfCnt = infected;
+        for (int i = 0; i < unread; ++i) {
+            m_dialog->Send(kEvtUnreadable, m_info);
+        }
         if (isStopped) {
             m_dialog->m_stop.Set();
         }
@@ -119,6 +122,28 @@ TEST_F(Note, TheEndInWords) {
     }
 }
 
+TEST_F(Note, WhatWasNotReadIsPartOfTheEnd) {
+    const struct {
+        std::uint32_t infected;
+        bool isStopped;
+        int unread;
+        const char* words;
+    } kEnds[] = {
+        {0, false, 1, "Nothing was found in what was read. 1 file was not read."},
+        {0, false, 2, "Nothing was found in what was read. 2 files were not read."},
+        {1, false, 2, "1 detection. 2 files were not read."},
+        {0, true, 1, "Stopped before the end. Nothing was found until then. 1 file was not read."},
+    };
+    for (const auto& end : kEnds) {
+        Finish(end.infected, end.isStopped, end.unread);
+        EXPECT_EQ(Said(), end.words);
+    }
+    Finish(0, false);
+    const QImage clean = Picture();
+    Finish(0, false, 1);
+    EXPECT_FALSE(clean == Picture()) << "that is not a clean bill of health";
+}
+
 TEST_F(Note, TheEndInPicturesAndColours) {
     Finish(0, false);
     const QImage clean = Picture();
@@ -136,13 +161,15 @@ TEST_F(Note, TheEndInPicturesAndColours) {
 TEST_F(Note, ItsWordsCanBeReadInEveryPalette) {
     for (const std::uint32_t infected : {0U, 1U}) {
         for (const QPalette& palette : {LightPalette(), DarkPalette(), DimPalette()}) {
-            Finish(infected, false);
-            m_dialog->setPalette(palette);
-            m_dialog->resize(600, 400);
-            const QImage picture = Find<ScanNote>("scanNote")->grab().toImage();
-            const QColor ground = picture.pixelColor(picture.width() - 6, picture.height() / 2);
-            EXPECT_NE(ground, palette.color(QPalette::Window)) << "tinted";
-            EXPECT_GE(ContrastRatio(palette.color(QPalette::WindowText), ground), 4.5);
+            for (const int unread : {0, 1}) {
+                Finish(infected, false, unread);
+                m_dialog->setPalette(palette);
+                m_dialog->resize(600, 400);
+                const QImage picture = Find<ScanNote>("scanNote")->grab().toImage();
+                const QColor ground = picture.pixelColor(picture.width() - 6, picture.height() / 2);
+                EXPECT_NE(ground, palette.color(QPalette::Window)) << "tinted";
+                EXPECT_GE(ContrastRatio(palette.color(QPalette::WindowText), ground), 4.5);
+            }
         }
     }
 }

@@ -123,6 +123,7 @@ TEST_F(HostileFilesTest, AFileThatMayNotBeReadIsReported) {
     EXPECT_EQ(result, 0);
     EXPECT_EQ(Codes(), (Numbers{1005}));
     EXPECT_EQ(Files(1005), (std::vector<std::string>{path}));
+    EXPECT_EQ(m_messages.back().virus, "it may not be read");
 }
 
 TEST_F(HostileFilesTest, AFileThatVanishesOnceOpenIsScannedAllTheSame) {

@@ -125,6 +125,7 @@ TEST_F(ProcessesTest, AKilledWorkerCostsTheFileItWasAt) {
     EXPECT_EQ(Scan(path), 0);
     ASSERT_TRUE(isKilled);
     EXPECT_EQ(Files(1005), (std::vector<std::string>{path}));
+    EXPECT_EQ(m_messages.back().virus, "the scan of it was killed, for want of memory ...");
     EXPECT_TRUE(Files(1002).empty());
     EXPECT_NE(ReadAll("/zqcommon.log")
                   .find("scanapi: (" + path +

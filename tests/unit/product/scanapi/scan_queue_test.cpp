@@ -160,36 +160,4 @@ TEST(SharedMemoryTest, WhoWritesCannotTakeItAway) {
     EXPECT_EQ(::ftruncate(memory.Descriptor(), 0), -1);
 }
 
-TEST(UnreadLogTest, ALineEachAndThenTheirNumber) {
-    if (!InSandbox()) {
-        GTEST_SKIP() << "writes /zqcommon.log: runs in tests/support/sandbox only";
-    }
-    std::filesystem::remove("/zqcommon.log");
-    {
-        scanapi::UnreadLog log;
-        log.Add("/a\nscanapi: forged",
-                "en\x1b"
-                "crypted");
-        EXPECT_EQ(ReadFile("/zqcommon.log"),
-                  "scanapi: (/a\\u{000a}scanapi: forged) was not read: en\\u{001b}crypted\n");
-        std::filesystem::remove("/zqcommon.log");
-        for (int i = 1; i < 1003; ++i) {
-            log.Add("/f", "why");
-        }
-        const std::string lines = ReadFile("/zqcommon.log");
-        EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 999);
-        std::filesystem::remove("/zqcommon.log");
-        log.BeginRun();
-        EXPECT_EQ(ReadFile("/zqcommon.log"), "scanapi: 3 more files were not read\n");
-        std::filesystem::remove("/zqcommon.log");
-        log.BeginRun();
-        EXPECT_EQ(ReadFile("/zqcommon.log"), "");
-        for (int i = 0; i < 1001; ++i) {
-            log.Add("/f", "why");
-        }
-        std::filesystem::remove("/zqcommon.log");
-    }
-    EXPECT_EQ(ReadFile("/zqcommon.log"), "scanapi: 1 more files were not read\n");
-}
-
 }  // namespace

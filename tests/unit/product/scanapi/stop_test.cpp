@@ -72,6 +72,7 @@ TEST_F(StopTest, WithinOneLargeMember) {
 
     // The user changed his mind: what was broken off is not read, and the next files are scanned.
     EXPECT_EQ(Files(1005), (std::vector<std::string>{path}));
+    EXPECT_EQ(m_messages.back().virus, "the scan of it was stopped");
     m_stop = false;
     m_answer = nullptr;
     m_messages.clear();
