@@ -173,7 +173,7 @@ void HostSession::HearWorker(const scanwire::Worker& worker,
     place.link = WorkerLink::Make(worker, std::move(descriptors.front()));
     if (place.link == nullptr) {
         // It has ended already, or there is no memory for it now: the next may fare better.
-        m_toHost.push_back(scanwire::Written(scanwire::Replace{worker.worker, worker.generation}));
+        AskForAnother(worker);
         CountUseless();
     }
 }
@@ -231,8 +231,11 @@ void HostSession::ListenTo(Place& place) {
 // Why it ended, the host will say. One that only closed its socket is ended by this.
 void HostSession::AwaitEnd(Place& place) {
     place.silentSince = Clock::now();
-    m_toHost.push_back(scanwire::Written(
-        scanwire::Replace{place.link->Which().worker, place.link->Which().generation}));
+    AskForAnother(place.link->Which());
+}
+
+void HostSession::AskForAnother(const scanwire::Worker& worker) {
+    m_toHost.push_back(scanwire::Written(scanwire::Replace{worker.worker, worker.generation}));
 }
 
 void HostSession::LookAfter() {
@@ -285,8 +288,7 @@ void HostSession::GiveWork() {
 
 // Those who wait for what it was at wait no longer; the host does the rest.
 void HostSession::Replace(Place& place, std::string_view blame) {
-    m_toHost.push_back(scanwire::Written(
-        scanwire::Replace{place.link->Which().worker, place.link->Which().generation}));
+    AskForAnother(place.link->Which());
     if (!blame.empty()) {
         place.link->BlameTheOneAtHand(blame);
     }

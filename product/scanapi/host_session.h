@@ -70,6 +70,7 @@ private:
     void TalkToWorkers();
     void ListenTo(Place& place);
     void AwaitEnd(Place& place);
+    void AskForAnother(const scanwire::Worker& worker);
     void LookAfter();
     void GiveWork();
     WorkerLink* NextToTake();

@@ -87,11 +87,15 @@ void ScanPool::BeginRun() {
     const std::lock_guard lock(m_mutex);
     m_restarts = 0;
     if (!m_cancelled && !m_hopeless) {
-        // Also of a pool that gave up: what comes from now on waits for the next host.
-        m_state = m_state == State::kFailed ? State::kLoading : m_state;
-        m_queue.Open();
+        AwaitNextHost();
     }
     m_changed.notify_all();
+}
+
+// With the mutex held. Also of a pool that gave up: what comes from now on waits for the next host.
+void ScanPool::AwaitNextHost() {
+    m_state = m_state == State::kFailed ? State::kLoading : m_state;
+    m_queue.Open();
 }
 
 void ScanPool::Cancel() {
@@ -192,8 +196,8 @@ bool ScanPool::MayStartAgain(const std::string& why) {
     if (m_cancelled) {
         return false;
     }
-    m_state = m_state == State::kFailed ? State::kLoading : m_state;
-    m_queue.Open();
+    // Once more: the run may have begun before this gave up.
+    AwaitNextHost();
     return true;
 }
 

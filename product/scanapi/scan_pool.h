@@ -74,6 +74,7 @@ private:
     bool RunHost();
     bool MayStartAgain(const std::string& why);
     void GiveUp(const scanning::ScanOutcome& outcome);
+    void AwaitNextHost();
     void OnLeftOut(const std::string& path, const std::string& reason) override;
     void OnLoaded(std::uint64_t memory) override;
     void OnNotLoaded(const std::string& reason) override;

@@ -147,40 +147,40 @@ bool WorkerLink::Take(scanwire::FromWorker record) {
         return TakeVerdict(std::move(*verdict));
     }
     auto& member = std::get<scanwire::Member>(record);
-    const auto scan = Find(member.id);
-    return scan != nullptr && scan->Tell(std::move(member.name));
+    const auto place = Find(member.id);
+    return place && place->item->scan->Tell(std::move(member.name));
 }
 
 // Verdicts come in no order that counts, but only on what is under way.
 bool WorkerLink::TakeVerdict(scanwire::FileVerdict verdict) {
-    for (auto batch = m_batches.begin(); batch != m_batches.end(); ++batch) {
-        const auto found =
-            std::find_if(batch->items.begin(), batch->items.end(),
-                         [&](const UnderWay& each) { return each.id == verdict.id; });
-        if (found == batch->items.end()) {
-            continue;
-        }
-        found->scan->Finish(std::move(verdict.outcome));
-        batch->items.erase(found);
-        if (batch->items.empty()) {
-            m_batches.erase(batch);
-        }
-        m_finishedOne = true;
-        m_hasFinishedAny = true;
-        return true;
+    const auto place = Find(verdict.id);
+    if (!place) {
+        return false;
     }
-    return false;
+    TakeOut(*place)->Finish(std::move(verdict.outcome));
+    m_finishedOne = true;
+    m_hasFinishedAny = true;
+    return true;
 }
 
-std::shared_ptr<PendingScan> WorkerLink::Find(std::uint32_t id) const {
-    for (const Batch& batch : m_batches) {
-        for (const UnderWay& each : batch.items) {
-            if (each.id == id) {
-                return each.scan;
-            }
+std::optional<WorkerLink::Place> WorkerLink::Find(std::uint32_t id) {
+    for (auto batch = m_batches.begin(); batch != m_batches.end(); ++batch) {
+        const auto item = std::find_if(batch->items.begin(), batch->items.end(),
+                                       [&](const UnderWay& each) { return each.id == id; });
+        if (item != batch->items.end()) {
+            return Place{batch, item};
         }
     }
-    return nullptr;
+    return std::nullopt;
+}
+
+std::shared_ptr<PendingScan> WorkerLink::TakeOut(const Place& place) {
+    auto scan = std::move(place.item->scan);
+    place.batch->items.erase(place.item);
+    if (place.batch->items.empty()) {
+        m_batches.erase(place.batch);
+    }
+    return scan;
 }
 
 bool WorkerLink::HasOneToBreakOff() const {
@@ -238,24 +238,9 @@ bool WorkerLink::BlameTheOneAtHand(std::string_view reason) {
     if (!hadBegun && m_batches.front().items.front().scan->TimesBegunAgain() < kMaxTries) {
         return false;
     }
-    auto batch = std::find_if(m_batches.begin(), m_batches.end(), [&](const Batch& each) {
-        return std::any_of(each.items.begin(), each.items.end(),
-                           [&](const UnderWay& item) { return item.id == atHand; });
-    });
     // It says so itself; where what it says cannot be, it was at the first.
-    if (batch == m_batches.end()) {
-        batch = m_batches.begin();
-    }
-    auto item = std::find_if(batch->items.begin(), batch->items.end(),
-                             [&](const UnderWay& each) { return each.id == atHand; });
-    if (item == batch->items.end()) {
-        item = batch->items.begin();
-    }
-    item->scan->FinishUnread(reason);
-    batch->items.erase(item);
-    if (batch->items.empty()) {
-        m_batches.erase(batch);
-    }
+    const Place first{m_batches.begin(), m_batches.front().items.begin()};
+    TakeOut(Find(atHand).value_or(first))->FinishUnread(reason);
     return hadBegun;
 }
 

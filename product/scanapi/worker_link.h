@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -83,6 +84,11 @@ private:
         std::size_t slot = 0;
         std::deque<UnderWay> items;  ///< unfinished
     };
+    /// Where an unfinished scan stands.
+    struct Place {
+        std::deque<Batch>::iterator batch;
+        std::deque<UnderWay>::iterator item;
+    };
 
     WorkerLink(const scanwire::Worker& worker, common::FileDescriptor socket, SharedMemory region,
                SharedMemory hand);
@@ -91,7 +97,8 @@ private:
     bool Load(PendingScan& scan, scanwire::Item& item, std::size_t& end) const;
     bool Take(scanwire::FromWorker record);
     bool TakeVerdict(scanwire::FileVerdict verdict);
-    [[nodiscard]] std::shared_ptr<PendingScan> Find(std::uint32_t id) const;
+    [[nodiscard]] std::optional<Place> Find(std::uint32_t id);
+    std::shared_ptr<PendingScan> TakeOut(const Place& place);
     [[nodiscard]] std::chrono::nanoseconds Computed() const;
 
     const scanwire::Worker m_worker;
