@@ -112,4 +112,18 @@ using PFNCLOSEFILE = int (*)(std::uint64_t* handle);                   ///< nonz
 using PFNSCANFILEEX = int (*)(std::uint64_t handle, void* context);    ///< 1 on success
 using PFNRESETFPTFLAGS = void (*)();
 
+/// "ZqFilesAhead", which an engine may be without: these files come next, in this order. Between
+/// ZqInitScan and ZqDeinitScan; on the thread that calls ZqOpenFile and ZqScanFileEx, between two
+/// files.
+///
+/// `folder` is the open folder that holds the files and stays the caller's; `path` is its path. The
+/// name given to ZqOpenFile will be `path`, a "/" unless it ends in one, and the file's name.
+/// Nothing may come of it: a file told of may be gone, another or never opened, and files may be
+/// opened that were not told of. The same path told twice will be opened twice. With a `count` of 0
+/// the rest counts for nothing and all that was told before is forgotten.
+///
+/// The engine copies what it needs, never blocks and calls nothing back.
+using PFNFILESAHEAD = void (*)(int folder, const char* path, const char* const* names,
+                               std::size_t count);
+
 inline constexpr char kScanApiLibrary[] = "scanapi.so";

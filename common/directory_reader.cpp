@@ -20,12 +20,13 @@ mode_t TypeOf(int directory, const DirectoryEntry& entry) {
 void DirectoryReader::Start(int directory, Want want) {
     m_directory = directory;
     m_request = want == Want::kAll ? kSize : kFirstFew;
-    m_end = m_position = m_ahead = m_aheadCount = 0;
+    m_end = m_position = 0;
+    m_offset = 0;
     m_entriesRead = 0;
 }
 
 bool DirectoryReader::Fill() {
-    m_end = m_position = m_ahead = m_aheadCount = 0;
+    m_end = m_position = 0;
     if (m_directory < 0) {
         return false;
     }
@@ -39,11 +40,12 @@ bool DirectoryReader::Fill() {
     return true;
 }
 
-std::optional<DirectoryEntry> DirectoryReader::Take(std::size_t& position) const {
-    while (position < m_end) {
+std::optional<DirectoryEntry> DirectoryReader::Take() {
+    while (m_position < m_end) {
         // The kernel aligns every record, and the block is aligned.
-        const auto* record = reinterpret_cast<const dirent64*>(m_bytes.data() + position);
-        position += record->d_reclen;
+        const auto* record = reinterpret_cast<const dirent64*>(m_bytes.data() + m_position);
+        m_position += record->d_reclen;
+        m_offset = record->d_off;
         const char* name = static_cast<const char*>(record->d_name);
         if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) {
             continue;
@@ -55,28 +57,12 @@ std::optional<DirectoryEntry> DirectoryReader::Take(std::size_t& position) const
 
 std::optional<DirectoryEntry> DirectoryReader::Next() {
     do {
-        const bool wasAhead = m_position < m_ahead;
-        if (const auto entry = Take(m_position)) {
-            if (wasAhead && m_aheadCount > 0) {
-                --m_aheadCount;
-            }
+        if (const auto entry = Take()) {
             ++m_entriesRead;
             return entry;
         }
     } while (Fill());
     return std::nullopt;
-}
-
-std::optional<DirectoryEntry> DirectoryReader::NextAhead() {
-    if (m_ahead < m_position) {
-        m_ahead = m_position;
-        m_aheadCount = 0;
-    }
-    const auto entry = Take(m_ahead);
-    if (entry) {
-        ++m_aheadCount;
-    }
-    return entry;
 }
 
 }  // namespace common

@@ -23,8 +23,7 @@ struct DirectoryEntry {
 mode_t TypeOf(int directory, const DirectoryEntry& entry);
 
 /// Reads the entries of an open directory in the order of the file system, block by block as the
-/// kernel hands them out. The names stay where they were written, so one may look ahead within a
-/// block without copying them. An object is for one thread.
+/// kernel hands them out. The names stay where they were written. An object is for one thread.
 class DirectoryReader {
 public:
     /// How much is asked for at first. Whoever often stops after a few entries would pay for a
@@ -39,12 +38,9 @@ public:
     /// is valid until the call after it.
     std::optional<DirectoryEntry> Next();
 
-    /// Looks ahead: the next entry that neither Next() nor this has given, none at the end of what
-    /// was read so far.
-    std::optional<DirectoryEntry> NextAhead();
-
-    /// How many entries that were looked at ahead are still to come from Next().
-    [[nodiscard]] std::size_t AheadCount() const { return m_aheadCount; }
+    /// Where the next entry is found by another reader of the same directory, once its descriptor
+    /// was set there by lseek().
+    [[nodiscard]] off_t Offset() const { return m_offset; }
 
     /// How many entries Next() has given since the start.
     [[nodiscard]] std::uint64_t EntriesRead() const { return m_entriesRead; }
@@ -54,14 +50,13 @@ private:
     static constexpr std::size_t kFirstFew = 1024;  // bytes; more than the longest record
 
     bool Fill();
-    std::optional<DirectoryEntry> Take(std::size_t& position) const;
+    std::optional<DirectoryEntry> Take();
 
     int m_directory = -1;
     std::size_t m_request = kSize;
     std::size_t m_end = 0;
-    std::size_t m_position = 0;  // of Next()
-    std::size_t m_ahead = 0;     // of NextAhead()
-    std::size_t m_aheadCount = 0;
+    std::size_t m_position = 0;
+    off_t m_offset = 0;
     std::uint64_t m_entriesRead = 0;
     alignas(8) std::array<char, kSize> m_bytes;  // only what was read: not cleared for each folder
 };

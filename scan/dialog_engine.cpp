@@ -20,3 +20,7 @@ tagSCANAPI_OPTIONS& DialogEngine::Options() {
 void DialogEngine::SendOptions() {
     Scanner::SetScanOptions(&g_scnopts);
 }
+
+void DialogEngine::FilesAhead(int folder, const char* path, std::span<const char* const> names) {
+    Scanner::FilesAhead(folder, path, names);
+}

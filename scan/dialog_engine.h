@@ -13,6 +13,7 @@ public:
     bool ScanFile(const char* path) override;
     tagSCANAPI_OPTIONS& Options() override;
     void SendOptions() override;
+    void FilesAhead(int folder, const char* path, std::span<const char* const> names) override;
 
 private:
     QDialog* m_dialog;

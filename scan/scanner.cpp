@@ -54,6 +54,10 @@ int Scanner::ResetFPTFlags() {
     return 1;
 }
 
+void Scanner::FilesAhead(int folder, const char* path, std::span<const char* const> names) {
+    engine.FilesAhead(folder, path, names);
+}
+
 int Scanner::DestroyScan() {
     return UnLoadScanAPI();
 }

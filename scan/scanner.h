@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "abi/scanapi.h"
 #include "common/scan_settings.h"
@@ -32,6 +33,10 @@ public:
 
     /// Makes the engine forget what it remembers of earlier detections. Always 1.
     static int ResetFPTFlags();
+
+    /// Tells the engine which files come next; see EngineLibrary::FilesAhead. Scan thread, between
+    /// two files.
+    static void FilesAhead(int folder, const char* path, std::span<const char* const> names);
 
     /// UnLoadScanAPI().
     static int DestroyScan();

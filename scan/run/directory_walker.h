@@ -1,14 +1,8 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
-#include <memory>
-#include <string_view>
-#include <vector>
 
-#include "common/directory_reader.h"
-#include "common/file_descriptor.h"
+#include "scan/run/tree_cursor.h"
 
 /// Results of a walk, as GetFileCount and ScanDirectory give them.
 enum WalkResult : std::uint32_t {
@@ -18,9 +12,6 @@ enum WalkResult : std::uint32_t {
 };
 
 namespace scan {
-
-/// Room for a path and its terminator.
-inline constexpr std::size_t kWalkPathSize = 1024;
 
 /// What a walk asks of the one who started it.
 class WalkVisitor {
@@ -33,19 +24,11 @@ public:
     /// Before each entry of `directory` and at once after each file. False ends the walk.
     virtual bool GoOn(const char* directory) = 0;
 
-    /// A regular file.
-    virtual void OnFile(const char* path) = 0;
-
-    /// Before OnFile: `directory` is open and `reader` can be asked what comes after the file.
-    virtual void LookAhead(int directory, common::DirectoryReader& reader);
+    /// A regular file, at which `cursor` stands.
+    virtual void OnFile(const TreeCursor& cursor) = 0;
 };
 
-/// Walks a tree in the order in which the file system lists it, hidden entries included.
-///
-/// It goes down by descriptor and follows no link below the top, so no path is walked twice and a
-/// directory swapped for a link is not entered. One descriptor is open for each level. What cannot
-/// be opened, is gone, lies in a directory that may only be listed, or whose path does not fit
-/// kWalkPathSize is passed over and the walk goes on.
+/// Walks a tree in the order of TreeCursor, and goes on after all that is passed over.
 class DirectoryWalker {
 public:
     explicit DirectoryWalker(WalkVisitor& visitor) : m_visitor(visitor) {}
@@ -55,17 +38,8 @@ public:
     WalkResult Walk(const char* directory);
 
 private:
-    /// Walks the open directory whose path is the first `length` bytes of m_path.
-    WalkResult WalkLevel(const common::FileDescriptor& directory, std::size_t length,
-                         std::size_t depth);
-
-    /// Adds `name` to the directory in m_path. The new length, 0 when it does not fit.
-    std::size_t Join(std::size_t length, std::string_view name);
-
     WalkVisitor& m_visitor;
-    std::array<char, kWalkPathSize> m_path{};
-    // One for each level that was reached, kept for the next directory there.
-    std::vector<std::unique_ptr<common::DirectoryReader>> m_readers;
+    TreeCursor m_cursor;
 };
 
 }  // namespace scan

@@ -9,8 +9,8 @@ namespace scan {
 
 namespace {
 
-// The engine's entry points, null while none is loaded. The ninth is pfnGetVer, which others call,
-// too.
+// The engine's entry points, null while none is loaded. pfnGetVer is not among them: others call
+// it, too.
 PFNINITSCAN pfnInit = nullptr;
 PFNDEINITSCAN pfnDeinit = nullptr;
 PFNSETCALLBACK pfnSetclbk = nullptr;
@@ -19,6 +19,7 @@ PFNOPENFILE pfnOpen = nullptr;
 PFNCLOSEFILE pfnClose = nullptr;
 PFNSCANFILEEX pfnScan = nullptr;
 PFNRESETFPTFLAGS pfnResetFPTFlags = nullptr;
+PFNFILESAHEAD pfnFilesAhead = nullptr;  // null also where the engine has none
 
 template <typename Function>
 bool LookUp(void* library, const char* symbol, Function& pointer) {
@@ -65,6 +66,7 @@ bool EngineLibrary::Load(const char* path) {
         Free();
         return false;
     }
+    LookUp(m_library, "ZqFilesAhead", pfnFilesAhead);
     return true;
 }
 
@@ -99,6 +101,7 @@ void EngineLibrary::Free() {
     pfnClose = nullptr;
     pfnScan = nullptr;
     pfnResetFPTFlags = nullptr;
+    pfnFilesAhead = nullptr;
     ZQFreeLibrary(m_library);
     m_library = nullptr;
 }
@@ -122,6 +125,11 @@ bool EngineLibrary::Scan(std::uint64_t handle, void* context) {
 
 bool EngineLibrary::Close(std::uint64_t& handle) {
     return Call("EngineLibrary::Close(): ZqCloseFile", pfnClose, &handle) != 0;
+}
+
+void EngineLibrary::FilesAhead(int folder, const char* path, std::span<const char* const> names) {
+    Call("EngineLibrary::FilesAhead(): ZqFilesAhead", pfnFilesAhead, folder, path, names.data(),
+         names.size());
 }
 
 }  // namespace scan

@@ -1,15 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "abi/scanapi.h"
 #include "common/run_state.h"
 
 namespace scan {
 
-/// The engine's library and its nine entry points. A process has one engine: its handle and its
-/// version entry point are globals that other code links, and the other entry points lie beside the
-/// functions of the class.
+/// The engine's library, its nine entry points and a tenth that it may lack. A process has one
+/// engine: its handle and its version entry point are globals that other code links, and the other
+/// entry points lie beside the functions of the class.
 ///
 /// Nothing that the engine throws gets past here. Such a call has failed, and the log says which it
 /// was. Starting and unloading belong to one thread while no file is open; the others to the scan
@@ -47,6 +48,10 @@ public:
 
     /// Closes a file. False unless the engine says that it did.
     bool Close(std::uint64_t& handle);
+
+    /// Tells of files that come next, as PFNFILESAHEAD says; without names that all is off. Nothing
+    /// happens where the engine does not want to know.
+    void FilesAhead(int folder, const char* path, std::span<const char* const> names);
 
 private:
     bool LookUpEntryPoints();

@@ -12,7 +12,9 @@ public:
     bool GoOn(const char* /*directory*/) override {
         return !m_stop.load(std::memory_order_relaxed);
     }
-    void OnFile(const char* /*path*/) override { m_total.fetch_add(1, std::memory_order_relaxed); }
+    void OnFile(const TreeCursor& /*cursor*/) override {
+        m_total.fetch_add(1, std::memory_order_relaxed);
+    }
 
 private:
     const std::atomic<bool>& m_stop;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "abi/scanapi.h"
 
 namespace scan {
@@ -21,6 +23,9 @@ public:
 
     /// Tells the engine the options and the settings in force, between two files.
     virtual void SendOptions() = 0;
+
+    /// Tells the engine which files come next, between two files; see EngineLibrary::FilesAhead.
+    virtual void FilesAhead(int folder, const char* path, std::span<const char* const> names) = 0;
 };
 
 }  // namespace scan

@@ -7,9 +7,9 @@
 #include "scan/run/directory_walker.h"
 #include "scan/run/file_count.h"
 #include "scan/run/message_rules.h"
-#include "scan/run/read_ahead.h"
 #include "scan/run/scan_engine.h"
 #include "scan/run/step_record.h"
+#include "scan/run/walk_scout.h"
 
 namespace scan {
 
@@ -17,12 +17,13 @@ namespace {
 
 class ScanningVisitor : public WalkVisitor {
 public:
-    explicit ScanningVisitor(ScanRun& run) : m_run(run) {}
+    ScanningVisitor(ScanRun& run, WalkScout& scout) : m_run(run), m_scout(scout) {}
 
     bool GoOn(const char* directory) override {
         if (!m_run.Stop().IsSet()) {
             return true;
         }
+        m_scout.Forget();
         m_run.Ask({kEvtConfirmStop, directory});
         if (m_run.Stop().IsSet()) {
             m_run.State().stopCount = true;
@@ -30,14 +31,14 @@ public:
         }
         return true;
     }
-    void OnFile(const char* path) override { m_run.ScanFile(path); }
-    void LookAhead(int directory, common::DirectoryReader& reader) override {
-        m_readAhead.LookAhead(directory, reader);
+    void OnFile(const TreeCursor& cursor) override {
+        m_scout.BeforeFile(cursor);
+        m_run.ScanFile(cursor.Path());
     }
 
 private:
     ScanRun& m_run;
-    ReadAhead m_readAhead;
+    WalkScout& m_scout;
 };
 
 void WriteTime(std::span<char> field, const char* format, std::time_t time) {
@@ -104,9 +105,11 @@ void ScanRun::Scan(CountingThread& counting) {
 }
 
 void ScanRun::ScanPaths() {
+    WalkScout scout(m_engine, m_stop);
     for (const tagPathList* node = m_paths; node != nullptr; node = node->next) {
         Tell({kEvtPathStarted, node->path});
-        const std::uint32_t result = ScanDirectory(node->path);
+        scout.SetPathsBehind(node->next);
+        const std::uint32_t result = ScanDirectory(node->path, scout);
         Tell({kEvtPathDone, node->path});
         if (result == kWalkStopped) {
             break;
@@ -121,7 +124,12 @@ void ScanRun::NoteEnd() {
 }
 
 std::uint32_t ScanRun::ScanDirectory(const char* directory) {
-    ScanningVisitor visitor(*this);
+    WalkScout scout(m_engine, m_stop);
+    return ScanDirectory(directory, scout);
+}
+
+std::uint32_t ScanRun::ScanDirectory(const char* directory, WalkScout& scout) {
+    ScanningVisitor visitor(*this, scout);
     return DirectoryWalker(visitor).Walk(directory);
 }
 

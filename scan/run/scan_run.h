@@ -15,6 +15,7 @@
 namespace scan {
 
 class ScanEngine;
+class WalkScout;
 
 /// The thread beside the scan that counts its files. Made and used by the scan thread.
 class CountingThread {
@@ -107,6 +108,7 @@ public:
 
 private:
     void ScanPaths();
+    std::uint32_t ScanDirectory(const char* directory, WalkScout& scout);
     void NoteEnd();
 
     ScanListener& m_listener;

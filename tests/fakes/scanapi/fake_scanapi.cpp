@@ -242,3 +242,21 @@ FAKE_EXPORT void ZqResetFPTFlags() {
     Note(std::ostringstream() << "ZqResetFPTFlags");
     ThrowIfTold("ZqResetFPTFlags");
 }
+
+// The path of the folder as the descriptor leads there, too, which a test can compare.
+FAKE_EXPORT void ZqFilesAhead(int folder, const char* path, const char* const* names,
+                              std::size_t count) {
+    std::ostringstream line;
+    line << "ZqFilesAhead " << count;
+    if (count > 0) {
+        std::error_code error;
+        const auto place =
+            std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(folder), error);
+        line << " at " << fake::Encode(place.native()) << " as " << fake::Encode(path);
+        for (std::size_t i = 0; i < count; ++i) {
+            line << ' ' << fake::Encode(names[i]);
+        }
+    }
+    Note(line);
+    ThrowIfTold("ZqFilesAhead");
+}

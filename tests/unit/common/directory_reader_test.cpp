@@ -70,32 +70,36 @@ TEST_F(Directory, AStartForgetsWhatWasReadBefore) {
     ASSERT_EQ(::mkdir((m_scratch / "empty").c_str(), 0700), 0);
     m_reader.Start(m_folder.Get(), Want::kAll);
     ASSERT_TRUE(m_reader.Next());
-    ASSERT_TRUE(m_reader.NextAhead());
     const common::FileDescriptor empty(
         ::open((m_scratch / "empty").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     m_reader.Start(empty.Get(), Want::kAll);
-    EXPECT_EQ(m_reader.AheadCount(), 0U);
     EXPECT_EQ(m_reader.EntriesRead(), 0U);
-    EXPECT_FALSE(m_reader.NextAhead());
+    EXPECT_EQ(m_reader.Offset(), 0);
     EXPECT_FALSE(m_reader.Next());
 }
 
-TEST_F(Directory, LooksAheadWithoutTakingAnything) {
-    for (const char* name : {"a", "b", "c"}) {
-        WriteFile(m_scratch / name, "");
+TEST_F(Directory, ASecondReaderGoesOnWhereTheFirstStands) {
+    for (int i = 0; i < 3000; ++i) {
+        WriteFile(m_scratch / std::to_string(i), "");
     }
-    m_reader.Start(m_folder.Get(), Want::kAll);
-    EXPECT_FALSE(m_reader.NextAhead());  // nothing was read yet
-    ASSERT_TRUE(m_reader.Next());
-    const std::string second(m_reader.NextAhead().value().name);
-    const std::string third(m_reader.NextAhead().value().name);
-    EXPECT_FALSE(m_reader.NextAhead());
-    EXPECT_EQ(m_reader.AheadCount(), 2U);
-    EXPECT_EQ(m_reader.Next().value().name, second);
-    EXPECT_EQ(m_reader.AheadCount(), 1U);
-    EXPECT_EQ(m_reader.Next().value().name, third);
-    EXPECT_EQ(m_reader.AheadCount(), 0U);
-    EXPECT_FALSE(m_reader.Next());
+    for (const int taken : {0, 1, 1499, 3000}) {
+        ::lseek(m_folder.Get(), 0, SEEK_SET);
+        m_reader.Start(m_folder.Get(), Want::kAll);
+        for (int i = 0; i < taken; ++i) {
+            ASSERT_TRUE(m_reader.Next());
+        }
+        const common::FileDescriptor other(
+            ::openat(m_folder.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        ASSERT_GE(::lseek(other.Get(), m_reader.Offset(), SEEK_SET), 0);
+        DirectoryReader second;
+        second.Start(other.Get(), Want::kAll);
+        while (const auto entry = m_reader.Next()) {
+            const auto same = second.Next();
+            ASSERT_TRUE(same);
+            EXPECT_EQ(same->name, entry->name);
+        }
+        EXPECT_FALSE(second.Next());
+    }
 }
 
 TEST_F(Directory, ATypeThatIsToldIsBelieved) {

@@ -1,9 +1,11 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "common/file_descriptor.h"
 #include "tests/unit/scan/recording_dialog.h"
 #include "tests/unit/scan/scanner_fixture.h"
 
@@ -177,6 +179,34 @@ TEST_F(ScannerTest, AfterUnloadingNothingCanBeScanned) {
     EXPECT_EQ(scanner.Scan(&dialog), 0);
     EXPECT_EQ(scanner.Close(), 0);
     EXPECT_EQ(Scanner::ResetFPTFlags(), 1);
+}
+
+TEST_F(ScannerTest, FilesThatComeNextAreToldToAnEngineThatWantsToKnow) {
+    const std::vector<const char*> names = {"a", "b c"};
+    Scanner::FilesAhead(-1, "/x", names);  // without an engine nothing happens
+    ASSERT_EQ(Init(), 1);
+    const common::FileDescriptor root(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    Scanner::FilesAhead(root.Get(), "/x y", names);
+    Scanner::FilesAhead(-1, "", {});
+    EXPECT_THAT(m_engine.Calls("ZqFilesAhead"),
+                ElementsAre("ZqFilesAhead 2 at / as /x%20y a b%20c", "ZqFilesAhead 0"));
+}
+
+TEST_F(ScannerTest, AnEngineThatDoesNotWantToKnowStartsAllTheSame) {
+    Use("without_ZqFilesAhead");
+    ASSERT_EQ(Init(), 1);
+    const std::vector<const char*> names = {"a"};
+    Scanner::FilesAhead(-1, "/x", names);
+    Scanner scanner;
+    EXPECT_EQ(scanner.Open("/x/a"), 1);
+    EXPECT_EQ(scanner.Close(), 1);
+    // The one before it is not asked in its place.
+    Use("good");
+    ASSERT_EQ(Init(), 1);
+    Use("without_ZqFilesAhead");
+    ASSERT_EQ(Init(), 1);
+    Scanner::FilesAhead(-1, "/x", names);
+    EXPECT_THAT(m_engine.Calls("ZqFilesAhead"), IsEmpty());
 }
 
 }  // namespace

@@ -54,9 +54,12 @@ ShellScan::~ShellScan() {
     StopCount = false;
 }
 
-bool ShellScan::StartEngine(const std::string& script) {
+bool ShellScan::StartEngine(const std::string& script, const std::string& variant) {
+    return StartEngineIn(FakeEngine::Variant(variant), script);
+}
+
+bool ShellScan::StartEngineIn(const std::string& directory, const std::string& script) {
     m_engine.SetScript(script);
-    const std::string directory = FakeEngine::Variant("good");
     return m_library.Load((directory + kScanApiLibrary).c_str()) &&
            scan::BuildEngineOptions(m_options, g_scnopts, directory) &&
            m_library.Start(m_options, OnMessage);
@@ -104,4 +107,8 @@ bool ShellScan::ScanFile(const char* path) {
 void ShellScan::SendOptions() {
     scan::RefreshEngineOptions(m_options, g_scnopts);
     m_library.SetOptions(m_options);
+}
+
+void ShellScan::FilesAhead(int folder, const char* path, std::span<const char* const> names) {
+    m_library.FilesAhead(folder, path, names);
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
@@ -34,8 +35,11 @@ protected:
         ASSERT_TRUE(common::AppendPath(m_head, m_tail, path.c_str()));
     }
 
-    /// Starts the engine with a script; false when it does not start.
-    bool StartEngine(const std::string& script);
+    /// Starts the engine, or another variant of it, with a script; false when it does not start.
+    bool StartEngine(const std::string& script, const std::string& variant = "good");
+
+    /// The same with the engine in `directory`, which ends in "/".
+    bool StartEngineIn(const std::string& directory, const std::string& script);
 
     /// A whole scan of the paths.
     void Scan();
@@ -48,6 +52,7 @@ protected:
     bool ScanFile(const char* path) override;
     tagSCANAPI_OPTIONS& Options() override { return m_options; }
     void SendOptions() override;
+    void FilesAhead(int folder, const char* path, std::span<const char* const> names) override;
 
     [[nodiscard]] std::string LogText() const { return ReadFile(m_logFile); }
 

@@ -33,9 +33,9 @@ public:
         m_directories.emplace_back(directory);
         return m_goOn(directory);
     }
-    void OnFile(const char* path) override {
-        m_files.emplace_back(path);
-        m_onFile(path);
+    void OnFile(const scan::TreeCursor& cursor) override {
+        m_files.emplace_back(cursor.Path());
+        m_onFile(cursor.Path());
     }
 
     std::vector<std::string> m_files;

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "common/path_list.h"
+#include "scan/run/read_ahead.h"
+#include "scan/run/stop_flag.h"
+#include "scan/run/tree_cursor.h"
+
+namespace scan {
+
+class ScanEngine;
+
+/// Runs some hundreds of files ahead of a walk and tells the engine of them, in the order in which
+/// the walk will come to them, also across directories and from one path to scan to the next.
+///
+/// It lists the directories for itself, so the walk is what it would be without: a tree that
+/// changes between the two only makes for hints that come to nothing. What was told and is still to
+/// come is known by its path's digest: where the scout has lost the walk, it begins again where
+/// that is. On the scan thread.
+class WalkScout {
+public:
+    /// Both outlive it.
+    WalkScout(ScanEngine& engine, const StopFlag& stop);
+    ~WalkScout() { Forget(); }
+    WalkScout(const WalkScout&) = delete;
+    WalkScout& operator=(const WalkScout&) = delete;
+
+    /// Before the walk of a path: `next` are those that are scanned after it.
+    void SetPathsBehind(const tagPathList* next) { m_behind = next; }
+
+    /// Before the file at which the cursor of the walk stands is scanned.
+    void BeforeFile(const TreeCursor& walk);
+
+    /// The walk may end here: nothing told counts any more. Should it go on, so does this.
+    void Forget();
+
+private:
+    void GoAhead();
+    bool StartNextPath();
+    void Take();
+    void Tell();
+
+    ScanEngine& m_engine;
+    const StopFlag& m_stop;
+    const bool m_mayRun;
+    ReadAhead m_readAhead;
+    TreeCursor m_cursor;
+    const tagPathList* m_behind = nullptr;  // the walk's path
+    const tagPathList* m_next = nullptr;    // what m_cursor goes through after its own tree
+    std::deque<std::size_t> m_told;         // digests of the paths that are still to come
+    std::size_t m_missed = 0;               // files of the walk since the last that had been told
+    bool m_hasTold = false;
+
+    // Files of one directory that were not yet told.
+    std::vector<std::string> m_names;
+    std::string m_path;
+    std::shared_ptr<const common::FileDescriptor> m_folder;
+};
+
+}  // namespace scan
