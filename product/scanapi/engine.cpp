@@ -70,6 +70,7 @@ PoolSettings Engine::SettingsOfPools(const ScanningSettings& settings) const {
 void Engine::Close() {
     m_closing = true;
     m_databases->Cancel();
+    m_ahead.Stop();
     const std::lock_guard scanning(m_scanMutex);
     m_databases->Stop();
     const std::lock_guard lock(m_stateMutex);
@@ -169,7 +170,11 @@ scanning::ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file,
         }
         return {};
     }
-    const auto scan = pool->Submit(file, profile, Urgency::kNow);
+    m_ahead.Use(pool, profile);
+    auto scan = m_ahead.Take(file);
+    if (scan == nullptr) {
+        scan = pool->Submit(file, profile, Urgency::kNow);
+    }
     scanning::ScanOutcome outcome = Await(*scan, conversation);
     if (outcome.verdict == scanning::Verdict::Unreadable ||
         outcome.verdict == scanning::Verdict::Stopped) {
@@ -199,6 +204,14 @@ scanning::ScanOutcome Engine::Await(PendingScan& scan, Conversation& conversatio
     }
 }
 
+void Engine::TellAhead(int folder, const char* path, std::span<const char* const> names) {
+    if (names.empty()) {
+        m_ahead.Forget();
+        return;
+    }
+    m_ahead.Tell(folder, path, names);
+}
+
 Disposal Engine::DisposalOf(const std::string& virusName) {
     const tagZQVERINFO version = Version();
     std::array<char, 32> database{};
@@ -210,6 +223,7 @@ Disposal Engine::DisposalOf(const std::string& virusName) {
 void Engine::ResetRunFlags() {
     m_failureLogged = false;
     m_unread.BeginRun();
+    m_ahead.Forget();
     // Here, so that what an administrator sets holds from the next scan on.
     const EngineSettings settings = ReadEngineSettings(m_engineDirectory);
     m_databases->BeginRun(SettingsOfPools(settings.scanning));

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "product/scanapi/databases_in_use.h"
 #include "product/scanapi/engine_log.h"
 #include "product/scanapi/engine_settings.h"
+#include "product/scanapi/files_ahead.h"
 #include "product/scanapi/pending_scan.h"
 
 namespace scanapi {
@@ -41,6 +43,10 @@ public:
     bool ScanFile(std::uint64_t handle, void* context);
     void ResetRunFlags();
 
+    /// As PFNFILESAHEAD says. What is told is scanned with the options and the databases of the
+    /// file that was scanned last.
+    void TellAhead(int folder, const char* path, std::span<const char* const> names);
+
 private:
     Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> databases,
            const std::string& set);
@@ -58,6 +64,7 @@ private:
     EngineSettings m_settings;  ///< guarded by m_stateMutex
     const std::unique_ptr<DatabasesInUse> m_databases;
     UnreadLog m_unread;
+    FilesAhead m_ahead;
 
     std::mutex m_scanMutex;  ///< held for the scan of a file
 

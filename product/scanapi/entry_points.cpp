@@ -1,4 +1,4 @@
-// The nine names the program looks up. Each hands its call to the one engine of the process and
+// The ten names the program looks up. Each hands its call to the one engine of the process and
 // lets nothing be thrown across the library's edge.
 
 #include <array>
@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <span>
 #include <utility>
 
 #include "abi/scanapi.h"
@@ -153,6 +154,17 @@ CORVANE_EXPORT void ZqResetFPTFlags() noexcept {
     Guarded(0, [] {
         if (const auto engine = TheEngine()) {
             engine->ResetRunFlags();
+        }
+        return 0;
+    });
+}
+
+CORVANE_EXPORT void ZqFilesAhead(int folder, const char* path, const char* const* names,
+                                 std::size_t count) noexcept {
+    Guarded(0, [&] {
+        const auto engine = TheEngine();
+        if (engine != nullptr && (count == 0 || (path != nullptr && names != nullptr))) {
+            engine->TellAhead(folder, path, {names, count});
         }
         return 0;
     });

@@ -30,6 +30,16 @@ PendingScan::PendingScan(std::shared_ptr<TargetFile> file, const scanning::ScanP
                          Urgency urgency, std::shared_ptr<Wakeup> pool)
     : m_file(std::move(file)), m_profile(profile), m_urgency(urgency), m_pool(std::move(pool)) {}
 
+std::shared_ptr<PendingScan> PendingScan::Finished(std::shared_ptr<TargetFile> file,
+                                                   const scanning::ScanProfile& profile,
+                                                   std::vector<std::string> members,
+                                                   scanning::ScanOutcome outcome) {
+    auto scan = std::make_shared<PendingScan>(std::move(file), profile, Urgency::kNow, nullptr);
+    scan->m_members = std::move(members);
+    scan->Finish(std::move(outcome));
+    return scan;
+}
+
 PendingScan::News PendingScan::WaitForNews(std::chrono::milliseconds limit) {
     std::unique_lock lock(m_mutex);
     m_changed.wait_for(lock, limit, [this] { return m_finished || !m_members.empty(); });
@@ -42,6 +52,16 @@ PendingScan::News PendingScan::WaitForNews(std::chrono::milliseconds limit) {
 bool PendingScan::IsFinished() {
     const std::lock_guard lock(m_mutex);
     return m_finished;
+}
+
+bool PendingScan::WasUnchanged() {
+    const std::lock_guard lock(m_mutex);
+    return m_wasUnchanged;
+}
+
+std::size_t PendingScan::ToldBytes() {
+    const std::lock_guard lock(m_mutex);
+    return m_told * sizeof(std::string) + m_toldBytes;
 }
 
 scanning::ScanOutcome PendingScan::TakeOutcome() {
@@ -59,7 +79,9 @@ void PendingScan::Abandon(bool force) {
         m_abandoned = true;
         m_toBreakOff = force;
     }
-    m_pool->Wake();
+    if (m_pool != nullptr) {
+        m_pool->Wake();
+    }
 }
 
 bool PendingScan::Tell(std::string member) {
@@ -94,7 +116,8 @@ void PendingScan::Finish(scanning::ScanOutcome outcome) {
     const bool isBelievedOfAnyFile = outcome.verdict == scanning::Verdict::Infected ||
                                      outcome.verdict == scanning::Verdict::Unreadable ||
                                      outcome.verdict == scanning::Verdict::Stopped;
-    if (!isBelievedOfAnyFile && !IsUnchanged(*m_file)) {
+    const bool isUnchanged = IsUnchanged(*m_file);
+    if (!isBelievedOfAnyFile && !isUnchanged) {
         outcome = {};
         outcome.reason = "it changed while it was scanned";
     }
@@ -103,6 +126,7 @@ void PendingScan::Finish(scanning::ScanOutcome outcome) {
         return;
     }
     m_outcome = std::move(outcome);
+    m_wasUnchanged = isUnchanged;
     m_finished = true;
     m_changed.notify_all();
 }

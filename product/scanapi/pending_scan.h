@@ -27,6 +27,12 @@ public:
     PendingScan(std::shared_ptr<TargetFile> file, const scanning::ScanProfile& profile,
                 Urgency urgency, std::shared_ptr<Wakeup> pool);
 
+    /// One that no pool has to do with any more: what was found out about the file.
+    static std::shared_ptr<PendingScan> Finished(std::shared_ptr<TargetFile> file,
+                                                 const scanning::ScanProfile& profile,
+                                                 std::vector<std::string> members,
+                                                 scanning::ScanOutcome outcome);
+
     // For whoever waits.
 
     struct News {
@@ -37,6 +43,12 @@ public:
     News WaitForNews(std::chrono::milliseconds limit);
 
     [[nodiscard]] bool IsFinished();
+
+    /// Whether the file was, when its scan finished, what it was when it was opened.
+    [[nodiscard]] bool WasUnchanged();
+
+    /// What the names of all members that were told of take, in bytes.
+    [[nodiscard]] std::size_t ToldBytes();
 
     /// The result, once finished; once. Of a file whose size or times are others after the scan
     /// than when it was opened, none but a find is believed.
@@ -72,7 +84,7 @@ private:
     const std::shared_ptr<TargetFile> m_file;
     const scanning::ScanProfile m_profile;
     const Urgency m_urgency;
-    const std::shared_ptr<Wakeup> m_pool;
+    const std::shared_ptr<Wakeup> m_pool;  ///< null when it has nothing to do with this
 
     std::mutex m_mutex;  ///< guards what follows
     std::condition_variable m_changed;
@@ -82,6 +94,7 @@ private:
     std::size_t m_toSkip = 0;
     int m_timesBegunAgain = 0;
     bool m_finished = false;
+    bool m_wasUnchanged = false;
     bool m_abandoned = false;
     bool m_toBreakOff = false;
     scanning::ScanOutcome m_outcome;

@@ -12,6 +12,11 @@ namespace scanapi {
 
 namespace {
 
+bool Tell(int file, pid_t thread) {
+    const f_owner_ex owner{F_OWNER_TID, thread};
+    return fcntl(file, F_SETOWN_EX, &owner) == 0;
+}
+
 // Makes a thread that ends at once the one that is told. The file stays its thread's: a later
 // thread of the same number is another one to the system.
 bool TellNobody(int file) {
@@ -24,10 +29,7 @@ bool TellNobody(int file) {
     }
     bool isSet = false;
     try {
-        std::thread([&] {
-            const f_owner_ex owner{F_OWNER_TID, gettid()};
-            isSet = fcntl(file, F_SETOWN_EX, &owner) == 0;
-        }).join();
+        std::thread([&] { isSet = Tell(file, gettid()); }).join();
     } catch (const std::exception&) {
         isSet = false;  // without a thread or memory there is no lease
     }
@@ -38,10 +40,19 @@ bool TellNobody(int file) {
 }  // namespace
 
 ReadLease::ReadLease(int file) : m_file(file) {
-    if (!TellNobody(file)) {
-        return;
+    if (TellNobody(file)) {
+        Take();
     }
-    m_isHeld = fcntl(file, F_SETLEASE, F_RDLCK) == 0;
+}
+
+ReadLease::ReadLease(int file, pid_t quiet) : m_file(file) {
+    if (Tell(file, quiet)) {
+        Take();
+    }
+}
+
+void ReadLease::Take() {
+    m_isHeld = fcntl(m_file, F_SETLEASE, F_RDLCK) == 0;
     m_isRefusedByWriter = !m_isHeld && errno == EAGAIN;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 namespace scanapi {
 
 /// While it lives, nobody opens the file for writing, or cuts it, without that being seen here: who
@@ -11,6 +13,9 @@ class ReadLease {
 public:
     /// Of a file open for reading, which stays the caller's and outlives this.
     explicit ReadLease(int file);
+    /// The same, cheaper: the signal is for the thread `quiet`, which lives and blocks every
+    /// signal.
+    ReadLease(int file, pid_t quiet);
     ~ReadLease();
     ReadLease(const ReadLease&) = delete;
     ReadLease& operator=(const ReadLease&) = delete;
@@ -26,6 +31,8 @@ public:
     [[nodiscard]] bool IsBroken() const;
 
 private:
+    void Take();
+
     int m_file;
     bool m_isHeld = false;
     bool m_isRefusedByWriter = false;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "product/definitions/engine_databases.h"
+#include "product/scanapi/file_scanner.h"
 #include "product/scanapi/host_session.h"
 #include "product/scanapi/pending_scan.h"
 #include "product/scanapi/pool_settings.h"
@@ -22,15 +23,13 @@ using definitions::Database;
 /// Scans files with one set of databases: a scan host that loads them, its workers, and a thread
 /// of the pool's own that talks to them. A worker that ends costs the file that it was at; a host
 /// that ends is started again, at most kMaxRestarts times a run. Any thread.
-class ScanPool : private HostSession::Owner {
+class ScanPool : public FileScanner, private HostSession::Owner {
 public:
     static constexpr int kMaxRestarts = 3;
 
     ScanPool(std::vector<Database> databases, PoolSettings settings);
     /// Stops.
     ~ScanPool() override;
-    ScanPool(const ScanPool&) = delete;
-    ScanPool& operator=(const ScanPool&) = delete;
 
     /// Begins to load; called once.
     void Start();
@@ -50,10 +49,10 @@ public:
     /// The memory, in bytes, that the host took when it had loaded; 0 before that.
     [[nodiscard]] std::uint64_t MemoryTaken();
 
-    /// Scans the file once its turn comes. Never null; finished at once when the file cannot be
-    /// scanned, nothing is loaded, or the pool was cancelled.
+    /// Finished at once also when nothing is loaded, or the pool was cancelled.
     std::shared_ptr<PendingScan> Submit(std::shared_ptr<TargetFile> file,
-                                        const scanning::ScanProfile& profile, Urgency urgency);
+                                        const scanning::ScanProfile& profile,
+                                        Urgency urgency) override;
 
     /// A run begins: the host may be started again as often as at first.
     void BeginRun();

@@ -106,6 +106,34 @@ std::shared_ptr<TargetFile> TargetFile::Open(const char* path, EngineOpenStatus&
     return target;
 }
 
+std::shared_ptr<TargetFile> TargetFile::OpenAhead(int folder, const std::string& path,
+                                                  std::size_t name) {
+    common::FileDescriptor opened;
+    if (folder < 0) {
+        opened.Reset(open(path.substr(0, name).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        folder = opened.Get();
+    }
+    auto target = std::make_shared<TargetFile>();
+    target->m_path = path;
+    target->m_baseName = path.substr(name);
+    const char* baseName = target->m_baseName.c_str();
+    // Opening is not without effect on what is no file; see above.
+    struct stat named {};
+    if (path.size() >= kEngineFileNameSize ||
+        fstatat(folder, baseName, &named, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(named.st_mode)) {
+        return nullptr;
+    }
+    target->m_file.Reset(
+        openat(folder, baseName, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | O_NOFOLLOW));
+    struct statfs fileSystem {};
+    if (!target->m_file || fstat(target->m_file.Get(), &target->m_opened) != 0 ||
+        !S_ISREG(target->m_opened.st_mode) || fstatfs(target->m_file.Get(), &fileSystem) != 0 ||
+        IsPseudoFileSystem(static_cast<unsigned long>(fileSystem.f_type))) {
+        return nullptr;
+    }
+    return target;
+}
+
 std::ptrdiff_t TargetFile::ReadStart(std::span<std::byte> buffer) const {
     std::size_t filled = 0;
     while (filled < buffer.size()) {

@@ -20,10 +20,19 @@ public:
     /// its scan then says so.
     static std::shared_ptr<TargetFile> Open(const char* path, EngineOpenStatus& status);
 
+    /// Opens a file that may never be asked for: its path is `path`, which ends in a bare name that
+    /// begins at `name`. `folder` is the folder that holds it, -1 to have it opened by its path.
+    ///
+    /// Follows no link, never blocks, and has no effect on what is no regular file. Null for that,
+    /// for a file that may not be read, and where Open() gives null.
+    static std::shared_ptr<TargetFile> OpenAhead(int folder, const std::string& path,
+                                                 std::size_t name);
+
     [[nodiscard]] const std::string& Path() const { return m_path; }
     [[nodiscard]] const std::string& BaseName() const { return m_baseName; }
     [[nodiscard]] bool IsReadable() const { return m_file.IsOpen(); }
     [[nodiscard]] int Descriptor() const { return m_file.Get(); }
+    /// -1 when it was opened ahead.
     [[nodiscard]] int FolderDescriptor() const { return m_folder.Get(); }
 
     /// The file's state when it was opened, before a byte of it was read.

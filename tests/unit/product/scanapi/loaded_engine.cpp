@@ -58,6 +58,7 @@ EngineLibrary::EngineLibrary() : m_library(dlopen(SCANAPI_LIBRARY, RTLD_NOW)) {
     find(closeFile, "ZqCloseFile");
     find(scanFile, "ZqScanFileEx");
     find(resetFlags, "ZqResetFPTFlags");
+    find(filesAhead, "ZqFilesAhead");
 }
 
 EngineLibrary::~EngineLibrary() {

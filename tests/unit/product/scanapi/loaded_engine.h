@@ -54,6 +54,7 @@ public:
     PFNCLOSEFILE closeFile = nullptr;
     PFNSCANFILEEX scanFile = nullptr;
     PFNRESETFPTFLAGS resetFlags = nullptr;
+    PFNFILESAHEAD filesAhead = nullptr;
 
 private:
     void* m_library = nullptr;
