@@ -275,7 +275,7 @@ WorkerLink* HostSession::NextToTake() {
 
 void HostSession::GiveWork() {
     for (WorkerLink* link = NextToTake(); link != nullptr && !m_ended; link = NextToTake()) {
-        Scans batch = m_queue.TakeBatch();
+        Scans batch = m_queue.TakeBatch(m_settings.workers);
         if (batch.empty()) {
             return;
         }

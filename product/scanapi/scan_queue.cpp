@@ -1,5 +1,6 @@
 #include "product/scanapi/scan_queue.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "product/scanwire/bounds.h"
@@ -47,10 +48,13 @@ void ScanQueue::PutBack(Scans scans) {
     }
 }
 
-Scans ScanQueue::TakeFrom(Line& line) {
+Scans ScanQueue::TakeFrom(Line& line, std::size_t workers) {
+    // Its share, rounded up, so that no worker idles while another has all that waits.
+    const std::size_t share = (line.size() + workers - 1) / workers;
+    const std::size_t most = std::min<std::size_t>(share, scanwire::kMaxItems);
     Scans batch;
     std::size_t bytes = 0;
-    while (!line.empty() && batch.size() < scanwire::kMaxItems) {
+    while (!line.empty() && batch.size() < most) {
         const auto& next = line.front();
         const std::size_t size = next->File().Size();
         // One that a worker did not come to the end of goes alone: should it end the next one too,
@@ -71,10 +75,10 @@ Scans ScanQueue::TakeFrom(Line& line) {
     return batch;
 }
 
-Scans ScanQueue::TakeBatch() {
+Scans ScanQueue::TakeBatch(std::size_t workers) {
     const std::lock_guard lock(m_mutex);
-    Scans batch = TakeFrom(m_now);
-    return batch.empty() ? TakeFrom(m_ahead) : batch;
+    Scans batch = TakeFrom(m_now, workers);
+    return batch.empty() ? TakeFrom(m_ahead, workers) : batch;
 }
 
 void ScanQueue::Close(const scanning::ScanOutcome& outcome) {

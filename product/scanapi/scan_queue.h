@@ -25,9 +25,9 @@ public:
     /// Puts scans back that were taken and not carried out, at the front and in their order.
     void PutBack(Scans scans);
 
-    /// The scans that are to go to one worker together: some small files, or one larger one. Empty
-    /// without any.
-    Scans TakeBatch();
+    /// The scans that are to go to one of `workers` workers together: some small files, no more
+    /// than its share of those that wait, or one larger one. Empty without any.
+    Scans TakeBatch(std::size_t workers);
 
     /// Finishes all that wait, and all that come, with this outcome; until Open().
     void Close(const scanning::ScanOutcome& outcome);
@@ -35,7 +35,7 @@ public:
 
 private:
     using Line = std::deque<std::shared_ptr<PendingScan>>;
-    static Scans TakeFrom(Line& line);
+    static Scans TakeFrom(Line& line, std::size_t workers);
 
     std::mutex m_mutex;  ///< guards what follows
     Line m_now;

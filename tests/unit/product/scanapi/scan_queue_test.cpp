@@ -40,7 +40,7 @@ protected:
         }
         return names;
     }
-    Names Take() { return NamesOf(m_queue.TakeBatch()); }
+    Names Take(std::size_t workers = 1) { return NamesOf(m_queue.TakeBatch(workers)); }
 
     ScratchFolder m_folder;
     std::shared_ptr<Wakeup> m_wakeup = std::make_shared<Wakeup>();
@@ -70,6 +70,19 @@ TEST_F(ScanQueueTest, ThirtyTwoAtMost) {
     EXPECT_EQ(Take(), (Names{"f32"}));
 }
 
+TEST_F(ScanQueueTest, AWorkerGetsItsShareOfWhatWaits) {
+    for (int i = 0; i < 10; ++i) {
+        Add("f" + std::to_string(i));
+    }
+    EXPECT_EQ(Take(4), (Names{"f0", "f1", "f2"}));
+    EXPECT_EQ(Take(4), (Names{"f3", "f4"}));
+    EXPECT_EQ(Take(64), (Names{"f5"})) << "one is always taken";
+    EXPECT_EQ(Take(2), (Names{"f6", "f7"}));
+    Add("ahead", 10, Urgency::kAhead);
+    EXPECT_EQ(Take(1), (Names{"f8", "f9"})) << "those ahead are no part of it";
+    EXPECT_EQ(Take(4), (Names{"ahead"}));
+}
+
 TEST_F(ScanQueueTest, OneProfileAtATime) {
     const scanning::ScanProfile other{.archives = true};
     Add("a");
@@ -94,7 +107,7 @@ TEST_F(ScanQueueTest, WhatSomebodyWaitsForComesFirst) {
 TEST_F(ScanQueueTest, WhatIsPutBackComesBeforeTheRestInItsOrderAndEachAlone) {
     Add("a");
     Add("b");
-    Scans taken = m_queue.TakeBatch();
+    Scans taken = m_queue.TakeBatch(1);
     Add("c");
     Add("d");
     m_queue.PutBack(std::move(taken));
