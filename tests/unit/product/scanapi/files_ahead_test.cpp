@@ -46,6 +46,7 @@ public:
     std::shared_ptr<PendingScan> Submit(std::shared_ptr<TargetFile> file,
                                         const ScanProfile& profile, Urgency urgency) override {
         EXPECT_EQ(urgency, Urgency::kAhead);
+        m_isAtGate = true;
         const std::lock_guard gate(m_gate);
         auto scan = std::make_shared<PendingScan>(std::move(file), profile, urgency, nullptr);
         const std::lock_guard lock(m_mutex);
@@ -73,6 +74,7 @@ public:
     }
     std::atomic<bool> m_finishAtOnce = false;
     std::mutex m_gate;  ///< nothing is handed in while a test holds it
+    std::atomic<bool> m_isAtGate = false;
 
 private:
     std::mutex m_mutex;
@@ -376,6 +378,7 @@ TEST_F(FilesAheadTest, AWriterThatWaitsAtAFifoGoesOnWaiting) {
             ::open((m_scratch / "fifo").c_str(), O_WRONLY | O_CLOEXEC));
         isLetGo = true;
     });
+    LetTimePass();  // until it waits there
     Tell({"fifo"});
     ExpectSubmittedOnly({});
     EXPECT_FALSE(isLetGo);
@@ -534,15 +537,32 @@ TEST_F(FilesAheadTest, WhoTellsForgetsOrTakesDoesNotWaitForAFileThatHangs) {
     Write({"a", "b"});
     ScanAhead("b");
     const std::unique_lock gate(m_scanner->m_gate);
+    m_scanner->m_isAtGate = false;
     Tell({"a"});
     // Since it hangs there, all of this returns only if nobody waits for the thread.
-    std::this_thread::sleep_for(milliseconds(50));
+    ASSERT_TRUE(WaitUntil([&] { return m_scanner->m_isAtGate.load(); }));
     Tell({"probe"});
     EXPECT_NE(Take("b"), nullptr);
     EXPECT_EQ(Take("a"), nullptr);
     m_ahead.Forget();
     Tell({"probe"});
     EXPECT_THAT(m_scanner->Names(), ElementsAre("b"));
+}
+
+TEST_F(FilesAheadTest, AFileThatIsJustBeingOpenedCanBePassedOver) {
+    Write({"a", "b", "c"});
+    Tell({"a"});
+    ASSERT_TRUE(WaitForSubmitted(1));
+    std::unique_lock gate(m_scanner->m_gate);
+    m_scanner->m_isAtGate = false;
+    Tell({"b", "c"});
+    ASSERT_TRUE(WaitUntil([&] { return m_scanner->m_isAtGate.load(); }));
+    EXPECT_EQ(Take("b"), nullptr) << "it is scanned at once instead";
+    EXPECT_TRUE(m_scanner->Scan(0)->IsAbandoned()) << "told before it, and not opened";
+    gate.unlock();
+    ASSERT_TRUE(WaitForSubmitted(3));
+    EXPECT_TRUE(WaitUntil([&] { return m_scanner->Scan(1)->IsAbandoned(); }));
+    EXPECT_EQ(Take("c"), m_scanner->Scan(2));
 }
 
 TEST_F(FilesAheadTest, AStoppedScanIsNoResult) {
@@ -586,6 +606,7 @@ TEST_F(FilesAheadTest, RemembersNoMoreThanItsBound) {
     // Room again.
     EXPECT_NE(Take("f0"), nullptr);
     ASSERT_TRUE(WaitForSubmitted(FilesAhead::kMostScanned + 1));
+    EXPECT_EQ(m_scanner->Names().back(), "f599");
     EXPECT_NE(Take("f511"), nullptr);
     EXPECT_NE(Take("f599"), nullptr);
 }
