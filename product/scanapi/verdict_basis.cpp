@@ -1,0 +1,51 @@
+#include "product/scanapi/verdict_basis.h"
+
+#include <clamav.h>
+#include <span>
+#include <sys/stat.h>
+
+#include "product/definitions/engine_databases.h"
+#include "product/scanning/scan_profile.h"
+#include "product/signed_index/sha256.h"
+
+namespace scanapi {
+
+namespace {
+
+// To be raised with every change to how a verdict comes about.
+constexpr int kVerdictRules = 1;
+
+std::string Text(const timespec& time) {
+    return std::to_string(time.tv_sec) + "." + std::to_string(time.tv_nsec);
+}
+
+}  // namespace
+
+std::optional<std::string> VerdictBasis(const std::vector<std::string>& databases,
+                                        std::string_view settings) {
+    std::string text = std::string(cl_retver()) + " " + std::to_string(cl_retflevel()) + " " +
+                       CORVANE_VERSION + " " + std::to_string(kVerdictRules);
+    for (const long long bound :
+         {static_cast<long long>(definitions::kEngineLoadOptions), scanning::kMaxFileSize,
+          scanning::kMaxScanSize, scanning::kMaxNesting, scanning::kMaxMembers,
+          scanning::kMaxScanMilliseconds}) {
+        text += " " + std::to_string(bound);
+    }
+    text += '\0';
+    text.append(settings) += '\0';
+    for (const std::string& path : databases) {
+        struct stat status {};
+        if (stat(path.c_str(), &status) != 0) {
+            return std::nullopt;
+        }
+        // The place in the file system, too: what is put there anew may bear the old times.
+        text += path + '\0' + std::to_string(status.st_dev) + " " + std::to_string(status.st_ino) +
+                " " + std::to_string(status.st_size) + " " + Text(status.st_mtim) + " " +
+                Text(status.st_ctim) + '\0';
+    }
+    signed_index::Sha256 digest;
+    digest.Add(std::as_bytes(std::span(text)));
+    return digest.Finish();
+}
+
+}  // namespace scanapi
