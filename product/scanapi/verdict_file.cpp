@@ -105,6 +105,8 @@ void VerdictFile::Read(std::string_view basis, std::int64_t now,
     if (!lock.IsHeld()) {
         return;
     }
+    // What a killed program has left.
+    (void)unlinkat(m_folder.Get(), kNewName, 0);
     std::uint64_t counting = 0;
     const common::FileDescriptor file = OpenBelieved(counting);
     const std::string contents = file ? Contents(file.Get(), counting) : "x";

@@ -29,6 +29,15 @@ inline scanapi::ScanSpan ScanOf(const scanapi::FileIdentity& file, bool isCovere
     return {file, file, {kNoon, 9}, isCovered};
 }
 
+/// The records of the files of these numbers.
+inline std::string RecordsOf(std::uint64_t first, std::uint64_t last) {
+    std::string records;
+    for (std::uint64_t number = first; number <= last; ++number) {
+        records += scanapi::EncodeRecord({{}, FileOf(number), "a", {}});
+    }
+    return records;
+}
+
 /// The clock of the caches under test.
 inline scanapi::FileTime g_clock;
 inline scanapi::FileTime TestClock() {
