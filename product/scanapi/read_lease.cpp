@@ -52,12 +52,17 @@ ReadLease::ReadLease(int file, pid_t quiet) : m_file(file) {
 }
 
 void ReadLease::Take() {
+    if (fcntl(m_file, F_GETLEASE) == F_RDLCK) {
+        m_isHeld = true;
+        return;
+    }
     m_isHeld = fcntl(m_file, F_SETLEASE, F_RDLCK) == 0;
     m_isRefusedByWriter = !m_isHeld && errno == EAGAIN;
+    m_isToGiveBack = m_isHeld;
 }
 
 ReadLease::~ReadLease() {
-    if (m_isHeld) {
+    if (m_isToGiveBack) {
         (void)fcntl(m_file, F_SETLEASE, F_UNLCK);
     }
 }

@@ -9,6 +9,9 @@ namespace scanapi {
 ///
 /// The system tells of such a try by a signal whose default ends the program. Nobody gets it: it is
 /// for a thread that has ended. So nothing of the program around is changed.
+///
+/// One that this open file bears already is used along, and left to whoever took it. Once that one
+/// is given back, it counts as broken.
 class ReadLease {
 public:
     /// Of a file open for reading, which stays the caller's and outlives this.
@@ -35,6 +38,7 @@ private:
 
     int m_file;
     bool m_isHeld = false;
+    bool m_isToGiveBack = false;
     bool m_isRefusedByWriter = false;
 };
 

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -63,6 +64,22 @@ TEST_F(ReadLeaseTest, TellsOfOneWhoCutsTheFile) {
 TEST_F(ReadLeaseTest, EndsWithTheObject) {
     { const ReadLease lease(m_file.Get()); }
     EXPECT_EQ(TryToWrite(), 0);
+}
+
+TEST_F(ReadLeaseTest, IsUsedAlongWithOneThatTheFileBears) {
+    std::optional<ReadLease> first(std::in_place, m_file.Get());
+    {
+        const ReadLease second(m_file.Get());
+        EXPECT_TRUE(second.IsHeld());
+        EXPECT_FALSE(second.IsBroken());
+    }
+    EXPECT_EQ(TryToWrite(), EWOULDBLOCK) << "it was not the second one's to give back";
+    EXPECT_TRUE(first->IsBroken());
+    first.emplace(m_file.Get());
+    const ReadLease second(m_file.Get());
+    EXPECT_FALSE(second.IsBroken());
+    first.reset();
+    EXPECT_TRUE(second.IsBroken());
 }
 
 TEST_F(ReadLeaseTest, IsRefusedByOneWhoWritesAlready) {
