@@ -9,6 +9,7 @@
 
 #include "common/text_field.h"
 #include "product/scanapi/host_process.h"
+#include "product/scanapi/verdict_file.h"
 #include "product/scanapi/version_record.h"
 
 namespace scanapi {
@@ -53,17 +54,20 @@ Engine::Engine(const tagSCANAPI_OPTIONS& options, std::vector<Database> database
     : m_engineDirectory(common::FieldText(options.engineDirectory)),
       m_temporaryDirectory(common::FieldText(options.temporaryDirectory)),
       m_host(PathOfScanHost()),
+      m_cacheFolder(PathOfVerdicts()),
       m_settings(ReadEngineSettings(m_engineDirectory)),
       m_databases(std::make_unique<DatabasesInUse>(m_engineDirectory, std::move(databases), set,
-                                                   SettingsOfPools(m_settings.scanning))),
+                                                   SettingsOfPools(m_settings))),
       m_profile(scanning::ProfileFromOptions(options)) {}
 
-PoolSettings Engine::SettingsOfPools(const ScanningSettings& settings) const {
+PoolSettings Engine::SettingsOfPools(const EngineSettings& settings) const {
     PoolSettings pool;
     pool.host = m_host;
     pool.scratchBase = m_temporaryDirectory;
-    pool.workers = settings.workers;
-    pool.memoryMiB = settings.memoryMiB;
+    pool.workers = settings.scanning.workers;
+    pool.memoryMiB = settings.scanning.memoryMiB;
+    pool.cache = settings.cache;
+    pool.cacheFolder = m_cacheFolder;
     return pool;
 }
 
@@ -226,7 +230,7 @@ void Engine::ResetRunFlags() {
     m_ahead.Forget();
     // Here, so that what an administrator sets holds from the next scan on.
     const EngineSettings settings = ReadEngineSettings(m_engineDirectory);
-    m_databases->BeginRun(SettingsOfPools(settings.scanning));
+    m_databases->BeginRun(SettingsOfPools(settings));
     const std::lock_guard lock(m_stateMutex);
     m_settings = settings;
 }

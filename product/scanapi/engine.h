@@ -56,11 +56,12 @@ private:
     scanning::ScanOutcome Await(PendingScan& scan, Conversation& conversation);
     std::shared_ptr<ScanPool> WaitForDatabases(Conversation& conversation, bool& isStopped);
     Disposal DisposalOf(const std::string& virusName);
-    [[nodiscard]] PoolSettings SettingsOfPools(const ScanningSettings& settings) const;
+    [[nodiscard]] PoolSettings SettingsOfPools(const EngineSettings& settings) const;
 
     const std::string m_engineDirectory;
     const std::string m_temporaryDirectory;
     const std::string m_host;
+    const std::string m_cacheFolder;
     EngineSettings m_settings;  ///< guarded by m_stateMutex
     const std::unique_ptr<DatabasesInUse> m_databases;
     UnreadLog m_unread;

@@ -21,10 +21,12 @@ namespace scanapi {
 namespace {
 
 constexpr char kVaultSection[] = "Vault";
+constexpr char kCacheSection[] = "Cache";
 constexpr char kScanningSection[] = "Scanning";
 // Less would not do for what the bounds of a scan allow.
 constexpr std::uint64_t kLeastMemory = 512;  // MiB
 constexpr std::uint64_t kMiB = std::uint64_t{1} << 20U;
+constexpr std::uint64_t kMostCacheMiB = 1024;
 
 // The file as it was found to be root's: what takes its name meanwhile is not read.
 class SettingsFile {
@@ -105,6 +107,13 @@ void ReadVault(const SettingsFile& file, vault::Settings& settings) {
     settings.bytes = size * kMiB;
 }
 
+void ReadCache(const SettingsFile& file, CacheSettings& settings) {
+    file.ReadSwitch(kCacheSection, "Cache", settings.isOn);
+    std::uint64_t size = settings.bytes / kMiB;
+    file.ReadNumber(kCacheSection, "MiB", 1, kMostCacheMiB, size);
+    settings.bytes = size * kMiB;
+}
+
 void ReadScanning(const SettingsFile& file, ScanningSettings& settings) {
     std::uint64_t workers = UsableCores();
     file.ReadNumber(kScanningSection, "Workers", 1, kMostWorkers, workers);
@@ -129,6 +138,7 @@ EngineSettings ReadEngineSettings(const std::string& engineDirectory) {
     const SettingsFile file(engineDirectory + kSettingsFileName);
     EngineSettings settings;
     ReadVault(file, settings.vault);
+    ReadCache(file, settings.cache);
     ReadScanning(file, settings.scanning);
     return settings;
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "product/scanapi/cache_settings.h"
 #include "product/vault/settings.h"
 
 namespace scanapi {
@@ -23,6 +24,7 @@ struct ScanningSettings {
 /// What an administrator has set for the engine.
 struct EngineSettings {
     vault::Settings vault;
+    CacheSettings cache;
     ScanningSettings scanning;
 };
 

@@ -245,6 +245,7 @@ void HostSession::LookAfter() {
                 m_ended || (place.emptySince && Clock::now() - *place.emptySince > kHostPatience);
             continue;
         }
+        place.link->LetWritersPass();
         if (place.silentSince) {
             m_ended = m_ended || Clock::now() - *place.silentSince > kHostPatience;
         } else if (place.link->HasOneToBreakOff()) {

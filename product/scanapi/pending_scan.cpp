@@ -94,6 +94,9 @@ bool PendingScan::Tell(std::string member) {
     if (++m_told > kMaxTold || m_toldBytes > kMaxToldBytes) {
         return false;
     }
+    if (m_recorder != nullptr) {
+        m_recorder->AddMember(member);
+    }
     if (!m_abandoned && !m_finished) {
         m_members.push_back(std::move(member));
         m_changed.notify_all();
@@ -104,12 +107,41 @@ bool PendingScan::Tell(std::string member) {
 void PendingScan::BeginAgain() {
     const std::lock_guard lock(m_mutex);
     m_toSkip = m_told;
+    if (m_recorder != nullptr) {
+        m_recorder->Interrupt();
+    }
     ++m_timesBegunAgain;
 }
 
 int PendingScan::TimesBegunAgain() {
     const std::lock_guard lock(m_mutex);
     return m_timesBegunAgain;
+}
+
+void PendingScan::Record(std::unique_ptr<ScanRecorder> recorder) {
+    const std::lock_guard lock(m_mutex);
+    m_recorder = std::move(recorder);
+}
+
+void PendingScan::BeginReading() {
+    const std::lock_guard lock(m_mutex);
+    if (m_recorder != nullptr) {
+        m_recorder->BeginReading(*m_file);
+    }
+}
+
+void PendingScan::EndReading() {
+    const std::lock_guard lock(m_mutex);
+    if (m_recorder != nullptr) {
+        m_recorder->EndReading(*m_file);
+    }
+}
+
+void PendingScan::LetWriterPass() {
+    const std::lock_guard lock(m_mutex);
+    if (m_recorder != nullptr) {
+        m_recorder->LetWriterPass();
+    }
 }
 
 void PendingScan::Finish(scanning::ScanOutcome outcome) {
@@ -124,6 +156,10 @@ void PendingScan::Finish(scanning::ScanOutcome outcome) {
     const std::lock_guard lock(m_mutex);
     if (m_finished) {
         return;
+    }
+    if (m_recorder != nullptr) {
+        m_recorder->Remember(*m_file, m_profile, outcome.verdict);
+        m_recorder.reset();
     }
     m_outcome = std::move(outcome);
     m_wasUnchanged = isUnchanged;

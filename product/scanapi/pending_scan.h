@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "product/scanapi/scan_recorder.h"
 #include "product/scanapi/target_file.h"
 #include "product/scanapi/wakeup.h"
 #include "product/scanning/library_scan.h"
@@ -72,6 +73,15 @@ public:
     void BeginAgain();
     [[nodiscard]] int TimesBegunAgain();
 
+    /// Has `recorder` look on; before the scan is anybody else's.
+    void Record(std::unique_ptr<ScanRecorder> recorder);
+
+    // Around the reading of the file, on the pool's thread. Without an end to it the file is read
+    // until it is finished, and meanwhile whoever wants to write to it is let pass.
+    void BeginReading();
+    void EndReading();
+    void LetWriterPass();
+
     /// Only the first call counts.
     void Finish(scanning::ScanOutcome outcome);
     void FinishUnread(std::string_view reason);
@@ -98,6 +108,7 @@ private:
     bool m_abandoned = false;
     bool m_toBreakOff = false;
     scanning::ScanOutcome m_outcome;
+    std::unique_ptr<ScanRecorder> m_recorder;  ///< null where nothing is to be remembered
 };
 
 }  // namespace scanapi

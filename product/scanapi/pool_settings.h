@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "product/scanapi/cache_settings.h"
 #include "product/scanning/scan_profile.h"
 
 namespace scanapi {
@@ -22,6 +23,9 @@ struct PoolSettings {
     /// machine it gets some time of a processor; one that gets none waits for something that will
     /// not come.
     std::chrono::milliseconds standstill{std::chrono::minutes(1)};
+
+    CacheSettings cache;
+    std::string cacheFolder;  ///< where verdicts are remembered; empty: nowhere
 
     bool operator==(const PoolSettings&) const = default;
 };

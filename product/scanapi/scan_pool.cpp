@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <exception>
+#include <pthread.h>
 #include <utility>
 
 #include "common/escaped_text.h"
@@ -29,10 +31,17 @@ scanning::ScanOutcome Stopped() {
     return outcome;
 }
 
+// No handler of the program's is called on this thread, and no signal to it ends the program.
+void BlockSignals() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, nullptr);
+}
+
 }  // namespace
 
 ScanPool::ScanPool(std::vector<Database> databases, PoolSettings settings)
-    : m_settings(std::move(settings)), m_databases(std::move(databases)) {}
+    : m_settings(std::move(settings)), m_verdicts(m_settings), m_databases(std::move(databases)) {}
 
 ScanPool::~ScanPool() {
     Stop();
@@ -76,7 +85,7 @@ std::shared_ptr<PendingScan> ScanPool::Submit(std::shared_ptr<TargetFile> file,
         scan->FinishUnread("it may not be read");
     } else if (scan->File().Size() > static_cast<std::size_t>(scanning::kMaxFileSize)) {
         scan->FinishUnread("it is too large");
-    } else {
+    } else if (!m_verdicts.Answer(*scan)) {
         m_queue.Add(scan);
         m_wakeup->Wake();
     }
@@ -113,6 +122,7 @@ void ScanPool::Stop() {
     if (m_thread.joinable()) {
         m_thread.join();
     }
+    m_verdicts.Close();
 }
 
 bool ScanPool::IsCancelled() {
@@ -132,6 +142,7 @@ void ScanPool::OnLeftOut(const std::string& path, const std::string& reason) {
 }
 
 void ScanPool::OnLoaded(std::uint64_t memory) {
+    m_verdicts.AfterLoading(Databases());
     const std::lock_guard lock(m_mutex);
     m_state = State::kLoaded;
     m_memoryTaken = memory;
@@ -146,6 +157,7 @@ void ScanPool::OnNotLoaded(const std::string& reason) {
 }
 
 void ScanPool::Run() noexcept {
+    BlockSignals();
     try {
         RunHosts();
     } catch (const std::exception& error) {
@@ -168,7 +180,9 @@ bool ScanPool::RunHost() {
     std::string why = "what scans files ended";
     {
         HostSession session(m_settings, m_queue, *m_wakeup, *this);
-        if (!session.Run(Databases())) {
+        const auto databases = Databases();
+        m_verdicts.BeforeLoading(databases);
+        if (!session.Run(databases)) {
             why = "(" + m_settings.host + ") could not be started: " + std::strerror(errno);
         }
     }

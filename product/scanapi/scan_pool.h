@@ -15,6 +15,7 @@
 #include "product/scanapi/pending_scan.h"
 #include "product/scanapi/pool_settings.h"
 #include "product/scanapi/scan_queue.h"
+#include "product/scanapi/verdict_keeper.h"
 
 namespace scanapi {
 
@@ -82,6 +83,7 @@ private:
     const PoolSettings m_settings;
     const std::shared_ptr<Wakeup> m_wakeup = std::make_shared<Wakeup>();
     ScanQueue m_queue;
+    VerdictKeeper m_verdicts;
 
     std::mutex m_mutex;  ///< guards what follows
     std::condition_variable m_changed;

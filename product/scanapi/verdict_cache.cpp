@@ -35,10 +35,6 @@ FileTime Now() {
     return {now.tv_sec, static_cast<std::uint32_t>(now.tv_nsec)};
 }
 
-std::unique_ptr<VerdictCache> VerdictCache::Open(const CacheSettings& settings, std::string basis) {
-    return std::make_unique<VerdictCache>(PathOfVerdicts(), settings, std::move(basis));
-}
-
 VerdictCache::VerdictCache(const std::string& path, const CacheSettings& settings,
                            std::string basis, FileTime (*now)())
     : m_basis(std::move(basis)), m_now(now), m_table(settings.bytes), m_latest(now()) {

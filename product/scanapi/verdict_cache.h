@@ -2,26 +2,18 @@
 
 #include <condition_variable>
 #include <cstdint>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
 
+#include "product/scanapi/cache_settings.h"
 #include "product/scanapi/cached_verdict.h"
 #include "product/scanapi/verdict_file.h"
 #include "product/scanapi/verdict_table.h"
 
 namespace scanapi {
-
-/// [Cache] of scanapi.conf.
-struct CacheSettings {
-    bool isOn = true;
-    std::uint64_t bytes = std::uint64_t{64} << 20U;
-
-    bool operator==(const CacheSettings&) const = default;
-};
 
 /// One scan of a file, as far as it matters to whether its verdict may be remembered.
 struct ScanSpan {
@@ -46,11 +38,9 @@ FileTime Now();
 /// Any thread.
 class VerdictCache {
 public:
-    /// Of the effective user, with verdicts on `basis` (VerdictBasis()). Reads what is there. Where
-    /// nothing can be kept, for which the common log gets the reason, Find() knows nothing.
-    static std::unique_ptr<VerdictCache> Open(const CacheSettings& settings, std::string basis);
-
-    /// The same in the folder `path`, by the clock `now`.
+    /// In the folder `path` (PathOfVerdicts()), with verdicts on `basis` (VerdictBasis()), by the
+    /// clock `now`. Reads what is there. Where nothing can be kept, for which the common log gets
+    /// the reason, Find() knows nothing.
     VerdictCache(const std::string& path, const CacheSettings& settings, std::string basis,
                  FileTime (*now)() = Now);
 
@@ -73,6 +63,10 @@ public:
 
     /// How many verdicts can be found.
     std::size_t Count();
+
+    /// The moment, by the clock of this cache.
+    [[nodiscard]] FileTime Moment() const { return m_now(); }
+    [[nodiscard]] const std::string& Basis() const { return m_basis; }
 
 private:
     bool IsClockBack(FileTime now) const { return now < m_latest; }

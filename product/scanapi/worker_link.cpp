@@ -70,6 +70,7 @@ bool WorkerLink::Load(PendingScan& scan, scanwire::Item& item, std::size_t& end)
     item.baseName = file.BaseName();
     item.size = file.Size();
     item.byDescriptor = file.Size() > kMaxHandedOver;
+    scan.BeginReading();
     if (item.byDescriptor) {
         return true;
     }
@@ -78,6 +79,7 @@ bool WorkerLink::Load(PendingScan& scan, scanwire::Item& item, std::size_t& end)
     if (file.ReadStart(place) != static_cast<std::ptrdiff_t>(file.Size())) {
         return false;
     }
+    scan.EndReading();
     end += file.Size();
     return true;
 }
@@ -188,6 +190,14 @@ bool WorkerLink::HasOneToBreakOff() const {
         return std::any_of(batch.items.begin(), batch.items.end(),
                            [](const UnderWay& each) { return each.scan->IsToBreakOff(); });
     });
+}
+
+void WorkerLink::LetWritersPass() const {
+    for (const Batch& batch : m_batches) {
+        for (const UnderWay& each : batch.items) {
+            each.scan->LetWriterPass();
+        }
+    }
 }
 
 std::chrono::nanoseconds WorkerLink::Computed() const {

@@ -56,6 +56,9 @@ public:
     /// Whether a scan is under way that is to be broken off.
     [[nodiscard]] bool HasOneToBreakOff() const;
 
+    /// Whoever wants to write to a file that it reads need not wait for that.
+    void LetWritersPass() const;
+
     /// Whether it has computed for longer than `limit` since it was given something to do or last
     /// finished a file. What else the machine does does not count.
     [[nodiscard]] bool TookTooLong(std::chrono::milliseconds limit) const;

@@ -87,6 +87,7 @@ Expect "the settings of the engine and their manual" "$kProductDir/scanapi.conf
 /usr/share/man/man1/corvane-vault.1.gz
 /usr/share/man/man5/scanapi.conf.5.gz" "$(dpkg -L corvane | grep -E 'corvane-vault\.1|scanapi\.conf' | LC_ALL=C sort)"
 Expect "all of them are defaults" "[Vault]
+[Cache]
 [Scanning]" "$(grep -vE '^(;.*)?$' "$kProductDir/scanapi.conf")"
 Expect "nobody but root can change them" "644 root" "$(stat -c '%a %U' "$kProductDir/scanapi.conf")"
 
@@ -94,6 +95,8 @@ Expect "nobody but root can change them" "644 root" "$(stat -c '%a %U' "$kProduc
 printf '[Vault]\nDays=90\n' >"$kProductDir/scanapi.conf"
 mkdir -p /var/lib/corvane/vault/0
 echo kept >/var/lib/corvane/vault/0/20261122-074512-9f3a1c02
+mkdir -p /var/cache/corvane
+echo clean >/var/cache/corvane/verdicts
 SetAction 4
 printf 'secret\n' | corvane-admin set-password --stdin >/dev/null
 echo report >"$kProductDir/reports/scn0001.log"
@@ -120,6 +123,6 @@ Expect "the program is gone" no "$(YesOrNo test -e "$kProductDir/corvane")"
 Expect "what was kept of deleted files stays" kept "$(cat /var/lib/corvane/vault/0/*)"
 Expect "the reports stay" report "$(cat "$kProductDir/reports/scn0001.log")"
 Must "it is purged" Dpkg --purge corvane
-Expect "nothing is left" "no no" \
-    "$(YesOrNo test -e /usr/lib/Corvane) $(YesOrNo test -e /var/lib/corvane)"
+Expect "nothing is left" "no no no" \
+    "$(YesOrNo test -e /usr/lib/Corvane) $(YesOrNo test -e /var/lib/corvane) $(YesOrNo test -e /var/cache/corvane)"
 Finish

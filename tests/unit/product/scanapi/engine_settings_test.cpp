@@ -32,6 +32,8 @@ protected:
         EXPECT_TRUE(settings.vault.isOn);
         EXPECT_EQ(settings.vault.days, 30U);
         EXPECT_EQ(settings.vault.bytes, 1073741824U);
+        EXPECT_TRUE(settings.cache.isOn);
+        EXPECT_EQ(settings.cache.bytes, 67108864U);
         EXPECT_EQ(settings.scanning.workers, scanapi::UsableCores());
         EXPECT_EQ(settings.scanning.memoryMiB, 2048U);
     }
@@ -61,6 +63,21 @@ TEST_F(EngineSettingsTest, EachKeyIsRead) {
     EXPECT_EQ(Read("[Vault]\nDays=3650\nMiB=1\n").vault.bytes, 1048576U);
     EXPECT_EQ(Read("[Vault]\nMiB=1048576\n").vault.bytes, 1099511627776U);
     ExpectLogged("");
+}
+
+TEST_F(EngineSettingsTest, EachKeyOfTheCacheIsRead) {
+    const EngineSettings settings = Read("[Cache]\nCache=off\nMiB=1024\n");
+    EXPECT_FALSE(settings.cache.isOn);
+    EXPECT_EQ(settings.cache.bytes, 1073741824U);
+    EXPECT_TRUE(settings.vault.isOn);
+    EXPECT_EQ(Read("[Cache]\nMiB=1\n").cache.bytes, 1048576U);
+    ExpectLogged("");
+    for (const char* size : {"0", "1025", "-1", "much"}) {
+        ExpectDefaults(Read(std::string("[Cache]\nMiB=") + size + "\n"));
+        ExpectLogged("[Cache] MiB is not a number from 1 to 1024; the default is used");
+    }
+    ExpectDefaults(Read("[Cache]\nCache=1\n"));
+    ExpectLogged("[Cache] Cache is not on or off; the default is used");
 }
 
 TEST_F(EngineSettingsTest, HowFilesAreScannedIsRead) {

@@ -7,6 +7,7 @@
 //            "not-loaded TEXT", "left-out PATH", "log TEXT": what it says as it loads
 //   starts   where each start leaves a line
 //   pids     where it and each of its workers leave their process
+//   scans    where the name of each file is left as its scan begins
 //   seen     what it found when it was started
 
 #include <array>
@@ -144,6 +145,7 @@ private:
     }
 
     void Scan(const scanwire::Item& item, const std::string& content) {
+        Note("scans", item.baseName);
         const std::string what = item.baseName.substr(0, item.baseName.find('-'));
         const std::uint32_t id = item.id;
         if (what == "clean") {
@@ -161,6 +163,12 @@ private:
         } else if (what == "members") {
             Tell(id, "one");
             Tell(id, "two/three");
+            Flush();
+            Say(id, Verdict::Clean);
+        } else if (what == "many") {
+            for (int i = 0; i < 41; ++i) {
+                Tell(id, std::string(100, 'm'));
+            }
             Flush();
             Say(id, Verdict::Clean);
         } else if (what == "slow") {

@@ -75,6 +75,7 @@ void EngineTest::SetUp() {
     std::filesystem::remove_all("/var/lib/clamav");
     // Where an ordinary user's vault is; root's is in its fixed place.
     setenv("XDG_DATA_HOME", m_engine.Path("data").c_str(), 1);
+    setenv("XDG_CACHE_HOME", m_engine.Path("cache").c_str(), 1);
     std::filesystem::remove_all(vault::PathOfVault());
     std::filesystem::create_directory(m_engine.Path("tmp"));
     ASSERT_NE(m_library.init, nullptr);
