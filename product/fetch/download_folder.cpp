@@ -8,6 +8,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include "common/owners.h"
 #include "common/retrying.h"
@@ -79,8 +80,7 @@ bool DownloadFolder::Open(const std::string& path) {
         return false;
     }
     // What cannot be removed is in the way of another candidate only.
-    (void)RemoveFolder(m_folder.Get(), kCandidate);
-    (void)RemoveFolder(m_folder.Get(), kUnfinished);
+    (void)RemoveCandidate();
     m_parts = OpenOrMakeFolder(m_folder.Get(), kParts, 0700);
     return m_parts.IsOpen();
 }
@@ -89,9 +89,13 @@ std::string DownloadFolder::CandidatePath() const {
     return m_path + kCandidate;
 }
 
-void DownloadFolder::KeepParts(const std::vector<std::string>& digests) const {
+bool DownloadFolder::RemoveCandidate() const {
+    return RemoveFolder(m_folder.Get(), kCandidate) && RemoveFolder(m_folder.Get(), kUnfinished);
+}
+
+void DownloadFolder::RemoveParts(const std::function<bool(const std::string&)>& isToGo) const {
     for (const std::string& name : NamesIn(m_parts.Get())) {
-        if (std::find(digests.begin(), digests.end(), name) == digests.end()) {
+        if (isToGo(name)) {
             (void)Remove(m_parts.Get(), name.c_str(), 0);
         }
     }

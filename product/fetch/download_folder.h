@@ -1,7 +1,7 @@
 #pragma once
 
+#include <functional>
 #include <string>
-#include <vector>
 
 #include "common/file_descriptor.h"
 
@@ -9,7 +9,8 @@ namespace fetch {
 
 /// The folder that downloads lie in, held by one process at a time:
 ///
-///   parts/SHA256   what has come of a file of that digest, whole or not
+///   parts/SHA256   what has come of a file of that digest, whole or not; there until it is in use
+///                  or offered no longer, so that what is not installed does not come twice
 ///   candidate/     what is to be installed, made whole by one rename
 ///   official/      where libfreshclam keeps its databases
 ///   state.json     what one run leaves to the next
@@ -27,8 +28,12 @@ public:
     [[nodiscard]] const std::string& Path() const { return m_path; }
     [[nodiscard]] std::string CandidatePath() const;
 
-    /// Removes all parts but those of these digests.
-    void KeepParts(const std::vector<std::string>& digests) const;
+    /// Throws away what an earlier run left to be installed. False with the reason in errno: it is
+    /// in the way of another candidate, and its files are the parts' own under further names.
+    [[nodiscard]] bool RemoveCandidate() const;
+
+    /// Removes the parts of the digests for which `isToGo` says so.
+    void RemoveParts(const std::function<bool(const std::string&)>& isToGo) const;
 
     /// Makes the empty folder in which a candidate is put together. -1 with the reason in errno.
     [[nodiscard]] common::FileDescriptor BeginCandidate() const;

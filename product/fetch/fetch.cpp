@@ -79,6 +79,7 @@ private:
         const MirrorJob job{client,  m_request.limits, m_progress,        m_folder,
                             current, trusted.keys,     std::time(nullptr)};
         Outcome outcome;
+        bool hasFailed = false;
         for (const std::string& address : AddressesToTry(
                  m_request.addresses, m_request.fromAdministrator, m_request.official.domain)) {
             m_progress.Status(kUpdateConnecting);
@@ -86,6 +87,7 @@ private:
                 case MirrorEnd::kCandidate:
                     return {kUpdaterUpdated, m_folder.CandidatePath()};
                 case MirrorEnd::kUpToDate:
+                    ForgetParts(current, hasFailed);
                     return {kUpdaterUpToDate, {}};
                 case MirrorEnd::kStopped:
                     return {kUpdaterInterrupted, {}};
@@ -97,8 +99,17 @@ private:
                 case MirrorEnd::kFailed:
                     break;
             }
+            hasFailed = true;
         }
         return outcome;
+    }
+
+    // What is in use has been installed. The rest nobody offers, unless an address that failed
+    // does.
+    void ForgetParts(const CurrentSet& current, bool hasFailed) const {
+        m_folder.RemoveParts([&](const std::string& digest) {
+            return !hasFailed || current.OpenFileOf(digest).IsOpen();
+        });
     }
 
     MirrorEnd FetchFrom(const MirrorJob& job, const std::string& address) {

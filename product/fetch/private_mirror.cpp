@@ -1,11 +1,11 @@
 #include "product/fetch/private_mirror.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 #include "abi/updturl.h"
 #include "common/io.h"
@@ -159,11 +159,13 @@ private:
     }
 
     MirrorEnd TakeFiles(bool isLast) {
-        std::vector<std::string> digests;
-        for (const IndexedFile& file : m_index.files) {
-            digests.push_back(file.sha256);
+        if (!m_job.folder.RemoveCandidate()) {
+            return FailToMake();  // before anything is loaded in vain
         }
-        m_job.folder.KeepParts(digests);
+        m_job.folder.RemoveParts([this](const std::string& digest) {
+            return std::none_of(m_index.files.begin(), m_index.files.end(),
+                                [&](const IndexedFile& file) { return file.sha256 == digest; });
+        });
         m_job.progress.Status(kUpdateLoadingFiles);
         m_job.progress.Status(kUpdateLoadingDefinitions);
         for (const IndexedFile& file : m_index.files) {
@@ -209,11 +211,15 @@ private:
                                                         file.sha256, file.name);
         }
         if (!isMade || !m_job.folder.FinishCandidate()) {
-            Fail(std::string("the candidate cannot be made: ") + std::strerror(errno));
-            return MirrorEnd::kDiskFailed;
+            return FailToMake();
         }
-        m_job.folder.KeepParts({});
+        // The parts stay: whoever installs may refuse them, and the next run has them here.
         return MirrorEnd::kCandidate;
+    }
+
+    MirrorEnd FailToMake() {
+        Fail(std::string("the candidate cannot be made: ") + std::strerror(errno));
+        return MirrorEnd::kDiskFailed;
     }
 
     static bool WriteText(int folder, const char* name, std::string_view text) {

@@ -126,6 +126,41 @@ TEST_F(FetchTest, WhatAnEarlierRunLeftToInstallGoesAtTheNext) {
     EXPECT_FALSE(Exists(m_folder / "download/candidate"));
 }
 
+// Refused by who installs, say, and offered still: under another serial, too.
+TEST_F(FetchTest, WhatWasNotInstalledIsOfferedAgainAndNotLoadedAgain) {
+    for (const std::uint64_t serial : {1U, 2U, 3U}) {
+        m_contents.serial = serial;
+        Publish();
+        EXPECT_EQ(Fetch().result, kUpdaterUpdated);
+        for (const auto& [name, bytes] : m_contents.files) {
+            EXPECT_EQ(ReadFile(InCandidate(name)), bytes) << name;
+        }
+    }
+    EXPECT_EQ(m_server.CountOf(PathOf(0)), 1U);
+    EXPECT_EQ(m_server.CountOf(PathOf(1)), 1U);
+    InstallContents();
+    EXPECT_EQ(Fetch().result, kUpdaterUpToDate);
+    EXPECT_TRUE(std::filesystem::is_empty(m_folder / "download/parts")) << "no longer needed";
+}
+
+TEST_F(FetchTest, WhatAnAddressThatFailsHasSentStaysThoughTheNextOneHasNothingNew) {
+    InstallContents();
+    const MirrorServer other;
+    WriteMirror(other.Root(), m_contents);
+    PublishNext();
+    m_server.Script({{PathOf(0), R"([{"do": "cut", "after": 10}, {"do": "status", "status": 404},
+ {"do": "status", "status": 404}, {"do": "status", "status": 404}])"}});
+    EXPECT_EQ(FetchFrom({m_server.Address(), other.Address()}).result, kUpdaterUpToDate);
+    const std::string parts = m_folder / "download/parts/";
+    EXPECT_EQ(ReadFile(parts + Sha256Text(m_contents.files[0].second)), "daily sign");
+    WriteFile(parts + Sha256Text(m_contents.files[1].second), "in use");
+    EXPECT_EQ(FetchFrom({"no address", other.Address()}).result, kUpdaterUpToDate);
+    EXPECT_FALSE(Exists(parts + Sha256Text(m_contents.files[1].second)));
+    EXPECT_EQ(ReadFile(parts + Sha256Text(m_contents.files[0].second)), "daily sign");
+    EXPECT_EQ(FetchFrom({other.Address()}).result, kUpdaterUpToDate);
+    EXPECT_TRUE(std::filesystem::is_empty(parts)) << "nobody offers it";
+}
+
 TEST_F(FetchTest, TheNextAddressIsTriedWhenOneFails) {
     const MirrorServer empty;
     const std::string nobody = "http://127.0.0.1:" + std::to_string(FreePort());

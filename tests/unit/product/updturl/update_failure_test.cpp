@@ -192,9 +192,11 @@ TEST_F(UpdateFailure, AnUpdateThatIsRefusedACallSaysSo) {
 
 TEST_F(UpdateFailure, AnOldDownloadThatCannotBeRemovedIsInTheWayAndToldAsSuch) {
     ASSERT_TRUE(Exists(m_download + "candidate/index.json"));
+    m_server.ForgetRequests();
     const Told told = AskTraced({"-e", "inject=unlinkat:error=EROFS"}, Download());
     EXPECT_EQ(told.Result(), 0);
     EXPECT_TRUE(told.Has(": the candidate cannot be made: Read-only file system\n")) << told.words;
+    EXPECT_EQ(m_server.CountOf("/files/" + Sha256Text(m_new)), 0U) << "loaded in vain";
 }
 
 TEST_F(UpdateFailure, SignalsKeepNothingFromBeingDownloaded) {

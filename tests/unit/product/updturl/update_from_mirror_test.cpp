@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "abi/updturl.h"
+#include "product/definitions/rollback.h"
 #include "tests/support/mirror.h"
 #include "tests/support/scratch.h"
 
@@ -174,10 +175,30 @@ TEST_F(UpdateFromMirrorTest, AnUnknownSignatureIsRefusedAndTheOldSetStays) {
 TEST_F(UpdateFromMirrorTest, WhatCannotBeLoadedIsRefusedAndTheOldSetStays) {
     Publish(1, {{"own.ndb", Database('a')}});
     ASSERT_EQ(Update(), kUpdaterUpdated) << ReadFile(kLog);
-    Publish(2, {{"own.ndb", "no signature at all\n"}});
-    EXPECT_EQ(Update(), kUpdaterInvalidFiles) << ReadFile(kLog);
-    EXPECT_TRUE(WasTold(2004));
+    const std::string useless = "no signature at all\n";
+    Publish(2, {{"own.ndb", useless}});
+    for (int run = 0; run < 2; ++run) {
+        m_statuses.clear();
+        EXPECT_EQ(Update(), kUpdaterInvalidFiles) << ReadFile(kLog);
+        EXPECT_TRUE(WasTold(2004));
+        EXPECT_EQ(Current("own.ndb"), Database('a'));
+    }
+    EXPECT_EQ(m_server.CountOf("/files/" + Sha256Text(useless)), 1U) << "it is known by then";
+}
+
+TEST_F(UpdateFromMirrorTest, WhatWasGoneBackFromIsNotLoadedAgain) {
+    for (const char version : {'a', 'b'}) {
+        Publish(static_cast<unsigned char>(version), {{"own.ndb", Database(version)}});
+        ASSERT_EQ(Update(), kUpdaterUpdated) << ReadFile(kLog);
+        ASSERT_EQ(Update(), kUpdaterUpToDate) << ReadFile(kLog);
+    }
+    ASSERT_EQ(definitions::RollBack(m_product).outcome, definitions::Outcome::kInstalled);
+    m_server.ForgetRequests();
+    for (int run = 0; run < 3; ++run) {
+        EXPECT_EQ(Update(), kUpdaterUpToDate) << ReadFile(kLog);
+    }
     EXPECT_EQ(Current("own.ndb"), Database('a'));
+    EXPECT_EQ(m_server.CountOf("/files/" + Sha256Text(Database('b'))), 1U) << "then it is known";
 }
 
 TEST_F(UpdateFromMirrorTest, WhileAServerIsSilentTheCallbackIsToldFourTimesASecond) {
