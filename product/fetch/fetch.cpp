@@ -120,7 +120,7 @@ private:
         if (IsOfficial(address, m_request.official.domain)) {
             return FetchFromOfficial({m_request.official, m_request.proxy, m_request.limits,
                                       m_progress, m_folder, job.current, job.now},
-                                     address, m_state);
+                                     address, m_state.official);
         }
         return FetchFromMirror(job, address, m_state.mirrors[address]);
     }

@@ -63,7 +63,7 @@ FetchState ReadState(int folder) {
     }
     if (const auto official = document.find("official");
         official != document.end() && official->is_object()) {
-        state.official = {TimeOf(*official, "askedAt"), TimeOf(*official, "notBefore")};
+        state.official = {TimeOf(*official, "notBefore")};
     }
     const auto mirrors = document.find("mirrors");
     if (mirrors == document.end() || !mirrors->is_object()) {
@@ -89,8 +89,7 @@ bool WriteState(int folder, const FetchState& state) {
     }
     const Json document = {
         {"mirrors", std::move(mirrors)},
-        {"official",
-         {{"askedAt", state.official.askedAt}, {"notBefore", state.official.notBefore}}}};
+        {"official", {{"notBefore", state.official.notBefore}}}};
     const std::string text = document.dump(1, ' ', true, Json::error_handler_t::replace) + "\n";
     (void)common::Retrying([&] { return ::unlinkat(folder, kNewName, 0); });
     const common::FileDescriptor file = common::OpenRegularFileAt(

@@ -17,7 +17,6 @@ struct MirrorState {
 
 /// What is remembered of the official mirrors, all of them together.
 struct OfficialState {
-    std::time_t askedAt = 0;    ///< when they were last asked, whatever came of it
     std::time_t notBefore = 0;  ///< "try again at"
 };
 

@@ -54,15 +54,15 @@ std::string_view AnnouncedDatabase(std::string_view line) {
 
 class Official {
 public:
-    Official(const OfficialJob& job, const std::string& address, FetchState& state)
-        : m_job(job), m_address(address), m_allState(state), m_state(state.official) {}
+    Official(const OfficialJob& job, const std::string& address, OfficialState& state)
+        : m_job(job), m_address(address), m_state(state) {}
 
     MirrorEnd Fetch() {
         if (IsToBeLeftAlone(m_state.notBefore, m_job.now)) {
             return Fail("is not asked before " + signed_index::FormatUtcTime(m_state.notBefore));
         }
         m_folder = OpenOrMakeFolder(m_job.folder.Get(), kFolder, 0700);
-        if (!m_folder || !MakeTemporary() || !RecordAsking()) {
+        if (!m_folder || !MakeTemporary()) {
             Fail(std::string("the download folder cannot be used: ") + std::strerror(errno));
             return MirrorEnd::kDiskFailed;
         }
@@ -76,12 +76,6 @@ private:
         const std::string path = m_job.folder.Path() + kTemporary;
         std::filesystem::remove_all(path, ignored);
         return common::Retrying([&] { return ::mkdir(path.c_str(), 0700); }) == 0;
-    }
-
-    // Before anything is asked: who stops one run after the other must not ask unseen.
-    bool RecordAsking() {
-        m_state.askedAt = m_job.now;
-        return WriteState(m_job.folder.Get(), m_allState);
     }
 
     // Starts from the databases that are installed, so that the differences are enough.
@@ -280,7 +274,6 @@ private:
 
     const OfficialJob& m_job;
     const std::string& m_address;
-    FetchState& m_allState;
     OfficialState& m_state;
     common::FileDescriptor m_folder;
     std::string m_pending;
@@ -291,7 +284,8 @@ private:
 
 }  // namespace
 
-MirrorEnd FetchFromOfficial(const OfficialJob& job, const std::string& address, FetchState& state) {
+MirrorEnd FetchFromOfficial(const OfficialJob& job, const std::string& address,
+                            OfficialState& state) {
     return Official(job, address, state).Fetch();
 }
 

@@ -23,8 +23,8 @@ struct OfficialJob {
 /// process of its own: it changes the working directory, sleeps and cannot be cancelled otherwise.
 /// What is offered has been verified whole; what is damaged is removed and loaded once more,
 /// and kFailed is told where that is damaged here, too.
-/// Does not ask before the mirrors wish to be asked again. Writes the state, with the moment of the
-/// question, into the download folder before it asks: a run that is stopped has asked, too.
-MirrorEnd FetchFromOfficial(const OfficialJob& job, const std::string& address, FetchState& state);
+/// Does not ask before the mirrors wish to be asked again, as `state` has it.
+MirrorEnd FetchFromOfficial(const OfficialJob& job, const std::string& address,
+                            OfficialState& state);
 
 }  // namespace fetch

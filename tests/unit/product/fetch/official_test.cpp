@@ -244,23 +244,6 @@ TEST_F(OfficialTest, StopEndsTheChildAtOnce) {
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), 0) << "only the servers of the test are left";
 }
 
-// Who kills one run after the other is seen to have asked, too.
-TEST_F(OfficialTest, ThatItWasAskedIsWrittenDownBeforeItIsAsked) {
-    m_server.Script({{"/test.cvd", R"({"do": "hang"})"}});
-    const std::time_t begin = std::time(nullptr);
-    std::string seen;
-    m_listener.shouldStop = [&] {
-        if (m_server.CountOf("/test.cvd") > 0) {
-            seen = ReadFile(m_folder / "download/state.json");
-        }
-        return !seen.empty();
-    };
-    EXPECT_EQ(Fetch().result, kUpdaterInterrupted);
-    const std::string name = "\"askedAt\": ";
-    ASSERT_THAT(seen, HasSubstr(name));
-    EXPECT_GE(std::stoll(seen.substr(seen.find(name) + name.size())), begin);
-}
-
 TEST_F(OfficialTest, AProxyWithAPasswordIsUsedAndThoseOfTheEnvironmentAreNot) {
     const int port = FreePort();
     WriteFile(m_folder / "tinyproxy.conf", "Port " + std::to_string(port) +
