@@ -33,6 +33,11 @@ std::time_t TimeOf(const Json& object, const char* name) {
     return found != object.end() && found->is_number_integer() ? found->get<std::time_t>() : 0;
 }
 
+std::uint64_t SerialOf(const Json& object, const char* name) {
+    const auto found = object.find(name);
+    return found != object.end() && found->is_number_unsigned() ? found->get<std::uint64_t>() : 0;
+}
+
 // A header that is sent back as it came must not begin another one.
 std::string OneLine(std::string text) {
     const bool isOneLine = std::none_of(text.begin(), text.end(), [](char character) {
@@ -73,7 +78,7 @@ FetchState ReadState(int folder) {
         if (mirror.is_object() && state.mirrors.size() < kMaxMirrors) {
             state.mirrors[address] = {OneLine(TextOf(mirror, "etag")),
                                       OneLine(TextOf(mirror, "modified")), TextOf(mirror, "index"),
-                                      TimeOf(mirror, "notBefore")};
+                                      TimeOf(mirror, "notBefore"), SerialOf(mirror, "serial")};
         }
     }
     return state;
@@ -85,11 +90,11 @@ bool WriteState(int folder, const FetchState& state) {
         mirrors[address] = {{"etag", mirror.etag},
                             {"modified", mirror.modified},
                             {"index", mirror.indexSha256},
-                            {"notBefore", mirror.notBefore}};
+                            {"notBefore", mirror.notBefore},
+                            {"serial", mirror.serial}};
     }
-    const Json document = {
-        {"mirrors", std::move(mirrors)},
-        {"official", {{"notBefore", state.official.notBefore}}}};
+    const Json document = {{"mirrors", std::move(mirrors)},
+                           {"official", {{"notBefore", state.official.notBefore}}}};
     const std::string text = document.dump(1, ' ', true, Json::error_handler_t::replace) + "\n";
     (void)common::Retrying([&] { return ::unlinkat(folder, kNewName, 0); });
     const common::FileDescriptor file = common::OpenRegularFileAt(

@@ -13,6 +13,7 @@ struct MirrorState {
     std::string modified;       ///< of the index
     std::string indexSha256;    ///< of the index that these belong to
     std::time_t notBefore = 0;  ///< "try again at", in seconds since 1970
+    std::uint64_t serial = 0;   ///< the highest of an index from there, whatever became of it
 };
 
 /// What is remembered of the official mirrors, all of them together.

@@ -153,9 +153,16 @@ private:
         return refusal == Refusal::kNone ? TakeFiles(isLast) : Refuse(refusal);
     }
 
+    // Who could show this machine something newer than what is in use, and older than what there
+    // is, would keep it from what it has seen already.
     Refusal Accept() {
-        return signed_index::AcceptIndex(m_text, m_signature, m_job.keys,
-                                         {m_job.now, m_job.current.Serial()}, m_index);
+        const std::uint64_t seen = std::max(m_job.current.Serial(), m_state.serial);
+        const Refusal refusal =
+            signed_index::AcceptIndex(m_text, m_signature, m_job.keys, {m_job.now, seen}, m_index);
+        if (refusal == Refusal::kNone) {
+            m_state.serial = m_index.serial;
+        }
+        return refusal;
     }
 
     MirrorEnd TakeFiles(bool isLast) {

@@ -108,6 +108,24 @@ TEST_F(RefusalTest, AnIndexOlderThanTheOneThatIsInstalled) {
     EXPECT_EQ(Fetch().result, kUpdaterUpdated);
 }
 
+TEST_F(RefusalTest, AnIndexOlderThanOneThatWasSeenAndNotInstalled) {
+    m_contents.serial = 7;
+    InstallContents();
+    m_contents.serial = 9;
+    Publish();
+    ASSERT_EQ(Fetch().result, kUpdaterUpdated);
+    m_contents.serial = 8;
+    Publish();
+    ExpectRefused("the index is older than the one already here");
+    // Another mirror counts by itself.
+    const MirrorServer other;
+    WriteMirror(other.Root(), m_contents);
+    EXPECT_EQ(FetchFrom({other.Address()}).result, kUpdaterUpdated);
+    m_contents.serial = 9;
+    Publish();
+    EXPECT_EQ(Fetch().result, kUpdaterUpdated) << "the same again";
+}
+
 TEST_F(RefusalTest, AnIndexThatIsNone) {
     Overwrite("index.json", "<html>");
     Overwrite("index.json.minisig", MirrorSignature("<html>"));
