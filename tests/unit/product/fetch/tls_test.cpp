@@ -77,6 +77,35 @@ TEST_F(TlsTest, AServerThatAsksForAPasswordIsNotTakenForTheProxy) {
         << testing::PrintToString(m_listener.log);
 }
 
+TEST_F(TlsTest, AProxyThatIsTalkedToByTlsIsUsedWhereItsCertificateIsTrusted) {
+    const int inner = FreePort();
+    WriteFile(m_folder / "tinyproxy.conf", "Port " + std::to_string(inner) +
+                                               "\nListen 127.0.0.1\nTimeout 60\nMaxClients 20\n"
+                                               "LogFile \"" +
+                                               (m_folder / "proxy.log") + "\"\nLogLevel Connect\n");
+    ServerProcess proxy;
+    proxy.Start({"tinyproxy", "-d", "-c", m_folder / "tinyproxy.conf"});
+    ASSERT_TRUE(WaitForPort(inner));
+    for (const auto& [certificate, result] :
+         {std::pair("good", kUpdaterUpdated), std::pair("unknown", kUpdaterFailed)}) {
+        SCOPED_TRACE(certificate);
+        const int port = FreePort();
+        WriteFile(m_folder / "stunnel.conf",
+                  "foreground = yes\npid =\n[proxy]\naccept = 127.0.0.1:" + std::to_string(port) +
+                      "\nconnect = 127.0.0.1:" + std::to_string(inner) +
+                      "\ncert = " + s_certificates->Pem(certificate) + "\n");
+        ServerProcess tunnel;
+        tunnel.Start({"stunnel4", m_folder / "stunnel.conf"});
+        ASSERT_TRUE(WaitForPort(port)) << "is stunnel4 installed?";
+        m_server.ForgetRequests();
+        m_request.proxy = {"https://localhost", static_cast<std::uint16_t>(port), {}, {}};
+        EXPECT_EQ(Fetch().result, result) << testing::PrintToString(m_listener.log);
+        EXPECT_EQ(m_server.CountOf("/index.json"), result == kUpdaterUpdated ? 1U : 0U);
+    }
+    EXPECT_THAT(ReadFile(m_folder / "proxy.log"), testing::HasSubstr("/index.json"));
+    EXPECT_TRUE(m_listener.HasLogged("SSL certificate problem"));
+}
+
 TEST_F(TlsTest, RedirectsToAnotherHostByHttpsAreFollowed) {
     const MirrorServer secure(s_certificates->Pem("good"));
     WriteMirror(secure.Root(), m_contents);

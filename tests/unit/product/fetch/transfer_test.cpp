@@ -126,6 +126,15 @@ TEST_F(FetchTest, AServerInTroubleIsTriedThreeTimes) {
     EXPECT_TRUE(m_listener.HasLogged("the server answered with status 500"));
 }
 
+TEST_F(FetchTest, ThePausesBetweenTriesGrow) {
+    constexpr std::chrono::milliseconds kFirst(200);
+    m_request.limits.firstPause = kFirst;
+    m_server.Script({{"/index.json", R"({"do": "status", "status": 500})"}});
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(Fetch().result, kUpdaterFailed);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 4 * kFirst) << "one of 200, one of 600";
+}
+
 TEST_F(FetchTest, WhatAServerForbidsIsNotAskedAgain) {
     for (const char* status : {"403", "404", "410"}) {
         m_server.ForgetRequests();
