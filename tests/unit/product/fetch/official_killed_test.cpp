@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <set>
 
 #include "tests/support/disk_model.h"
@@ -139,6 +140,76 @@ TEST_F(OfficialKilled, NoPartOfTheInstalledDatabaseIsStartedFrom) {
         EXPECT_EQ(RunTraced({"-o", "/dev/null"}, Program()), kUpdaterUpdated);
         ExpectCandidate("test.cld");
     }
+}
+
+// The library syncs nothing: after a power cut each of its files may be gone, empty, cut or full of
+// zeros, also from the middle on and with the size it should have.
+class OfficialPowerCut : public OfficialKilled {
+protected:
+    using Damage = std::optional<std::string> (*)(const std::string& content);
+    static constexpr Damage kDamages[] = {
+        [](const std::string& /*content*/) -> std::optional<std::string> { return std::nullopt; },
+        [](const std::string& /*content*/) -> std::optional<std::string> { return ""; },
+        [](const std::string& content) -> std::optional<std::string> {
+            return content.substr(0, content.size() / 2);
+        },
+        [](const std::string& content) -> std::optional<std::string> {
+            return std::string(content.size(), '\0');
+        },
+        [](const std::string& content) -> std::optional<std::string> {
+            return content.substr(0, content.size() / 2) +
+                   std::string(content.size() - content.size() / 2, '\0');
+        },
+    };
+
+    static void Spoil(Tree& tree, const std::string& path, Damage damage) {
+        if (const auto left = damage(tree.at(path).content)) {
+            tree[path].content = *left;
+        } else {
+            tree.erase(path);
+        }
+    }
+
+    void ExpectTheNextOneBringsIt() {
+        Reset();
+        ASSERT_EQ(RunTraced({"-o", "/dev/null"}, Program()), kUpdaterUpdated);
+        const Tree whole = ReadTree(m_download);
+        std::vector<std::string> files;
+        for (const auto& [path, entry] : whole) {
+            if (path.starts_with("official/") && entry.kind == 'f') {
+                files.push_back(path);
+            }
+        }
+        ASSERT_EQ(files.size(), 2U) << "a database, and who the library is";
+        for (std::size_t damage = 0; damage < std::size(kDamages); ++damage) {
+            Tree all = whole;
+            for (const std::string& path : files) {
+                Tree one = whole;
+                Spoil(one, path, kDamages[damage]);
+                Spoil(all, path, kDamages[damage]);
+                SCOPED_TRACE(path + ", damage " + std::to_string(damage));
+                ExpectTheNextOneMends(one);
+            }
+            SCOPED_TRACE("all, damage " + std::to_string(damage));
+            ExpectTheNextOneMends(all);
+        }
+    }
+
+    void ExpectTheNextOneMends(const Tree& tree) {
+        WriteTree(m_download, tree);
+        EXPECT_EQ(RunTraced({"-o", "/dev/null"}, Program()), kUpdaterUpdated);
+        // What was damaged comes whole instead of by differences.
+        ExpectCandidate(Exists(InCandidate("test.cld")) ? "test.cld" : "test.cvd");
+    }
+};
+
+TEST_F(OfficialPowerCut, OfAFreshDownloadLeavesWhatTheNextOneMendsOrLoadsAnew) {
+    ExpectTheNextOneBringsIt();
+}
+
+TEST_F(OfficialPowerCut, OfDifferencesLeavesWhatTheNextOneMendsOrLoadsAnew) {
+    InstallOlder();
+    ExpectTheNextOneBringsIt();
 }
 
 }  // namespace
