@@ -1,0 +1,73 @@
+#include "product/scanning/whole_scan.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "product/scanning/detection_kind.h"
+#include "product/scanning/unread_reasons.h"
+
+namespace scanning {
+
+void WholeScan::Announce(const std::string& path) {
+    if (!m_again && m_onMember) {
+        m_stopped = m_stopped || !m_onMember(path);
+    }
+}
+
+void WholeScan::Found(Hit hit) {
+    if (MeansNotWholeScanned(hit.name)) {
+        Unread(hit.name.starts_with("Heuristics.Encrypted.") ? kEncrypted : kLimited);
+    }
+    m_found = m_found || IsReported(hit);
+    m_hits.push_back(std::move(hit));
+}
+
+void WholeScan::Unread(std::string_view reason) {
+    if (m_reason.empty()) {
+        m_reason = reason;
+    }
+}
+
+bool WholeScan::IsReported(const Hit& hit) const {
+    return !MeansNotWholeScanned(hit.name) && (m_profile.unwanted || !IsUnwanted(hit.name));
+}
+
+bool WholeScan::GoAgain() {
+    // The unwanted program that nobody asked about may have hidden what was found after it.
+    const bool mayHide =
+        !m_findsAll && std::any_of(m_hits.begin(), m_hits.end(),
+                                   [](const Hit& hit) { return IsUnwanted(hit.name); });
+    if (Ended() || !mayHide) {
+        return false;
+    }
+    m_findsAll = true;
+    m_again = true;
+    m_hits.clear();
+    m_reason = {};
+    m_libraryFailed = false;
+    return true;
+}
+
+ScanOutcome WholeScan::Outcome() {
+    if (m_passedOver) {
+        return {Verdict::PassedOver, {}, {}};
+    }
+    const auto hit = std::find_if(m_hits.begin(), m_hits.end(),
+                                  [this](const Hit& each) { return IsReported(each); });
+    if (hit != m_hits.end()) {
+        return {Verdict::Infected, std::move(hit->name), std::move(hit->member)};
+    }
+    if (m_stopped) {
+        return {Verdict::Stopped, {}, {}};
+    }
+    if (m_broken) {
+        Unread(kNoMemory);
+    }
+    if (m_libraryFailed) {
+        Unread(kEngineError);
+    }
+    return {.verdict = m_reason.empty() ? Verdict::Clean : Verdict::Unreadable,
+            .reason = std::string(m_reason)};
+}
+
+}  // namespace scanning
