@@ -1,6 +1,7 @@
 #include "product/scanning/layer_inspection.h"
 
 #include <memory>
+#include <numeric>
 #include <utility>
 
 #include "product/scanning/unread_reasons.h"
@@ -21,6 +22,8 @@ constexpr std::string_view kUnknownType = "CL_TYPE_BINARY_DATA";
 
 // Ends the scan: the library takes CL_VIRUS as a detection, which is dropped.
 constexpr cl_error_t kEndScan = CL_VIRUS;
+// Ends that of the layer at hand only.
+constexpr cl_error_t kSkipLayer = CL_BREAK;
 
 // Archives from which, when they can be read, at least the name of a member comes.
 bool HasListing(std::string_view type) {
@@ -37,11 +40,15 @@ std::string_view OrEmpty(const char* text) {
 
 cl_error_t OnInspection(int descriptor, const char* type, const char** /*ancestors*/,
                         std::size_t /*parentSize*/, const char* name, std::size_t size,
-                        const char* /*bytes*/, std::uint32_t level, std::uint32_t attributes,
+                        const char* bytes, std::uint32_t level, std::uint32_t attributes,
                         void* opaque) {
     auto& run = *static_cast<LibraryRun*>(opaque);
     try {
-        return run.Inspect(descriptor, {OrEmpty(type), OrEmpty(name), size, level, attributes});
+        const auto all = std::as_bytes(std::span(bytes, bytes == nullptr ? 0 : size));
+        if (bytes == nullptr && size > 0) {
+            run.Whole().Unread(kReadError);
+        }
+        return run.Inspect(descriptor, {OrEmpty(type), OrEmpty(name), all, level, attributes});
     } catch (...) {
         run.Whole().Break();
         return kEndScan;
@@ -116,12 +123,20 @@ void LibraryRun::Unseal(std::uint32_t level, std::string_view type) {
     }
 }
 
+std::string LibraryRun::Types() const {
+    return std::accumulate(
+        m_types.begin(), m_types.end(), std::string(),
+        [](std::string all, const std::string& type) { return std::move(all) + '/' + type; });
+}
+
 cl_error_t LibraryRun::Inspect(int descriptor, const Layer& layer) {
     m_entered = true;
     if (m_whole.Ended()) {
         return kEndScan;
     }
     Unseal(layer.level, layer.type);
+    m_types.resize(layer.level);
+    m_types.emplace_back(layer.type);
     if (layer.level == 0) {
         m_trail.Entered(0, {}, descriptor);
         if (layer.type == kUnknownType && !m_whole.Profile().unknownTypes) {
@@ -134,14 +149,17 @@ cl_error_t LibraryRun::Inspect(int descriptor, const Layer& layer) {
         return CL_CLEAN;
     }
     // A zip member is cut at the bound without an alert.
-    if (layer.size >= static_cast<std::size_t>(kMaxFileSize)) {
+    if (layer.bytes.size() >= static_cast<std::size_t>(kMaxFileSize)) {
         m_whole.Unread(kTooLarge);
     }
     m_trail.Entered(layer.level, layer.name, descriptor);
     if (!layer.name.empty()) {
         m_whole.Announce(m_trail.Path());
     }
-    return m_whole.Ended() ? kEndScan : CL_CLEAN;
+    if (m_whole.Ended()) {
+        return kEndScan;
+    }
+    return m_whole.Admit(Types(), layer.bytes) ? CL_CLEAN : kSkipLayer;
 }
 
 void LibraryRun::Listed(std::string_view containerType, std::string_view name, std::size_t size,

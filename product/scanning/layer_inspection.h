@@ -4,7 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "product/scanning/layer_trail.h"
 #include "product/scanning/whole_scan.h"
@@ -15,7 +18,7 @@ namespace scanning {
 struct Layer {
     std::string_view type;
     std::string_view name;
-    std::size_t size;
+    std::span<const std::byte> bytes;
     std::uint32_t level;
     std::uint32_t attributes;
 };
@@ -40,11 +43,14 @@ public:
 
 private:
     void Unseal(std::uint32_t level, std::string_view type);
+    /// The types of the layers down to the one at hand, outermost first.
+    [[nodiscard]] std::string Types() const;
     void Judge(cl_error_t result);
 
     WholeScan& m_whole;
     const ScanInput& m_file;
     LayerTrail m_trail{};
+    std::vector<std::string> m_types{};            ///< of the layers down to the one at hand
     std::optional<std::uint32_t> m_sealedLevel{};  ///< of an archive that nothing came out of yet
     bool m_sealed = false;                         ///< such an archive was left unread
     bool m_entered = false;                        ///< the library began to look at it

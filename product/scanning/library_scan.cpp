@@ -1,6 +1,7 @@
 #include "product/scanning/library_scan.h"
 
 #include <cerrno>
+#include <sodium.h>
 #include <unistd.h>
 
 #include "product/scanning/layer_inspection.h"
@@ -42,6 +43,8 @@ ScanOutcome ScanMapped(const cl_engine* engine, const ScanProfile& profile, cons
 }  // namespace
 
 void InstallScanCallbacks(cl_engine* engine) {
+    // Lets the library of digests pick its code for this processor; it works without, too.
+    [[maybe_unused]] const int picked = sodium_init();
     InstallInspection(engine);
 }
 

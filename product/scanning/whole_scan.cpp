@@ -45,6 +45,7 @@ bool WholeScan::GoAgain() {
     m_hits.clear();
     m_reason = {};
     m_libraryFailed = false;
+    m_seen.Clear();
     return true;
 }
 

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <clamav.h>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "product/scanning/library_scan.h"
+#include "product/scanning/seen_contents.h"
 
 namespace scanning {
 
@@ -34,6 +36,12 @@ public:
     /// Tells of a member, once, also when the file is gone through again.
     void Announce(const std::string& path);
 
+    /// False when `bytes` were met before, in the same kind of `containers`: they need no other
+    /// look.
+    bool Admit(std::string_view containers, std::span<const std::byte> bytes) {
+        return m_seen.Add(containers, bytes);
+    }
+
     void Found(Hit hit);
     void Unread(std::string_view reason);             ///< the first reason stays
     void LibraryFailed() { m_libraryFailed = true; }  ///< it complained of an error of its own
@@ -60,6 +68,7 @@ private:
 
     std::vector<Hit> m_hits{};
     std::string_view m_reason{};
+    SeenContents m_seen{};
     bool m_found = false;  ///< something that counts
     bool m_libraryFailed = false;
     bool m_passedOver = false;
