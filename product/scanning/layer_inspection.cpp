@@ -139,15 +139,16 @@ cl_error_t LibraryRun::Inspect(int descriptor, const Layer& layer) {
     m_types.emplace_back(layer.type);
     if (layer.level == 0) {
         m_trail.Entered(0, {}, descriptor);
-        if (layer.type == kUnknownType && !m_whole.Profile().unknownTypes) {
-            m_whole.PassOver();
+        if (layer.type == kUnknownType) {
+            m_whole.TypeIsUnknown();
         }
-        return m_whole.Ended() ? kEndScan : CL_CLEAN;
+        return CL_CLEAN;
     }
     if ((layer.attributes & LAYER_ATTRIBUTES_NORMALIZED) != 0) {
         // The same text once more, in a form that is easier to match.
         return CL_CLEAN;
     }
+    m_whole.Recognised();
     // A zip member is cut at the bound without an alert.
     if (layer.bytes.size() >= static_cast<std::size_t>(kMaxFileSize)) {
         m_whole.Unread(kTooLarge);

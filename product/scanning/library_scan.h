@@ -16,7 +16,7 @@ enum class Verdict {
     Infected,
     Unreadable,  ///< not read, or not read whole
     Stopped,     ///< the scan was ended early
-    PassedOver,  ///< of no known type, and the user did not ask for such files
+    PassedOver,  ///< clean, but of no known type, and the user did not ask for such files
 };
 
 struct ScanOutcome {

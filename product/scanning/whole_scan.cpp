@@ -50,9 +50,6 @@ bool WholeScan::GoAgain() {
 }
 
 ScanOutcome WholeScan::Outcome() {
-    if (m_passedOver) {
-        return {Verdict::PassedOver, {}, {}};
-    }
     const auto hit = std::find_if(m_hits.begin(), m_hits.end(),
                                   [this](const Hit& each) { return IsReported(each); });
     if (hit != m_hits.end()) {
@@ -67,8 +64,11 @@ ScanOutcome WholeScan::Outcome() {
     if (m_libraryFailed) {
         Unread(kEngineError);
     }
-    return {.verdict = m_reason.empty() ? Verdict::Clean : Verdict::Unreadable,
-            .reason = std::string(m_reason)};
+    if (!m_reason.empty()) {
+        return {.verdict = Verdict::Unreadable, .reason = std::string(m_reason)};
+    }
+    const bool passedOver = m_typeUnknown && !m_recognised && !m_profile.unknownTypes;
+    return {.verdict = passedOver ? Verdict::PassedOver : Verdict::Clean};
 }
 
 }  // namespace scanning

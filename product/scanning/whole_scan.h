@@ -31,7 +31,7 @@ public:
     /// Whoever is told of members wants no more.
     [[nodiscard]] bool IsStopped() const { return m_stopped; }
     /// Nothing more needs to be looked at.
-    [[nodiscard]] bool Ended() const { return m_found || m_stopped || m_broken || m_passedOver; }
+    [[nodiscard]] bool Ended() const { return m_found || m_stopped || m_broken; }
 
     /// Tells of a member, once, also when the file is gone through again.
     void Announce(const std::string& path);
@@ -45,7 +45,8 @@ public:
     void Found(Hit hit);
     void Unread(std::string_view reason);             ///< the first reason stays
     void LibraryFailed() { m_libraryFailed = true; }  ///< it complained of an error of its own
-    void PassOver() { m_passedOver = true; }
+    void TypeIsUnknown() { m_typeUnknown = true; }    ///< by the first bytes of the file
+    void Recognised() { m_recognised = true; }
     void Break() { m_broken = true; }  ///< a callback ran out of memory
 
     [[nodiscard]] std::size_t Hits() const { return m_hits.size(); }
@@ -71,7 +72,8 @@ private:
     SeenContents m_seen{};
     bool m_found = false;  ///< something that counts
     bool m_libraryFailed = false;
-    bool m_passedOver = false;
+    bool m_typeUnknown = false;
+    bool m_recognised = false;  ///< something was found in the file, so its type is known
     bool m_stopped = false;
     bool m_broken = false;
 };

@@ -68,4 +68,17 @@ TEST_F(InsideTest, RepeatedContentsAreLookedAtAgainInAnotherWay) {
     EXPECT_EQ(Scan(Zip({{"a", both}, {"b", both}}), profile).outcome.member, "a/bad");
 }
 
+TEST_F(InsideTest, FilesOfUnknownTypeAreLookedAtWhateverIsAskedFor) {
+    auto quiet = SampleScanner::kAll;
+    quiet.unknownTypes = false;
+    const std::string unknown = std::string("\x01\x02\x03\x04\x05\x06\x07\x81\x8d") +
+                                std::string(40, '\0') + std::string("\x81\0\0\0\x01", 5);
+    EXPECT_EQ(Verdict(unknown), "clean");
+    EXPECT_EQ(Verdict(unknown, quiet), "passed over");
+    EXPECT_EQ(Verdict(unknown + "unknown-body", quiet), "infected");
+    // What is recognised late is of a known type, whether or not there is a find in it.
+    EXPECT_EQ(Verdict(unknown + Zip({{"a.txt", "nothing in it"}}), quiet), "clean");
+    EXPECT_EQ(Verdict(unknown + Zip({{"bad.com", Eicar()}}), quiet), "infected");
+}
+
 }  // namespace
