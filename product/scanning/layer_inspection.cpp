@@ -15,20 +15,12 @@ struct MapCloser {
 };
 using MapOwner = std::unique_ptr<cl_fmap_t, MapCloser>;
 
-// Files of at most this size are clean to the library unread: nothing known is as small as that.
-constexpr std::size_t kNeverMatched = 5;
-
 constexpr std::string_view kUnknownType = "CL_TYPE_BINARY_DATA";
 
 // Ends the scan: the library takes CL_VIRUS as a detection, which is dropped.
 constexpr cl_error_t kEndScan = CL_VIRUS;
 // Ends that of the layer at hand only.
 constexpr cl_error_t kSkipLayer = CL_BREAK;
-
-// Archives from which, when they can be read, at least the name of a member comes.
-bool HasListing(std::string_view type) {
-    return type.starts_with("CL_TYPE_RAR") || type == "CL_TYPE_ZIP" || type == "CL_TYPE_7Z";
-}
 
 bool IsZipType(std::string_view type) {
     return type == "CL_TYPE_ZIP" || type.starts_with("CL_TYPE_OOXML");
@@ -94,16 +86,13 @@ void LibraryRun::Scan(cl_fmap_t* map) {
                                             m_whole.Engine(), &options, this);
     if (result == CL_VIRUS && m_whole.Hits() == hitsBefore && virusName != nullptr &&
         !m_whole.Ended()) {
-        m_whole.Found({virusName, {}});
+        m_whole.Found({virusName, m_around.path});
     }
     Judge(result);
 }
 
 // The library calls many a file clean that it did not look at, or not to the end.
 void LibraryRun::Judge(cl_error_t result) {
-    if (m_sealed || m_sealedLevel || !m_trail.AllEntered()) {
-        m_whole.Unread(kMissed);
-    }
     if (result != CL_CLEAN && result != CL_VIRUS) {
         m_whole.Unread(cl_strerror(result));
     }
@@ -111,21 +100,19 @@ void LibraryRun::Judge(cl_error_t result) {
     if (!m_entered && m_file.size > kNeverMatched) {
         m_whole.Unread(kNoRoom);
     }
+    if (!m_trail.AllEntered()) {
+        m_whole.Missed();
+    }
 }
 
-// An archive whose listing is cut off, or whose reader is a library of its own that is not
-// installed, is passed over without a word.
-void LibraryRun::Unseal(std::uint32_t level, std::string_view type) {
-    m_sealed = m_sealed || (m_sealedLevel && level <= *m_sealedLevel);
-    m_sealedLevel.reset();
-    if (HasListing(type) && m_whole.Profile().archives) {
-        m_sealedLevel = level;
-    }
+std::string LibraryRun::PathOf(const std::string& inner) const {
+    return m_around.path.empty() || inner.empty() ? m_around.path + inner
+                                                  : m_around.path + '/' + inner;
 }
 
 std::string LibraryRun::Types() const {
     return std::accumulate(
-        m_types.begin(), m_types.end(), std::string(),
+        m_types.begin(), m_types.end(), m_around.containers,
         [](std::string all, const std::string& type) { return std::move(all) + '/' + type; });
 }
 
@@ -134,38 +121,99 @@ cl_error_t LibraryRun::Inspect(int descriptor, const Layer& layer) {
     if (m_whole.Ended()) {
         return kEndScan;
     }
-    Unseal(layer.level, layer.type);
     m_types.resize(layer.level);
     m_types.emplace_back(layer.type);
-    if (layer.level == 0) {
-        m_trail.Entered(0, {}, descriptor);
-        if (layer.type == kUnknownType) {
-            m_whole.TypeIsUnknown();
-        }
-        return CL_CLEAN;
-    }
-    if ((layer.attributes & LAYER_ATTRIBUTES_NORMALIZED) != 0) {
+    if (layer.level > 0 && (layer.attributes & LAYER_ATTRIBUTES_NORMALIZED) != 0) {
         // The same text once more, in a form that is easier to match.
         return CL_CLEAN;
     }
+    m_trail.Entered(layer.level, layer.name, descriptor, layer.bytes.size());
+    const bool isWholeFile = layer.level == 0 && !IsInside();
+    if (isWholeFile && layer.type == kUnknownType) {
+        m_whole.TypeIsUnknown();
+    }
+    if (!isWholeFile && !EnterMember(layer)) {
+        return m_whole.Ended() ? kEndScan : kSkipLayer;
+    }
+    // What was handed over whole is scanned here once more for what libclamav makes of it: the
+    // first of several streams perhaps, which looks like an archive cut short.
+    if (m_trail.ExpectsNothing()) {
+        return CL_CLEAN;
+    }
+    return LookInto(layer, KindOfContainer(layer.bytes));
+}
+
+// False when it is not to be looked at.
+bool LibraryRun::EnterMember(const Layer& layer) {
     m_whole.Recognised();
     // A zip member is cut at the bound without an alert.
-    if (layer.bytes.size() >= static_cast<std::size_t>(kMaxFileSize)) {
+    if (layer.level > 0 && layer.bytes.size() >= static_cast<std::size_t>(kMaxFileSize)) {
         m_whole.Unread(kTooLarge);
     }
-    m_trail.Entered(layer.level, layer.name, descriptor);
-    if (!layer.name.empty()) {
-        m_whole.Announce(m_trail.Path());
+    if (layer.level > 0 && !layer.name.empty()) {
+        m_whole.Announce(PathOf(m_trail.Path()));
     }
     if (m_whole.Ended()) {
-        return kEndScan;
+        return false;
     }
-    return m_whole.Admit(Types(), layer.bytes) ? CL_CLEAN : kSkipLayer;
+    if (m_around.depth + layer.level >= static_cast<std::uint32_t>(kMaxNesting)) {
+        m_whole.Unread(kTooDeep);
+        return false;
+    }
+    return m_whole.Admit(Types(), layer.bytes, IsInside());
+}
+
+cl_error_t LibraryRun::LookInto(const Layer& layer, ContainerKind kind) {
+    // With archives off, what they are made of is matched as it is.
+    if (!m_whole.Profile().archives || kind == ContainerKind::None) {
+        return CL_CLEAN;
+    }
+    const LayerNews news{
+        [&](const std::string& name, std::span<const std::byte> bytes) {
+            return ScanInside(layer, name, bytes);
+        },
+        [this](std::string_view reason) { m_whole.Unread(reason); },
+        [this](std::size_t members, std::size_t bytes) { m_trail.ExpectMembers(members, bytes); },
+        m_whole.Room(),
+    };
+    m_whole.Recognised();
+    if (LookInside(kind, layer.bytes, m_whole.IsThorough(), news)) {
+        m_trail.ExpectNothing();
+    }
+    return m_whole.Ended() ? kEndScan : CL_CLEAN;
+}
+
+bool LibraryRun::ScanInside(const Layer& layer, const std::string& name,
+                            std::span<const std::byte> bytes) {
+    if (m_whole.Ended()) {
+        return false;
+    }
+    if (bytes.size() <= kNeverMatched) {
+        return true;
+    }
+    Surroundings around{.depth = m_around.depth + layer.level + 1, .path = PathOf(m_trail.Path())};
+    if (!IsInside()) {
+        // libclamav knows of nothing around them now, and a signature may ask for that: what it
+        // comes to by itself is looked at all the same.
+        around.containers += '+';
+    }
+    around.containers += Types();
+    if (!name.empty()) {
+        if (!around.path.empty()) {
+            around.path += '/';
+        }
+        around.path += name;
+        m_whole.Announce(around.path);
+    }
+    const ScanInput member{
+        .baseName = name.substr(name.rfind('/') + 1), .descriptor = -1, .size = bytes.size()};
+    LibraryRun run(m_whole, member, std::move(around));
+    run.Scan(cl_fmap_open_memory(bytes.data(), bytes.size()));
+    return !m_whole.Ended();
 }
 
 void LibraryRun::Listed(std::string_view containerType, std::string_view name, std::size_t size,
                         std::uint32_t position) {
-    m_sealedLevel.reset();
     m_trail.Listed(name);
     // A zip member that is damaged, or packed in a way that the library does not know, is passed
     // over in silence.
@@ -180,7 +228,7 @@ void LibraryRun::Found(int descriptor, std::string_view virusName) {
     }
     LayerTrail trail = m_trail;
     trail.BackTo(descriptor);
-    m_whole.Found({std::string(virusName), trail.Path()});
+    m_whole.Found({std::string(virusName), PathOf(trail.Path())});
 }
 
 void InstallInspection(cl_engine* engine) {

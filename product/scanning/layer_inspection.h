@@ -3,16 +3,24 @@
 #include <clamav.h>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "product/scanning/container_kind.h"
+#include "product/scanning/layer_reader.h"
 #include "product/scanning/layer_trail.h"
 #include "product/scanning/whole_scan.h"
 
 namespace scanning {
+
+/// What lies around bytes that are handed to libclamav by themselves.
+struct Surroundings {
+    std::uint32_t depth = 0;   ///< layers around them; 0: they are the file itself
+    std::string path{};        ///< the member they are, empty for the file itself
+    std::string containers{};  ///< the types of those layers, outermost first
+};
 
 /// One layer, as libclamav comes to it.
 struct Layer {
@@ -23,12 +31,13 @@ struct Layer {
     std::uint32_t attributes;
 };
 
-/// One run of libclamav over the file, which comes back here at each layer. Calls that are made
-/// from C let nothing be thrown.
+/// One run of libclamav, over the file or over something that was unpacked from it for libclamav,
+/// which comes back here at each layer. Calls that are made from C let nothing be thrown.
 class LibraryRun {
 public:
-    /// Both are kept by reference.
-    LibraryRun(WholeScan& whole, const ScanInput& file) : m_whole(whole), m_file(file) {}
+    /// The first two are kept by reference.
+    LibraryRun(WholeScan& whole, const ScanInput& file, Surroundings around)
+        : m_whole(whole), m_file(file), m_around(std::move(around)) {}
 
     /// Takes the map over; one that could not be made makes the file unreadable.
     void Scan(cl_fmap_t* map);
@@ -42,18 +51,21 @@ public:
     void Found(int descriptor, std::string_view virusName);
 
 private:
-    void Unseal(std::uint32_t level, std::string_view type);
+    [[nodiscard]] bool IsInside() const { return m_around.depth > 0; }
+    bool EnterMember(const Layer& layer);
+    cl_error_t LookInto(const Layer& layer, ContainerKind kind);
+    bool ScanInside(const Layer& layer, const std::string& name, std::span<const std::byte> bytes);
+    [[nodiscard]] std::string PathOf(const std::string& inner) const;
     /// The types of the layers down to the one at hand, outermost first.
     [[nodiscard]] std::string Types() const;
     void Judge(cl_error_t result);
 
     WholeScan& m_whole;
     const ScanInput& m_file;
+    Surroundings m_around;
     LayerTrail m_trail{};
-    std::vector<std::string> m_types{};            ///< of the layers down to the one at hand
-    std::optional<std::uint32_t> m_sealedLevel{};  ///< of an archive that nothing came out of yet
-    bool m_sealed = false;                         ///< such an archive was left unread
-    bool m_entered = false;                        ///< the library began to look at it
+    std::vector<std::string> m_types{};  ///< of the layers down to the one at hand
+    bool m_entered = false;              ///< the library began to look at it
 };
 
 void InstallInspection(cl_engine* engine);

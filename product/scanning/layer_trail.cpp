@@ -40,10 +40,26 @@ void LayerTrail::Expect(std::uint32_t position) {
     }
 }
 
+void LayerTrail::ExpectMembers(std::size_t members, std::size_t bytes) {
+    if (!m_layers.empty()) {
+        m_layers.back().expected += members;
+        m_layers.back().expectedBytes += bytes;
+    }
+}
+
+void LayerTrail::ExpectNothing() {
+    if (!m_layers.empty()) {
+        m_layers.back().readElsewhere = true;
+    }
+}
+
+bool LayerTrail::ExpectsNothing() const {
+    return !m_layers.empty() && m_layers.back().readElsewhere;
+}
+
 bool LayerTrail::AllEntered() const {
-    return !m_missed && std::all_of(m_layers.begin(), m_layers.end(), [](const Layer& layer) {
-        return layer.entered >= layer.expected;
-    });
+    return !m_missed && std::none_of(m_layers.begin(), m_layers.end(),
+                                     [](const Layer& layer) { return layer.IsMissed(); });
 }
 
 std::string LayerTrail::TakeListed(Layer& archive, std::string_view name) {
@@ -57,16 +73,19 @@ std::string LayerTrail::TakeListed(Layer& archive, std::string_view name) {
     return std::string(name);
 }
 
-void LayerTrail::Entered(std::uint32_t level, std::string_view name, int descriptor) {
+void LayerTrail::Entered(std::uint32_t level, std::string_view name, int descriptor,
+                         std::size_t size) {
     while (m_layers.size() > level) {
-        m_missed = m_missed || m_layers.back().entered < m_layers.back().expected;
+        m_missed = m_missed || m_layers.back().IsMissed();
         m_layers.pop_back();
     }
     if (!m_layers.empty()) {
         ++m_layers.back().entered;
+        m_layers.back().enteredBytes += size;
     }
     Layer layer;
     layer.descriptor = descriptor;
+    layer.readElsewhere = ExpectsNothing();
     if (!m_layers.empty() && !name.empty()) {
         layer.name = TakeListed(m_layers.back(), name);
     }

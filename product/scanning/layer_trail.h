@@ -21,12 +21,23 @@ public:
     /// Position 0 is that of a member met without a listing, and says nothing.
     void Expect(std::uint32_t position);
 
-    /// False when an archive had members that were never entered.
+    /// The same for the layer just entered as a whole: it holds so many members, with so many bytes
+    /// in them.
+    void ExpectMembers(std::size_t members, std::size_t bytes);
+
+    /// The layer just entered was read by other means: nothing needs to be entered in it, nor in
+    /// what is in it.
+    void ExpectNothing();
+
+    /// Whether that holds for the layer just entered.
+    [[nodiscard]] bool ExpectsNothing() const;
+
+    /// False when an archive had members that were never entered, or not with all that is in them.
     [[nodiscard]] bool AllEntered() const;
 
     /// The layer at `level` (0: the file itself) is about to be scanned. `name` is empty for layers
-    /// without a name of their own, such as the inside of a gzip file.
-    void Entered(std::uint32_t level, std::string_view name, int descriptor);
+    /// without a name of their own, such as the inside of a gzip file. `size` is in bytes.
+    void Entered(std::uint32_t level, std::string_view name, int descriptor, std::size_t size);
 
     /// The innermost layer that is read through `descriptor` (-1: from memory): layers below it are
     /// done with.
@@ -44,6 +55,13 @@ private:
         std::uint32_t lastExpected = 0;  ///< position in the listing
         std::size_t expected = 0;
         std::size_t entered = 0;
+        std::size_t expectedBytes = 0;
+        std::size_t enteredBytes = 0;
+        bool readElsewhere = false;
+
+        [[nodiscard]] bool IsMissed() const {
+            return !readElsewhere && (entered < expected || enteredBytes < expectedBytes);
+        }
     };
 
     static std::string TakeListed(Layer& archive, std::string_view name);

@@ -4,6 +4,7 @@
 #include <sodium.h>
 #include <unistd.h>
 
+#include "product/scanning/container_reader.h"
 #include "product/scanning/layer_inspection.h"
 #include "product/scanning/unread_reasons.h"
 #include "product/scanning/whole_scan.h"
@@ -11,6 +12,10 @@
 namespace scanning {
 
 namespace {
+
+// What this thread scans. The library forgets whom to tell of an error as soon as it is called for
+// something inside a file.
+thread_local WholeScan* t_scan = nullptr;
 
 off_t OnRead(void* opaque, void* buffer, std::size_t count, off_t offset) {
     auto& run = *static_cast<LibraryRun*>(opaque);
@@ -33,16 +38,19 @@ template <typename MapMaker>
 ScanOutcome ScanMapped(const cl_engine* engine, const ScanProfile& profile, const ScanInput& file,
                        const OnMember& onMember, MapMaker makeMap) {
     WholeScan whole(engine, profile, onMember);
+    t_scan = &whole;
     do {
-        LibraryRun run(whole, file);
+        LibraryRun run(whole, file, {});
         run.Scan(makeMap(run));
     } while (whole.GoAgain());
+    t_scan = nullptr;
     return whole.Outcome();
 }
 
 }  // namespace
 
 void InstallScanCallbacks(cl_engine* engine) {
+    PrepareContainerReader();
     // Lets the library of digests pick its code for this processor; it works without, too.
     [[maybe_unused]] const int picked = sodium_init();
     InstallInspection(engine);
@@ -65,9 +73,9 @@ ScanOutcome ScanDescriptor(const cl_engine* engine, const ScanProfile& profile,
 }
 
 void SilenceLibrary() {
-    cl_set_clcb_msg([](cl_msg severity, const char*, const char*, void* opaque) {
-        if (severity == CL_MSG_ERROR && opaque != nullptr) {
-            static_cast<LibraryRun*>(opaque)->Whole().LibraryFailed();
+    cl_set_clcb_msg([](cl_msg severity, const char*, const char*, void* /*opaque*/) {
+        if (severity == CL_MSG_ERROR && t_scan != nullptr) {
+            t_scan->LibraryFailed();
         }
     });
 }

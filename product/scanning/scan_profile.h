@@ -1,6 +1,7 @@
 #pragma once
 
 #include <clamav.h>
+#include <cstddef>
 
 #include "abi/scanapi.h"
 
@@ -28,5 +29,8 @@ inline constexpr long long kMaxScanSize = 400LL << 20;
 inline constexpr long long kMaxNesting = 17;
 inline constexpr long long kMaxMembers = 10000;
 inline constexpr long long kMaxScanMilliseconds = 120000;
+
+/// Files of at most this size are clean to the library unread: nothing known is as small as that.
+inline constexpr std::size_t kNeverMatched = 5;
 
 }  // namespace scanning

@@ -9,9 +9,31 @@
 namespace scanning {
 
 void WholeScan::Announce(const std::string& path) {
-    if (!m_again && m_onMember) {
+    const bool isNew = m_announced.insert(path).second;
+    if (m_onMember && (isNew || !m_again)) {
         m_stopped = m_stopped || !m_onMember(path);
     }
+}
+
+bool WholeScan::Admit(std::string_view containers, std::span<const std::byte> bytes,
+                      bool unpackedByUs) {
+    if (!m_seen.Add(containers, bytes)) {
+        return false;
+    }
+    if (!unpackedByUs) {
+        return true;
+    }
+    ++m_members;
+    m_bytes += bytes.size();
+    if (m_members > static_cast<std::size_t>(kMaxMembers)) {
+        Unread(kTooMany);
+        return false;
+    }
+    if (m_bytes > static_cast<std::size_t>(kMaxScanSize)) {
+        Unread(kTooLarge);
+        return false;
+    }
+    return true;
 }
 
 void WholeScan::Found(Hit hit) {
@@ -37,15 +59,21 @@ bool WholeScan::GoAgain() {
     const bool mayHide =
         !m_findsAll && std::any_of(m_hits.begin(), m_hits.end(),
                                    [](const Hit& hit) { return IsUnwanted(hit.name); });
-    if (Ended() || !mayHide) {
+    const bool mayReadMore = !m_thorough && m_missed && m_reason.empty();
+    if (Ended() || (!mayHide && !mayReadMore)) {
         return false;
     }
-    m_findsAll = true;
+    m_findsAll = m_findsAll || mayHide;
+    m_thorough = m_thorough || mayReadMore;
     m_again = true;
     m_hits.clear();
     m_reason = {};
     m_libraryFailed = false;
     m_seen.Clear();
+    m_members = 0;
+    m_bytes = 0;
+    m_room = kAllRoom;
+    m_missed = false;
     return true;
 }
 
@@ -60,6 +88,9 @@ ScanOutcome WholeScan::Outcome() {
     }
     if (m_broken) {
         Unread(kNoMemory);
+    }
+    if (m_missed) {
+        Unread(kMissed);
     }
     if (m_libraryFailed) {
         Unread(kEngineError);

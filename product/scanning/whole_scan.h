@@ -1,6 +1,8 @@
 #pragma once
 
 #include <clamav.h>
+#include <cstddef>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -27,23 +29,28 @@ public:
     [[nodiscard]] const cl_engine* Engine() const { return m_engine; }
     [[nodiscard]] const ScanProfile& Profile() const { return m_profile; }
     [[nodiscard]] bool FindsAll() const { return m_findsAll; }
+    /// What libclamav reads is read by us as well, since it did not read all.
+    [[nodiscard]] bool IsThorough() const { return m_thorough; }
 
     /// Whoever is told of members wants no more.
     [[nodiscard]] bool IsStopped() const { return m_stopped; }
     /// Nothing more needs to be looked at.
     [[nodiscard]] bool Ended() const { return m_found || m_stopped || m_broken; }
 
-    /// Tells of a member, once, also when the file is gone through again.
+    /// Tells of a member; when the file is gone through again, only of those not told of before.
     void Announce(const std::string& path);
 
-    /// False when `bytes` were met before, in the same kind of `containers`: they need no other
-    /// look.
-    bool Admit(std::string_view containers, std::span<const std::byte> bytes) {
-        return m_seen.Add(containers, bytes);
-    }
+    /// Counts what is about to be looked at, `unpackedByUs` or by libclamav, which has its own
+    /// counts. False when it was met before, in the same kind of `containers`, or when there is
+    /// more than one scan reads.
+    bool Admit(std::string_view containers, std::span<const std::byte> bytes, bool unpackedByUs);
+
+    /// How many bytes may still be unpacked for looks of our own.
+    [[nodiscard]] std::size_t& Room() { return m_room; }
 
     void Found(Hit hit);
     void Unread(std::string_view reason);             ///< the first reason stays
+    void Missed() { m_missed = true; }                ///< libclamav did not enter all of an archive
     void LibraryFailed() { m_libraryFailed = true; }  ///< it complained of an error of its own
     void TypeIsUnknown() { m_typeUnknown = true; }    ///< by the first bytes of the file
     void Recognised() { m_recognised = true; }
@@ -64,12 +71,20 @@ private:
     const cl_engine* m_engine;
     const ScanProfile& m_profile;
     const OnMember& m_onMember;
+    static constexpr auto kAllRoom = static_cast<std::size_t>(kMaxScanSize);
+
     bool m_findsAll = false;
+    bool m_thorough = false;
     bool m_again = false;
+    std::set<std::string, std::less<>> m_announced{};
 
     std::vector<Hit> m_hits{};
     std::string_view m_reason{};
     SeenContents m_seen{};
+    std::size_t m_members = 0;  ///< unpacked by us
+    std::size_t m_bytes = 0;    ///< in them
+    std::size_t m_room = kAllRoom;
+    bool m_missed = false;
     bool m_found = false;  ///< something that counts
     bool m_libraryFailed = false;
     bool m_typeUnknown = false;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/unit/product/scanapi/archives.h"
+#include "tests/unit/product/scanning/packed_samples.h"
 #include "tests/unit/product/scanning/sample_scanner.h"
 
 namespace {
@@ -12,6 +13,22 @@ using archives::Eicar;
 using archives::Gzip;
 using archives::Zip;
 using Pack = std::string (*)(const std::vector<archives::Member>&);
+
+std::string Ar(const std::vector<archives::Member>& members) {
+    std::string out = "!<arch>\n";
+    for (const auto& member : members) {
+        std::string head = member.name + '/';
+        head.resize(16, ' ');
+        head += "0           0     0     100644  ";
+        std::string size = std::to_string(member.content.size());
+        size.resize(10, ' ');
+        out += head + size + "`\n" + member.content;
+        if (out.size() % 2 != 0) {
+            out += '\n';
+        }
+    }
+    return out;
+}
 
 class InsideTest : public testing::Test {
 protected:
@@ -29,7 +46,7 @@ protected:
     }
     static std::string Verdict(std::string_view bytes,
                                const scanning::ScanProfile& profile = SampleScanner::kAll) {
-        return Described(Scan(bytes, profile).outcome);
+        return VerdictOf(Scan(bytes, profile).outcome);
     }
 
     static inline std::unique_ptr<SampleScanner> s_scanner;
@@ -49,10 +66,12 @@ std::string Bomb(Pack pack) {
 }
 
 TEST_F(InsideTest, EqualContentsAreLookedAtOnce) {
-    const auto result = Scan(Bomb(Zip));
-    EXPECT_EQ(Described(result.outcome), "clean");
-    // Told of at each place where it was looked at, and where it was seen to be the same.
-    EXPECT_EQ(result.members.size(), 5U * 16U);
+    for (const Pack pack : {Zip, Ar}) {
+        const auto result = Scan(Bomb(pack));
+        EXPECT_EQ(VerdictOf(result.outcome), "clean");
+        // Told of at each place where it was looked at, and where it was seen to be the same.
+        EXPECT_EQ(result.members.size(), 5U * 16U);
+    }
 }
 
 TEST_F(InsideTest, AFindInRepeatedContentsIsAFind) {
@@ -79,6 +98,129 @@ TEST_F(InsideTest, FilesOfUnknownTypeAreLookedAtWhateverIsAskedFor) {
     // What is recognised late is of a known type, whether or not there is a find in it.
     EXPECT_EQ(Verdict(unknown + Zip({{"a.txt", "nothing in it"}}), quiet), "clean");
     EXPECT_EQ(Verdict(unknown + Zip({{"bad.com", Eicar()}}), quiet), "infected");
+}
+
+TEST_F(InsideTest, MembersAreNamedByTheirWholePath) {
+    const auto inner = Ar({{"one.txt", "the first text"}, {"bad.com", Eicar()}});
+    const auto result = Scan(Ar({{"plain", "plain text"}, {"inner.a", inner}}));
+    EXPECT_EQ(result.outcome.virusName, "Eicar-Test-Signature.UNOFFICIAL");
+    EXPECT_EQ(result.outcome.member, "inner.a/bad.com");
+    EXPECT_EQ(result.members, (Names{"plain", "inner.a", "inner.a/one.txt", "inner.a/bad.com"}));
+}
+
+// One reader's members in the other's.
+TEST_F(InsideTest, WhateverIsPackedInWhateverIsFound) {
+    const auto deep =
+        Zip({{"dir/in.a", Ar({{"tape.gz", Gzip(archives::Tar({{"bad", Eicar()}}))}})}});
+    const auto result = Scan(Ar({{"deep.zip", deep}}));
+    EXPECT_EQ(result.outcome.member, "deep.zip/dir/in.a/tape.gz/bad");
+    EXPECT_EQ(result.members, (Names{"deep.zip", "deep.zip/dir/in.a", "deep.zip/dir/in.a/tape.gz",
+                                     "deep.zip/dir/in.a/tape.gz/bad"}));
+}
+
+// Stored in two bytes each, in the one, and as they are in the other.
+TEST_F(InsideTest, NamesInAnyAlphabetAreInUtf8) {
+    const std::string renamed =
+        "export LC_ALL=C.UTF-8\nmkdir d\nmv bad.com 'd/gr\xc3\xbcn.com'\nrm noise\n";
+    const auto sevenZip = renamed + "7zz a -bd -m0=BZip2 \"$WORK/a\" d && mv \"$WORK\"/a* \"$OUT\"";
+    EXPECT_EQ(Scan(RunPacker(sevenZip, true)).outcome.member, "d/gr\xc3\xbcn.com");
+    const auto package = Ar({{"d.tar", RunPacker(renamed + "tar cf \"$OUT\" d", true)}});
+    EXPECT_EQ(Scan(package).outcome.member, "d.tar/d/gr\xc3\xbcn.com");
+}
+
+TEST_F(InsideTest, AfterAFindNothingMoreIsToldOf) {
+    EXPECT_EQ(Scan(Ar({{"bad", Eicar()}, {"late", "comes after it"}})).members, (Names{"bad"}));
+}
+
+TEST_F(InsideTest, WithArchivesOffNothingIsUnpacked) {
+    auto profile = SampleScanner::kAll;
+    profile.archives = false;
+    const auto result = Scan(Ar({{"bad", Eicar()}}), profile);
+    EXPECT_EQ(VerdictOf(result.outcome), "clean");
+    EXPECT_TRUE(result.members.empty());
+    EXPECT_EQ(Verdict("hsqs" + std::string(200, 'x'), profile), "clean");
+}
+
+TEST_F(InsideTest, TooDeepNestingIsUnread) {
+    std::string archive = Ar({{"bad", Eicar()}});
+    for (int i = 0; i < 12; ++i) {
+        archive = Ar({{"a", archive}});
+    }
+    EXPECT_EQ(Verdict(archive), "infected");
+    for (int i = 0; i < 12; ++i) {
+        archive = Ar({{"a", archive}});
+    }
+    EXPECT_EQ(Verdict(archive), "unread: nested too deeply");
+}
+
+// Half of the levels are libclamav's.
+TEST_F(InsideTest, BothReadersLevelsAreCountedTogether) {
+    std::string archive = Ar({{"bad", Eicar()}});
+    for (int i = 0; i < 12; ++i) {
+        archive = Ar({{"a", Gzip(archive)}});
+    }
+    EXPECT_EQ(Verdict(archive), "unread: nested too deeply");
+}
+
+TEST_F(InsideTest, MembersAreCountedOverTheWholeFile) {
+    std::vector<archives::Member> halves;
+    for (const char half : {'a', 'b'}) {
+        std::vector<archives::Member> members;
+        for (int i = 0; i < 5100; ++i) {
+            members.push_back({"m", "content " + std::string(1, half) + std::to_string(i)});
+        }
+        halves.push_back({std::string(1, half), Ar(members)});
+    }
+    EXPECT_EQ(Verdict(Ar(halves)), "unread: too many members");
+}
+
+TEST_F(InsideTest, BytesAreCountedOverTheWholeFile) {
+    std::vector<archives::Member> members;
+    for (char name = 'a'; name < 'g'; ++name) {
+        members.push_back({std::string(1, name), Gzip(std::string(80U << 20U, name))});
+    }
+    EXPECT_EQ(Verdict(Ar(members)), "unread: too large when unpacked");
+}
+
+TEST_F(InsideTest, AnUnwantedProgramHidesNothingInAnyReader) {
+    auto profile = SampleScanner::kAll;
+    profile.unwanted = false;
+    const auto archive = Ar({{"ad", "this is adware!"}, {"bad", Eicar()}});
+    const auto result = Scan(archive, profile);
+    EXPECT_EQ(result.outcome.member, "bad");
+    EXPECT_EQ(result.members, (Names{"ad", "bad"}));
+    EXPECT_EQ(Verdict(Ar({{"ad", "this is adware!"}}), profile), "clean");
+    EXPECT_EQ(Scan(archive).outcome.member, "ad");
+}
+
+TEST_F(InsideTest, DamagedContentsAreNotCalledClean) {
+    auto gzip = Gzip("a text that is long enough to be packed, packed, packed");
+    EXPECT_EQ(Verdict(gzip), "clean");
+    gzip[gzip.size() - 6] = static_cast<char>(gzip[gzip.size() - 6] ^ 1);
+    EXPECT_EQ(Verdict(gzip), "unread: archive damaged");
+    EXPECT_EQ(Verdict(Zip({{"in.gz", gzip}})), "unread: archive damaged");
+}
+
+TEST_F(InsideTest, WhatIsInALaterStreamIsFound) {
+    const auto tar = archives::Tar({{"plain", "plain text"}, {"bad", Eicar()}});
+    EXPECT_EQ(Scan(Gzip(tar.substr(0, 700)) + Gzip(tar.substr(700))).outcome.member, "bad");
+}
+
+// Many a stream begins with zeros, and is no archive for that.
+TEST_F(InsideTest, AStreamOfZerosHidesNothing) {
+    const std::string zeros(2048, '\0');
+    EXPECT_EQ(Verdict(Gzip(zeros) + Gzip("unknown-body")), "infected");
+    EXPECT_EQ(Verdict(Gzip(zeros) + Gzip(zeros)), "clean");
+}
+
+TEST_F(InsideTest, AnUnreadMemberMakesTheWholeUnread) {
+    EXPECT_EQ(Verdict(Ar({{"disk", "hsqs" + std::string(200, 'x')}})),
+              "unread: no reader for its kind");
+    EXPECT_EQ(Verdict(Zip({{"disk", "hsqs" + std::string(200, 'x')}})),
+              "unread: no reader for its kind");
+    // A find is a find all the same.
+    EXPECT_EQ(Verdict(Zip({{"disk", "hsqs" + std::string(200, 'x')}, {"bad", Eicar()}})),
+              "infected");
 }
 
 }  // namespace

@@ -98,7 +98,7 @@ TEST_F(LibraryEngineTest, WhatIsUnreadSaysWhy) {
     EXPECT_EQ(reason(archives::Zip({{.name = "a", .content = "secret", .encrypted = true}})),
               "encrypted");
     EXPECT_EQ(reason(archives::Zip({{.name = "a", .content = "something", .method = 99}})),
-              "an archive could not be read whole");
+              "packed in an unknown way");
     std::string deep = archives::Zip({{.name = "e.com", .content = Eicar()}});
     for (int i = 0; i < 30; ++i) {
         deep = archives::Zip({{.name = "next.zip", .content = deep}});

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 #include <span>
 
+#include "product/definitions/engine_databases.h"
+#include "product/scanning/detection_kind.h"
+
 using scanning::Verdict;
 
 SampleScanner::SampleScanner(const std::vector<std::pair<std::string, std::string>>& signatures) {
@@ -17,6 +20,14 @@ SampleScanner::SampleScanner(const std::vector<std::pair<std::string, std::strin
                                            ADD_FAILURE() << path << reason;
                                        });
     EXPECT_NE(m_loaded.engine, nullptr) << m_loaded.problem;
+    m_bare.reset(cl_engine_new());
+    EXPECT_TRUE(scanning::SetBounds(m_bare.get(), m_folder.Path()));
+    unsigned int count = 0;
+    for (const std::string& path : databases) {
+        EXPECT_EQ(cl_load(path.c_str(), m_bare.get(), &count, definitions::kEngineLoadOptions),
+                  CL_SUCCESS);
+    }
+    EXPECT_EQ(cl_engine_compile(m_bare.get()), CL_SUCCESS);
 }
 
 SampleScanner::Result SampleScanner::Scan(std::string_view bytes,
@@ -31,7 +42,21 @@ SampleScanner::Result SampleScanner::Scan(std::string_view bytes,
     return result;
 }
 
-std::string Described(const scanning::ScanOutcome& outcome) {
+bool SampleScanner::FindsByItself(std::string_view bytes,
+                                  const scanning::ScanProfile& profile) const {
+    cl_scan_options options = scanning::LibraryOptions(profile);
+    cl_fmap_t* map = cl_fmap_open_memory(bytes.data(), bytes.size());
+    const char* virusName = nullptr;
+    unsigned long scanned = 0;
+    const auto result =
+        cl_scanmap_callback(map, "sample", &virusName, &scanned, m_bare.get(), &options, nullptr);
+    const bool found = result == CL_VIRUS && !scanning::MeansNotWholeScanned(virusName) &&
+                       (profile.unwanted || !scanning::IsUnwanted(virusName));
+    cl_fmap_close(map);
+    return found;
+}
+
+std::string VerdictOf(const scanning::ScanOutcome& outcome) {
     switch (outcome.verdict) {
         case Verdict::Clean:
             return "clean";

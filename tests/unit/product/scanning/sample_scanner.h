@@ -26,10 +26,15 @@ public:
     [[nodiscard]] Result Scan(std::string_view bytes,
                               const scanning::ScanProfile& profile = kAll) const;
 
+    /// Whether libclamav by itself finds something that the profile asks for.
+    [[nodiscard]] bool FindsByItself(std::string_view bytes,
+                                     const scanning::ScanProfile& profile) const;
+
 private:
     ScratchFolder m_folder;
     scanning::LoadedDatabases m_loaded;
+    scanning::EngineOwner m_bare;  ///< calls nothing back
 };
 
 /// "clean", "infected", "unread" or "passed over", and after a colon why it is unread.
-std::string Described(const scanning::ScanOutcome& outcome);
+std::string VerdictOf(const scanning::ScanOutcome& outcome);
