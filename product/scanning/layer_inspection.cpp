@@ -4,6 +4,7 @@
 #include <numeric>
 #include <utility>
 
+#include "product/scanning/self_extractor.h"
 #include "product/scanning/unread_reasons.h"
 
 namespace scanning {
@@ -165,7 +166,7 @@ bool LibraryRun::EnterMember(const Layer& layer) {
 
 cl_error_t LibraryRun::LookInto(const Layer& layer, ContainerKind kind) {
     // With archives off, what they are made of is matched as it is.
-    if (!m_whole.Profile().archives || kind == ContainerKind::None) {
+    if (!m_whole.Profile().archives && kind != ContainerKind::Pdf) {
         return CL_CLEAN;
     }
     const LayerNews news{
@@ -176,11 +177,23 @@ cl_error_t LibraryRun::LookInto(const Layer& layer, ContainerKind kind) {
         [this](std::size_t members, std::size_t bytes) { m_trail.ExpectMembers(members, bytes); },
         m_whole.Room(),
     };
-    m_whole.Recognised();
-    if (LookInside(kind, layer.bytes, m_whole.IsThorough(), news)) {
-        m_trail.ExpectNothing();
+    if (kind == ContainerKind::None) {
+        LookBehind(layer, news);
+    } else {
+        m_whole.Recognised();
+        if (LookInside(kind, layer.bytes, m_whole.IsThorough(), news)) {
+            m_trail.ExpectNothing();
+        }
     }
     return m_whole.Ended() ? kEndScan : CL_CLEAN;
+}
+
+void LibraryRun::LookBehind(const Layer& layer, const LayerNews& news) {
+    for (const auto& [kind, offset] : FindEmbeddedArchives(TextOf(layer.bytes))) {
+        // libclamav looks for archives in programs, but for no streams in scripts.
+        const bool thorough = m_whole.IsThorough() || IsKnownStream(kind);
+        LookInside(kind, layer.bytes.subspan(offset), thorough, news);
+    }
 }
 
 bool LibraryRun::ScanInside(const Layer& layer, const std::string& name,

@@ -5,6 +5,7 @@
 
 #include "product/scanning/container_reader.h"
 #include "product/scanning/gzip_streams.h"
+#include "product/scanning/layer_check.h"
 #include "product/scanning/scan_profile.h"
 #include "product/scanning/unread_reasons.h"
 #include "product/scanning/zip_directory.h"
@@ -83,7 +84,13 @@ bool LookInside(ContainerKind kind, std::span<const std::byte> bytes, bool thoro
     if (kind == ContainerKind::Ar || kind == ContainerKind::Rar) {
         return HandOverMembers(kind, bytes, news);
     }
-    if (kind == ContainerKind::Zip && !Tell(news, CheckZip(TextOf(bytes)))) {
+    if (kind == ContainerKind::Arj) {
+        Expect(news, ListArj(TextOf(bytes)));
+        return false;
+    }
+    const auto problem =
+        kind == ContainerKind::Zip ? CheckZip(TextOf(bytes)) : CheckLength(kind, TextOf(bytes));
+    if (!Tell(news, problem)) {
         return false;
     }
     const bool isListed = kind == ContainerKind::Zip || IsListedByBoth(kind);
