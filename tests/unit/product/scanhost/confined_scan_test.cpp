@@ -15,6 +15,7 @@
 #include "tests/support/scratch.h"
 #include "tests/unit/product/scanapi/archives.h"
 #include "tests/unit/product/scanhost/sample_scan.h"
+#include "tests/unit/product/scanning/packed_samples.h"
 
 namespace scanhost {
 namespace {
@@ -116,6 +117,21 @@ TEST_F(ConfinedScanTest, VerdictsAreTheSameAndNothingIsRefused) {
 
 TEST_F(ConfinedScanTest, VerdictsAreTheSameInAFolder) {
     EXPECT_EQ(Lines(scanwire::kNoOwnScratch), Lines(scanwire::kAllSwitches));
+}
+
+// Whoever reads it, and by whatever it names its members.
+TEST_F(ConfinedScanTest, EveryKindOfContainerIsReadAsElsewhere) {
+    m_samples.clear();
+    for (const auto& [kind, packer] : Packers()) {
+        m_samples.push_back({kind, MakeSample(kind, true)});
+    }
+    const auto confined = Lines(0);
+    EXPECT_EQ(confined, Lines(scanwire::kAllSwitches));
+    for (const char* kind : {"deb, zstd", "rpm, xz", "RAR 5, stored", "7z, bzip2", "zip, PPMd"}) {
+        EXPECT_NE(confined.find(std::string(kind) + ": infected Eicar-Test-Signature.UNOFFICIAL"),
+                  std::string::npos)
+            << kind;
+    }
 }
 
 }  // namespace
