@@ -17,6 +17,14 @@ namespace {
 // something inside a file.
 thread_local WholeScan* t_scan = nullptr;
 
+class ToldOfErrors {
+public:
+    explicit ToldOfErrors(WholeScan& scan) { t_scan = &scan; }
+    ~ToldOfErrors() { t_scan = nullptr; }
+    ToldOfErrors(const ToldOfErrors&) = delete;
+    ToldOfErrors& operator=(const ToldOfErrors&) = delete;
+};
+
 off_t OnRead(void* opaque, void* buffer, std::size_t count, off_t offset) {
     auto& run = *static_cast<LibraryRun*>(opaque);
     while (!run.Whole().IsStopped()) {
@@ -38,12 +46,11 @@ template <typename MapMaker>
 ScanOutcome ScanMapped(const cl_engine* engine, const ScanProfile& profile, const ScanInput& file,
                        const OnMember& onMember, MapMaker makeMap) {
     WholeScan whole(engine, profile, onMember);
-    t_scan = &whole;
+    const ToldOfErrors told(whole);
     do {
         LibraryRun run(whole, file, {});
         run.Scan(makeMap(run));
     } while (whole.GoAgain());
-    t_scan = nullptr;
     return whole.Outcome();
 }
 
