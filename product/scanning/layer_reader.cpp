@@ -28,7 +28,7 @@ bool UnpackStream(ContainerKind kind, std::span<const std::byte> bytes, const La
     return Tell(news, problem);
 }
 
-// libclamav stops at the end of the first stream and takes damaged contents for the end.
+// libclamav takes damaged contents for the end.
 bool CheckGzip(std::span<const std::byte> bytes, bool thorough, const LayerNews& news) {
     std::size_t room = std::min(news.room, static_cast<std::size_t>(kMaxFileSize));
     const std::size_t before = room;
