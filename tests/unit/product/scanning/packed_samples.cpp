@@ -209,7 +209,7 @@ std::map<std::string, std::string> MakePackers() {
         {"ext2, ext3, ext4", "truncate -s 1M \"$OUT\" && /sbin/mke2fs -q -d . \"$OUT\""},
         {"FAT", "/sbin/mkfs.fat -C \"$OUT\" 1440 > \"$OUT.log\""},
         {"lzop", Tape("lzop -c")},
-        {"lrzip", "tar cf \"$WORK/a\" * && lrzip -q -o \"$OUT\" \"$WORK/a\" > \"$OUT.log\""},
+        {"lrzip", "tar cf \"$WORK/a\" * && lrzip -q -N 0 -L 1 -o \"$OUT\" \"$WORK/a\" > \"$OUT.log\""},
         {"zpaq", "zpaq add \"$WORK/a.zpaq\" * > \"$OUT.log\" 2>&1 && cp \"$WORK/a.zpaq\" \"$OUT\""},
         {"chm", Given("clam.chm")},
         {"mail", Given("clam.mail")},
