@@ -28,9 +28,9 @@ constexpr std::array kAllowed {
         SCMP_SYS(writev), SCMP_SYS(lseek), SCMP_SYS(fstat), SCMP_SYS(close), SCMP_SYS(dup),
         // files, which are those of the scratch as far as names reach
         SCMP_SYS(openat), SCMP_SYS(open), SCMP_SYS(newfstatat), SCMP_SYS(stat), SCMP_SYS(lstat),
-        SCMP_SYS(statx), SCMP_SYS(access), SCMP_SYS(faccessat), SCMP_SYS(faccessat2),
-        SCMP_SYS(getdents64), SCMP_SYS(mkdir), SCMP_SYS(mkdirat), SCMP_SYS(rmdir), SCMP_SYS(unlink),
-        SCMP_SYS(unlinkat),
+        SCMP_SYS(statx), SCMP_SYS(getcwd), SCMP_SYS(access), SCMP_SYS(faccessat),
+        SCMP_SYS(faccessat2), SCMP_SYS(getdents64), SCMP_SYS(mkdir), SCMP_SYS(mkdirat),
+        SCMP_SYS(rmdir), SCMP_SYS(unlink), SCMP_SYS(unlinkat),
         // memory
         SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise), SCMP_SYS(brk),
         // the socket to the engine; what is sent is under a condition
