@@ -1,8 +1,14 @@
 # Sourced by the whole-program tests of updates: a private mirror that the installed product trusts, its
-# server, and what of the definitions is in use. Lies beside e2e.sh, whose variables it uses.
+# server, and what of the definitions is in use. On top of e2e.sh, whose variables it uses.
 # shellcheck shell=bash
 # The variables are those of e2e.sh and of whoever sources this.
 # shellcheck disable=SC2034,SC2154
+source "$(dirname -- "${BASH_SOURCE[0]}")/e2e.sh"
+
+if [[ $EUID -ne 0 ]]; then
+    echo "skipped: definitions are installed by root or by the update service"
+    exit 77
+fi
 
 # Whatever becomes of the test, nothing stays of what it started: that would keep its output open.
 # shellcheck disable=SC2317

@@ -3,14 +3,8 @@
 # every message that an update can end with, as root and as an ordinary user.
 # Functions here are reached through Must and Expect.
 # shellcheck disable=SC2317
-source "$(dirname -- "${BASH_SOURCE[0]}")/e2e.sh"
-# shellcheck source=update_mirror.sh
-source "$e2eRoot/tests/e2e/update_mirror.sh"
+source "$(dirname -- "${BASH_SOURCE[0]}")/update_mirror.sh"
 
-if [[ $EUID -ne 0 ]]; then
-    echo "skipped: definitions are installed by root or by the update service"
-    exit 77
-fi
 SetUp "$1"
 SetAction 3
 readonly kUpdated="Corvane Endpoint Protection is successfully updated."
@@ -127,7 +121,7 @@ Must "the main window appears" WaitForWindow Corvane
 Must "the server is named" corvane-admin sources server "$address"
 SetMode 8
 OneScan "before any update" 0
-echo '{"/index.json": {"do": "slow", "piece": 40, "pause": 0.2}}' >"$scratch/script.json"
+echo '{"/index.json": {"do": "slow", "piece": 8, "pause": 0.3}}' >"$scratch/script.json"
 Must "server: Update now is pressed" PressUpdateNow
 Must "server: the dialog" Told "Retrieving updates"
 Must "server: what it is at" Told "Downloding index files"
@@ -232,6 +226,13 @@ Must "without the updater: the dialog stays" Told "Retrieving updates"
 Must "without the updater: Stop is pressed" Press "Rapid Update" alt+s
 Must "without the updater: the message" Confirm "$kInterrupted"
 Expect "without the updater: no report" "7 7 UPDATED SUCCESSFULLY" "$(Reports)"
+
+# With one that lacks what is called, nothing starts.
+cp "$kProductDir/scansts.so" "$kProductDir/updturl.so"
+UpdateEnds "another library in its place" "$kUpdated"
+Expect "another library in its place: why" 1 "$(grep -c "updturl.so): it has no ZQUpdateFromSite" /tmp/zqscanfile)"
+Expect "another library in its place: the set" "set-4 Own.Test.d" "$(CurrentSet)"
+Expect "another library in its place: the report" "8 8 UPDATED SUCCESSFULLY" "$(Reports)"
 mv "$scratch/updturl.so" "$kProductDir/"
 Must "the program ends" CloseProgram
 
@@ -246,9 +247,33 @@ if [[ -x $kProductDir/corvane-updated ]]; then
     Must "the main window appears" WaitForWindow Corvane
     UpdateEnds "an ordinary user" "$kUpdated"
     Expect "an ordinary user: the set" "set-5 Own.Test.b" "$(CurrentSet)"
-    Expect "an ordinary user: the report" "8 8 UPDATED SUCCESSFULLY" "$(Reports)"
+    Expect "an ordinary user: the report" "9 9 UPDATED SUCCESSFULLY" "$(Reports)"
     UsesTheNewSet "of an ordinary user"
     UpdateEnds "an ordinary user, nothing new" "$kUpToDate"
+    # The lists and the folder are those of the options, which the service reads itself.
+    Must "the server is named again" corvane-admin sources server "$address"
+    Must "nobody answers in the Internet" corvane-admin sources internet http://127.0.0.1:1
+    SetMode 8
+    PutDatabase c
+    Must "the mirror is renewed" Publish
+    UpdateEnds "an ordinary user, server" "$kUpdated"
+    Expect "an ordinary user, server: the set" "set-6 Own.Test.c" "$(CurrentSet)"
+    SetMode 0 "$scratch/empty"
+    UpdateEnds "an ordinary user, an empty folder" "$kInvalidFiles"
+    PutDatabase d
+    Must "the mirror is renewed" Publish
+    cp "$scratch"/mirror/index.json* "$scratch/databases/own.ndb" "$scratch/stick"
+    SetMode 0 "$scratch/stick"
+    UpdateEnds "an ordinary user, a folder" "$kUpdated"
+    Expect "an ordinary user, a folder: the set" "set-7 Own.Test.d" "$(CurrentSet)"
+    Expect "an ordinary user: the reports" "12 12 UPDATED SUCCESSFULLY" "$(Reports)"
+    echo '{"/index.json": {"do": "slow", "pause": 2}}' >"$scratch/script.json"
+    SetMode 8
+    Must "an ordinary user stops: Update now is pressed" PressUpdateNow
+    Must "an ordinary user stops: the dialog" Told "Downloding index files"
+    Must "an ordinary user stops: Stop is pressed" Press "Rapid Update" alt+s
+    Must "an ordinary user stops: the message" Confirm "$kInterrupted"
+    Expect "an ordinary user stops: no report" "12 12 UPDATED SUCCESSFULLY" "$(Reports)"
     Must "the program ends" CloseProgram
     kill "$servicePid"
 else
