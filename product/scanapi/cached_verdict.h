@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <tuple>
 #include <vector>
 
 #include "product/scanning/library_scan.h"
@@ -27,7 +28,12 @@ struct FileTime {
     std::int64_t seconds = 0;  ///< since 1970
     std::uint32_t nanoseconds = 0;
 
-    auto operator<=>(const FileTime&) const = default;
+    bool operator==(const FileTime&) const = default;
+    bool operator<(const FileTime& other) const {
+        return std::tie(seconds, nanoseconds) < std::tie(other.seconds, other.nanoseconds);
+    }
+    bool operator>(const FileTime& other) const { return other < *this; }
+    bool operator<=(const FileTime& other) const { return !(other < *this); }
 };
 
 /// By what a file is known again, unchanged.

@@ -44,7 +44,7 @@ nanoseconds AgeOf(const struct stat& file) {
 std::size_t SizeOf(const std::vector<std::string>& members) {
     std::size_t size = 0;
     for (const std::string& member : members) {
-        size += sizeof(member) + member.size();
+        size += sizeof(std::string) + member.size();
     }
     return size;
 }
