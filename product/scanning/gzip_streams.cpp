@@ -40,7 +40,7 @@ constexpr int kNoMoreRoom = 100;
 
 // Z_STREAM_END when the stream is whole.
 int ReadOne(z_stream& stream, std::size_t& room, std::vector<std::byte>* out) {
-    std::array<std::byte, 64 * 1024> piece;
+    std::array<std::byte, std::size_t{64} * 1024> piece;
     int result = Z_OK;
     while (result == Z_OK) {
         stream.next_out = reinterpret_cast<Bytef*>(piece.data());
