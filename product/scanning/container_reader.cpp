@@ -138,7 +138,7 @@ bool IsFailure(int result) {
 
 /// Reads what is in the entry at hand.
 std::string_view ReadEntry(archive* reader, std::size_t& room, std::vector<std::byte>* out) {
-    std::array<std::byte, 64 * 1024> piece;
+    std::array<std::byte, std::size_t{64} * 1024> piece;
     std::size_t left = std::min(room, static_cast<std::size_t>(kMaxFileSize));
     while (true) {
         const la_ssize_t got = archive_read_data(reader, piece.data(), piece.size());
