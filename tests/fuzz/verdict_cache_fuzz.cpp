@@ -122,7 +122,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     bool isFine = true;
     while (!input.IsEmpty()) {
         const bool isOurs = input.TakeByte() % 2 == 0;
-        const std::int64_t written = 4 * input.TakeByte();
+        const std::int64_t written = std::int64_t{4} * input.TakeByte();
         const std::size_t wanted = input.TakeByte() + 256U * input.TakeByte();
         const std::string_view records = input.TakeBytes(wanted);
         all += scanapi::EncodeBatch(written, isOurs ? kOurs : kOther, records);

@@ -77,7 +77,7 @@ protected:
         for (const std::string& name : names) {
             EXPECT_NE(Scan(m_disk / name), -1) << name;
         }
-        const std::string text = TextOf(m_messages);
+        std::string text = TextOf(m_messages);
         m_library.deinit();
         return text;
     }

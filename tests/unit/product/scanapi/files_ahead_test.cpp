@@ -584,6 +584,7 @@ TEST_F(FilesAheadTest, RemembersNoMoreThanItsBound) {
         WriteFile(m_scratch / names.back(), "x");
     }
     LetTimePass();
+    pointers.reserve(names.size());
     for (const std::string& name : names) {
         pointers.push_back(name.c_str());
     }
@@ -625,6 +626,7 @@ TEST_F(FilesAheadTest, HoldsFewFoldersOpen) {
         WriteFile(folder + "/inside" + std::to_string(i), "x");
     }
     LetTimePass();
+    pointers.reserve(names.size());
     for (const std::string& name : names) {
         pointers.push_back(name.c_str());
     }
@@ -687,6 +689,7 @@ TEST_F(FilesAheadTest, TellingTakingAndForgettingAtOnceLosesNothing) {
         WriteFile(m_scratch / names.back(), "x");
     }
     LetTimePass();
+    pointers.reserve(names.size());
     for (const std::string& name : names) {
         pointers.push_back(name.c_str());
     }

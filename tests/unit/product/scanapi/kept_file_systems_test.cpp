@@ -36,7 +36,7 @@ class FixedDiskTest : public testing::Test {
 protected:
     // A disk below "devices" with one partition, and the numbers of both.
     std::string Disk(const std::string& place, unsigned int number) {
-        const std::string disk = "devices/" + place;
+        std::string disk = "devices/" + place;
         Write(disk + "/removable", "0\n");
         const std::string name = fs::path(place).filename();
         Write(disk + "/" + name + "1/partition", "1\n");

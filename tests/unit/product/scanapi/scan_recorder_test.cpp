@@ -12,7 +12,6 @@
 
 namespace {
 
-using scanapi::FileSystemId;
 using scanapi::ScanRecorder;
 using scanapi::TargetFile;
 using scanning::Verdict;

@@ -19,7 +19,6 @@ using scanapi::CachedVerdict;
 using scanapi::FileIdentity;
 using scanapi::ScanSpan;
 using scanapi::VerdictCache;
-using scanning::ScanProfile;
 using scanning::Verdict;
 
 const CachedVerdict kClean{Verdict::Clean, {}};

@@ -98,7 +98,7 @@ TEST(VerdictFormat, WhatCannotBeKeptHasNoBytes) {
 }
 
 TEST(VerdictFormat, ARecordThatIsNotWellFormedIsNotTaken) {
-    const auto isTaken = [](std::string bytes) {
+    const auto isTaken = [](const std::string& bytes) {
         std::string_view rest = bytes;
         const bool taken = scanapi::TakeRecord(rest).has_value();
         EXPECT_EQ(rest.size(), taken ? 0 : bytes.size());

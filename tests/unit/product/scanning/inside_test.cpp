@@ -57,6 +57,7 @@ std::string Bomb(Pack pack) {
     std::string bomb = "the one file that all of it is made of";
     for (int level = 0; level < 5; ++level) {
         std::vector<archives::Member> members;
+        members.reserve(16);
         for (int i = 0; i < 16; ++i) {
             members.push_back({"m" + std::to_string(i), bomb});
         }
@@ -166,6 +167,7 @@ TEST_F(InsideTest, MembersAreCountedOverTheWholeFile) {
     std::vector<archives::Member> halves;
     for (const char half : {'a', 'b'}) {
         std::vector<archives::Member> members;
+        members.reserve(5100);
         for (int i = 0; i < 5100; ++i) {
             members.push_back({"m", "content " + std::string(1, half) + std::to_string(i)});
         }

@@ -18,7 +18,8 @@ TEST(SelfExtractorTest, ArchivesAreFoundInProgramsAndScriptsOnly) {
                                     "\x7f"
                                     "ELF program",
                                     "#!/bin/sh\n"}) {
-        const auto found = FindEmbeddedArchives(start + kSevenZip + kOldRar);
+        const auto found =
+            FindEmbeddedArchives(std::string(start).append(kSevenZip).append(kOldRar));
         ASSERT_EQ(found.size(), 2U) << start;
         EXPECT_EQ(found[0].kind, ContainerKind::SevenZip);
         EXPECT_EQ(found[0].offset, start.size());

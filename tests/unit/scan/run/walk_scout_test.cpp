@@ -59,9 +59,12 @@ Seen Read(const Paths& calls) {
                 ahead.clear();
                 continue;
             }
+            if (!path.ends_with('/')) {
+                path += '/';
+            }
             Paths files;
             for (std::string file; words >> file;) {
-                files.push_back(path.ends_with('/') ? path + file : path + '/' + file);
+                files.push_back(path + file);
             }
             EXPECT_EQ(files.size(), count) << call;
             seen.told.insert(seen.told.end(), files.begin(), files.end());
