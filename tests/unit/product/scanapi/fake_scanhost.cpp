@@ -9,6 +9,7 @@
 //   pids     where it and each of its workers leave their process
 //   scans    where the name of each file is left as its scan begins
 //   seen     what it found when it was started
+//   go-on    as long as it is not there, the scan of what is "held" waits
 
 #include <array>
 #include <cerrno>
@@ -138,6 +139,11 @@ private:
             Flush();
         }
     }
+    static void AwaitGoingOn() {
+        while (!fs::exists(g_folder + "go-on")) {
+            ::usleep(1'000);
+        }
+    }
     [[noreturn]] static void Sleep() {
         while (true) {
             ::pause();
@@ -174,8 +180,11 @@ private:
         } else if (what == "slow") {
             ::usleep(700'000);
             Say(id, Verdict::Clean);
-        } else if (what == "slowvirus") {
-            ::usleep(700'000);
+        } else if (what == "held") {
+            AwaitGoingOn();
+            Say(id, Verdict::Clean);
+        } else if (what == "heldvirus") {
+            AwaitGoingOn();
             Say(id, Verdict::Infected, "Fake.Virus");
         } else {
             Misbehave(what, id);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -38,12 +39,26 @@ protected:
         return databases;
     }
 
-    void Start(std::uint32_t workers = 1) {
+    /// A pool that takes files and has no host yet.
+    void Create(std::uint32_t workers = 1) {
         m_settings.workers = workers;
         m_pool = std::make_unique<scanapi::ScanPool>(Databases({"/first.ndb", "/second.ndb"}),
                                                      m_settings);
+    }
+    void Start(std::uint32_t workers = 1) {
+        Create(workers);
         m_pool->Start();
     }
+
+    /// Waits until the scan of a file of this name has begun.
+    [[nodiscard]] bool HasBegun(const std::string& name) const {
+        return WaitUntil([&] {
+            const auto begun = Noted("scans");
+            return std::find(begun.begin(), begun.end(), name) != begun.end();
+        });
+    }
+    /// What is "held" goes on.
+    void LetGo() const { WriteFile(m_folder / "go-on", ""); }
 
     /// A file of this name, to scan once others wait already or at once.
     std::shared_ptr<scanapi::PendingScan> Submit(

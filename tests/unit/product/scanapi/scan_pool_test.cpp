@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <thread>
 #include <utime.h>
 
 #include "tests/unit/product/scanapi/pool_fixture.h"
@@ -22,11 +21,13 @@ protected:
     using Pending = std::vector<std::shared_ptr<PendingScan>>;
 
     // All in one batch, for they wait before there is a worker.
-    Lines ScanTogether(const Lines& names) {
+    Lines ScanTogether(const Lines& names, std::uint32_t workers = 1) {
+        Create(workers);
         Pending scans;
         for (const std::string& name : names) {
             scans.push_back(Submit(name, "text", Urgency::kAhead));
         }
+        m_pool->Start();
         Lines results;
         for (const auto& scan : scans) {
             results.push_back(Text(Await(*scan).outcome));
@@ -91,7 +92,6 @@ TEST_F(ScanPoolTest, AWorkerThatEndsCostsTheFileThatItWasAt) {
     };
     for (const auto& [name, text] : deaths) {
         SCOPED_TRACE(name);
-        Start();
         EXPECT_EQ(ScanTogether({"clean-1", "virus-2", name, "clean-3", "virus-4"}),
                   (Lines{"clean", "virus: Fake.Virus", text, "clean", "virus: Fake.Virus"}));
         m_pool.reset();
@@ -100,12 +100,11 @@ TEST_F(ScanPoolTest, AWorkerThatEndsCostsTheFileThatItWasAt) {
 }
 
 TEST_F(ScanPoolTest, EveryFileMayEndItsWorker) {
-    Start(2);
     Lines names;
     for (int i = 0; i < 50; ++i) {
         names.push_back((i % 5 == 0 ? "crash-" : "clean-") + std::to_string(i));
     }
-    const Lines results = ScanTogether(names);
+    const Lines results = ScanTogether(names, 2);
     for (std::size_t i = 0; i < results.size(); ++i) {
         EXPECT_EQ(results[i], i % 5 == 0 ? "unread: the scan of it crashed" : "clean") << i;
     }
@@ -113,9 +112,10 @@ TEST_F(ScanPoolTest, EveryFileMayEndItsWorker) {
 
 // The members of the first are told before the second ends their worker, its verdict is not.
 TEST_F(ScanPoolTest, AFileThatIsScannedAgainTellsOfItsMembersOnce) {
-    Start();
+    Create();
     const auto first = Submit("members-1", "text", Urgency::kAhead);
     const auto second = Submit("crash-2", "text", Urgency::kAhead);
+    m_pool->Start();
     const Result result = Await(*first);
     EXPECT_EQ(result.members, (Lines{"one", "two/three"}));
     EXPECT_EQ(Text(result.outcome), "clean");
@@ -123,21 +123,18 @@ TEST_F(ScanPoolTest, AFileThatIsScannedAgainTellsOfItsMembersOnce) {
 }
 
 TEST_F(ScanPoolTest, AWorkerThatPointsAtNoFileWasAtTheFirst) {
-    Start();
     EXPECT_EQ(ScanTogether({"lies-1", "clean-2"}),
               (Lines{"unread: the scan of it crashed", "clean"}));
 }
 
 TEST_F(ScanPoolTest, WorkersThatEndBeforeTheyBeginCostNoFile) {
     Script("die-first 5\n");
-    Start();
     EXPECT_EQ(ScanTogether({"clean-1"}), (Lines{"clean"}));
     EXPECT_EQ(Starts(), 1U);
 }
 
 TEST_F(ScanPoolTest, AWorkerThatStandsStillIsReplaced) {
     m_settings.standstill = milliseconds(300);
-    Start();
     EXPECT_EQ(ScanTogether({"clean-1", "hang-2", "virus-3"}),
               (Lines{"clean", "unread: the scan of it stood still", "virus: Fake.Virus"}));
 }
@@ -146,7 +143,6 @@ TEST_F(ScanPoolTest, NonsenseIsNotBelieved) {
     for (const char* what :
          {"wrongid", "wrongmember", "garbage", "tail", "gift", "huge", "flood"}) {
         SCOPED_TRACE(what);
-        Start();
         EXPECT_EQ(
             ScanTogether({std::string(what) + "-1", "clean-2", "virus-3"}),
             (Lines{"unread: what scanned it answered nonsense", "clean", "virus: Fake.Virus"}));
@@ -156,14 +152,12 @@ TEST_F(ScanPoolTest, NonsenseIsNotBelieved) {
 
 // Once was fine; saying it again costs the worker the file that it pretends to be at.
 TEST_F(ScanPoolTest, AVerdictComesOnce) {
-    Start();
     EXPECT_EQ(ScanTogether({"twice-1", "clean-2", "virus-3"}),
               (Lines{"clean", "unread: what scanned it answered nonsense", "virus: Fake.Virus"}));
 }
 
 TEST_F(ScanPoolTest, TheProcessorsTimeOfAScanIsBounded) {
     m_settings.processorTime = milliseconds(200);
-    Start();
     EXPECT_EQ(ScanTogether({"clean-1", "burn-2", "clean-3"}),
               (Lines{"clean", "unread: the scan of it took too long", "clean"}));
 }
@@ -178,21 +172,24 @@ TEST_F(ScanPoolTest, TheTimeByTheClockIsNot) {
 TEST_F(ScanPoolTest, AFileThatChangesWhileItIsScannedIsUnreadUnlessSomethingWasFound) {
     Start();
     for (const auto& [name, text] : std::vector<std::pair<std::string, std::string>>{
-             {"slow-1", "unread: it changed while it was scanned"},
-             {"slowvirus-1", "virus: Fake.Virus"}}) {
+             {"held-1", "unread: it changed while it was scanned"},
+             {"heldvirus-1", "virus: Fake.Virus"}}) {
         const auto scan = Submit(name);
-        std::this_thread::sleep_for(milliseconds(100));
+        ASSERT_TRUE(HasBegun(name));
         WriteFile(m_folder / name, "more text");
+        LetGo();
         EXPECT_EQ(Text(Await(*scan).outcome), text);
+        std::filesystem::remove(m_folder / "go-on");
     }
     // Neither its size nor the time of its contents tells of this one.
-    const auto scan = Submit("slow-2");
+    const auto scan = Submit("held-2");
     struct stat before {};
-    ASSERT_EQ(::stat((m_folder / "slow-2").c_str(), &before), 0);
-    std::this_thread::sleep_for(milliseconds(100));
-    WriteFile(m_folder / "slow-2", "TEXT");
+    ASSERT_EQ(::stat((m_folder / "held-2").c_str(), &before), 0);
+    ASSERT_TRUE(HasBegun("held-2"));
+    WriteFile(m_folder / "held-2", "TEXT");
     const std::array<timespec, 2> times{before.st_atim, before.st_mtim};
-    ASSERT_EQ(::utimensat(AT_FDCWD, (m_folder / "slow-2").c_str(), times.data(), 0), 0);
+    ASSERT_EQ(::utimensat(AT_FDCWD, (m_folder / "held-2").c_str(), times.data(), 0), 0);
+    LetGo();
     EXPECT_EQ(Text(Await(*scan).outcome), "unread: it changed while it was scanned");
 }
 
@@ -223,7 +220,7 @@ TEST_F(ScanPoolTest, WhatIsBrokenOffCostsNoOtherFile) {
     Start();
     const auto hanging = Submit("hang-1", "text", Urgency::kAhead);
     const auto behind = Submit("clean-2", "text", Urgency::kAhead);
-    std::this_thread::sleep_for(milliseconds(200));
+    ASSERT_TRUE(HasBegun("hang-1"));
     EXPECT_FALSE(behind->IsFinished());
     const auto before = Clock::now();
     hanging->Abandon(true);
@@ -235,13 +232,14 @@ TEST_F(ScanPoolTest, WhatIsBrokenOffCostsNoOtherFile) {
 TEST_F(ScanPoolTest, WhatIsGivenUpWithoutForceGoesOnForNobody) {
     Start();
     EXPECT_EQ(Scan("clean-0"), "clean");
-    const auto slow = Submit("slow-1", "text", Urgency::kAhead);
-    std::this_thread::sleep_for(milliseconds(100));
-    const auto waiting = Submit("slow-2", "text", Urgency::kAhead);
+    const auto held = Submit("held-1", "text", Urgency::kAhead);
+    ASSERT_TRUE(HasBegun("held-1"));
+    const auto waiting = Submit("clean-2", "text", Urgency::kAhead);
     const auto dropped = Submit("killshost-3", "text", Urgency::kAhead);
     const std::size_t processes = Noted("pids").size();
     dropped->Abandon(false);
-    slow->Abandon(false);
+    held->Abandon(false);
+    LetGo();
     EXPECT_EQ(Scan("clean-4"), "clean");
     EXPECT_EQ(Text(Await(*waiting).outcome), "clean");
     EXPECT_EQ(Starts(), 1U) << "what was dropped was scanned";
@@ -252,7 +250,7 @@ TEST_F(ScanPoolTest, CancellingEndsEveryWaitAtOnce) {
     Start();
     const auto hanging = Submit("hang-1");
     const auto waiting = Submit("clean-2");
-    std::this_thread::sleep_for(milliseconds(100));
+    ASSERT_TRUE(HasBegun("hang-1"));
     const auto before = Clock::now();
     m_pool->Cancel();
     EXPECT_EQ(Text(Await(*hanging).outcome), "stopped");
