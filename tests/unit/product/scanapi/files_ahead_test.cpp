@@ -108,6 +108,24 @@ protected:
         }
         LetTimePass();
     }
+    // Files "f0", "f1" and so on: their names.
+    std::vector<std::string> WriteFiles(std::size_t count) const {
+        std::vector<std::string> names;
+        for (std::size_t i = 0; i < count; ++i) {
+            names.push_back("f" + std::to_string(i));
+            WriteFile(m_scratch / names.back(), "x");
+        }
+        LetTimePass();
+        return names;
+    }
+    static std::vector<const char*> PointersTo(const std::vector<std::string>& names) {
+        std::vector<const char*> pointers;
+        pointers.reserve(names.size());
+        for (const std::string& name : names) {
+            pointers.push_back(name.c_str());
+        }
+        return pointers;
+    }
     // Until the next change is sure to get another time.
     static void LetTimePass() { std::this_thread::sleep_for(milliseconds(150)); }
 
@@ -577,17 +595,8 @@ TEST_F(FilesAheadTest, AStoppedScanIsNoResult) {
 }
 
 TEST_F(FilesAheadTest, RemembersNoMoreThanItsBound) {
-    std::vector<std::string> names;
-    std::vector<const char*> pointers;
-    for (int i = 0; i < 600; ++i) {
-        names.push_back("f" + std::to_string(i));
-        WriteFile(m_scratch / names.back(), "x");
-    }
-    LetTimePass();
-    pointers.reserve(names.size());
-    for (const std::string& name : names) {
-        pointers.push_back(name.c_str());
-    }
+    const auto names = WriteFiles(600);
+    const auto pointers = PointersTo(names);
     const std::size_t before = OpenDescriptors();
     Tell(pointers);
     ASSERT_TRUE(WaitForSubmitted(FilesAhead::kMostUnderWay));
@@ -614,23 +623,13 @@ TEST_F(FilesAheadTest, RemembersNoMoreThanItsBound) {
 
 TEST_F(FilesAheadTest, HoldsFewFoldersOpen) {
     // The first file keeps the others from being opened: as many are under way as may be.
-    std::vector<std::string> names;
-    std::vector<const char*> pointers;
-    for (std::size_t i = 0; i < FilesAhead::kMostUnderWay; ++i) {
-        names.push_back("f" + std::to_string(i));
-        WriteFile(m_scratch / names.back(), "x");
-    }
     for (int i = 0; i < 100; ++i) {
         const std::string folder = m_scratch / ("d" + std::to_string(i));
         std::filesystem::create_directory(folder);
         WriteFile(folder + "/inside" + std::to_string(i), "x");
     }
-    LetTimePass();
-    pointers.reserve(names.size());
-    for (const std::string& name : names) {
-        pointers.push_back(name.c_str());
-    }
-    Tell(pointers);
+    const auto names = WriteFiles(FilesAhead::kMostUnderWay);
+    Tell(PointersTo(names));
     ASSERT_TRUE(WaitForSubmitted(FilesAhead::kMostUnderWay));
     const std::size_t before = OpenDescriptors();
     for (int i = 0; i < 100; ++i) {
@@ -682,17 +681,8 @@ TEST_F(FilesAheadTest, AfterItsStopNothingIsScannedAhead) {
 }
 
 TEST_F(FilesAheadTest, TellingTakingAndForgettingAtOnceLosesNothing) {
-    std::vector<std::string> names;
-    std::vector<const char*> pointers;
-    for (int i = 0; i < 64; ++i) {
-        names.push_back("f" + std::to_string(i));
-        WriteFile(m_scratch / names.back(), "x");
-    }
-    LetTimePass();
-    pointers.reserve(names.size());
-    for (const std::string& name : names) {
-        pointers.push_back(name.c_str());
-    }
+    const auto names = WriteFiles(64);
+    const auto pointers = PointersTo(names);
     m_scanner->m_finishAtOnce = true;
     int found = 0;
     for (int round = 0; round < 50; ++round) {
