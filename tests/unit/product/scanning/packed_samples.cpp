@@ -97,7 +97,7 @@ sys.stdout.buffer.write(out)
 END
 )";
 
-constexpr char kRpm[] = R"(cat > "$WORK/x.spec" <<'END'
+constexpr char kRpm[] = R"(cat > "$WORK/recipe" <<'END'
 Name: x
 Version: 1
 Release: 1
@@ -114,7 +114,7 @@ cp * %{buildroot}/x
 END
 rpmbuild -bb --quiet --define "_topdir $WORK" --define "_builddir $PWD" \
     --define "_buildrootdir $WORK/root" --define "_binary_payload $PAYLOAD" \
-    --define "__os_install_post %{nil}" "$WORK/x.spec" && cp "$WORK"/RPMS/noarch/*.rpm "$OUT")";
+    --define "__os_install_post %{nil}" "$WORK/recipe" && cp "$WORK"/RPMS/noarch/*.rpm "$OUT")";
 
 std::string Deb(const std::string& compressor) {
     return R"(mkdir -p "$WORK/DEBIAN" "$WORK/x" && cp * "$WORK/x" &&
