@@ -2,26 +2,24 @@
 
 #include <cstdio>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 
 #include "common/io.h"
 #include "common/regular_file.h"
 #include "common/user_folders.h"
+#include "product/vault/place.h"
 
 namespace scanapi {
 
 namespace {
 
-constexpr char kFolder[] = "/corvane";
-constexpr mode_t kPrivateFolder = 0700;
-constexpr mode_t kPrivateFile = 0600;
+constexpr char kName[] = "scan.log";
+constexpr char kOldName[] = "scan.log.old";
 
-common::FileDescriptor OpenLog(const std::string& path) {
-    common::FileDescriptor log = common::OpenRegularFile(
-        path.c_str(), O_WRONLY | O_APPEND | O_CREAT, common::Links::kNone, kPrivateFile);
+common::FileDescriptor OpenLog(int folder) {
+    common::FileDescriptor log = common::OpenRegularFileAt(
+        folder, kName, O_WRONLY | O_APPEND | O_CREAT, common::Links::kNone, 0600);
     struct stat status {};
     // What another user has put there is no place for what was scanned.
     if (log && (::fstat(log.Get(), &status) != 0 || status.st_uid != ::geteuid())) {
@@ -37,27 +35,27 @@ bool IsFull(const common::FileDescriptor& log) {
 
 }  // namespace
 
-std::string PathOfUserLog() {
+std::string FolderOfUserLog() {
     if (::geteuid() == 0) {
         return {};
     }
     const std::string state = common::UserFolder("XDG_STATE_HOME", "/.local/state");
-    return state.empty() ? "" : state + kFolder + "/scan.log";
+    return state.empty() ? "" : state + "/corvane";
 }
 
 void AppendToUserLog(std::string_view line) {
-    const std::string path = PathOfUserLog();
-    if (path.empty()) {
+    const std::string path = FolderOfUserLog();
+    std::string ignored;
+    const common::FileDescriptor folder =
+        path.empty() ? common::FileDescriptor()
+                     : vault::OpenPrivateFolder(path, vault::Missing::kMake, ignored);
+    if (!folder) {
         return;
     }
-    const std::string folder = std::filesystem::path(path).parent_path();
-    std::error_code ignored;
-    std::filesystem::create_directories(std::filesystem::path(folder).parent_path(), ignored);
-    (void)::mkdir(folder.c_str(), kPrivateFolder);
-    common::FileDescriptor log = OpenLog(path);
+    common::FileDescriptor log = OpenLog(folder.Get());
     if (log && IsFull(log)) {
-        (void)::rename(path.c_str(), (path + ".old").c_str());
-        log = OpenLog(path);
+        (void)::renameat(folder.Get(), kName, folder.Get(), kOldName);
+        log = OpenLog(folder.Get());
     }
     if (log) {
         (void)common::WriteAll(log.Get(), std::string(line) + "\n");

@@ -10,11 +10,11 @@ namespace scanapi {
 /// is one.
 inline constexpr std::int64_t kMaxUserLog = 1 << 20;
 
-/// The log of a user who may not write to the common one: "corvane/scan.log" in XDG_STATE_HOME or
-/// in
-/// ".local/state" of the home folder, mode 0600; the one before has ".old" behind it. Empty for
-/// root and where no home folder is known. Reads the environment: see getenv() about threads.
-std::string PathOfUserLog();
+/// The folder of the log of a user who may not write to the common one: "corvane" in
+/// XDG_STATE_HOME or in ".local/state" of the home folder. In it is "scan.log", mode 0600; the one
+/// before has ".old" behind it. Empty for root and where no home folder is known. Reads the
+/// environment: see getenv() about threads.
+std::string FolderOfUserLog();
 
 /// Appends `line` and a newline there, and makes the folders on the way. Every failure is silent.
 void AppendToUserLog(std::string_view line);

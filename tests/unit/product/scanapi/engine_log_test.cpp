@@ -146,7 +146,7 @@ TEST_F(UserLogTest, AFolderThatCannotBeWrittenIsNoMatter) {
 }
 
 TEST_F(UserLogTest, RootHasNone) {
-    EXPECT_EQ(scanapi::PathOfUserLog(), "");
+    EXPECT_EQ(scanapi::FolderOfUserLog(), "");
 }
 
 }  // namespace
