@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "common/escaped_text.h"
+#include "common/file_state.h"
 #include "product/scanapi/engine_log.h"
 #include "product/scanapi/read_lease.h"
 #include "product/signed_index/sha256.h"
@@ -20,17 +21,9 @@ namespace scanapi {
 
 namespace {
 
-bool SameInstant(const timespec& left, const timespec& right) {
-    return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
-}
-
-bool IsSameFile(const struct stat& left, const struct stat& right) {
-    return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
-}
-
-bool HasSameContents(const struct stat& left, const struct stat& right) {
-    return left.st_size == right.st_size && SameInstant(left.st_mtim, right.st_mtim);
-}
+using common::HasSameContents;
+using common::IsSameFile;
+using common::IsSameInstant;
 
 std::string UnguessableName() {
     std::array<unsigned char, 16> random{};
@@ -66,7 +59,7 @@ RemovalResult CheckName(const TargetFile& file, const std::string& name, bool al
     }
     // The time of the last change of state cannot be set back, but our own move changes it too.
     const bool unchanged = HasSameContents(named, file.Opened()) &&
-                           (!alsoState || SameInstant(named.st_ctim, file.Opened().st_ctim));
+                           (!alsoState || IsSameInstant(named.st_ctim, file.Opened().st_ctim));
     return unchanged ? RemovalResult::Removed : RemovalResult::Changed;
 }
 
@@ -100,7 +93,7 @@ RemovalResult CheckMoved(const TargetFile& file, const std::string& aside, const
     }
     // From the move on the time of the last change of state counts again.
     struct stat now {};
-    if (fstat(file.Descriptor(), &now) != 0 || !SameInstant(now.st_ctim, moved.st_ctim) ||
+    if (fstat(file.Descriptor(), &now) != 0 || !IsSameInstant(now.st_ctim, moved.st_ctim) ||
         !HasSameContents(now, file.Opened())) {
         return RemovalResult::Changed;
     }

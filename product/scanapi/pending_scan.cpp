@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <utility>
 
+#include "common/file_state.h"
 #include "product/scanning/scan_profile.h"
 
 namespace scanapi {
@@ -13,15 +14,9 @@ namespace {
 constexpr std::size_t kMaxTold = 4 * static_cast<std::size_t>(scanning::kMaxMembers);
 constexpr std::size_t kMaxToldBytes = std::size_t{64} << 20U;
 
-bool IsSameTime(const timespec& one, const timespec& other) {
-    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
-}
-
 bool IsUnchanged(const TargetFile& file) {
     struct stat now {};
-    const struct stat& then = file.Opened();
-    return ::fstat(file.Descriptor(), &now) == 0 && now.st_size == then.st_size &&
-           IsSameTime(now.st_mtim, then.st_mtim) && IsSameTime(now.st_ctim, then.st_ctim);
+    return ::fstat(file.Descriptor(), &now) == 0 && common::IsUnchanged(now, file.Opened());
 }
 
 }  // namespace

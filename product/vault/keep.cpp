@@ -6,6 +6,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include "common/file_state.h"
 #include "product/vault/item_writer.h"
 #include "product/vault/owner_folder.h"
 #include "product/vault/room.h"
@@ -16,15 +17,9 @@ namespace {
 
 constexpr mode_t kModeBits = 07777;
 
-bool SameInstant(const timespec& left, const timespec& right) {
-    return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
-}
-
 bool IsAsScanned(const FileToKeep& file) {
     struct stat now {};
-    return fstat(file.file, &now) == 0 && now.st_size == file.scanned.st_size &&
-           SameInstant(now.st_mtim, file.scanned.st_mtim) &&
-           SameInstant(now.st_ctim, file.scanned.st_ctim);
+    return fstat(file.file, &now) == 0 && common::IsUnchanged(now, file.scanned);
 }
 
 // What the system shows in a list and then does not give is no part of the file for this user.

@@ -4,6 +4,8 @@
 #include <mutex>
 #include <sys/stat.h>
 
+#include "common/file_state.h"
+
 namespace vault {
 
 namespace {
@@ -19,9 +21,7 @@ std::mutex g_mutex;
 std::optional<Remembered> g_remembered;  // guarded by g_mutex
 
 bool IsUnchanged(const struct stat& left, const struct stat& right) {
-    return left.st_dev == right.st_dev && left.st_ino == right.st_ino &&
-           left.st_mtim.tv_sec == right.st_mtim.tv_sec &&
-           left.st_mtim.tv_nsec == right.st_mtim.tv_nsec;
+    return common::IsSameFile(left, right) && common::IsSameInstant(left.st_mtim, right.st_mtim);
 }
 
 void Add(Usage& usage, std::uint64_t bytes, std::int64_t kept) {
