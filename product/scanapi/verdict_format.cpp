@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cstring>
 
+#include "product/scanning/stored_numbers.h"
 #include "product/signed_index/sha256.h"
 
 namespace scanapi {
 
 namespace {
 
+using scanning::LittleEndian;
 using scanning::Verdict;
 
 constexpr std::string_view kFileMark = "CORVANE VERDICTS";
@@ -33,14 +35,6 @@ void Put(char*& to, std::uint64_t number, std::size_t size) {
     }
 }
 
-std::uint64_t Number(std::string_view bytes, std::size_t at, std::size_t size) {
-    std::uint64_t number = 0;
-    for (std::size_t i = 0; i < size; ++i) {
-        number |= std::uint64_t{static_cast<unsigned char>(bytes[at + i])} << (8 * i);
-    }
-    return number;
-}
-
 std::string Bytes(std::uint64_t number, std::size_t size) {
     std::string bytes(size, '\0');
     char* to = bytes.data();
@@ -62,7 +56,7 @@ unsigned int BitsOf(const scanning::ScanProfile& profile) {
 }
 
 std::size_t SizeOfName(std::string_view record) {
-    return Number(record, kNameSizeAt, 1);
+    return LittleEndian(record, kNameSizeAt, 1);
 }
 
 std::string_view MembersOf(std::string_view record) {
@@ -84,16 +78,17 @@ bool IsWellFormed(std::string_view record) {
     if (record.size() < kNameAt || record.size() < kNameAt + SizeOfName(record)) {
         return false;
     }
-    return Number(record, kVerdictAt, 1) <= 1 && Number(record, kKeyAt, 1) <= kProfileBits &&
-           Number(record, kModifiedNanosecondsAt, 4) < kNanosecondsOfASecond &&
-           Number(record, kChangedNanosecondsAt, 4) < kNanosecondsOfASecond &&
+    return LittleEndian(record, kVerdictAt, 1) <= 1 &&
+           LittleEndian(record, kKeyAt, 1) <= kProfileBits &&
+           LittleEndian(record, kModifiedNanosecondsAt, 4) < kNanosecondsOfASecond &&
+           LittleEndian(record, kChangedNanosecondsAt, 4) < kNanosecondsOfASecond &&
            IsName(record.substr(kNameAt, SizeOfName(record))) && AreMembers(MembersOf(record));
 }
 
 // What was remembered of a file before it came to be as it is was remembered by a wrong clock.
 bool AreBefore(std::string_view records, std::int64_t written) {
     while (const auto record = TakeRecord(records)) {
-        if (static_cast<std::int64_t>(Number(*record, kChangedAt, 8)) > written) {
+        if (static_cast<std::int64_t>(LittleEndian(*record, kChangedAt, 8)) > written) {
             return false;
         }
     }
@@ -151,7 +146,8 @@ std::string_view KeyOf(std::string_view record) {
 
 CachedVerdict DecodeVerdict(std::string_view record) {
     CachedVerdict verdict;
-    verdict.verdict = Number(record, kVerdictAt, 1) == 1 ? Verdict::PassedOver : Verdict::Clean;
+    verdict.verdict =
+        LittleEndian(record, kVerdictAt, 1) == 1 ? Verdict::PassedOver : Verdict::Clean;
     for (std::string_view members = MembersOf(record); !members.empty();) {
         const std::string_view member = members.substr(0, members.find('\0'));
         verdict.members.emplace_back(member);
@@ -161,7 +157,7 @@ CachedVerdict DecodeVerdict(std::string_view record) {
 }
 
 std::optional<std::string_view> TakeRecord(std::string_view& records) {
-    const std::size_t size = records.size() < 2 ? 0 : Number(records, 0, 2);
+    const std::size_t size = records.size() < 2 ? 0 : LittleEndian(records, 0, 2);
     const std::string_view record = records.substr(0, size);
     if (record.size() != size || !IsWellFormed(record)) {
         return std::nullopt;
@@ -192,7 +188,7 @@ std::optional<std::uint64_t> DecodeHead(std::string_view head) {
     if (head.size() < kVerdictHeadSize) {
         return std::nullopt;
     }
-    const std::uint64_t counting = Number(head, kCountingAt, 8);
+    const std::uint64_t counting = LittleEndian(head, kCountingAt, 8);
     const bool isOurs = head.substr(0, kVerdictHeadSize) == EncodeHead(counting);
     return isOurs && counting >= kVerdictHeadSize ? std::optional(counting) : std::nullopt;
 }
@@ -204,8 +200,8 @@ std::optional<std::vector<Batch>> DecodeBatches(std::string_view batches, std::s
         if (batches.size() < kBatchHeadSize || !batches.starts_with(kBatchMark)) {
             return std::nullopt;
         }
-        const std::size_t size = Number(batches, 4, 4);
-        const auto written = static_cast<std::int64_t>(Number(batches, 8, 8));
+        const std::size_t size = LittleEndian(batches, 4, 4);
+        const auto written = static_cast<std::int64_t>(LittleEndian(batches, 8, 8));
         if (size > kMaxBatchRecords || batches.size() - kBatchHeadSize < size || written > now) {
             return std::nullopt;
         }
