@@ -3,17 +3,17 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <ctime>
 #include <fcntl.h>
 #include <new>
-#include <pthread.h>
 #include <string_view>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
 
+#include "common/file_state.h"
 #include "common/text_field.h"
+#include "product/scanapi/signals_held.h"
 
 namespace scanapi {
 
@@ -52,9 +52,7 @@ std::size_t SizeOf(const std::vector<std::string>& members) {
 }  // namespace
 
 bool FilesAhead::IsSame(const struct stat& left, const struct stat& right) {
-    return left.st_dev == right.st_dev && left.st_ino == right.st_ino &&
-           left.st_size == right.st_size && SinceEpoch(left.st_mtim) == SinceEpoch(right.st_mtim) &&
-           SinceEpoch(left.st_ctim) == SinceEpoch(right.st_ctim);
+    return common::IsSameFile(left, right) && common::IsUnchanged(left, right);
 }
 
 FilesAhead::~FilesAhead() {
@@ -107,18 +105,12 @@ void FilesAhead::StartThread() {
     }
     // The thread inherits the mask: no signal of the program's may end up in it, and those that a
     // lease brings are told to it and go nowhere.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    if (::pthread_sigmask(SIG_SETMASK, &all, &before) != 0) {
-        return;
-    }
+    const SignalsHeld held;
     try {
         m_thread = std::thread(&FilesAhead::Run, this);
     } catch (const std::system_error&) {
         m_hints.Forget();  // the files are scanned when the program opens them
     }
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 std::shared_ptr<PendingScan> FilesAhead::Take(const std::shared_ptr<TargetFile>& file) {

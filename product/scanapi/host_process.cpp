@@ -20,6 +20,7 @@
 
 #include "common/clean_spawn.h"
 #include "common/retrying.h"
+#include "product/scanapi/signals_held.h"
 #include "product/scanwire/host_messages.h"
 
 namespace scanapi {
@@ -30,22 +31,6 @@ constexpr char kProgramName[] = "corvane-scanhost";
 constexpr std::size_t kStackSize = std::size_t{256} * 1024;
 // After SIGKILL; only a process that the kernel itself holds takes longer.
 constexpr int kKillPatience = 2000;  // milliseconds
-
-/// Keeps every signal from this thread, and from what it starts meanwhile.
-class SignalsHeld {
-public:
-    SignalsHeld() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &m_before);
-    }
-    ~SignalsHeld() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    SignalsHeld(const SignalsHeld&) = delete;
-    SignalsHeld& operator=(const SignalsHeld&) = delete;
-
-private:
-    sigset_t m_before{};
-};
 
 class Stack {
 public:

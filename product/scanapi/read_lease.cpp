@@ -1,12 +1,12 @@
 #include "product/scanapi/read_lease.h"
 
 #include <cerrno>
-#include <csignal>
 #include <exception>
 #include <fcntl.h>
-#include <pthread.h>
 #include <thread>
 #include <unistd.h>
+
+#include "product/scanapi/signals_held.h"
 
 namespace scanapi {
 
@@ -20,20 +20,14 @@ bool Tell(int file, pid_t thread) {
 // Makes a thread that ends at once the one that is told. The file stays its thread's: a later
 // thread of the same number is another one to the system.
 bool TellNobody(int file) {
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
     // The thread inherits the mask: no signal of the program's may end up in it.
-    if (pthread_sigmask(SIG_SETMASK, &all, &before) != 0) {
-        return false;
-    }
+    const SignalsHeld held;
     bool isSet = false;
     try {
         std::thread([&] { isSet = Tell(file, gettid()); }).join();
     } catch (const std::exception&) {
         isSet = false;  // without a thread or memory there is no lease
     }
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return isSet;
 }
 

@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <exception>
-#include <pthread.h>
 #include <utility>
 
 #include "common/escaped_text.h"
 #include "common/log.h"
 #include "product/scanapi/engine_log.h"
+#include "product/scanapi/signals_held.h"
 
 namespace scanapi {
 
@@ -31,13 +30,6 @@ scanning::ScanOutcome Stopped() {
     return outcome;
 }
 
-// No handler of the program's is called on this thread, and no signal to it ends the program.
-void BlockSignals() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, nullptr);
-}
-
 }  // namespace
 
 ScanPool::ScanPool(std::vector<Database> databases, PoolSettings settings)
@@ -48,6 +40,8 @@ ScanPool::~ScanPool() {
 }
 
 void ScanPool::Start() {
+    // No handler of the program's is called on the thread, and no signal to it ends the program.
+    const SignalsHeld held;
     m_thread = std::thread([this] { Run(); });
 }
 
@@ -157,7 +151,6 @@ void ScanPool::OnNotLoaded(const std::string& reason) {
 }
 
 void ScanPool::Run() noexcept {
-    BlockSignals();
     try {
         RunHosts();
     } catch (const std::exception& error) {
