@@ -4,7 +4,7 @@
 #
 # tidy_test.sh CHECKOUT COMPILER: tools/tidy looks again at exactly the sources whose result can have
 # changed. A project of two sources is checked with a clang-tidy-14 that writes down what it is given; then
-# a test, with such a clangd-14.
+# a test.
 set -u
 # shellcheck source=../../support/expect.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/../../support/expect.sh"
@@ -58,11 +58,13 @@ Command() {
 mkdir "$scratch/bin" "$scratch/project" "$scratch/tools"
 # A copy, as the scripts are changed, too.
 tools=$scratch/tools
-cp -- "$checkout"/tools/tidy* "$tools"
+cp -- "$checkout"/tools/tidy* "$checkout"/tools/own_code_plugin.cpp "$tools"
 cd "$scratch/project" || exit 1
 cat >"$scratch/bin/clang-tidy-14" <<END
 #!/bin/bash
 if [[ \$1 == --version ]]; then cat "$scratch/version"; exit; fi
+echo "\$*" >"$scratch/options"
+[[ " \$* " != *" --load="* || -e build/lint/own_code_plugin.so ]] || exit 1
 while [[ \$# -gt 1 ]]; do
     [[ \$1 != -p ]] || cp "\$2/compile_commands.json" "$scratch/commands"
     shift
@@ -71,19 +73,13 @@ echo "\$1" >>"$scratch/given"
 [[ ! -e "$scratch/refused" || \$1 != "\$(cat "$scratch/refused")" ]]
 END
 chmod +x "$scratch/bin/clang-tidy-14"
-cat >"$scratch/bin/clangd-14" <<END
+cat >"$scratch/bin/clang++-14" <<END
 #!/bin/bash
-if [[ \$1 == --version ]]; then cat "$scratch/clangd-version"; exit; fi
-for argument; do
-    case \$argument in
-        --check=*) echo "\${argument#--check="$PWD/"}" >>"$scratch/given" ;;
-        --compile-commands-dir=*) grep -q three "\${argument#*=}/compile_commands.json" || exit 1 ;;
-    esac
-done
-[[ ! -e "$scratch/refused" ]] || { echo "E[] [check] Line 1: refused"; exit 3; }
+echo "\$*" >>"$scratch/compiled"
+while [[ \$1 != -o ]]; do shift; done
+: >"\$2"
 END
-chmod +x "$scratch/bin/clangd-14"
-echo "version 14" >"$scratch/clangd-version"
+chmod +x "$scratch/bin/clang++-14"
 PATH=$scratch/bin:$PATH
 echo "version 14" >"$scratch/version"
 echo 'Checks: ""' >.clang-tidy
@@ -122,10 +118,13 @@ echo 'Checks: "-*"' >tests/.clang-tidy
 Checked "a configuration in a folder" "one.cpp two.cpp "
 echo "version 15" >"$scratch/version"
 Checked "another clang-tidy" "one.cpp two.cpp "
-for script in tidy tidy-keys tidy-one; do
+for script in tidy tidy-keys tidy-one own_code_plugin.cpp; do
     echo '# Changed.' >>"$tools/$script"
     Checked "another $script" "one.cpp two.cpp "
 done
+Expect "the plugin is compiled when it changed" 2 "$(wc -l <"$scratch/compiled")"
+Expect "the plugin is loaded" 1 "$(grep -c -e --load=build/lint/own_code_plugin.so "$scratch/options")"
+Expect "the analyzer looks at what is no test" 0 "$(grep -c -e -clang-analyzer "$scratch/options")"
 
 mv deep.h away.h
 Tidied "a header that is gone" "two.cpp "
@@ -162,7 +161,7 @@ Tidied "a precompiled header" "one.cpp "
 Expect "clang is not given g++'s precompiled headers" "cc -DLAST -o one.o" \
     "$(grep -o 'cc .*-o one\.o' "$scratch/commands" | tr -s ' ')"
 
-# What only tests goes to clangd.
+# What only tests is spared the analyzer.
 mkdir -p tests
 printf '#include "tests/help.h"\n#include "both.h"\n' >tests/three.cpp
 echo 'int Help();' >tests/help.h
@@ -176,34 +175,10 @@ sed -i '$d' build/compile_commands.json
     Command tests/three.cpp three.o -DTHREE
     printf '\n]\n'
 } >>build/compile_commands.json
-# Watched WHAT FILES: builds, and expects the test to be looked at, or not.
-Watched() {
-    ninja -C build >"$scratch/ninja" 2>&1
-    : >"$scratch/given"
-    echo tests/three.cpp | "$tools/tidy" build >"$scratch/out" 2>&1
-    status=$?
-    Expect "$1" "$2" "$(sort "$scratch/given" | tr '\n' ' ')"
-}
-
-Watched "a test is looked at first" "tests/three.cpp "
-Expect "clangd found nothing" 0 "$status"
-Watched "a test that passed is not looked at again" ""
-echo 'int Help(int);' >tests/help.h
-Watched "a header of a test" "tests/three.cpp "
-echo 'int Both(long);' >both.h
-Watched "a header that the test includes besides" "tests/three.cpp "
-echo 'int Three();' >>tests/three.cpp
-Watched "a test" "tests/three.cpp "
-echo 'int Deep(long);' >deep.h
-Watched "a header that the test does not include" ""
-echo "version 15" >"$scratch/clangd-version"
-Watched "another clangd" "tests/three.cpp "
-: >"$scratch/refused"
-echo 'int Help(long);' >tests/help.h
-Watched "what clangd refuses" "tests/three.cpp "
-Expect "a refusal is told" 123 "$status"
-Expect "with the file it is about" "tests/three.cpp: E[] [check] Line 1: refused" "$(cat "$scratch/out")"
-Watched "what clangd refused is looked at again" "tests/three.cpp "
-rm "$scratch/refused"
+ninja -C build >"$scratch/ninja" 2>&1
+: >"$scratch/given"
+echo tests/three.cpp | "$tools/tidy" build >"$scratch/out" 2>&1
+Expect "a test is looked at" "tests/three.cpp" "$(cat "$scratch/given")"
+Expect "without the analyzer" 1 "$(grep -c -e '--checks=-clang-analyzer-\*' "$scratch/options")"
 
 AllHeld
