@@ -1,19 +1,32 @@
-// bench_bare_loop DATABASE-DIRECTORY SCRATCH-DIRECTORY PATH...
+// bench_bare_loop WORKERS DATABASE-DIRECTORY SCRATCH-DIRECTORY PATH...
 //
-// The same files through libclamav with the same settings, on one thread, and nothing else: no
-// program around it, no messages, no member names, no way to stop it. Small files are read into one
-// buffer, larger ones are read by the library through their descriptor. Prints one line
+// The same files through libclamav with the same settings, by as many processes that share one
+// database, and nothing else: no program around it, no messages, no member names, no way to stop
+// it, no confinement. Small files are read into a buffer, larger ones are read by the library
+// through their descriptor. One worker is this process itself; several are given the paths in
+// batches, whoever has time. Prints one line
 //
-//   load=S scan=S files=N infected=N
+//   load=S scan=S files=N infected=N memory=KiB
+//
+// memory: of all these processes together, at the end.
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <clamav.h>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fts.h>
+#include <functional>
 #include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+#include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -25,6 +38,8 @@
 namespace {
 
 constexpr std::size_t kBufferSize = 1U << 20U;
+constexpr std::size_t kBatchSize = 4096;  // bytes of paths, each with its end
+constexpr int kMostWorkers = 64;
 
 using Engine = scanning::EngineOwner;
 
@@ -114,7 +129,15 @@ private:
     unsigned long m_infected = 0;
 };
 
-bool Walk(char** paths, BareLoop& loop) {
+// What the workers found, in memory that all of them share.
+struct Counts {
+    std::atomic<unsigned long> files{0};
+    std::atomic<unsigned long> infected{0};
+};
+
+using FoundFile = std::function<void(const char* path, const char* name)>;
+
+bool Walk(char** paths, const FoundFile& found) {
     const std::unique_ptr<FTS, CloseWalk> walk(
         fts_open(paths, FTS_PHYSICAL | FTS_NOCHDIR | FTS_NOSTAT, nullptr));
     if (walk == nullptr) {
@@ -123,33 +146,123 @@ bool Walk(char** paths, BareLoop& loop) {
     while (const FTSENT* entry = fts_read(walk.get())) {
         // Without a stat of its own it tells directories and links from the rest, no more.
         if (entry->fts_info == FTS_NSOK || entry->fts_info == FTS_F) {
-            loop.ScanFile(entry->fts_path, entry->fts_name);
+            found(entry->fts_path, entry->fts_name);
         }
     }
     return true;
 }
 
+void ScanBatches(int socket, const cl_engine* engine, Counts& counts) {
+    BareLoop loop(engine);
+    std::string batch(kBatchSize * 2, '\0');
+    ssize_t got = 0;
+    while ((got = recv(socket, batch.data(), batch.size(), 0)) > 0) {
+        std::string_view paths(batch.data(), static_cast<std::size_t>(got));
+        while (!paths.empty()) {
+            const std::string_view path = paths.substr(0, paths.find('\0'));
+            loop.ScanFile(path.data(), path.data() + path.rfind('/') + 1);
+            paths.remove_prefix(path.size() + 1);
+        }
+    }
+    counts.files += loop.Files();
+    counts.infected += loop.Infected();
+}
+
+class Pool {
+public:
+    Pool(int workers, const cl_engine* engine, Counts& counts) {
+        // Who reads takes a whole packet; the one line of packets is all that they share.
+        std::array<int, 2> ends{};
+        if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+            std::perror("bench_bare_loop");
+            std::exit(EXIT_FAILURE);
+        }
+        m_ours.Reset(ends[0]);
+        const common::FileDescriptor theirs(ends[1]);
+        for (int i = 0; i < workers; ++i) {
+            if (fork() == 0) {
+                m_ours.Reset();
+                ScanBatches(theirs.Get(), engine, counts);
+                std::_Exit(EXIT_SUCCESS);
+            }
+        }
+    }
+
+    void Add(std::string_view path) {
+        if (m_batch.size() + path.size() >= kBatchSize) {
+            Send();
+        }
+        m_batch.append(path).push_back('\0');
+    }
+
+    void Send() {
+        if (!m_batch.empty() &&
+            send(m_ours.Get(), m_batch.data(), m_batch.size(), MSG_NOSIGNAL) < 0) {
+            std::perror("bench_bare_loop");
+            std::exit(EXIT_FAILURE);
+        }
+        m_batch.clear();
+    }
+
+    void AwaitEnd() {
+        m_ours.Reset();
+        while (wait(nullptr) > 0) {
+        }
+    }
+
+private:
+    common::FileDescriptor m_ours;
+    std::string m_batch;
+};
+
+// False when the paths cannot be walked. `memory`: in KiB, at the end.
+bool ScanAll(int workers, char** paths, const cl_engine* engine, Counts& counts, long& memory) {
+    if (workers == 1) {
+        BareLoop loop(engine);
+        const bool isWalked =
+            Walk(paths, [&](const char* path, const char* name) { loop.ScanFile(path, name); });
+        counts.files = loop.Files();
+        counts.infected = loop.Infected();
+        memory = ProportionalMemory();
+        return isWalked;
+    }
+    Pool pool(workers, engine, counts);
+    const bool isWalked = Walk(paths, [&](const char* path, const char*) { pool.Add(path); });
+    pool.Send();
+    memory = ProportionalMemory("bench_bare_loop");
+    pool.AwaitEnd();
+    return isWalked;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 4) {
-        std::fputs("Usage: bench_bare_loop DATABASES SCRATCH PATH...\n", stderr);
+    const int workers = argc < 5 ? 0 : std::atoi(argv[1]);
+    if (workers < 1 || workers > kMostWorkers) {
+        std::fputs("Usage: bench_bare_loop WORKERS DATABASES SCRATCH PATH...\n", stderr);
         return EXIT_FAILURE;
     }
     const Stopwatch loading;
-    const Engine engine = LoadEngine(argv[1], argv[2]);
+    const Engine engine = LoadEngine(argv[2], argv[3]);
     if (engine == nullptr) {
         std::fputs("the database could not be loaded\n", stderr);
         return EXIT_FAILURE;
     }
     const double load = loading.Seconds();
-    const Stopwatch scanning;
-    BareLoop loop(engine.get());
-    if (!Walk(argv + 3, loop)) {
+    void* shared =
+        mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (shared == MAP_FAILED) {
         std::perror("bench_bare_loop");
         return EXIT_FAILURE;
     }
-    std::printf("load=%.3f scan=%.3f files=%lu infected=%lu\n", load, scanning.Seconds(),
-                loop.Files(), loop.Infected());
+    auto& counts = *new (shared) Counts;
+    long memory = 0;
+    const Stopwatch scanning;
+    if (!ScanAll(workers, argv + 4, engine.get(), counts, memory)) {
+        std::perror("bench_bare_loop");
+        return EXIT_FAILURE;
+    }
+    std::printf("load=%.3f scan=%.3f files=%lu infected=%lu memory=%ld\n", load, scanning.Seconds(),
+                counts.files.load(), counts.infected.load(), memory);
     return EXIT_SUCCESS;
 }

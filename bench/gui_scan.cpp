@@ -3,10 +3,11 @@
 // One on-demand scan as the main window runs it: the engine of that directory, the report, the
 // progress dialog with its threads and events, everything drawn. Prints one line
 //
-//   start=S load=S scan=S files=N infected=N unreadable=N peak=KiB
+//   start=S load=S scan=S files=N infected=N unreadable=N peak=KiB hosts=KiB
 //
 // start: from the start of the process to the engine's start; load: until the engine can scan;
-// scan: from showing the dialog until it offers to be closed, what a person waits for.
+// scan: from showing the dialog until it offers to be closed, what a person waits for;
+// hosts: what the processes that scan have in memory at the end.
 
 #include <cstdio>
 #include <cstdlib>
@@ -133,9 +134,10 @@ int main(int argc, char** argv) {
     Scanner::SetScanOptions(&kSettings);
     const double load = WaitForSignatures();
     const double scan = Scan(g_pPLstHead);
-    std::printf("start=%.3f load=%.3f scan=%.3f files=%u infected=%u unreadable=%u peak=%ld\n",
-                start, load, scan, g_uiTotCnt.load(), g_uiInfCnt.load(), g_uiIOErrCnt.load(),
-                PeakMemory());
+    std::printf(
+        "start=%.3f load=%.3f scan=%.3f files=%u infected=%u unreadable=%u peak=%ld hosts=%ld\n",
+        start, load, scan, g_uiTotCnt.load(), g_uiInfCnt.load(), g_uiIOErrCnt.load(), PeakMemory(),
+        ProportionalMemory("corvane-scanhost"));
     common::FreePathList(g_pPLstHead, g_pPLstCurr);
     Scanner::DestroyScan();
     return EXIT_SUCCESS;

@@ -16,3 +16,9 @@ private:
 
 /// The most memory this process has had in use so far, in KiB ("VmHWM"); 0 when unknown.
 long PeakMemory();
+
+/// What this process has in memory, in KiB, what it shares counted in parts ("Pss"); 0 when
+/// unknown.
+long ProportionalMemory();
+/// The same of all processes together whose program has this name.
+long ProportionalMemory(const char* program);
