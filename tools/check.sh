@@ -23,7 +23,7 @@ UnderSanitizers() {
     ASAN_OPTIONS=$addresses \
     LSAN_OPTIONS=suppressions=$root/tools/leaks.supp:print_suppressions=0 \
     UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
-    TSAN_OPTIONS=$reports:second_deadlock_stack=1:atexit_sleep_ms=0 \
+    TSAN_OPTIONS=$reports:second_deadlock_stack=1 \
         "$@"
 }
 
