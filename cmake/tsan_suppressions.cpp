@@ -1,4 +1,4 @@
-// Linked into every program of a thread-sanitizer build.
+// Linked into every program of a thread-sanitizer build: what it passes over, and its options.
 //
 // These libraries are not built with the sanitizer and lock in ways that it cannot see, so what
 // they allocate, free and wait on looks unordered to it. Traced: the tasks of a thread pool
@@ -33,4 +33,10 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_sup
            "called_from_lib:libXrender.so.1\n"
            "called_from_lib:libxcb.so.1\n"
            "race:_dl_deallocate_tls\n";
+}
+
+// A program of ours may be given an empty environment, so this stands here. By default each waits a
+// second at its end for threads that might still race.
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options() {
+    return "atexit_sleep_ms=0";
 }
