@@ -61,15 +61,16 @@ protected:
     void LetGo() const { WriteFile(m_folder / "go-on", ""); }
 
     /// A file of this name, to scan once others wait already or at once.
-    std::shared_ptr<scanapi::PendingScan> Submit(
-        const std::string& name, const std::string& content = "text",
-        scanapi::Urgency urgency = scanapi::Urgency::kNow) {
+    std::shared_ptr<scanapi::PendingScan> Submit(const std::string& name,
+                                                 const std::string& content = "text",
+                                                 scanapi::Urgency urgency = scanapi::Urgency::kNow,
+                                                 const scanning::ScanProfile& profile = {}) {
         const std::string path = m_folder / name;
         WriteFile(path, content);
         EngineOpenStatus status = kOpenFailed;
         auto file = scanapi::TargetFile::Open(path.c_str(), status);
         EXPECT_NE(file, nullptr);
-        return m_pool->Submit(std::move(file), {}, urgency);
+        return m_pool->Submit(std::move(file), profile, urgency);
     }
 
     struct Result {

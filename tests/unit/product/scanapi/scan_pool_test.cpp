@@ -234,14 +234,19 @@ TEST_F(ScanPoolTest, WhatIsGivenUpWithoutForceGoesOnForNobody) {
     EXPECT_EQ(Scan("clean-0"), "clean");
     const auto held = Submit("held-1", "text", Urgency::kAhead);
     ASSERT_TRUE(HasBegun("held-1"));
+    // A worker is handed one batch more than it scans, and a batch has one profile: what is dropped
+    // has not been handed out.
     const auto waiting = Submit("clean-2", "text", Urgency::kAhead);
-    const auto dropped = Submit("killshost-3", "text", Urgency::kAhead);
+    scanning::ScanProfile other;
+    other.archives = true;
+    const auto dropped = Submit("killshost-3", "text", Urgency::kAhead, other);
     const std::size_t processes = Noted("pids").size();
     dropped->Abandon(false);
     held->Abandon(false);
     LetGo();
     EXPECT_EQ(Scan("clean-4"), "clean");
     EXPECT_EQ(Text(Await(*waiting).outcome), "clean");
+    EXPECT_EQ(Text(Await(*Submit("clean-5", "text", Urgency::kAhead, other)).outcome), "clean");
     EXPECT_EQ(Starts(), 1U) << "what was dropped was scanned";
     EXPECT_EQ(Noted("pids").size(), processes) << "a worker was replaced";
 }
