@@ -39,7 +39,11 @@ bool IsOurs(int parent, const std::string& name) {
            S_ISREG(status.st_mode);
 }
 
-// The marker goes last: what is half removed is still known as ours.
+bool SyncFolder(int folder) {
+    return common::Retrying([&] { return ::fsync(folder); }) == 0;
+}
+
+// The marker goes last, on the disk, too: what is half removed is still known as ours.
 void RemoveBackup(int parent, const std::string& name) {
     const common::FileDescriptor folder = OpenFolder(parent, name);
     for (const std::string& entry : NamesIn(folder.Get())) {
@@ -47,30 +51,52 @@ void RemoveBackup(int parent, const std::string& name) {
             (void)::unlinkat(folder.Get(), entry.c_str(), 0);
         }
     }
-    (void)::unlinkat(folder.Get(), kBackupMarker, 0);
-    (void)::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+    if (SyncFolder(folder.Get())) {
+        (void)::unlinkat(folder.Get(), kBackupMarker, 0);
+        (void)::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+    }
+}
+
+// An empty one is one whose marker never got to the disk.
+void RemoveUnfinished(int parent, const std::string& name) {
+    if (IsOurs(parent, name)) {
+        RemoveBackup(parent, name);
+    } else {
+        (void)::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+    }
+}
+
+// What is half removed must not pass for a backup, after a power cut either.
+void Retire(int parent, const std::string& name) {
+    const std::string halfGone = name + std::string(kHalfMade);
+    if (common::Retrying([&] {
+            return ::renameat2(parent, name.c_str(), parent, halfGone.c_str(), RENAME_NOREPLACE);
+        }) == 0 &&
+        SyncFolder(parent)) {
+        RemoveBackup(parent, halfGone);
+        // What somebody else has put into it stays where they did.
+        (void)::renameat2(parent, halfGone.c_str(), parent, name.c_str(), RENAME_NOREPLACE);
+    }
 }
 
 void Prune(int parent, const std::string& made) {
     std::vector<std::string> backups;
     for (const std::string& name : NamesIn(parent)) {
-        if (name == made || !IsOurs(parent, name)) {
-            continue;
-        }
-        if (name.ends_with(kHalfMade)) {
-            RemoveBackup(parent, name);
-        } else {
+        if (name.starts_with(kPrefix) && name.ends_with(kHalfMade)) {
+            RemoveUnfinished(parent, name);
+        } else if (name != made && IsOurs(parent, name)) {
             backups.push_back(name);
         }
     }
     // The new one is the last, whatever the clock says.
     for (std::size_t i = 0; i + kBackupsKept <= backups.size(); ++i) {
-        RemoveBackup(parent, backups[i]);
+        Retire(parent, backups[i]);
     }
 }
 
 std::string CopyFiles(int set, int target, const GoOn& goOn) {
-    if (!WriteInto(target, kBackupMarker, {})) {
+    // On the disk before anything else: files without a marker could never be removed.
+    if (!WriteInto(target, kBackupMarker, {}) || !SyncFolder(target)) {
         return WordsForError(errno);
     }
     for (const std::string& name : NamesIn(set)) {
@@ -89,8 +115,7 @@ std::string CopyFiles(int set, int target, const GoOn& goOn) {
                 return name + ": " + WordsForError(errno);
         }
     }
-    return common::Retrying([&] { return ::fsync(target); }) == 0 ? std::string()
-                                                                  : WordsForError(errno);
+    return SyncFolder(target) ? std::string() : WordsForError(errno);
 }
 
 // Gives the backup a name that is free, so that nothing is ever replaced.
@@ -102,8 +127,7 @@ std::string Publish(int parent, const std::string& halfMade, const std::string& 
                 return ::renameat2(parent, halfMade.c_str(), parent, published.c_str(),
                                    RENAME_NOREPLACE);
             }) == 0) {
-            return common::Retrying([&] { return ::fsync(parent); }) == 0 ? std::string()
-                                                                          : WordsForError(errno);
+            return SyncFolder(parent) ? std::string() : WordsForError(errno);
         }
         if (errno != EEXIST) {
             break;
@@ -130,9 +154,7 @@ std::string BackUp(int set, const std::string& folder, std::time_t now, const Go
     const std::string name =
         std::string(kPrefix) + common::FormatTime("%Y%m%d-%H%M%S", common::LocalTm(now));
     const std::string halfMade = name + std::string(kHalfMade);
-    if (IsOurs(parent.Get(), halfMade)) {
-        RemoveBackup(parent.Get(), halfMade);
-    }
+    RemoveUnfinished(parent.Get(), halfMade);
     if (common::Retrying([&] { return ::mkdirat(parent.Get(), halfMade.c_str(), 0755); }) != 0) {
         return WordsForError(errno);
     }

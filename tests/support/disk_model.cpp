@@ -40,6 +40,16 @@ Tree ReadTree(const std::string& root) {
     return tree;
 }
 
+std::string Listing(const Tree& tree) {
+    std::string listing = "\n";
+    for (const auto& [path, entry] : tree) {
+        listing += path + ", " + entry.kind + ", " +
+                   (entry.kind == 'l' ? entry.content : std::to_string(entry.content.size())) +
+                   "\n";
+    }
+    return listing;
+}
+
 void WriteTree(const std::string& root, const Tree& tree) {
     for (const auto& entry : fs::directory_iterator(root)) {
         fs::remove_all(entry.path());
@@ -86,9 +96,19 @@ DiskModel::DiskModel(const std::string& root)
     }
 }
 
+// From the root of the machine on, where `directory` is open elsewhere.
+std::string DiskModel::Located(int directory, const std::string& path) const {
+    const auto outside = path.starts_with('/') ? m_outside.end() : m_outside.find(directory);
+    if (outside == m_outside.end()) {
+        return path;
+    }
+    return (outside->second.ends_with('/') ? outside->second : outside->second + "/") + path;
+}
+
 // Null for what is missing, and for what lies elsewhere.
-DiskModel::NodePointer DiskModel::NodeOf(int directory, const std::string& path) const {
+DiskModel::NodePointer DiskModel::NodeOf(int directory, const std::string& given) const {
     NodePointer node;
+    const std::string path = Located(directory, given);
     std::string rest = path;
     if (path.starts_with(m_root + "/") || path == m_root) {
         node = m_top;
@@ -137,6 +157,7 @@ bool DiskModel::Open(const RecordedCall& call) {
     const int descriptor = static_cast<int>(call.result);
     const int directory = call.Descriptor(0);
     m_open.erase(descriptor);
+    m_outside.erase(descriptor);
     NodePointer node = NodeOf(directory, call.arguments[1]);
     const bool isMade = node == nullptr && call.Has(2, "O_CREAT");
     if (isMade) {
@@ -148,6 +169,8 @@ bool DiskModel::Open(const RecordedCall& call) {
     }
     if (node != nullptr) {
         m_open[descriptor] = node;
+    } else {
+        m_outside[descriptor] = Located(directory, call.arguments[1]);
     }
     if (node != nullptr && call.Has(2, "O_TRUNC")) {
         node->now.content.clear();
@@ -203,6 +226,7 @@ bool DiskModel::Apply(const RecordedCall& call) {
     }
     if (name == "close") {
         m_open.erase(call.Descriptor(0));
+        m_outside.erase(call.Descriptor(0));
         return false;
     }
     if (name == "write") {

@@ -36,6 +36,9 @@ using Tree = std::map<std::string, TreeEntry>;
 
 Tree ReadTree(const std::string& root);
 
+/// A line for each entry: path, kind, and of a link where it leads to, of others their length.
+std::string Listing(const Tree& tree);
+
 /// Puts it in the place of all that is there.
 void WriteTree(const std::string& root, const Tree& tree);
 
@@ -68,7 +71,8 @@ private:
     };
     enum class Unsynced { kLost, kCut, kZeros, kOldMode, kWhole };
 
-    NodePointer NodeOf(int directory, const std::string& path) const;
+    [[nodiscard]] std::string Located(int directory, const std::string& path) const;
+    NodePointer NodeOf(int directory, const std::string& given) const;
     NodePointer FolderOf(int directory, const std::string& path, std::string& name) const;
     bool SetName(int directory, const std::string& path, const NodePointer& node);
     bool Open(const RecordedCall& call);
@@ -85,6 +89,7 @@ private:
     unsigned int m_umask;
     NodePointer m_top;
     std::map<int, NodePointer> m_open;
+    std::map<int, std::string> m_outside;  // what is open elsewhere, folders above the root, too
     std::vector<NodePointer> m_all;
     std::vector<Change> m_pending;  // changes of names that no sync has put on the disk
 };

@@ -69,6 +69,19 @@ TEST_F(DiskModelTest, OfAFileThatWasNotSyncedAnyPartMayBeLeft) {
                 UnorderedElementsAre("", "a= ", "a=ab ", "a=" + zeros + " ", "a=abcd "));
 }
 
+// As who trusts no link goes down to a folder.
+TEST_F(DiskModelTest, TheFolderIsKnownByWhicheverWayItIsOpened) {
+    const std::string above = "openat(AT_FDCWD, \"" + Escaped("/") + "\", O_RDONLY) = 6\n" +
+                              "openat(6, \"" + Escaped(m_root.substr(1, m_root.rfind('/') - 1)) +
+                              "\", O_RDONLY) = 5\nclose(6) = 0\n";
+    EXPECT_THAT(Left(above + "openat(5, \"" + Escaped("disk") + "\", O_RDONLY) = 3\n" + kMake +
+                     "fsync(4) = 0\nfsync(3) = 0\n"),
+                ElementsAre("a=abcd "));
+    EXPECT_THAT(Left(above + "close(5) = 0\nopenat(5, \"" + Escaped("disk") +
+                     "\", O_RDONLY) = 3\n" + kMake + "fsync(4) = 0\nfsync(3) = 0\n"),
+                ElementsAre(""));
+}
+
 TEST_F(DiskModelTest, ASyncOfTheFileKeepsItsBytesAndNotItsName) {
     EXPECT_THAT(Left(OpenFolder() + kMake + "fsync(4) = 0\n"), UnorderedElementsAre("", "a=abcd "));
 }

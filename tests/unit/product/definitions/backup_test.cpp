@@ -138,6 +138,15 @@ TEST_F(Backup, OneThatWasKilledGoesAtTheNext) {
     EXPECT_THAT(Backups(), ElementsAre("corvane-definitions-20261121-035553"));
 }
 
+// As a power cut may leave one that was just begun; it would be in the way of another's removal,
+// too.
+TEST_F(Backup, AnEmptyOneThatWasJustBegunGoesAtTheNext) {
+    fs::create_directory(m_folder + "/corvane-definitions-20261121-035553.unfinished");
+    fs::create_directory(m_folder + "/corvane-definitions-20200101-000000.unfinished");
+    EXPECT_EQ(Make(), "");
+    EXPECT_THAT(Backups(), ElementsAre("corvane-definitions-20261121-035553"));
+}
+
 TEST_F(Backup, NoFolderIsTrustedThatOthersCouldTurnIntoAnother) {
     const auto objection = [](const std::string& path) {
         std::string why;

@@ -144,16 +144,6 @@ protected:
             definitions::Install({m_candidate}, {m_product, {}, {}}, listener).outcome);
     }
 
-    static std::string Listing(const Tree& tree) {
-        std::string listing = "\n";
-        for (const auto& [path, entry] : tree) {
-            listing += path + ", " + entry.kind + ", " +
-                       (entry.kind == 'l' ? entry.content : std::to_string(entry.content.size())) +
-                       "\n";
-        }
-        return listing;
-    }
-
     mode_t m_umask = 0;
     std::vector<RecordedCall> m_calls;
     Tree m_before;
