@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "product/definitions/trusted_folder.h"
+#include "tests/support/patient_clock.h"
 #include "tests/unit/product/definitions/definitions_fixture.h"
 
 // Copies of the update files in a folder that anybody may have chosen. The folders lie in the
@@ -246,7 +247,7 @@ TEST_F(Backup, OnASlowDiskTheListenerIsAskedAllTheSame) {
     class SlowAtBackup : public Listener {
     public:
         bool GoOn(definitions::InstallStep step) override {
-            const auto now = std::chrono::steady_clock::now();
+            const auto now = PatientClock::now();
             if (step == definitions::InstallStep::kBackup) {
                 g_fsyncMilliseconds = 600;
                 longest = std::max(longest, now - last);
@@ -254,8 +255,8 @@ TEST_F(Backup, OnASlowDiskTheListenerIsAskedAllTheSame) {
             last = now;
             return true;
         }
-        std::chrono::steady_clock::time_point last = std::chrono::steady_clock::now();
-        std::chrono::steady_clock::duration longest{};
+        PatientClock::time_point last = PatientClock::now();
+        PatientClock::duration longest{};
     } listener;
     m_options.backupFolder = m_folder;
     PutIndexed(8, {{"own.ndb", OwnSignature('B'), 2}});

@@ -10,12 +10,13 @@
 
 #include "product/fetch/fetch.h"
 #include "tests/support/mirror.h"
+#include "tests/support/patient_clock.h"
 #include "tests/support/scratch.h"
 
 /// Writes down what it is told.
 class RecordingListener : public fetch::Listener {
 public:
-    using Clock = std::chrono::steady_clock;
+    using Clock = PatientClock;
 
     void Status(std::uint16_t status, std::string_view name) override;
     void Log(std::string_view text) override;

@@ -232,10 +232,14 @@ TEST_F(OfficialTest, TheNextAddressIsTriedWhenItFails) {
 
 TEST_F(OfficialTest, StopEndsTheChildAtOnce) {
     m_server.Script({{"/test.cvd", R"({"do": "hang"})"}});
-    m_listener.shouldStop = [this] {
-        return !m_listener.times.empty() &&
-               RecordingListener::Clock::now() - m_listener.times.front() >
-                   std::chrono::milliseconds(600);
+    RecordingListener::Clock::time_point asked;
+    m_listener.shouldStop = [&] {
+        const auto now = RecordingListener::Clock::now();
+        if (asked == RecordingListener::Clock::time_point() && m_server.CountOf("/test.cvd") > 0) {
+            asked = now;
+        }
+        return asked != RecordingListener::Clock::time_point() &&
+               now - asked > std::chrono::milliseconds(600);
     };
     EXPECT_EQ(Fetch().result, kUpdaterInterrupted);
     EXPECT_LT(RecordingListener::Clock::now() - m_listener.stopTold,

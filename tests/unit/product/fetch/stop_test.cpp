@@ -23,12 +23,23 @@ protected:
         EXPECT_LT(m_listener.LongestSilence(), milliseconds(250));
     }
 
-    // Half a second after the first status, so that there is something to be silent in.
-    std::function<bool()> AfterAWhile() {
-        return [this] {
-            return !m_listener.times.empty() &&
-                   RecordingListener::Clock::now() - m_listener.times.front() > milliseconds(600);
-        };
+    // Half a second after `begun` first holds, so that there is something to be silent in.
+    std::function<bool()> AfterAWhile(std::function<bool()> begun) {
+        return
+            [begun = std::move(begun), since = RecordingListener::Clock::time_point()]() mutable {
+                const auto now = RecordingListener::Clock::now();
+                if (since == RecordingListener::Clock::time_point() && begun()) {
+                    since = now;
+                }
+                return since != RecordingListener::Clock::time_point() &&
+                       now - since > milliseconds(600);
+            };
+    }
+    std::function<bool()> AfterTheFirstStatus() {
+        return AfterAWhile([this] { return !m_listener.times.empty(); });
+    }
+    std::function<bool()> AfterTheRequestFor(const std::string& path) {
+        return AfterAWhile([this, path] { return m_server.CountOf(path) > 0; });
     }
 };
 
@@ -41,43 +52,44 @@ TEST_F(StopTest, WhileAnotherRunIsWaitedFor) {
     const common::FileDescriptor folder(
         ::open(m_request.downloadDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     ASSERT_EQ(::flock(folder.Get(), LOCK_EX), 0);
-    ExpectStopped(AfterAWhile());
+    m_request.limits.otherRun = std::chrono::seconds(60);
+    ExpectStopped(AfterTheFirstStatus());
     EXPECT_TRUE(m_server.Requests().empty());
 }
 
 TEST_F(StopTest, WhileAServerDoesNotAnswer) {
     m_server.Script({{"/index.json", R"({"do": "hang"})"}});
-    ExpectStopped(AfterAWhile());
+    ExpectStopped(AfterTheRequestFor("/index.json"));
 }
 
 TEST_F(StopTest, WhileAnIndexComesSlowly) {
     m_server.Script({{"/index.json", R"({"do": "slow", "piece": 2, "pause": 0.05})"}});
-    ExpectStopped(AfterAWhile());
+    ExpectStopped(AfterTheRequestFor("/index.json"));
 }
 
 TEST_F(StopTest, WhileAFileComesSlowly) {
     m_server.Script({{PathOf(1), R"({"do": "slow", "piece": 100, "pause": 0.1})"}});
-    ExpectStopped(AfterAWhile());
+    ExpectStopped(AfterTheRequestFor(PathOf(1)));
     EXPECT_EQ(m_listener.statuses.back(), "2006 own.hdb");
 }
 
 TEST_F(StopTest, InThePauseBetweenTwoTries) {
     m_request.limits.firstPause = milliseconds(20'000);
     m_server.Script({{"/index.json", R"({"do": "status", "status": 500})"}});
-    ExpectStopped(AfterAWhile());
+    ExpectStopped(AfterTheRequestFor("/index.json"));
     EXPECT_EQ(m_server.CountOf("/index.json"), 1U);
 }
 
 TEST_F(StopTest, InThePauseBetweenTwoTriesOfAFile) {
     m_request.limits.firstPause = milliseconds(20'000);
     m_server.Script({{PathOf(0), R"({"do": "status", "status": 500})"}});
-    ExpectStopped(AfterAWhile());
+    ExpectStopped(AfterTheRequestFor(PathOf(0)));
 }
 
 TEST_F(StopTest, WhileTheMirrorSeemsToChange) {
     m_request.limits.firstPause = milliseconds(20'000);
     WriteFile(m_server.Root() + "index.json.minisig", MirrorSignature("another one"));
-    ExpectStopped(AfterAWhile());
+    ExpectStopped(AfterTheRequestFor("/index.json.minisig"));
 }
 
 TEST_F(StopTest, WhileALargeFileIsLoaded) {
@@ -100,7 +112,7 @@ TEST_F(StopTest, WhileANameIsLookedUp) {
     const std::string before = ReadFile("/etc/resolv.conf");
     WriteFile("/etc/resolv.conf", "nameserver 127.0.0.1\noptions timeout:20 attempts:1\n");
     m_request.addresses = {"http://mirror.example"};
-    ExpectStopped(AfterAWhile());
+    ExpectStopped(AfterTheFirstStatus());
     WriteFile("/etc/resolv.conf", before);
 }
 
@@ -121,7 +133,7 @@ TEST_F(StopTest, WhileTheAddressDoesNotConnect) {
         (void)::connect(waiting.back().Get(), generic, length);
     }
     m_request.addresses = {"http://127.0.0.1:" + std::to_string(ntohs(address.sin_port))};
-    ExpectStopped(AfterAWhile());
+    ExpectStopped(AfterTheFirstStatus());
 }
 
 }  // namespace

@@ -1,13 +1,17 @@
 // A machine that updates while its mirror is renewed gets the old or the new state, whole.
 
-#include <atomic>
+#include <array>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <mutex>
 #include <set>
 #include <string>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
+#include "common/file_descriptor.h"
+#include "common/io.h"
 #include "product/fetch/fetch.h"
 #include "product/mirror/publish.h"
 #include "tests/support/mirror.h"
@@ -26,11 +30,15 @@ public:
     std::string m_log;
 };
 
-// Publishes states of two files that name the state, one after the other, until it is killed.
-int KeepPublishing(const std::string& source, const std::string& mirror) {
+// Publishes a state of two files that name the state for each byte that comes, and answers with
+// one when it is there. One in the time of a read: two would be one too many for the reader.
+int PublishWhenTold(int channel, const std::string& source, const std::string& mirror) {
     signed_index::SecretKey key;
     (void)key.Parse(kMirrorSecretKey);
-    for (int state = 1;; ++state) {
+    char byte = 0;
+    for (int state = 1; ::read(channel, &byte, 1) == 1; ++state) {
+        // At another moment of each read.
+        std::this_thread::sleep_for(std::chrono::milliseconds(state % 20));
         std::vector<SourceDatabase> databases;
         for (const char* name : {"a.hdb", "b.hdb"}) {
             const std::string path = source + name;
@@ -42,9 +50,11 @@ int KeepPublishing(const std::string& source, const std::string& mirror) {
         if (!PublishMirror(mirror, databases, &key, std::time(nullptr), 1, published, problem)) {
             return 1;
         }
-        // Readers take a while as well: two states in the time of one read are one too many.
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        if (::write(channel, &byte, 1) != 1) {
+            return 1;
+        }
     }
+    return 0;
 }
 
 TEST(MirrorReaders, SeeOneStateWholeWhileItIsRenewed) {
@@ -56,9 +66,21 @@ TEST(MirrorReaders, SeeOneStateWholeWhileItIsRenewed) {
     WriteFile(folder / "product/updturl.keys/test.pub", kMirrorPublicKey);
     ::chmod((folder / "product/updturl.keys/test.pub").c_str(), 0644);
     const MirrorServer server;
-    const pid_t publisher =
-        StartChild([&] { return KeepPublishing(folder / "source/", server.Root()); });
-    ASSERT_TRUE(WaitUntil([&] { return Exists(server.Root() + "index.json.minisig"); }));
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+    common::FileDescriptor channel(ends[0]);
+    common::FileDescriptor publishers(ends[1]);
+    const pid_t publisher = StartChild([&] {
+        channel.Reset();
+        return PublishWhenTold(publishers.Get(), folder / "source/", server.Root());
+    });
+    publishers.Reset();
+    const auto begin = [&] { return common::WriteAll(channel.Get(), "p"); };
+    const auto isDone = [&] {
+        char byte = 0;
+        return ::read(channel.Get(), &byte, 1) == 1;
+    };
+    ASSERT_TRUE(begin() && isDone());
 
     fetch::Request request;
     request.addresses = {server.Address()};
@@ -68,14 +90,16 @@ TEST(MirrorReaders, SeeOneStateWholeWhileItIsRenewed) {
     std::set<std::string> states;
     for (int i = 0; i < 60; ++i) {
         CountingListener listener;
+        ASSERT_TRUE(begin());
         ASSERT_EQ(fetch::Fetch(request, listener).result, kUpdaterUpdated) << listener.m_log;
         EXPECT_EQ(listener.m_refused, 0) << listener.m_log;
         const std::string first = ReadFile(folder / "download/candidate/a.hdb").substr(5);
         EXPECT_EQ(ReadFile(folder / "download/candidate/b.hdb").substr(5), first);
         states.insert(first);
+        ASSERT_TRUE(isDone());
     }
-    ::kill(publisher, SIGKILL);
-    (void)JoinChild(publisher);
+    channel.Reset();
+    EXPECT_EQ(JoinChild(publisher), 0);
     EXPECT_GT(states.size(), 2U);
 }
 

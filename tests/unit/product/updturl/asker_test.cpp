@@ -12,6 +12,7 @@
 
 #include "common/file_descriptor.h"
 #include "common/io.h"
+#include "tests/support/patient_clock.h"
 
 namespace updturl {
 namespace {
@@ -110,25 +111,39 @@ TEST_F(AskerTest, AStatusIsToldOnceAndThenRepeatedByBeats) {
     m_asker->Status(2005);
     m_asker->Beat();
     EXPECT_EQ(Heard(), "status 2005\n");
-    const auto end = Clock::now() + 1100ms;
-    while (Clock::now() < end) {
+    auto toldAfter = Clock::time_point::min();
+    auto toldBefore = Clock::now();
+    for (int told = 0; told < 4;) {
         std::this_thread::sleep_for(20ms);
+        const auto before = Clock::now();
         m_asker->Beat();
+        const std::string heard = Heard();
+        if (heard.empty()) {
+            ASSERT_LT(before - toldBefore, 250ms) << "four times a second";
+            continue;
+        }
+        EXPECT_EQ(heard, "status 2005\n");
+        if (toldAfter != Clock::time_point::min()) {
+            EXPECT_GT(Clock::now() - toldAfter, 150ms) << "and not much more often";
+        }
+        toldAfter = before;
+        toldBefore = Clock::now();
+        ++told;
     }
-    const std::string heard = Heard();
-    const auto count = static_cast<std::size_t>(std::count(heard.begin(), heard.end(), '\n'));
-    EXPECT_GE(count, 4U);
-    EXPECT_LE(count, 6U);
 }
 
 TEST_F(AskerTest, ManyNamesAreToldTenTimesASecondTheLastOneSurely) {
+    const auto begun = Clock::now();
     for (int number = 0; number < 1000; ++number) {
         m_asker->Status(2006, std::to_string(number));
     }
-    EXPECT_EQ(Heard(), "status 2006 0\n");
+    const auto tenths = (Clock::now() - begun) / 100ms;  // more than none on a busy machine
+    const std::string heard = Heard();
+    EXPECT_TRUE(heard.starts_with("status 2006 0\n")) << heard;
+    EXPECT_LE(std::count(heard.begin(), heard.end(), '\n'), 1 + tenths);
     std::this_thread::sleep_for(120ms);
     m_asker->Beat();
-    EXPECT_EQ(Heard(), "status 2006 999\n");
+    EXPECT_TRUE((heard + Heard()).ends_with("status 2006 999\n"));
 }
 
 TEST_F(AskerTest, AnotherStatusIsToldAtOnce) {
@@ -147,16 +162,16 @@ TEST_F(AskerTest, EverythingElseIsALine) {
 }
 
 TEST_F(AskerTest, WhoDoesNotReadHoldsNothingUp) {
-    const auto begun = Clock::now();
+    const auto begun = PatientClock::now();
     for (int number = 0; number < 100; ++number) {
         m_asker->Log(std::string(4000, 'a'));  // 16 of them fill the pipe
     }
-    EXPECT_LT(Clock::now() - begun, 1s);
-    const auto full = Clock::now();
+    EXPECT_LT(PatientClock::now() - begun, 1s);
+    const auto full = PatientClock::now();
     for (int number = 0; number < 100; ++number) {
         m_asker->Status(static_cast<std::uint16_t>(2000 + number % 2));
     }
-    EXPECT_LT(Clock::now() - full, 100ms);
+    EXPECT_LT(PatientClock::now() - full, 100ms);
     EXPECT_FALSE(m_asker->IsStopping());
 }
 

@@ -13,6 +13,7 @@
 #include "common/io.h"
 #include "product/updturl/request.h"
 #include "tests/support/mirror.h"
+#include "tests/support/patient_clock.h"
 #include "tests/support/scratch.h"
 #include "tests/support/server_process.h"
 
@@ -45,6 +46,7 @@ protected:
         });
         ::close(m_ends[1]);
         m_begun = Clock::now();
+        m_patientlyBegun = PatientClock::now();
         ASSERT_TRUE(common::WriteAll(m_ours.Get(), updturl::RequestText(request).value_or("")));
     }
 
@@ -57,6 +59,7 @@ protected:
         }
         said += std::to_string(JoinChild(m_child)) + "\n";
         m_took = Clock::now() - m_begun;
+        m_tookPatiently = PatientClock::now() - m_patientlyBegun;
         return said;
     }
 
@@ -76,11 +79,13 @@ protected:
     pid_t m_child = -1;
     Clock::time_point m_begun;
     Clock::duration m_took{};
+    PatientClock::time_point m_patientlyBegun;
+    PatientClock::duration m_tookPatiently{};
 };
 
 TEST_F(UpdateConnectionTest, AServerThatAnswersIsFine) {
     EXPECT_EQ(AnswerTo({{m_server.Address()}}), "test ok\n0\n");
-    EXPECT_LT(m_took, 5s);
+    EXPECT_LT(m_tookPatiently, 5s);
 }
 
 TEST_F(UpdateConnectionTest, WhereNobodyListensItIsRefused) {
@@ -91,7 +96,7 @@ TEST_F(UpdateConnectionTest, ASilentServerIsGivenTenSeconds) {
     KeepSilent();
     EXPECT_EQ(AnswerTo({{m_server.Address()}}), "test no-answer\n1\n");
     EXPECT_GE(m_took, 9900ms);
-    EXPECT_LT(m_took, 11s);
+    EXPECT_LT(m_tookPatiently, 11s);
 }
 
 TEST_F(UpdateConnectionTest, ManyAddressesGetNoMoreTimeThanOne) {
@@ -99,7 +104,7 @@ TEST_F(UpdateConnectionTest, ManyAddressesGetNoMoreTimeThanOne) {
     EXPECT_EQ(AnswerTo({{NobodysAddress(), m_server.Address(), m_server.Address()}}),
               "test refused\n1\n");
     EXPECT_GE(m_took, 9900ms);
-    EXPECT_LT(m_took, 11s);
+    EXPECT_LT(m_tookPatiently, 11s);
 }
 
 TEST_F(UpdateConnectionTest, AnAddressThatAnswersMakesUpForTheOneBefore) {
@@ -117,9 +122,9 @@ TEST_F(UpdateConnectionTest, WhoGoesAwayEndsIt) {
     Ask({{m_server.Address()}});
     ASSERT_TRUE(WaitUntil([this] { return m_server.CountOf("/index.json") == 1; }));
     ASSERT_EQ(::shutdown(m_ours.Get(), SHUT_WR), 0);
-    const auto gone = Clock::now();
+    const auto gone = PatientClock::now();
     EXPECT_EQ(Answer(), "test failed stopped\n1\n");
-    EXPECT_LT(Clock::now() - gone, 2s);
+    EXPECT_LT(PatientClock::now() - gone, 2s);
 }
 
 TEST_F(UpdateConnectionTest, AnEmptyListHasNoAddresses) {
