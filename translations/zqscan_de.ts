@@ -113,6 +113,14 @@
         <source>failed</source>
         <translation>fehlgeschlagen</translation>
     </message>
+    <message>
+        <source>stopped</source>
+        <translation>abgebrochen</translation>
+    </message>
+    <message>
+        <source>no valid definition files</source>
+        <translation>keine gültigen Definitionsdateien</translation>
+    </message>
 </context>
 <context>
     <name>FindBar</name>

@@ -113,6 +113,14 @@
         <source>failed</source>
         <translation>failed</translation>
     </message>
+    <message>
+        <source>stopped</source>
+        <translation>stopped</translation>
+    </message>
+    <message>
+        <source>no valid definition files</source>
+        <translation>no valid definition files</translation>
+    </message>
 </context>
 <context>
     <name>FindBar</name>

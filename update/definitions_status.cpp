@@ -1,10 +1,22 @@
 #include "update/definitions_status.h"
 
-#include <QDateTime>
 #include <QLocale>
 
+#include "abi/updturl.h"
+#include "common/paths.h"
 #include "reports/files/report_files.h"
+#include "update/files/last_update.h"
 #include "widgets/display_name.h"
+
+namespace {
+
+// Reports are dated in English, whatever language the program speaks. Not valid for other dates.
+QDateTime TimeOf(const reports::ReportListing& report) {
+    return QLocale::c().toDateTime(QString::fromStdString(report.finished),
+                                   QStringLiteral("dd MMM, yyyy, hh:mm:ss AP"));
+}
+
+}  // namespace
 
 DefinitionsStatus::Line DefinitionsStatus::Definitions(const tagZQVERINFO& version, QDate today) {
     if (version.major == 0 && version.minor == 0) {
@@ -39,23 +51,24 @@ QString DefinitionsStatus::Day(QDate date) {
 
 QString DefinitionsStatus::LastUpdate() {
     const auto reports = reports::ListReports(kUpdateReports, reports::IndexCount::kNoneMeansEmpty);
-    if (!reports) {
-        return tr("Last update: not known");
+    const reports::ReportListing* const last =
+        reports && !reports->empty() ? &reports->back() : nullptr;
+    const QDateTime reported = last != nullptr ? TimeOf(*last) : QDateTime();
+    const auto run = update::ReadLastUpdate(common::InProgramDirectory(update::kLastUpdateFile));
+    // One with a report has it a moment later.
+    if (const QDateTime ended = QDateTime::fromSecsSinceEpoch(run ? run->time : 0);
+        run && (!reported.isValid() || ended > reported)) {
+        return tr("Last update: %1, %2").arg(When(ended), Result(run->result));
     }
-    if (reports->empty()) {
-        return tr("Last update: none yet");
+    if (last == nullptr) {
+        return reports ? tr("Last update: none yet") : tr("Last update: not known");
     }
-    const reports::ReportListing& last = reports->back();
-    return tr("Last update: %1, %2").arg(When(last.finished), Result(last.subject));
+    return tr("Last update: %1, %2")
+        .arg(reported.isValid() ? When(reported) : DisplayName(last->finished),
+             Result(last->subject));
 }
 
-QString DefinitionsStatus::When(const std::string& finished) {
-    // Reports are dated in English, whatever language the program speaks.
-    const QDateTime time = QLocale::c().toDateTime(QString::fromStdString(finished),
-                                                   QStringLiteral("dd MMM, yyyy, hh:mm:ss AP"));
-    if (!time.isValid()) {
-        return DisplayName(finished);
-    }
+QString DefinitionsStatus::When(const QDateTime& time) {
     return tr("%1, %2", "date and time of day")
         .arg(Day(time.date()), time.time().toString(QStringLiteral("HH:mm")));
 }
@@ -71,4 +84,19 @@ QString DefinitionsStatus::Result(const std::string& subject) {
         return tr("failed");
     }
     return DisplayName(subject);
+}
+
+QString DefinitionsStatus::Result(int updaterResult) {
+    switch (updaterResult) {
+        case kUpdaterUpdated:
+            return tr("updated");
+        case kUpdaterUpToDate:
+            return tr("nothing new");
+        case kUpdaterInterrupted:
+            return tr("stopped");
+        case kUpdaterInvalidFiles:
+            return tr("no valid definition files");
+        default:
+            return tr("failed");
+    }
 }

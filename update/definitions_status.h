@@ -4,7 +4,7 @@
 #include <string>
 
 #include <QCoreApplication>
-#include <QDate>
+#include <QDateTime>
 
 #include "abi/system_time.h"
 
@@ -25,12 +25,14 @@ public:
     /// known.
     static Line Definitions(const tagZQVERINFO& version, QDate today);
 
-    /// The last update that the index of update reports lists.
+    /// The last update: the one that the index of update reports lists, or a later run of the
+    /// updater that has no report.
     static QString LastUpdate();
 
 private:
     static QString Age(qint64 days);
     static QString Day(QDate date);
-    static QString When(const std::string& finished);
+    static QString When(const QDateTime& time);
     static QString Result(const std::string& subject);
+    static QString Result(int updaterResult);
 };

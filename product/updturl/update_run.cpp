@@ -14,8 +14,8 @@
 #include "product/definitions/update_lock.h"
 #include "product/updturl/account.h"
 #include "product/updturl/fetch_stage.h"
-#include "product/updturl/last_update.h"
 #include "product/updturl/message.h"
+#include "update/files/last_update.h"
 
 namespace updturl {
 namespace {
@@ -140,6 +140,13 @@ Ended UpdateFromFolder(const Request& request, Asker& asker) {
     return Install(request, candidate->path, asker);
 }
 
+/// Of a folder 3 says what 4 says of every other source.
+int ResultToRecord(const Request& request, const Ended& ended) {
+    return request.source == Source::kIndex && ended.result == kUpdaterInterrupted
+               ? int{kUpdaterInvalidFiles}
+               : ended.result;
+}
+
 Ended UpdateLocked(const Request& request, FetchStage& stage, Asker& asker, int folder) {
     const definitions::UpdateLock lock(folder);
     if (lock.Error() != 0) {
@@ -153,8 +160,9 @@ Ended UpdateLocked(const Request& request, FetchStage& stage, Asker& asker, int 
     }
     Ended ended = request.source == Source::kIndex ? UpdateFromFolder(request, asker)
                                                    : UpdateFromSite(request, stage, asker);
-    const LastUpdate record{.time = std::time(nullptr), .result = ended.result, .text = ended.why};
-    if (!WriteLastUpdate(folder, record)) {
+    const update::LastUpdate record{
+        .time = std::time(nullptr), .result = ResultToRecord(request, ended), .text = ended.why};
+    if (!update::WriteLastUpdate(folder, record)) {
         asker.Log(std::string("the time of the update cannot be written down: ") +
                   std::strerror(errno));
     }

@@ -51,6 +51,12 @@ class LastUpdate : public ::testing::Test {
 protected:
     void SetUp() override { common::CopyToField(g_szAppPath, m_scratch.Path()); }
     void TearDown() override { g_szAppPath[0] = '\0'; }
+    void PutRun(std::time_t time, int result) const {
+        std::filesystem::create_directories(m_scratch / "defs");
+        WriteFile(m_scratch / "defs/last-update.json",
+                  "{\"time\": " + std::to_string(time) + ", \"result\": " + std::to_string(result) +
+                      ", \"text\": \"<b>in words</b>\"}\n");
+    }
     [[nodiscard]] std::string Words(const std::vector<ListedReport>& reports) const {
         WriteFile(m_scratch / "updt.rpt", ReportIndexBytes(reports));
         return DefinitionsStatus::LastUpdate().toStdString();
@@ -72,6 +78,42 @@ TEST_F(LastUpdate, IsTheLastOneListed) {
 TEST_F(LastUpdate, WhatNobodyOfUsWroteIsShownAsItIs) {
     EXPECT_EQ(Words({{"yesterday\x1B", "<b>\xFF", "updt1.log"}}),
               "Last update: yesterday\\x1B, <b>\\xFF");
+}
+
+// The zone of the tests is UTC.
+constexpr std::time_t kTwelve = 1795348800;  // 2026-11-22 12:00:00
+
+TEST_F(LastUpdate, OfARunWithoutAReportIsToldWhereItIsTheLaterOne) {
+    const std::vector<ListedReport> reports{
+        {"22 Nov, 2026, 12:00:00 PM", "UPDATED SUCCESSFULLY", "updt1.log"}};
+    const auto wordsOf = [&](std::time_t time, int result) {
+        PutRun(time, result);
+        return Words(reports);
+    };
+    EXPECT_EQ(wordsOf(kTwelve + 60, 3), "Last update: 22 November 2026, 12:01, stopped");
+    EXPECT_EQ(wordsOf(kTwelve + 60, 4),
+              "Last update: 22 November 2026, 12:01, no valid definition files");
+    EXPECT_EQ(wordsOf(kTwelve + 60, 0), "Last update: 22 November 2026, 12:01, failed");
+    EXPECT_EQ(wordsOf(kTwelve + 60, 1), "Last update: 22 November 2026, 12:01, updated");
+    EXPECT_EQ(wordsOf(kTwelve + 60, 2), "Last update: 22 November 2026, 12:01, nothing new");
+    EXPECT_EQ(wordsOf(kTwelve, 0), "Last update: 22 November 2026, 12:00, updated")
+        << "the report is of this run";
+    EXPECT_EQ(wordsOf(kTwelve - 60, 3), "Last update: 22 November 2026, 12:00, updated");
+}
+
+TEST_F(LastUpdate, OfARunIsToldWithoutReportsToo) {
+    PutRun(kTwelve, 3);
+    EXPECT_EQ(Words({}), "Last update: 22 November 2026, 12:00, stopped");
+    EXPECT_EQ(Words({{"yesterday", "UPDATED SUCCESSFULLY", "updt1.log"}}),
+              "Last update: 22 November 2026, 12:00, stopped");
+    std::filesystem::remove(m_scratch / "updt.rpt");
+    EXPECT_EQ(DefinitionsStatus::LastUpdate(), "Last update: 22 November 2026, 12:00, stopped");
+}
+
+TEST_F(LastUpdate, ARecordOfARunThatIsDamagedIsAsIfItWereNotThere) {
+    PutRun(kTwelve, 3);
+    WriteFile(m_scratch / "defs/last-update.json", "<b>");
+    EXPECT_EQ(Words({}), "Last update: none yet");
 }
 
 TEST_F(LastUpdate, NoneAndUnknown) {

@@ -100,6 +100,7 @@ TEST_F(CorvaneUpdateTest, AStrangersSignatureIsNoValidFolderAndTheOldSetStays) {
     EXPECT_EQ(Run(), 3);
     EXPECT_EQ(m_notes.statuses.back(), 2004);
     EXPECT_EQ(m_notes.log.find("the definitions are refused: "), 0U) << m_notes.log;
+    EXPECT_TRUE(LastUpdate().starts_with("\"result\": 4, ")) << "3 is of a run that was stopped";
     EXPECT_EQ(Current(), 1U);
     EXPECT_EQ(CurrentFile("own.ndb"), OwnSignature('a'));
 }
@@ -162,6 +163,14 @@ TEST_F(CorvaneUpdateTest, ARunFromASiteWithoutAListSaysSo) {
     EXPECT_EQ(m_notes.log, "the list of update servers cannot be read\n");
     EXPECT_EQ(LastUpdate(),
               "\"result\": 0, \"text\": \"the list of update servers cannot be read\"}\n");
+}
+
+TEST_F(CorvaneUpdateTest, ARunFromASiteThatIsStoppedIsWrittenDownAsOne) {
+    std::filesystem::create_directory(m_product + "download");
+    m_request.source = Source::kSite;
+    m_request.addresses = {{"http://127.0.0.1:1"}};
+    EXPECT_EQ(RunWords(*RequestText(m_request) + "stop\n"), 3);
+    EXPECT_EQ(LastUpdate(), "\"result\": 3, \"text\": \"the update was stopped\"}\n");
 }
 
 TEST_F(CorvaneUpdateTest, WhatIsNoRequestIsRefused) {
