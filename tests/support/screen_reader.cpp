@@ -33,6 +33,25 @@ void SetListening(bool listening) {
     Heard().clear();
 }
 
+void AddTexts(QAccessibleInterface& object, std::vector<std::string>& texts) {
+    for (const auto kind : {QAccessible::Name, QAccessible::Description, QAccessible::Value,
+                            QAccessible::Help, QAccessible::Accelerator}) {
+        texts.push_back(object.text(kind).toStdString());
+    }
+    if (QAccessibleTextInterface* const line = object.textInterface()) {
+        texts.push_back(line->text(0, line->characterCount()).toStdString());
+        int start = 0;
+        int end = 0;
+        texts.push_back(
+            line->textAtOffset(0, QAccessible::LineBoundary, &start, &end).toStdString());
+    }
+    for (int i = 0; i < object.childCount(); ++i) {
+        if (QAccessibleInterface* const child = object.child(i)) {
+            AddTexts(*child, texts);
+        }
+    }
+}
+
 QString TextOf(QWidget* widget, QAccessible::Text kind) {
     return QAccessible::queryAccessibleInterface(widget)->text(kind);
 }
@@ -73,4 +92,10 @@ std::vector<std::string> ScreenReader::UnreadableLabels(const QWidget& window) {
         }
     }
     return unreadable;
+}
+
+std::vector<std::string> ScreenReader::AllTexts(QWidget& window) {
+    std::vector<std::string> texts;
+    AddTexts(*QAccessible::queryAccessibleInterface(&window), texts);
+    return texts;
 }

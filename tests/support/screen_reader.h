@@ -29,4 +29,8 @@ public:
     /// The labels below `window` whose text, without mnemonic marks, is not what is read out: as
     /// "object name: text | what is read out". Labels without text are passed over.
     static std::vector<std::string> UnreadableLabels(const QWidget& window);
+
+    /// All that a program on the accessibility bus can get of a window and what is in it: names,
+    /// values, descriptions, and the texts of lines.
+    static std::vector<std::string> AllTexts(QWidget& window);
 };
