@@ -3,11 +3,10 @@
 
 #include <fstream>
 
-#include <QInputDialog>
-#include <QLineEdit>
 #include <QTest>
 
 #include "tests/gui/app/window_fixture.h"
+#include "tests/support/expected_questions.h"
 
 namespace {
 
@@ -37,18 +36,6 @@ class Password : public WindowTest {
 protected:
     static void ExpectWarning(ModalDriver& user, const QString& text) {
         user.ExpectMessage(QMessageBox::Warning, "Corvane", text);
-    }
-    /// Types a password and confirms it, or cancels.
-    static void ExpectQuestion(ModalDriver& user, const QString& typed, int result) {
-        user.Expect([typed, result](QDialog* dialog) {
-            auto* input = qobject_cast<QInputDialog*>(dialog);
-            ASSERT_NE(input, nullptr);
-            EXPECT_EQ(input->windowTitle(), "Corvane");
-            EXPECT_EQ(input->labelText(), "Enter password:");
-            EXPECT_EQ(input->textEchoMode(), QLineEdit::Password);
-            input->setTextValue(typed);
-            input->done(result);
-        });
     }
     void ExpectRefused() {
         EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
@@ -118,7 +105,7 @@ TEST_F(Password, Cancelled) {
     SetDatabaseAnswers(kAccepted);
     Open();
     ModalDriver user;
-    ExpectQuestion(user, "secret", QDialog::Rejected);
+    ExpectPasswordQuestion(user, "secret", QDialog::Rejected);
     Click("btnOptions");
     ExpectRefused();
     EXPECT_THAT(DatabaseCalls(), ElementsAre("get 14 1"));
@@ -128,7 +115,7 @@ TEST_F(Password, Empty) {
     SetDatabaseAnswers(kAccepted);
     Open();
     ModalDriver user;
-    ExpectQuestion(user, "", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "", QDialog::Accepted);
     ExpectWarning(user, "Invalid password");
     Click("btnOptions");
     ExpectRefused();
@@ -139,7 +126,7 @@ TEST_F(Password, Accepted) {
     SetDatabaseAnswers(kAccepted);
     Open();
     ModalDriver user;
-    ExpectQuestion(user, QString::fromUtf8("gehe\xc3\xafm "), QDialog::Accepted);
+    ExpectPasswordQuestion(user, QString::fromUtf8("gehe\xc3\xafm "), QDialog::Accepted);
     Click("btnOptions");
     ExpectOpened();
     EXPECT_THAT(DatabaseCalls(), ElementsAre("get 14 1", "verify gehe\xc3\xafm "));
@@ -149,7 +136,7 @@ TEST_F(Password, Refused) {
     SetDatabaseAnswers(kRefused);
     Open();
     ModalDriver user;
-    ExpectQuestion(user, "wrong", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "wrong", QDialog::Accepted);
     ExpectWarning(user, "Invalid password");
     Click("btnOptions");
     ExpectRefused();
@@ -159,7 +146,7 @@ TEST_F(Password, CheckFailed) {
     SetDatabaseAnswers("1 1 0 1000");
     Open();
     ModalDriver user;
-    ExpectQuestion(user, "secret", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "secret", QDialog::Accepted);
     ExpectWarning(user, kUnreadable);
     Click("btnOptions");
     ExpectRefused();
@@ -169,7 +156,7 @@ TEST_F(Password, OtherOutcomeDoesNothing) {
     SetDatabaseAnswers("1 1 1 1002");
     Open();
     ModalDriver user;
-    ExpectQuestion(user, "secret", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "secret", QDialog::Accepted);
     Click("btnOptions");
     ExpectRefused();
 }
@@ -205,14 +192,14 @@ TEST_F(Password, LibraryStaysLoadedOnceThePageWasOpened) {
     SetDatabaseAnswers(kAccepted);
     Open();
     ModalDriver user;
-    ExpectQuestion(user, "secret", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "secret", QDialog::Accepted);
     Click("btnOptions");
     ExpectOpened();
     Click("btnScan");
     EXPECT_TRUE(IsLibraryLoaded());
 
     SetDatabaseAnswers(kRefused);
-    ExpectQuestion(user, "wrong", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "wrong", QDialog::Accepted);
     ExpectWarning(user, "Invalid password");
     Click("btnOptions");
     EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
@@ -229,8 +216,8 @@ TEST_F(Password, UnsavedUpdateSettingsLeadToTheUpdatePage) {
     SetDatabaseAnswers(kAccepted);
     Open<UnsettledWindow>();
     ModalDriver user;
-    ExpectQuestion(user, "secret", QDialog::Accepted);
-    ExpectQuestion(user, "secret", QDialog::Accepted);  // that page has the same lock
+    ExpectPasswordQuestion(user, "secret", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "secret", QDialog::Accepted);  // that page has the same lock
     Click("btnOptions");
     EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage);
     EXPECT_TRUE(Find<QAbstractButton>("btnUpdate").isChecked());
@@ -240,8 +227,8 @@ TEST_F(Password, NothingStaysLoadedWhenNeitherPageIsOpened) {
     SetDatabaseAnswers(kAccepted);
     Open<UnsettledWindow>();
     ModalDriver user;
-    ExpectQuestion(user, "secret", QDialog::Accepted);
-    ExpectQuestion(user, "secret", QDialog::Rejected);
+    ExpectPasswordQuestion(user, "secret", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "secret", QDialog::Rejected);
     Click("btnOptions");
     ExpectRefused();
 }
@@ -250,7 +237,7 @@ TEST_F(Password, TheUpdatePageKeepsItsLibraryOnlyOnceItIsOpened) {
     SetDatabaseAnswers(kAccepted);
     Open();
     ModalDriver user;
-    ExpectQuestion(user, "secret", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "secret", QDialog::Accepted);
     Click("btnUpdate");
     EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage);
     EXPECT_TRUE(IsLibraryLoaded());
@@ -266,7 +253,7 @@ TEST_F(Password, UnsavedScannerSettingsKeepTheUpdatePageShut) {
     SetDatabaseAnswers(kAccepted);
     Open<UnsavedWindow>();
     ModalDriver user;
-    ExpectQuestion(user, "secret", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "secret", QDialog::Accepted);
     Click("btnUpdate");
     ExpectRefused();
 }

@@ -13,6 +13,7 @@
 #include "common/run_state.h"
 #include "scan/scanner.h"
 #include "tests/gui/app/window_fixture.h"
+#include "tests/support/expected_questions.h"
 #include "tests/support/rendered_box.h"
 #include "widgets/house_style.h"
 
@@ -54,19 +55,6 @@ protected:
         window.OnOptClick();
         EXPECT_EQ(CurrentPage(), dlgMain::kSettingsPage);
         return window;
-    }
-    /// The answer to "Do you want to save the changes?".
-    static void ExpectQuestion(ModalDriver& user, QMessageBox::StandardButton answer) {
-        user.Expect([answer](QDialog* dialog) {
-            auto* box = qobject_cast<QMessageBox*>(dialog);
-            ASSERT_NE(box, nullptr);
-            EXPECT_EQ(box->icon(), QMessageBox::Question);
-            EXPECT_EQ(box->windowTitle(), "Corvane Settings");
-            EXPECT_EQ(box->text(), "Do you want to save the changes?");
-            EXPECT_EQ(box->standardButtons(),
-                      QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
-            box->button(answer)->click();
-        });
     }
 };
 
@@ -332,7 +320,7 @@ TEST_F(Settings, LeavingWithYesSaves) {
     OpenPage();
     Dumb().click();
     ModalDriver user;
-    ExpectQuestion(user, QMessageBox::Yes);
+    ExpectSaveQuestion(user, QMessageBox::Yes);
     Click("btnScan");
     EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
     EXPECT_EQ(Get("zqscn.opt"), std::string("\x01\x00\x0F", 3));
@@ -343,7 +331,7 @@ TEST_F(Settings, LeavingWithNoDropsTheChanges) {
     OpenPage();
     Dumb().click();
     ModalDriver user;
-    ExpectQuestion(user, QMessageBox::No);
+    ExpectSaveQuestion(user, QMessageBox::No);
     Click("btnAbout");
     EXPECT_EQ(CurrentPage(), dlgMain::kAboutPage);
     EXPECT_EQ(Get("zqscn.opt"), std::string("\x01\x00\x0B", 3));
@@ -356,7 +344,7 @@ TEST_F(Settings, LeavingWithCancelKeepsThePage) {
     Dumb().click();
     for (const char* button : {"btnAbout", "btnReports", "btnSchedule", "btnUpdate", "btnScan"}) {
         ModalDriver user;
-        ExpectQuestion(user, QMessageBox::Cancel);
+        ExpectSaveQuestion(user, QMessageBox::Cancel);
         Click(button);
         EXPECT_EQ(CurrentPage(), dlgMain::kSettingsPage) << button;
         EXPECT_TRUE(Find<QAbstractButton>("btnOptions").isChecked()) << button;
@@ -367,10 +355,10 @@ TEST_F(Settings, LeavingWithCancelKeepsThePage) {
     EXPECT_EQ(Get("zqscn.opt"), std::string("\x01\x00\x0B", 3));
 
     ModalDriver user;
-    ExpectQuestion(user, QMessageBox::Cancel);
+    ExpectSaveQuestion(user, QMessageBox::Cancel);
     EXPECT_FALSE(window.close());
     EXPECT_TRUE(window.isVisible());
-    ExpectQuestion(user, QMessageBox::No);
+    ExpectSaveQuestion(user, QMessageBox::No);
     EXPECT_TRUE(window.close());
 }
 

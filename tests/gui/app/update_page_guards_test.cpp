@@ -1,51 +1,26 @@
 // The way onto the update page and away from it: the settings password and unapplied changes.
 
-#include <QInputDialog>
-
 #include "tests/gui/app/update_page_fixture.h"
+#include "tests/support/expected_questions.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class UpdateGuards : public UpdatePageTest {
-protected:
-    static void ExpectQuestion(ModalDriver& user, QMessageBox::StandardButton answer) {
-        user.Expect([answer](QDialog* dialog) {
-            auto* box = qobject_cast<QMessageBox*>(dialog);
-            ASSERT_NE(box, nullptr);
-            EXPECT_EQ(box->icon(), QMessageBox::Question);
-            EXPECT_EQ(box->windowTitle(), "Corvane Settings");
-            EXPECT_EQ(box->text(), "Do you want to save the changes?");
-            EXPECT_EQ(box->standardButtons(),
-                      QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
-            box->button(answer)->click();
-        });
-    }
-    static void ExpectPassword(ModalDriver& user, const QString& typed, int result) {
-        user.Expect([typed, result](QDialog* dialog) {
-            auto* input = qobject_cast<QInputDialog*>(dialog);
-            ASSERT_NE(input, nullptr);
-            EXPECT_EQ(input->labelText(), "Enter password:");
-            EXPECT_EQ(input->textEchoMode(), QLineEdit::Password);
-            input->setTextValue(typed);
-            input->done(result);
-        });
-    }
-};
+using UpdateGuards = UpdatePageTest;
 
 TEST_F(UpdateGuards, ThePasswordIsAskedFor) {
     Put(kFile, Record(0x8));
     Open();
     SetDatabaseAnswers("1 1 1 1001");
     ModalDriver user;
-    ExpectPassword(user, "wrong", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "wrong", QDialog::Accepted);
     user.ExpectMessage(QMessageBox::Warning, "Corvane", "Invalid password");
     Click("btnUpdate");
     EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
     EXPECT_FALSE(Find<QAbstractButton>("btnUpdate").isChecked());
 
-    ExpectPassword(user, "secret", QDialog::Rejected);
+    ExpectPasswordQuestion(user, "secret", QDialog::Rejected);
     Click("btnUpdate");
     EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
 
@@ -56,7 +31,7 @@ TEST_F(UpdateGuards, ThePasswordIsAskedFor) {
     EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
 
     SetDatabaseAnswers("1 1 1 1000");
-    ExpectPassword(user, "secret", QDialog::Accepted);
+    ExpectPasswordQuestion(user, "secret", QDialog::Accepted);
     Click("btnUpdate");
     EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage);
     EXPECT_TRUE(Find<QAbstractButton>("btnUpdate").isChecked());
@@ -69,7 +44,7 @@ TEST_F(UpdateGuards, ThePasswordIsNotAskedForOnThePageItself) {
     Click("btnUpdate");
     EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage);
     Internet().click();
-    ExpectQuestion(user, QMessageBox::Cancel);
+    ExpectSaveQuestion(user, QMessageBox::Cancel);
     Click("btnScan");
     EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage);
     EXPECT_TRUE(Find<QAbstractButton>("btnUpdate").isChecked());
@@ -81,11 +56,11 @@ TEST_F(UpdateGuards, UnsavedScannerSettingsComeFirst) {
     window.OnOptClick();
     Click("chkScdmb");
     ModalDriver user;
-    ExpectQuestion(user, QMessageBox::Cancel);
+    ExpectSaveQuestion(user, QMessageBox::Cancel);
     Click("btnUpdate");
     EXPECT_EQ(CurrentPage(), dlgMain::kSettingsPage);
     EXPECT_FALSE(Find<QAbstractButton>("btnUpdate").isChecked());
-    ExpectQuestion(user, QMessageBox::No);
+    ExpectSaveQuestion(user, QMessageBox::No);
     Click("btnUpdate");
     EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage);
 }
@@ -102,7 +77,7 @@ TEST_F(UpdateGuards, LeavingWithYesApplies) {
     OpenPage(Record(0x8));
     Internet().click();
     ModalDriver user;
-    ExpectQuestion(user, QMessageBox::Yes);
+    ExpectSaveQuestion(user, QMessageBox::Yes);
     Click("btnScan");
     EXPECT_EQ(CurrentPage(), dlgMain::kScanPage);
     EXPECT_EQ(Get(kFile), Record(0x2));
@@ -113,7 +88,7 @@ TEST_F(UpdateGuards, LeavingWithYesStaysWhenApplyingFails) {
     OpenPage(Record(0x8));
     FromPath().click();
     ModalDriver user;
-    ExpectQuestion(user, QMessageBox::Yes);
+    ExpectSaveQuestion(user, QMessageBox::Yes);
     ExpectCritical(user, "Corvane", "Please provide the path.");
     Click("btnScan");
     EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage);
@@ -126,7 +101,7 @@ TEST_F(UpdateGuards, WithoutTheStatusLibraryLeavingStaysOnceAndIsFreeThen) {
     fs::remove("/usr/lib/Corvane/Corvane/scansts.so");
     Internet().click();
     ModalDriver user;
-    ExpectQuestion(user, QMessageBox::Yes);
+    ExpectSaveQuestion(user, QMessageBox::Yes);
     Click("btnScan");
     EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage);
     EXPECT_EQ(Get(kFile), Record(0x2));
@@ -138,7 +113,7 @@ TEST_F(UpdateGuards, LeavingWithNoDropsTheChanges) {
     OpenPage(Record(0x8));
     Internet().click();
     ModalDriver user;
-    ExpectQuestion(user, QMessageBox::No);
+    ExpectSaveQuestion(user, QMessageBox::No);
     Click("btnAbout");
     EXPECT_EQ(CurrentPage(), dlgMain::kAboutPage);
     EXPECT_EQ(Get(kFile), Record(0x8));
@@ -150,7 +125,7 @@ TEST_F(UpdateGuards, LeavingWithCancelKeepsThePage) {
     Internet().click();
     for (const char* button : {"btnScan", "btnOptions", "btnReports", "btnSchedule", "btnAbout"}) {
         ModalDriver user;
-        ExpectQuestion(user, QMessageBox::Cancel);
+        ExpectSaveQuestion(user, QMessageBox::Cancel);
         Click(button);
         EXPECT_EQ(CurrentPage(), dlgMain::kUpdatePage) << button;
         EXPECT_TRUE(Find<QAbstractButton>("btnUpdate").isChecked()) << button;
@@ -158,10 +133,10 @@ TEST_F(UpdateGuards, LeavingWithCancelKeepsThePage) {
     }
     EXPECT_EQ(Shown(), "internet *");
     ModalDriver user;
-    ExpectQuestion(user, QMessageBox::Cancel);
+    ExpectSaveQuestion(user, QMessageBox::Cancel);
     EXPECT_FALSE(window.close());
     EXPECT_TRUE(window.isVisible());
-    ExpectQuestion(user, QMessageBox::No);
+    ExpectSaveQuestion(user, QMessageBox::No);
     EXPECT_TRUE(window.close());
     EXPECT_EQ(Get(kFile), Record(0x8));
 }

@@ -1,26 +1,11 @@
-#include <array>
-#include <cstdio>
 #include <gtest/gtest.h>
-#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
 
+#include "tests/support/command_output.h"
+
 namespace {
-
-struct PipeCloser {
-    void operator()(std::FILE* pipe) const { pclose(pipe); }
-};
-
-std::string OutputOf(const std::string& command) {
-    const std::unique_ptr<std::FILE, PipeCloser> pipe(popen(command.c_str(), "r"));
-    std::string output;
-    std::array<char, 4096> buffer{};
-    while (pipe != nullptr && std::fgets(buffer.data(), buffer.size(), pipe.get()) != nullptr) {
-        output += buffer.data();
-    }
-    return output;
-}
 
 TEST(ExportsTest, TheLibraryShowsItsTenNamesAndNothingElse) {
     std::istringstream lines(OutputOf("nm -D --defined-only " SCANAPI_LIBRARY));

@@ -4,7 +4,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "product/updturl/child_process.h"
 #include "product/updturl/conversation.h"
 #include "product/updturl/request.h"
+#include "tests/support/command_output.h"
 #include "tests/unit/product/definitions/definitions_fixture.h"
 
 namespace updturl {
@@ -183,20 +183,6 @@ TEST_F(CorvaneUpdateTest, WithoutAFolderOfDefinitionsItSaysSo) {
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(m_notes.log,
               "the folder of the definitions cannot be opened: No such file or directory\n");
-}
-
-struct PipeCloser {
-    void operator()(std::FILE* pipe) const { pclose(pipe); }
-};
-
-std::string OutputOf(const std::string& command) {
-    const std::unique_ptr<std::FILE, PipeCloser> pipe(popen(command.c_str(), "r"));
-    std::string output;
-    std::array<char, 4096> buffer{};
-    while (pipe != nullptr && std::fgets(buffer.data(), buffer.size(), pipe.get()) != nullptr) {
-        output += buffer.data();
-    }
-    return output;
 }
 
 TEST(CorvaneUpdateOptions, TheManualNamesThemAll) {

@@ -10,25 +10,12 @@
 #include <string>
 
 #include "abi/updturl.h"
+#include "tests/support/command_output.h"
 #include "tests/support/scratch.h"
 
 namespace {
 
 constexpr char kLog[] = "/zqupdt.log";
-
-struct PipeCloser {
-    void operator()(std::FILE* pipe) const { pclose(pipe); }
-};
-
-std::string OutputOf(const std::string& command) {
-    const std::unique_ptr<std::FILE, PipeCloser> pipe(popen(command.c_str(), "r"));
-    std::string output;
-    std::array<char, 4096> buffer{};
-    while (pipe != nullptr && std::fgets(buffer.data(), buffer.size(), pipe.get()) != nullptr) {
-        output += buffer.data();
-    }
-    return output;
-}
 
 int Watch(const tagUPDATEINFO* info, void* context) {
     static_cast<std::set<int>*>(context)->insert(info->status);
