@@ -17,7 +17,7 @@ TEST_F(UpdatedService, RunsTheUpdaterAndTellsWhatItSays) {
 }
 
 // The log of the system is a socket of the test's own here.
-TEST_F(UpdatedService, WhatTheUpdaterSaysIsOneLineOfTheLog) {
+TEST_F(UpdatedService, WhoAsksAndWhatTheUpdaterSaysAreLinesOfTheLog) {
     const common::FileDescriptor log(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     constexpr sockaddr_un kLog{AF_UNIX, "/dev/log"};
     ::unlink(kLog.sun_path);
@@ -32,6 +32,9 @@ TEST_F(UpdatedService, WhatTheUpdaterSaysIsOneLineOfTheLog) {
         logged.append(line, static_cast<std::size_t>(got)).append("\n");
     }
     EXPECT_NE(logged.find(": a\\u{000a}b\\u{001b}[2J\n"), std::string::npos) << logged;
+    const std::string asker = "user " + std::to_string(::getuid()) + " (process " +
+                              std::to_string(::getpid()) + ") asks for an update";
+    EXPECT_NE(logged.find(asker), std::string::npos) << logged;
 }
 
 TEST_F(UpdatedService, AnUpdaterThatDiesIsAFailure) {
