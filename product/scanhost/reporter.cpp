@@ -4,18 +4,12 @@
 
 namespace scanhost {
 
-namespace {
-
-constexpr std::chrono::milliseconds kPatience(20);
-
-}  // namespace
-
 void Reporter::Tell(const scanwire::FromWorker& record) {
     if (m_packet.size() + scanwire::kMaxRecord > scanwire::kMaxPacket) {
         Flush();
     }
     scanwire::Append(m_packet, record);
-    if (Clock::now() - m_sent > kPatience) {
+    if (Clock::now() - m_sent > m_patience) {
         Flush();
     }
 }
