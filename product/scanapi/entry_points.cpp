@@ -11,7 +11,6 @@
 #include <utility>
 
 #include "abi/scanapi.h"
-#include "common/log.h"
 #include "product/scanapi/engine.h"
 #include "product/scanapi/engine_log.h"
 
@@ -47,7 +46,7 @@ Result Guarded(Result onFailure, Body body) noexcept {
     try {
         return body();
     } catch (const std::exception& error) {
-        WriteToLog(common::kCommonLog, error.what());
+        scanapi::LogLine(error.what());
     } catch (...) {
         scanapi::LogLine("unknown failure");
     }

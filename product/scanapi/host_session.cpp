@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "common/escaped_text.h"
-#include "common/log.h"
 #include "product/scanapi/engine_log.h"
 
 namespace scanapi {
@@ -53,7 +52,7 @@ HostSession::~HostSession() {
             LetGo(place);
         }
     } catch (const std::exception& error) {
-        WriteToLog(common::kCommonLog, error.what());
+        LogLine(error.what());
     }
     m_process.End(kEndPatience);
 }

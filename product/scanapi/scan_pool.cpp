@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "common/escaped_text.h"
-#include "common/log.h"
 #include "product/scanapi/engine_log.h"
 #include "product/scanapi/signals_held.h"
 
@@ -154,7 +153,7 @@ void ScanPool::Run() noexcept {
     try {
         RunHosts();
     } catch (const std::exception& error) {
-        WriteToLog(common::kCommonLog, error.what());
+        LogLine(error.what());
     } catch (...) {
         LogLine("unknown failure");
     }
