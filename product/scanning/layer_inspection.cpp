@@ -6,6 +6,7 @@
 
 #include "product/scanning/self_extractor.h"
 #include "product/scanning/unread_reasons.h"
+#include "product/scanning/zip_directory.h"
 
 namespace scanning {
 
@@ -189,6 +190,9 @@ cl_error_t LibraryRun::LookInto(const Layer& layer, ContainerKind kind) {
 }
 
 void LibraryRun::LookBehind(const Layer& layer, const LayerNews& news) {
+    if (HoldsEncryptedMember(TextOf(layer.bytes))) {
+        m_whole.Unread(kEncrypted);
+    }
     for (const auto& [kind, offset] : FindEmbeddedArchives(TextOf(layer.bytes))) {
         // libclamav looks for archives in programs, but for no streams in scripts.
         const bool thorough = m_whole.IsThorough() || IsKnownStream(kind);

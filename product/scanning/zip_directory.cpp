@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "product/scanning/scan_profile.h"
 #include "product/scanning/stored_numbers.h"
 #include "product/scanning/unread_reasons.h"
 
@@ -192,6 +193,21 @@ bool IsZipMember(std::string_view bytes, std::size_t offset) {
     const std::string_view text = head.substr(kMemberHead, name);
     return std::none_of(text.begin(), text.end(),
                         [](char byte) { return static_cast<unsigned char>(byte) < ' '; });
+}
+
+bool HoldsEncryptedMember(std::string_view bytes) {
+    constexpr std::uint64_t kIsEncrypted = 1;
+    constexpr std::uint64_t kSizeComesLater = 8;
+    for (auto at = FindBytes(bytes, kMember, 0); at != std::string_view::npos;
+         at = FindBytes(bytes, kMember, at + 1)) {
+        const auto flags = LittleEndian(bytes, at + 6, 2);
+        const bool hasContents =
+            (flags & kSizeComesLater) != 0 || LittleEndian(bytes, at + 22, 4) > kNeverMatched;
+        if ((flags & kIsEncrypted) != 0 && hasContents && IsZipMember(bytes, at)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::string_view CheckZip(std::string_view bytes) {

@@ -101,6 +101,25 @@ TEST_F(InsideTest, FilesOfUnknownTypeAreLookedAtWhateverIsAskedFor) {
     EXPECT_EQ(Verdict(unknown + Zip({{"bad.com", Eicar()}}), quiet), "infected");
 }
 
+TEST_F(InsideTest, AnEncryptedMemberWithinOtherDataIsNotCalledClean) {
+    const std::string unknown = std::string("\x01\x02\x03\x04\x05\x06\x07\x81\x8d") +
+                                std::string(40, '\0') + std::string("\x81\0\0\0\x01", 5);
+    const auto secret = Zip({{"plain", "nothing in it"}, {"secret", "nobody reads this", true}});
+    for (const std::string& start : {unknown, std::string("some text\n"), std::string("MZ program"),
+                                     std::string("\xFF\xD8\xFF\xE0 an image")}) {
+        EXPECT_EQ(Verdict(start + secret), "unread: encrypted") << start;
+        // A find next to it is told of all the same.
+        EXPECT_EQ(Verdict(start + Zip({{"bad.com", Eicar()}}) + secret), "infected") << start;
+    }
+    // Matched as the bytes it is where archives are not to be read.
+    auto quiet = SampleScanner::kAll;
+    quiet.archives = false;
+    EXPECT_EQ(Verdict(unknown + secret, quiet), "clean");
+    // Too small for anything, or no member at all.
+    EXPECT_EQ(Verdict(unknown + Zip({{"secret", "tiny", true}})), "clean");
+    EXPECT_EQ(Verdict(unknown + std::string("PK\x03\x04\x14\0\x01\0", 8) + unknown), "clean");
+}
+
 TEST_F(InsideTest, MembersAreNamedByTheirWholePath) {
     const auto inner = Ar({{"one.txt", "the first text"}, {"bad.com", Eicar()}});
     const auto result = Scan(Ar({{"plain", "plain text"}, {"inner.a", inner}}));

@@ -189,6 +189,10 @@ std::map<std::string, std::string> MakePackers() {
         {"zip, deflate64", SevenZip("-tzip -mm=Deflate64")},
         {"zip, PPMd", SevenZip("-tzip -mm=PPMd")},
         {"zip, encrypted", SevenZip("-tzip -pxx")},
+        {"zip, encrypted, within other data",
+         "7zz a -bd -tzip -pxx \"$WORK/a.zip\" * > \"$OUT.log\" && "
+         "(printf '\\001\\002\\003\\004\\005\\006\\007\\201\\215'; head -c 40 /dev/zero; "
+         "cat \"$WORK/a.zip\") > \"$OUT\""},
         {"zip, members outside the listing", kUnlisted},
         {"Office Open XML", kOffice},
         {"self-extracting zip",
