@@ -78,6 +78,7 @@ void Engine::Close() {
     const std::lock_guard scanning(m_scanMutex);
     m_databases->Stop();
     const std::lock_guard lock(m_stateMutex);
+    m_brokenOff.reset();
     m_files.clear();
 }
 
@@ -134,6 +135,7 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
         profile = m_profile;
     }
     Conversation conversation(callback, context, *file, [this](const std::string& virusName) {
+    m_brokenOff.reset();
         return DisposalOf(virusName);
     });
     scanning::ScanOutcome outcome;
@@ -143,6 +145,9 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
         outcome = {};
     }
     return conversation.Conclude(outcome);
+    if (outcome.verdict == scanning::Verdict::Stopped && !file->IsLocal()) {
+        m_brokenOff = file;
+    }
 }
 
 // Null when none are loaded, or the program wants to stop before they are.

@@ -67,7 +67,9 @@ private:
     UnreadLog m_unread;
     FilesAhead m_ahead;
 
-    std::mutex m_scanMutex;  ///< held for the scan of a file
+    std::mutex m_scanMutex;  ///< held for the scan of a file; guards what follows
+    /// Kept so that it is not the pool that closes it, for which some file systems take their time.
+    std::shared_ptr<TargetFile> m_brokenOff;
 
     std::mutex m_stateMutex;  ///< guards what follows
     scanning::ScanProfile m_profile;

@@ -13,6 +13,7 @@
 
 #include "common/file_state.h"
 #include "common/text_field.h"
+#include "product/scanapi/local_file_systems.h"
 #include "product/scanapi/signals_held.h"
 
 namespace scanapi {
@@ -233,11 +234,25 @@ bool FilesAhead::OpenNext(std::unique_lock<std::mutex>& lock) {
     return true;
 }
 
+std::shared_ptr<TargetFile> FilesAhead::Open(const HintLine::Hint& hint) {
+    if (hint.folder == nullptr) {
+        const auto folder = TargetFile::OpenFolderAhead(hint.path.substr(0, hint.name));
+        return folder && IsOnLocalFileSystem(folder.Get())
+                   ? TargetFile::OpenAhead(folder.Get(), hint.path, hint.name)
+                   : nullptr;
+    }
+    if (m_folder.lock() != hint.folder) {
+        m_folder = hint.folder;
+        m_isFolderLocal = IsOnLocalFileSystem(hint.folder->Get());
+    }
+    return m_isFolderLocal ? TargetFile::OpenAhead(hint.folder->Get(), hint.path, hint.name)
+                           : nullptr;
+}
+
 bool FilesAhead::Begin(const HintLine::Hint& hint, FileScanner& scanner,
                        const scanning::ScanProfile& profile, Scan& scan) {
     auto open = std::make_unique<OpenFile>();
-    open->file = TargetFile::OpenAhead(hint.folder == nullptr ? -1 : hint.folder->Get(), hint.path,
-                                       hint.name);
+    open->file = Open(hint);
     if (open->file == nullptr) {
         return false;
     }
@@ -288,7 +303,8 @@ bool FilesAhead::IsWorthless(Scan& scan) {
         scan.held = scan.pending->ToldBytes();
         return false;
     }
-    if (!scan.pending->WasUnchanged()) {
+    struct stat now {};
+    if (::fstat(scan.open->file->Descriptor(), &now) != 0 || !IsSame(now, scan.opened)) {
         return true;
     }
     scan.members = scan.pending->WaitForNews(milliseconds(0)).members;

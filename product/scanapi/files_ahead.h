@@ -25,7 +25,9 @@ namespace scanapi {
 /// opens there is the same as the one that was scanned: device, inode, size and both times. Times
 /// do not show every change, so a file is scanned ahead only when they say that nothing happened
 /// for a minute, or under a read lease that nobody broke meanwhile; a writer who wants the file
-/// gets it at once, and the file is left to be scanned when the program opens it.
+/// gets it at once, and the file is left to be scanned when the program opens it. So is one on a
+/// file system that may let its callers wait without end, as a network's (local_file_systems.h):
+/// neither the thread nor Stop() ever waits for one of these.
 class FilesAhead {
 public:
     static constexpr std::size_t kMostUnderWay = 256;     ///< each is an open file
@@ -87,14 +89,19 @@ private:
     [[nodiscard]] bool HasRoom() const;
     bool OpenNext(std::unique_lock<std::mutex>& lock);
     void WaitForMore(std::unique_lock<std::mutex>& lock);
-    static bool Begin(const HintLine::Hint& hint, FileScanner& scanner,
-                      const scanning::ScanProfile& profile, Scan& scan);
+    bool Begin(const HintLine::Hint& hint, FileScanner& scanner,
+               const scanning::ScanProfile& profile, Scan& scan);
+    std::shared_ptr<TargetFile> Open(const HintLine::Hint& hint);
     void Sweep();
     bool IsWorthless(Scan& scan);
     void GiveUp(Scan& scan, bool force);
     void LetGoOfTooMuch();
 
     HintLine m_hints;
+
+    // Of the thread: the folder it opened a file in last, and whether it does so there.
+    std::weak_ptr<const common::FileDescriptor> m_folder;
+    bool m_isFolderLocal = false;
 
     std::mutex m_mutex;  ///< guards what follows; held when m_hints is asked, never the other way
     std::weak_ptr<FileScanner> m_scanner;

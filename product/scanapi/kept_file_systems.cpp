@@ -1,11 +1,8 @@
 #include "product/scanapi/kept_file_systems.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <fstream>
-#include <iterator>
 #include <linux/btrfs.h>
 #include <linux/magic.h>
 #include <string>
@@ -13,6 +10,7 @@
 #include <sys/vfs.h>
 
 #include "product/scanapi/fixed_disk.h"
+#include "product/scanapi/mounts.h"
 
 namespace scanapi {
 
@@ -103,21 +101,6 @@ std::string TextOf(const Uuid& uuid) {
     return text;
 }
 
-std::string ReadText(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-// The number of the mount by which the file was opened.
-std::string MountOf(int file) {
-    constexpr std::string_view kKey = "mnt_id:\t";
-    const std::string facts = ReadText("/proc/self/fdinfo/" + std::to_string(file));
-    const auto found = facts.find(kKey);
-    return found == std::string::npos
-               ? ""
-               : facts.substr(found + kKey.size(), facts.find('\n', found) - found - kKey.size());
-}
-
 std::optional<FileSystemId> LookAt(int file, dev_t device) {
     struct statfs status {};
     if (fstatfs(file, &status) != 0) {
@@ -125,7 +108,7 @@ std::optional<FileSystemId> LookAt(int file, dev_t device) {
     }
     const auto magic = static_cast<unsigned long>(status.f_type);
     const auto uuid = UuidOf(file, magic);
-    if (!uuid || !KeepsTimes(ReadText("/proc/self/mountinfo"), MountOf(file))) {
+    if (!uuid || !KeepsTimes(MountTable(), MountOf(file))) {
         return std::nullopt;
     }
     FileSystemId id{*uuid, 0};
@@ -141,14 +124,8 @@ std::optional<FileSystemId> LookAt(int file, dev_t device) {
 }  // namespace
 
 bool KeepsTimes(std::string_view table, std::string_view mount) {
-    while (!table.empty() && !mount.empty()) {
-        const std::string_view line = table.substr(0, table.find('\n'));
-        table.remove_prefix(std::min(line.size() + 1, table.size()));
-        if (line.substr(0, line.find(' ')) == mount) {
-            return line.find("lazytime") == std::string_view::npos;
-        }
-    }
-    return false;
+    const std::string_view line = LineOfMount(table, mount);
+    return !line.empty() && line.find("lazytime") == std::string_view::npos;
 }
 
 std::optional<FileSystemId> KeptFileSystems::Of(int file, dev_t device) {

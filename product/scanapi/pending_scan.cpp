@@ -14,9 +14,18 @@ namespace {
 constexpr std::size_t kMaxTold = 4 * static_cast<std::size_t>(scanning::kMaxMembers);
 constexpr std::size_t kMaxToldBytes = std::size_t{64} << 20U;
 
-bool IsUnchanged(const TargetFile& file) {
+// What is not believed of a file that changed while it was scanned becomes unreadable.
+void Compare(const TargetFile& file, scanning::ScanOutcome& outcome) {
+    if (outcome.verdict == scanning::Verdict::Infected ||
+        outcome.verdict == scanning::Verdict::Unreadable ||
+        outcome.verdict == scanning::Verdict::Stopped) {
+        return;
+    }
     struct stat now {};
-    return ::fstat(file.Descriptor(), &now) == 0 && common::IsUnchanged(now, file.Opened());
+    if (::fstat(file.Descriptor(), &now) != 0 || !common::IsUnchanged(now, file.Opened())) {
+        outcome = {};
+        outcome.reason = "it changed while it was scanned";
+    }
 }
 
 }  // namespace
@@ -49,19 +58,22 @@ bool PendingScan::IsFinished() {
     return m_finished;
 }
 
-bool PendingScan::WasUnchanged() {
-    const std::lock_guard lock(m_mutex);
-    return m_wasUnchanged;
-}
-
 std::size_t PendingScan::ToldBytes() {
     const std::lock_guard lock(m_mutex);
     return m_told * sizeof(std::string) + m_toldBytes;
 }
 
 scanning::ScanOutcome PendingScan::TakeOutcome() {
-    const std::lock_guard lock(m_mutex);
-    return std::move(m_outcome);
+    scanning::ScanOutcome outcome;
+    {
+        const std::lock_guard lock(m_mutex);
+        outcome = std::move(m_outcome);
+    }
+    // Here, where nobody else waits for a file system that may not answer.
+    if (!m_file->IsLocal()) {
+        Compare(*m_file, outcome);
+    }
+    return outcome;
 }
 
 void PendingScan::Abandon(bool force) {
@@ -140,13 +152,8 @@ void PendingScan::LetWriterPass() {
 }
 
 void PendingScan::Finish(scanning::ScanOutcome outcome) {
-    const bool isBelievedOfAnyFile = outcome.verdict == scanning::Verdict::Infected ||
-                                     outcome.verdict == scanning::Verdict::Unreadable ||
-                                     outcome.verdict == scanning::Verdict::Stopped;
-    const bool isUnchanged = IsUnchanged(*m_file);
-    if (!isBelievedOfAnyFile && !isUnchanged) {
-        outcome = {};
-        outcome.reason = "it changed while it was scanned";
+    if (m_file->IsLocal()) {
+        Compare(*m_file, outcome);
     }
     const std::lock_guard lock(m_mutex);
     if (m_finished) {
@@ -157,7 +164,6 @@ void PendingScan::Finish(scanning::ScanOutcome outcome) {
         m_recorder.reset();
     }
     m_outcome = std::move(outcome);
-    m_wasUnchanged = isUnchanged;
     m_finished = true;
     m_changed.notify_all();
 }

@@ -45,14 +45,12 @@ public:
 
     [[nodiscard]] bool IsFinished();
 
-    /// Whether the file was, when its scan finished, what it was when it was opened.
-    [[nodiscard]] bool WasUnchanged();
-
     /// What the names of all members that were told of take, in bytes.
     [[nodiscard]] std::size_t ToldBytes();
 
     /// The result, once finished; once. Of a file whose size or times are others after the scan
-    /// than when it was opened, none but a find is believed.
+    /// than when it was opened, none but a find is believed. Asks a file that is not local for
+    /// them, which may take as long as it likes.
     scanning::ScanOutcome TakeOutcome();
 
     /// Nobody waits any more. What has not begun never will; what is under way is broken off with
@@ -104,7 +102,6 @@ private:
     std::size_t m_toSkip = 0;
     int m_timesBegunAgain = 0;
     bool m_finished = false;
-    bool m_wasUnchanged = false;
     bool m_abandoned = false;
     bool m_toBreakOff = false;
     scanning::ScanOutcome m_outcome;

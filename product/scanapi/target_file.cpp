@@ -5,9 +5,13 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <linux/magic.h>
+#include <linux/openat2.h>
 #include <string_view>
+#include <sys/syscall.h>
 #include <sys/vfs.h>
 #include <unistd.h>
+
+#include "product/scanapi/local_file_systems.h"
 
 namespace scanapi {
 
@@ -103,16 +107,20 @@ std::shared_ptr<TargetFile> TargetFile::Open(const char* path, EngineOpenStatus&
         status = kOpenRefused;
         return nullptr;
     }
+    target->m_isLocal = IsLocalFileSystem(static_cast<unsigned long>(fileSystem.f_type));
     return target;
+}
+
+common::FileDescriptor TargetFile::OpenFolderAhead(const std::string& path) {
+    open_how how{};
+    how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+    how.resolve = RESOLVE_CACHED;
+    return common::FileDescriptor(
+        static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof(how))));
 }
 
 std::shared_ptr<TargetFile> TargetFile::OpenAhead(int folder, const std::string& path,
                                                   std::size_t name) {
-    common::FileDescriptor opened;
-    if (folder < 0) {
-        opened.Reset(open(path.substr(0, name).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-        folder = opened.Get();
-    }
     auto target = std::make_shared<TargetFile>();
     target->m_path = path;
     target->m_baseName = path.substr(name);
@@ -128,9 +136,10 @@ std::shared_ptr<TargetFile> TargetFile::OpenAhead(int folder, const std::string&
     struct statfs fileSystem {};
     if (!target->m_file || fstat(target->m_file.Get(), &target->m_opened) != 0 ||
         !S_ISREG(target->m_opened.st_mode) || fstatfs(target->m_file.Get(), &fileSystem) != 0 ||
-        IsPseudoFileSystem(static_cast<unsigned long>(fileSystem.f_type))) {
+        !IsLocalFileSystem(static_cast<unsigned long>(fileSystem.f_type))) {
         return nullptr;
     }
+    target->m_isLocal = true;
     return target;
 }
 

@@ -21,16 +21,24 @@ public:
     static std::shared_ptr<TargetFile> Open(const char* path, EngineOpenStatus& status);
 
     /// Opens a file that may never be asked for: its path is `path`, which ends in a bare name that
-    /// begins at `name`. `folder` is the folder that holds it, -1 to have it opened by its path.
+    /// begins at `name`. `folder` is the open folder that holds it.
     ///
     /// Follows no link, never blocks, and has no effect on what is no regular file. Null for that,
-    /// for a file that may not be read, and where Open() gives null.
+    /// for a file that may not be read, for one that is not local, and where Open() gives null. The
+    /// folder has to be on a local file system: another one would be waited for.
     static std::shared_ptr<TargetFile> OpenAhead(int folder, const std::string& path,
                                                  std::size_t name);
+
+    /// Opens the folder `path` to look in it for files ahead, from what the kernel knows by heart:
+    /// no file system is waited for. Closed where that does not do.
+    static common::FileDescriptor OpenFolderAhead(const std::string& path);
 
     [[nodiscard]] const std::string& Path() const { return m_path; }
     [[nodiscard]] const std::string& BaseName() const { return m_baseName; }
     [[nodiscard]] bool IsReadable() const { return m_file.IsOpen(); }
+    /// Whether reading it ends in any case (local_file_systems.h). Of any other file nothing is
+    /// asked by a thread that more than one scan depends on.
+    [[nodiscard]] bool IsLocal() const { return m_isLocal; }
     [[nodiscard]] int Descriptor() const { return m_file.Get(); }
     /// -1 when it was opened ahead.
     [[nodiscard]] int FolderDescriptor() const { return m_folder.Get(); }
@@ -48,6 +56,7 @@ private:
     common::FileDescriptor m_folder;
     common::FileDescriptor m_file;
     struct stat m_opened {};
+    bool m_isLocal = false;
 };
 
 /// True for a file system whose files are made up by the kernel as they are read.

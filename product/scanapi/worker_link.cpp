@@ -69,7 +69,9 @@ bool WorkerLink::Load(PendingScan& scan, scanwire::Item& item, std::size_t& end)
     const TargetFile& file = scan.File();
     item.baseName = file.BaseName();
     item.size = file.Size();
-    item.byDescriptor = file.Size() > kMaxHandedOver;
+    // A file system that lets us wait without end would keep everybody waiting; so the worker
+    // reads.
+    item.byDescriptor = file.Size() > kMaxHandedOver || !file.IsLocal();
     scan.BeginReading();
     if (item.byDescriptor) {
         return true;

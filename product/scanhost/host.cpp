@@ -60,7 +60,9 @@ void Drain(int signals) {
 
 int LookAfter(Workers& workers, ControlSocket& control, int signals) {
     std::array<pollfd, 2> events{{{control.Descriptor(), POLLIN, 0}, {signals, POLLIN, 0}}};
-    while (common::Retrying([&] { return ::poll(events.data(), events.size(), -1); }) > 0) {
+    while (common::Retrying([&] {
+               return ::poll(events.data(), events.size(), workers.UntilNextLook());
+           }) >= 0) {
         // First, as workers end with the engine, too.
         if (events[0].revents != 0) {
             const auto replace = control.ReceiveReplace();
@@ -71,9 +73,9 @@ int LookAfter(Workers& workers, ControlSocket& control, int signals) {
         }
         if (events[1].revents != 0) {
             Drain(signals);
-            if (!workers.Reap()) {
-                return kFailed;
-            }
+        }
+        if (!workers.Reap()) {
+            return kFailed;
         }
     }
     return kFailed;

@@ -8,6 +8,7 @@
 #include <exception>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 #include "common/retrying.h"
@@ -16,6 +17,10 @@
 namespace scanhost {
 
 namespace {
+
+// Killed, a worker ends at once unless the kernel waits on its behalf.
+constexpr std::chrono::seconds kEndPatience(1);
+constexpr std::chrono::milliseconds kLookInterval(100);
 
 // An exit status, or minus the signal.
 int EndOf(int status) {
@@ -47,9 +52,11 @@ Workers::~Workers() {
             ::kill(place.pid, SIGKILL);
         }
     }
+    const auto deadline = Clock::now() + kEndPatience;
     for (const Place& place : m_places) {
-        if (place.pid > 0) {
-            common::Retrying([&] { return ::waitpid(place.pid, nullptr, 0); });
+        while (place.pid > 0 && ::waitpid(place.pid, nullptr, WNOHANG) == 0 &&
+               Clock::now() < deadline) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
 }
@@ -82,6 +89,7 @@ bool Workers::StartOne(std::uint32_t number) {
     }
     Place& place = m_places[number];
     place.pid = pid;
+    place.ended.reset();
     ++place.generation;
     return m_control.Tell(
         scanwire::Worker{.worker = number, .generation = place.generation, .pid = pid},
@@ -110,12 +118,20 @@ bool Workers::SayWhyNot(const char* what) const {
     return false;
 }
 
-void Workers::End(const scanwire::Replace& which) const {
+void Workers::End(const scanwire::Replace& which) {
     if (which.worker < m_places.size() && m_places[which.worker].pid > 0 &&
         m_places[which.worker].generation == which.generation) {
+        Place& place = m_places[which.worker];
         // Nobody else has its number before it is reaped, and then its place is another's.
-        ::kill(m_places[which.worker].pid, SIGKILL);
+        ::kill(place.pid, SIGKILL);
+        place.ended = place.ended.value_or(Clock::now());
     }
+}
+
+int Workers::UntilNextLook() const {
+    const bool isAnyAwaited = std::any_of(m_places.begin(), m_places.end(),
+                                          [](const Place& each) { return each.ended.has_value(); });
+    return isAnyAwaited ? static_cast<int>(kLookInterval.count()) : -1;
 }
 
 bool Workers::Reap() {
@@ -127,14 +143,24 @@ bool Workers::Reap() {
         if (place == m_places.end()) {
             continue;
         }
-        place->pid = 0;
-        const auto number = static_cast<std::uint32_t>(place - m_places.begin());
-        m_confinement.Clear(number);
-        if (!TellEnd(number, EndOf(status)) || !StartOne(number)) {
+        if (!ReplaceOne(static_cast<std::uint32_t>(place - m_places.begin()), EndOf(status))) {
+            return false;
+        }
+    }
+    for (std::uint32_t number = 0; number < m_places.size(); ++number) {
+        // It is reaped whenever the kernel lets go of it.
+        if (m_places[number].ended && Clock::now() - *m_places[number].ended >= kEndPatience &&
+            !ReplaceOne(number, -SIGKILL)) {
             return false;
         }
     }
     return true;
+}
+
+bool Workers::ReplaceOne(std::uint32_t number, int status) {
+    m_places[number].pid = 0;
+    m_confinement.Clear(number);
+    return TellEnd(number, status) && StartOne(number);
 }
 
 bool Workers::TellEnd(std::uint32_t number, int status) {
