@@ -35,4 +35,10 @@ InstallPackages() {
         "${become[@]}" apt-get update || Die "the package lists could not be fetched"
         "${install[@]}" "${missing[@]}" || Die "the packages could not be installed"
     fi
+    # Tests start a clamd of their own. The package's listens from its installation on, and would scan
+    # for everybody on this machine, which nobody has asked for here.
+    if [[ " ${missing[*]} " == *" clamav-daemon "* && -d /run/systemd/system ]]; then
+        "${become[@]}" systemctl disable --quiet --now clamav-daemon.socket clamav-daemon.service ||
+            Die "the clamd that came with clamav-daemon could not be stopped"
+    fi
 }

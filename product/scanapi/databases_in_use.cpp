@@ -49,7 +49,7 @@ DatabasesInUse::DatabasesInUse(std::string engineDirectory, std::vector<Database
     : m_engineDirectory(std::move(engineDirectory)),
       m_retryInterval(retryInterval),
       m_available(std::move(available)),
-      m_active(Load(set, std::move(first), settings)) {}
+      m_active(Load(set, std::move(first), settings, BeginningOf(settings))) {}
 
 DatabasesInUse::~DatabasesInUse() {
     Stop();
@@ -57,10 +57,17 @@ DatabasesInUse::~DatabasesInUse() {
 
 DatabasesInUse::Loading DatabasesInUse::Load(const std::string& set,
                                              std::vector<Database> databases,
-                                             const PoolSettings& settings) {
+                                             const PoolSettings& settings,
+                                             ScanPool::Beginning beginning) {
     Loading loading{set, settings, std::make_shared<ScanPool>(std::move(databases), settings)};
-    loading.pool->Start();
+    loading.pool->Start(beginning);
     return loading;
+}
+
+// Where a clamd has the databases in memory already, they are loaded once more only for what it
+// does not scan.
+ScanPool::Beginning DatabasesInUse::BeginningOf(const PoolSettings& settings) {
+    return settings.clamd.isOn ? ScanPool::Beginning::kWhenNeeded : ScanPool::Beginning::kAtOnce;
 }
 
 void DatabasesInUse::Reject(const std::string& set) {
@@ -86,7 +93,7 @@ void DatabasesInUse::TakeLoaded() {
 }
 
 void DatabasesInUse::GoBackWhereTheNewOneFailed() {
-    if (!m_former || !m_active.pool->WaitFor(kNow)) {
+    if (!m_former || m_active.pool->IsIdle() || !m_active.pool->WaitFor(kNow)) {
         return;
     }
     const Former former = *std::exchange(m_former, std::nullopt);
@@ -95,7 +102,7 @@ void DatabasesInUse::GoBackWhereTheNewOneFailed() {
     }
     Reject(m_active.set);
     m_active.pool->Stop();
-    m_active = Load(former.set, former.databases, former.settings);
+    m_active = Load(former.set, former.databases, former.settings, BeginningOf(former.settings));
 }
 
 void DatabasesInUse::LookForChanges(const PoolSettings& settings) {
@@ -127,14 +134,24 @@ void DatabasesInUse::LoadNext(const std::string& set, std::vector<Database> data
     if (m_next.pool != nullptr) {
         std::exchange(m_next, {}).pool->Stop();
     }
-    if (m_active.pool->IsLoaded() && m_available() < m_active.pool->MemoryTaken()) {
+    if (m_active.pool->IsIdle()) {
+        LoadInPlace(set, std::move(databases), settings);
+    } else if (m_active.pool->IsLoaded() && m_available() < m_active.pool->MemoryTaken()) {
         LogLine("the new definitions are loaded in place of those in use, for want of memory");
-        m_former = Former{m_active.set, m_active.settings, m_active.pool->Databases()};
-        m_active.pool->Stop();
-        m_active = Load(set, std::move(databases), settings);
+        LoadInPlace(set, std::move(databases), settings);
     } else {
-        m_next = Load(set, std::move(databases), settings);
+        m_next = Load(set, std::move(databases), settings, ScanPool::Beginning::kAtOnce);
     }
+}
+
+void DatabasesInUse::LoadInPlace(const std::string& set, std::vector<Database> databases,
+                                 const PoolSettings& settings) {
+    // What never loaded is no better than what came before it.
+    if (!m_former || !m_active.pool->IsIdle()) {
+        m_former = Former{m_active.set, m_active.settings, m_active.pool->Databases()};
+    }
+    m_active.pool->Stop();
+    m_active = Load(set, std::move(databases), settings, BeginningOf(settings));
 }
 
 void DatabasesInUse::BeginRun(const PoolSettings& settings) {

@@ -69,8 +69,11 @@ private:
     };
 
     static Loading Load(const std::string& set, std::vector<Database> databases,
-                        const PoolSettings& settings);
+                        const PoolSettings& settings, ScanPool::Beginning beginning);
+    static ScanPool::Beginning BeginningOf(const PoolSettings& settings);
     void TakeLoaded();
+    void LoadInPlace(const std::string& set, std::vector<Database> databases,
+                     const PoolSettings& settings);
     void GoBackWhereTheNewOneFailed();
     void Reject(const std::string& set);
     void LookForChanges(const PoolSettings& settings);

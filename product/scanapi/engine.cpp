@@ -68,6 +68,7 @@ PoolSettings Engine::SettingsOfPools(const EngineSettings& settings) const {
     pool.memoryMiB = settings.scanning.memoryMiB;
     pool.cache = settings.cache;
     pool.cacheFolder = m_cacheFolder;
+    pool.clamd = settings.clamd;
     return pool;
 }
 
@@ -77,8 +78,8 @@ void Engine::Close() {
     m_ahead.Stop();
     const std::lock_guard scanning(m_scanMutex);
     m_databases->Stop();
-    const std::lock_guard lock(m_stateMutex);
     m_brokenOff.reset();
+    const std::lock_guard lock(m_stateMutex);
     m_files.clear();
 }
 
@@ -134,8 +135,8 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
         callback = m_callback;
         profile = m_profile;
     }
-    Conversation conversation(callback, context, *file, [this](const std::string& virusName) {
     m_brokenOff.reset();
+    Conversation conversation(callback, context, *file, [this](const std::string& virusName) {
         return DisposalOf(virusName);
     });
     scanning::ScanOutcome outcome;
@@ -144,10 +145,10 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
     } catch (const std::bad_alloc&) {
         outcome = {};
     }
-    return conversation.Conclude(outcome);
     if (outcome.verdict == scanning::Verdict::Stopped && !file->IsLocal()) {
         m_brokenOff = file;
     }
+    return conversation.Conclude(outcome);
 }
 
 // Null when none are loaded, or the program wants to stop before they are.

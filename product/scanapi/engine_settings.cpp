@@ -75,13 +75,29 @@ public:
     }
 
     void ReadSwitch(const char* section, const char* key, bool& isOn) const {
+        ReadChoice(section, key, {"on", "off"}, isOn);
+    }
+
+    struct Words {
+        const char* yes;
+        const char* no;
+    };
+    void ReadChoice(const char* section, const char* key, const Words& words, bool& isYes) const {
         const std::string text = Text(section, key);
-        if (strcasecmp(text.c_str(), "on") == 0) {
-            isOn = true;
-        } else if (strcasecmp(text.c_str(), "off") == 0) {
-            isOn = false;
+        const bool saysYes = strcasecmp(text.c_str(), words.yes) == 0;
+        if (saysYes || strcasecmp(text.c_str(), words.no) == 0) {
+            isYes = saysYes;
         } else if (!text.empty()) {
-            LogValue(section, key, "on or off");
+            LogValue(section, key, std::string(words.yes) + " or " + words.no);
+        }
+    }
+
+    void ReadPath(const char* section, const char* key, std::string& path) const {
+        const std::string text = Text(section, key);
+        if (text.starts_with('/')) {
+            path = text;
+        } else if (!text.empty()) {
+            LogValue(section, key, "an absolute path");
         }
     }
 
@@ -123,6 +139,13 @@ void ReadScanning(const SettingsFile& file, ScanningSettings& settings) {
     settings.memoryMiB = static_cast<std::uint32_t>(memory);
 }
 
+void ReadClamd(const SettingsFile& file, ClamdSettings& settings) {
+    file.ReadChoice(kScanningSection, "Backend", {"clamd", "own"}, settings.isOn);
+    file.ReadPath(kScanningSection, "ClamdSocket", settings.socket);
+    file.ReadPath(kScanningSection, "ClamdConfig", settings.config);
+    settings.address = file.Text(kScanningSection, "ClamdAddress");
+}
+
 }  // namespace
 
 std::uint32_t UsableCores() {
@@ -140,6 +163,7 @@ EngineSettings ReadEngineSettings(const std::string& engineDirectory) {
     ReadVault(file, settings.vault);
     ReadCache(file, settings.cache);
     ReadScanning(file, settings.scanning);
+    ReadClamd(file, settings.clamd);
     return settings;
 }
 

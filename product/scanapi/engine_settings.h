@@ -4,6 +4,7 @@
 #include <string>
 
 #include "product/scanapi/cache_settings.h"
+#include "product/scanapi/clamd_settings.h"
 #include "product/vault/settings.h"
 
 namespace scanapi {
@@ -26,6 +27,7 @@ struct EngineSettings {
     vault::Settings vault;
     CacheSettings cache;
     ScanningSettings scanning;
+    ClamdSettings clamd;
 };
 
 /// The processor cores that this process may use, 1 to kMostWorkers: as many workers there are

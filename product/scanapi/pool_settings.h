@@ -5,6 +5,7 @@
 #include <string>
 
 #include "product/scanapi/cache_settings.h"
+#include "product/scanapi/clamd_settings.h"
 #include "product/scanning/scan_profile.h"
 
 namespace scanapi {
@@ -26,6 +27,7 @@ struct PoolSettings {
 
     CacheSettings cache;
     std::string cacheFolder;  ///< where verdicts are remembered; empty: nowhere
+    ClamdSettings clamd;      ///< one that plain files are shown to first
 
     bool operator==(const PoolSettings&) const = default;
 };

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <poll.h>
 #include <utility>
 
 #include "common/escaped_text.h"
@@ -32,13 +33,21 @@ scanning::ScanOutcome Stopped() {
 }  // namespace
 
 ScanPool::ScanPool(std::vector<Database> databases, PoolSettings settings)
-    : m_settings(std::move(settings)), m_verdicts(m_settings), m_databases(std::move(databases)) {}
+    : m_settings(std::move(settings)), m_verdicts(m_settings), m_databases(std::move(databases)) {
+    if (m_settings.clamd.isOn) {
+        m_clamd =
+            std::make_unique<ClamdLine>(m_settings.clamd, m_settings.workers, m_queue, *m_wakeup);
+    }
+}
 
 ScanPool::~ScanPool() {
     Stop();
 }
 
-void ScanPool::Start() {
+void ScanPool::Start(Beginning beginning) {
+    if (beginning == Beginning::kWhenNeeded && m_wakeup->Descriptor() >= 0) {
+        m_state = State::kIdle;
+    }
     // No handler of the program's is called on the thread, and no signal to it ends the program.
     const SignalsHeld held;
     m_thread = std::thread([this] { Run(); });
@@ -52,7 +61,12 @@ bool ScanPool::WaitFor(std::chrono::milliseconds limit) {
 
 bool ScanPool::IsLoaded() {
     const std::lock_guard lock(m_mutex);
-    return m_state == State::kLoaded;
+    return m_state == State::kLoaded || m_state == State::kIdle;
+}
+
+bool ScanPool::IsIdle() {
+    const std::lock_guard lock(m_mutex);
+    return m_state == State::kIdle;
 }
 
 std::vector<Database> ScanPool::Databases() {
@@ -78,7 +92,11 @@ std::shared_ptr<PendingScan> ScanPool::Submit(std::shared_ptr<TargetFile> file,
         scan->FinishUnread("it may not be read");
     } else if (scan->File().Size() > static_cast<std::size_t>(scanning::kMaxFileSize)) {
         scan->FinishUnread("it is too large");
-    } else if (!m_verdicts.Answer(*scan)) {
+    } else if (m_verdicts.Answer(*scan)) {
+        return scan;
+    } else if (m_clamd != nullptr) {
+        m_clamd->Add(scan);
+    } else {
         m_queue.Add(scan);
         m_wakeup->Wake();
     }
@@ -106,12 +124,19 @@ void ScanPool::Cancel() {
         m_cancelled = true;
         m_changed.notify_all();
     }
+    if (m_clamd != nullptr) {
+        m_clamd->Cancel();
+    }
     m_queue.Close(Stopped());
     m_wakeup->Wake();
 }
 
 void ScanPool::Stop() {
     Cancel();
+    // It stays: somebody may just be handing in a file.
+    if (m_clamd != nullptr) {
+        m_clamd->Stop();
+    }
     if (m_thread.joinable()) {
         m_thread.join();
     }
@@ -161,9 +186,23 @@ void ScanPool::Run() noexcept {
 }
 
 void ScanPool::RunHosts() {
-    bool goesOn = true;
+    AwaitNeed();
+    bool goesOn = !IsCancelled();
     while (goesOn) {
         goesOn = RunHost();
+    }
+}
+
+void ScanPool::AwaitNeed() {
+    while (IsIdle() && !IsCancelled()) {
+        if (m_queue.HasAny()) {
+            const std::lock_guard lock(m_mutex);
+            m_state = State::kLoading;
+            return;
+        }
+        pollfd poll{m_wakeup->Descriptor(), POLLIN, 0};
+        (void)::poll(&poll, 1, -1);
+        m_wakeup->Clear();
     }
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "product/definitions/engine_databases.h"
+#include "product/scanapi/clamd_line.h"
 #include "product/scanapi/file_scanner.h"
 #include "product/scanapi/host_session.h"
 #include "product/scanapi/pending_scan.h"
@@ -22,7 +23,8 @@ namespace scanapi {
 using definitions::Database;
 
 /// Scans files with one set of databases: a scan host that loads them, its workers, and a thread
-/// of the pool's own that talks to them. A worker that ends costs the file that it was at; a host
+/// of the pool's own that talks to them. Plain files are shown to a running clamd first where the
+/// settings say so. A worker that ends costs the file that it was at; a host
 /// that ends is started again, at most kMaxRestarts times a run. Any thread.
 class ScanPool : public FileScanner, private HostSession::Owner {
 public:
@@ -32,14 +34,22 @@ public:
     /// Stops.
     ~ScanPool() override;
 
+    enum class Beginning {
+        kAtOnce,
+        kWhenNeeded,  ///< with the first file that its own workers have to scan
+    };
     /// Begins to load; called once.
-    void Start();
+    void Start(Beginning beginning = Beginning::kAtOnce);
 
     /// Waits at most `limit`; true when loading has ended or was given up.
     bool WaitFor(std::chrono::milliseconds limit);
 
-    /// Whether databases were loaded. Stays true while a host that ended is started again.
+    /// Whether databases were loaded, or will be when they are needed. Stays true while a host that
+    /// ended is started again.
     [[nodiscard]] bool IsLoaded();
+
+    /// Whether loading has not begun, since nothing has needed it.
+    [[nodiscard]] bool IsIdle();
 
     /// The databases that are loaded; until loading ends, those that are to be.
     [[nodiscard]] std::vector<Database> Databases();
@@ -66,11 +76,12 @@ public:
     void Stop();
 
 private:
-    enum class State { kLoading, kLoaded, kFailed };
+    enum class State { kIdle, kLoading, kLoaded, kFailed };
 
     // Of the pool's thread.
     void Run() noexcept;
     void RunHosts();
+    void AwaitNeed();
     bool RunHost();
     bool MayStartAgain(const std::string& why);
     void GiveUp(const scanning::ScanOutcome& outcome);
@@ -84,6 +95,7 @@ private:
     const std::shared_ptr<Wakeup> m_wakeup = std::make_shared<Wakeup>();
     ScanQueue m_queue;
     VerdictKeeper m_verdicts;
+    std::unique_ptr<ClamdLine> m_clamd;  ///< null without one
 
     std::mutex m_mutex;  ///< guards what follows
     std::condition_variable m_changed;

@@ -81,6 +81,11 @@ Scans ScanQueue::TakeBatch(std::size_t workers) {
     return batch.empty() ? TakeFrom(m_ahead, workers) : batch;
 }
 
+bool ScanQueue::HasAny() {
+    const std::lock_guard lock(m_mutex);
+    return !m_now.empty() || !m_ahead.empty();
+}
+
 void ScanQueue::Close(const scanning::ScanOutcome& outcome) {
     Line all;
     {

@@ -29,6 +29,9 @@ public:
     /// than its share of those that wait, or one larger one. Empty without any.
     Scans TakeBatch(std::size_t workers);
 
+    /// Whether any wait.
+    [[nodiscard]] bool HasAny();
+
     /// Finishes all that wait, and all that come, with this outcome; until Open().
     void Close(const scanning::ScanOutcome& outcome);
     void Open();

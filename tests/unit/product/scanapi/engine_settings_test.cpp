@@ -36,6 +36,10 @@ protected:
         EXPECT_EQ(settings.cache.bytes, 67108864U);
         EXPECT_EQ(settings.scanning.workers, scanapi::UsableCores());
         EXPECT_EQ(settings.scanning.memoryMiB, 2048U);
+        EXPECT_FALSE(settings.clamd.isOn);
+        EXPECT_EQ(settings.clamd.socket, "");
+        EXPECT_EQ(settings.clamd.address, "");
+        EXPECT_EQ(settings.clamd.config, "/etc/clamav/clamd.conf");
     }
     void ExpectLogged(const std::string& what) {
         EXPECT_EQ(ReadFile(common::kCommonLog),
@@ -95,6 +99,24 @@ TEST_F(EngineSettingsTest, HowFilesAreScannedIsRead) {
         ExpectDefaults(Read(std::string("[Scanning]\nMemoryMiB=") + memory + "\n"));
         ExpectLogged(
             "[Scanning] MemoryMiB is not a number from 512 to 1048576; the default is used");
+    }
+}
+
+TEST_F(EngineSettingsTest, WhoScansIsRead) {
+    const EngineSettings settings = Read(
+        "[Scanning]\nBackend=Clamd\nClamdSocket=/run/s\nClamdConfig=/etc/c\n"
+        "ClamdAddress=192.0.2.7:3310\n");
+    EXPECT_TRUE(settings.clamd.isOn);
+    EXPECT_EQ(settings.clamd.socket, "/run/s");
+    EXPECT_EQ(settings.clamd.config, "/etc/c");
+    EXPECT_EQ(settings.clamd.address, "192.0.2.7:3310");
+    EXPECT_FALSE(Read("[Scanning]\nBackend=own\n").clamd.isOn);
+    ExpectLogged("");
+    ExpectDefaults(Read("[Scanning]\nBackend=on\n"));
+    ExpectLogged("[Scanning] Backend is not clamd or own; the default is used");
+    for (const std::string key : {"ClamdSocket", "ClamdConfig"}) {
+        ExpectDefaults(Read("[Scanning]\n" + key + "=run/s\n"));
+        ExpectLogged("[Scanning] " + key + " is not an absolute path; the default is used");
     }
 }
 
