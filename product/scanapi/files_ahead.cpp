@@ -262,11 +262,10 @@ bool FilesAhead::Begin(const HintLine::Hint& hint, FileScanner& scanner,
         if (age < kTick) {
             return false;
         }
-        const int file = open->file->Descriptor();
-        open->lease.emplace(file, ::gettid());
-        struct stat now {};
-        // What was changed before the lease was there is not covered by it.
-        if (!open->lease->IsHeld() || ::fstat(file, &now) != 0 || !IsSame(now, scan.opened)) {
+        // What was changed before the lease was there shows when the program opens the file: its
+        // time is another one by then.
+        open->lease.emplace(open->file->Descriptor(), ::gettid());
+        if (!open->lease->IsHeld()) {
             return false;
         }
     }
@@ -302,10 +301,6 @@ bool FilesAhead::IsWorthless(Scan& scan) {
     if (!isFinished) {
         scan.held = scan.pending->ToldBytes();
         return false;
-    }
-    struct stat now {};
-    if (::fstat(scan.open->file->Descriptor(), &now) != 0 || !IsSame(now, scan.opened)) {
-        return true;
     }
     scan.members = scan.pending->WaitForNews(milliseconds(0)).members;
     scan.outcome = scan.pending->TakeOutcome();
