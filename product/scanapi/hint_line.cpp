@@ -9,8 +9,9 @@ namespace scanapi {
 
 namespace {
 
+// "." and ".." are no regular files, and fall out where these are looked for.
 bool IsBareName(std::string_view name) {
-    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos;
+    return !name.empty() && name.find('/') == std::string_view::npos;
 }
 
 }  // namespace

@@ -583,6 +583,31 @@ TEST_F(FilesAheadTest, AFileThatIsJustBeingOpenedCanBePassedOver) {
     EXPECT_EQ(Take("c"), m_scanner->Scan(2));
 }
 
+TEST_F(FilesAheadTest, WhatWasPassedOverBeforeItsTurnIsNeverOpened) {
+    Write({"a", "b", "c", "d"});
+    std::unique_lock gate(m_scanner->m_gate);
+    Tell({"a"});
+    ASSERT_TRUE(WaitUntil([&] { return m_scanner->m_isAtGate.load(); }));
+    Tell({"b", "c", "d"});
+    EXPECT_EQ(Take("c"), nullptr);
+    gate.unlock();
+    ASSERT_TRUE(WaitForSubmitted(2));
+    EXPECT_THAT(m_scanner->Names(), ElementsAre("a", "d"));
+}
+
+TEST_F(FilesAheadTest, WhatWaitsForItsTurnIsForgottenToo) {
+    Write({"a", "b", "c"});
+    std::unique_lock gate(m_scanner->m_gate);
+    Tell({"a"});
+    ASSERT_TRUE(WaitUntil([&] { return m_scanner->m_isAtGate.load(); }));
+    Tell({"b"});
+    m_ahead.Forget();
+    Tell({"c"});
+    gate.unlock();
+    ASSERT_TRUE(WaitForSubmitted(2));
+    EXPECT_THAT(m_scanner->Names(), ElementsAre("a", "c"));
+}
+
 TEST_F(FilesAheadTest, AStoppedScanIsNoResult) {
     Write({"a"});
     const std::size_t before = OpenDescriptors();
