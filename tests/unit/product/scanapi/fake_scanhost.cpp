@@ -189,6 +189,11 @@ private:
         } else if (what == "held") {
             AwaitGoingOn();
             Say(id, Verdict::Clean);
+        } else if (what == "killshostonce" && fs::exists(g_folder + "has-" + item.baseName)) {
+            Say(id, Verdict::Clean);
+        } else if (what == "killshostonce") {
+            Note(("has-" + item.baseName).c_str(), "killed");
+            Misbehave("killshost", id);
         } else if (what == "heldvirus") {
             AwaitGoingOn();
             Say(id, Verdict::Infected, "Fake.Virus");
