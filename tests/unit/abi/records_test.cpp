@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "abi/libdbmod.h"
 #include "abi/opsitf.h"
 #include "abi/scanapi.h"
 #include "abi/scansts.h"
+#include "abi/schdlscn.h"
 #include "abi/system_time.h"
 #include "abi/updturl.h"
 #include "common/scan_settings.h"
@@ -141,6 +143,77 @@ TEST(Records, StatusChangeIsItsKindAndZeros) {
     EXPECT_EQ(Image(change), "\x0A" + Zeros(63));
 }
 
+TEST(Records, ScheduledScanPlacesEveryFieldWithoutGaps) {
+    tagSCHEDULE_SCAN_ENTRY entry;
+    Clear(entry);
+    std::memset(entry.name, 'n', sizeof entry.name);
+    entry.frequency = 0x01;
+    entry.startMode = 0x02;
+    entry.hour = 0x0304;
+    entry.minute = 0x0506;
+    entry.second = 0x0708;
+    entry.repeats = 0x09;
+    entry.interval = 0x0A0B;
+    entry.repeatValue = 0x0C0D;
+    entry.repeatUnit = 0x0E;
+    entry.weekday = 0x0F;
+    std::memset(entry.reserved1, 'r', sizeof entry.reserved1);
+    entry.action = 0x1011;
+    entry.options = 0x12;
+    std::memset(entry.reserved2, 's', sizeof entry.reserved2);
+    entry.folders.begin = reinterpret_cast<tagSCAN_ITEM*>(0x2122232425262728);
+    entry.folders.end = reinterpret_cast<tagSCAN_ITEM*>(0x3132333435363738);
+    entry.folders.capacity = reinterpret_cast<tagSCAN_ITEM*>(0x4142434445464748);
+    entry.userId = 0x51525354;
+    EXPECT_EQ(Image(entry), std::string(256, 'n') +
+                                "\x01\x02\x04\x03\x06\x05\x08\x07\x09\x0B\x0A\x0D\x0C\x0E\x0F"
+                                "rr\x11\x10\x12" +
+                                std::string(21, 's') +
+                                "\x28\x27\x26\x25\x24\x23\x22\x21"
+                                "\x38\x37\x36\x35\x34\x33\x32\x31"
+                                "\x48\x47\x46\x45\x44\x43\x42\x41"
+                                "\x54\x53\x52\x51");
+    EXPECT_EQ(Image(entry).size(), 325U);
+}
+
+// Whoever keeps such an array in a vector may hand that out as it is.
+TEST(Records, ArraysOfTheSchedulerAreLaidOutAsVectorsAre) {
+    EXPECT_EQ(sizeof(std::vector<tagSCAN_ITEM>), sizeof(tagSCAN_ITEM_ARRAY));
+    EXPECT_EQ(sizeof(std::vector<tagSCHEDULE_SCAN_ENTRY>), sizeof(tagSCHEDULE_SCAN_ARRAY));
+
+    std::vector<tagSCAN_ITEM> items(2);
+    items.reserve(5);
+    tagSCAN_ITEM_ARRAY array;
+    std::memcpy(&array, static_cast<const void*>(&items), sizeof array);
+    EXPECT_EQ(array.begin, items.data());
+    EXPECT_EQ(array.end, items.data() + 2);
+    EXPECT_EQ(array.capacity, items.data() + 5);
+}
+
+TEST(Records, StateOfAScheduledScanPlacesEveryField) {
+    tagSCHEDULE_TASK_STATE state;
+    Clear(state);
+    state.size = 576;
+    state.flags = kScheduleServiceRuns | kScheduleTaskWaits;
+    state.nextRun = 0x0102030405060708;
+    state.lastStart = 0x1112131415161718;
+    state.lastEnd = 0x2122232425262728;
+    state.lastResult = kScheduleRunNoReport;
+    state.lastReason = kScheduleReasonAsked;
+    state.infected = 0x31323334;
+    state.unread = 0x41424344;
+    std::memset(state.report, 'r', sizeof state.report);
+    std::memset(state.detail, 'd', sizeof state.detail);
+    EXPECT_EQ(Image(state), std::string("\x40\x02\x00\x00\x05\x00\x00\x00", 8) +
+                                "\x08\x07\x06\x05\x04\x03\x02\x01"
+                                "\x18\x17\x16\x15\x14\x13\x12\x11"
+                                "\x28\x27\x26\x25\x24\x23\x22\x21" +
+                                std::string("\x08\x00\x00\x00\x05\x00\x00\x00", 8) +
+                                "\x34\x33\x32\x31\x44\x43\x42\x41" + std::string(256, 'r') +
+                                std::string(256, 'd') + Zeros(16));
+    EXPECT_EQ(Image(state).size(), 576U);
+}
+
 TEST(Records, ScannerSettingsAreThreeBytes) {
     EXPECT_EQ(Image(tagSCNOPTS{0x0102, 0x0B}), std::string("\x02\x01\x0B"));
     EXPECT_EQ(Image(common::kDefaultScanSettings), std::string("\x01\x00\x0B", 3));
@@ -201,6 +274,35 @@ TEST(Codes, SettingsDatabase) {
     EXPECT_EQ(kDbPasswordAccepted, 1000U);
 }
 
+TEST(Codes, Scheduler) {
+    EXPECT_EQ(kScheduleNameTaken, 1019U);
+    EXPECT_EQ(kScheduleFolderNotFull, 1021U);
+    EXPECT_EQ(kScheduleFolderMissing, 1022U);
+    EXPECT_EQ(kScheduleFolderIsFile, 1023U);
+    EXPECT_EQ(kScheduleNameCharacter, 1024U);
+    EXPECT_EQ(kScheduleNameTakenByOther, 1026U);
+    EXPECT_EQ(kScheduleFoldersRefused, 1029U);
+    EXPECT_EQ(kScheduleNameTooLong, 1030U);
+    EXPECT_EQ(kScheduleNameEmpty, 1031U);
+}
+
+TEST(Codes, FieldsOfAScheduledScan) {
+    EXPECT_EQ(kScheduleDaily, 0);
+    EXPECT_EQ(kScheduleWeekly, 1);
+    EXPECT_EQ(kScheduleAtTime, 0);
+    EXPECT_EQ(kScheduleAtFirstBoot, 1);
+    EXPECT_EQ(kScheduleHours, 0);
+    EXPECT_EQ(kScheduleMinutes, 1);
+    EXPECT_EQ(kScheduleArchives, 1);
+    EXPECT_EQ(kScheduleAdware, 2);
+    EXPECT_EQ(kScheduleDumb, 4);
+    EXPECT_EQ(kSchedulePacked, 8);
+    EXPECT_EQ(kScheduleRepairOnly, 0);
+    EXPECT_EQ(kScheduleRepairOrDelete, 1);
+    EXPECT_EQ(kScheduleDelete, 2);
+    EXPECT_EQ(kScheduleReportOnly, 3);
+}
+
 TEST(Codes, ScannerSettings) {
     EXPECT_EQ(kActionRepairOnly, 0);
     EXPECT_EQ(kActionRepairOrDelete, 1);
@@ -221,6 +323,15 @@ TEST(Names, OfLibrariesAndEntryPoints) {
     EXPECT_STREQ(kDbLibrary, "libdbmod.so");
     EXPECT_STREQ(kDbGetClientSettingData, "AvGetClientSettingData");
     EXPECT_STREQ(kDbVerifyPassword, "AvVerfiyPassword");
+    EXPECT_STREQ(kSchedulerLibrary, "schdlscn.so");
+    EXPECT_STREQ(kScheduleTaskList, "tsklst.inf");
+    EXPECT_STREQ(kValidateTaskName, "ValidateTaskName");
+    EXPECT_STREQ(kAddScheduleScanTask, "AddScheduleScanTask");
+    EXPECT_STREQ(kValidateDirectoryPath, "ValidateDirectoryPath");
+    EXPECT_STREQ(kGetScheduleScanTaskDetails, "GetScheduleScanTaskDetails");
+    EXPECT_STREQ(kModifyScheduleScanTask, "ModifyScheduleScanTask");
+    EXPECT_STREQ(kReadScheduleScanTaskList, "ReadScheduleScanTaskList");
+    EXPECT_STREQ(kDeleteScheduleScanTask, "DeleteScheduleScanTask");
     EXPECT_STREQ(kUpdaterLibrary, "updturl.so");
     EXPECT_STREQ(kUpdateFromSite, "ZQUpdateFromSite");
     EXPECT_STREQ(kUpdateFromIndex, "UpdateFromIndex");
