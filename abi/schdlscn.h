@@ -10,6 +10,8 @@
 // array that never had an element. Their memory comes from ::operator new(bytes) and goes back by
 // ::operator delete(pointer), on both sides, so either may grow or free what the other has made.
 //
+// common/schedule_entries.h has functions for them.
+//
 // - What the caller hands in to be stored stays the caller's: the library copies it, keeps no
 //   pointer into it and changes nothing in it.
 // - What the library fills in is the caller's from then on, arrays and all; the caller frees it.
@@ -266,9 +268,9 @@ static_assert(offsetof(tagSCHEDULE_TASK_STATE, report) == 48);
 static_assert(offsetof(tagSCHEDULE_TASK_STATE, detail) == 304);
 static_assert(offsetof(tagSCHEDULE_TASK_STATE, reserved) == 560);
 
-/// Fills `state` with how things stand with the task `name`. Without the service it is false with
-/// kScheduleServiceSilent, but for root, who reads the list itself: true without
-/// kScheduleServiceRuns.
+/// Fills `state` with how things stand with the task `name`; with an empty name only with the
+/// service, all else is 0 then. Without the service it is false with kScheduleServiceSilent, but
+/// for root, who reads the list itself: true without kScheduleServiceRuns.
 using PFNGETSCHEDULETASKSTATE = bool (*)(const char* taskList, const char* name, unsigned int user,
                                          tagSCHEDULE_TASK_STATE* state, unsigned int* error);
 
