@@ -87,9 +87,7 @@ local_days DayOf(sys_seconds moment, const Zone& zone) {
 
 Due FirstAfter(const Plan& plan, const Past& past, const Zone& zone) {
     const DueDays dueDays(plan);
-    // A start that the clocks have jumped over may be on a later day than its own; with a lost day
-    // between them that is the one after the next.
-    local_days day = dueDays.OnOrBefore(DayOf(past.until, zone) - days(2));
+    local_days day = dueDays.OnOrBefore(DayOf(past.until, zone));
     const bool isDayDone = past.day.has_value() && plan.repeat == seconds(0);
     for (;; day += dueDays.Step()) {
         if (isDayDone && day <= *past.day) {
@@ -103,7 +101,8 @@ Due FirstAfter(const Plan& plan, const Past& past, const Zone& zone) {
 
 Due LastUntil(const Plan& plan, sys_seconds moment, const Zone& zone) {
     const DueDays dueDays(plan);
-    for (local_days day = dueDays.OnOrBefore(DayOf(moment, zone) + days(2));;
+    // The next day has begun already where the clocks went back over its midnight.
+    for (local_days day = dueDays.OnOrBefore(DayOf(moment, zone) + days(1));;
          day -= dueDays.Step()) {
         const Series series = SeriesOf(plan, day, zone);
         if (series.Start() <= moment) {
