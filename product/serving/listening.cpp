@@ -1,4 +1,4 @@
-#include "product/updated/listening.h"
+#include "product/serving/listening.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -10,7 +10,7 @@
 
 #include "common/text_field.h"
 
-namespace updated {
+namespace serving {
 
 namespace {
 
@@ -49,4 +49,4 @@ common::FileDescriptor Listen(const std::string& path) {
     return given;
 }
 
-}  // namespace updated
+}  // namespace serving

@@ -10,7 +10,7 @@
 #include <syslog.h>
 
 #include "common/paths.h"
-#include "product/updated/listening.h"
+#include "product/serving/listening.h"
 #include "product/updated/option_watch.h"
 #include "product/updated/server.h"
 
@@ -42,7 +42,7 @@ int main(int argc, char**) {
     std::signal(SIGPIPE, SIG_IGN);
     ::openlog("corvane-updated", LOG_PID, LOG_DAEMON);
     const common::FileDescriptor end = WatchForEnd();
-    common::FileDescriptor listening = updated::Listen(kSocketPath);
+    common::FileDescriptor listening = serving::Listen(kSocketPath);
     if (!end || !listening) {
         ::syslog(LOG_ERR, "%s cannot be listened at: %s", kSocketPath, std::strerror(errno));
         return kExitFailed;

@@ -12,7 +12,7 @@
 #include <utility>
 
 #include "common/io.h"
-#include "product/updated/listening.h"
+#include "product/serving/listening.h"
 #include "product/updated/server.h"
 #include "tests/support/scratch.h"
 
@@ -129,12 +129,12 @@ protected:
         End();
         m_service = StartChild([&] {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            Server server(Listen(kSocket), {.directory = kDirectory,
-                                            .program = kDirectory + "corvane-update",
-                                            .state = m_scratch / "state",
-                                            .folderLimit = milliseconds(folder),
-                                            .siteLimit = milliseconds(site),
-                                            .awaitedLimit = milliseconds(awaited)});
+            Server server(serving::Listen(kSocket), {.directory = kDirectory,
+                                                     .program = kDirectory + "corvane-update",
+                                                     .state = m_scratch / "state",
+                                                     .folderLimit = milliseconds(folder),
+                                                     .siteLimit = milliseconds(site),
+                                                     .awaitedLimit = milliseconds(awaited)});
             server.Serve(-1, -1, [] {});
             return 0;
         });
