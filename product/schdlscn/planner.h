@@ -1,0 +1,115 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "product/schdlscn/moment.h"
+#include "product/schdlscn/task_list.h"
+
+namespace schdlscn {
+
+/// What became of a run.
+struct Outcome {
+    ScheduleResult result = kScheduleRunNotStarted;
+    std::int64_t infected = 0;
+    std::int64_t unread = 0;
+    std::string report = {};  ///< a plain name, empty without one
+    std::string detail = {};  ///< the system's words about a failure
+};
+
+/// A run under way.
+class Run {
+public:
+    Run() = default;
+    virtual ~Run() = default;
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    /// Becomes readable when it has ended; -1 when it could not begin.
+    [[nodiscard]] virtual int Descriptor() const = 0;
+    /// The outcome, once it has ended; none before.
+    virtual std::optional<Outcome> Ended() = 0;
+    /// Asks it to end; asked again, makes it.
+    virtual void Stop() = 0;
+    /// Has it end within seconds. Not for one that has ended.
+    virtual Outcome EndNow() = 0;
+};
+
+/// How runs are begun.
+class Launcher {
+public:
+    Launcher() = default;
+    virtual ~Launcher() = default;
+    Launcher(const Launcher&) = delete;
+    Launcher& operator=(const Launcher&) = delete;
+
+    /// Begins a run of the task for that reason; never null.
+    virtual std::unique_ptr<Run> Start(const KeptTask& task, ScheduleReason reason) = 0;
+};
+
+/// Has tasks run when they are due: one at a time for a user, two at once, users in turn, each for
+/// a day at most. What has become of them stands in the list. For one thread.
+class Planner {
+public:
+    /// Both outlive it. Runs that the list calls unfinished were ended with the planner before.
+    Planner(TaskList& list, Launcher& launcher, const Moment& moment);
+
+    /// To be called when its time has come, when a run has ended, and after every change of the
+    /// list or the clock. Does what is due. Result: when it is to be called next without any of
+    /// that.
+    std::optional<std::chrono::sys_seconds> Look(const Moment& moment);
+
+    /// The list has changed.
+    void Reload() { m_isStale = true; }
+
+    /// Readable when a run has ended.
+    [[nodiscard]] std::vector<int> Descriptors() const;
+
+    /// Ends all runs and notes that they were interrupted.
+    void StopAll(const Moment& moment);
+
+private:
+    struct Running {
+        KeptTask task;
+        LastRun last;
+        std::chrono::seconds begun;  ///< since the machine started
+        bool isTooLong = false;
+        std::unique_ptr<Run> run;
+    };
+
+    /// Something to be run now.
+    struct Turn {
+        const KeptTask* task;
+        timetable::Due due;
+        ScheduleReason reason;
+    };
+
+    void NoticeSleep(const Moment& moment);
+    void MarkInterrupted(const Moment& moment);
+    bool ReadTasks();
+    void Collect(const Moment& moment);
+    void Finish(Running& running, const Outcome& outcome, const Moment& moment);
+    [[nodiscard]] std::optional<Turn> TurnOf(const KeptTask& task, const Moment& moment);
+    [[nodiscard]] bool IsFree(uid_t user) const;
+    [[nodiscard]] bool IsRunning(std::int64_t id) const;
+    bool Begin(const Turn& turn, const Moment& moment);
+    void BeginAll(std::vector<Turn> turns, const Moment& moment);
+    void WakeAt(std::chrono::sys_seconds moment);
+
+    TaskList& m_list;
+    Launcher& m_launcher;
+    bool m_isStale = true;
+    std::vector<KeptTask> m_tasks;
+    std::vector<Running> m_running;
+    std::chrono::seconds m_back;  ///< since when the service is there, by the time since the start
+    std::chrono::seconds m_asleep;  ///< how long the machine has slept up to now
+    std::uint64_t m_turns = 0;
+    std::map<uid_t, std::uint64_t> m_lastTurn;  ///< of each user; a lower one comes first
+    std::optional<std::chrono::sys_seconds> m_wake;
+};
+
+}  // namespace schdlscn

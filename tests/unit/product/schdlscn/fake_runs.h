@@ -1,0 +1,59 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "product/schdlscn/planner.h"
+
+// Runs that the test ends.
+
+class FakeLauncher : public schdlscn::Launcher {
+public:
+    std::unique_ptr<schdlscn::Run> Start(const schdlscn::KeptTask& task,
+                                         ScheduleReason reason) override {
+        begun.push_back(task.task.name + " " + std::to_string(reason));
+        return std::make_unique<FakeRun>(*this, task.task.name);
+    }
+
+    /// The run of that task ends.
+    void End(const std::string& name, schdlscn::Outcome outcome = {.result = kScheduleRunClean}) {
+        outcomes[name] = std::move(outcome);
+    }
+
+    std::vector<std::string> begun;    ///< name and reason
+    std::vector<std::string> stopped;  ///< names
+    std::map<std::string, schdlscn::Outcome> outcomes;
+    std::vector<std::string> running;
+
+private:
+    class FakeRun : public schdlscn::Run {
+    public:
+        FakeRun(FakeLauncher& owner, std::string name) : m_owner(owner), m_name(std::move(name)) {
+            m_owner.running.push_back(m_name);
+        }
+        ~FakeRun() override { std::erase(m_owner.running, m_name); }
+        FakeRun(const FakeRun&) = delete;
+        FakeRun& operator=(const FakeRun&) = delete;
+
+        [[nodiscard]] int Descriptor() const override { return -1; }
+        std::optional<schdlscn::Outcome> Ended() override {
+            const auto found = m_owner.outcomes.find(m_name);
+            if (found == m_owner.outcomes.end()) {
+                return std::nullopt;
+            }
+            auto outcome = found->second;
+            m_owner.outcomes.erase(found);
+            return outcome;
+        }
+        void Stop() override { m_owner.stopped.push_back(m_name); }
+        schdlscn::Outcome EndNow() override {
+            return {.result = kScheduleRunClean, .report = "schd0001.rpt"};
+        }
+
+    private:
+        FakeLauncher& m_owner;
+        std::string m_name;
+    };
+};
