@@ -1,0 +1,261 @@
+#include "product/schdlscn/scan_launcher.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include "common/escaped_text.h"
+#include "common/io.h"
+#include "common/text_field.h"
+#include "product/schdlscn/new_report.h"
+#include "product/schdlscn/owned_process.h"
+#include "product/schdlscn/result_line.h"
+#include "reports/files/scheduled_index.h"
+
+namespace schdlscn {
+
+namespace {
+
+constexpr std::size_t kMostSaid = 4096;
+constexpr std::size_t kMostDetail = 255;
+constexpr int kTimeToEnd = 2000;  // milliseconds
+constexpr mode_t kReportMode = 0644;
+constexpr char kMissedNote[] =
+    "This scan was due earlier, while it could not run, and is made up for.";
+
+/// Exit statuses of the scanner.
+enum ScannerStatus { kClean = 0, kFound = 1, kUnread = 2 };
+
+/// A run that could not begin.
+class FailedRun : public Run {
+public:
+    explicit FailedRun(Outcome outcome) : m_outcome(std::move(outcome)) {}
+    [[nodiscard]] int Descriptor() const override { return -1; }
+    std::optional<Outcome> Ended() override { return m_outcome; }
+    void Stop() override {}
+    Outcome EndNow() override { return m_outcome; }
+
+private:
+    Outcome m_outcome;
+};
+
+std::unique_ptr<Run> Failed(ScheduleResult result, const std::string& detail) {
+    ::syslog(LOG_WARNING, "a scan cannot run: %s", common::Escaped(detail).c_str());
+    return std::make_unique<FailedRun>(Outcome{.result = result, .detail = detail});
+}
+
+struct Pipe {
+    common::FileDescriptor read;
+    common::FileDescriptor write;
+};
+
+/// Neither end waits: who says too much is not listened to.
+Pipe MakePipe() {
+    std::array<int, 2> ends{-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+        return {};
+    }
+    return {common::FileDescriptor(ends[0]), common::FileDescriptor(ends[1])};
+}
+
+std::string ReadSaid(const common::FileDescriptor& pipe) {
+    std::string said(kMostSaid, '\0');
+    const std::ptrdiff_t size =
+        common::ReadFull(pipe.Get(), std::as_writable_bytes(std::span(said)));
+    said.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return said;
+}
+
+/// The first line, fit to be shown.
+std::string DetailOf(const std::string& said) {
+    std::string detail = common::Escaped(said.substr(0, said.find('\n')));
+    detail.resize(std::min(detail.size(), kMostDetail));
+    return detail;
+}
+
+std::string Join(const std::vector<std::string>& folders) {
+    std::string joined;
+    for (const std::string& folder : folders) {
+        joined += (joined.empty() ? "" : ";") + folder;
+    }
+    return joined;
+}
+
+std::string LocalTime(std::time_t moment) {
+    ::tzset();
+    std::tm local{};
+    ::localtime_r(&moment, &local);
+    std::array<char, 64> text{};
+    const std::size_t size = std::strftime(text.data(), text.size(), "%d %b, %Y, %r", &local);
+    return {text.data(), size};
+}
+
+class ScanRun : public Run {
+public:
+    ScanRun(const Task& task, std::string folder) : m_task(task), m_folder(std::move(folder)) {}
+
+    /// Whether it has begun; the reason is in errno.
+    bool Begin(const Owner& owner, std::vector<std::string> words, common::FileDescriptor report,
+               std::string name) {
+        m_report = std::move(report);
+        m_name = std::move(name);
+        Pipe result = MakePipe();
+        Pipe errors = MakePipe();
+        if (!result.read || !errors.read) {
+            return false;
+        }
+        m_result = std::move(result.read);
+        m_errors = std::move(errors.read);
+        return m_process.Start(owner, std::move(words),
+                               {m_report.Get(), result.write.Get(), errors.write.Get()});
+    }
+
+    [[nodiscard]] int Descriptor() const override { return m_process.Descriptor(); }
+
+    std::optional<Outcome> Ended() override {
+        const auto status = m_process.Ended();
+        return status ? std::optional(OutcomeOf(*status)) : std::nullopt;
+    }
+
+    void Stop() override {
+        m_process.Signal(m_isStopped ? SIGKILL : SIGTERM);
+        m_isStopped = true;
+    }
+
+    Outcome EndNow() override {
+        m_process.Signal(SIGTERM);
+        if (!WaitForEnd(kTimeToEnd)) {
+            m_process.Signal(SIGKILL);
+            (void)WaitForEnd(-1);
+        }
+        return Ended().value_or(Outcome{});
+    }
+
+private:
+    [[nodiscard]] bool WaitForEnd(int milliseconds) const {
+        pollfd watched{m_process.Descriptor(), POLLIN, 0};
+        return ::poll(&watched, 1, milliseconds) > 0;
+    }
+
+    Outcome OutcomeOf(int status) {
+        Outcome outcome = ResultOf(status);
+        outcome.report = KeepReport();
+        return outcome;
+    }
+
+    Outcome ResultOf(int status) {
+        Outcome outcome{.result = kScheduleRunInterrupted};
+        const auto said = ReadResult(ReadSaid(m_result));
+        if (said) {
+            outcome.infected = said->infected;
+            outcome.unread = said->unread;
+        }
+        if (!WIFEXITED(status)) {
+            outcome.detail = std::string("the scanner was ended: ") + ::strsignal(WTERMSIG(status));
+        } else if (WEXITSTATUS(status) > kUnread) {
+            outcome.result = kScheduleRunNotStarted;
+            outcome.detail = DetailOf(ReadSaid(m_errors));
+        } else if (!said) {
+            outcome.detail = "the scanner did not say how it ended";
+        } else if (!said->isStopped) {
+            constexpr std::array kResults{kScheduleRunClean, kScheduleRunFound, kScheduleRunUnread};
+            outcome.result = kResults.at(static_cast<std::size_t>(WEXITSTATUS(status)));
+        }
+        return outcome;
+    }
+
+    /// Lists the report; one that nothing was written to is no report.
+    std::string KeepReport() {
+        struct stat status {};
+        if (::fstat(m_report.Get(), &status) != 0 || status.st_size == 0) {
+            (void)::unlink((m_folder + m_name).c_str());
+            return {};
+        }
+        (void)::fchmod(m_report.Get(), kReportMode);
+        tagReportIndexEntry entry{};
+        common::CopyToUnterminatedField(entry.dateTime, LocalTime(std::time(nullptr)));
+        common::CopyToUnterminatedField(entry.scanned, Join(m_task.folders));
+        common::CopyToField(entry.reportPath, m_folder + m_name);
+        entry.userId = m_task.owner;
+        if (!reports::AppendScheduledEntry(&entry)) {
+            ::syslog(LOG_ERR, "%s cannot be listed", m_name.c_str());
+        }
+        return m_name;
+    }
+
+    Task m_task;
+    std::string m_folder;
+    std::string m_name;
+    common::FileDescriptor m_report;
+    common::FileDescriptor m_result;
+    common::FileDescriptor m_errors;
+    OwnedProcess m_process;
+    bool m_isStopped = false;
+};
+
+const char* ActionOf(const Task& task) {
+    constexpr std::array kActions{"repair", "repair-or-delete", "delete", "report"};
+    return kActions.at(static_cast<std::size_t>(task.action));
+}
+
+}  // namespace
+
+std::vector<std::string> ScannerWords(const std::string& program, const Task& task,
+                                      ScheduleReason reason) {
+    std::vector<std::string> words{program, "--report-descriptor=3", "--result-descriptor=4",
+                                   "--quiet", std::string("--action=") + ActionOf(task)};
+    const auto isOn = [&](int option) { return (task.options & option) != 0; };
+    if (!isOn(kScheduleArchives)) {
+        words.emplace_back("--no-archives");
+    }
+    if (!isOn(kSchedulePacked)) {
+        words.emplace_back("--no-packed");
+    }
+    if (!isOn(kScheduleAdware)) {
+        words.emplace_back("--no-adware");
+    }
+    if (isOn(kScheduleDumb)) {
+        words.emplace_back("--dumb");
+    }
+    if (reason == kScheduleReasonMissed) {
+        words.emplace_back(std::string("--report-note=") + kMissedNote);
+    }
+    words.emplace_back("--");
+    words.insert(words.end(), task.folders.begin(), task.folders.end());
+    return words;
+}
+
+std::unique_ptr<Run> ScanLauncher::Start(const KeptTask& kept, ScheduleReason reason) {
+    const auto owner = OwnerOf(kept.task.owner, kept.ownerName);
+    if (!owner) {
+        return Failed(kScheduleRunNoOwner, "the user " + kept.ownerName + " is not there any more");
+    }
+    const common::FileDescriptor folder(
+        ::open(m_reports.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    std::string name;
+    common::FileDescriptor report =
+        folder ? MakeReport(folder.Get(), owner->uid, owner->gid, name) : common::FileDescriptor();
+    if (!report) {
+        return Failed(kScheduleRunNoReport,
+                      std::string("no report can be made: ") + std::strerror(errno));
+    }
+    auto run = std::make_unique<ScanRun>(kept.task, m_reports);
+    const std::string reportName = name;
+    if (!run->Begin(*owner, ScannerWords(m_program, kept.task, reason), std::move(report),
+                    std::move(name))) {
+        const int error = errno;
+        (void)::unlinkat(folder.Get(), reportName.c_str(), 0);
+        return Failed(kScheduleRunNotStarted, std::strerror(error));
+    }
+    return run;
+}
+
+}  // namespace schdlscn

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+
+#include "product/schdlscn/planner.h"
+
+namespace schdlscn {
+
+/// Runs scans as the owners of the tasks, each with a report that is made for it. For one thread,
+/// in a process of one.
+class ScanLauncher : public Launcher {
+public:
+    /// `program` scans; `reports` is the folder of the reports, "/" at its end.
+    ScanLauncher(std::string program, std::string reports)
+        : m_program(std::move(program)), m_reports(std::move(reports)) {}
+
+    std::unique_ptr<Run> Start(const KeptTask& task, ScheduleReason reason) override;
+
+private:
+    std::string m_program;
+    std::string m_reports;
+};
+
+/// The arguments of the program for a task.
+std::vector<std::string> ScannerWords(const std::string& program, const Task& task,
+                                      ScheduleReason reason);
+
+}  // namespace schdlscn
