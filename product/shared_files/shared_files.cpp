@@ -104,11 +104,19 @@ constexpr SharedFile kPackageFiles[] = {
      [](int fd) { return common::WriteAll(fd, common::BytesOf(kDatabaseVersion)); }, kUpdater},
 };
 
+// The head of the index of scheduled scans, without a record.
+constexpr char kScheduledIndexName[] = "schdmain.rpt";
+constexpr std::int32_t kScheduledHeaderSize = 19;
+constexpr char kZeros[kScheduledHeaderSize]{};
+
 constexpr SharedFile kReportsFiles[] = {
     {virus_log::kMainFile, kShared, sizeof(tagVIRMAIN), RestoreMainFileHeader},
     // Whoever logs first writes the head.
     {virus_log::kRecordFile, kShared, 0, WriteNothing},
     {virus_log::kOffsetFile, kShared, 0, WriteNothing},
+    // The scheduler writes it, and everybody could make it where it is missing.
+    {kScheduledIndexName, kReadable, kScheduledHeaderSize,
+     [](int fd) { return common::WriteAll(fd, std::string_view(kZeros, kScheduledHeaderSize)); }},
 };
 
 }  // namespace

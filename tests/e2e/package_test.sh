@@ -26,7 +26,7 @@ Expect "only the owner may write what it brings" "" \
 Modes() {
     (cd "$kProductDir" && stat -c '%a %U %n' zqscn.opt zqupdate.opt zqinet.opt updlink.dat admnlink.dat \
         updt.lck main.rpt updt.rpt defs/package/scanver.cnf section.ini reports tmp reports/VirMain.dat reports/VirRcONE.dat \
-        reports/RecOffset.dat settings.db download defs updturl.keys updturl.keys/README scansts.so)
+        reports/RecOffset.dat reports/schdmain.rpt settings.db download defs updturl.keys updturl.keys/README scansts.so)
 }
 
 Must "it installs" Dpkg --install "$package"
@@ -45,6 +45,7 @@ Expect "modes and owners" "666 root zqscn.opt
 666 root reports/VirMain.dat
 666 root reports/VirRcONE.dat
 666 root reports/RecOffset.dat
+644 root reports/schdmain.rpt
 644 root settings.db
 2750 corvane-fetch download
 755 corvane defs

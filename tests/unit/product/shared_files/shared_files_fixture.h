@@ -51,6 +51,7 @@ inline const std::vector<ExpectedFile> kFiles = {
      104},
     {"reports/VirRcONE.dat", "", 0666, 0},
     {"reports/RecOffset.dat", "", 0666, 0},
+    {"reports/schdmain.rpt", std::string(19, '\0'), 0644, 19},
     {"defs/lock", "", 0600, 0},
     {"defs/package/scanver.cnf",
      std::string("\xEA\x07\x0B\x00\xEA\x07\x0B\x00\x06\x00\x15\x00\0\0\0\0\0\0\0\0", 20), 0644, 20},
