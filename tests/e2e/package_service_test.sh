@@ -9,14 +9,15 @@ source "$e2eRoot/tests/e2e/e2e.sh"
 source "$e2eRoot/tests/e2e/package.sh"
 MakePackage "$1"
 
-units=(corvane-fetch.socket corvane-updated.socket corvane-updated.service rapidupdate.service)
+units=(corvane-fetch.socket corvane-updated.socket corvane-scheduler.socket corvane-updated.service
+    corvane-scheduler.service rapidupdate.service)
 runningPid=
 
 # Whatever becomes of the test, nothing it started stays.
 # shellcheck disable=SC2317
 EndServices() {
     [[ -z $runningPid ]] || kill "$runningPid" 2>/dev/null
-    for script in rapidupdate corvane-updated; do
+    for script in rapidupdate corvane-scheduler corvane-updated; do
         [[ ! -x /etc/init.d/$script ]] || "/etc/init.d/$script" stop >/dev/null 2>&1
     done
 }
@@ -24,7 +25,8 @@ trap EndServices EXIT
 
 # ---- what the package brings ---------------------------------------------------------------------------
 
-Expect "what is the administrator's to change" "/etc/init.d/corvane-updated
+Expect "what is the administrator's to change" "/etc/init.d/corvane-scheduler
+/etc/init.d/corvane-updated
 /etc/init.d/rapidupdate
 /usr/lib/Corvane/Corvane/scanapi.conf" "$(dpkg-deb --info "$package" conffiles)"
 
@@ -92,9 +94,13 @@ done
 : >"$scratch/systemctl.log"
 Must "it upgrades" Dpkg --install "$package"
 Expect "disabled stays disabled" "corvane-fetch.socket
-corvane-updated.service" "$(Enabled)"
-Expect "the sockets stay as they are" corvane-fetch.socket "$(Told start)"
-Expect "what runs becomes the new one" corvane-updated.service "$(Told restart)"
+corvane-scheduler.socket
+corvane-updated.service
+corvane-scheduler.service" "$(Enabled)"
+Expect "the sockets stay as they are" "corvane-fetch.socket
+corvane-scheduler.socket" "$(Told start)"
+Expect "what runs becomes the new one" "corvane-updated.service
+corvane-scheduler.service" "$(Told restart)"
 Expect "the options are kept" 0c000000 "$(Bytes "$kProductDir/zqupdate.opt" 0 4)"
 Expect "everybody may change them again" "666 corvane" "$(stat -c '%a %U' "$kProductDir/zqupdate.opt")"
 Expect "the proxy is kept" 0100 "$(Bytes "$kProductDir/zqinet.opt" 0 2)"
@@ -108,14 +114,18 @@ Expect "nothing is said about them" no "$(Said scanver.cnf)"
 
 : >"$scratch/systemctl.log"
 Must "it is removed" Dpkg --remove corvane
-Expect "all is stopped" "rapidupdate.service
+Expect "all is stopped" "corvane-scheduler.socket
+corvane-scheduler.service
+rapidupdate.service
 corvane-updated.socket
 corvane-updated.service
 corvane-fetch.socket
 corvane-fetch@*.service" "$(Told stop)"
 Must "it is installed again" Dpkg --install "$package"
 Expect "disabled outlives a removal" "corvane-fetch.socket
-corvane-updated.service" "$(Enabled)"
+corvane-scheduler.socket
+corvane-updated.service
+corvane-scheduler.service" "$(Enabled)"
 mkdir -p /run/corvane /run/corvane-fetch
 Must "it is purged" Dpkg --purge corvane
 
@@ -211,6 +221,11 @@ Must "it listens" WaitFor 20 test -S /run/corvane/update.sock
 Expect "for everybody" "666 755 root" \
     "$(stat -c %a /run/corvane/update.sock) $(stat -c '%a %U' /run/corvane)"
 
+Must "the scheduler runs" WaitFor 20 Runs corvane-scheduler
+Must "it listens, too" WaitFor 20 test -S /run/corvane/schedule.sock
+Expect "for everybody, as root" "666 root" \
+    "$(stat -c %a /run/corvane/schedule.sock) $(stat -c %U "/proc/$(Pid corvane-scheduler)")"
+
 first=$(Pid rapidupdate)
 Expect "a second start is fine" 0 "$(Status rapidupdate start)"
 Expect "and starts none" "$first" "$(Pid rapidupdate)"
@@ -259,8 +274,10 @@ Expect "what was switched off stays so" "3 no" \
 Must "it runs for the last time" WaitFor 20 Runs rapidupdate
 last=$(Pid rapidupdate)
 lastUpdated=$(Pid corvane-updated)
+lastScheduler=$(Pid corvane-scheduler)
 Must "it is removed" Dpkg --remove corvane
-Expect "both have been stopped" "no no" "$(Lives "$last") $(Lives "$lastUpdated")"
+Expect "all have been stopped" "no no no" \
+    "$(Lives "$last") $(Lives "$lastUpdated") $(Lives "$lastScheduler")"
 Expect "the script without its program" 5 "$(Status rapidupdate start)"
 Must "it is purged in the end" Dpkg --purge corvane
 Expect "nothing at all is left" "" "$(Left)"

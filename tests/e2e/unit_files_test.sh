@@ -32,11 +32,21 @@ for service in "${services[@]}"; do
     user=$(sed -n 's/^User=//p' "$folder/$service.service")
     Expect "$service is no service of root's" yes "$([[ -n $user && $user != root ]] && id "$user" >/dev/null && echo yes)"
 done
-for unit in corvane-fetch.socket corvane-fetch@.service corvane-updated.socket corvane-updated.service rapidupdate.service; do
+# It becomes each owner of a scan, and its scans read and delete everywhere.
+exposure=$(Exposure corvane-scheduler)
+echo "corvane-scheduler: ${exposure%?}.${exposure: -1}"
+Expect "corvane-scheduler can do no more than it must" yes \
+    "$([[ -n $exposure && $((10#$exposure)) -le 25 ]] && echo yes)"
+Expect "corvane-scheduler cannot fill the machine" 2 \
+    "$(grep -cE '^(TasksMax|MemoryMax)=[0-9]+[MG]?$' "$folder/corvane-scheduler.service")"
+Expect "it sees what people scan" 0 \
+    "$(grep -cE '^(ProtectHome|PrivateTmp|ProtectSystem)=' "$folder/corvane-scheduler.service")"
+for unit in corvane-fetch.socket corvane-fetch@.service corvane-scheduler.socket \
+    corvane-scheduler.service corvane-updated.socket corvane-updated.service rapidupdate.service; do
     # What it says of units of this machine is not ours.
     Expect "$unit is understood" "" "$(systemd-analyze verify --man=no "$folder/$unit" 2>&1 | grep -E 'corvane|rapidupdate')"
 done
 if type -P shellcheck >/dev/null; then
-    Expect "the init scripts are clean" "" "$(shellcheck /etc/init.d/rapidupdate /etc/init.d/corvane-updated)"
+    Expect "the init scripts are clean" "" "$(shellcheck /etc/init.d/rapidupdate /etc/init.d/corvane-updated /etc/init.d/corvane-scheduler)"
 fi
 Finish
