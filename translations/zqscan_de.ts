@@ -985,6 +985,25 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     </message>
 </context>
 <context>
+    <name>dlgDir</name>
+    <message>
+        <source>These folders cannot be scanned at a scheduled time because their paths are longer than 255 bytes, contain a semicolon or are not valid UTF-8. They are left out:</source>
+        <translation>Diese Ordner können nicht nach Plan gescannt werden, weil ihre Pfade länger als 255 Byte sind, ein Semikolon enthalten oder kein gültiges UTF-8 sind. Sie werden ausgelassen:</translation>
+    </message>
+    <message>
+        <source>&amp;Add</source>
+        <translation>&amp;Hinzufügen</translation>
+    </message>
+    <message>
+        <source>Add the ticked folders (Alt+A)</source>
+        <translation>Die angekreuzten Ordner hinzufügen (Alt+H)</translation>
+    </message>
+    <message>
+        <source>Add the ticked folders</source>
+        <translation>Die angekreuzten Ordner hinzufügen</translation>
+    </message>
+</context>
+<context>
     <name>dlgIntSet</name>
     <message>
         <source>Internet Settings</source>

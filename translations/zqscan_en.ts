@@ -985,6 +985,25 @@ cannot be reached by this name. Rename it, or choose another one.</translation>
     </message>
 </context>
 <context>
+    <name>dlgDir</name>
+    <message>
+        <source>These folders cannot be scanned at a scheduled time because their paths are longer than 255 bytes, contain a semicolon or are not valid UTF-8. They are left out:</source>
+        <translation>These folders cannot be scanned at a scheduled time because their paths are longer than 255 bytes, contain a semicolon or are not valid UTF-8. They are left out:</translation>
+    </message>
+    <message>
+        <source>&amp;Add</source>
+        <translation>&amp;Add</translation>
+    </message>
+    <message>
+        <source>Add the ticked folders (Alt+A)</source>
+        <translation>Add the ticked folders (Alt+A)</translation>
+    </message>
+    <message>
+        <source>Add the ticked folders</source>
+        <translation>Add the ticked folders</translation>
+    </message>
+</context>
+<context>
     <name>dlgIntSet</name>
     <message>
         <source>Internet Settings</source>

@@ -282,6 +282,16 @@ void FolderPicker::LeaveOut(const std::string& path) {
     m_leftOut.push_back(path);
 }
 
+QString FolderPicker::LeftOutText() const {
+    return tr(
+        "These folders cannot be scanned because their paths are longer than 255 bytes. They are "
+        "left out:");
+}
+
+QPushButton* FolderPicker::ScanButton() const {
+    return m_ui->btnFldScn;
+}
+
 void FolderPicker::TellWhatWasLeftOut() {
     QStringList all;
     QStringList few;
@@ -295,10 +305,8 @@ void FolderPicker::TellWhatWasLeftOut() {
         few.append(QString(QChar(0x2026)));
     }
     QMessageBox box(QMessageBox::Warning, tr("Corvane Scan"),
-                    tr("These folders cannot be scanned because their paths are longer than 255 "
-                       "bytes. They are left out:") +
-                        QStringLiteral("\n\n") + few.join(u'\n'),
-                    QMessageBox::Ok, this);
+                    LeftOutText() + QStringLiteral("\n\n") + few.join(u'\n'), QMessageBox::Ok,
+                    this);
     box.setTextFormat(Qt::PlainText);
     box.setDetailedText(all.join(u'\n'));
     box.exec();

@@ -10,6 +10,7 @@
 
 #include "widgets/folder_listing.h"
 
+class QPushButton;
 class QTreeWidgetItem;
 class StateChkLstView;
 
@@ -70,8 +71,15 @@ protected:
     /// Whether GetPathsToScan() has put anything into the result.
     [[nodiscard]] virtual bool HasResult() const = 0;
 
-    /// Remembers a ticked folder whose path fits no record, so that the user is told about it.
+    /// Remembers a ticked folder that cannot be part of the result, so that the user is told about
+    /// it.
     void LeaveOut(const std::string& path);
+
+    /// What the user is told about the folders that were left out, which are named below it.
+    [[nodiscard]] virtual QString LeftOutText() const;
+
+    /// The button that collects the result, for a dialog that has other words for it.
+    [[nodiscard]] QPushButton* ScanButton() const;
 
     void changeEvent(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
