@@ -521,6 +521,309 @@ ist länger als 255 Bytes. Es wurde nichts gescannt; um sie zu scannen, bitte ei
     </message>
 </context>
 <context>
+    <name>SchedulePage</name>
+    <message>
+        <source>Schedule Scan</source>
+        <translation>Geplante Prüfung</translation>
+    </message>
+    <message>
+        <source>Your scheduled scans</source>
+        <translation>Ihre geplanten Prüfungen</translation>
+    </message>
+    <message>
+        <source>Scheduled scans</source>
+        <translation>Geplante Prüfungen</translation>
+    </message>
+    <message>
+        <source>Schedule Item</source>
+        <translation>Geplante Prüfung</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Häufigkeit</translation>
+    </message>
+    <message>
+        <source>Scan Location</source>
+        <translation>Ordner</translation>
+    </message>
+    <message>
+        <source>Run the selected scan now (Alt+W)</source>
+        <translation>Die ausgewählte Prüfung jetzt ausführen (Alt+J)</translation>
+    </message>
+    <message>
+        <source>Run the selected scan now</source>
+        <translation>Die ausgewählte Prüfung jetzt ausführen</translation>
+    </message>
+    <message>
+        <source>Run no&amp;w</source>
+        <translation>&amp;Jetzt ausführen</translation>
+    </message>
+    <message>
+        <source>Show the report of the last run (Alt+P)</source>
+        <translation>Den Bericht des letzten Laufs anzeigen (Alt+Z)</translation>
+    </message>
+    <message>
+        <source>Show the report of the last run</source>
+        <translation>Den Bericht des letzten Laufs anzeigen</translation>
+    </message>
+    <message>
+        <source>Show Re&amp;port</source>
+        <translation>Bericht an&amp;zeigen</translation>
+    </message>
+    <message>
+        <source>Schedule a new scan (Alt+N)</source>
+        <translation>Eine neue Prüfung planen (Alt+N)</translation>
+    </message>
+    <message>
+        <source>New scheduled scan</source>
+        <translation>Neue geplante Prüfung</translation>
+    </message>
+    <message>
+        <source>&amp;New</source>
+        <translation>&amp;Neu</translation>
+    </message>
+    <message>
+        <source>Change the selected scan (Alt+E)</source>
+        <translation>Die ausgewählte Prüfung ändern (Alt+B)</translation>
+    </message>
+    <message>
+        <source>Change the selected scan</source>
+        <translation>Die ausgewählte Prüfung ändern</translation>
+    </message>
+    <message>
+        <source>&amp;Edit</source>
+        <translation>&amp;Bearbeiten</translation>
+    </message>
+    <message>
+        <source>Remove the selected scan (Alt+D)</source>
+        <translation>Die ausgewählte Prüfung entfernen (Alt+F)</translation>
+    </message>
+    <message>
+        <source>Remove the selected scan</source>
+        <translation>Die ausgewählte Prüfung entfernen</translation>
+    </message>
+    <message>
+        <source>&amp;Delete</source>
+        <translation>Ent&amp;fernen</translation>
+    </message>
+    <message>
+        <source>Daily</source>
+        <translation>Täglich</translation>
+    </message>
+    <message>
+        <source>Weekly</source>
+        <translation>Wöchentlich</translation>
+    </message>
+    <message>
+        <source>Please select task from list.</source>
+        <translation>Bitte wählen Sie eine Prüfung in der Liste aus.</translation>
+    </message>
+    <message>
+        <source>Do you want to  remove the Schedule Scan?</source>
+        <translation>Möchten Sie die geplante Prüfung entfernen?</translation>
+    </message>
+</context>
+<context>
+    <name>ScheduleTexts</name>
+    <message>
+        <source>Scan already scheduled.</source>
+        <translation>Eine Prüfung dieses Namens ist schon geplant.</translation>
+    </message>
+    <message>
+        <source>A Scan Name cannot contain any special character.</source>
+        <translation>Der Name einer Prüfung darf keine Sonderzeichen enthalten.</translation>
+    </message>
+    <message>
+        <source>Scan already scheduled by another user.</source>
+        <translation>Eine Prüfung dieses Namens hat schon jemand anders geplant.</translation>
+    </message>
+    <message>
+        <source>Scan Name should not be greater than 255 characters. Enter valid scheduled scan name.</source>
+        <translation>Der Name der Prüfung darf nicht länger als 255 Zeichen sein. Geben Sie einen gültigen Namen ein.</translation>
+    </message>
+    <message>
+        <source>Scan Name is empty. Please enter valid scheduled scan name.</source>
+        <translation>Der Name der Prüfung ist leer. Bitte geben Sie einen gültigen Namen ein.</translation>
+    </message>
+    <message>
+        <source>Scan Name is not valid, Enter valid Scan Name.</source>
+        <translation>Der Name der Prüfung ist ungültig. Geben Sie einen gültigen Namen ein.</translation>
+    </message>
+    <message>
+        <source>%1 is not allowed. Enter full path.</source>
+        <translation>%1 ist nicht erlaubt. Geben Sie den vollständigen Pfad an.</translation>
+    </message>
+    <message>
+        <source>%1 does not exist. Please enter valid path.</source>
+        <translation>%1 gibt es nicht. Bitte geben Sie einen gültigen Pfad an.</translation>
+    </message>
+    <message>
+        <source>%1 is a file. Please enter directory path.</source>
+        <translation>%1 ist eine Datei. Bitte geben Sie den Pfad eines Ordners an.</translation>
+    </message>
+    <message>
+        <source>For directory %1 permission denied. Enter valid path.</source>
+        <translation>Auf den Ordner %1 haben Sie keinen Zugriff. Geben Sie einen gültigen Pfad an.</translation>
+    </message>
+    <message>
+        <source>%1 contains a semicolon, is not valid UTF-8 or is too long. It cannot be scanned at a scheduled time.</source>
+        <translation>%1 enthält ein Semikolon, ist kein gültiges UTF-8 oder zu lang und kann nicht nach Plan gescannt werden.</translation>
+    </message>
+    <message>
+        <source>%1 cannot be scanned at a scheduled time (error %2).</source>
+        <translation>%1 kann nicht nach Plan gescannt werden (Fehler %2).</translation>
+    </message>
+    <message>
+        <source>The service of the scheduler does not run or does not answer.</source>
+        <translation>Der Dienst für geplante Prüfungen läuft nicht oder antwortet nicht.</translation>
+    </message>
+    <message>
+        <source>This scheduled scan is no longer there.</source>
+        <translation>Diese geplante Prüfung gibt es nicht mehr.</translation>
+    </message>
+    <message>
+        <source>You have as many scheduled scans as are allowed. Remove one first.</source>
+        <translation>Sie haben schon so viele geplante Prüfungen, wie erlaubt sind. Entfernen Sie zuerst eine.</translation>
+    </message>
+    <message>
+        <source>The scheduler does not accept these settings.</source>
+        <translation>Der Planer nimmt diese Einstellungen nicht an.</translation>
+    </message>
+    <message>
+        <source>The list of scheduled scans cannot be read or written.</source>
+        <translation>Die Liste der geplanten Prüfungen kann nicht gelesen oder geschrieben werden.</translation>
+    </message>
+    <message>
+        <source>This scan is running already, or waits for its turn.</source>
+        <translation>Diese Prüfung läuft schon oder wartet, bis sie an der Reihe ist.</translation>
+    </message>
+    <message>
+        <source>The scheduler reports error %1.</source>
+        <translation>Der Planer meldet den Fehler %1.</translation>
+    </message>
+    <message>
+        <source>Next run: as soon as its turn comes</source>
+        <translation>Nächster Lauf: sobald sie an der Reihe ist</translation>
+    </message>
+    <message>
+        <source>Next run: %1</source>
+        <translation>Nächster Lauf: %1</translation>
+    </message>
+    <message>
+        <source>Next run: not before the service of the scheduler runs</source>
+        <translation>Nächster Lauf: erst, wenn der Dienst für geplante Prüfungen läuft</translation>
+    </message>
+    <message>
+        <source>Next run: when the computer is first started on a due day</source>
+        <translation>Nächster Lauf: beim ersten Hochfahren an einem fälligen Tag</translation>
+    </message>
+    <message>
+        <source>Next run: not known</source>
+        <translation>Nächster Lauf: nicht bekannt</translation>
+    </message>
+    <message>
+        <source>Last run: %1, going on</source>
+        <translation>Letzter Lauf: %1, dauert noch an</translation>
+    </message>
+    <message>
+        <source>Last run: none yet</source>
+        <translation>Letzter Lauf: noch keiner</translation>
+    </message>
+    <message>
+        <source>Last run: %1</source>
+        <translation>Letzter Lauf: %1</translation>
+    </message>
+    <message>
+        <source>%1 (%2)</source>
+        <comment>the last run and why it was made</comment>
+        <translation>%1 (%2)</translation>
+    </message>
+    <message>
+        <source>%1: %2</source>
+        <comment>the last run and how it ended</comment>
+        <translation>%1: %2</translation>
+    </message>
+    <message>
+        <source>%1. %2</source>
+        <comment>how the last run ended, and the system&apos;s words about it</comment>
+        <translation>%1. %2</translation>
+    </message>
+    <message>
+        <source>No scheduled scan runs now, because the service of the scheduler does not run. An administrator starts it with: %1</source>
+        <translation>Zurzeit läuft keine geplante Prüfung, denn der Dienst dafür läuft nicht. Als Systemverwalter startet man ihn mit: %1</translation>
+    </message>
+    <message>
+        <source>en_GB</source>
+        <comment>the language that dates are written in</comment>
+        <translation>de_DE</translation>
+    </message>
+    <message>
+        <source>dddd, d MMMM yyyy, HH:mm</source>
+        <comment>how a moment is written</comment>
+        <translation>dddd, d. MMMM yyyy, HH:mm</translation>
+    </message>
+    <message>
+        <source>late, for a time when it could not run</source>
+        <translation>nachgeholt für eine Zeit, zu der sie nicht laufen konnte</translation>
+    </message>
+    <message>
+        <source>after the start of the computer</source>
+        <translation>nach dem Hochfahren</translation>
+    </message>
+    <message>
+        <source>a repetition</source>
+        <translation>eine Wiederholung</translation>
+    </message>
+    <message>
+        <source>on request</source>
+        <translation>auf Wunsch</translation>
+    </message>
+    <message>
+        <source>nothing found</source>
+        <translation>nichts gefunden</translation>
+    </message>
+    <message>
+        <source>1 infected file</source>
+        <translation>1 infizierte Datei</translation>
+    </message>
+    <message>
+        <source>%1 infected files</source>
+        <translation>%1 infizierte Dateien</translation>
+    </message>
+    <message>
+        <source>nothing found, 1 file could not be read</source>
+        <translation>nichts gefunden, 1 Datei war nicht lesbar</translation>
+    </message>
+    <message>
+        <source>nothing found, %1 files could not be read</source>
+        <translation>nichts gefunden, %1 Dateien waren nicht lesbar</translation>
+    </message>
+    <message>
+        <source>the scanner could not work</source>
+        <translation>der Scanner konnte nicht arbeiten</translation>
+    </message>
+    <message>
+        <source>interrupted</source>
+        <translation>abgebrochen</translation>
+    </message>
+    <message>
+        <source>ended after 24 hours</source>
+        <translation>nach 24 Stunden beendet</translation>
+    </message>
+    <message>
+        <source>not made, for its owner is no longer a user of this computer</source>
+        <translation>ausgefallen, denn wem sie gehört, ist kein Benutzer dieses Rechners mehr</translation>
+    </message>
+    <message>
+        <source>not made, for no report could be written</source>
+        <translation>ausgefallen, denn es konnte kein Bericht geschrieben werden</translation>
+    </message>
+    <message>
+        <source>result %1</source>
+        <translation>Ergebnis %1</translation>
+    </message>
+</context>
+<context>
     <name>SettingsPage</name>
     <message>
         <source>Scanner Settings</source>
@@ -1301,10 +1604,6 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
         <translation>Alt+E</translation>
     </message>
     <message>
-        <source>Schedule Scan</source>
-        <translation>Geplante Scans</translation>
-    </message>
-    <message>
         <source>Corvane Settings</source>
         <translation>Corvane-Einstellungen</translation>
     </message>
@@ -1345,6 +1644,10 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     <message>
         <source>Unable to unload Scan API Library</source>
         <translation>Die Bibliothek des Virenscanners kann nicht entladen werden</translation>
+    </message>
+    <message>
+        <source>Schedule Scan</source>
+        <translation>Geplante Prüfung</translation>
     </message>
 </context>
 <context>
@@ -1707,6 +2010,389 @@ Prüfen Sie den Drucker oder den Platz für die Datei, in die gedruckt wird.</tr
     <message>
         <source>Cancel (Alt+C)</source>
         <translation>Abbrechen (Alt+C)</translation>
+    </message>
+</context>
+<context>
+    <name>dlgschedulescan</name>
+    <message>
+        <source>Schedule Scan</source>
+        <translation>Geplante Prüfung</translation>
+    </message>
+    <message>
+        <source>Configure Schedule Scan</source>
+        <translation>Geplante Prüfung einrichten</translation>
+    </message>
+    <message>
+        <source>This wizard help you to scan your preferred files and folders on your computer at the schedule time.</source>
+        <translation>Dieser Assistent hilft Ihnen, Dateien und Ordner Ihres Rechners zu einer geplanten Zeit zu prüfen.</translation>
+    </message>
+    <message>
+        <source>Scan Name:</source>
+        <translation>Name der Prüfung:</translation>
+    </message>
+    <message>
+        <source>The name of the scheduled scan</source>
+        <translation>Der Name der geplanten Prüfung</translation>
+    </message>
+    <message>
+        <source>Scan Name</source>
+        <translation>Name der Prüfung</translation>
+    </message>
+    <message>
+        <source>The files and folders that are scanned</source>
+        <translation>Die Dateien und Ordner, die gescannt werden</translation>
+    </message>
+    <message>
+        <source>Files and folders to scan</source>
+        <translation>Zu scannende Dateien und Ordner</translation>
+    </message>
+    <message>
+        <source>Add folders to scan (Alt+A)</source>
+        <translation>Ordner zum Scannen hinzufügen (Alt+H)</translation>
+    </message>
+    <message>
+        <source>Add folders</source>
+        <translation>Ordner hinzufügen</translation>
+    </message>
+    <message>
+        <source>&amp;Add Folders</source>
+        <translation>Ordner &amp;hinzufügen</translation>
+    </message>
+    <message>
+        <source>Remove the selected folder (Alt+R)</source>
+        <translation>Den ausgewählten Ordner entfernen (Alt+E)</translation>
+    </message>
+    <message>
+        <source>Remove the selected folder</source>
+        <translation>Den ausgewählten Ordner entfernen</translation>
+    </message>
+    <message>
+        <source>&amp;Remove</source>
+        <translation>&amp;Entfernen</translation>
+    </message>
+    <message>
+        <source>Remove all folders (Alt+M)</source>
+        <translation>Alle Ordner entfernen (Alt+A)</translation>
+    </message>
+    <message>
+        <source>Remove all folders</source>
+        <translation>Alle Ordner entfernen</translation>
+    </message>
+    <message>
+        <source>Re&amp;move All</source>
+        <translation>&amp;Alle entfernen</translation>
+    </message>
+    <message>
+        <source>To remove an item from the list, select it and click Remove.</source>
+        <translation>Um einen Eintrag zu entfernen, wählen Sie ihn in der Liste aus und klicken auf „Entfernen“.</translation>
+    </message>
+    <message>
+        <source>Scan Frequency and Options</source>
+        <translation>Häufigkeit und Optionen</translation>
+    </message>
+    <message>
+        <source>Scan Frequency</source>
+        <translation>Häufigkeit der Prüfung</translation>
+    </message>
+    <message>
+        <source>Frequency:</source>
+        <translation>Häufigkeit:</translation>
+    </message>
+    <message>
+        <source>How often the scan runs</source>
+        <translation>Wie oft die Prüfung läuft</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Häufigkeit</translation>
+    </message>
+    <message>
+        <source>Daily</source>
+        <translation>Täglich</translation>
+    </message>
+    <message>
+        <source>Weekly</source>
+        <translation>Wöchentlich</translation>
+    </message>
+    <message>
+        <source>Every day(s):</source>
+        <translation>Abstand in Tagen:</translation>
+    </message>
+    <message>
+        <source>After how many days or weeks the scan runs again</source>
+        <translation>Nach wie vielen Tagen oder Wochen die Prüfung wieder läuft</translation>
+    </message>
+    <message>
+        <source>Weekdays:</source>
+        <translation>Wochentag:</translation>
+    </message>
+    <message>
+        <source>The day of a weekly scan</source>
+        <translation>Der Tag einer wöchentlichen Prüfung</translation>
+    </message>
+    <message>
+        <source>Weekdays</source>
+        <translation>Wochentag</translation>
+    </message>
+    <message>
+        <source>Sunday</source>
+        <translation>Sonntag</translation>
+    </message>
+    <message>
+        <source>Monday</source>
+        <translation>Montag</translation>
+    </message>
+    <message>
+        <source>Tuesday</source>
+        <translation>Dienstag</translation>
+    </message>
+    <message>
+        <source>Wednesday</source>
+        <translation>Mittwoch</translation>
+    </message>
+    <message>
+        <source>Thursday</source>
+        <translation>Donnerstag</translation>
+    </message>
+    <message>
+        <source>Friday</source>
+        <translation>Freitag</translation>
+    </message>
+    <message>
+        <source>Saturday</source>
+        <translation>Samstag</translation>
+    </message>
+    <message>
+        <source>Start at a time of day (Alt+A)</source>
+        <translation>Zu einer Uhrzeit starten (Alt+U)</translation>
+    </message>
+    <message>
+        <source>Start at a time of day</source>
+        <translation>Zu einer Uhrzeit starten</translation>
+    </message>
+    <message>
+        <source>Start &amp;at</source>
+        <translation>Start &amp;um</translation>
+    </message>
+    <message>
+        <source>When the scan starts</source>
+        <translation>Wann die Prüfung startet</translation>
+    </message>
+    <message>
+        <source>Time of the start</source>
+        <translation>Uhrzeit des Starts</translation>
+    </message>
+    <message>
+        <source>Start when the computer is first started on a day (Alt+F)</source>
+        <translation>Starten, wenn der Rechner an einem Tag zum ersten Mal hochfährt (Alt+E)</translation>
+    </message>
+    <message>
+        <source>Start at first boot</source>
+        <translation>Start beim ersten Hochfahren</translation>
+    </message>
+    <message>
+        <source>Start at &amp;first boot</source>
+        <translation>Start beim &amp;ersten Hochfahren</translation>
+    </message>
+    <message>
+        <source>Repeat the scan on the same day (Alt+R)</source>
+        <translation>Die Prüfung am selben Tag wiederholen (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Repeat scan</source>
+        <translation>Prüfung wiederholen</translation>
+    </message>
+    <message>
+        <source>&amp;Repeat scan after every:</source>
+        <translation>Wie&amp;derholen alle:</translation>
+    </message>
+    <message>
+        <source>After how many minutes or hours the scan is repeated</source>
+        <translation>Nach wie vielen Minuten oder Stunden die Prüfung wiederholt wird</translation>
+    </message>
+    <message>
+        <source>Repeat scan after every</source>
+        <translation>Wiederholen alle</translation>
+    </message>
+    <message>
+        <source>Minutes or hours</source>
+        <translation>Minuten oder Stunden</translation>
+    </message>
+    <message>
+        <source>Unit of the repetition</source>
+        <translation>Einheit der Wiederholung</translation>
+    </message>
+    <message>
+        <source>Minutes</source>
+        <translation>Minuten</translation>
+    </message>
+    <message>
+        <source>Hours</source>
+        <translation>Stunden</translation>
+    </message>
+    <message>
+        <source>Scanner Options</source>
+        <translation>Scanneroptionen</translation>
+    </message>
+    <message>
+        <source>Advanced Options</source>
+        <translation>Erweiterte Optionen</translation>
+    </message>
+    <message>
+        <source>Scan adware and spyware (Alt+D)</source>
+        <translation>Adware und Spyware scannen (Alt+P)</translation>
+    </message>
+    <message>
+        <source>Scan Adware/Spyware</source>
+        <translation>Adware/Spyware scannen</translation>
+    </message>
+    <message>
+        <source>Scan A&amp;dware/Spyware</source>
+        <translation>Adware/S&amp;pyware scannen</translation>
+    </message>
+    <message>
+        <source>Scan archive files (Alt+V)</source>
+        <translation>Archivdateien scannen (Alt+V)</translation>
+    </message>
+    <message>
+        <source>Scan Archives</source>
+        <translation>Archive scannen</translation>
+    </message>
+    <message>
+        <source>Scan Archi&amp;ves</source>
+        <translation>Archi&amp;ve scannen</translation>
+    </message>
+    <message>
+        <source>Scan dumb files (Alt+M)</source>
+        <translation>Dateien unbekannter Art scannen (Alt+M)</translation>
+    </message>
+    <message>
+        <source>Dumb Scan</source>
+        <translation>Formlos scannen</translation>
+    </message>
+    <message>
+        <source>Du&amp;mb Scan</source>
+        <translation>For&amp;mlos scannen</translation>
+    </message>
+    <message>
+        <source>Scan packed files (Alt+P)</source>
+        <translation>Gepackte Programme scannen (Alt+G)</translation>
+    </message>
+    <message>
+        <source>Scan Packed</source>
+        <translation>Gepackte Programme scannen</translation>
+    </message>
+    <message>
+        <source>Scan &amp;Packed</source>
+        <translation>&amp;Gepackte Programme scannen</translation>
+    </message>
+    <message>
+        <source>Action on Virus Found</source>
+        <translation>Aktion bei Virenfund</translation>
+    </message>
+    <message>
+        <source>Select action on virus found</source>
+        <translation>Aktion bei einem Virenfund auswählen</translation>
+    </message>
+    <message>
+        <source>Repair only</source>
+        <translation>Nur reparieren</translation>
+    </message>
+    <message>
+        <source>Repair, delete if unrepairable</source>
+        <translation>Reparieren, sonst löschen</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Löschen</translation>
+    </message>
+    <message>
+        <source>Report only</source>
+        <translation>Nur melden</translation>
+    </message>
+    <message>
+        <source>Summary</source>
+        <translation>Zusammenfassung</translation>
+    </message>
+    <message>
+        <source>Scan name:</source>
+        <translation>Name der Prüfung:</translation>
+    </message>
+    <message>
+        <source>Repeat Every:</source>
+        <translation>Wiederholung:</translation>
+    </message>
+    <message>
+        <source>Selected Folder &amp; Drives:</source>
+        <translation>Ausgewählte Ordner und Laufwerke:</translation>
+    </message>
+    <message>
+        <source>Selected folders and drives</source>
+        <translation>Ausgewählte Ordner und Laufwerke</translation>
+    </message>
+    <message>
+        <source>No folder is selected: this scan has nothing to scan. Go back to add one.</source>
+        <translation>Es ist kein Ordner ausgewählt: Diese Prüfung hat nichts zu scannen. Gehen Sie zurück, um einen hinzuzufügen.</translation>
+    </message>
+    <message>
+        <source>&lt; &amp;Back</source>
+        <translation>&lt; &amp;Zurück</translation>
+    </message>
+    <message>
+        <source>&amp;Next &gt;</source>
+        <translation>&amp;Weiter &gt;</translation>
+    </message>
+    <message>
+        <source>&amp;Finish</source>
+        <translation>&amp;Fertigstellen</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>Abbre&amp;chen</translation>
+    </message>
+    <message>
+        <source>Schedule Scan %1 is added successfully.</source>
+        <translation>Die geplante Prüfung %1 wurde hinzugefügt.</translation>
+    </message>
+    <message>
+        <source>Schedule Scan %1 modified successfully.</source>
+        <translation>Die geplante Prüfung %1 wurde geändert.</translation>
+    </message>
+    <message>
+        <source>Schedule Scan is not added</source>
+        <translation>Die geplante Prüfung wurde nicht hinzugefügt</translation>
+    </message>
+    <message>
+        <source>Schedule Scan is not modified</source>
+        <translation>Die geplante Prüfung wurde nicht geändert</translation>
+    </message>
+    <message>
+        <source>You cannot add more than 100 scan items.</source>
+        <translation>Sie können nicht mehr als 100 Einträge hinzufügen.</translation>
+    </message>
+    <message>
+        <source>Please select item from list to remove.</source>
+        <translation>Bitte wählen Sie in der Liste einen Eintrag aus, der entfernt werden soll.</translation>
+    </message>
+    <message>
+        <source>Every weekdays(s):</source>
+        <translation>Abstand in Wochen:</translation>
+    </message>
+    <message>
+        <source>First Boot</source>
+        <translation>Beim ersten Hochfahren</translation>
+    </message>
+    <message>
+        <source>No Repeat</source>
+        <translation>Keine Wiederholung</translation>
+    </message>
+    <message>
+        <source>%1 Min</source>
+        <translation>%1 Min.</translation>
+    </message>
+    <message>
+        <source>%1 Hrs</source>
+        <translation>%1 Std.</translation>
     </message>
 </context>
 </TS>

@@ -521,6 +521,309 @@ is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above i
     </message>
 </context>
 <context>
+    <name>SchedulePage</name>
+    <message>
+        <source>Schedule Scan</source>
+        <translation>Schedule Scan</translation>
+    </message>
+    <message>
+        <source>Your scheduled scans</source>
+        <translation>Your scheduled scans</translation>
+    </message>
+    <message>
+        <source>Scheduled scans</source>
+        <translation>Scheduled scans</translation>
+    </message>
+    <message>
+        <source>Schedule Item</source>
+        <translation>Schedule Item</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequency</translation>
+    </message>
+    <message>
+        <source>Scan Location</source>
+        <translation>Scan Location</translation>
+    </message>
+    <message>
+        <source>Run the selected scan now (Alt+W)</source>
+        <translation>Run the selected scan now (Alt+W)</translation>
+    </message>
+    <message>
+        <source>Run the selected scan now</source>
+        <translation>Run the selected scan now</translation>
+    </message>
+    <message>
+        <source>Run no&amp;w</source>
+        <translation>Run no&amp;w</translation>
+    </message>
+    <message>
+        <source>Show the report of the last run (Alt+P)</source>
+        <translation>Show the report of the last run (Alt+P)</translation>
+    </message>
+    <message>
+        <source>Show the report of the last run</source>
+        <translation>Show the report of the last run</translation>
+    </message>
+    <message>
+        <source>Show Re&amp;port</source>
+        <translation>Show Re&amp;port</translation>
+    </message>
+    <message>
+        <source>Schedule a new scan (Alt+N)</source>
+        <translation>Schedule a new scan (Alt+N)</translation>
+    </message>
+    <message>
+        <source>New scheduled scan</source>
+        <translation>New scheduled scan</translation>
+    </message>
+    <message>
+        <source>&amp;New</source>
+        <translation>&amp;New</translation>
+    </message>
+    <message>
+        <source>Change the selected scan (Alt+E)</source>
+        <translation>Change the selected scan (Alt+E)</translation>
+    </message>
+    <message>
+        <source>Change the selected scan</source>
+        <translation>Change the selected scan</translation>
+    </message>
+    <message>
+        <source>&amp;Edit</source>
+        <translation>&amp;Edit</translation>
+    </message>
+    <message>
+        <source>Remove the selected scan (Alt+D)</source>
+        <translation>Remove the selected scan (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Remove the selected scan</source>
+        <translation>Remove the selected scan</translation>
+    </message>
+    <message>
+        <source>&amp;Delete</source>
+        <translation>&amp;Delete</translation>
+    </message>
+    <message>
+        <source>Daily</source>
+        <translation>Daily</translation>
+    </message>
+    <message>
+        <source>Weekly</source>
+        <translation>Weekly</translation>
+    </message>
+    <message>
+        <source>Please select task from list.</source>
+        <translation>Please select task from list.</translation>
+    </message>
+    <message>
+        <source>Do you want to  remove the Schedule Scan?</source>
+        <translation>Do you want to  remove the Schedule Scan?</translation>
+    </message>
+</context>
+<context>
+    <name>ScheduleTexts</name>
+    <message>
+        <source>Scan already scheduled.</source>
+        <translation>Scan already scheduled.</translation>
+    </message>
+    <message>
+        <source>A Scan Name cannot contain any special character.</source>
+        <translation>A Scan Name cannot contain any special character.</translation>
+    </message>
+    <message>
+        <source>Scan already scheduled by another user.</source>
+        <translation>Scan already scheduled by another user.</translation>
+    </message>
+    <message>
+        <source>Scan Name should not be greater than 255 characters. Enter valid scheduled scan name.</source>
+        <translation>Scan Name should not be greater than 255 characters. Enter valid scheduled scan name.</translation>
+    </message>
+    <message>
+        <source>Scan Name is empty. Please enter valid scheduled scan name.</source>
+        <translation>Scan Name is empty. Please enter valid scheduled scan name.</translation>
+    </message>
+    <message>
+        <source>Scan Name is not valid, Enter valid Scan Name.</source>
+        <translation>Scan Name is not valid, Enter valid Scan Name.</translation>
+    </message>
+    <message>
+        <source>%1 is not allowed. Enter full path.</source>
+        <translation>%1 is not allowed. Enter full path.</translation>
+    </message>
+    <message>
+        <source>%1 does not exist. Please enter valid path.</source>
+        <translation>%1 does not exist. Please enter valid path.</translation>
+    </message>
+    <message>
+        <source>%1 is a file. Please enter directory path.</source>
+        <translation>%1 is a file. Please enter directory path.</translation>
+    </message>
+    <message>
+        <source>For directory %1 permission denied. Enter valid path.</source>
+        <translation>For directory %1 permission denied. Enter valid path.</translation>
+    </message>
+    <message>
+        <source>%1 contains a semicolon, is not valid UTF-8 or is too long. It cannot be scanned at a scheduled time.</source>
+        <translation>%1 contains a semicolon, is not valid UTF-8 or is too long. It cannot be scanned at a scheduled time.</translation>
+    </message>
+    <message>
+        <source>%1 cannot be scanned at a scheduled time (error %2).</source>
+        <translation>%1 cannot be scanned at a scheduled time (error %2).</translation>
+    </message>
+    <message>
+        <source>The service of the scheduler does not run or does not answer.</source>
+        <translation>The service of the scheduler does not run or does not answer.</translation>
+    </message>
+    <message>
+        <source>This scheduled scan is no longer there.</source>
+        <translation>This scheduled scan is no longer there.</translation>
+    </message>
+    <message>
+        <source>You have as many scheduled scans as are allowed. Remove one first.</source>
+        <translation>You have as many scheduled scans as are allowed. Remove one first.</translation>
+    </message>
+    <message>
+        <source>The scheduler does not accept these settings.</source>
+        <translation>The scheduler does not accept these settings.</translation>
+    </message>
+    <message>
+        <source>The list of scheduled scans cannot be read or written.</source>
+        <translation>The list of scheduled scans cannot be read or written.</translation>
+    </message>
+    <message>
+        <source>This scan is running already, or waits for its turn.</source>
+        <translation>This scan is running already, or waits for its turn.</translation>
+    </message>
+    <message>
+        <source>The scheduler reports error %1.</source>
+        <translation>The scheduler reports error %1.</translation>
+    </message>
+    <message>
+        <source>Next run: as soon as its turn comes</source>
+        <translation>Next run: as soon as its turn comes</translation>
+    </message>
+    <message>
+        <source>Next run: %1</source>
+        <translation>Next run: %1</translation>
+    </message>
+    <message>
+        <source>Next run: not before the service of the scheduler runs</source>
+        <translation>Next run: not before the service of the scheduler runs</translation>
+    </message>
+    <message>
+        <source>Next run: when the computer is first started on a due day</source>
+        <translation>Next run: when the computer is first started on a due day</translation>
+    </message>
+    <message>
+        <source>Next run: not known</source>
+        <translation>Next run: not known</translation>
+    </message>
+    <message>
+        <source>Last run: %1, going on</source>
+        <translation>Last run: %1, going on</translation>
+    </message>
+    <message>
+        <source>Last run: none yet</source>
+        <translation>Last run: none yet</translation>
+    </message>
+    <message>
+        <source>Last run: %1</source>
+        <translation>Last run: %1</translation>
+    </message>
+    <message>
+        <source>%1 (%2)</source>
+        <comment>the last run and why it was made</comment>
+        <translation>%1 (%2)</translation>
+    </message>
+    <message>
+        <source>%1: %2</source>
+        <comment>the last run and how it ended</comment>
+        <translation>%1: %2</translation>
+    </message>
+    <message>
+        <source>%1. %2</source>
+        <comment>how the last run ended, and the system&apos;s words about it</comment>
+        <translation>%1. %2</translation>
+    </message>
+    <message>
+        <source>No scheduled scan runs now, because the service of the scheduler does not run. An administrator starts it with: %1</source>
+        <translation>No scheduled scan runs now, because the service of the scheduler does not run. An administrator starts it with: %1</translation>
+    </message>
+    <message>
+        <source>en_GB</source>
+        <comment>the language that dates are written in</comment>
+        <translation>en_GB</translation>
+    </message>
+    <message>
+        <source>dddd, d MMMM yyyy, HH:mm</source>
+        <comment>how a moment is written</comment>
+        <translation>dddd, d MMMM yyyy, HH:mm</translation>
+    </message>
+    <message>
+        <source>late, for a time when it could not run</source>
+        <translation>late, for a time when it could not run</translation>
+    </message>
+    <message>
+        <source>after the start of the computer</source>
+        <translation>after the start of the computer</translation>
+    </message>
+    <message>
+        <source>a repetition</source>
+        <translation>a repetition</translation>
+    </message>
+    <message>
+        <source>on request</source>
+        <translation>on request</translation>
+    </message>
+    <message>
+        <source>nothing found</source>
+        <translation>nothing found</translation>
+    </message>
+    <message>
+        <source>1 infected file</source>
+        <translation>1 infected file</translation>
+    </message>
+    <message>
+        <source>%1 infected files</source>
+        <translation>%1 infected files</translation>
+    </message>
+    <message>
+        <source>nothing found, 1 file could not be read</source>
+        <translation>nothing found, 1 file could not be read</translation>
+    </message>
+    <message>
+        <source>nothing found, %1 files could not be read</source>
+        <translation>nothing found, %1 files could not be read</translation>
+    </message>
+    <message>
+        <source>the scanner could not work</source>
+        <translation>the scanner could not work</translation>
+    </message>
+    <message>
+        <source>interrupted</source>
+        <translation>interrupted</translation>
+    </message>
+    <message>
+        <source>ended after 24 hours</source>
+        <translation>ended after 24 hours</translation>
+    </message>
+    <message>
+        <source>not made, for its owner is no longer a user of this computer</source>
+        <translation>not made, for its owner is no longer a user of this computer</translation>
+    </message>
+    <message>
+        <source>not made, for no report could be written</source>
+        <translation>not made, for no report could be written</translation>
+    </message>
+    <message>
+        <source>result %1</source>
+        <translation>result %1</translation>
+    </message>
+</context>
+<context>
     <name>SettingsPage</name>
     <message>
         <source>Scanner Settings</source>
@@ -1301,10 +1604,6 @@ cannot be reached by this name. Rename it, or choose another one.</translation>
         <translation>Alt+X</translation>
     </message>
     <message>
-        <source>Schedule Scan</source>
-        <translation>Schedule Scan</translation>
-    </message>
-    <message>
         <source>Corvane Settings</source>
         <translation>Corvane Settings</translation>
     </message>
@@ -1345,6 +1644,10 @@ cannot be reached by this name. Rename it, or choose another one.</translation>
     <message>
         <source>Unable to unload Scan API Library</source>
         <translation>Unable to unload Scan API Library</translation>
+    </message>
+    <message>
+        <source>Schedule Scan</source>
+        <translation>Schedule Scan</translation>
     </message>
 </context>
 <context>
@@ -1707,6 +2010,389 @@ Check the printer, or the room for the file that is printed to.</translation>
     <message>
         <source>Cancel (Alt+C)</source>
         <translation>Cancel (Alt+C)</translation>
+    </message>
+</context>
+<context>
+    <name>dlgschedulescan</name>
+    <message>
+        <source>Schedule Scan</source>
+        <translation>Schedule Scan</translation>
+    </message>
+    <message>
+        <source>Configure Schedule Scan</source>
+        <translation>Configure Schedule Scan</translation>
+    </message>
+    <message>
+        <source>This wizard help you to scan your preferred files and folders on your computer at the schedule time.</source>
+        <translation>This wizard help you to scan your preferred files and folders on your computer at the schedule time.</translation>
+    </message>
+    <message>
+        <source>Scan Name:</source>
+        <translation>Scan Name:</translation>
+    </message>
+    <message>
+        <source>The name of the scheduled scan</source>
+        <translation>The name of the scheduled scan</translation>
+    </message>
+    <message>
+        <source>Scan Name</source>
+        <translation>Scan Name</translation>
+    </message>
+    <message>
+        <source>The files and folders that are scanned</source>
+        <translation>The files and folders that are scanned</translation>
+    </message>
+    <message>
+        <source>Files and folders to scan</source>
+        <translation>Files and folders to scan</translation>
+    </message>
+    <message>
+        <source>Add folders to scan (Alt+A)</source>
+        <translation>Add folders to scan (Alt+A)</translation>
+    </message>
+    <message>
+        <source>Add folders</source>
+        <translation>Add folders</translation>
+    </message>
+    <message>
+        <source>&amp;Add Folders</source>
+        <translation>&amp;Add Folders</translation>
+    </message>
+    <message>
+        <source>Remove the selected folder (Alt+R)</source>
+        <translation>Remove the selected folder (Alt+R)</translation>
+    </message>
+    <message>
+        <source>Remove the selected folder</source>
+        <translation>Remove the selected folder</translation>
+    </message>
+    <message>
+        <source>&amp;Remove</source>
+        <translation>&amp;Remove</translation>
+    </message>
+    <message>
+        <source>Remove all folders (Alt+M)</source>
+        <translation>Remove all folders (Alt+M)</translation>
+    </message>
+    <message>
+        <source>Remove all folders</source>
+        <translation>Remove all folders</translation>
+    </message>
+    <message>
+        <source>Re&amp;move All</source>
+        <translation>Re&amp;move All</translation>
+    </message>
+    <message>
+        <source>To remove an item from the list, select it and click Remove.</source>
+        <translation>To remove an item from the list, select it and click Remove.</translation>
+    </message>
+    <message>
+        <source>Scan Frequency and Options</source>
+        <translation>Scan Frequency and Options</translation>
+    </message>
+    <message>
+        <source>Scan Frequency</source>
+        <translation>Scan Frequency</translation>
+    </message>
+    <message>
+        <source>Frequency:</source>
+        <translation>Frequency:</translation>
+    </message>
+    <message>
+        <source>How often the scan runs</source>
+        <translation>How often the scan runs</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequency</translation>
+    </message>
+    <message>
+        <source>Daily</source>
+        <translation>Daily</translation>
+    </message>
+    <message>
+        <source>Weekly</source>
+        <translation>Weekly</translation>
+    </message>
+    <message>
+        <source>Every day(s):</source>
+        <translation>Every day(s):</translation>
+    </message>
+    <message>
+        <source>After how many days or weeks the scan runs again</source>
+        <translation>After how many days or weeks the scan runs again</translation>
+    </message>
+    <message>
+        <source>Weekdays:</source>
+        <translation>Weekdays:</translation>
+    </message>
+    <message>
+        <source>The day of a weekly scan</source>
+        <translation>The day of a weekly scan</translation>
+    </message>
+    <message>
+        <source>Weekdays</source>
+        <translation>Weekdays</translation>
+    </message>
+    <message>
+        <source>Sunday</source>
+        <translation>Sunday</translation>
+    </message>
+    <message>
+        <source>Monday</source>
+        <translation>Monday</translation>
+    </message>
+    <message>
+        <source>Tuesday</source>
+        <translation>Tuesday</translation>
+    </message>
+    <message>
+        <source>Wednesday</source>
+        <translation>Wednesday</translation>
+    </message>
+    <message>
+        <source>Thursday</source>
+        <translation>Thursday</translation>
+    </message>
+    <message>
+        <source>Friday</source>
+        <translation>Friday</translation>
+    </message>
+    <message>
+        <source>Saturday</source>
+        <translation>Saturday</translation>
+    </message>
+    <message>
+        <source>Start at a time of day (Alt+A)</source>
+        <translation>Start at a time of day (Alt+A)</translation>
+    </message>
+    <message>
+        <source>Start at a time of day</source>
+        <translation>Start at a time of day</translation>
+    </message>
+    <message>
+        <source>Start &amp;at</source>
+        <translation>Start &amp;at</translation>
+    </message>
+    <message>
+        <source>When the scan starts</source>
+        <translation>When the scan starts</translation>
+    </message>
+    <message>
+        <source>Time of the start</source>
+        <translation>Time of the start</translation>
+    </message>
+    <message>
+        <source>Start when the computer is first started on a day (Alt+F)</source>
+        <translation>Start when the computer is first started on a day (Alt+F)</translation>
+    </message>
+    <message>
+        <source>Start at first boot</source>
+        <translation>Start at first boot</translation>
+    </message>
+    <message>
+        <source>Start at &amp;first boot</source>
+        <translation>Start at &amp;first boot</translation>
+    </message>
+    <message>
+        <source>Repeat the scan on the same day (Alt+R)</source>
+        <translation>Repeat the scan on the same day (Alt+R)</translation>
+    </message>
+    <message>
+        <source>Repeat scan</source>
+        <translation>Repeat scan</translation>
+    </message>
+    <message>
+        <source>&amp;Repeat scan after every:</source>
+        <translation>&amp;Repeat scan after every:</translation>
+    </message>
+    <message>
+        <source>After how many minutes or hours the scan is repeated</source>
+        <translation>After how many minutes or hours the scan is repeated</translation>
+    </message>
+    <message>
+        <source>Repeat scan after every</source>
+        <translation>Repeat scan after every</translation>
+    </message>
+    <message>
+        <source>Minutes or hours</source>
+        <translation>Minutes or hours</translation>
+    </message>
+    <message>
+        <source>Unit of the repetition</source>
+        <translation>Unit of the repetition</translation>
+    </message>
+    <message>
+        <source>Minutes</source>
+        <translation>Minutes</translation>
+    </message>
+    <message>
+        <source>Hours</source>
+        <translation>Hours</translation>
+    </message>
+    <message>
+        <source>Scanner Options</source>
+        <translation>Scanner Options</translation>
+    </message>
+    <message>
+        <source>Advanced Options</source>
+        <translation>Advanced Options</translation>
+    </message>
+    <message>
+        <source>Scan adware and spyware (Alt+D)</source>
+        <translation>Scan adware and spyware (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Scan Adware/Spyware</source>
+        <translation>Scan Adware/Spyware</translation>
+    </message>
+    <message>
+        <source>Scan A&amp;dware/Spyware</source>
+        <translation>Scan A&amp;dware/Spyware</translation>
+    </message>
+    <message>
+        <source>Scan archive files (Alt+V)</source>
+        <translation>Scan archive files (Alt+V)</translation>
+    </message>
+    <message>
+        <source>Scan Archives</source>
+        <translation>Scan Archives</translation>
+    </message>
+    <message>
+        <source>Scan Archi&amp;ves</source>
+        <translation>Scan Archi&amp;ves</translation>
+    </message>
+    <message>
+        <source>Scan dumb files (Alt+M)</source>
+        <translation>Scan dumb files (Alt+M)</translation>
+    </message>
+    <message>
+        <source>Dumb Scan</source>
+        <translation>Dumb Scan</translation>
+    </message>
+    <message>
+        <source>Du&amp;mb Scan</source>
+        <translation>Du&amp;mb Scan</translation>
+    </message>
+    <message>
+        <source>Scan packed files (Alt+P)</source>
+        <translation>Scan packed files (Alt+P)</translation>
+    </message>
+    <message>
+        <source>Scan Packed</source>
+        <translation>Scan Packed</translation>
+    </message>
+    <message>
+        <source>Scan &amp;Packed</source>
+        <translation>Scan &amp;Packed</translation>
+    </message>
+    <message>
+        <source>Action on Virus Found</source>
+        <translation>Action on Virus Found</translation>
+    </message>
+    <message>
+        <source>Select action on virus found</source>
+        <translation>Select action on virus found</translation>
+    </message>
+    <message>
+        <source>Repair only</source>
+        <translation>Repair only</translation>
+    </message>
+    <message>
+        <source>Repair, delete if unrepairable</source>
+        <translation>Repair, delete if unrepairable</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>Report only</source>
+        <translation>Report only</translation>
+    </message>
+    <message>
+        <source>Summary</source>
+        <translation>Summary</translation>
+    </message>
+    <message>
+        <source>Scan name:</source>
+        <translation>Scan name:</translation>
+    </message>
+    <message>
+        <source>Repeat Every:</source>
+        <translation>Repeat Every:</translation>
+    </message>
+    <message>
+        <source>Selected Folder &amp; Drives:</source>
+        <translation>Selected Folder &amp; Drives:</translation>
+    </message>
+    <message>
+        <source>Selected folders and drives</source>
+        <translation>Selected folders and drives</translation>
+    </message>
+    <message>
+        <source>No folder is selected: this scan has nothing to scan. Go back to add one.</source>
+        <translation>No folder is selected: this scan has nothing to scan. Go back to add one.</translation>
+    </message>
+    <message>
+        <source>&lt; &amp;Back</source>
+        <translation>&lt; &amp;Back</translation>
+    </message>
+    <message>
+        <source>&amp;Next &gt;</source>
+        <translation>&amp;Next &gt;</translation>
+    </message>
+    <message>
+        <source>&amp;Finish</source>
+        <translation>&amp;Finish</translation>
+    </message>
+    <message>
+        <source>&amp;Cancel</source>
+        <translation>&amp;Cancel</translation>
+    </message>
+    <message>
+        <source>Schedule Scan %1 is added successfully.</source>
+        <translation>Schedule Scan %1 is added successfully.</translation>
+    </message>
+    <message>
+        <source>Schedule Scan %1 modified successfully.</source>
+        <translation>Schedule Scan %1 modified successfully.</translation>
+    </message>
+    <message>
+        <source>Schedule Scan is not added</source>
+        <translation>Schedule Scan is not added</translation>
+    </message>
+    <message>
+        <source>Schedule Scan is not modified</source>
+        <translation>Schedule Scan is not modified</translation>
+    </message>
+    <message>
+        <source>You cannot add more than 100 scan items.</source>
+        <translation>You cannot add more than 100 scan items.</translation>
+    </message>
+    <message>
+        <source>Please select item from list to remove.</source>
+        <translation>Please select item from list to remove.</translation>
+    </message>
+    <message>
+        <source>Every weekdays(s):</source>
+        <translation>Every weekdays(s):</translation>
+    </message>
+    <message>
+        <source>First Boot</source>
+        <translation>First Boot</translation>
+    </message>
+    <message>
+        <source>No Repeat</source>
+        <translation>No Repeat</translation>
+    </message>
+    <message>
+        <source>%1 Min</source>
+        <translation>%1 Min</translation>
+    </message>
+    <message>
+        <source>%1 Hrs</source>
+        <translation>%1 Hrs</translation>
     </message>
 </context>
 </TS>

@@ -9,9 +9,11 @@
 namespace {
 
 QMessageBox::StandardButton Show(QMessageBox::Icon icon, QWidget* parent, const QString& title,
-                                 const QString& text, QMessageBox::StandardButtons buttons) {
+                                 const QString& text, QMessageBox::StandardButtons buttons,
+                                 const QString& explanation = {}) {
     QMessageBox box(icon, title, text, buttons, parent);
     box.setTextFormat(Qt::PlainText);
+    box.setInformativeText(explanation);
     return static_cast<QMessageBox::StandardButton>(box.exec());
 }
 
@@ -40,8 +42,9 @@ protected:
 
 }  // namespace
 
-void ShowWarning(QWidget* parent, const QString& title, const QString& text) {
-    Show(QMessageBox::Warning, parent, title, text, QMessageBox::Ok);
+void ShowWarning(QWidget* parent, const QString& title, const QString& text,
+                 const QString& explanation) {
+    Show(QMessageBox::Warning, parent, title, text, QMessageBox::Ok, explanation);
 }
 
 void ShowCritical(QWidget* parent, const QString& title, const QString& text) {

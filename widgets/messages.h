@@ -6,8 +6,9 @@ class QWidget;
 
 // Modal message boxes. Their texts may hold file names, so they are always shown as plain text.
 
-/// A warning with an OK button.
-void ShowWarning(QWidget* parent, const QString& title, const QString& text);
+/// A warning with an OK button, and what explains it under its text.
+void ShowWarning(QWidget* parent, const QString& title, const QString& text,
+                 const QString& explanation = {});
 
 /// A critical message with an OK button.
 void ShowCritical(QWidget* parent, const QString& title, const QString& text);
