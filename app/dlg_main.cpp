@@ -50,6 +50,7 @@ void dlgMain::ConnectPages() {
     connect(settings, &SettingsPage::CancelClicked, this, &dlgMain::OnCnclSvClick);
 
     ConnectUpdatePage();
+    ConnectSchedulePage();
 
     const ReportsPage* reports = m_ui->reportsPage;
     connect(reports, &ReportsPage::KindChosen, this, &dlgMain::OnReportToggle);
@@ -77,6 +78,17 @@ void dlgMain::ConnectUpdatePage() {
     connect(update, &UpdatePage::UpdateNowClicked, this, &dlgMain::OnUpdateNowClick);
     connect(update, &UpdatePage::CancelClicked, this, &dlgMain::OnCancelUpdClick);
     connect(update, &UpdatePage::ApplyClicked, this, &dlgMain::OnApplyOptClick);
+}
+
+void dlgMain::ConnectSchedulePage() {
+    const SchedulePage* schedule = m_ui->schedulePage;
+    connect(schedule, &SchedulePage::NewClicked, this, &dlgMain::OnNewSchClick);
+    connect(schedule, &SchedulePage::EditClicked, this, &dlgMain::OnEditSchClick);
+    connect(schedule, &SchedulePage::RemoveClicked, this, &dlgMain::OnRemoveSchClick);
+    connect(schedule, &SchedulePage::RowDoubleClicked, this,
+            [this](QTreeWidgetItem* row, int column) {
+                OnSchScnRwDblClick(row, QCursor::pos(), column);
+            });
 }
 
 // ---- Pages and guards
@@ -189,6 +201,7 @@ void dlgMain::OnUpdtClicked() {
 
 void dlgMain::OnSchClick() {
     if (SaveOrNot() && ApplyNetSettingsOrNot()) {
+        m_ui->schedulePage->Fill();
         ShowPage(kSchedulePage);
     }
 }
@@ -319,19 +332,22 @@ void dlgMain::OnIntSettingClicked() {
     m_ui->updatePage->OpenInternetSettings();
 }
 
-// ---- Slots whose pages are not there yet
+// ---- The schedule page
 
 void dlgMain::OnNewSchClick() {
-    SayNotThereYet();
+    m_ui->schedulePage->MakeScan();
 }
 void dlgMain::OnEditSchClick() {
-    SayNotThereYet();
+    m_ui->schedulePage->ChangeSelected();
 }
 void dlgMain::OnRemoveSchClick() {
-    SayNotThereYet();
+    m_ui->schedulePage->RemoveSelected();
 }
-void dlgMain::OnSchScnRwDblClick(QTreeWidgetItem* /*row*/, const QPoint& /*position*/,
-                                 int /*column*/) {}
+void dlgMain::OnSchScnRwDblClick(QTreeWidgetItem* row, const QPoint& /*position*/, int /*column*/) {
+    m_ui->schedulePage->ChangeRow(row);
+}
+
+// ---- Slots whose pages are not there yet
 
 void dlgMain::OnHelpClick() {
     SayNotThereYet();

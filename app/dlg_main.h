@@ -97,6 +97,7 @@ private:
     void ConnectButtons();
     void ConnectPages();
     void ConnectUpdatePage();
+    void ConnectSchedulePage();
 
     void init();
     void destroy();

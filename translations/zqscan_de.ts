@@ -1645,10 +1645,6 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
         <source>Unable to unload Scan API Library</source>
         <translation>Die Bibliothek des Virenscanners kann nicht entladen werden</translation>
     </message>
-    <message>
-        <source>Schedule Scan</source>
-        <translation>Geplante Prüfung</translation>
-    </message>
 </context>
 <context>
     <name>dlgReport</name>

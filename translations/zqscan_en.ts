@@ -1645,10 +1645,6 @@ cannot be reached by this name. Rename it, or choose another one.</translation>
         <source>Unable to unload Scan API Library</source>
         <translation>Unable to unload Scan API Library</translation>
     </message>
-    <message>
-        <source>Schedule Scan</source>
-        <translation>Schedule Scan</translation>
-    </message>
 </context>
 <context>
     <name>dlgReport</name>

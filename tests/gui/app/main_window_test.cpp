@@ -119,7 +119,7 @@ TEST_F(MainWindow, EverythingThatTakesTheFocusIsNamedAndExplained) {
         EXPECT_FALSE(widget->accessibleName().isEmpty()) << widget->objectName().toStdString();
         EXPECT_FALSE(widget->toolTip().isEmpty()) << widget->objectName().toStdString();
     }
-    EXPECT_EQ(seen, 8 + 2 + 7 + 4 + 13);
+    EXPECT_EQ(seen, 8 + 2 + 7 + 4 + 13 + 6);
 }
 
 TEST_F(MainWindow, AllThatCanBeReadIsReadOut) {
@@ -175,16 +175,12 @@ TEST_F(MainWindow, EveryButtonShowsAndMarksItsPage) {
                 m_window->focusWidget() == &Find<QToolButton>("btnScan"));
 }
 
-TEST_F(MainWindow, PagesToComeSaySo) {
+TEST_F(MainWindow, ThePageToComeSaysSo) {
     Open();
-    const std::pair<const char*, const char*> kPages[] = {{"aboutPage", "About"},
-                                                          {"schedulePage", "Schedule Scan"}};
-    for (const auto& [name, heading] : kPages) {
-        const auto& page = Find<QWidget>(name);
-        EXPECT_EQ(page.findChild<QLabel*>("lblHeading")->text(), heading);
-        EXPECT_EQ(page.findChild<QLabel*>("lblNotThere")->text(),
-                  "This page is not there yet. It comes with a later version of Corvane.");
-    }
+    const auto& page = Find<QWidget>("aboutPage");
+    EXPECT_EQ(page.findChild<QLabel*>("lblHeading")->text(), "About");
+    EXPECT_EQ(page.findChild<QLabel*>("lblNotThere")->text(),
+              "This page is not there yet. It comes with a later version of Corvane.");
 }
 
 TEST_F(MainWindow, SlotsToComeSaySo) {
@@ -194,14 +190,10 @@ TEST_F(MainWindow, SlotsToComeSaySo) {
                            "This is not there yet. It comes with a later version of Corvane.");
     };
     ModalDriver user;
-    for (int i = 0; i < 5; ++i) {
-        notThere(user);
-    }
+    notThere(user);
+    notThere(user);
     Click("btnHelp");
     window.OnUrlClicked();
-    window.OnNewSchClick();
-    window.OnEditSchClick();
-    window.OnRemoveSchClick();
 }
 
 TEST_F(MainWindow, TextsFollowTheLanguage) {

@@ -11,9 +11,11 @@
 #include "reports/dlg_report.h"
 #include "scan/dlg_scn_prgrs.h"
 #include "scan/dlg_vir_fnd.h"
+#include "schedule/dlg_schedule_scan.h"
 #include "tests/gui/app/window_fixture.h"
 #include "update/dlg_int_set.h"
 #include "update/dlg_update.h"
+#include "widgets/dlg_dir.h"
 #include "widgets/dlg_sc_dir.h"
 
 namespace {
@@ -112,6 +114,8 @@ TEST_P(Mnemonics, OfEveryDialog) {
     ExpectClear(progress, "progress");
     const dlgScDir picker;
     ExpectClear(picker, "folder picker");
+    const dlgDir schedulePicker;
+    ExpectClear(schedulePicker, "folder picker of the schedule");
     const dlgUpdate update;
     ExpectClear(update, "update");
     const dlgIntSet internet;
@@ -123,6 +127,28 @@ TEST_P(Mnemonics, OfEveryDialog) {
     ExpectClear(viewer, "viewer");
     g_siRptKind = kScanReports;
     g_szRptPath[0] = '\0';
+}
+
+TEST_P(Mnemonics, OfEveryPageOfTheWizard) {
+    dlgschedulescan wizard;
+    wizard.show();
+    for (int page = 0; page < 3; ++page) {
+        ASSERT_EQ(wizard.currentId(), page);
+        ExpectClear(wizard, "page " + std::to_string(page));
+        wizard.next();
+    }
+}
+
+// With all that is shown of a scan that can be run and has a report.
+TEST_P(Mnemonics, OfTheSchedulePageWithATask) {
+    tagSCHEDULE_TASK_STATE state{};
+    state.flags = kScheduleServiceRuns;
+    m_scheduler->SetState(state);
+    m_scheduler->AddTask("task", {});
+    const dlgMain& window = Open();
+    Click("btnSchedule");
+    ASSERT_TRUE(Find<QWidget>("btnRunSch").isVisible());
+    ExpectClear(window, "schedule page");
 }
 
 INSTANTIATE_TEST_SUITE_P(Languages, Mnemonics, ::testing::Values("en", "de"),

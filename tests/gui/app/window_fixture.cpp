@@ -26,11 +26,13 @@ void WindowTest::SetUp() {
     fs::copy_file(FakeEngine::Variant("good") + "scanapi.so", m_folder / "scanapi.so");
     fs::create_directories(kProductDirectory);
     InstallDatabase("good");
+    m_scheduler.emplace();
     setenv("FAKE_LIBDBMOD_LOG", (m_folder / "database.log").c_str(), 1);
 }
 
 void WindowTest::TearDown() {
     m_window.reset();
+    m_scheduler.reset();
     unsetenv("FAKE_LIBDBMOD_LOG");
     unsetenv("FAKE_LIBDBMOD_SCRIPT");
     if (std::getenv("CORVANE_SANDBOX") != nullptr) {

@@ -12,6 +12,7 @@
 
 #include "app/dlg_main.h"
 #include "tests/fakes/scanapi/fake_engine.h"
+#include "tests/fakes/schdlscn/fake_scheduler.h"
 #include "tests/support/modal_driver.h"
 
 /// The real main window over a private application directory with a fake scan engine, and over the
@@ -63,6 +64,7 @@ protected:
     [[nodiscard]] std::vector<std::string> DatabaseCalls() const;
 
     FakeEngine m_engine;
+    std::optional<FakeScheduler> m_scheduler;
     std::filesystem::path m_folder;
     std::unique_ptr<dlgMain> m_window;
 };
