@@ -1,12 +1,11 @@
 #include "product/virlog/options.h"
 
 #include <charconv>
-#include <getopt.h>
 #include <optional>
 #include <string_view>
 #include <vector>
 
-#include "common/escaped_text.h"
+#include "common/argument_reader.h"
 
 const char kUsage[] =
     "Usage: corvane-virlog [--format table|csv|json] [--since DATE] [--until DATE]\n"
@@ -30,6 +29,9 @@ const char kUsage[] =
 
 namespace {
 
+using common::ArgumentReader;
+using common::Quoted;
+
 // What getopt_long gives for each option; apart from every character, which it gives for errors.
 enum OptionCode { kFormat = 256, kSince, kUntil, kText, kKeep, kUnlock, kHelp, kVersion };
 
@@ -44,46 +46,6 @@ constexpr option kOptions[] = {
     {"version", no_argument, nullptr, kVersion},
     {nullptr, 0, nullptr, 0},
 };
-
-std::string Quoted(std::string_view text) {
-    return "\"" + common::Escaped(text) + "\"";
-}
-
-std::string NameOfCode(int code) {
-    for (const option& candidate : kOptions) {
-        if (candidate.name != nullptr && candidate.val == code) {
-            return std::string("--") + candidate.name;
-        }
-    }
-    return {};
-}
-
-// The options whose names begin with `start`, which is not empty.
-std::vector<std::string> NamesFrom(std::string_view start) {
-    std::vector<std::string> names;
-    for (const option& candidate : kOptions) {
-        if (candidate.name != nullptr && std::string_view(candidate.name).starts_with(start)) {
-            names.push_back(std::string("--") + candidate.name);
-        }
-    }
-    return names;
-}
-
-// What is wrong with an argument that is no option of ours, or that of several.
-std::string ProblemOfName(std::string_view argument) {
-    const std::string_view given = argument.substr(0, argument.find('='));
-    if (given.starts_with("--") && given.size() > 2) {
-        const std::vector<std::string> names = NamesFrom(given.substr(2));
-        if (names.size() > 1) {
-            std::string problem = "ambiguous option: " + Quoted(given) + " may be ";
-            for (std::size_t i = 0; i < names.size(); ++i) {
-                problem += (i == 0 ? "" : i + 1 == names.size() ? " or " : ", ") + names[i];
-            }
-            return problem;
-        }
-    }
-    return "unknown option: " + Quoted(given);
-}
 
 bool ParseNumber(std::string_view text, std::uint32_t& number) {
     const char* const end = text.data() + text.size();
@@ -125,44 +87,6 @@ Command CommandOf(int code) {
     }
 }
 
-// getopt_long over the arguments, from the start.
-class ArgumentReader {
-public:
-    explicit ArgumentReader(std::span<char* const> arguments)
-        : m_arguments(arguments.begin(), arguments.end()) {
-        m_arguments.push_back(nullptr);
-        ::optind = 0;  // has the C library forget what it read before
-        ::opterr = 0;
-    }
-
-    // The next option's code; -1 at the end, '?' or ':' where something is wrong.
-    int Next() {
-        m_at = ::optind == 0 ? 1 : ::optind;
-        // "+": arguments are taken in order; ":": a missing value is told apart.
-        return ::getopt_long(Count(), m_arguments.data(), "+:", kOptions, nullptr);
-    }
-
-    // What is wrong where Next gave `code`.
-    [[nodiscard]] std::string Problem(int code) const {
-        const std::string name = NameOfCode(::optopt);
-        if (name.empty()) {
-            return ProblemOfName(m_arguments[static_cast<std::size_t>(m_at)]);
-        }
-        return name + (code == ':' ? " needs a value" : " takes no value");
-    }
-
-    // The first argument that is no option; null when there is none.
-    [[nodiscard]] const char* Rest() const {
-        return m_arguments.size() > 1 ? m_arguments[static_cast<std::size_t>(::optind)] : nullptr;
-    }
-
-private:
-    [[nodiscard]] int Count() const { return static_cast<int>(m_arguments.size()) - 1; }
-
-    std::vector<char*> m_arguments;
-    int m_at = 1;
-};
-
 }  // namespace
 
 bool ParseOptions(std::span<char* const> arguments, Options& options, std::string& problem) {
@@ -170,7 +94,7 @@ bool ParseOptions(std::span<char* const> arguments, Options& options, std::strin
     problem.clear();
     std::vector<int> alone;  // options that stand alone
     bool asksForRecords = false;
-    ArgumentReader reader(arguments);
+    ArgumentReader reader(arguments, kOptions, ArgumentReader::Order::kAsGiven);
     for (int code = reader.Next(); code != -1; code = reader.Next()) {
         if (code == '?' || code == ':') {
             problem = reader.Problem(code);
@@ -191,13 +115,13 @@ bool ParseOptions(std::span<char* const> arguments, Options& options, std::strin
             options.command = command;
         }
     }
-    if (const char* const rest = reader.Rest()) {
-        problem = "unexpected argument: " + Quoted(rest);
+    if (const auto rest = reader.Rest(); !rest.empty()) {
+        problem = "unexpected argument: " + Quoted(rest.front());
         return false;
     }
     for (const int code : alone) {
         if (asksForRecords || code != alone.back()) {
-            problem = NameOfCode(code) + " stands alone";
+            problem = reader.NameOf(code) + " stands alone";
             return false;
         }
     }
