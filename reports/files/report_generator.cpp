@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "common/engine_version.h"
 #include "common/io.h"
 #include "common/paths.h"
 #include "common/run_state.h"
@@ -13,55 +12,21 @@
 #include "common/times.h"
 #include "reports/files/new_report.h"
 #include "reports/files/report_index.h"
-#include "reports/files/report_texts.h"
+#include "reports/files/scan_report_text.h"
 
 std::unique_ptr<ReportGen> g_pRptObj;
 
 namespace {
 
-using reports::Formatted;
-using reports::Rule;
-using reports::Section;
+/// The open report, wherever its writes lead.
+class FileSink : public reports::ReportSink {
+public:
+    explicit FileSink(int fd) : m_fd(fd) {}
+    void Write(std::string_view text) override { common::WriteAll(m_fd, text); }
 
-constexpr std::string_view kActionHeading = "Action on Virus found\n";
-
-std::string VersionText() {
-    const tagZQVERINFO version = common::EngineVersion();
-    std::tm databaseDate{};
-    SystemTimeToTm(&version.databaseDate, &databaseDate);
-    return Formatted("Corvane Endpoint Protection Version %u.%02u\n%s\n\nVirus Database: ",
-                     unsigned{version.major}, unsigned{version.minor}, reports::kLegalNotice) +
-           common::FormatTime("%d %B, %Y", databaseDate) + "\n\n";
-}
-
-const char* OnOrOff(ScanFlag flag) {
-    return (g_scnopts.flags & flag) != 0 ? "On" : "Off";
-}
-
-std::string_view ActionText(std::uint16_t action) {
-    switch (action) {
-        case kActionRepairOnly:
-            return "- Repair only\n";
-        case kActionRepairOrDelete:
-            return "- Repair, delete if unrepairable\n";
-        case kActionDelete:
-            return "- Delete\n";
-        case kActionReportOnly:
-            return "- Report only\n";
-        case kActionPrompt:
-            return "- Prompt\n";
-        default:
-            // An unknown action repeats the heading: readers of the reports know it by that.
-            return kActionHeading;
-    }
-}
-
-std::string TotalTime() {
-    const auto elapsed = static_cast<long long>(g_dDiffTime);
-    // The hours start again at 60, as the readers of the reports expect.
-    return Formatted("Total Time: %02lld:%02lld:%02lld\r\n\r\n", (elapsed / 3600) % 60,
-                     elapsed / 60 - (elapsed / 3600) * 60, elapsed % 60);
-}
+private:
+    int m_fd;
+};
 
 }  // namespace
 
@@ -100,41 +65,24 @@ void ReportGen::Log(const char* text) {
 }
 
 int ReportGen::WriteHeader() {
-    Write(Rule(71) + "\n\n");
-    Write("Scan Report For - ");
-    Write(common::FormatTime("%d %B, %Y", common::LocalTm(std::time(nullptr))) + "\n\n");
-    Write(VersionText());
-    Write(Section());
-    Write("Scanner Settings for this Scan were as follows\n\n");
-    Write(Formatted("- Scan Packed: %s\n", OnOrOff(kScanPacked)));
-    Write(Formatted("- Scan Archive: %s\n", OnOrOff(kScanArchives)));
-    Write(Formatted("- Scan Adware/Spyware: %s\n", OnOrOff(kScanAdware)));
-    Write(Formatted("- Dumb Scan: %s\n\n", OnOrOff(kScanDumb)));
-    Write(kActionHeading);
-    Write(ActionText(g_scnopts.action));
-    Write("\n" + Section());
+    FileSink sink(m_fd);
+    reports::WriteScanHeader(g_scnopts, sink);
     return 1;
 }
 
 int ReportGen::WriteSummary(bool interrupted) {
-    Write(interrupted ? "Scan Interrupted.\n\n" : "Scan Complete.\n\n");
-    Write(Section());
-    Write("Scan Summary\n\n");
-    std::string summary = Formatted(
-        "Total Files Scanned   = %u\n"
-        "Total Virus Found     = %u\n"
-        "Total Files Repaired  = %u\n"
-        "Total Files Deleted   = %u\n"
-        "Total Files Skipped   = %u\n"
-        "Total I/O Errors      = %u\n\n",
-        g_uiTotCnt.load(), g_uiInfCnt.load(), g_uiReprCnt.load(), g_uiDeleCnt.load(),
-        g_uiSkipCnt.load(), g_uiIOErrCnt.load());
-    summary.append(common::FieldText(g_szStrTime))
-        .append(common::FieldText(g_szEndTime))
-        .append(TotalTime());
-    Write(summary);
-    Write(Section());
-    Write("** Report End **\r\n");
+    FileSink sink(m_fd);
+    reports::WriteScanSummary({.isInterrupted = interrupted,
+                               .scanned = g_uiTotCnt,
+                               .infected = g_uiInfCnt,
+                               .repaired = g_uiReprCnt,
+                               .deleted = g_uiDeleCnt,
+                               .skipped = g_uiSkipCnt,
+                               .unreadable = g_uiIOErrCnt,
+                               .startLine = common::FieldText(g_szStrTime),
+                               .endLine = common::FieldText(g_szEndTime),
+                               .seconds = g_dDiffTime},
+                              sink);
     return 1;
 }
 

@@ -1,37 +1,30 @@
 #include "scan/run/step_record.h"
 
-#include <initializer_list>
 #include <string>
+#include <string_view>
 
-#include "common/text_field.h"
 #include "scan/run/scan_state.h"
+#include "scan/run/step_lines.h"
 #include "scan/run/stop_flag.h"
 
 namespace scan {
 
 namespace {
 
-constexpr char kSeparator[] =
-    "\n------------------------------------------------------------------\n\n";
+/// The report that a scan writes, if it does.
+class ReportLog : public reports::ReportSink {
+public:
+    explicit ReportLog(const ScanState& state) : m_state(state) {}
 
-void Log(const ScanState& state, std::initializer_list<const char*> texts) {
-    if (state.report != nullptr) {
-        for (const char* text : texts) {
-            state.report->Log(text);
+    void Write(std::string_view text) override {
+        if (m_state.report != nullptr) {
+            m_state.report->Log(std::string(text).c_str());
         }
     }
-}
 
-/// The file that a record is about, what was found in it, and between the two `relation`.
-void LogDetection(const ScanState& state, const ScanStep& step, const char* relation) {
-    if (step.info == nullptr) {
-        Log(state, {"\n\nScanning: ", "", relation, ""});
-        return;
-    }
-    const std::string fileName(common::FieldText(step.info->fileName));
-    const std::string virusName(common::FieldText(step.info->virusName));
-    Log(state, {"\n\nScanning: ", fileName.c_str(), relation, virusName.c_str()});
-}
+private:
+    const ScanState& m_state;
+};
 
 void RecordEnd(const ScanState& state, StopFlag& stop) {
     if (state.report != nullptr) {
@@ -41,53 +34,36 @@ void RecordEnd(const ScanState& state, StopFlag& stop) {
     stop.Set();
 }
 
+std::uint32_t CountStep(const ScanStep& step, ScanState& state) {
+    switch (step.type) {
+        case kEvtScanningFile:
+            return ++state.scanned;
+        case kEvtInfected:
+            return ++state.infected;
+        case kEvtDeleted:
+            return ++state.deleted;
+        case kEvtRepaired:
+            return ++state.repaired;
+        case kEvtSkipped:
+            return ++state.skipped;
+        case kEvtUnreadable:
+            return ++state.unreadable;
+        case kEvtNeedsDecision:
+            --state.skipped;  // the callback has added it when the file is deleted
+            return 0;
+        default:
+            return 0;
+    }
+}
+
 }  // namespace
 
 std::uint32_t RecordStep(const ScanStep& step, ScanState& state, StopFlag& stop) {
-    std::uint32_t count = 0;
-    switch (step.type) {
-        case kEvtScanningFile:
-            count = ++state.scanned;
-            break;
-        case kEvtScanFinished:
-            RecordEnd(state, stop);
-            break;
-        case kEvtInfected:
-            count = ++state.infected;
-            LogDetection(state, step, "\nInfected: ");
-            break;
-        case kEvtDeleted:
-            count = ++state.deleted;
-            Log(state, {"\n[Deleted]"});
-            break;
-        case kEvtRepaired:
-            count = ++state.repaired;
-            Log(state, {"\n[Repaired]"});
-            break;
-        case kEvtSkipped:
-            count = ++state.skipped;
-            Log(state, {"\n[Skipped]"});
-            break;
-        case kEvtPathStarted:
-            Log(state, {"Scanning: ", step.text != nullptr ? step.text : ""});
-            break;
-        case kEvtPathDone:
-            Log(state, {kSeparator});
-            break;
-        case kEvtUnreadable:
-            count = ++state.unreadable;
-            Log(state, {"\n[Access denied]"});
-            break;
-        case kEvtNeedsDecision:
-            --state.skipped;  // the callback has added it when the file is deleted
-            LogDetection(state, step, "\n");
-            break;
-        case kEvtPrompt:
-        case kEvtConfirmStop:
-        case kEvtAdvance:
-        case kEvtCountingDone:
-        case kEvtFillBar:
-            break;
+    const std::uint32_t count = CountStep(step, state);
+    ReportLog log(state);
+    WriteStepLines(step, log);
+    if (step.type == kEvtScanFinished) {
+        RecordEnd(state, stop);
     }
     return count;
 }
