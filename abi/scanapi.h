@@ -126,4 +126,8 @@ using PFNRESETFPTFLAGS = void (*)();
 using PFNFILESAHEAD = void (*)(int folder, const char* path, const char* const* names,
                                std::size_t count);
 
+/// What an engine says of a file that it cannot read because it has no virus definitions: it will
+/// read no other either.
+inline constexpr char kReasonNoDefinitions[] = "no database was loaded";
+
 inline constexpr char kScanApiLibrary[] = "scanapi.so";

@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <utility>
 
+#include "abi/scanapi.h"
 #include "common/escaped_text.h"
 #include "product/scanapi/engine_log.h"
 #include "product/scanapi/signals_held.h"
@@ -15,7 +16,6 @@ namespace scanapi {
 
 namespace {
 
-constexpr char kNothingLoaded[] = "no database was loaded";
 constexpr char kNoHost[] = "what scans files ended again and again";
 
 scanning::ScanOutcome Unread(std::string_view reason) {
@@ -235,7 +235,7 @@ bool ScanPool::MayStartAgain(const std::string& why) {
     if (!isHopeless) {
         LogLine(why + " again and again: files are not scanned");
     }
-    GiveUp(Unread(isHopeless ? kNothingLoaded : kNoHost));
+    GiveUp(Unread(isHopeless ? kReasonNoDefinitions : kNoHost));
     lock.lock();
     m_changed.wait(lock, [this] { return m_cancelled || (!m_hopeless && m_restarts == 0); });
     if (m_cancelled) {

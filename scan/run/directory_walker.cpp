@@ -9,6 +9,9 @@ WalkResult scan::DirectoryWalker::Walk(const char* directory) {
         if (step == TreeCursor::Step::kEnd) {
             return kWalkDone;
         }
+        if (step == TreeCursor::Step::kUnread) {
+            m_visitor.OnUnread(m_cursor);
+        }
         if (step == TreeCursor::Step::kFile) {
             m_visitor.OnFile(m_cursor);
             if (!m_visitor.GoOn(m_cursor.Directory())) {

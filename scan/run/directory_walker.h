@@ -26,16 +26,23 @@ public:
 
     /// A regular file, at which `cursor` stands.
     virtual void OnFile(const TreeCursor& cursor) = 0;
+
+    /// What is there and cannot be read, at which `cursor` stands.
+    virtual void OnUnread(const TreeCursor& /*cursor*/) {}
 };
 
 /// Walks a tree in the order of TreeCursor, and goes on after all that is passed over.
 class DirectoryWalker {
 public:
-    explicit DirectoryWalker(WalkVisitor& visitor) : m_visitor(visitor) {}
+    /// Both outlive it; the filter, which may be null, holds below the directory to walk.
+    explicit DirectoryWalker(WalkVisitor& visitor, const PathFilter* filter = nullptr)
+        : m_visitor(visitor), m_cursor(TreeCursor::kAnyDepth, filter) {}
 
     /// Walks `directory` itself, a link to one included. kWalkUnreadable when that cannot be
-    /// opened, kWalkStopped as soon as the visitor says so.
+    /// opened, and Error() tells why; kWalkStopped as soon as the visitor says so.
     WalkResult Walk(const char* directory);
+
+    [[nodiscard]] int Error() const { return m_cursor.Error(); }
 
 private:
     WalkVisitor& m_visitor;

@@ -1,9 +1,11 @@
 #include "scan/run/engine_library.h"
 
+#include <string_view>
 #include <type_traits>
 
 #include "common/exception_log.h"
 #include "common/libraries.h"
+#include "common/text_field.h"
 
 namespace scan {
 
@@ -20,12 +22,6 @@ PFNCLOSEFILE pfnClose = nullptr;
 PFNSCANFILEEX pfnScan = nullptr;
 PFNRESETFPTFLAGS pfnResetFPTFlags = nullptr;
 PFNFILESAHEAD pfnFilesAhead = nullptr;  // null also where the engine has none
-
-template <typename Function>
-bool LookUp(void* library, const char* symbol, Function& pointer) {
-    pointer = reinterpret_cast<Function>(ZQGetProcAddress(library, symbol));
-    return pointer != nullptr;
-}
 
 /// Calls an entry point. 0, which is a failure to each of them, when it is missing or throws.
 template <typename Function, typename... Arguments>
@@ -45,28 +41,39 @@ auto Call(const char* where, Function function, Arguments... arguments) {
 
 }  // namespace
 
+template <typename Function>
+bool EngineLibrary::LookUp(const char* symbol, Function& pointer) {
+    pointer = reinterpret_cast<Function>(ZQGetProcAddress(m_library, symbol));
+    if (pointer == nullptr) {
+        m_problem = std::string("it has no entry point ") + symbol;
+    }
+    return pointer != nullptr;
+}
+
 bool EngineLibrary::LookUpEntryPoints() {
-    return LookUp(m_library, "ZqInitScan", pfnInit) &&
-           LookUp(m_library, "ZqDeinitScan", pfnDeinit) &&
-           LookUp(m_library, "ZqGetAPIVersion", pfnGetVer) &&
-           LookUp(m_library, "ZqSetCallBack", pfnSetclbk) &&
-           LookUp(m_library, "ZqSetOptions", pfnSetoptns) &&
-           LookUp(m_library, "ZqOpenFile", pfnOpen) && LookUp(m_library, "ZqCloseFile", pfnClose) &&
-           LookUp(m_library, "ZqScanFileEx", pfnScan) &&
-           LookUp(m_library, "ZqResetFPTFlags", pfnResetFPTFlags);
+    return LookUp("ZqInitScan", pfnInit) && LookUp("ZqDeinitScan", pfnDeinit) &&
+           LookUp("ZqGetAPIVersion", pfnGetVer) && LookUp("ZqSetCallBack", pfnSetclbk) &&
+           LookUp("ZqSetOptions", pfnSetoptns) && LookUp("ZqOpenFile", pfnOpen) &&
+           LookUp("ZqCloseFile", pfnClose) && LookUp("ZqScanFileEx", pfnScan) &&
+           LookUp("ZqResetFPTFlags", pfnResetFPTFlags);
 }
 
 bool EngineLibrary::Load(const char* path) {
     Unload();
     m_library = ZQLoadLibrary(path);
     if (m_library == nullptr) {
+        // What stands before that is for the log.
+        const std::string_view message = common::FieldText(szErrMsg);
+        const auto reason = message.find("!!!");
+        m_problem = message.substr(reason != std::string_view::npos ? reason + 3 : 0);
         return false;
     }
     if (!LookUpEntryPoints()) {
         Free();
         return false;
     }
-    LookUp(m_library, "ZqFilesAhead", pfnFilesAhead);
+    LookUp("ZqFilesAhead", pfnFilesAhead);
+    m_problem.clear();
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
 #include "abi/scanapi.h"
 #include "common/run_state.h"
@@ -20,6 +21,9 @@ public:
     /// Loads the library and looks its entry points up; an engine already loaded is unloaded first.
     /// False with nothing loaded when the library or one of the nine is missing.
     bool Load(const char* path);
+
+    /// Why Load() failed: the loader's words, or which entry point is missing.
+    [[nodiscard]] const std::string& Problem() const { return m_problem; }
 
     /// Starts the loaded engine and registers the callback. False with the library freed when the
     /// engine refuses either.
@@ -54,9 +58,12 @@ public:
     void FilesAhead(int folder, const char* path, std::span<const char* const> names);
 
 private:
+    template <typename Function>
+    bool LookUp(const char* symbol, Function& pointer);
     bool LookUpEntryPoints();
 
     void*& m_library = g_hModScanAPI;
+    std::string m_problem;
 };
 
 }  // namespace scan

@@ -24,9 +24,9 @@ private:
 }  // namespace
 
 WalkResult CountFiles(const char* directory, const std::atomic<bool>& stop,
-                      std::atomic<std::uint64_t>& total) {
+                      std::atomic<std::uint64_t>& total, const PathFilter* filter) {
     CountingVisitor visitor(stop, total);
-    return DirectoryWalker(visitor).Walk(directory);
+    return DirectoryWalker(visitor, filter).Walk(directory);
 }
 
 }  // namespace scan

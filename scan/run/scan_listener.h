@@ -26,6 +26,10 @@ public:
     /// behind lets them wait here.
     virtual void Tell(const ScanStep& step) = 0;
 
+    /// What the walk came to and could not read, a directory or a path too long, is passed over;
+    /// `error` is as in errno. No step, and nothing in the report. Called on the scanning thread.
+    virtual void PassedOver(const char* /*path*/, int /*error*/) {}
+
     /// A question: kEvtPrompt (its answer goes into ScanState::answer, or the stop flag is set) or
     /// kEvtConfirmStop (the stop flag is left, or cleared for no). The scan goes on with
     /// ScanRun::Answer(), which may be called from here or by another thread later.

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "common/exception_log.h"
+#include "reports/files/scan_report_text.h"
 #include "scan/run/directory_walker.h"
 #include "scan/run/file_count.h"
 #include "scan/run/message_rules.h"
@@ -34,6 +35,9 @@ public:
     void OnFile(const TreeCursor& cursor) override {
         m_scout.BeforeFile(cursor);
         m_run.ScanFile(cursor.Path());
+    }
+    void OnUnread(const TreeCursor& cursor) override {
+        m_run.TellPassedOver(cursor.Path(), cursor.Error());
     }
 
 private:
@@ -80,16 +84,17 @@ void ScanRun::Begin() {
     m_unread.Clear();
     common::ResetRunCounters();
     m_start = std::time(nullptr);
-    WriteTime(m_state.startTime, "Start Time : %H:%M:%S\r\n", m_start);
+    WriteTime(m_state.startTime, reports::kStartTimeFormat, m_start);
     if (m_state.report != nullptr) {
         m_state.report->WriteHeader();
     }
 }
 
 void ScanRun::Scan(CountingThread& counting) {
-    if (m_paths != nullptr && IsDirectoryBehindLinks(m_paths->path)) {
+    const std::vector<const char*> tops = Tops();
+    if (!m_mixedPaths.empty() || (!tops.empty() && IsDirectoryBehindLinks(tops.front()))) {
         counting.Start();
-        ScanPaths();
+        ScanPaths(tops);
     } else if (m_paths != nullptr) {
         // A single file, which is how the main window passes one: what follows it is not scanned.
         m_state.total = kUnknownTotal;
@@ -104,22 +109,52 @@ void ScanRun::Scan(CountingThread& counting) {
     Tell({kEvtScanFinished, "abc"});  // a filler that no one reads
 }
 
-void ScanRun::ScanPaths() {
-    WalkScout scout(m_engine, m_stop);
-    for (const tagPathList* node = m_paths; node != nullptr; node = node->next) {
-        Tell({kEvtPathStarted, node->path});
-        scout.SetPathsBehind(node->next);
-        const std::uint32_t result = ScanDirectory(node->path, scout);
-        Tell({kEvtPathDone, node->path});
+std::vector<const char*> ScanRun::Tops() const {
+    std::vector<const char*> tops;
+    for (const std::string& path : m_mixedPaths) {
+        tops.push_back(path.c_str());
+    }
+    for (const tagPathList* node = m_paths; node != nullptr && m_mixedPaths.empty();
+         node = node->next) {
+        tops.push_back(node->path);
+    }
+    return tops;
+}
+
+bool ScanRun::IsFile(const char* top) const {
+    return !m_mixedPaths.empty() && !IsDirectoryBehindLinks(top);
+}
+
+void ScanRun::ScanPaths(std::span<const char* const> tops) {
+    WalkScout scout(m_engine, m_stop, m_filter);
+    while (!tops.empty()) {
+        const char* const top = tops.front();
+        tops = tops.subspan(1);
+        Tell({kEvtPathStarted, top});
+        scout.SetPathsBehind(tops);
+        const std::uint32_t result = ScanTop(top, scout);
+        Tell({kEvtPathDone, top});
         if (result == kWalkStopped) {
             break;
         }
     }
 }
 
+std::uint32_t ScanRun::ScanTop(const char* top, WalkScout& scout) {
+    if (!IsFile(top)) {
+        return ScanDirectory(top, scout);  // which asks about a stop for itself
+    }
+    ScanningVisitor visitor(*this, scout);
+    if (!visitor.GoOn(top)) {
+        return kWalkStopped;
+    }
+    ScanFile(top);
+    return visitor.GoOn(top) ? kWalkDone : kWalkStopped;
+}
+
 void ScanRun::NoteEnd() {
     const std::time_t end = std::time(nullptr);
-    WriteTime(m_state.endTime, "End Time :  %H:%M:%S\r\n", end);
+    WriteTime(m_state.endTime, reports::kEndTimeFormat, end);
     m_state.seconds = std::difftime(end, m_start);
 }
 
@@ -130,7 +165,12 @@ std::uint32_t ScanRun::ScanDirectory(const char* directory) {
 
 std::uint32_t ScanRun::ScanDirectory(const char* directory, WalkScout& scout) {
     ScanningVisitor visitor(*this, scout);
-    return DirectoryWalker(visitor).Walk(directory);
+    DirectoryWalker walker(visitor, m_filter);
+    const WalkResult result = walker.Walk(directory);
+    if (result == kWalkUnreadable) {
+        TellPassedOver(directory, walker.Error());
+    }
+    return result;
 }
 
 void ScanRun::ScanFile(const char* path) {
@@ -167,8 +207,10 @@ tagSCANAPI_OPTIONS& ScanRun::EngineOptions() {
 }
 
 void ScanRun::Count() {
-    for (const tagPathList* node = m_paths; node != nullptr; node = node->next) {
-        if (CountFiles(node->path, m_state.stopCount, m_state.total) == kWalkStopped) {
+    for (const char* top : Tops()) {
+        if (IsFile(top)) {
+            ++m_state.total;
+        } else if (CountFiles(top, m_state.stopCount, m_state.total, m_filter) == kWalkStopped) {
             break;
         }
     }

@@ -3,6 +3,10 @@
 #include <atomic>
 #include <cstdint>
 #include <ctime>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "abi/scanapi.h"
 #include "common/path_list.h"
@@ -14,6 +18,7 @@
 
 namespace scan {
 
+class PathFilter;
 class ScanEngine;
 class WalkScout;
 
@@ -50,6 +55,12 @@ public:
     // Before the scan. The list may be read by any thread once it has begun.
     void SetPaths(tagPathList* paths) { m_paths = paths; }
     [[nodiscard]] tagPathList* Paths() const { return m_paths; }
+
+    /// Instead: paths of up to 1,023 bytes that are all scanned, folders and files alike.
+    void SetMixedPaths(std::vector<std::string> paths) { m_mixedPaths = std::move(paths); }
+
+    /// What is left out of scan and count below the paths; null for nothing. It outlives the run.
+    void SetFilter(const PathFilter* filter) { m_filter = filter; }
     void ForgetTotal();
 
     // The scan thread.
@@ -59,7 +70,8 @@ public:
 
     /// Scans the paths with `counting` beside it. The last thing it tells is kEvtScanFinished.
     ///
-    /// A first path that is no directory is scanned as the only file, whatever follows it.
+    /// A first path of SetPaths() that is no directory is scanned as the only file, whatever
+    /// follows it.
     void Scan(CountingThread& counting);
 
     /// Hands one file, named by bytes, to the engine.
@@ -74,6 +86,8 @@ public:
     EngineReply Reply(const tagZQFILEINFO& info) noexcept;
 
     void Tell(const ScanStep& step) { m_listener.Tell(step); }
+
+    void TellPassedOver(const char* path, int error) { m_listener.PassedOver(path, error); }
 
     /// Asks and waits for the answer, with no time limit.
     void Ask(const ScanStep& question);
@@ -107,7 +121,10 @@ public:
     [[nodiscard]] ScanState& State() { return m_state; }
 
 private:
-    void ScanPaths();
+    [[nodiscard]] std::vector<const char*> Tops() const;
+    [[nodiscard]] bool IsFile(const char* top) const;
+    void ScanPaths(std::span<const char* const> tops);
+    std::uint32_t ScanTop(const char* top, WalkScout& scout);
     std::uint32_t ScanDirectory(const char* directory, WalkScout& scout);
     void NoteEnd();
 
@@ -117,6 +134,8 @@ private:
     StopFlag m_stop;
     PromptHandshake m_questions;
     tagPathList* m_paths = nullptr;
+    std::vector<std::string> m_mixedPaths;
+    const PathFilter* m_filter = nullptr;
     std::time_t m_start = 0;
     std::atomic<bool> m_isScanning{false};
     tagZQFILEINFO m_asked{};  // what the prompt asks about

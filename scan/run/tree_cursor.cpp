@@ -1,6 +1,7 @@
 #include "scan/run/tree_cursor.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -24,6 +25,12 @@ bool IsSearchable(int directory) {
     return ::fstatat(directory, ".", &status, 0) == 0;
 }
 
+/// Whether a directory that could not be opened has gone, or was none, rather than kept its
+/// contents back. A socket has the bit of a directory.
+bool IsNoDirectoryAnyMore(int error) {
+    return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENXIO;
+}
+
 ZqFileType TypeToWalk(int directory, bool isSearchable, const common::DirectoryEntry& entry) {
     const mode_t type = isSearchable ? common::TypeOf(directory, entry) : 0;
     return type == 0 ? kTypeSkip : FileTypeOfMode(type);
@@ -36,10 +43,12 @@ bool TreeCursor::Start(const char* directory) {
         Pop();
     }
     if (directory == nullptr || !common::CopyToField(m_path, directory)) {
+        m_error = ENAMETOOLONG;
         return false;
     }
     common::FileDescriptor top(::open(directory, kOpenDirectory));
     if (!top) {
+        m_error = errno;
         return false;
     }
     Push(std::move(top), std::strlen(directory));
@@ -94,22 +103,37 @@ TreeCursor::Step TreeCursor::Advance() {
         return m_depth == 0 ? Step::kEnd : Step::kOther;
     }
     const ZqFileType type = TypeToWalk(folder, level.isSearchable, *entry);
-    const std::size_t length = type == kTypeSkip ? 0 : Join(level.length, entry->name);
+    if (type == kTypeSkip) {
+        return Step::kOther;
+    }
+    const std::size_t length = Join(level.length, entry->name);
     if (length == 0) {
-        return Step::kOther;  // a cut path would be another file
+        (void)Directory();  // a cut path would be another file
+        return Unread(ENAMETOOLONG);
+    }
+    if (m_filter != nullptr && m_filter->LeavesOut(m_path.data())) {
+        return Step::kOther;
     }
     if (type == kTypeRegular) {
         m_name = length - entry->name.size();
         return Step::kFile;
     }
-    if (m_depth < m_mostLevels) {
-        common::FileDescriptor below(
-            ::openat(folder, entry->name.data(), kOpenDirectory | O_NOFOLLOW));
-        if (below) {
-            Push(std::move(below), length);
-        }
+    return m_depth < m_mostLevels ? GoDown(folder, entry->name.data(), length) : Step::kOther;
+}
+
+TreeCursor::Step TreeCursor::GoDown(int folder, const char* name, std::size_t length) {
+    common::FileDescriptor below(::openat(folder, name, kOpenDirectory | O_NOFOLLOW));
+    if (!below) {
+        const int error = errno;
+        return IsNoDirectoryAnyMore(error) ? Step::kOther : Unread(error);
     }
-    return Step::kOther;
+    Push(std::move(below), length);
+    return m_levels[m_depth - 1].isSearchable ? Step::kOther : Unread(EACCES);
+}
+
+TreeCursor::Step TreeCursor::Unread(int error) {
+    m_error = error;
+    return Step::kUnread;
 }
 
 std::size_t TreeCursor::Join(std::size_t length, std::string_view name) {

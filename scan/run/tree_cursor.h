@@ -8,6 +8,7 @@
 
 #include "common/directory_reader.h"
 #include "common/file_descriptor.h"
+#include "scan/run/path_filter.h"
 
 namespace scan {
 
@@ -25,27 +26,34 @@ class TreeCursor {
 public:
     static constexpr std::size_t kAnyDepth = static_cast<std::size_t>(-1);
 
-    /// What lies more than `mostLevels` directories deep, the top included, is passed over.
-    explicit TreeCursor(std::size_t mostLevels = kAnyDepth) : m_mostLevels(mostLevels) {}
+    /// What lies more than `mostLevels` directories deep, the top included, is passed over, and
+    /// below the top what `filter` leaves out, which may be null and outlives the cursor.
+    explicit TreeCursor(std::size_t mostLevels = kAnyDepth, const PathFilter* filter = nullptr)
+        : m_mostLevels(mostLevels), m_filter(filter) {}
 
     /// Begins before the first entry of `directory`, a link to one included. False, at the end of
-    /// everything, when that cannot be opened.
+    /// everything, when that cannot be opened; Error() tells why.
     bool Start(const char* directory);
 
     /// Begins where `other` stands, in the same tree, and leaves that as it is.
     void StartAt(const TreeCursor& other);
 
     enum class Step {
-        kFile,   ///< a regular file: Path() is its
-        kOther,  ///< some other entry, or the end of a directory below the top
-        kEnd,    ///< nothing is left
+        kFile,    ///< a regular file: Path() is its
+        kUnread,  ///< what is there and cannot be read: Path() is its, or where the whole path does
+                  ///< not fit its directory's; Error() tells why
+        kOther,   ///< some other entry, or the end of a directory below the top
+        kEnd,     ///< nothing is left
     };
     /// Takes one entry.
     Step Advance();
 
-    /// After Step::kFile, until the call of Directory().
+    /// After Step::kFile and Step::kUnread, until the call of Directory().
     [[nodiscard]] const char* Path() const { return m_path.data(); }
     [[nodiscard]] const char* Name() const { return m_path.data() + m_name; }
+
+    /// After Step::kUnread and where Start() failed: as in errno.
+    [[nodiscard]] int Error() const { return m_error; }
 
     /// The path of the directory whose entry comes next, before the end. Ends the look at a file.
     const char* Directory();
@@ -65,12 +73,16 @@ private:
     };
 
     void Push(common::FileDescriptor folder, std::size_t length);
+    Step Unread(int error);
+    Step GoDown(int folder, const char* name, std::size_t length);
     void Pop();
 
     /// Adds `name` to the directory in m_path. The new length, 0 when it does not fit.
     std::size_t Join(std::size_t length, std::string_view name);
 
     std::size_t m_mostLevels;
+    const PathFilter* m_filter;
+    int m_error = 0;
     std::array<char, kWalkPathSize> m_path{};
     std::size_t m_name = 0;  // where the file's name begins
     std::vector<Level> m_levels;

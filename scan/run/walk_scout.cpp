@@ -34,8 +34,11 @@ std::size_t DigestOf(const char* path) {
 
 }  // namespace
 
-WalkScout::WalkScout(ScanEngine& engine, const StopFlag& stop)
-    : m_engine(engine), m_stop(stop), m_mayRun(HasEnoughDescriptors()), m_cursor(kMostLevels) {}
+WalkScout::WalkScout(ScanEngine& engine, const StopFlag& stop, const PathFilter* filter)
+    : m_engine(engine),
+      m_stop(stop),
+      m_mayRun(HasEnoughDescriptors()),
+      m_cursor(kMostLevels, filter) {}
 
 void WalkScout::Forget() {
     m_told.clear();
@@ -79,11 +82,11 @@ void WalkScout::GoAhead() {
 }
 
 bool WalkScout::StartNextPath() {
-    if (m_next == nullptr) {
+    if (m_next.empty()) {
         return false;
     }
-    m_cursor.Start(m_next->path);  // the walk passes over one that cannot be opened, too
-    m_next = m_next->next;
+    m_cursor.Start(m_next.front());  // the walk passes over one that cannot be opened, too
+    m_next = m_next.subspan(1);
     return true;
 }
 

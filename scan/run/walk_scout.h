@@ -3,10 +3,10 @@
 #include <cstddef>
 #include <deque>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
-#include "common/path_list.h"
 #include "scan/run/read_ahead.h"
 #include "scan/run/stop_flag.h"
 #include "scan/run/tree_cursor.h"
@@ -24,14 +24,14 @@ class ScanEngine;
 /// that is. On the scan thread.
 class WalkScout {
 public:
-    /// Both outlive it.
-    WalkScout(ScanEngine& engine, const StopFlag& stop);
+    /// All outlive it; the filter is that of the walk and may be null.
+    WalkScout(ScanEngine& engine, const StopFlag& stop, const PathFilter* filter = nullptr);
     ~WalkScout() { Forget(); }
     WalkScout(const WalkScout&) = delete;
     WalkScout& operator=(const WalkScout&) = delete;
 
     /// Before the walk of a path: `next` are those that are scanned after it.
-    void SetPathsBehind(const tagPathList* next) { m_behind = next; }
+    void SetPathsBehind(std::span<const char* const> next) { m_behind = next; }
 
     /// Before the file at which the cursor of the walk stands is scanned.
     void BeforeFile(const TreeCursor& walk);
@@ -50,8 +50,8 @@ private:
     const bool m_mayRun;
     ReadAhead m_readAhead;
     TreeCursor m_cursor;
-    const tagPathList* m_behind = nullptr;  // the walk's path
-    const tagPathList* m_next = nullptr;    // what m_cursor goes through after its own tree
+    std::span<const char* const> m_behind;  // the walk's path
+    std::span<const char* const> m_next;    // what m_cursor goes through after its own tree
     std::deque<std::size_t> m_told;         // digests of the paths that are still to come
     std::size_t m_missed = 0;               // files of the walk since the last that had been told
     bool m_hasTold = false;
