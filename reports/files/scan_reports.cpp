@@ -101,6 +101,8 @@ ScanReports::ScanReports() {
     }
 }
 
+ScanReports::ScanReports(common::FileDescriptor report) : m_fd(report.Release()) {}
+
 ScanReports::~ScanReports() {
     if (m_fd > 0) {
         (void)::fchmod(m_fd, 0644);

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "abi/system_time.h"
+#include "common/file_descriptor.h"
 #include "common/scan_settings.h"
 #include "reports/files/scheduled_index.h"
 
@@ -62,6 +63,9 @@ public:
     /// Makes a report in the folder of the scheduled scans, "schdNNNN.rpt", with mode 0600. Where
     /// that fails there is none, and its path is empty.
     ScanReports();
+
+    /// Writes into a report that somebody else has made and lists: `report` is open for writing.
+    explicit ScanReports(common::FileDescriptor report);
 
     /// Closes the report; its mode becomes 0644.
     ~ScanReports();

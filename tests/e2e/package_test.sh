@@ -80,6 +80,11 @@ for locale in en_US en; do
     Expect "the labels of reports for $locale" yes \
         "$(YesOrNo test -s "$kProductDir/translation/$locale/LC_MESSAGES/lang.mo")"
 done
+Expect "the scanner for the shell" "$kProductDir/corvane-scan corvane-scan $(ControlField Version)" \
+    "$(readlink -f /usr/bin/corvane-scan) $(corvane-scan --version)"
+for part in man/man1/corvane-scan.1.gz bash-completion/completions/corvane-scan zsh/vendor-completions/_corvane-scan; do
+    Expect "what comes with it: $part" "/usr/share/$part" "$(dpkg -L corvane | grep -F "/usr/share/$part")"
+done
 Expect "no record in the virus log" "[]" "$(corvane-virlog --format json 2>/dev/null)"
 Expect "no settings password" "No settings password is set." "$(corvane-admin status)"
 
