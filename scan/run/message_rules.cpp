@@ -3,6 +3,7 @@
 #include "common/text_field.h"
 #include "reports/virus_log/virus_log.h"
 #include "scan/run/detection_filters.h"
+#include "scan/run/detection_journal.h"
 #include "scan/run/scan_run.h"
 
 namespace scan {
@@ -59,10 +60,14 @@ EngineReply OnDetection(const tagZQFILEINFO& info, ScanRun& run, std::int16_t& p
     previousCode = info.code;
     run.Tell({kEvtInfected, nullptr, &info});
 
+    EngineReply reply = kReplyStop;
     if (state.settings.action != kActionPrompt) {
-        return ReplyFor(info.code, state.settings.action);
+        reply = ReplyFor(info.code, state.settings.action);
+    } else if (AskUser(info, run)) {
+        reply = ReplyFor(info.code, state.answer.choice);
     }
-    return AskUser(info, run) ? ReplyFor(info.code, state.answer.choice) : kReplyStop;
+    JournalDetection(info, reply);
+    return reply;
 }
 
 EngineReply OnNeedsDecision(const tagZQFILEINFO& info, ScanRun& run) {
@@ -86,15 +91,16 @@ EngineReply OnRepairFailed(const tagZQFILEINFO& info, ScanRun& run, std::int16_t
     return deleteInstead ? kReplyStop : kReplyGoOn;
 }
 
-void RecordInVirusLog(const tagZQFILEINFO& info) {
+void RecordInLogs(const tagZQFILEINFO& info) {
     const TerminatedNames names(info);
     ZQVRAddRecVirusReport(virus_log::kScannerUiComponent, names.fileName, names.virusName,
                           VirusLogText(info.code));
+    JournalOutcome(info);
 }
 
 /// The record comes first: whoever is told of the step finds it in the log.
 EngineReply OnDone(const tagZQFILEINFO& info, ScanRun& run, ZQEvent event) {
-    RecordInVirusLog(info);
+    RecordInLogs(info);
     run.Tell({event, nullptr, &info});
     return kReplyGoOn;
 }
@@ -136,7 +142,7 @@ EngineReply ReplyToMessage(const tagZQFILEINFO& info, ScanRun& run) {
         case kMsgSkipped:
             return OnDone(info, run, kEvtSkipped);
         case kMsgMarkedForDeletion:
-            RecordInVirusLog(info);  // and no step: the file is still there
+            RecordInLogs(info);  // and no step: the file is still there
             return kReplyGoOn;
         case kMsgAskStop:
         default:
