@@ -82,7 +82,10 @@ for locale in en_US en; do
 done
 Expect "the scanner for the shell" "$kProductDir/corvane-scan corvane-scan $(ControlField Version)" \
     "$(readlink -f /usr/bin/corvane-scan) $(corvane-scan --version)"
-for part in man/man1/corvane-scan.1.gz bash-completion/completions/corvane-scan zsh/vendor-completions/_corvane-scan; do
+for part in man/man1/corvane-scan.1.gz bash-completion/completions/corvane-scan \
+    zsh/vendor-completions/_corvane-scan nemo/actions/corvane-scan.nemo_action \
+    kio/servicemenus/corvane-scan.desktop nautilus-python/extensions/corvane-scan.py \
+    caja-python/extensions/corvane-scan.py doc/corvane/README.file-managers; do
     Expect "what comes with it: $part" "/usr/share/$part" "$(dpkg -L corvane | grep -F "/usr/share/$part")"
 done
 Expect "no record in the virus log" "[]" "$(corvane-virlog --format json 2>/dev/null)"
