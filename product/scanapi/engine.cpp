@@ -178,7 +178,9 @@ scanning::ScanOutcome Engine::Scan(const std::shared_ptr<TargetFile>& file,
         if (!m_closing && !m_failureLogged.exchange(true)) {
             LogLine("no database was loaded, files are not scanned");
         }
-        return {};
+        scanning::ScanOutcome outcome;
+        outcome.reason = kReasonNoDefinitions;
+        return outcome;
     }
     m_ahead.Use(pool, profile);
     auto scan = m_ahead.Take(file);
