@@ -191,14 +191,4 @@ TEST_F(MixedPaths, WhatHasGoneIsNotTold) {
     EXPECT_THAT(passedOver, IsEmpty());
 }
 
-TEST_F(MixedPaths, WhyAnEngineDoesNotLoadIsKnown) {
-    EXPECT_FALSE(StartEngine("", "without_ZqScanFileEx"));
-    EXPECT_EQ(m_library.Problem(), "it has no entry point ZqScanFileEx");
-    EXPECT_FALSE(m_library.Load("/nowhere/scanapi.so"));
-    EXPECT_EQ(m_library.Problem(),
-              "/nowhere/scanapi.so: cannot open shared object file: No such file or directory");
-    EXPECT_TRUE(StartEngine("", "without_ZqFilesAhead"));
-    EXPECT_EQ(m_library.Problem(), "");
-}
-
 }  // namespace
