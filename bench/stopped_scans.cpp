@@ -123,6 +123,7 @@ private:
 
 std::vector<double> Moments(int count, double seconds) {
     std::vector<double> moments;
+    moments.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         moments.push_back(seconds * (i + 0.5) / count);
     }

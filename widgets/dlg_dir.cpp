@@ -35,11 +35,9 @@ dlgDir::dlgDir(QWidget* parent, FolderListing listing) : FolderPicker(parent, st
 void dlgDir::GetPathsToScan(QTreeWidgetItem* item) {
     for (StateChkLstView* folder : WithLaterSiblings(item)) {
         StateChkLstView* firstChild = folder->Child(0);
-        if (!folder->IsTicked()) {
-            GetPathsToScan(firstChild);
-        } else if (firstChild == nullptr) {
+        if (folder->IsTicked() && firstChild == nullptr) {
             Take(GetFullPath(folder));
-        } else if (firstChild->IsTicked()) {
+        } else if (!folder->IsTicked() || firstChild->IsTicked()) {
             GetPathsToScan(firstChild);
         }
     }

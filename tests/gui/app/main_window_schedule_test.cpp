@@ -1,5 +1,6 @@
 // The schedule page in the main window: its slots lead to it.
 
+#include <QLineEdit>
 #include <QTest>
 #include <QTreeWidget>
 

@@ -10,7 +10,6 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 const std::string kRead = std::string("read ") + kTaskListPath + " 1000";
 constexpr char kNoLibrary[] =

@@ -112,7 +112,7 @@ TEST_F(WizardFinish, EachOptionHasItsBit) {
             Find<QCheckBox>(other).setChecked(std::string(other) == name);
         }
         GoToSummary("task");
-        const std::size_t place = std::string(kTaskListPath).size() + 1 + 2 * 275U;
+        const std::size_t place = std::string(kTaskListPath).size() + 1 + std::size_t{2} * 275;
         EXPECT_EQ(Added("task").substr(place, 2), bit) << name;
         m_scheduler->DropTasks();
     }

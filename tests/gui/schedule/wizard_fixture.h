@@ -106,6 +106,7 @@ protected:
 
     static std::vector<std::string> Rows(const QListWidget& list) {
         std::vector<std::string> rows;
+        rows.reserve(static_cast<std::size_t>(list.count()));
         for (int row = 0; row < list.count(); ++row) {
             rows.push_back(list.item(row)->text().toStdString());
         }

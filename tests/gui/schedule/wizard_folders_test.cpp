@@ -60,10 +60,10 @@ TEST_F(WizardFolders, RefusedFoldersAreExplainedAndSkipped) {
         {"1000", shown + " cannot be scanned at a scheduled time (error 1000)."},
     };
     for (const auto& [code, text] : kRefusals) {
-        m_scheduler->SetScript(a + " " + code);
+        m_scheduler->SetScript(std::string(a).append(" ").append(code));
         Open();
         ModalDriver user;
-        ExpectPicker(user, a + ";" + b);
+        ExpectPicker(user, std::string(a).append(";").append(b));
         ExpectWarning(user, text);
         Click("btnAddFolders");
         EXPECT_THAT(Folders(), ElementsAre(b)) << code;

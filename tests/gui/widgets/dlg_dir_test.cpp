@@ -160,8 +160,9 @@ TEST_F(DlgDirTest, FoldersThatCannotBeKeptAreNamedAndLeftOut) {
     const std::string parent(199, 'p');
     const std::string fits(53, 'f');     // "/", 199, "/", 53 and "/": 255 bytes
     const std::string tooLong(54, 'g');  // 256
+    const auto inParent = [&](const std::string& name) { return (parent + "/").append(name); };
     for (const std::string& name : {std::string("divided;folder"), std::string("latin\xE9"),
-                                    parent + "/" + fits, parent + "/" + tooLong}) {
+                                    inParent(fits), inParent(tooLong)}) {
         m_tree.Folder(name);
     }
     m_tree.Folder("gr\xC3\xBCn");
@@ -171,7 +172,7 @@ TEST_F(DlgDirTest, FoldersThatCannotBeKeptAreNamedAndLeftOut) {
     Expand("/" + parent);
     for (const std::string& path :
          {std::string("/divided;folder"), std::string("/latin\xE9"), std::string("/gr\xC3\xBCn"),
-          "/" + parent + "/" + fits, "/" + parent + "/" + tooLong}) {
+          "/" + inParent(fits), "/" + inParent(tooLong)}) {
         Toggle(path);
     }
     const BoxAnswerer boxes;
