@@ -211,7 +211,7 @@ bool Planner::Begin(const Turn& turn, const Moment& moment) {
     Running running;
     running.task = *turn.task;
     running.last.start = CountOf(moment.now);
-    running.last.reason = turn.reason;
+    running.last.reason = static_cast<int>(turn.reason);
     running.begun = moment.sinceBoot;
     if (m_list.Note(running.task.id, running.last, SettledBy(turn.due, moment)) != kScheduleOk) {
         ::syslog(LOG_ERR, "the list of tasks cannot be written: no scan is begun");
@@ -251,7 +251,7 @@ void Planner::Collect(const Moment& moment) {
 void Planner::Finish(Running& running, const Outcome& outcome, const Moment& moment) {
     LastRun last = running.last;
     last.end = CountOf(moment.now);
-    last.result = running.isTooLong ? kScheduleRunTookTooLong : outcome.result;
+    last.result = static_cast<int>(running.isTooLong ? kScheduleRunTookTooLong : outcome.result);
     last.infected = outcome.infected;
     last.unread = outcome.unread;
     last.report = outcome.report;
