@@ -46,6 +46,10 @@ void Note(const char* name, const std::string& line) {
     std::ofstream(g_folder + name, std::ios::app) << line + "\n";
 }
 
+bool IsThere(const std::string& name) {
+    return ::access((g_folder + name).c_str(), F_OK) == 0;
+}
+
 void NoteWhatIsSeen(char** environment) {
     std::string seen;
     for (char** each = environment; *each != nullptr; ++each) {
@@ -146,7 +150,7 @@ private:
         }
     }
     static void AwaitGoingOn() {
-        while (!fs::exists(g_folder + "go-on")) {
+        while (!IsThere("go-on")) {
             ::usleep(1'000);
         }
     }
@@ -189,11 +193,13 @@ private:
         } else if (what == "held") {
             AwaitGoingOn();
             Say(id, Verdict::Clean);
-        } else if (what == "killshostonce" && fs::exists(g_folder + "has-" + item.baseName)) {
-            Say(id, Verdict::Clean);
         } else if (what == "killshostonce") {
-            Note(("has-" + item.baseName).c_str(), "killed");
-            Misbehave("killshost", id);
+            const std::string killed = "has-" + item.baseName;
+            if (!IsThere(killed)) {
+                Note(killed.c_str(), "killed");
+                Misbehave("killshost", id);
+            }
+            Say(id, Verdict::Clean);
         } else if (what == "heldvirus") {
             AwaitGoingOn();
             Say(id, Verdict::Infected, "Fake.Virus");
@@ -447,9 +453,13 @@ private:
 }  // namespace
 
 int main(int /*count*/, char** words, char** environment) {
-    g_folder = fs::path(words[0]).parent_path().string() + "/";
-    Note("starts", std::to_string(::getpid()));
-    Note("pids", std::to_string(::getpid()));
-    NoteWhatIsSeen(environment);
-    return Host().Run();
+    try {
+        g_folder = fs::path(words[0]).parent_path().string() + "/";
+        Note("starts", std::to_string(::getpid()));
+        Note("pids", std::to_string(::getpid()));
+        NoteWhatIsSeen(environment);
+        return Host().Run();
+    } catch (...) {
+        return 5;
+    }
 }
