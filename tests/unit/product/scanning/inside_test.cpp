@@ -109,7 +109,8 @@ TEST_F(InsideTest, AnEncryptedMemberWithinOtherDataIsNotCalledClean) {
                                      std::string("\xFF\xD8\xFF\xE0 an image")}) {
         EXPECT_EQ(Verdict(start + secret), "unread: encrypted") << start;
         // A find next to it is told of all the same.
-        EXPECT_EQ(Verdict(start + Zip({{"bad.com", Eicar()}}) + secret), "infected") << start;
+        EXPECT_EQ(Verdict((start + Zip({{"bad.com", Eicar()}})).append(secret)), "infected")
+            << start;
     }
     // Matched as the bytes it is where archives are not to be read.
     auto quiet = SampleScanner::kAll;

@@ -345,6 +345,7 @@ TEST_F(ScheduleLibraryTest, AUserWhoFloodsKeepsOutNobodyElse) {
     EXPECT_EQ(AsUser(kBin,
                      [] {
                          std::vector<common::FileDescriptor> kept;
+                         kept.reserve(20);
                          for (int i = 0; i < 20; ++i) {
                              kept.push_back(Connect());
                          }

@@ -14,7 +14,6 @@ namespace {
 
 using shellscan::Notification;
 using shellscan::NotificationOf;
-using shellscan::RunSummary;
 
 TEST(Notification, SaysHowTheScanEnded) {
     const Notification found =

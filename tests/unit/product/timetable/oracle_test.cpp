@@ -16,7 +16,7 @@ using timetable::NextRun;
 using timetable::Past;
 using timetable::Plan;
 
-constexpr std::int64_t kDay = 24 * 3600;
+constexpr std::int64_t kDay = 86'400;  // seconds
 
 std::int64_t Step() {
     return std::getenv("CORVANE_EVERY_POINT") != nullptr ? 1 : 60;
@@ -36,7 +36,7 @@ struct Wall {
 // The C library is asked at every quarter of an hour, and in between only where it is ahead of UTC
 // by more or less at the end than at the beginning.
 Wall WatchClock(const std::string& zone) {
-    constexpr std::int64_t kQuarter = 15 * 60;
+    constexpr std::int64_t kQuarter = 900;  // seconds
     const LibraryZone library(zone);
     Wall wall;
     wall.shown.reserve(static_cast<std::size_t>((kEnd - kBegin) / Step()));
