@@ -48,9 +48,9 @@ def load(path, manager):
             types.SimpleNamespace(MenuProvider=type("MenuProvider", (), {}), MenuItem=Item))
     sys.modules["gi"] = types.ModuleType("gi")
     sys.modules["gi.repository"] = repository
-    spec = importlib.util.spec_from_file_location("extension_" + manager, path)
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    found = importlib.util.spec_from_file_location("extension_" + manager, path)
+    module = importlib.util.module_from_spec(found)
+    found.loader.exec_module(module)
     return module
 
 
