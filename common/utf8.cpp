@@ -54,4 +54,15 @@ DecodedCharacter DecodeUtf8(std::string_view text) {
     return IsInRange(character, length) ? DecodedCharacter{character, length, true} : malformed;
 }
 
+bool IsUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const DecodedCharacter first = DecodeUtf8(text);
+        if (!first.isWellFormed) {
+            return false;
+        }
+        text.remove_prefix(first.length);
+    }
+    return true;
+}
+
 }  // namespace common

@@ -20,4 +20,7 @@ struct DecodedCharacter {
 /// Decodes the first character of `text`, which is not empty. Any thread.
 DecodedCharacter DecodeUtf8(std::string_view text);
 
+/// Whether all of `text` is well-formed; nothing is. Any thread.
+bool IsUtf8(std::string_view text);
+
 }  // namespace common

@@ -14,17 +14,6 @@ namespace {
 
 constexpr char kDivider = ';';
 
-bool IsUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const common::DecodedCharacter first = common::DecodeUtf8(text);
-        if (!first.isWellFormed) {
-            return false;
-        }
-        text.remove_prefix(first.length);
-    }
-    return true;
-}
-
 }  // namespace
 
 dlgDir::dlgDir(QWidget* parent, FolderListing listing) : FolderPicker(parent, std::move(listing)) {
@@ -44,7 +33,7 @@ void dlgDir::GetPathsToScan(QTreeWidgetItem* item) {
 }
 
 void dlgDir::Take(const std::string& path) {
-    const bool isKeepable = path.find(kDivider) == std::string::npos && IsUtf8(path);
+    const bool isKeepable = path.find(kDivider) == std::string::npos && common::IsUtf8(path);
     if (!isKeepable || !common::AppendPath(g_pPLstHead_1, g_pPLstCurr_1, path.c_str())) {
         LeaveOut(path);
         return;

@@ -16,17 +16,6 @@ constexpr int kMostMinutes = 1439;
 constexpr int kMostHours = 23;
 constexpr int kAllOptions = kScheduleArchives | kScheduleAdware | kScheduleDumb | kSchedulePacked;
 
-bool IsUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const common::DecodedCharacter first = common::DecodeUtf8(text);
-        if (!first.isWellFormed) {
-            return false;
-        }
-        text.remove_prefix(first.length);
-    }
-    return true;
-}
-
 bool IsRefusedInName(char letter) {
     constexpr std::string_view kRefused = "/\\:*?\"<>|";
     constexpr unsigned char kDelete = 0x7F;
@@ -81,7 +70,7 @@ ScheduleError WrongInName(std::string_view name) {
     if (std::any_of(name.begin(), name.end(), IsRefusedInName) || HoldsLateControl(name)) {
         return kScheduleNameCharacter;
     }
-    return IsUtf8(name) ? kScheduleOk : kScheduleBadRecord;
+    return common::IsUtf8(name) ? kScheduleOk : kScheduleBadRecord;
 }
 
 ScheduleError WrongInFolder(std::string_view path) {
@@ -89,7 +78,7 @@ ScheduleError WrongInFolder(std::string_view path) {
         return kScheduleFolderNotFull;
     }
     const bool isKeepable = path.size() < kScheduleFolderSize && path.find(';') == path.npos &&
-                            path.find('\0') == path.npos && IsUtf8(path);
+                            path.find('\0') == path.npos && common::IsUtf8(path);
     return isKeepable ? kScheduleOk : kScheduleFolderUnkeepable;
 }
 

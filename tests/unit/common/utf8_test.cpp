@@ -64,4 +64,13 @@ TEST(Utf8, WhatIsNotWellFormedIsOneByte) {
     }
 }
 
+TEST(Utf8, ATextIsWholeOrNot) {
+    for (const std::string_view text : {"", "plain", "gr\xC3\xBCn", "\xF4\x8F\xBF\xBF end"}) {
+        EXPECT_TRUE(common::IsUtf8(text)) << testing::PrintToString(text);
+    }
+    for (const std::string_view text : {"\xFF", "cut \xC3", "a\xED\xA0\x80z", "gr\xFCn"}) {
+        EXPECT_FALSE(common::IsUtf8(text)) << testing::PrintToString(text);
+    }
+}
+
 }  // namespace
