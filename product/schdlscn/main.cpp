@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <syslog.h>
 
@@ -14,6 +13,7 @@
 #include "product/schdlscn/ask_service.h"
 #include "product/schdlscn/machine_clock.h"
 #include "product/schdlscn/scan_launcher.h"
+#include "product/serving/end_watch.h"
 #include "product/serving/listening.h"
 
 namespace {
@@ -22,16 +22,6 @@ enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
 
 constexpr char kProgramName[] = "corvane-scan";
 constexpr char kReports[] = "reports/";
-
-/// Becomes readable when the service is to end.
-common::FileDescriptor WatchForEnd() {
-    sigset_t ending;
-    sigemptyset(&ending);
-    sigaddset(&ending, SIGTERM);
-    sigaddset(&ending, SIGINT);
-    ::sigprocmask(SIG_BLOCK, &ending, nullptr);
-    return common::FileDescriptor(::signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
-}
 
 }  // namespace
 
@@ -43,7 +33,7 @@ int main(int argc, char**) {
     std::signal(SIGPIPE, SIG_IGN);
     ::umask(022);
     ::openlog("corvane-scheduler", LOG_PID, LOG_DAEMON);
-    const common::FileDescriptor end = WatchForEnd();
+    const common::FileDescriptor end = serving::WatchForEnd();
     common::FileDescriptor listening = serving::Listen(schdlscn::kServiceSocket);
     if (!end || !listening) {
         ::syslog(LOG_ERR, "%s cannot be listened at: %s", schdlscn::kServiceSocket,

@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <sys/signalfd.h>
 #include <syslog.h>
 
 #include "common/paths.h"
+#include "product/serving/end_watch.h"
 #include "product/serving/listening.h"
 #include "product/updated/option_watch.h"
 #include "product/updated/server.h"
@@ -22,16 +22,6 @@ constexpr char kSocketPath[] = "/run/corvane/update.sock";
 constexpr char kProgramName[] = "corvane-update";
 constexpr char kStateFolder[] = "/var/lib/corvane-updated";
 
-/// Becomes readable when the service is to end.
-common::FileDescriptor WatchForEnd() {
-    sigset_t ending;
-    sigemptyset(&ending);
-    sigaddset(&ending, SIGTERM);
-    sigaddset(&ending, SIGINT);
-    ::sigprocmask(SIG_BLOCK, &ending, nullptr);
-    return common::FileDescriptor(::signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
-}
-
 }  // namespace
 
 int main(int argc, char**) {
@@ -41,7 +31,7 @@ int main(int argc, char**) {
     }
     std::signal(SIGPIPE, SIG_IGN);
     ::openlog("corvane-updated", LOG_PID, LOG_DAEMON);
-    const common::FileDescriptor end = WatchForEnd();
+    const common::FileDescriptor end = serving::WatchForEnd();
     common::FileDescriptor listening = serving::Listen(kSocketPath);
     if (!end || !listening) {
         ::syslog(LOG_ERR, "%s cannot be listened at: %s", kSocketPath, std::strerror(errno));

@@ -7,6 +7,7 @@
 
 #include "product/schdlscn/answering.h"
 #include "product/schdlscn/scan_launcher.h"
+#include "product/serving/end_watch.h"
 #include "tests/unit/product/schdlscn/a_task.h"
 #include "tests/unit/product/schdlscn/scheduler_service.h"
 
@@ -88,11 +89,7 @@ protected:
     void Begin() {
         std::filesystem::remove(kServiceSocket);
         m_service = StartChild([&] {
-            sigset_t ending;
-            sigemptyset(&ending);
-            sigaddset(&ending, SIGTERM);
-            sigprocmask(SIG_BLOCK, &ending, nullptr);
-            const common::FileDescriptor end(::signalfd(-1, &ending, SFD_CLOEXEC));
+            const common::FileDescriptor end = serving::WatchForEnd();
             ShiftedClock clock(*m_shared, m_bell.Get());
             ScanLauncher launcher(m_program, m_reports);
             Service service(serving::Listen(kServiceSocket), m_list, clock, launcher);
