@@ -29,6 +29,7 @@
 #include "reports/files/report_generator.h"
 #include "scan/run/engine_library.h"
 #include "scan/run/engine_options.h"
+#include "scan/run/plain_counting_thread.h"
 #include "scan/run/scan_engine.h"
 #include "scan/run/scan_run.h"
 
@@ -36,23 +37,6 @@ namespace {
 
 constexpr tagSCNOPTS kSettings{kActionReportOnly,
                                kScanArchives | kScanAdware | kScanDumb | kScanPacked};
-
-class CountingBeside : public scan::CountingThread {
-public:
-    explicit CountingBeside(scan::ScanRun& run) : m_run(run) {}
-    void Start() override {
-        m_thread = std::thread([this] { m_run.Count(); });
-    }
-    void Join() override {
-        if (m_thread.joinable()) {
-            m_thread.join();
-        }
-    }
-
-private:
-    scan::ScanRun& m_run;
-    std::thread m_thread;
-};
 
 class StoppedScan : public scan::ScanListener, public scan::ScanEngine {
 public:
@@ -69,7 +53,7 @@ public:
         scan::ScanRun::ForgetDetections();
         m_run.Begin();
         std::thread scanning([this] {
-            CountingBeside counting(m_run);
+            scan::PlainCountingThread counting(m_run);
             m_run.Scan(counting);
             m_hasEnded = true;
         });

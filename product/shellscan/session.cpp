@@ -3,39 +3,14 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <thread>
 
 #include "common/escaped_text.h"
 #include "common/named_mutex.h"
 #include "common/text_field.h"
 #include "product/shellscan/say.h"
+#include "scan/run/plain_counting_thread.h"
 
 namespace shellscan {
-
-namespace {
-
-class Counting : public scan::CountingThread {
-public:
-    explicit Counting(scan::ScanRun& run) : m_run(run) {}
-    ~Counting() override { Counting::Join(); }
-    Counting(const Counting&) = delete;
-    Counting& operator=(const Counting&) = delete;
-
-    void Start() override {
-        m_thread = std::thread([this] { m_run.Count(); });
-    }
-    void Join() override {
-        if (m_thread.joinable()) {
-            m_thread.join();
-        }
-    }
-
-private:
-    scan::ScanRun& m_run;
-    std::thread m_thread;
-};
-
-}  // namespace
 
 Session::Session() : m_engine(OnMessage, this), m_run(*this, m_engine) {
     m_engine.SetOnRefused([this](const char* path) {
@@ -60,7 +35,7 @@ void Session::Work(PathsToScan paths, const scan::PathFilter& filter) noexcept {
         for (const auto& [path, error] : paths.unreachable) {
             PassedOver(path.c_str(), error);
         }
-        Counting counting(m_run);
+        scan::PlainCountingThread counting(m_run);
         m_run.Scan(counting);
     } catch (const std::exception& error) {
         Stop();

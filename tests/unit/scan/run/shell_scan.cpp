@@ -1,5 +1,7 @@
 #include "tests/unit/scan/run/shell_scan.h"
 
+#include "scan/run/plain_counting_thread.h"
+
 std::vector<std::string> happened;
 
 // The linker sends the scan's calls of ZQVRAddRecVirusReport here (--wrap).
@@ -12,23 +14,6 @@ bool WrappedAddRecord(unsigned int /*component*/, const char* file, const char* 
 }
 
 namespace {
-
-class Counting : public scan::CountingThread {
-public:
-    explicit Counting(scan::ScanRun& run) : m_run(run) {}
-    void Start() override {
-        m_thread = std::thread([this] { m_run.Count(); });
-    }
-    void Join() override {
-        if (m_thread.joinable()) {
-            m_thread.join();
-        }
-    }
-
-private:
-    scan::ScanRun& m_run;
-    std::thread m_thread;
-};
 
 int OnMessage(const tagZQFILEINFO* info, void* context) noexcept {
     return static_cast<scan::ScanRun*>(context)->Reply(*info);
@@ -69,7 +54,7 @@ void ShellScan::Scan() {
     g_pRptObj = std::make_unique<ReportGen>(m_head);
     m_run.SetPaths(m_head);
     m_run.ForgetTotal();
-    Counting counting(m_run);
+    scan::PlainCountingThread counting(m_run);
     m_run.Begin();
     m_run.Scan(counting);
 }
