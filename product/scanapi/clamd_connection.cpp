@@ -15,6 +15,7 @@
 #include "common/users.h"
 #include "product/scanapi/clamd_reply.h"
 #include "product/scanning/container_kind.h"
+#include "product/scanwire/packet.h"
 
 namespace scanapi {
 
@@ -198,28 +199,20 @@ Result ClamdConnection::SendDescriptor(int file) {
     if (const Result result = Send(kDescriptor); result != Result::kAnswered) {
         return result;
     }
-    char zero = 0;
-    iovec bytes{&zero, 1};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control{};
-    msghdr message{};
-    message.msg_iov = &bytes;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    cmsghdr* const header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(sizeof(int));
-    std::memcpy(CMSG_DATA(header), &file, sizeof(file));
-    while (sendmsg(m_socket.Get(), &message, MSG_NOSIGNAL) < 0) {
-        if (errno != EINTR && errno != EAGAIN) {
-            return Result::kLost;
+    constexpr std::string_view kZero("\0", 1);
+    while (true) {
+        switch (scanwire::SendPacket(m_socket.Get(), kZero, {&file, 1})) {
+            case scanwire::Sent::kWhole:
+                return Result::kAnswered;
+            case scanwire::Sent::kFailed:
+                return Result::kLost;
+            case scanwire::Sent::kNoRoom:
+                break;
         }
         if (const Result result = WaitFor(POLLOUT); result != Result::kAnswered) {
             return result;
         }
     }
-    return Result::kAnswered;
 }
 
 Result ClamdConnection::SendContents(std::string_view all) {
