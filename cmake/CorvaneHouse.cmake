@@ -50,6 +50,24 @@ if(CORVANE_COVERAGE)
 endif()
 add_compile_definitions(QT_NO_CAST_FROM_BYTEARRAY)
 
+# corvane_module(NAME LINK target...)
+# The library NAME.so that is loaded while a program runs: the folder's entry_points.cpp, which shows the
+# names in its exports.map and nothing else, installed beside the program. Its parts are a room of their own,
+# so that tests can reach them.
+function(corvane_module name)
+    cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
+    add_library(${name} MODULE entry_points.cpp)
+    target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}")
+    target_link_libraries(${name} PRIVATE ${ARG_LINK} corvane_warnings)
+    set_target_properties(${name} PROPERTIES PREFIX "" LINK_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/exports.map")
+    target_link_options(${name} PRIVATE
+        "-Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map" -Wl,-z,relro,-z,now)
+    if(NOT CORVANE_SANITIZE)
+        target_link_options(${name} PRIVATE -Wl,--no-undefined)
+    endif()
+    install(TARGETS ${name} LIBRARY DESTINATION "${CORVANE_PRODUCT_DIR}")
+endfunction()
+
 # corvane_room(NAME SOURCES file... [LINK target...] [QT])
 # One folder as one static library `corvane_NAME`. QT turns on moc, uic and rcc.
 function(corvane_room name)
