@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/escaped_text.h"
 #include "product/updturl/conversation.h"
 #include "product/updturl/progress_listener.h"
 #include "product/updturl/service_connection.h"
@@ -68,6 +69,11 @@ std::string Unpacked(std::string_view packed) {
 
 std::string StatusStep(unsigned int status, std::string_view name) {
     return "status " + std::to_string(status) + " " + std::string(name);
+}
+
+/// A file's name as it reaches the program: nothing in it that misleads, and cut to its field.
+std::string ShownName(std::string_view name) {
+    return common::Escaped(name).substr(0, sizeof tagUPDATEINFO::fileName - 1);
 }
 
 /// Hears what the program is told, and says a piece of the service's in each turn.
@@ -182,8 +188,7 @@ private:
         }
         switch (message->kind) {
             case MessageKind::kStatus:
-                m_steps.push_back(StatusStep(
-                    message->number, message->text.substr(0, sizeof tagUPDATEINFO::fileName - 1)));
+                m_steps.push_back(StatusStep(message->number, ShownName(message->text)));
                 break;
             case MessageKind::kLog:
                 m_steps.push_back("log " + message->text);
