@@ -169,7 +169,8 @@ TEST_F(HostTest, ABatchIsScannedInItsOrderByBytesAndByDescriptor) {
             FileVerdict{12, {Verdict::Infected, "Eicar-Test-Signature.UNOFFICIAL", "in/e.com", ""}},
             FileVerdict{13, kClean}, FileVerdict{14, kClean},
             FileVerdict{15, {Verdict::Unreadable, "", "", "encrypted"}}}));
-    EXPECT_EQ(worker->AtHand(), 0U);
+    // It says so a moment after the last verdict.
+    EXPECT_TRUE(WaitUntil([&worker] { return worker->AtHand() == 0; }));
 }
 
 TEST_F(HostTest, TheProfileIsThatOfTheBatch) {
