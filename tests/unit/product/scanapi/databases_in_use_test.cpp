@@ -112,7 +112,7 @@ TEST_F(DatabasesInUseTest, OfTwoNewSetsTheNewerIsLoaded) {
     SwitchTo("set-2");
     Script("load-forever\n");
     BeginRun();
-    ASSERT_TRUE(WaitUntil([this] { return Starts() == 2; }));
+    ASSERT_TRUE(WaitUntil([this] { return Noted("loads-forever").size() == 1; }));
     SwitchTo("set-3");
     Script("");
     BeginRun();

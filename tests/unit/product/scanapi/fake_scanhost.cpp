@@ -324,6 +324,7 @@ private:
                 Tell(scanwire::NotLoaded{rest});
                 return false;
             } else if (word == "load-forever") {
+                Note("loads-forever", std::to_string(::getpid()));
                 pollfd ended{kControlDescriptor, 0, 0};
                 (void)::poll(&ended, 1, -1);
                 return false;
