@@ -1,5 +1,5 @@
 """The manual in doc/html: valid pages, links that lead somewhere, two languages that say the same, an entry
-for every message of the program and every key of its texts. manual_test.py SOURCES
+for every message and key of the program, and nothing quoted that it does not show. manual_test.py SOURCES
 """
 
 import pathlib
@@ -10,84 +10,11 @@ import tempfile
 import unittest
 
 import manual_pages
+import manual_texts
 import shown_messages
 
 SOURCES = pathlib.Path(sys.argv.pop(1) if len(sys.argv) > 1 else ".")
 MANUAL = SOURCES / "doc" / "html"
-
-# Whose texts have the keys of each section of the keyboard's page.
-KEYS = {
-    "everywhere": ["dlgMain"], "scan": ["ScanPage"], "folders": ["FolderPicker"],
-    "progress": ["dlgScnPrgrs", "UnreadFilesDialog"], "prompt": ["dlgVirFnd"], "options": ["SettingsPage"],
-    "reports": ["ReportsPage"], "report": ["dlgReport", "FindBar"], "update": ["UpdatePage", "dlgUpdate"],
-    "internet": ["dlgIntSet"], "schedule": ["SchedulePage"], "wizard": ["dlgschedulescan"],
-}
-
-# What has no keys with letters of its own here: the menus of the help window show theirs.
-WITHOUT_LETTERS = {"help"}
-
-
-def missing_messages(sources):
-    """Messages without an entry, in either language."""
-    manual = sources / "doc" / "html"
-    english = manual_pages.Page(manual, "messages.htm").terms()
-    german = manual_pages.Page(manual, "de/messages.htm").terms()
-    table = shown_messages.translations(sources / "translations" / "zqscan_de.ts")
-    messages, faults = shown_messages.collect(sources)
-    for message in messages:
-        faults += _faults_of_message(message, english, german, table)
-    return list(dict.fromkeys(faults))  # several boxes may have one text
-
-
-def _faults_of_message(message, english, german, table):
-    if message.context is None:  # shown as it is in every language
-        pattern = shown_messages.pattern(message.text)
-        return [f"{message.place}: {message.text!r} is not in {page}messages.htm"
-                for page, terms in (("", english), ("de/", german)) if not any(map(pattern.search, terms))]
-    translated = table.get((message.context, message.text))
-    if translated is None:
-        return [f"{message.place}: {message.text!r} has no translation in {message.context}"]
-    return [f"{message.place}: {text!r} is not in {page}messages.htm"
-            for page, terms, text in (("", english, message.text), ("de/", german, translated))
-            if not any(map(shown_messages.pattern(text).fullmatch, terms))]
-
-
-def missing_reasons(sources):
-    """Reasons for files not read without an entry; they are in English in every language."""
-    faults = []
-    for prefix in manual_pages.LANGUAGES.values():
-        terms = manual_pages.Page(sources / "doc" / "html", prefix + "messages.htm").terms()
-        faults += [f"{prefix}messages.htm: {reason!r} is not explained" for reason in
-                   shown_messages.unread_reasons(sources)
-                   if not any(map(shown_messages.pattern(reason).fullmatch, terms))]
-    return faults
-
-
-def keys_of_texts(table, contexts):
-    """The keys with Alt of all texts of some windows."""
-    texts = [text for (context, _), text in table.items() if context in contexts]
-    keys = {key for text in texts for key in re.findall(r"Alt\+(\w)\b", text)}
-    return keys | {key.upper() for text in texts for key in re.findall(r"&(\w)", text)}
-
-
-def wrong_keys(sources):
-    """Sections of the keyboard's page that do not have the keys of the texts."""
-    faults = []
-    for language, prefix in manual_pages.LANGUAGES.items():
-        table = shown_messages.translations(sources / "translations" / f"zqscan_{language}.ts")
-        body = manual_pages.Page(sources / "doc" / "html", prefix + "keyboard.htm").root.find("body")
-        section = None
-        for element in body:
-            if element.tag == "h2":
-                section = element.get("id")
-            elif element.tag == "table":
-                told = {key for row in element.findall("tr")[1:]
-                        for key in re.findall(r"Alt\+(\w)\b", manual_pages.text_of(row[0]))}
-                wanted = set() if section in WITHOUT_LETTERS else keys_of_texts(table, KEYS[section])
-                if told != wanted:
-                    faults.append(f"{prefix}keyboard.htm, {section}: lacks {sorted(wanted - told)}, "
-                                  f"has {sorted(told - wanted)} too many")
-    return faults
 
 
 class Manual(unittest.TestCase):
@@ -108,13 +35,19 @@ class Manual(unittest.TestCase):
         self.assertEqual(manual_pages.faults_of_languages(MANUAL), [])
 
     def test_every_message_has_an_entry(self):
-        self.assertEqual(missing_messages(SOURCES), [])
+        self.assertEqual(manual_texts.missing_messages(SOURCES), [])
 
     def test_every_reason_for_a_file_not_read_has_an_entry(self):
-        self.assertEqual(missing_reasons(SOURCES), [])
+        self.assertEqual(manual_texts.missing_reasons(SOURCES), [])
 
     def test_the_keys_are_those_of_the_texts(self):
-        self.assertEqual(wrong_keys(SOURCES), [])
+        self.assertEqual(manual_texts.wrong_keys(SOURCES), [])
+
+    def test_what_is_quoted_is_shown_by_the_program(self):
+        self.assertEqual(manual_texts.unknown_texts(SOURCES), [])
+
+    def test_every_option_and_command_is_in_a_man_page(self):
+        self.assertEqual(manual_texts.unknown_options(SOURCES), [])
 
 
 class Checks(unittest.TestCase):
@@ -140,7 +73,7 @@ class Checks(unittest.TestCase):
 
     def test_a_new_message_is_missed(self):
         self.change("app/settings_page.cpp", 'tr("Bad or Missing Configuration"))', 'tr("Bad news"))')
-        self.assertEqual(missing_messages(self.copy), [
+        self.assertEqual(manual_texts.missing_messages(self.copy), [
             "app/settings_page.cpp: SettingsPage::Reload: 'Bad news' has no translation in SettingsPage"])
 
     def test_a_new_message_with_a_translation_is_missed_in_both_languages(self):
@@ -149,48 +82,61 @@ class Checks(unittest.TestCase):
                     "<name>SettingsPage</name><message><source>Bad news</source>"
                     "<translation>Schlimm</translation></message>")
         place = "app/settings_page.cpp: SettingsPage::Reload"
-        self.assertEqual(missing_messages(self.copy), [f"{place}: 'Bad news' is not in messages.htm",
+        self.assertEqual(manual_texts.missing_messages(self.copy), [f"{place}: 'Bad news' is not in messages.htm",
                                                        f"{place}: 'Schlimm' is not in de/messages.htm"])
 
     def test_a_message_that_is_not_translated_is_missed(self):
         self.add_function('\nvoid Tell() {\n    ShowWarning(nullptr, kTitle, QStringLiteral("Not this"));\n}\n')
-        self.assertEqual(missing_messages(self.copy), [
+        self.assertEqual(manual_texts.missing_messages(self.copy), [
             f"app/settings_page.cpp: Tell: 'Not this' is not in {page}messages.htm" for page in ("", "de/")])
 
     def test_a_box_of_the_toolkit_is_looked_at_too(self):
         self.add_function('\nvoid Tell() {\n    QMessageBox::about(nullptr, title, QStringLiteral("Not this"));\n}\n')
-        self.assertEqual(len(missing_messages(self.copy)), 2)
+        self.assertEqual(len(manual_texts.missing_messages(self.copy)), 2)
 
     def test_a_text_without_a_macro_is_missed(self):
         self.add_function('\nvoid Tell() {\n    ShowWarning(nullptr, kTitle, "Not this");\n}\n')
-        self.assertEqual(len(missing_messages(self.copy)), 2)
+        self.assertEqual(len(manual_texts.missing_messages(self.copy)), 2)
 
     def test_boxes_and_status_bars_that_are_filled_later_are_looked_at(self):
         for code in ('QMessageBox box;\n    box.setText(QStringLiteral("Not this"));',
                      'bar->showMessage(QStringLiteral("Not this"));'):
             with self.subTest(code):
                 self.add_function("\nvoid Tell() {\n    " + code + "\n}\n")
-                self.assertEqual(len(missing_messages(self.copy)), 2)
+                self.assertEqual(len(manual_texts.missing_messages(self.copy)), 2)
                 shutil.copy(SOURCES / "app" / "settings_page.cpp", self.copy / "app")
 
     def test_a_text_from_nobody_knows_where_is_not_passed_over(self):
         self.add_function("\nvoid Tell(const QString& words) {\n    ShowWarning(nullptr, kTitle, words);\n}\n")
-        self.assertEqual(missing_messages(self.copy), [
+        self.assertEqual(manual_texts.missing_messages(self.copy), [
             "app/settings_page.cpp: Tell: where does the text of this box come from? nullptr, kTitle, words"])
 
     def test_an_entry_that_was_removed_is_missed(self):
         self.change("doc/html/de/messages.htm", "Ungültiges Passwort", "Falsches Passwort")
-        self.assertEqual(len(missing_messages(self.copy)), 1)
+        self.assertEqual(len(manual_texts.missing_messages(self.copy)), 1)
 
     def test_a_new_reason_is_missed(self):
         self.change("product/scanning/unread_reasons.h", '"no memory"', '"no mood"')
-        self.assertEqual(missing_reasons(self.copy), [f"{prefix}messages.htm: 'no mood' is not explained"
+        self.assertEqual(manual_texts.missing_reasons(self.copy), [f"{prefix}messages.htm: 'no mood' is not explained"
                                                       for prefix in ("", "de/")])
 
     def test_a_key_that_changed_is_missed(self):
         self.change("translations/zqscan_de.ts", "Die ausgewählte Prüfung ändern (Alt+B)",
                     "Die ausgewählte Prüfung ändern (Alt+Q)")
-        self.assertEqual(wrong_keys(self.copy), ["de/keyboard.htm, schedule: lacks ['Q'], has [] too many"])
+        self.assertEqual(manual_texts.wrong_keys(self.copy),
+                         ["de/keyboard.htm, schedule: lacks ['Q'], has [] too many"])
+
+    def test_a_text_that_the_program_does_not_show_is_found(self):
+        self.change("doc/html/de/settings.htm", "Sie „Optionen“", "Sie „Einstellen“")
+        self.assertEqual(manual_texts.unknown_texts(self.copy),
+                         ["de/settings.htm: the program has no text 'Einstellen'"])
+
+    def test_an_option_that_is_not_there_is_found(self):
+        for folder in ("packaging", "product"):
+            shutil.copytree(SOURCES / folder, self.copy / folder, dirs_exist_ok=True,
+                            ignore=lambda _, names: [name for name in names if re.search(r"\.(cpp|h|so)$", name)])
+        self.change("doc/html/virus-log.htm", "corvane-virlog --keep 0", "corvane-virlog --clear")
+        self.assertEqual(manual_texts.unknown_options(self.copy), ["virus-log.htm: no man page has --clear"])
 
     def test_links_out_of_the_manual_or_to_nowhere_are_found(self):
         for link, fault in (("settings.html", "leads nowhere"), ("../secret.htm", "leads out of the manual"),
