@@ -31,7 +31,7 @@ ATTRIBUTES = {
 
 
 def text_of(element):
-    """The words of an element; a line break in it stays one."""
+    """The words of an element, with its line breaks."""
     pieces = [element.text or ""]
     for child in element:
         pieces.append("\n" if child.tag == "br" else text_of(child))
@@ -41,6 +41,21 @@ def text_of(element):
 
 def normal(text):
     return " ".join(text.split())
+
+
+def terms_of(element):
+    """Each term that is explained below an element; of one that stands for several texts, each line."""
+    lines = []
+    for term in element.iter("dt"):
+        parts = [term.text or ""]
+        for child in term:
+            if child.tag == "br":
+                parts.append("")
+            else:
+                parts[-1] += text_of(child)
+            parts[-1] += child.tail or ""
+        lines += [normal(part) for part in parts]
+    return lines
 
 
 class Page:
@@ -58,18 +73,7 @@ class Page:
         return [element.get("href") for element in self.root.iter() if element.get("href") is not None]
 
     def terms(self):
-        """Each term of the page; one that stands for several texts has a line break between them."""
-        lines = []
-        for term in self.root.iter("dt"):
-            parts = [term.text or ""]
-            for child in term:
-                if child.tag == "br":
-                    parts.append("")
-                else:
-                    parts[-1] += text_of(child)
-                parts[-1] += child.tail or ""
-            lines += [normal(part) for part in parts]
-        return lines
+        return terms_of(self.root)
 
     def outline(self):
         """Headings with their anchors, and how much of each kind stands below each."""

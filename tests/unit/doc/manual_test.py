@@ -37,6 +37,9 @@ class Manual(unittest.TestCase):
     def test_every_message_has_an_entry(self):
         self.assertEqual(manual_texts.missing_messages(SOURCES), [])
 
+    def test_every_entry_is_for_a_message(self):
+        self.assertEqual(manual_texts.stale_entries(SOURCES), [])
+
     def test_every_reason_for_a_file_not_read_has_an_entry(self):
         self.assertEqual(manual_texts.missing_reasons(SOURCES), [])
 
@@ -114,6 +117,13 @@ class Checks(unittest.TestCase):
     def test_an_entry_that_was_removed_is_missed(self):
         self.change("doc/html/de/messages.htm", "Ungültiges Passwort", "Falsches Passwort")
         self.assertEqual(len(manual_texts.missing_messages(self.copy)), 1)
+
+    def test_an_entry_for_nothing_is_found(self):
+        self.change("doc/html/messages.htm", "<dt>Invalid password</dt>", "<dt>Invalid password or name</dt>")
+        self.change("doc/html/de/messages.htm", "<dt>encrypted</dt>", "<dt>verschlüsselt</dt>")
+        self.assertEqual(manual_texts.stale_entries(self.copy), [
+            "messages.htm: the program does not say 'Invalid password or name'",
+            "de/messages.htm: the program does not say 'verschlüsselt'"])
 
     def test_a_new_reason_is_missed(self):
         self.change("product/scanning/unread_reasons.h", '"no memory"', '"no mood"')

@@ -25,6 +25,9 @@ QUOTED = {
     ".bookmarks": "a file", ".history": "a file", "unsigned": "a folder", "current": "a link", "off": "a value",
 }
 
+# Sections that are about one room.
+ROOM_OF_SECTION = {"help": "help"}
+
 
 def missing_messages(sources):
     """Messages without an entry, in either language."""
@@ -49,6 +52,35 @@ def _faults_of_message(message, english, german, table):
     return [f"{message.place}: {text!r} is not in {page}messages.htm"
             for page, terms, text in (("", english, message.text), ("de/", german, translated))
             if not any(map(shown_messages.pattern(text).fullmatch, terms))]
+
+
+def stale_entries(sources):
+    """Entries for what the program does not say any more."""
+    table = shown_messages.translations(sources / "translations" / "zqscan_de.ts")
+    messages, _ = shown_messages.collect(sources)
+    faults = []
+    for language, prefix in manual_pages.LANGUAGES.items():
+        known = [shown_messages.pattern(reason) for reason in shown_messages.unread_reasons(sources)]
+        for message in messages:
+            text = table.get((message.context, message.text), message.text) if language == "de" else message.text
+            pattern = shown_messages.pattern(text)
+            # What is not translated may be put together of several.
+            known.append(pattern if message.context else re.compile(pattern.pattern + "(?: .*)?"))
+        page = manual_pages.Page(sources / "doc" / "html", prefix + "messages.htm")
+        faults += [f"{page.name}: the program does not say {term!r}" for term in _judged_terms(page, sources)
+                   if not any(pattern.fullmatch(term) for pattern in known)]
+    return faults
+
+
+def _judged_terms(page, sources):
+    """All terms but those of sections whose room is not built into the program."""
+    terms = []
+    section = None
+    for element in page.root.find("body"):
+        section = element.get("id") if element.tag == "h2" else section
+        if element.tag == "dl" and (sources / ROOM_OF_SECTION.get(section, ".")).is_dir():
+            terms += manual_pages.terms_of(element)
+    return terms
 
 
 def missing_reasons(sources):
