@@ -75,16 +75,6 @@
         <translation>%1 days old</translation>
     </message>
     <message>
-        <source>en_GB</source>
-        <comment>the language that dates are written in</comment>
-        <translation>en_GB</translation>
-    </message>
-    <message>
-        <source>d MMMM yyyy</source>
-        <comment>how a date is written</comment>
-        <translation>d MMMM yyyy</translation>
-    </message>
-    <message>
         <source>Last update: not known</source>
         <translation>Last update: not known</translation>
     </message>
@@ -95,11 +85,6 @@
     <message>
         <source>Last update: %1, %2</source>
         <translation>Last update: %1, %2</translation>
-    </message>
-    <message>
-        <source>%1, %2</source>
-        <comment>date and time of day</comment>
-        <translation>%1, %2</translation>
     </message>
     <message>
         <source>updated</source>
@@ -268,10 +253,169 @@
     </message>
 </context>
 <context>
+    <name>Moments</name>
+    <message>
+        <source>en_GB</source>
+        <comment>the language that dates are written in</comment>
+        <translation>en_GB</translation>
+    </message>
+    <message>
+        <source>d MMMM yyyy</source>
+        <comment>how a date is written</comment>
+        <translation>d MMMM yyyy</translation>
+    </message>
+    <message>
+        <source>%1, %2</source>
+        <comment>date and time of day</comment>
+        <translation>%1, %2</translation>
+    </message>
+</context>
+<context>
     <name>NameLabel</name>
     <message>
         <source>&amp;Copy</source>
         <translation>&amp;Copy</translation>
+    </message>
+</context>
+<context>
+    <name>OverviewLines</name>
+    <message>
+        <source>Last scan: none yet</source>
+        <translation>Last scan: none yet</translation>
+    </message>
+    <message>
+        <source>Last scan: %1, its report is not there any more</source>
+        <translation>Last scan: %1, its report is not there any more</translation>
+    </message>
+    <message numerus="yes">
+        <source>Last scan: %1, %n infected file(s) found</source>
+        <translation>
+            <numerusform>Last scan: %1, %n infected file found</numerusform>
+            <numerusform>Last scan: %1, %n infected files found</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Last scan: %1, ended early, nothing found</source>
+        <translation>Last scan: %1, ended early, nothing found</translation>
+    </message>
+    <message numerus="yes">
+        <source>Last scan: %1, nothing found, %n file(s) not read</source>
+        <translation>
+            <numerusform>Last scan: %1, nothing found, %n file not read</numerusform>
+            <numerusform>Last scan: %1, nothing found, %n files not read</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Last scan: %1, nothing found, long ago</source>
+        <translation>Last scan: %1, nothing found, long ago</translation>
+    </message>
+    <message>
+        <source>Last scan: %1, nothing found</source>
+        <translation>Last scan: %1, nothing found</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: being looked up</source>
+        <translation>Next scheduled scan: being looked up</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: not known</source>
+        <translation>Next scheduled scan: not known</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: none, the service of the scheduler does not run</source>
+        <translation>Next scheduled scan: none, the service of the scheduler does not run</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: the list of scans cannot be read</source>
+        <translation>Next scheduled scan: the list of scans cannot be read</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: none is planned</source>
+        <translation>Next scheduled scan: none is planned</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: one is running now</source>
+        <translation>Next scheduled scan: one is running now</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: when the computer is started</source>
+        <translation>Next scheduled scan: when the computer is started</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: %1, %2</source>
+        <comment>when, and the name of the scan</comment>
+        <translation>Next scheduled scan: %1, %2</translation>
+    </message>
+    <message>
+        <source>Automatic updates: on</source>
+        <translation>Automatic updates: on</translation>
+    </message>
+    <message>
+        <source>Automatic updates: off</source>
+        <translation>Automatic updates: off</translation>
+    </message>
+    <message>
+        <source>All is well</source>
+        <translation>All is well</translation>
+    </message>
+    <message>
+        <source>Wants attention</source>
+        <translation>Wants attention</translation>
+    </message>
+    <message>
+        <source>Danger</source>
+        <translation>Danger</translation>
+    </message>
+    <message>
+        <source>Not known yet</source>
+        <translation>Not known yet</translation>
+    </message>
+</context>
+<context>
+    <name>OverviewPanel</name>
+    <message>
+        <source>Shows the update page</source>
+        <translation>Shows the update page</translation>
+    </message>
+    <message>
+        <source>Update definitions</source>
+        <translation>Update definitions</translation>
+    </message>
+    <message>
+        <source>Update...</source>
+        <translation>Update...</translation>
+    </message>
+    <message>
+        <source>Shows the reports</source>
+        <translation>Shows the reports</translation>
+    </message>
+    <message>
+        <source>Show reports of scans</source>
+        <translation>Show reports of scans</translation>
+    </message>
+    <message>
+        <source>Reports...</source>
+        <translation>Reports...</translation>
+    </message>
+    <message>
+        <source>Shows the scheduled scans</source>
+        <translation>Shows the scheduled scans</translation>
+    </message>
+    <message>
+        <source>Plan scans</source>
+        <translation>Plan scans</translation>
+    </message>
+    <message>
+        <source>Schedule...</source>
+        <translation>Schedule...</translation>
+    </message>
+    <message>
+        <source>Set automatic updates</source>
+        <translation>Set automatic updates</translation>
+    </message>
+    <message>
+        <source>Settings...</source>
+        <translation>Settings...</translation>
     </message>
 </context>
 <context>
@@ -518,6 +662,40 @@ is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above i
         <translation>The name of the file
 %1
 is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above it.</translation>
+    </message>
+    <message>
+        <source>Scan the home folder (Alt+M)</source>
+        <translation>Scan the home folder (Alt+M)</translation>
+    </message>
+    <message>
+        <source>Scan the home folder</source>
+        <translation>Scan the home folder</translation>
+    </message>
+    <message>
+        <source>Ho&amp;me folder</source>
+        <translation>Ho&amp;me folder</translation>
+    </message>
+    <message>
+        <source>Scan all disks of this computer (Alt+C)</source>
+        <translation>Scan all disks of this computer (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Scan all disks of this computer</source>
+        <translation>Scan all disks of this computer</translation>
+    </message>
+    <message>
+        <source>This &amp;computer</source>
+        <translation>This &amp;computer</translation>
+    </message>
+    <message>
+        <source>Files and folders that are dropped on this window are scanned, too.</source>
+        <translation>Files and folders that are dropped on this window are scanned, too.</translation>
+    </message>
+    <message>
+        <source>Not scanned, because it is no file or folder of this computer that can be reached by a name of at most 255 bytes:
+%1</source>
+        <translation>Not scanned, because it is no file or folder of this computer that can be reached by a name of at most 255 bytes:
+%1</translation>
     </message>
 </context>
 <context>
