@@ -10,6 +10,7 @@
 
 #include "common/path_list.h"
 #include "common/run_state.h"
+#include "kept/kept_copies_dialog.h"
 #include "reports/files/complete_scan.h"
 #include "reports/files/report_generator.h"
 #include "scan/dlg_scn_prgrs.h"
@@ -45,6 +46,8 @@ ScanPage::ScanPage(QWidget* parent) : QWidget(parent), m_ui(std::make_unique<Ui:
     connect(m_ui->btnScnDir, &QAbstractButton::clicked, this, &ScanPage::FoldersClicked);
     connect(m_ui->btnScnFl, &QAbstractButton::clicked, this, &ScanPage::FileClicked);
     connect(m_ui->btnScnHome, &QAbstractButton::clicked, this, &ScanPage::ScanHome);
+    connect(m_ui->btnKept, &QAbstractButton::clicked, this,
+            [this] { KeptCopiesDialog(window()).exec(); });
     connect(m_ui->btnScnComputer, &QAbstractButton::clicked, this, &ScanPage::ScanComputer);
 }
 

@@ -242,6 +242,137 @@
     </message>
 </context>
 <context>
+    <name>KeptCopiesDialog</name>
+    <message>
+        <source>Kept copies</source>
+        <translation>Aufbewahrte Kopien</translation>
+    </message>
+    <message>
+        <source>Copies of infected files, made before the files were deleted. A copy is removed after 30 days.</source>
+        <translation>Kopien infizierter Dateien, angelegt, bevor die Dateien gelöscht wurden. Eine Kopie wird nach 30 Tagen entfernt.</translation>
+    </message>
+    <message>
+        <source>&amp;Search:</source>
+        <translation>&amp;Suchen:</translation>
+    </message>
+    <message>
+        <source>Show only files and viruses with this in their name (Alt+S)</source>
+        <translation>Nur Dateien und Viren zeigen, deren Name dies enthält (Alt+S)</translation>
+    </message>
+    <message>
+        <source>Search</source>
+        <translation>Suchen</translation>
+    </message>
+    <message>
+        <source>The kept copies, the newest first</source>
+        <translation>Die aufbewahrten Kopien, die neueste zuerst</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>Datei</translation>
+    </message>
+    <message>
+        <source>Virus</source>
+        <translation>Virus</translation>
+    </message>
+    <message>
+        <source>Kept since</source>
+        <translation>Aufbewahrt seit</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>Größe</translation>
+    </message>
+    <message>
+        <source>Owner</source>
+        <translation>Eigentümer</translation>
+    </message>
+    <message>
+        <source>&amp;Restore...</source>
+        <translation>&amp;Zurückholen...</translation>
+    </message>
+    <message>
+        <source>Bring the selected files back to where they were (Alt+R)</source>
+        <translation>Die ausgewählten Dateien dorthin zurückholen, wo sie waren (Alt+Z)</translation>
+    </message>
+    <message>
+        <source>Restore</source>
+        <translation>Zurückholen</translation>
+    </message>
+    <message>
+        <source>&amp;Delete for good...</source>
+        <translation>Endgültig &amp;löschen...</translation>
+    </message>
+    <message>
+        <source>Delete the selected copies for good (Alt+D)</source>
+        <translation>Die ausgewählten Kopien endgültig löschen (Alt+L)</translation>
+    </message>
+    <message>
+        <source>Delete for good</source>
+        <translation>Endgültig löschen</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>S&amp;chließen</translation>
+    </message>
+    <message>
+        <source>Close this window (Alt+C)</source>
+        <translation>Dieses Fenster schließen (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>One moment...</source>
+        <translation>Einen Moment...</translation>
+    </message>
+    <message>
+        <source>Brought back:
+%1</source>
+        <translation>Zurückgeholt:
+%1</translation>
+    </message>
+    <message>
+        <source>Cannot be read: %1</source>
+        <translation>Nicht lesbar: %1</translation>
+    </message>
+    <message>
+        <source>Nothing is kept. Before an infected file is deleted, a copy of it is kept here.</source>
+        <translation>Nichts ist aufbewahrt. Bevor eine infizierte Datei gelöscht wird, wird hier eine Kopie von ihr aufbewahrt.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) kept</source>
+        <translation>
+            <numerusform>%n Datei aufbewahrt</numerusform>
+            <numerusform>%n Dateien aufbewahrt</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>These files were called infected. Do you want to bring them back to where they were?
+
+%1</source>
+        <translation>Diese Dateien gelten als infiziert. Möchten Sie sie dorthin zurückholen, wo sie waren?
+
+%1</translation>
+    </message>
+    <message>
+        <source>Do you want to delete these files for good? They cannot be brought back then.
+
+%1</source>
+        <translation>Möchten Sie diese Dateien endgültig löschen? Sie können dann nicht mehr zurückgeholt werden.
+
+%1</translation>
+    </message>
+    <message numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>und %n weitere</numerusform>
+            <numerusform>und %n weitere</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>Messages</name>
     <message>
         <source>&amp;Yes</source>
@@ -696,6 +827,18 @@ ist länger als 255 Bytes. Es wurde nichts gescannt; um sie zu scannen, bitte ei
 %1</source>
         <translation>Nicht gescannt, weil es keine Datei und kein Ordner dieses Computers mit einem Namen von höchstens 255 Byte ist:
 %1</translation>
+    </message>
+    <message>
+        <source>Show the copies of deleted files (Alt+K)</source>
+        <translation>Die Kopien gelöschter Dateien zeigen (Alt+K)</translation>
+    </message>
+    <message>
+        <source>Show the copies of deleted files</source>
+        <translation>Die Kopien gelöschter Dateien zeigen</translation>
+    </message>
+    <message>
+        <source>&amp;Kept copies...</source>
+        <translation>Aufbewahrte &amp;Kopien...</translation>
     </message>
 </context>
 <context>
@@ -1463,6 +1606,17 @@ cannot be reached by this name. Rename it, or choose another one.</source>
         <translation>Der Ordner
 %1
 ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie einen anderen.</translation>
+    </message>
+</context>
+<context>
+    <name>VaultCommand</name>
+    <message>
+        <source>The program that looks after the kept copies ended unexpectedly.</source>
+        <translation>Das Programm, das die aufbewahrten Kopien verwaltet, endete unerwartet.</translation>
+    </message>
+    <message>
+        <source>The program that looks after the kept copies is missing or cannot be started: %1</source>
+        <translation>Das Programm, das die aufbewahrten Kopien verwaltet, fehlt oder kann nicht gestartet werden: %1</translation>
     </message>
 </context>
 <context>

@@ -242,6 +242,137 @@
     </message>
 </context>
 <context>
+    <name>KeptCopiesDialog</name>
+    <message>
+        <source>Kept copies</source>
+        <translation>Kept copies</translation>
+    </message>
+    <message>
+        <source>Copies of infected files, made before the files were deleted. A copy is removed after 30 days.</source>
+        <translation>Copies of infected files, made before the files were deleted. A copy is removed after 30 days.</translation>
+    </message>
+    <message>
+        <source>&amp;Search:</source>
+        <translation>&amp;Search:</translation>
+    </message>
+    <message>
+        <source>Show only files and viruses with this in their name (Alt+S)</source>
+        <translation>Show only files and viruses with this in their name (Alt+S)</translation>
+    </message>
+    <message>
+        <source>Search</source>
+        <translation>Search</translation>
+    </message>
+    <message>
+        <source>The kept copies, the newest first</source>
+        <translation>The kept copies, the newest first</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>File</translation>
+    </message>
+    <message>
+        <source>Virus</source>
+        <translation>Virus</translation>
+    </message>
+    <message>
+        <source>Kept since</source>
+        <translation>Kept since</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>Size</translation>
+    </message>
+    <message>
+        <source>Owner</source>
+        <translation>Owner</translation>
+    </message>
+    <message>
+        <source>&amp;Restore...</source>
+        <translation>&amp;Restore...</translation>
+    </message>
+    <message>
+        <source>Bring the selected files back to where they were (Alt+R)</source>
+        <translation>Bring the selected files back to where they were (Alt+R)</translation>
+    </message>
+    <message>
+        <source>Restore</source>
+        <translation>Restore</translation>
+    </message>
+    <message>
+        <source>&amp;Delete for good...</source>
+        <translation>&amp;Delete for good...</translation>
+    </message>
+    <message>
+        <source>Delete the selected copies for good (Alt+D)</source>
+        <translation>Delete the selected copies for good (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Delete for good</source>
+        <translation>Delete for good</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>&amp;Close</translation>
+    </message>
+    <message>
+        <source>Close this window (Alt+C)</source>
+        <translation>Close this window (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>One moment...</source>
+        <translation>One moment...</translation>
+    </message>
+    <message>
+        <source>Brought back:
+%1</source>
+        <translation>Brought back:
+%1</translation>
+    </message>
+    <message>
+        <source>Cannot be read: %1</source>
+        <translation>Cannot be read: %1</translation>
+    </message>
+    <message>
+        <source>Nothing is kept. Before an infected file is deleted, a copy of it is kept here.</source>
+        <translation>Nothing is kept. Before an infected file is deleted, a copy of it is kept here.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) kept</source>
+        <translation>
+            <numerusform>%n file kept</numerusform>
+            <numerusform>%n files kept</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>These files were called infected. Do you want to bring them back to where they were?
+
+%1</source>
+        <translation>These files were called infected. Do you want to bring them back to where they were?
+
+%1</translation>
+    </message>
+    <message>
+        <source>Do you want to delete these files for good? They cannot be brought back then.
+
+%1</source>
+        <translation>Do you want to delete these files for good? They cannot be brought back then.
+
+%1</translation>
+    </message>
+    <message numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>and %n more</numerusform>
+            <numerusform>and %n more</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>Messages</name>
     <message>
         <source>&amp;Yes</source>
@@ -696,6 +827,18 @@ is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above i
 %1</source>
         <translation>Not scanned, because it is no file or folder of this computer that can be reached by a name of at most 255 bytes:
 %1</translation>
+    </message>
+    <message>
+        <source>Show the copies of deleted files (Alt+K)</source>
+        <translation>Show the copies of deleted files (Alt+K)</translation>
+    </message>
+    <message>
+        <source>Show the copies of deleted files</source>
+        <translation>Show the copies of deleted files</translation>
+    </message>
+    <message>
+        <source>&amp;Kept copies...</source>
+        <translation>&amp;Kept copies...</translation>
     </message>
 </context>
 <context>
@@ -1463,6 +1606,17 @@ cannot be reached by this name. Rename it, or choose another one.</source>
         <translation>The folder
 %1
 cannot be reached by this name. Rename it, or choose another one.</translation>
+    </message>
+</context>
+<context>
+    <name>VaultCommand</name>
+    <message>
+        <source>The program that looks after the kept copies ended unexpectedly.</source>
+        <translation>The program that looks after the kept copies ended unexpectedly.</translation>
+    </message>
+    <message>
+        <source>The program that looks after the kept copies is missing or cannot be started: %1</source>
+        <translation>The program that looks after the kept copies is missing or cannot be started: %1</translation>
     </message>
 </context>
 <context>

@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QMimeData>
 
+#include "kept/kept_copies_dialog.h"
 #include "tests/gui/app/scan_start_fixture.h"
 
 namespace {
@@ -175,6 +176,29 @@ TEST_F(ScanPlaces, WhatIsNoPlaceIsNotTaken) {
     QApplication::sendEvent(m_window.get(), &enter);
     EXPECT_FALSE(enter.isAccepted());
     ExpectNothingScanned();
+}
+
+// No package is installed in the sandbox: the window says so, before or after it is seen.
+TEST_F(ScanPlaces, TheKeptCopiesAreOneClickAway) {
+    Open();
+    ModalDriver user;
+    bool isSeen = false;
+    const ModalDriver::Answer look = [&isSeen](QDialog* dialog) {
+        if (auto* box = qobject_cast<QMessageBox*>(dialog)) {
+            EXPECT_EQ(box->windowTitle(), "Kept copies");
+            box->accept();
+            return;
+        }
+        ASSERT_NE(qobject_cast<KeptCopiesDialog*>(dialog), nullptr);
+        isSeen = true;
+        const auto* state = dialog->findChild<QLabel*>("lblState");
+        EXPECT_TRUE(QTest::qWaitFor([state] { return state->text() != "One moment..."; }, 30000));
+        dialog->reject();
+    };
+    user.Expect(look);
+    user.Expect(look);
+    Click("btnKept");
+    EXPECT_TRUE(isSeen);
 }
 
 TEST_F(ScanPlaces, TheOverviewFollowsAScan) {

@@ -32,6 +32,7 @@ const std::map<std::string, Room, std::less<>> kRooms = {
     {"update", {.floor = 4, .hasQt = true}},
     {"help", {.floor = 4, .hasQt = true}},
     {"schedule", {.floor = 4, .hasQt = true}},
+    {"kept", {.floor = 3, .hasQt = true}},
     {"overview", {.floor = 5, .hasQt = true}},
     {"app", {.floor = 6, .hasQt = true}},
 };
