@@ -1,13 +1,16 @@
 #include "app/dlg_main.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCursor>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QTreeWidget>
 
 #include "ui_dlg_main.h"
 
 #include "common/scan_options_file.h"
+#include "overview/overview_panel.h"
 #include "update/update_now.h"
 #include "widgets/messages.h"
 
@@ -15,6 +18,7 @@ dlgMain::dlgMain() : m_ui(std::make_unique<Ui::dlgMain>()) {
     m_ui->setupUi(this);
     m_ui->navigation->setBackgroundRole(QPalette::Base);
     m_ui->divider->setForegroundRole(QPalette::Mid);
+    setAcceptDrops(true);
     ConnectButtons();
     ConnectPages();
     MarkCurrentPage();
@@ -39,6 +43,11 @@ void dlgMain::ConnectButtons() {
 void dlgMain::ConnectPages() {
     connect(m_ui->scanPage, &ScanPage::FoldersClicked, this, &dlgMain::OnScnDirClick);
     connect(m_ui->scanPage, &ScanPage::FileClicked, this, &dlgMain::OnScnFlClick);
+
+    const OverviewPanel* overview = m_ui->scanPage->Overview();
+    connect(overview, &OverviewPanel::ReportsClicked, this, &dlgMain::OnRptClick);
+    connect(overview, &OverviewPanel::ScheduleClicked, this, &dlgMain::OnSchClick);
+    connect(overview, &OverviewPanel::UpdateClicked, this, &dlgMain::OnUpdtClicked);
 
     const SettingsPage* settings = m_ui->settingsPage;
     connect(settings, &SettingsPage::ArchivesToggled, this, &dlgMain::OnScnCmpChkd);
@@ -231,6 +240,25 @@ void dlgMain::OnScnDirClick() {
 }
 void dlgMain::OnScnFlClick() {
     m_ui->scanPage->ScanFile();
+}
+
+// What is dropped anywhere on the window is scanned, unless a dialog is in front.
+void dlgMain::dragEnterEvent(QDragEnterEvent* event) {
+    if (event->mimeData()->hasUrls()) {
+        event->acceptProposedAction();
+    }
+}
+void dlgMain::dropEvent(QDropEvent* event) {
+    // The drag has to end before a dialog is opened: the program it came from waits for that.
+    const QList<QUrl> places = event->mimeData()->urls();
+    event->acceptProposedAction();
+    QMetaObject::invokeMethod(
+        this, [this, places] { ScanDropped(places); }, Qt::QueuedConnection);
+}
+void dlgMain::ScanDropped(const QList<QUrl>& places) {
+    if (QApplication::activeModalWidget() == nullptr) {
+        m_ui->scanPage->ScanDropped(places);
+    }
 }
 
 // ---- The settings page

@@ -92,8 +92,12 @@ public slots:
 
 protected:
     void changeEvent(QEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
+    void ScanDropped(const QList<QUrl>& places);
+
     void ConnectButtons();
     void ConnectPages();
     void ConnectUpdatePage();

@@ -1,8 +1,14 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
+#include <QList>
+#include <QUrl>
 #include <QWidget>
+
+class OverviewPanel;
+class dlgScnPrgrs;
 
 namespace Ui {
 class ScanPage;
@@ -23,6 +29,18 @@ public:
     /// stands is refused with a message: a changed name would be another file.
     void ScanFile();
 
+    /// Scans the user's home folder.
+    void ScanHome();
+
+    /// Scans what this computer holds, without the file systems of networks and of the kernel.
+    void ScanComputer();
+
+    /// Scans files and folders, as they are dropped on the window. What cannot be scanned by its
+    /// name is told, and the rest is scanned.
+    void ScanDropped(const QList<QUrl>& places);
+
+    [[nodiscard]] OverviewPanel* Overview() const;
+
 signals:
     void FoldersClicked();
     void FileClicked();
@@ -31,7 +49,10 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    void ScanPathList();
+    void TellLeftOut(const QStringList& places);
+    static QString TooLong(const QString& path);
+    /// Scans g_pPLstHead and frees it. The dialog is handed to `prepare` before the scan.
+    void ScanPathList(const std::function<void(dlgScnPrgrs&)>& prepare = {});
 
     std::unique_ptr<Ui::ScanPage> m_ui;
 };

@@ -75,16 +75,6 @@
         <translation>%1 Tage alt</translation>
     </message>
     <message>
-        <source>en_GB</source>
-        <comment>the language that dates are written in</comment>
-        <translation>de_DE</translation>
-    </message>
-    <message>
-        <source>d MMMM yyyy</source>
-        <comment>how a date is written</comment>
-        <translation>d. MMMM yyyy</translation>
-    </message>
-    <message>
         <source>Last update: not known</source>
         <translation>Letztes Update: nicht bekannt</translation>
     </message>
@@ -95,11 +85,6 @@
     <message>
         <source>Last update: %1, %2</source>
         <translation>Letztes Update: %1, %2</translation>
-    </message>
-    <message>
-        <source>%1, %2</source>
-        <comment>date and time of day</comment>
-        <translation>%1, %2</translation>
     </message>
     <message>
         <source>updated</source>
@@ -257,6 +242,137 @@
     </message>
 </context>
 <context>
+    <name>KeptCopiesDialog</name>
+    <message>
+        <source>Kept copies</source>
+        <translation>Aufbewahrte Kopien</translation>
+    </message>
+    <message>
+        <source>Copies of infected files, made before the files were deleted. A copy is removed after 30 days.</source>
+        <translation>Kopien infizierter Dateien, angelegt, bevor die Dateien gelöscht wurden. Eine Kopie wird nach 30 Tagen entfernt.</translation>
+    </message>
+    <message>
+        <source>&amp;Search:</source>
+        <translation>&amp;Suchen:</translation>
+    </message>
+    <message>
+        <source>Show only files and viruses with this in their name (Alt+S)</source>
+        <translation>Nur Dateien und Viren zeigen, deren Name dies enthält (Alt+S)</translation>
+    </message>
+    <message>
+        <source>Search</source>
+        <translation>Suchen</translation>
+    </message>
+    <message>
+        <source>The kept copies, the newest first</source>
+        <translation>Die aufbewahrten Kopien, die neueste zuerst</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>Datei</translation>
+    </message>
+    <message>
+        <source>Virus</source>
+        <translation>Virus</translation>
+    </message>
+    <message>
+        <source>Kept since</source>
+        <translation>Aufbewahrt seit</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>Größe</translation>
+    </message>
+    <message>
+        <source>Owner</source>
+        <translation>Eigentümer</translation>
+    </message>
+    <message>
+        <source>&amp;Restore...</source>
+        <translation>&amp;Zurückholen...</translation>
+    </message>
+    <message>
+        <source>Bring the selected files back to where they were (Alt+R)</source>
+        <translation>Die ausgewählten Dateien dorthin zurückholen, wo sie waren (Alt+Z)</translation>
+    </message>
+    <message>
+        <source>Restore</source>
+        <translation>Zurückholen</translation>
+    </message>
+    <message>
+        <source>&amp;Delete for good...</source>
+        <translation>Endgültig &amp;löschen...</translation>
+    </message>
+    <message>
+        <source>Delete the selected copies for good (Alt+D)</source>
+        <translation>Die ausgewählten Kopien endgültig löschen (Alt+L)</translation>
+    </message>
+    <message>
+        <source>Delete for good</source>
+        <translation>Endgültig löschen</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>S&amp;chließen</translation>
+    </message>
+    <message>
+        <source>Close this window (Alt+C)</source>
+        <translation>Dieses Fenster schließen (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>One moment...</source>
+        <translation>Einen Moment...</translation>
+    </message>
+    <message>
+        <source>Brought back:
+%1</source>
+        <translation>Zurückgeholt:
+%1</translation>
+    </message>
+    <message>
+        <source>Cannot be read: %1</source>
+        <translation>Nicht lesbar: %1</translation>
+    </message>
+    <message>
+        <source>Nothing is kept. Before an infected file is deleted, a copy of it is kept here.</source>
+        <translation>Nichts ist aufbewahrt. Bevor eine infizierte Datei gelöscht wird, wird hier eine Kopie von ihr aufbewahrt.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) kept</source>
+        <translation>
+            <numerusform>%n Datei aufbewahrt</numerusform>
+            <numerusform>%n Dateien aufbewahrt</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>These files were called infected. Do you want to bring them back to where they were?
+
+%1</source>
+        <translation>Diese Dateien gelten als infiziert. Möchten Sie sie dorthin zurückholen, wo sie waren?
+
+%1</translation>
+    </message>
+    <message>
+        <source>Do you want to delete these files for good? They cannot be brought back then.
+
+%1</source>
+        <translation>Möchten Sie diese Dateien endgültig löschen? Sie können dann nicht mehr zurückgeholt werden.
+
+%1</translation>
+    </message>
+    <message numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>und %n weitere</numerusform>
+            <numerusform>und %n weitere</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>Messages</name>
     <message>
         <source>&amp;Yes</source>
@@ -268,10 +384,169 @@
     </message>
 </context>
 <context>
+    <name>Moments</name>
+    <message>
+        <source>en_GB</source>
+        <comment>the language that dates are written in</comment>
+        <translation>de_DE</translation>
+    </message>
+    <message>
+        <source>d MMMM yyyy</source>
+        <comment>how a date is written</comment>
+        <translation>d. MMMM yyyy</translation>
+    </message>
+    <message>
+        <source>%1, %2</source>
+        <comment>date and time of day</comment>
+        <translation>%1, %2</translation>
+    </message>
+</context>
+<context>
     <name>NameLabel</name>
     <message>
         <source>&amp;Copy</source>
         <translation>&amp;Kopieren</translation>
+    </message>
+</context>
+<context>
+    <name>OverviewLines</name>
+    <message>
+        <source>Last scan: none yet</source>
+        <translation>Letzter Scan: noch keiner</translation>
+    </message>
+    <message>
+        <source>Last scan: %1, its report is not there any more</source>
+        <translation>Letzter Scan: %1, der Bericht ist nicht mehr da</translation>
+    </message>
+    <message numerus="yes">
+        <source>Last scan: %1, %n infected file(s) found</source>
+        <translation>
+            <numerusform>Letzter Scan: %1, %n infizierte Datei gefunden</numerusform>
+            <numerusform>Letzter Scan: %1, %n infizierte Dateien gefunden</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Last scan: %1, ended early, nothing found</source>
+        <translation>Letzter Scan: %1, vorzeitig beendet, nichts gefunden</translation>
+    </message>
+    <message numerus="yes">
+        <source>Last scan: %1, nothing found, %n file(s) not read</source>
+        <translation>
+            <numerusform>Letzter Scan: %1, nichts gefunden, %n Datei nicht gelesen</numerusform>
+            <numerusform>Letzter Scan: %1, nichts gefunden, %n Dateien nicht gelesen</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Last scan: %1, nothing found, long ago</source>
+        <translation>Letzter Scan: %1, nichts gefunden, lange her</translation>
+    </message>
+    <message>
+        <source>Last scan: %1, nothing found</source>
+        <translation>Letzter Scan: %1, nichts gefunden</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: being looked up</source>
+        <translation>Nächster geplanter Scan: wird nachgesehen</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: not known</source>
+        <translation>Nächster geplanter Scan: nicht bekannt</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: none, the service of the scheduler does not run</source>
+        <translation>Nächster geplanter Scan: keiner, der Dienst des Planers läuft nicht</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: the list of scans cannot be read</source>
+        <translation>Nächster geplanter Scan: die Liste der Scans ist nicht lesbar</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: none is planned</source>
+        <translation>Nächster geplanter Scan: keiner geplant</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: one is running now</source>
+        <translation>Nächster geplanter Scan: einer läuft gerade</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: when the computer is started</source>
+        <translation>Nächster geplanter Scan: beim Start des Computers</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: %1, %2</source>
+        <comment>when, and the name of the scan</comment>
+        <translation>Nächster geplanter Scan: %1, %2</translation>
+    </message>
+    <message>
+        <source>Automatic updates: on</source>
+        <translation>Automatische Updates: ein</translation>
+    </message>
+    <message>
+        <source>Automatic updates: off</source>
+        <translation>Automatische Updates: aus</translation>
+    </message>
+    <message>
+        <source>All is well</source>
+        <translation>Alles in Ordnung</translation>
+    </message>
+    <message>
+        <source>Wants attention</source>
+        <translation>Braucht Aufmerksamkeit</translation>
+    </message>
+    <message>
+        <source>Danger</source>
+        <translation>Gefahr</translation>
+    </message>
+    <message>
+        <source>Not known yet</source>
+        <translation>Noch nicht bekannt</translation>
+    </message>
+</context>
+<context>
+    <name>OverviewPanel</name>
+    <message>
+        <source>Shows the update page</source>
+        <translation>Zeigt die Update-Seite</translation>
+    </message>
+    <message>
+        <source>Update definitions</source>
+        <translation>Definitionen aktualisieren</translation>
+    </message>
+    <message>
+        <source>Update...</source>
+        <translation>Update...</translation>
+    </message>
+    <message>
+        <source>Shows the reports</source>
+        <translation>Zeigt die Berichte</translation>
+    </message>
+    <message>
+        <source>Show reports of scans</source>
+        <translation>Berichte der Scans zeigen</translation>
+    </message>
+    <message>
+        <source>Reports...</source>
+        <translation>Berichte...</translation>
+    </message>
+    <message>
+        <source>Shows the scheduled scans</source>
+        <translation>Zeigt die geplanten Scans</translation>
+    </message>
+    <message>
+        <source>Plan scans</source>
+        <translation>Scans planen</translation>
+    </message>
+    <message>
+        <source>Schedule...</source>
+        <translation>Planung...</translation>
+    </message>
+    <message>
+        <source>Set automatic updates</source>
+        <translation>Automatische Updates einstellen</translation>
+    </message>
+    <message>
+        <source>Settings...</source>
+        <translation>Einstellungen...</translation>
     </message>
 </context>
 <context>
@@ -518,6 +793,52 @@ is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above i
         <translation>Der Name der Datei
 %1
 ist länger als 255 Bytes. Es wurde nichts gescannt; um sie zu scannen, bitte einen Ordner darüber scannen.</translation>
+    </message>
+    <message>
+        <source>Scan the home folder (Alt+M)</source>
+        <translation>Den Home-Ordner scannen (Alt+M)</translation>
+    </message>
+    <message>
+        <source>Scan the home folder</source>
+        <translation>Den Home-Ordner scannen</translation>
+    </message>
+    <message>
+        <source>Ho&amp;me folder</source>
+        <translation>Ho&amp;me-Ordner</translation>
+    </message>
+    <message>
+        <source>Scan all disks of this computer (Alt+C)</source>
+        <translation>Alle Platten dieses Computers scannen (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Scan all disks of this computer</source>
+        <translation>Alle Platten dieses Computers scannen</translation>
+    </message>
+    <message>
+        <source>This &amp;computer</source>
+        <translation>Dieser &amp;Computer</translation>
+    </message>
+    <message>
+        <source>Files and folders that are dropped on this window are scanned, too.</source>
+        <translation>Dateien und Ordner, die auf dieses Fenster gezogen werden, werden ebenfalls gescannt.</translation>
+    </message>
+    <message>
+        <source>Not scanned, because it is no file or folder of this computer that can be reached by a name of at most 255 bytes:
+%1</source>
+        <translation>Nicht gescannt, weil es keine Datei und kein Ordner dieses Computers mit einem Namen von höchstens 255 Byte ist:
+%1</translation>
+    </message>
+    <message>
+        <source>Show the copies of deleted files (Alt+K)</source>
+        <translation>Die Kopien gelöschter Dateien zeigen (Alt+K)</translation>
+    </message>
+    <message>
+        <source>Show the copies of deleted files</source>
+        <translation>Die Kopien gelöschter Dateien zeigen</translation>
+    </message>
+    <message>
+        <source>&amp;Kept copies...</source>
+        <translation>Aufbewahrte &amp;Kopien...</translation>
     </message>
 </context>
 <context>
@@ -1285,6 +1606,17 @@ cannot be reached by this name. Rename it, or choose another one.</source>
         <translation>Der Ordner
 %1
 ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie einen anderen.</translation>
+    </message>
+</context>
+<context>
+    <name>VaultCommand</name>
+    <message>
+        <source>The program that looks after the kept copies ended unexpectedly.</source>
+        <translation>Das Programm, das die aufbewahrten Kopien verwaltet, endete unerwartet.</translation>
+    </message>
+    <message>
+        <source>The program that looks after the kept copies is missing or cannot be started: %1</source>
+        <translation>Das Programm, das die aufbewahrten Kopien verwaltet, fehlt oder kann nicht gestartet werden: %1</translation>
     </message>
 </context>
 <context>

@@ -75,16 +75,6 @@
         <translation>%1 days old</translation>
     </message>
     <message>
-        <source>en_GB</source>
-        <comment>the language that dates are written in</comment>
-        <translation>en_GB</translation>
-    </message>
-    <message>
-        <source>d MMMM yyyy</source>
-        <comment>how a date is written</comment>
-        <translation>d MMMM yyyy</translation>
-    </message>
-    <message>
         <source>Last update: not known</source>
         <translation>Last update: not known</translation>
     </message>
@@ -95,11 +85,6 @@
     <message>
         <source>Last update: %1, %2</source>
         <translation>Last update: %1, %2</translation>
-    </message>
-    <message>
-        <source>%1, %2</source>
-        <comment>date and time of day</comment>
-        <translation>%1, %2</translation>
     </message>
     <message>
         <source>updated</source>
@@ -257,6 +242,137 @@
     </message>
 </context>
 <context>
+    <name>KeptCopiesDialog</name>
+    <message>
+        <source>Kept copies</source>
+        <translation>Kept copies</translation>
+    </message>
+    <message>
+        <source>Copies of infected files, made before the files were deleted. A copy is removed after 30 days.</source>
+        <translation>Copies of infected files, made before the files were deleted. A copy is removed after 30 days.</translation>
+    </message>
+    <message>
+        <source>&amp;Search:</source>
+        <translation>&amp;Search:</translation>
+    </message>
+    <message>
+        <source>Show only files and viruses with this in their name (Alt+S)</source>
+        <translation>Show only files and viruses with this in their name (Alt+S)</translation>
+    </message>
+    <message>
+        <source>Search</source>
+        <translation>Search</translation>
+    </message>
+    <message>
+        <source>The kept copies, the newest first</source>
+        <translation>The kept copies, the newest first</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>File</translation>
+    </message>
+    <message>
+        <source>Virus</source>
+        <translation>Virus</translation>
+    </message>
+    <message>
+        <source>Kept since</source>
+        <translation>Kept since</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>Size</translation>
+    </message>
+    <message>
+        <source>Owner</source>
+        <translation>Owner</translation>
+    </message>
+    <message>
+        <source>&amp;Restore...</source>
+        <translation>&amp;Restore...</translation>
+    </message>
+    <message>
+        <source>Bring the selected files back to where they were (Alt+R)</source>
+        <translation>Bring the selected files back to where they were (Alt+R)</translation>
+    </message>
+    <message>
+        <source>Restore</source>
+        <translation>Restore</translation>
+    </message>
+    <message>
+        <source>&amp;Delete for good...</source>
+        <translation>&amp;Delete for good...</translation>
+    </message>
+    <message>
+        <source>Delete the selected copies for good (Alt+D)</source>
+        <translation>Delete the selected copies for good (Alt+D)</translation>
+    </message>
+    <message>
+        <source>Delete for good</source>
+        <translation>Delete for good</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>&amp;Close</translation>
+    </message>
+    <message>
+        <source>Close this window (Alt+C)</source>
+        <translation>Close this window (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>One moment...</source>
+        <translation>One moment...</translation>
+    </message>
+    <message>
+        <source>Brought back:
+%1</source>
+        <translation>Brought back:
+%1</translation>
+    </message>
+    <message>
+        <source>Cannot be read: %1</source>
+        <translation>Cannot be read: %1</translation>
+    </message>
+    <message>
+        <source>Nothing is kept. Before an infected file is deleted, a copy of it is kept here.</source>
+        <translation>Nothing is kept. Before an infected file is deleted, a copy of it is kept here.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n file(s) kept</source>
+        <translation>
+            <numerusform>%n file kept</numerusform>
+            <numerusform>%n files kept</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>These files were called infected. Do you want to bring them back to where they were?
+
+%1</source>
+        <translation>These files were called infected. Do you want to bring them back to where they were?
+
+%1</translation>
+    </message>
+    <message>
+        <source>Do you want to delete these files for good? They cannot be brought back then.
+
+%1</source>
+        <translation>Do you want to delete these files for good? They cannot be brought back then.
+
+%1</translation>
+    </message>
+    <message numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>and %n more</numerusform>
+            <numerusform>and %n more</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>Messages</name>
     <message>
         <source>&amp;Yes</source>
@@ -268,10 +384,169 @@
     </message>
 </context>
 <context>
+    <name>Moments</name>
+    <message>
+        <source>en_GB</source>
+        <comment>the language that dates are written in</comment>
+        <translation>en_GB</translation>
+    </message>
+    <message>
+        <source>d MMMM yyyy</source>
+        <comment>how a date is written</comment>
+        <translation>d MMMM yyyy</translation>
+    </message>
+    <message>
+        <source>%1, %2</source>
+        <comment>date and time of day</comment>
+        <translation>%1, %2</translation>
+    </message>
+</context>
+<context>
     <name>NameLabel</name>
     <message>
         <source>&amp;Copy</source>
         <translation>&amp;Copy</translation>
+    </message>
+</context>
+<context>
+    <name>OverviewLines</name>
+    <message>
+        <source>Last scan: none yet</source>
+        <translation>Last scan: none yet</translation>
+    </message>
+    <message>
+        <source>Last scan: %1, its report is not there any more</source>
+        <translation>Last scan: %1, its report is not there any more</translation>
+    </message>
+    <message numerus="yes">
+        <source>Last scan: %1, %n infected file(s) found</source>
+        <translation>
+            <numerusform>Last scan: %1, %n infected file found</numerusform>
+            <numerusform>Last scan: %1, %n infected files found</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Last scan: %1, ended early, nothing found</source>
+        <translation>Last scan: %1, ended early, nothing found</translation>
+    </message>
+    <message numerus="yes">
+        <source>Last scan: %1, nothing found, %n file(s) not read</source>
+        <translation>
+            <numerusform>Last scan: %1, nothing found, %n file not read</numerusform>
+            <numerusform>Last scan: %1, nothing found, %n files not read</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Last scan: %1, nothing found, long ago</source>
+        <translation>Last scan: %1, nothing found, long ago</translation>
+    </message>
+    <message>
+        <source>Last scan: %1, nothing found</source>
+        <translation>Last scan: %1, nothing found</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: being looked up</source>
+        <translation>Next scheduled scan: being looked up</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: not known</source>
+        <translation>Next scheduled scan: not known</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: none, the service of the scheduler does not run</source>
+        <translation>Next scheduled scan: none, the service of the scheduler does not run</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: the list of scans cannot be read</source>
+        <translation>Next scheduled scan: the list of scans cannot be read</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: none is planned</source>
+        <translation>Next scheduled scan: none is planned</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: one is running now</source>
+        <translation>Next scheduled scan: one is running now</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: when the computer is started</source>
+        <translation>Next scheduled scan: when the computer is started</translation>
+    </message>
+    <message>
+        <source>Next scheduled scan: %1, %2</source>
+        <comment>when, and the name of the scan</comment>
+        <translation>Next scheduled scan: %1, %2</translation>
+    </message>
+    <message>
+        <source>Automatic updates: on</source>
+        <translation>Automatic updates: on</translation>
+    </message>
+    <message>
+        <source>Automatic updates: off</source>
+        <translation>Automatic updates: off</translation>
+    </message>
+    <message>
+        <source>All is well</source>
+        <translation>All is well</translation>
+    </message>
+    <message>
+        <source>Wants attention</source>
+        <translation>Wants attention</translation>
+    </message>
+    <message>
+        <source>Danger</source>
+        <translation>Danger</translation>
+    </message>
+    <message>
+        <source>Not known yet</source>
+        <translation>Not known yet</translation>
+    </message>
+</context>
+<context>
+    <name>OverviewPanel</name>
+    <message>
+        <source>Shows the update page</source>
+        <translation>Shows the update page</translation>
+    </message>
+    <message>
+        <source>Update definitions</source>
+        <translation>Update definitions</translation>
+    </message>
+    <message>
+        <source>Update...</source>
+        <translation>Update...</translation>
+    </message>
+    <message>
+        <source>Shows the reports</source>
+        <translation>Shows the reports</translation>
+    </message>
+    <message>
+        <source>Show reports of scans</source>
+        <translation>Show reports of scans</translation>
+    </message>
+    <message>
+        <source>Reports...</source>
+        <translation>Reports...</translation>
+    </message>
+    <message>
+        <source>Shows the scheduled scans</source>
+        <translation>Shows the scheduled scans</translation>
+    </message>
+    <message>
+        <source>Plan scans</source>
+        <translation>Plan scans</translation>
+    </message>
+    <message>
+        <source>Schedule...</source>
+        <translation>Schedule...</translation>
+    </message>
+    <message>
+        <source>Set automatic updates</source>
+        <translation>Set automatic updates</translation>
+    </message>
+    <message>
+        <source>Settings...</source>
+        <translation>Settings...</translation>
     </message>
 </context>
 <context>
@@ -518,6 +793,52 @@ is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above i
         <translation>The name of the file
 %1
 is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above it.</translation>
+    </message>
+    <message>
+        <source>Scan the home folder (Alt+M)</source>
+        <translation>Scan the home folder (Alt+M)</translation>
+    </message>
+    <message>
+        <source>Scan the home folder</source>
+        <translation>Scan the home folder</translation>
+    </message>
+    <message>
+        <source>Ho&amp;me folder</source>
+        <translation>Ho&amp;me folder</translation>
+    </message>
+    <message>
+        <source>Scan all disks of this computer (Alt+C)</source>
+        <translation>Scan all disks of this computer (Alt+C)</translation>
+    </message>
+    <message>
+        <source>Scan all disks of this computer</source>
+        <translation>Scan all disks of this computer</translation>
+    </message>
+    <message>
+        <source>This &amp;computer</source>
+        <translation>This &amp;computer</translation>
+    </message>
+    <message>
+        <source>Files and folders that are dropped on this window are scanned, too.</source>
+        <translation>Files and folders that are dropped on this window are scanned, too.</translation>
+    </message>
+    <message>
+        <source>Not scanned, because it is no file or folder of this computer that can be reached by a name of at most 255 bytes:
+%1</source>
+        <translation>Not scanned, because it is no file or folder of this computer that can be reached by a name of at most 255 bytes:
+%1</translation>
+    </message>
+    <message>
+        <source>Show the copies of deleted files (Alt+K)</source>
+        <translation>Show the copies of deleted files (Alt+K)</translation>
+    </message>
+    <message>
+        <source>Show the copies of deleted files</source>
+        <translation>Show the copies of deleted files</translation>
+    </message>
+    <message>
+        <source>&amp;Kept copies...</source>
+        <translation>&amp;Kept copies...</translation>
     </message>
 </context>
 <context>
@@ -1285,6 +1606,17 @@ cannot be reached by this name. Rename it, or choose another one.</source>
         <translation>The folder
 %1
 cannot be reached by this name. Rename it, or choose another one.</translation>
+    </message>
+</context>
+<context>
+    <name>VaultCommand</name>
+    <message>
+        <source>The program that looks after the kept copies ended unexpectedly.</source>
+        <translation>The program that looks after the kept copies ended unexpectedly.</translation>
+    </message>
+    <message>
+        <source>The program that looks after the kept copies is missing or cannot be started: %1</source>
+        <translation>The program that looks after the kept copies is missing or cannot be started: %1</translation>
     </message>
 </context>
 <context>

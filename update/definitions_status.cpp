@@ -1,22 +1,11 @@
 #include "update/definitions_status.h"
 
-#include <QLocale>
-
 #include "abi/updturl.h"
 #include "common/paths.h"
 #include "reports/files/report_files.h"
 #include "update/files/last_update.h"
 #include "widgets/display_name.h"
-
-namespace {
-
-// Reports are dated in English, whatever language the program speaks. Not valid for other dates.
-QDateTime TimeOf(const reports::ReportListing& report) {
-    return QLocale::c().toDateTime(QString::fromStdString(report.finished),
-                                   QStringLiteral("dd MMM, yyyy, hh:mm:ss AP"));
-}
-
-}  // namespace
+#include "widgets/moments.h"
 
 DefinitionsStatus::Line DefinitionsStatus::Definitions(const tagZQVERINFO& version, QDate today) {
     if (version.major == 0 && version.minor == 0) {
@@ -30,7 +19,7 @@ DefinitionsStatus::Line DefinitionsStatus::Definitions(const tagZQVERINFO& versi
         return {tr("Definitions: version %1, date not known").arg(number), false};
     }
     const qint64 days = date.daysTo(today);
-    QString text = tr("Definitions: version %1, %2, %3").arg(number, Day(date), Age(days));
+    QString text = tr("Definitions: version %1, %2, %3").arg(number, Moments::Day(date), Age(days));
     if (days > kMostDays) {
         return {tr("%1. They are out of date.").arg(text), true};
     }
@@ -44,33 +33,23 @@ QString DefinitionsStatus::Age(qint64 days) {
     return days == 1 ? tr("1 day old") : tr("%1 days old").arg(days);
 }
 
-QString DefinitionsStatus::Day(QDate date) {
-    return QLocale(tr("en_GB", "the language that dates are written in"))
-        .toString(date, tr("d MMMM yyyy", "how a date is written"));
-}
-
 QString DefinitionsStatus::LastUpdate() {
     const auto reports = reports::ListReports(kUpdateReports, reports::IndexCount::kNoneMeansEmpty);
     const reports::ReportListing* const last =
         reports && !reports->empty() ? &reports->back() : nullptr;
-    const QDateTime reported = last != nullptr ? TimeOf(*last) : QDateTime();
+    const QDateTime reported = last != nullptr ? Moments::OfReport(last->finished) : QDateTime();
     const auto run = update::ReadLastUpdate(common::InProgramDirectory(update::kLastUpdateFile));
     // One with a report has it a moment later.
     if (const QDateTime ended = QDateTime::fromSecsSinceEpoch(run ? run->time : 0);
         run && (!reported.isValid() || ended > reported)) {
-        return tr("Last update: %1, %2").arg(When(ended), Result(run->result));
+        return tr("Last update: %1, %2").arg(Moments::Minute(ended), Result(run->result));
     }
     if (last == nullptr) {
         return reports ? tr("Last update: none yet") : tr("Last update: not known");
     }
     return tr("Last update: %1, %2")
-        .arg(reported.isValid() ? When(reported) : DisplayName(last->finished),
+        .arg(reported.isValid() ? Moments::Minute(reported) : DisplayName(last->finished),
              Result(last->subject));
-}
-
-QString DefinitionsStatus::When(const QDateTime& time) {
-    return tr("%1, %2", "date and time of day")
-        .arg(Day(time.date()), time.time().toString(QStringLiteral("HH:mm")));
 }
 
 QString DefinitionsStatus::Result(const std::string& subject) {

@@ -31,8 +31,6 @@ public:
 
 private:
     static QString Age(qint64 days);
-    static QString Day(QDate date);
-    static QString When(const QDateTime& time);
     static QString Result(const std::string& subject);
     static QString Result(int updaterResult);
 };

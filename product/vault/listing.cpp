@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "common/escaped_text.h"
@@ -79,6 +80,27 @@ std::string TableOf(const Collection& collection, std::size_t& damaged) {
     std::string out;
     for (const Row& row : rows) {
         Append(out, row, widths);
+    }
+    return out;
+}
+
+std::string JsonOf(const Collection& collection, std::size_t& damaged) {
+    std::string out;
+    damaged = 0;
+    for (const PlacedItem& item : collection.Items()) {
+        nlohmann::ordered_json object{
+            {"item", item.entry.name}, {"kept", item.entry.kept}, {"owner", UserText(item.owner)}};
+        std::string why;
+        if (const auto reader = collection.Read(item, why)) {
+            object["size"] = reader->Facts().size;
+            object["virus"] = common::Escaped(reader->Facts().virusName);
+            object["path"] = common::Escaped(reader->Facts().path);
+        } else {
+            object["problem"] = common::Escaped(why);
+            ++damaged;
+        }
+        out += object.dump();
+        out += '\n';
     }
     return out;
 }

@@ -34,12 +34,13 @@ int Print(const std::string& text) {
     return isPrinted ? kExitOk : Fail(std::string("standard output: ") + std::strerror(errno));
 }
 
-int List(const Collection& collection) {
+int List(const Collection& collection, bool asJson) {
     if (collection.Items().empty()) {
-        return Print("Nothing is kept.\n");
+        return asJson ? kExitOk : Print("Nothing is kept.\n");
     }
     std::size_t damaged = 0;
-    const int status = Print(vault::TableOf(collection, damaged));
+    const int status =
+        Print(asJson ? vault::JsonOf(collection, damaged) : vault::TableOf(collection, damaged));
     return damaged == 0 ? status
                         : Fail(std::to_string(damaged) + (damaged == 1 ? " item" : " items") +
                                " cannot be read");
@@ -113,7 +114,7 @@ int ActOn(const Collection& collection, const PlacedItem& placed, const Options&
 
 int Act(const Collection& collection, const Options& options) {
     if (options.command == vault::Command::kList) {
-        return List(collection);
+        return List(collection, options.asJson);
     }
     int status = kExitOk;
     std::vector<const PlacedItem*> items;

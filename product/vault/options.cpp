@@ -9,7 +9,7 @@
 namespace vault {
 
 const char kUsage[] =
-    "Usage: corvane-vault list\n"
+    "Usage: corvane-vault list [--json]\n"
     "       corvane-vault show ITEM...\n"
     "       corvane-vault restore [--to FOLDER] ITEM...\n"
     "       corvane-vault export ITEM FILE\n"
@@ -24,16 +24,18 @@ const char kUsage[] =
     "  export       writes the contents to FILE, readable for you alone\n"
     "  empty        removes items for good; all of them without a name\n"
     "\n"
+    "  --json       list a JSON object a line\n"
     "  --to FOLDER  restore into FOLDER\n"
     "  --yes        empty without a question\n";
 
 namespace {
 
-enum OptionCode { kTo = 256, kYes, kHelpOption, kVersionOption };
+enum OptionCode { kTo = 256, kYes, kJson, kHelpOption, kVersionOption };
 
 constexpr option kOptions[] = {
     {"to", required_argument, nullptr, kTo},
     {"yes", no_argument, nullptr, kYes},
+    {"json", no_argument, nullptr, kJson},
     {"help", no_argument, nullptr, kHelpOption},
     {"version", no_argument, nullptr, kVersionOption},
     {nullptr, 0, nullptr, 0},
@@ -100,6 +102,9 @@ bool ParseOptions(std::span<char* const> arguments, Options& options, std::strin
             case kYes:
                 options.isSure = true;
                 break;
+            case kJson:
+                options.asJson = true;
+                break;
             case kHelpOption:
                 options.command = Command::kHelp;
                 return true;
@@ -120,8 +125,9 @@ bool ParseOptions(std::span<char* const> arguments, Options& options, std::strin
     }
     options.command = *command;
     if ((hasFolder && (options.folder.empty() || *command != Command::kRestore)) ||
-        (options.isSure && *command != Command::kEmpty)) {
-        problem = "--to FOLDER is for restore, --yes for empty";
+        (options.isSure && *command != Command::kEmpty) ||
+        (options.asJson && *command != Command::kList)) {
+        problem = "--to FOLDER is for restore, --yes for empty, --json for list";
         return false;
     }
     words.erase(words.begin());

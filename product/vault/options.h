@@ -15,6 +15,7 @@ struct Options {
     std::string folder;              ///< kRestore: where to; empty: where each has been
     std::string file;                ///< kExport: what is written
     bool isSure = false;             ///< kEmpty: without a question
+    bool asJson = false;             ///< kList: an object a line instead of a table
 };
 
 /// What --help shows.

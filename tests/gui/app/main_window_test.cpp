@@ -119,7 +119,7 @@ TEST_F(MainWindow, EverythingThatTakesTheFocusIsNamedAndExplained) {
         EXPECT_FALSE(widget->accessibleName().isEmpty()) << widget->objectName().toStdString();
         EXPECT_FALSE(widget->toolTip().isEmpty()) << widget->objectName().toStdString();
     }
-    EXPECT_EQ(seen, 8 + 2 + 7 + 4 + 13 + 6);
+    EXPECT_EQ(seen, 8 + 9 + 7 + 4 + 13 + 6);
 }
 
 TEST_F(MainWindow, AllThatCanBeReadIsReadOut) {
@@ -144,7 +144,8 @@ TEST_F(MainWindow, TabGoesDownTheButtonsAndThenIntoThePage) {
     } while (widget->objectName() != "btnScan");
     EXPECT_EQ(order.join(' '),
               "btnScan btnOptions btnReports btnUpdate btnSchedule btnAbout btnHelp btnExit "
-              "btnScnFl btnScnDir");
+              "btnScnFl btnScnDir btnScnHome btnScnComputer btnKept btnDefinitions btnLastScan "
+              "btnNextScan btnUpdates");
 }
 
 TEST_F(MainWindow, ScanPageHasItsHeadings) {

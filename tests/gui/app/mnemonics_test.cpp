@@ -8,6 +8,7 @@
 
 #include "common/run_state.h"
 #include "common/text_field.h"
+#include "kept/kept_copies_dialog.h"
 #include "reports/dlg_report.h"
 #include "scan/dlg_scn_prgrs.h"
 #include "scan/dlg_vir_fnd.h"
@@ -120,6 +121,8 @@ TEST_P(Mnemonics, OfEveryDialog) {
     ExpectClear(update, "update");
     const dlgIntSet internet;
     ExpectClear(internet, "internet settings");
+    const KeptCopiesDialog kept(nullptr, QStringLiteral("/bin/true"));
+    ExpectClear(kept, "kept copies");
     Put("reports/scn1.log", "a report");
     common::CopyToField(g_szRptPath, PathOf("reports/scn1.log").string());
     g_siRptKind = kScheduledReports;  // the only kind whose list may be missing

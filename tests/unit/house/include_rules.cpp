@@ -32,7 +32,9 @@ const std::map<std::string, Room, std::less<>> kRooms = {
     {"update", {.floor = 4, .hasQt = true}},
     {"help", {.floor = 4, .hasQt = true}},
     {"schedule", {.floor = 4, .hasQt = true}},
-    {"app", {.floor = 5, .hasQt = true}},
+    {"kept", {.floor = 3, .hasQt = true}},
+    {"overview", {.floor = 5, .hasQt = true}},
+    {"app", {.floor = 6, .hasQt = true}},
 };
 
 // What several parts of the product are built from, bottom first. Each folder of product/ that is

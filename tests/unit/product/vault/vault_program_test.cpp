@@ -82,6 +82,26 @@ TEST_F(VaultProgram, ShowsHostileNamesAsEscapes) {
     EXPECT_EQ(Out(), shown + "\n");
 }
 
+TEST_F(VaultProgram, ListsForProgramsAnObjectALine) {
+    EXPECT_EQ(Run("list --json"), 0);
+    EXPECT_EQ(Out(), "");
+    const std::string second = KeepAndDelete(m_files / "d/a\"b\nc\xFF.com");
+    const std::string first = "20010203-040506-00000000";
+    WriteFile(Folder() + first, "damaged");
+    fs::permissions(Folder() + first, fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(Run("list --json"), 1);
+    EXPECT_THAT(Err(), HasSubstr("1 item cannot be read"));
+    const std::string path = m_files / R"(d/a\"b\\u{000a}c\\xff.com)";
+    EXPECT_THAT(
+        Out(),
+        MatchesRegex(
+            R"(\{"item":")" + first + R"(","kept":981173106,"owner":"[^"]+","problem":"[^"]+"\})" +
+            "\n" + R"(\{"item":")" + second +
+            R"(","kept":[0-9]{10},"owner":"[^"]+","size":12,"virus":"Test.Virus","path":".*"\})" +
+            "\n"));
+    EXPECT_THAT(Out(), HasSubstr("\"path\":\"" + path + "\"}\n"));
+}
+
 TEST_F(VaultProgram, ShowsAllThatIsKnown) {
     fs::create_directory(m_files / "d");
     WriteFile(m_bad, kContents);
@@ -312,7 +332,7 @@ TEST_F(VaultProgram, TellsWhatItTakes) {
     EXPECT_EQ(Run("--version"), 0);
     EXPECT_EQ(Out(), "corvane-vault " CORVANE_VERSION "\n");
     EXPECT_EQ(Run("--help"), 0);
-    EXPECT_THAT(Out(), StartsWith("Usage: corvane-vault list\n"));
+    EXPECT_THAT(Out(), StartsWith("Usage: corvane-vault list [--json]\n"));
     const std::string item = "20010203-040506-00000000";
     const std::pair<std::string, std::string> wrong[] = {
         {"", "a command is needed"},
@@ -325,9 +345,10 @@ TEST_F(VaultProgram, TellsWhatItTakes) {
         {"export " + item, "export needs an item and a file"},
         {"export " + item + " ''", "export needs an item and a file"},
         {"export " + item + " a b", "export needs an item and a file"},
-        {"list --yes", "--to FOLDER is for restore, --yes for empty"},
-        {"empty --to /", "--to FOLDER is for restore, --yes for empty"},
-        {"restore --to '' " + item, "--to FOLDER is for restore, --yes for empty"},
+        {"list --yes", "--to FOLDER is for restore, --yes for empty, --json for list"},
+        {"empty --to /", "--to FOLDER is for restore, --yes for empty, --json for list"},
+        {"restore --to '' " + item, "--to FOLDER is for restore, --yes for empty, --json for list"},
+        {"show --json " + item, "--to FOLDER is for restore, --yes for empty, --json for list"},
         {"restore --to", "unknown option, or one that lacks its argument"},
         {"list --all", "unknown option, or one that lacks its argument"},
     };
@@ -345,9 +366,9 @@ TEST_F(VaultProgram, SaysWhenItsOutputCannotBeWritten) {
 
 TEST_F(VaultProgram, ItsManualTellsOfEveryCommandAndOption) {
     const std::string manual = ReadFile(VAULT_MANUAL);
-    for (const char* word :
-         {"list", "show", "restore", "export", "empty", "\\-\\-to", "\\-\\-yes", "\\-\\-help",
-          "\\-\\-version", "purge", "/var/lib/corvane/vault", "XDG_DATA_HOME", "EXIT STATUS"}) {
+    for (const char* word : {"list", "show", "restore", "export", "empty", "\\-\\-to", "\\-\\-yes",
+                             "\\-\\-json", "\\-\\-help", "\\-\\-version", "purge",
+                             "/var/lib/corvane/vault", "XDG_DATA_HOME", "EXIT STATUS"}) {
         EXPECT_THAT(manual, HasSubstr(word));
     }
 }
