@@ -13,8 +13,13 @@ struct EmbeddedArchive {
     std::size_t offset;  ///< where it begins; it ends no later than the file
 };
 
-/// The archives in a program or script that unpacks itself: one of a kind at most, and only where
-/// its head is right in all its check sums or fields. Empty for any other file.
-std::vector<EmbeddedArchive> FindEmbeddedArchives(std::string_view bytes);
+/// No file is looked through for more than these.
+inline constexpr std::size_t kMostEmbedded = 1000;
+
+/// The archives within other data that unpackers look for there, each only where its head is right
+/// in all its check sums or fields. In a program or script also a zip file, and in a script a
+/// compressed stream: the first of these. Stops behind kMostEmbedded.
+/// `withZip`: a zip file in any data; libclamav finds most of these by itself.
+std::vector<EmbeddedArchive> FindEmbeddedArchives(std::string_view bytes, bool withZip);
 
 }  // namespace scanning
