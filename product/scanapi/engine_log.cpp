@@ -1,6 +1,7 @@
 #include "product/scanapi/engine_log.h"
 
 #include <exception>
+#include <set>
 #include <utility>
 
 #include "common/escaped_text.h"
@@ -18,6 +19,16 @@ bool LogLine(std::string_view text) noexcept {
         return true;
     } catch (const std::exception&) {
         return false;
+    }
+}
+
+void LogOfHost(std::string_view text) {
+    constexpr std::size_t kMostLines = 50;
+    static std::mutex mutex;
+    static std::set<std::string, std::less<>> told;
+    const std::lock_guard lock(mutex);
+    if (told.size() < kMostLines && told.emplace(text).second) {
+        LogLine(common::Escaped(text));
     }
 }
 

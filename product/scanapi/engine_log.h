@@ -14,6 +14,10 @@ namespace scanapi {
 /// it.
 bool LogLine(std::string_view text) noexcept;
 
+/// What a scan host says, which may come from elsewhere. It says what it lacks each time one is
+/// started; the same words are written once, and no more than fifty different ones.
+void LogOfHost(std::string_view text);
+
 /// A database that is left out. What `reason` holds may come from elsewhere.
 void LogLeftOut(const std::string& path, std::string_view reason);
 
