@@ -13,10 +13,7 @@ namespace scanapi {
 bool LogLine(std::string_view text) noexcept {
     try {
         const std::string line = "scanapi: " + std::string(text);
-        if (!common::AppendToLog(common::kCommonLog, line)) {
-            AppendToUserLog(line);
-        }
-        return true;
+        return common::AppendToLog(common::kCommonLog, line) || AppendToUserLog(line);
     } catch (const std::exception&) {
         return false;
     }

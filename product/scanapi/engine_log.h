@@ -10,8 +10,8 @@ namespace scanapi {
 // What the engine writes to the common log, or to the user's own where this process may not write
 // there (user_log.h): each a line, "scanapi: " and then a text. Any thread.
 
-/// `text` is our own words; what others chose in it was escaped. False when there is no memory for
-/// it.
+/// `text` is our own words; what others chose in it was escaped. False when it could not be
+/// written, for want of memory or of a descriptor perhaps.
 bool LogLine(std::string_view text) noexcept;
 
 /// What a scan host says, which may come from elsewhere. It says what it lacks each time one is
@@ -22,7 +22,7 @@ void LogOfHost(std::string_view text);
 void LogLeftOut(const std::string& path, std::string_view reason);
 
 /// The files of a run that were not read, and why: a line each for so many, and then how many more
-/// there were, with those that there was no memory to tell of.
+/// there were, with those whose line could not be written.
 class UnreadLog {
 public:
     static constexpr std::size_t kMaxLines = 1000;
