@@ -135,6 +135,15 @@ TEST_F(InsideTest, EachArchiveWithinOtherDataIsRead) {
     }
 }
 
+// What looks like an archive cut short there need be none.
+TEST_F(InsideTest, TheStreamsOfADocumentMayLieAboutInPieces) {
+    const std::string piece = MakeSample("RAR 4, stored", false).substr(0, 3000);
+    const std::string document = MakeSample("Word document", true);
+    EXPECT_TRUE(Verdict("some text\n" + piece).starts_with("unread: archive "));
+    EXPECT_EQ(Verdict(document), "clean");
+    EXPECT_EQ(Verdict(document + piece), "clean");
+}
+
 TEST_F(InsideTest, SoManyArchivesInOneFileAreNotCalledClean) {
     // A head with its check sum, and the end.
     const std::string empty = std::string("Rar!\x1a\x07\0\xcf\x90\x73\0\0\x0d\0", 14) +
