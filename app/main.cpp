@@ -11,6 +11,7 @@
 #include "common/log.h"
 #include "common/run_state.h"
 #include "scan/run/descriptor_limit.h"
+#include "widgets/masked_typing.h"
 
 int main(int argc, char** argv) {
     RegisterWithOnAccessService();
@@ -36,6 +37,7 @@ int main(int argc, char** argv) {
         application = std::make_unique<QApplication>(argc, argv);
     }
     SetApplicationStyle();
+    const MaskedTyping maskedTyping;
 
     if (!RecordApplicationDirectory()) {
         Unregfromonlineprot(g_pCurrproc_pid);

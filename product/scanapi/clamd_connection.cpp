@@ -12,7 +12,7 @@
 #include <unistd.h>
 
 #include "common/retrying.h"
-#include "common/users.h"
+#include "common/socket_peer.h"
 #include "product/scanapi/clamd_reply.h"
 #include "product/scanning/container_kind.h"
 #include "product/scanwire/packet.h"
@@ -92,17 +92,13 @@ bool Connect(int socket, const sockaddr* address, socklen_t size,
 
 // Whoever may make the socket may also say of every file that it is clean, and read it.
 bool IsTrusted(int socket, const std::string& user) {
-    ucred peer{};
-    socklen_t length = sizeof(peer);
-    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &length) != 0) {
+    const auto peer = common::PeerOf(socket);
+    if (!peer) {
         return false;
     }
-    if (peer.uid == 0 || peer.uid == geteuid()) {
-        return true;
-    }
-    const bool isClamd = !user.empty() && common::UserName(peer.uid) == user;
+    const bool isTrusted = peer->uid == geteuid() || common::IsRootOr(peer->uid, user);
     errno = EPERM;
-    return isClamd;
+    return isTrusted;
 }
 
 std::array<char, 4> BigEndian(std::size_t number) {

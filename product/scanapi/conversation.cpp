@@ -1,5 +1,8 @@
 #include "product/scanapi/conversation.h"
 
+#include <algorithm>
+#include <span>
+
 #include "common/escaped_text.h"
 #include "common/text_field.h"
 #include "product/scanapi/engine_log.h"
@@ -11,12 +14,11 @@ namespace {
 
 constexpr std::string_view kCutMark = "...";
 
-// As much of a text as a field of `size` bytes holds, and a mark where it was cut.
-std::string CutToField(std::string_view text, std::size_t size) {
-    if (text.size() < size) {
-        return std::string(text);
+// As much of a text as the field holds, and a mark where it was cut. Takes no memory.
+void PutCut(std::span<char> field, std::string_view text) {
+    if (!common::CopyToField(field, text)) {
+        std::copy(kCutMark.begin(), kCutMark.end(), field.end() - kCutMark.size() - 1);
     }
-    return std::string(text.substr(0, size - 1 - kCutMark.size())).append(kCutMark);
 }
 
 }  // namespace
@@ -29,15 +31,14 @@ std::string_view WhyUnread(const scanning::ScanOutcome& outcome) {
 }
 
 void PutFileName(tagZQFILEINFO& info, std::string_view fileName) {
-    common::CopyToField(info.fileName, CutToField(fileName, kEngineFileNameSize));
+    PutCut(info.fileName, fileName);
 }
 
-void Conversation::SayUnread(const scanning::ScanOutcome& outcome) {
+void Conversation::SayUnread(std::string_view reason) {
     tagZQFILEINFO info{};
     info.code = kMsgCannotRead;
     PutFileName(info, m_file.Path());
-    common::CopyToField(info.virusName,
-                        CutToField(common::Escaped(WhyUnread(outcome)), kEngineVirusNameSize));
+    PutCut(info.virusName, reason);
     m_callback(&info, m_context);
 }
 
@@ -81,7 +82,7 @@ bool Conversation::Conclude(const scanning::ScanOutcome& outcome) {
         case scanning::Verdict::Stopped:
             break;
     }
-    SayUnread(outcome);
+    SayUnread(common::Escaped(WhyUnread(outcome)));
     return false;
 }
 

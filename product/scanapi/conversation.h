@@ -36,10 +36,12 @@ public:
     /// scanned whole or passed over as asked.
     bool Conclude(const scanning::ScanOutcome& outcome);
 
+    /// Tells that the file was not read; takes no memory.
+    void SayUnread(std::string_view reason);
+
 private:
     [[nodiscard]] std::string PathOf(std::string_view member) const;
     int Say(std::int16_t code, std::string_view fileName, std::string_view virusName = {});
-    void SayUnread(const scanning::ScanOutcome& outcome);
     void Detected(const scanning::ScanOutcome& outcome);
     void Delete(const std::string& virusName);
 

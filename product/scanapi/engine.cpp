@@ -11,6 +11,7 @@
 #include "product/scanapi/host_process.h"
 #include "product/scanapi/verdict_file.h"
 #include "product/scanapi/version_record.h"
+#include "product/scanning/unread_reasons.h"
 
 namespace scanapi {
 
@@ -139,16 +140,17 @@ bool Engine::ScanFile(std::uint64_t handle, void* context) {
     Conversation conversation(callback, context, *file, [this](const std::string& virusName) {
         return DisposalOf(virusName);
     });
-    scanning::ScanOutcome outcome;
     try {
-        outcome = Scan(file, profile, conversation);
+        const scanning::ScanOutcome outcome = Scan(file, profile, conversation);
+        if (outcome.verdict == scanning::Verdict::Stopped && !file->IsLocal()) {
+            m_brokenOff = file;
+        }
+        return conversation.Conclude(outcome);
     } catch (const std::bad_alloc&) {
-        outcome = {};
+        m_unread.Add(file->Path(), scanning::kNoMemory);
+        conversation.SayUnread(scanning::kNoMemory);
+        return false;
     }
-    if (outcome.verdict == scanning::Verdict::Stopped && !file->IsLocal()) {
-        m_brokenOff = file;
-    }
-    return conversation.Conclude(outcome);
 }
 
 // Null when none are loaded, or the program wants to stop before they are.

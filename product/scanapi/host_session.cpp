@@ -21,7 +21,6 @@ constexpr int kLookInterval = 100;  // milliseconds
 constexpr std::chrono::seconds kHostPatience(10);
 // It ends within a few milliseconds of its socket.
 constexpr milliseconds kEndPatience(500);
-constexpr int kMaxLogLines = 50;
 // So many workers in a row that could be given nothing: the next would fare no better.
 constexpr int kMaxUselessWorkers = 100;
 
@@ -135,14 +134,14 @@ bool HostSession::Hear(std::string_view bytes, std::vector<common::FileDescripto
     if (const auto* leftOut = std::get_if<scanwire::LeftOut>(&*message)) {
         m_owner.OnLeftOut(leftOut->path, leftOut->reason);
     } else if (const auto* log = std::get_if<scanwire::Log>(&*message)) {
-        HearLog(log->text);
+        LogOfHost(log->text);
     } else if (const auto* notLoaded = std::get_if<scanwire::NotLoaded>(&*message)) {
         // Said of loaded databases it means that there was no process for a worker: another host
         // may fare better.
         if (!m_hasLoaded) {
             m_owner.OnNotLoaded(notLoaded->reason);
         } else {
-            HearLog(notLoaded->reason);
+            LogLine(common::Escaped(notLoaded->reason));
         }
         return false;
     } else if (const auto* worker = std::get_if<scanwire::Worker>(&*message)) {
@@ -153,12 +152,6 @@ bool HostSession::Hear(std::string_view bytes, std::vector<common::FileDescripto
         m_owner.OnLoaded(m_process.Memory());
     }
     return true;
-}
-
-void HostSession::HearLog(const std::string& text) {
-    if (++m_logLines <= kMaxLogLines) {
-        LogLine(common::Escaped(text));
-    }
 }
 
 void HostSession::HearWorker(const scanwire::Worker& worker,

@@ -62,7 +62,6 @@ private:
     void TalkToHost();
     void Send();
     bool Hear(std::string_view bytes, std::vector<common::FileDescriptor> descriptors);
-    void HearLog(const std::string& text);
     void HearWorker(const scanwire::Worker& worker,
                     std::vector<common::FileDescriptor> descriptors);
     void HearEnded(const scanwire::Ended& ended);
@@ -87,7 +86,6 @@ private:
     std::deque<std::string> m_toHost;  ///< packets that it has not taken yet
     std::map<std::uint32_t, Place> m_places;
     std::vector<pollfd> m_polled;
-    int m_logLines = 0;
     int m_uselessWorkers = 0;  ///< in a row
     bool m_ended = false;
     bool m_hasLoaded = false;

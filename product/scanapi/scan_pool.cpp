@@ -89,7 +89,7 @@ std::shared_ptr<PendingScan> ScanPool::Submit(std::shared_ptr<TargetFile> file,
                                               Urgency urgency) {
     auto scan = std::make_shared<PendingScan>(std::move(file), profile, urgency, m_wakeup);
     if (!scan->File().IsReadable()) {
-        scan->FinishUnread("it may not be read");
+        scan->FinishUnread(std::string(scan->File().WhyClosed()));
     } else if (scan->File().Size() > static_cast<std::size_t>(scanning::kMaxFileSize)) {
         scan->FinishUnread("it is too large");
     } else if (m_verdicts.Answer(*scan)) {

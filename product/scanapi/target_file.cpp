@@ -24,11 +24,18 @@ constexpr unsigned long kFuseControlMagic = 0x65735543;
 constexpr unsigned long kRpcPipeMagic = 0x67596969;
 constexpr unsigned long kNfsControlMagic = 0x6E667364;
 
-// Errors that tell of a file that is there and may not be read.
+// Errors that tell nothing of the file, but that there is no descriptor or memory for it.
+bool IsShortage(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+// Errors that tell of a file that is there and may not be read, or may be.
 bool IsThereButClosed(int error) {
     return error == EACCES || error == EPERM || error == EIO || error == EWOULDBLOCK ||
-           error == ESTALE || error == EOVERFLOW;
+           error == ESTALE || error == EOVERFLOW || IsShortage(error);
 }
+
+constexpr std::string_view kShortage = "there was no descriptor or memory for it";
 
 bool HasOpenEffects(mode_t mode) {
     return S_ISFIFO(mode) || S_ISCHR(mode) || S_ISBLK(mode);
@@ -75,8 +82,15 @@ std::shared_ptr<TargetFile> TargetFile::Open(const char* path, EngineOpenStatus&
     target->m_baseName = std::move(baseName);
     // The folder is held from here on, so that a folder swapped later changes nothing.
     target->m_folder.Reset(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!target->m_folder || target->m_baseName.empty()) {
+    if (target->m_baseName.empty()) {
         return nullptr;
+    }
+    struct statfs fileSystem {};
+    if (!target->m_folder) {
+        target->m_whyClosed = kShortage;
+        const bool isSeen = IsShortage(errno) && stat(path, &target->m_opened) == 0 &&
+                            statfs(path, &fileSystem) == 0;
+        return isSeen ? Accepted(std::move(target), fileSystem, status) : nullptr;
     }
     // Opening is not without effect on what is no file: a writer that waits at a FIFO would be let
     // go, a tape would be wound back, a watchdog set off. What comes under the name only after this
@@ -90,7 +104,9 @@ std::shared_ptr<TargetFile> TargetFile::Open(const char* path, EngineOpenStatus&
     // A link is followed: the program hands one over only as the path that the user picked.
     target->m_file.Reset(openat(target->m_folder.Get(), target->m_baseName.c_str(),
                                 O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    struct statfs fileSystem {};
+    if (!target->m_file && IsShortage(errno)) {
+        target->m_whyClosed = kShortage;
+    }
     if (target->m_file) {
         if (fstat(target->m_file.Get(), &target->m_opened) != 0 ||
             fstatfs(target->m_file.Get(), &fileSystem) != 0) {
@@ -102,12 +118,18 @@ std::shared_ptr<TargetFile> TargetFile::Open(const char* path, EngineOpenStatus&
                fstatfs(target->m_folder.Get(), &fileSystem) != 0) {
         return nullptr;
     }
-    if (!S_ISREG(target->m_opened.st_mode) ||
-        IsPseudoFileSystem(static_cast<unsigned long>(fileSystem.f_type))) {
+    return Accepted(std::move(target), fileSystem, status);
+}
+
+std::shared_ptr<TargetFile> TargetFile::Accepted(std::shared_ptr<TargetFile> target,
+                                                 const struct statfs& fileSystem,
+                                                 EngineOpenStatus& status) {
+    const auto magic = static_cast<unsigned long>(fileSystem.f_type);
+    if (!S_ISREG(target->m_opened.st_mode) || IsPseudoFileSystem(magic)) {
         status = kOpenRefused;
         return nullptr;
     }
-    target->m_isLocal = IsLocalFileSystem(static_cast<unsigned long>(fileSystem.f_type));
+    target->m_isLocal = IsLocalFileSystem(magic);
     return target;
 }
 

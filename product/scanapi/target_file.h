@@ -4,7 +4,9 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 
 #include "abi/scanapi.h"
 #include "common/file_descriptor.h"
@@ -16,8 +18,8 @@ class TargetFile {
 public:
     /// Opens `path` without blocking. Null on failure, with the reason in `status`: kOpenRefused
     /// for what is no regular file or lies on a pseudo file system, kOpenFailed for what is not
-    /// there. A regular file that may not be read is opened all the same and IsReadable() is false:
-    /// its scan then says so.
+    /// there. A regular file that may not be read, or for which there is no descriptor or memory,
+    /// is opened all the same and IsReadable() is false: its scan then says so.
     static std::shared_ptr<TargetFile> Open(const char* path, EngineOpenStatus& status);
 
     /// Opens a file that may never be asked for: its path is `path`, which ends in a bare name that
@@ -36,6 +38,8 @@ public:
     [[nodiscard]] const std::string& Path() const { return m_path; }
     [[nodiscard]] const std::string& BaseName() const { return m_baseName; }
     [[nodiscard]] bool IsReadable() const { return m_file.IsOpen(); }
+    /// In a few words, where it is not.
+    [[nodiscard]] std::string_view WhyClosed() const { return m_whyClosed; }
     /// Whether reading it ends in any case (local_file_systems.h). Of any other file nothing is
     /// asked by a thread that more than one scan depends on.
     [[nodiscard]] bool IsLocal() const { return m_isLocal; }
@@ -51,10 +55,16 @@ public:
     [[nodiscard]] std::ptrdiff_t ReadStart(std::span<std::byte> buffer) const;
 
 private:
+    /// `target`, whose state is known; null with the status for what is no file to scan.
+    static std::shared_ptr<TargetFile> Accepted(std::shared_ptr<TargetFile> target,
+                                                const struct statfs& fileSystem,
+                                                EngineOpenStatus& status);
+
     std::string m_path;
     std::string m_baseName;
     common::FileDescriptor m_folder;
     common::FileDescriptor m_file;
+    std::string_view m_whyClosed = "it may not be read";
     struct stat m_opened {};
     bool m_isLocal = false;
 };

@@ -43,23 +43,21 @@ std::string FolderOfUserLog() {
     return state.empty() ? "" : state + "/corvane";
 }
 
-void AppendToUserLog(std::string_view line) {
+bool AppendToUserLog(std::string_view line) {
     const std::string path = FolderOfUserLog();
     std::string ignored;
     const common::FileDescriptor folder =
         path.empty() ? common::FileDescriptor()
                      : vault::OpenPrivateFolder(path, vault::Missing::kMake, ignored);
     if (!folder) {
-        return;
+        return false;
     }
     common::FileDescriptor log = OpenLog(folder.Get());
     if (log && IsFull(log)) {
         (void)::renameat(folder.Get(), kName, folder.Get(), kOldName);
         log = OpenLog(folder.Get());
     }
-    if (log) {
-        (void)common::WriteAll(log.Get(), std::string(line) + "\n");
-    }
+    return log && common::WriteAll(log.Get(), std::string(line) + "\n");
 }
 
 }  // namespace scanapi

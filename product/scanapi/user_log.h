@@ -16,7 +16,7 @@ inline constexpr std::int64_t kMaxUserLog = 1 << 20;
 /// environment: see getenv() about threads.
 std::string FolderOfUserLog();
 
-/// Appends `line` and a newline there, and makes the folders on the way. Every failure is silent.
-void AppendToUserLog(std::string_view line);
+/// Appends `line` and a newline there, and makes the folders on the way. False when it could not.
+bool AppendToUserLog(std::string_view line);
 
 }  // namespace scanapi

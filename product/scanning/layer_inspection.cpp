@@ -4,7 +4,7 @@
 #include <numeric>
 #include <utility>
 
-#include "product/scanning/self_extractor.h"
+#include "product/scanning/embedded_archives.h"
 #include "product/scanning/unread_reasons.h"
 #include "product/scanning/zip_directory.h"
 
@@ -18,6 +18,8 @@ struct MapCloser {
 using MapOwner = std::unique_ptr<cl_fmap_t, MapCloser>;
 
 constexpr std::string_view kUnknownType = "CL_TYPE_BINARY_DATA";
+// Documents that keep their streams in pieces, which libclamav puts together.
+constexpr std::string_view kInPieces = "CL_TYPE_MSOLE2";
 
 // Ends the scan: the library takes CL_VIRUS as a detection, which is dropped.
 constexpr cl_error_t kEndScan = CL_VIRUS;
@@ -178,9 +180,10 @@ cl_error_t LibraryRun::LookInto(const Layer& layer, ContainerKind kind) {
         [this](std::size_t members, std::size_t bytes) { m_trail.ExpectMembers(members, bytes); },
         m_whole.Room(),
     };
-    if (kind == ContainerKind::None) {
+    if (kind == ContainerKind::None || kind == ContainerKind::Pdf) {
         LookBehind(layer, news);
-    } else {
+    }
+    if (kind != ContainerKind::None) {
         m_whole.Recognised();
         if (LookInside(kind, layer.bytes, m_whole.IsThorough(), news)) {
             m_trail.ExpectNothing();
@@ -190,11 +193,29 @@ cl_error_t LibraryRun::LookInto(const Layer& layer, ContainerKind kind) {
 }
 
 void LibraryRun::LookBehind(const Layer& layer, const LayerNews& news) {
-    if (HoldsEncryptedMember(TextOf(layer.bytes))) {
+    if (!m_whole.Profile().archives) {
+        return;
+    }
+    const std::string_view text = TextOf(layer.bytes);
+    const auto members = FindMembersPassedOver(text);
+    if (members.encrypted) {
         m_whole.Unread(kEncrypted);
     }
-    for (const auto& [kind, offset] : FindEmbeddedArchives(TextOf(layer.bytes))) {
-        // libclamav looks for archives in programs, but for no streams in scripts.
+    if (members.cutShort) {
+        m_whole.Unread(kCutShort);
+    }
+    if (layer.type == kInPieces) {
+        return;
+    }
+    if (members.packedOtherwise && !m_whole.IsThorough()) {
+        m_whole.Missed();
+    }
+    const auto archives = FindEmbeddedArchives(text, members.packedOtherwise);
+    if (archives.size() > kMostEmbedded) {
+        m_whole.Unread(kTooMany);
+    }
+    for (const auto& [kind, offset] : archives) {
+        // libclamav looks for archives in other data, but for no streams in scripts.
         const bool thorough = m_whole.IsThorough() || IsKnownStream(kind);
         LookInside(kind, layer.bytes.subspan(offset), thorough, news);
     }

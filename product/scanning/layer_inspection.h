@@ -54,7 +54,7 @@ private:
     [[nodiscard]] bool IsInside() const { return m_around.depth > 0; }
     bool EnterMember(const Layer& layer);
     cl_error_t LookInto(const Layer& layer, ContainerKind kind);
-    /// The same for what unpacks itself.
+    /// The same for archives within what is no archive itself.
     void LookBehind(const Layer& layer, const LayerNews& news);
     bool ScanInside(const Layer& layer, const std::string& name, std::span<const std::byte> bytes);
     [[nodiscard]] std::string PathOf(const std::string& inner) const;

@@ -75,7 +75,8 @@ std::string LayerTrail::TakeListed(Layer& archive, std::string_view name) {
 
 void LayerTrail::Entered(std::uint32_t level, std::string_view name, int descriptor,
                          std::size_t size) {
-    while (m_layers.size() > level) {
+    // An archive within other data takes a level of its own that is not told of.
+    while (!m_layers.empty() && m_layers.back().level >= level) {
         m_missed = m_missed || m_layers.back().IsMissed();
         m_layers.pop_back();
     }
@@ -84,6 +85,7 @@ void LayerTrail::Entered(std::uint32_t level, std::string_view name, int descrip
         m_layers.back().enteredBytes += size;
     }
     Layer layer;
+    layer.level = level;
     layer.descriptor = descriptor;
     layer.readElsewhere = ExpectsNothing();
     if (!m_layers.empty() && !name.empty()) {

@@ -48,6 +48,7 @@ public:
 
 private:
     struct Layer {
+        std::uint32_t level = 0;
         std::string name;
         int descriptor = -1;
         std::vector<std::string> listed;  ///< members not yet met

@@ -1,6 +1,7 @@
 #include "product/scanning/zip_directory.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -117,6 +118,17 @@ Place PlaceOf(std::string_view entry, std::string_view extra) {
     return place;
 }
 
+std::uint64_t ContentsOfMember(std::string_view bytes, std::uint64_t begin) {
+    return begin + kMemberHead + LittleEndian(bytes, begin + 26, 2) +
+           LittleEndian(bytes, begin + 28, 2);
+}
+
+// As it says itself. One that is too large for that is taken to end with the data.
+std::uint64_t EndOfMember(std::string_view bytes, std::uint64_t begin) {
+    const auto packed = LittleEndian(bytes, begin + 18, 4);
+    return packed == kElsewhere ? bytes.size() : ContentsOfMember(bytes, begin) + packed;
+}
+
 // The part of the file that a listed member takes; nothing when it is not where it should be.
 std::optional<Range> RangeOf(std::string_view bytes, const Directory& directory,
                              const Place& place) {
@@ -127,8 +139,7 @@ std::optional<Range> RangeOf(std::string_view bytes, const Directory& directory,
     if (!StartsAt(bytes, begin, kMember)) {
         return std::nullopt;
     }
-    const std::uint64_t contents = begin + kMemberHead + LittleEndian(bytes, begin + 26, 2) +
-                                   LittleEndian(bytes, begin + 28, 2);
+    const std::uint64_t contents = ContentsOfMember(bytes, begin);
     if (contents > directory.begin || place.packed > directory.begin - contents) {
         return std::nullopt;
     }
@@ -164,6 +175,12 @@ std::optional<std::vector<Range>> ListedRanges(std::string_view bytes, const Dir
     return ranges;
 }
 
+// To libclamav.
+bool IsKnownMethod(std::uint64_t method) {
+    constexpr std::array<std::uint64_t, 5> kKnown{0, 6, 8, 9, 12};
+    return std::find(kKnown.begin(), kKnown.end(), method) != kKnown.end();
+}
+
 bool HoldsMember(std::string_view bytes, std::uint64_t begin, std::uint64_t end) {
     for (auto at = FindBytes(bytes, kMember, begin); at < end;
          at = FindBytes(bytes, kMember, at + 1)) {
@@ -195,19 +212,24 @@ bool IsZipMember(std::string_view bytes, std::size_t offset) {
                         [](char byte) { return static_cast<unsigned char>(byte) < ' '; });
 }
 
-bool HoldsEncryptedMember(std::string_view bytes) {
+MembersPassedOver FindMembersPassedOver(std::string_view bytes) {
     constexpr std::uint64_t kIsEncrypted = 1;
     constexpr std::uint64_t kSizeComesLater = 8;
+    MembersPassedOver found;
     for (auto at = FindBytes(bytes, kMember, 0); at != std::string_view::npos;
          at = FindBytes(bytes, kMember, at + 1)) {
         const auto flags = LittleEndian(bytes, at + 6, 2);
-        const bool hasContents =
-            (flags & kSizeComesLater) != 0 || LittleEndian(bytes, at + 22, 4) > kNeverMatched;
-        if ((flags & kIsEncrypted) != 0 && hasContents && IsZipMember(bytes, at)) {
-            return true;
+        const bool isSizeKnown = (flags & kSizeComesLater) == 0;
+        const bool hasContents = !isSizeKnown || LittleEndian(bytes, at + 22, 4) > kNeverMatched;
+        if (hasContents && IsZipMember(bytes, at)) {
+            found.cutShort =
+                found.cutShort || (isSizeKnown && EndOfMember(bytes, at) > bytes.size());
+            found.encrypted = found.encrypted || (flags & kIsEncrypted) != 0;
+            found.packedOtherwise =
+                found.packedOtherwise || !IsKnownMethod(LittleEndian(bytes, at + 8, 2));
         }
     }
-    return false;
+    return found;
 }
 
 std::string_view CheckZip(std::string_view bytes) {

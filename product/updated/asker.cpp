@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include "common/retrying.h"
+#include "common/socket_peer.h"
 #include "product/updturl/request.h"
 
 namespace updated {
@@ -22,11 +23,9 @@ constexpr std::size_t kMostUnsent = std::size_t{64} * 1024;
 
 Asker::Asker(common::FileDescriptor connection)
     : m_connection(std::move(connection)), m_reader(kMostHeard) {
-    ucred peer{};
-    socklen_t size = sizeof peer;
-    if (::getsockopt(m_connection.Get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0) {
-        m_user = peer.uid;
-        m_process = peer.pid;
+    if (const auto peer = common::PeerOf(m_connection.Get())) {
+        m_user = peer->uid;
+        m_process = peer->pid;
     } else {
         m_state = State::kGone;
     }

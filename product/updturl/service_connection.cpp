@@ -4,23 +4,17 @@
 #include <cstring>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
+#include "common/socket_peer.h"
 #include "common/text_field.h"
-#include "product/updturl/account.h"
 
 namespace updturl {
 namespace {
 
 /// Whether root or `user` listens: the credentials are of when listening began.
 bool IsListenedToBy(int socket, const char* user) {
-    ucred peer{};
-    socklen_t size = sizeof peer;
-    if (::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
-        return false;
-    }
-    const auto account = AccountOf(user);
-    return peer.uid == 0 || (account && account->uid == peer.uid);
+    const auto peer = common::PeerOf(socket);
+    return peer && common::IsRootOr(peer->uid, user);
 }
 
 }  // namespace

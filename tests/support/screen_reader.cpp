@@ -4,7 +4,9 @@
 #include <utility>
 
 #include <QAccessible>
+#include <QAccessibleBridge>
 #include <QLabel>
+#include <QtPlugin>
 #include <qpa/qplatformaccessibility.h>
 #include <qpa/qplatformintegration.h>
 
@@ -15,7 +17,40 @@ std::vector<std::string>& Heard() {
     return heard;
 }
 
+std::vector<std::string>& HeardTyped() {
+    static std::vector<std::string> heard;
+    return heard;
+}
+
+bool& IsListening() {
+    static bool isListening = false;
+    return isListening;
+}
+
+std::string At(const QAccessibleEvent& event, int position, const QString& what) {
+    return QStringLiteral("%1 at %2: %3")
+        .arg(event.object()->objectName())
+        .arg(position)
+        .arg(what)
+        .toStdString();
+}
+
+void HearTyped(const QAccessibleEvent& event) {
+    if (event.type() == QAccessible::TextInserted) {
+        const auto& typed = static_cast<const QAccessibleTextInsertEvent&>(event);
+        HeardTyped().push_back(At(event, typed.changePosition(), u'+' + typed.textInserted()));
+    } else if (event.type() == QAccessible::TextRemoved) {
+        const auto& typed = static_cast<const QAccessibleTextRemoveEvent&>(event);
+        HeardTyped().push_back(At(event, typed.changePosition(), u'-' + typed.textRemoved()));
+    } else if (event.type() == QAccessible::TextUpdated) {
+        const auto& typed = static_cast<const QAccessibleTextUpdateEvent&>(event);
+        HeardTyped().push_back(At(event, typed.changePosition(),
+                                  u'-' + typed.textRemoved() + u'+' + typed.textInserted()));
+    }
+}
+
 void Hear(QAccessibleEvent* event) {
+    HearTyped(*event);
     const bool isValue = event->type() == QAccessible::ValueChanged;
     if ((isValue || event->type() == QAccessible::NameChanged) &&
         event->accessibleInterface() != nullptr) {
@@ -27,10 +62,11 @@ void Hear(QAccessibleEvent* event) {
 }
 
 void SetListening(bool listening) {
-    QAccessible::installUpdateHandler(listening ? Hear : nullptr);
+    IsListening() = listening;
     // The platform's own switch: without a screen reader on the bus the toolkit tells nothing.
     QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(listening);
     Heard().clear();
+    HeardTyped().clear();
 }
 
 void AddTexts(QAccessibleInterface& object, std::vector<std::string>& texts) {
@@ -56,7 +92,29 @@ QString TextOf(QWidget* widget, QAccessible::Text kind) {
     return QAccessible::queryAccessibleInterface(widget)->text(kind);
 }
 
+class Bridge : public QAccessibleBridge {
+public:
+    void setRootObject(QAccessibleInterface*) override {}
+    void notifyAccessibilityUpdate(QAccessibleEvent* event) override {
+        if (IsListening()) {
+            Hear(event);
+        }
+    }
+};
+
 }  // namespace
+
+/// What the toolkit's way to screen readers ends at, so that all that the program does on that way
+/// has been done.
+class ScreenReaderPlugin : public QAccessibleBridgePlugin {
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID QAccessibleBridgeFactoryInterface_iid FILE "screen_reader.json")
+
+public:
+    QAccessibleBridge* create(const QString& /*key*/) override { return new Bridge; }
+};
+
+Q_IMPORT_PLUGIN(ScreenReaderPlugin)
 
 ScreenReader::ScreenReader() {
     SetListening(true);
@@ -76,6 +134,10 @@ QString ScreenReader::DescriptionOf(QWidget* widget) {
 
 std::vector<std::string> ScreenReader::TakeAnnouncements() {
     return std::exchange(Heard(), {});
+}
+
+std::vector<std::string> ScreenReader::TakeTypedTexts() {
+    return std::exchange(HeardTyped(), {});
 }
 
 std::vector<std::string> ScreenReader::UnreadableLabels(const QWidget& window) {
@@ -99,3 +161,5 @@ std::vector<std::string> ScreenReader::AllTexts(QWidget& window) {
     AddTexts(*QAccessible::queryAccessibleInterface(&window), texts);
     return texts;
 }
+
+#include "screen_reader.moc"

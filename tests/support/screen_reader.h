@@ -26,6 +26,10 @@ public:
     /// Changed names and values since the last call: "object name: what it is now".
     std::vector<std::string> TakeAnnouncements();
 
+    /// What was typed (+), taken out (-) or both in lines since the last call:
+    /// "object name at position: +text".
+    std::vector<std::string> TakeTypedTexts();
+
     /// The labels below `window` whose text, without mnemonic marks, is not what is read out: as
     /// "object name: text | what is read out". Labels without text are passed over.
     static std::vector<std::string> UnreadableLabels(const QWidget& window);

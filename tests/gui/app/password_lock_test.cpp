@@ -7,12 +7,17 @@
 
 #include "tests/gui/app/window_fixture.h"
 #include "tests/support/expected_questions.h"
+#include "tests/support/screen_reader.h"
+#include "widgets/masked_typing.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::ContainsRegex;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 constexpr char kLibrary[] = "/usr/lib/Corvane/Corvane/libdbmod.so";
 constexpr char kUnreadable[] = "Unable to read the settings, Please try again.";
@@ -130,6 +135,25 @@ TEST_F(Password, Accepted) {
     Click("btnOptions");
     ExpectOpened();
     EXPECT_THAT(DatabaseCalls(), ElementsAre("get 14 1", "verify gehe\xc3\xafm "));
+}
+
+TEST_F(Password, IsNotTalkedAboutWhileItIsTyped) {
+    SetDatabaseAnswers(kAccepted);
+    Open();
+    const MaskedTyping masked;
+    ScreenReader reader;
+    ModalDriver user;
+    user.Expect([](QDialog* dialog) {
+        auto* const line = dialog->findChild<QLineEdit*>();
+        ASSERT_NE(line, nullptr);
+        QTest::keyClicks(line, "Xk7");
+        QTest::keyClick(line, Qt::Key_Return);
+    });
+    Click("btnOptions");
+    EXPECT_THAT(DatabaseCalls(), ElementsAre("get 14 1", "verify Xk7"));
+    // The line of the toolkit's own dialog has no name.
+    EXPECT_THAT(reader.TakeTypedTexts(), ElementsAre(" at 0: +*", " at 1: +*", " at 2: +*"));
+    EXPECT_THAT(reader.TakeAnnouncements(), Each(Not(ContainsRegex("[Xk7]"))));
 }
 
 TEST_F(Password, Refused) {

@@ -8,6 +8,7 @@
 
 #include "tests/gui/update/dlg_int_set_fixture.h"
 #include "tests/support/screen_reader.h"
+#include "widgets/masked_typing.h"
 
 namespace {
 
@@ -93,6 +94,28 @@ TEST_F(IntSetPassword, IsNotToldToWhoeverAsksOnTheAccessibilityBus) {
     EXPECT_THAT(texts, Each(Not(HasSubstr(kPassword))));
     Password().selectAll();
     EXPECT_THAT(ScreenReader::AllTexts(*m_dialog), Each(Not(HasSubstr(kPassword))));
+}
+
+TEST_F(IntSetPassword, IsNotTalkedAboutWhileItIsTyped) {
+    OpenWithIt();
+    const MaskedTyping masked;
+    ScreenReader reader;
+    User().clear();
+    reader.TakeTypedTexts();
+    QTest::keyClicks(&User(), "jo");
+    EXPECT_THAT(reader.TakeTypedTexts(), ElementsAre("edtUser at 0: +j", "edtUser at 1: +o"));
+    Password().clear();
+    QTest::keyClicks(&Password(), kPassword);
+    Password().selectAll();
+    QTest::keyClick(&Password(), Qt::Key_Delete);
+    const auto told = reader.TakeTypedTexts();
+    EXPECT_THAT(told, Contains("edtPassword at 5: +*"));
+    // Neither whole nor letter by letter, "-" apart, which says that something is taken out.
+    for (const auto& heard : {told, reader.TakeAnnouncements()}) {
+        for (const std::string& text : heard) {
+            EXPECT_EQ(text.find_first_of("Xk7qZ", text.find(':')), std::string::npos) << text;
+        }
+    }
 }
 
 TEST_F(IntSetPassword, IsWrittenIntoTheSettingsAlone) {

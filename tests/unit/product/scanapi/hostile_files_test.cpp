@@ -160,28 +160,37 @@ TEST_F(HostileFilesTest, ASmallFileCutShortBeforeTheScanIsUnreadable) {
     EXPECT_EQ(Codes(), (Numbers{1005}));
 }
 
-TEST_F(HostileFilesTest, WithoutDescriptorsFilesCannotBeOpenedAndNothingElseHappens) {
+TEST_F(HostileFilesTest, WithoutDescriptorsFilesAreUnreadAndNothingElseHappens) {
     Start();
+    EXPECT_EQ(Scan(m_tree.Write("plain", "nothing in it")), 1);
+    m_messages.clear();
     const auto path = m_tree.Write("e.com", Eicar());
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
     rlimit few = before;
     few.rlim_cur = 60;
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-    std::vector<std::uint64_t> handles;
-    std::uint64_t handle = 0;
-    while (handles.size() < 100 && m_library.openFile(path.c_str(), &handle) != kOpenFailed) {
-        handles.push_back(handle);
+    std::vector<std::uint64_t> handles(100);
+    for (auto& handle : handles) {
+        EXPECT_EQ(m_library.openFile(path.c_str(), &handle), 1);
     }
-    EXPECT_EQ(handle, 0U);
-    EXPECT_GT(handles.size(), 5U);
-    EXPECT_LT(handles.size(), 100U);
+    EXPECT_EQ(m_library.scanFile(handles.back(), this), 0);
+    EXPECT_EQ(Codes(), (Numbers{1005}));
+    EXPECT_EQ(m_messages[0].virus, "there was no descriptor or memory for it");
+    std::uint64_t none = 0;
+    EXPECT_EQ(m_library.openFile(m_tree.Path("missing").c_str(), &none), kOpenFailed);
+    EXPECT_EQ(m_library.openFile("/tmp", &none), kOpenRefused);
+    EXPECT_EQ(m_library.openFile("/proc/self/status", &none), kOpenRefused);
     for (auto& each : handles) {
         EXPECT_NE(m_library.closeFile(&each), 0);
     }
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    // There was none for the line, either.
+    EXPECT_EQ(LinesOfTheEngine(), "");
+    m_library.resetFlags();
+    EXPECT_EQ(LinesOfTheEngine(), "scanapi: 1 more files were not read\n");
     EXPECT_EQ(Scan(path), 1);
-    EXPECT_EQ(Codes(), (Numbers{1001, 3004}));
+    EXPECT_EQ(Codes(), (Numbers{1005, 1001, 3004}));
 }
 
 TEST_F(HostileFilesTest, NamesOfAllKindsAreScanned) {

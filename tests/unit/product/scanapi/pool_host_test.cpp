@@ -138,6 +138,17 @@ TEST_F(PoolHostTest, WhatTheHostSaysCannotForgeALineOfTheLog) {
     EXPECT_EQ(Log(), "scanapi: one\\u{000d}scanapi: two\\u{001b}[2J\n");
 }
 
+// A machine lacks the same for every host.
+TEST_F(PoolHostTest, WhatTheHostSaysIsLoggedOnce) {
+    Script("log workers are without: this\nlog workers are without: that\nno-process 1\n");
+    Start();
+    EXPECT_EQ(Scan("crash-1"), "unread: the scan of it crashed");
+    EXPECT_EQ(Scan("clean-2"), "clean");
+    EXPECT_EQ(Starts(), 2U);
+    EXPECT_EQ(LinesWith("scanapi: workers are without: this"), 1U);
+    EXPECT_EQ(LinesWith("scanapi: workers are without: that"), 1U);
+}
+
 TEST_F(PoolHostTest, AHostThatHasNoProcessForAWorkerIsStartedAgain) {
     Script("no-process 1\n");
     Start();

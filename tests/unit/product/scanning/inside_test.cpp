@@ -121,6 +121,41 @@ TEST_F(InsideTest, AnEncryptedMemberWithinOtherDataIsNotCalledClean) {
     EXPECT_EQ(Verdict(unknown + std::string("PK\x03\x04\x14\0\x01\0", 8) + unknown), "clean");
 }
 
+// A harmless one before it hides nothing, and what follows an archive is no fault of it.
+TEST_F(InsideTest, EachArchiveWithinOtherDataIsRead) {
+    for (const char* const kind : {"RAR 4, stored", "RAR 5, stored", "7z, bzip2", "cab"}) {
+        const std::string good = MakeSample(kind, false);
+        const std::string bad = MakeSample(kind, true);
+        EXPECT_EQ(Verdict("some text\n" + good + "and more " + good + "the end"), "clean") << kind;
+        EXPECT_EQ(Verdict("some text\n" + good + "and more " + bad + "the end"), "infected")
+            << kind;
+        auto quiet = SampleScanner::kAll;
+        quiet.archives = false;
+        EXPECT_EQ(Verdict("some text\n" + good.substr(0, good.size() / 2), quiet), "clean") << kind;
+    }
+}
+
+// What looks like an archive cut short there need be none.
+TEST_F(InsideTest, TheStreamsOfADocumentMayLieAboutInPieces) {
+    const std::string piece = MakeSample("RAR 4, stored", false).substr(0, 3000);
+    const std::string document = MakeSample("Word document", true);
+    EXPECT_TRUE(Verdict("some text\n" + piece).starts_with("unread: archive "));
+    EXPECT_EQ(Verdict(document), "clean");
+    EXPECT_EQ(Verdict(document + piece), "clean");
+}
+
+TEST_F(InsideTest, SoManyArchivesInOneFileAreNotCalledClean) {
+    // A head with its check sum, and the end.
+    const std::string empty = std::string("Rar!\x1a\x07\0\xcf\x90\x73\0\0\x0d\0", 14) +
+                              std::string(6, '\0') + std::string("\xc4\x3d\x7b\0\x40\x07\0", 7);
+    std::string many = "some text\n";
+    for (int i = 0; i < 1000; ++i) {
+        many += empty;
+    }
+    EXPECT_EQ(Verdict(many), "clean");
+    EXPECT_EQ(Verdict(many + empty), "unread: too many members");
+}
+
 TEST_F(InsideTest, MembersAreNamedByTheirWholePath) {
     const auto inner = Ar({{"one.txt", "the first text"}, {"bad.com", Eicar()}});
     const auto result = Scan(Ar({{"plain", "plain text"}, {"inner.a", inner}}));

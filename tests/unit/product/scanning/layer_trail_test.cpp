@@ -35,6 +35,21 @@ TEST_F(LayerTrailTest, UnnamedLayersLeaveNoMark) {
     EXPECT_EQ(m_trail.Path(), "a");
 }
 
+// That of an archive within other data, say.
+TEST_F(LayerTrailTest, ALevelMayBeLeftOut) {
+    m_trail.ExpectMembers(2, 30);
+    m_trail.Entered(2, "a", 4, 10);
+    m_trail.Entered(3, "inner", 5, 7);
+    EXPECT_EQ(m_trail.Path(), "a/inner");
+    m_trail.Entered(2, "b", 6, 20);
+    EXPECT_EQ(m_trail.Path(), "b");
+    EXPECT_TRUE(m_trail.AllEntered());
+    m_trail.Entered(1, "c", 7, 1);
+    EXPECT_EQ(m_trail.Path(), "c");
+    m_trail.ExpectMembers(1, 1);
+    EXPECT_FALSE(m_trail.AllEntered());
+}
+
 TEST_F(LayerTrailTest, TheListOfAnOuterArchiveOutlivesAnInnerOne) {
     m_trail.Listed("one/in.zip");
     m_trail.Listed("two/last.txt");

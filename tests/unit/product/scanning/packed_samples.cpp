@@ -136,6 +136,17 @@ std::string SevenZip(const std::string& options) {
     return "7zz a -bd " + options + " \"$WORK/a\" * > \"$OUT.log\" && cat \"$WORK\"/a* > \"$OUT\"";
 }
 
+std::string Arj(const std::string& options) {
+    return "arj a " + options + R"( "$WORK/a.arj" * > "$OUT.log" && cp "$WORK/a.arj" "$OUT")";
+}
+
+// In the middle of data of no known type.
+std::string Within(const std::string& packer) {
+    return packer + R"(
+(printf '\001\002\003\004\005\006\007\201\215' && head -c 40 /dev/zero && cat "$OUT" &&
+    printf '\201\001more') > "$OUT.data" && mv "$OUT.data" "$OUT")";
+}
+
 std::string Given(const std::string& name) {
     return "cp /usr/share/clamav-testfiles/" + name + " \"$OUT\"";
 }
@@ -152,7 +163,7 @@ std::map<std::string, std::string> MakePackers() {
         {"old cpio", "ls | cpio -o -H bin --quiet > \"$OUT\""},
         {"ar", "ar rc \"$OUT\" *"},
         {"cab", "gcab -cz \"$OUT\" *"},
-        {"arj", "arj a \"$WORK/a.arj\" * > \"$OUT.log\" && cp \"$WORK/a.arj\" \"$OUT\""},
+        {"arj", Arj("")},
         {"lha", "jlha c \"$OUT\" *"},
         {"xar", "bsdtar --format=xar -cf \"$OUT\" *"},
         {"ISO 9660", "genisoimage -quiet -o \"$OUT\" ."},
@@ -189,16 +200,30 @@ std::map<std::string, std::string> MakePackers() {
         {"zip, deflate64", SevenZip("-tzip -mm=Deflate64")},
         {"zip, PPMd", SevenZip("-tzip -mm=PPMd")},
         {"zip, encrypted", SevenZip("-tzip -pxx")},
-        {"zip, encrypted, within other data",
-         "7zz a -bd -tzip -pxx \"$WORK/a.zip\" * > \"$OUT.log\" && "
-         "(printf '\\001\\002\\003\\004\\005\\006\\007\\201\\215'; head -c 40 /dev/zero; "
-         "cat \"$WORK/a.zip\") > \"$OUT\""},
+        {"zip, encrypted, within other data", Within(SevenZip("-tzip -pxx"))},
+        {"zip, within other data", Within(SevenZip("-tzip -mm=Deflate"))},
+        {"zip, PPMd, within other data", Within(SevenZip("-tzip -mm=PPMd"))},
+        {"7z, within other data", Within(SevenZip("-m0=LZMA2"))},
+        {"7z, bzip2, within other data", Within(SevenZip("-m0=BZip2"))},
+        {"7z, encrypted, within other data", Within(SevenZip("-pxx"))},
+        {"RAR 4, within other data", Within(kOldRar)},
+        {"RAR 5, within other data", Within(kNewRar)},
+        {"cab, within other data", Within("gcab -cz \"$OUT\" *")},
+        {"arj, within other data", Within(Arj(""))},
+        {"arj, encrypted, within other data", Within(Arj("-gxx"))},
         {"zip, members outside the listing", kUnlisted},
         {"Office Open XML", kOffice},
         {"self-extracting zip",
          "zip -q \"$WORK/a.zip\" * && cat /bin/true \"$WORK/a.zip\" > \"$OUT\""},
         {"self-extracting 7z",
          "7zz a -bd \"$WORK/a.7z\" * > \"$OUT.log\" && cat /bin/true \"$WORK/a.7z\" > \"$OUT\""},
+        {"program with squashfs",
+         "mksquashfs . \"$WORK/a\" -quiet -no-progress > \"$OUT.log\" && "
+         "cat /bin/true \"$WORK/a\" > \"$OUT\""},
+        {"PDF with a RAR behind it",
+         std::string(kOldRar) +
+             "mkdir \"$WORK/x\" && cp plain.txt \"$WORK/x\" && cd \"$WORK/x\"\n" + kPdf +
+             "cat \"$WORK/a.pdf\" \"$OUT\" > \"$OUT.pdf\" && mv \"$OUT.pdf\" \"$OUT\""},
         {"self-extracting RAR", std::string(kOldRar) + "cat /bin/true \"$OUT\" > \"$OUT.sfx\" && "
                                                        "mv \"$OUT.sfx\" \"$OUT\""},
         {"shell script with gzip",
@@ -206,8 +231,7 @@ std::map<std::string, std::string> MakePackers() {
         {"PDF", std::string(kPdf) + "cp \"$WORK/a.pdf\" \"$OUT\""},
         {"PDF, encrypted", std::string(kPdf) + "qpdf --encrypt xx xx 256 -- \"$WORK/a.pdf\" "
                                                "\"$OUT\""},
-        {"arj, encrypted",
-         "arj a -gxx \"$WORK/a.arj\" * > \"$OUT.log\" && cp \"$WORK/a.arj\" \"$OUT\""},
+        {"arj, encrypted", Arj("-gxx")},
         {"squashfs", "mksquashfs . \"$OUT\" -quiet -no-progress > \"$OUT.log\""},
         {"wim", SevenZip("-twim")},
         {"ext2, ext3, ext4", "truncate -s 1M \"$OUT\" && /sbin/mke2fs -q -d . \"$OUT\""},

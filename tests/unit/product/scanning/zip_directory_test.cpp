@@ -103,4 +103,39 @@ TEST(ZipDirectoryTest, AHeadHasToBePlausible) {
     EXPECT_FALSE(IsZipMember(odd, 0));
 }
 
+// A member "xbee" within other data, with ten bytes of contents behind its head.
+std::string WithHead(std::uint64_t flags, std::uint64_t method, std::uint64_t packed,
+                     std::uint64_t size) {
+    return "some data PK\x03\x04"s + Number(20, 2) + Number(flags, 2) + Number(method, 2) +
+           Number(0, 4 + 4) + Number(packed, 4) + Number(size, 4) + Number(4, 2) + Number(0, 2) +
+           "xbee" + "0123456789";
+}
+
+// What is passed over, as letters.
+std::string PassedOver(const std::string& bytes) {
+    const auto found = scanning::FindMembersPassedOver(bytes);
+    return std::string(found.encrypted ? "e" : "") + (found.packedOtherwise ? "o" : "") +
+           (found.cutShort ? "c" : "");
+}
+
+TEST(ZipDirectoryTest, WhatIsPassedOverWithinOtherDataIsSeen) {
+    EXPECT_EQ(PassedOver("nothing at all"), "");
+    for (const std::uint64_t method : {0U, 6U, 8U, 9U, 12U}) {
+        EXPECT_EQ(PassedOver(WithHead(0, method, 10, 100)), "") << method;
+    }
+    for (const std::uint64_t method : {1U, 5U, 7U, 10U, 14U, 93U, 95U, 98U, 99U}) {
+        EXPECT_EQ(PassedOver(WithHead(0, method, 10, 100)), "o") << method;
+    }
+    EXPECT_EQ(PassedOver(WithHead(1, 8, 10, 100)), "e");
+    EXPECT_EQ(PassedOver(WithHead(0, 8, 11, 100)), "c");
+    EXPECT_EQ(PassedOver(WithHead(0, 8, 0xffffffff, 100)), "") << "its size is elsewhere";
+    EXPECT_EQ(PassedOver(WithHead(8, 8, 11, 0)), "") << "its size comes behind it";
+    EXPECT_EQ(PassedOver(WithHead(9, 14, 0, 0)), "eo");
+    EXPECT_EQ(PassedOver(WithHead(1, 14, 11, 5)), "") << "too small for a find";
+    EXPECT_EQ(PassedOver(WithHead(0, 30, 11, 100)), "") << "no member";
+    // One after the other.
+    EXPECT_EQ(PassedOver(WithHead(0, 8, 10, 100) + WithHead(1, 8, 10, 100)), "e");
+    EXPECT_EQ(PassedOver(WithHead(1, 8, 10, 100) + WithHead(0, 14, 11, 100)), "eoc");
+}
+
 }  // namespace

@@ -4,28 +4,18 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/parsed_options.h"
+
 namespace {
 
 using shellscan::Command;
 using shellscan::Format;
 using ::testing::ElementsAre;
 
-struct Parsed {
-    bool isGood = false;
-    shellscan::Options options;
-    std::string problem;
-};
+using Parsed = ParsedOptions<shellscan::Options>;
 
 Parsed Parse(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), "corvane-scan");
-    std::vector<char*> pointers;
-    pointers.reserve(arguments.size());
-    for (std::string& argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    Parsed parsed;
-    parsed.isGood = ParseOptions(pointers, parsed.options, parsed.problem);
-    return parsed;
+    return ParseArguments<shellscan::Options>("corvane-scan", std::move(arguments));
 }
 
 TEST(ScanOptions, ReportWhatIsFoundWithTheUsualSettings) {

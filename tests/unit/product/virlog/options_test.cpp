@@ -4,26 +4,15 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/parsed_options.h"
 #include "tests/support/scratch.h"
 
 namespace {
 
-struct Parsed {
-    bool isGood = false;
-    Options options;
-    std::string problem;
-};
+using Parsed = ParsedOptions<Options>;
 
 Parsed Parse(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), "corvane-virlog");
-    std::vector<char*> pointers;
-    pointers.reserve(arguments.size());
-    for (std::string& argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    Parsed parsed;
-    parsed.isGood = ParseOptions(pointers, parsed.options, parsed.problem);
-    return parsed;
+    return ParseArguments<Options>("corvane-virlog", std::move(arguments));
 }
 
 TEST(Options, WithoutAnyTheWholeLogIsShownAsATable) {
