@@ -9,6 +9,7 @@
 
 #include "product/schdlscn/moment.h"
 #include "product/schdlscn/task_list.h"
+#include "product/schdlscn/wire.h"
 
 namespace schdlscn {
 
@@ -39,6 +40,19 @@ public:
     virtual Outcome EndNow() = 0;
 };
 
+/// Somebody who is being told how a run ended. Ends by itself, and at once with this object.
+class Notice {
+public:
+    Notice() = default;
+    virtual ~Notice() = default;
+    Notice(const Notice&) = delete;
+    Notice& operator=(const Notice&) = delete;
+
+    /// Becomes readable when it has ended.
+    [[nodiscard]] virtual int Descriptor() const = 0;
+    virtual bool HasEnded() = 0;
+};
+
 /// How runs are begun.
 class Launcher {
 public:
@@ -47,8 +61,19 @@ public:
     Launcher(const Launcher&) = delete;
     Launcher& operator=(const Launcher&) = delete;
 
-    /// Begins a run of the task for that reason; never null.
-    virtual std::unique_ptr<Run> Start(const KeptTask& task, ScheduleReason reason) = 0;
+    /// What the report of the next run is to be called; empty when there can be none.
+    virtual std::string NameReport() = 0;
+    /// Begins a run of the task for that reason, with a new report of that name; never null.
+    virtual std::unique_ptr<Run> Start(const KeptTask& task, ScheduleReason reason,
+                                       const std::string& report) = 0;
+    /// Puts in order what the last run of the task has left, whose end nobody saw. Result: the name
+    /// of its report; empty without one.
+    virtual std::string Recover(const KeptTask& task) = 0;
+    /// Lets the owner of the task know how its run ended, when that is worth it. Does not wait;
+    /// null when there is nothing to be told, or nobody.
+    virtual std::unique_ptr<Notice> Tell(const KeptTask& task, const LastRun& last) = 0;
+    /// Deletes a report that a run has left, `user`'s own, and for root anybody's.
+    virtual ScheduleError DeleteReport(const std::string& report, uid_t user) = 0;
 };
 
 /// Has tasks run when they are due: one at a time for a user, two at once, users in turn, each for
@@ -63,10 +88,18 @@ public:
     /// that.
     std::optional<std::chrono::sys_seconds> Look(const Moment& moment);
 
+    /// Has a task that `user` may see run when its turn comes, by the next Look(). When it is due
+    /// next does not change. kScheduleAlreadyRunning for one that runs or waits already.
+    ScheduleError RunSoon(const std::string& name, uid_t user, const Moment& moment);
+
+    /// How a task that `user` may see stands; of an empty name, that there is a service.
+    ScheduleError Tell(const std::string& name, uid_t user, const Moment& moment,
+                       TaskState& state) const;
+
     /// The list has changed.
     void Reload() { m_isStale = true; }
 
-    /// Readable when a run has ended.
+    /// Readable when a run, or the telling of one, has ended.
     [[nodiscard]] std::vector<int> Descriptors() const;
 
     /// Ends all runs and notes that they were interrupted.
@@ -81,18 +114,22 @@ private:
         std::unique_ptr<Run> run;
     };
 
-    /// Something to be run now.
+    /// Something to be run.
     struct Turn {
         const KeptTask* task;
-        timetable::Due due;
+        std::chrono::sys_seconds from;  ///< not before that
         ScheduleReason reason;
+        Settled settled;  ///< what is settled by it
     };
 
     void NoticeSleep(const Moment& moment);
     void MarkInterrupted(const Moment& moment);
     bool ReadTasks();
     void Collect(const Moment& moment);
-    void Finish(Running& running, const Outcome& outcome, const Moment& moment);
+    LastRun Finish(Running& running, const Outcome& outcome, const Moment& moment);
+    void Tell(const KeptTask& task, const LastRun& last);
+    [[nodiscard]] std::optional<Turn> NextTurnOf(const KeptTask& task, const Moment& moment) const;
+    [[nodiscard]] std::uint32_t FlagsOf(const KeptTask& task, const Moment& moment) const;
     [[nodiscard]] std::optional<Turn> TurnOf(const KeptTask& task, const Moment& moment);
     [[nodiscard]] bool IsFree(uid_t user) const;
     [[nodiscard]] bool IsRunning(std::int64_t id) const;
@@ -105,9 +142,12 @@ private:
     bool m_isStale = true;
     std::vector<KeptTask> m_tasks;
     std::vector<Running> m_running;
+    std::vector<std::unique_ptr<Notice>> m_notices;
     std::chrono::seconds m_back;  ///< since when the service is there, by the time since the start
     std::chrono::seconds m_asleep;  ///< how long the machine has slept up to now
     std::uint64_t m_turns = 0;
+    /// What somebody wants to have run now, and since when; forgotten with this process.
+    std::map<std::int64_t, std::chrono::sys_seconds> m_asked;
     std::map<uid_t, std::uint64_t> m_lastTurn;  ///< of each user; a lower one comes first
     std::optional<std::chrono::sys_seconds> m_wake;
 };

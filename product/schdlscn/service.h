@@ -43,11 +43,13 @@ private:
     bool Wait(int endDescriptor);
     void Accept();
     void Hear(Caller& caller);
+    Answer AnswerTo(const Request& request, uid_t user);
     void DropGone();
 
     common::FileDescriptor m_listening;
     TaskList m_list;
     Clock& m_clock;
+    Launcher& m_launcher;
     Planner m_planner;
     Callers m_callers;
     bool m_mustLook = true;

@@ -11,10 +11,27 @@
 
 class FakeLauncher : public schdlscn::Launcher {
 public:
-    std::unique_ptr<schdlscn::Run> Start(const schdlscn::KeptTask& task,
-                                         ScheduleReason reason) override {
+    std::string NameReport() override { return "schd0042.rpt"; }
+    std::unique_ptr<schdlscn::Run> Start(const schdlscn::KeptTask& task, ScheduleReason reason,
+                                         const std::string& report) override {
+        reports.push_back(report);
         begun.push_back(task.task.name + " " + std::to_string(reason));
         return std::make_unique<FakeRun>(*this, task.task.name);
+    }
+
+    std::string Recover(const schdlscn::KeptTask& task) override {
+        recovered.push_back(task.task.name + " " + task.last.report);
+        return "schd0043.rpt";
+    }
+
+    std::unique_ptr<schdlscn::Notice> Tell(const schdlscn::KeptTask& task,
+                                           const schdlscn::LastRun& last) override {
+        told.push_back(task.task.name + " " + std::to_string(last.result) + " " + last.report);
+        return std::make_unique<FakeNotice>(*this);
+    }
+
+    ScheduleError DeleteReport(const std::string& report, uid_t user) override {
+        return report == "schd0001.rpt" && user == 1 ? kScheduleOk : kScheduleNoSuchReport;
     }
 
     /// The run of that task ends.
@@ -22,12 +39,31 @@ public:
         outcomes[name] = std::move(outcome);
     }
 
-    std::vector<std::string> begun;    ///< name and reason
+    std::vector<std::string> begun;      ///< name and reason
+    std::vector<std::string> reports;    ///< of the runs that have begun
+    std::vector<std::string> recovered;  ///< name, and report as it was noted
+    std::vector<std::string> told;       ///< name, result and report
+    int notices = 0;                     ///< under way
+    bool areNoticesOver = false;
     std::vector<std::string> stopped;  ///< names
     std::map<std::string, schdlscn::Outcome> outcomes;
     std::vector<std::string> running;
 
 private:
+    class FakeNotice : public schdlscn::Notice {
+    public:
+        explicit FakeNotice(FakeLauncher& owner) : m_owner(owner) { ++m_owner.notices; }
+        ~FakeNotice() override { --m_owner.notices; }
+        FakeNotice(const FakeNotice&) = delete;
+        FakeNotice& operator=(const FakeNotice&) = delete;
+
+        [[nodiscard]] int Descriptor() const override { return 4711; }
+        bool HasEnded() override { return m_owner.areNoticesOver; }
+
+    private:
+        FakeLauncher& m_owner;
+    };
+
     class FakeRun : public schdlscn::Run {
     public:
         FakeRun(FakeLauncher& owner, std::string name) : m_owner(owner), m_name(std::move(name)) {

@@ -6,7 +6,8 @@
 #include <poll.h>
 
 #include "common/paths.h"
-#include "product/schdlscn/new_report.h"
+#include "common/text_field.h"
+#include "reports/files/scheduled_index.h"
 #include "tests/support/scratch.h"
 #include "tests/unit/product/schdlscn/a_task.h"
 
@@ -42,8 +43,8 @@ protected:
         kept.task = ATask();
         kept.task.owner = user;
         kept.ownerName = name;
-        ScanLauncher launcher(m_program, m_reports);
-        return launcher.Start(kept, reason);
+        ScanLauncher launcher(m_program, m_reports, "/nowhere");
+        return launcher.Start(kept, reason, launcher.NameReport());
     }
 
     static Outcome WaitFor(schdlscn::Run& run) {
@@ -96,7 +97,7 @@ TEST_F(ScanLauncherTest, AScanIsItsOwnersAndGivesWay) {
     EXPECT_THAT(said, HasSubstr("SigBlk:\t0000000000000000\n"));
     EXPECT_THAT(said, HasSubstr("SigIgn:\t0000000000000000\n"));
     EXPECT_THAT(said, HasSubstr("leads 1\nfd 3\nfd 4\nHOME="));
-    EXPECT_THAT(said, HasSubstr("HOME=/usr/sbin\nLANG=C.UTF-8\nLOGNAME=daemon\n"
+    EXPECT_THAT(said, HasSubstr("HOME=/usr/sbin\nLANG=C.UTF-8\nLANGUAGE=en\nLOGNAME=daemon\n"
                                 "PATH=/usr/bin:/bin\nUSER=daemon\n"));
     EXPECT_THAT(said, HasSubstr("report 1 600\n"));
 }
@@ -155,8 +156,8 @@ TEST_F(ScanLauncherTest, WithoutAScannerNothingIsLeft) {
     kept.task = ATask();
     kept.task.owner = kDaemon;
     kept.ownerName = "daemon";
-    ScanLauncher launcher(m_scratch / "none", m_reports);
-    const auto run = launcher.Start(kept, kScheduleReasonDue);
+    ScanLauncher launcher(m_scratch / "none", m_reports, "/nowhere");
+    const auto run = launcher.Start(kept, kScheduleReasonDue, "schd0001.rpt");
     const Outcome outcome = WaitFor(*run);
     EXPECT_EQ(outcome.result, kScheduleRunNotStarted);
     EXPECT_EQ(outcome.detail, m_scratch / "none: No such file or directory");
@@ -207,6 +208,169 @@ TEST_F(ScanLauncherTest, NamesThatSomebodyHasTakenAreLeftAlone) {
     const auto outcome = Start("exit 0")->Ended();
     ASSERT_TRUE(outcome);
     EXPECT_EQ(outcome->result, kScheduleRunNoReport);
+    EXPECT_EQ(outcome->detail, "no report can be made: File exists");
+}
+
+// What a run has left that ended with the service.
+class LeftReportTest : public ScanLauncherTest {
+protected:
+    std::string Recover(const std::string& name = "schd0007.rpt") {
+        KeptTask kept;
+        kept.task = ATask();
+        kept.task.owner = kDaemon;
+        kept.last.report = name;
+        return ScanLauncher(m_program, m_reports, "/nowhere").Recover(kept);
+    }
+
+    void Leave(const std::string& text, uid_t owner = kDaemon) const {
+        WriteFile(m_left, text);
+        ::chmod(m_left.c_str(), 0600);
+        ASSERT_EQ(::chown(m_left.c_str(), owner, owner), 0);
+    }
+
+    // The owners and paths on the list.
+    static std::vector<std::pair<unsigned int, std::string>> Listed() {
+        std::vector<tagReportIndexEntry> entries;
+        unsigned int error = 0;
+        (void)ReadIndexEntry(1001, entries, 0, &error);
+        std::vector<std::pair<unsigned int, std::string>> listed;
+        for (const tagReportIndexEntry& entry : entries) {
+            listed.emplace_back(entry.userId, entry.reportPath);
+        }
+        return listed;
+    }
+
+    const std::string m_left = m_reports + "schd0007.rpt";
+};
+
+TEST_F(LeftReportTest, WhatWasWrittenIsListedOnce) {
+    Leave("half\n");
+    EXPECT_EQ(Recover(), "schd0007.rpt");
+    EXPECT_THAT(Listed(), ElementsAre(std::pair(kDaemon, m_left)));
+    EXPECT_EQ(ModeOf(m_left), 0644U);
+    EXPECT_EQ(ReadFile(m_left), "half\n");
+    // The service was killed again before it had noted that.
+    EXPECT_EQ(Recover(), "schd0007.rpt");
+    EXPECT_THAT(Listed(), ElementsAre(std::pair(kDaemon, m_left)));
+}
+
+TEST_F(LeftReportTest, OneThatNothingWasWrittenToIsRemoved) {
+    Leave("");
+    EXPECT_EQ(Recover(), "");
+    EXPECT_FALSE(Exists(m_left));
+    EXPECT_THAT(Listed(), ElementsAre());
+}
+
+TEST_F(LeftReportTest, OneThatWasNeverMadeIsNone) {
+    EXPECT_EQ(Recover(), "");
+    EXPECT_EQ(Recover(""), "");
+    EXPECT_THAT(Listed(), ElementsAre());
+}
+
+// Deleting reports, for whom they belong to.
+class DeletedReportTest : public LeftReportTest {
+protected:
+    // A report on the list.
+    std::string List(const std::string& name, uid_t owner) const {
+        std::string path = m_reports + name;
+        WriteFile(path, "words");
+        EXPECT_EQ(::chown(path.c_str(), owner, owner), 0);
+        tagReportIndexEntry entry{};
+        common::CopyToField(entry.reportPath, path);
+        entry.userId = owner;
+        EXPECT_TRUE(reports::AppendScheduledEntry(&entry));
+        return path;
+    }
+
+    ScheduleError Delete(const std::string& name, uid_t user) const {
+        return ScanLauncher(m_program, m_reports, "/nowhere").DeleteReport(name, user);
+    }
+};
+
+constexpr uid_t kBin = 2;
+
+TEST_F(DeletedReportTest, OnesOwnGoesAndEverythingElseStays) {
+    const std::string others = List("schd0001.rpt", kBin);
+    const std::string mine = List("schd0002.rpt", kDaemon);
+    const std::string second = List("schd0003.rpt", kDaemon);
+    EXPECT_EQ(Delete("schd0002.rpt", kDaemon), kScheduleOk);
+    EXPECT_FALSE(Exists(mine));
+    EXPECT_TRUE(Exists(others));
+    EXPECT_TRUE(Exists(second));
+    EXPECT_THAT(Listed(), ElementsAre(std::pair(kBin, others), std::pair(kDaemon, second)));
+    EXPECT_EQ(ModeOf(m_reports + "schdmain.rpt"), 0644U);
+    EXPECT_EQ(Delete("schd0002.rpt", kDaemon), kScheduleNoSuchReport);
+}
+
+TEST_F(DeletedReportTest, AnotherUsersStays) {
+    const std::string others = List("schd0001.rpt", kBin);
+    EXPECT_EQ(Delete("schd0001.rpt", kDaemon), kScheduleNoSuchReport);
+    EXPECT_TRUE(Exists(others));
+    EXPECT_EQ(Listed().size(), 1U);
+    EXPECT_EQ(Delete("schd0001.rpt", 0), kScheduleOk) << "root's are everybody's";
+    EXPECT_FALSE(Exists(others));
+    EXPECT_EQ(Listed().size(), 0U);
+}
+
+TEST_F(DeletedReportTest, WhatIsNoPlainNameOfAListedReportIsNone) {
+    const std::string victim = List("schd0001.rpt", kDaemon);
+    WriteFile(m_reports + "notes", "words");
+    ASSERT_EQ(::chown((m_reports + "notes").c_str(), kDaemon, kDaemon), 0);
+    for (const std::string& name :
+         {std::string(), std::string("."), std::string(".."), std::string("schdmain.rpt"),
+          std::string("notes"), std::string("/etc/passwd"), std::string("../reports/schd0001.rpt"),
+          std::string("./schd0001.rpt"), victim, std::string("schd0001.rpt/")}) {
+        EXPECT_EQ(Delete(name, kDaemon), kScheduleNoSuchReport) << name;
+    }
+    EXPECT_TRUE(Exists(victim));
+    EXPECT_TRUE(Exists(m_reports + "notes"));
+    EXPECT_EQ(Listed().size(), 1U);
+}
+
+// What a record calls a report is not removed when somebody else has put it there, whoever asks.
+TEST_F(DeletedReportTest, WhatBelongsToAnotherUserNowStaysOnTheDisk) {
+    const std::string path = List("schd0001.rpt", kDaemon);
+    ASSERT_EQ(::chown(path.c_str(), kBin, kBin), 0);
+    EXPECT_EQ(Delete("schd0001.rpt", kDaemon), kScheduleOk);
+    EXPECT_TRUE(Exists(path));
+    EXPECT_EQ(Listed().size(), 0U);
+}
+
+TEST_F(DeletedReportTest, OneThatIsGoneLeavesTheList) {
+    fs::remove(List("schd0001.rpt", kDaemon));
+    EXPECT_EQ(Delete("schd0001.rpt", kDaemon), kScheduleOk);
+    EXPECT_EQ(Listed().size(), 0U);
+}
+
+TEST_F(DeletedReportTest, WithoutAnIndexThereIsNone) {
+    EXPECT_EQ(Delete("schd0001.rpt", kDaemon), kScheduleNoSuchReport);
+    WriteFile(m_reports + "schdmain.rpt", "no index");
+    EXPECT_EQ(Delete("schd0001.rpt", kDaemon), kScheduleListUnusable);
+}
+
+// In its place, meanwhile.
+TEST_F(LeftReportTest, WhatIsNotTheOwnersIsLeftAlone) {
+    Leave("another's\n", 2);
+    EXPECT_EQ(Recover(), "");
+    EXPECT_EQ(ModeOf(m_left), 0600U);
+    ::chmod(m_left.c_str(), 0666);
+    EXPECT_EQ(Recover(), "");
+    EXPECT_EQ(ModeOf(m_left), 0666U);
+    Leave("", 2);
+    ::chmod(m_left.c_str(), 0666);
+    EXPECT_EQ(Recover(), "");
+    EXPECT_TRUE(Exists(m_left));
+    fs::remove(m_left);
+    WriteFile(m_scratch / "victim", "precious");
+    ::chmod((m_scratch / "victim").c_str(), 0600);
+    ASSERT_EQ(::chown((m_scratch / "victim").c_str(), kDaemon, kDaemon), 0);
+    fs::create_symlink(m_scratch / "victim", m_left);
+    EXPECT_EQ(Recover(), "");
+    EXPECT_EQ(ModeOf(m_scratch / "victim"), 0600U);
+    fs::remove(m_left);
+    ASSERT_EQ(::mkfifo(m_left.c_str(), 0666), 0);
+    EXPECT_EQ(Recover(), "");
+    EXPECT_THAT(Listed(), ElementsAre());
 }
 
 TEST_F(ScanLauncherTest, AskedToEndItMayAndAskedAgainItMust) {
