@@ -36,7 +36,8 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_sup
 }
 
 // A program of ours may be given an empty environment, so this stands here. By default each waits a
-// second at its end for threads that might still race.
+// second at its end for threads that might still race, and a child that a test has made to play
+// another user may start no thread.
 extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options() {
-    return "atexit_sleep_ms=0";
+    return "atexit_sleep_ms=0:die_after_fork=0";
 }
