@@ -75,11 +75,11 @@ void KeptCopiesDialog::Take(const VaultCommand::Result& result) {
         Fill(result.output);
         SayHowMany();
     } else if (step == Step::kRestore && !result.output.isEmpty()) {
-        ShowInformation(this, windowTitle(),
+        ShowInformation(this, tr("Kept copies"),
                         tr("Brought back:\n%1").arg(QString::fromUtf8(result.output).trimmed()));
     }
     if (!result.problem.isEmpty()) {
-        ShowWarning(this, windowTitle(), result.problem);
+        ShowWarning(this, tr("Kept copies"), result.problem);
     }
     if (step != Step::kList) {
         Refresh();
@@ -188,7 +188,7 @@ void KeptCopiesDialog::RestoreSelected() {
 }
 
 void KeptCopiesDialog::RemoveSelected() {
-    if (AskYesNo(this, windowTitle(),
+    if (AskYesNo(this, tr("Kept copies"),
                  tr("Do you want to delete these files for good? They cannot be brought back "
                     "then.\n\n%1")
                      .arg(Named()))) {

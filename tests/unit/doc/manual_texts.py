@@ -7,7 +7,7 @@ import shown_messages
 
 # Whose texts have the keys of each section of the keyboard's page.
 KEYS = {
-    "everywhere": ["dlgMain"], "scan": ["ScanPage"], "folders": ["FolderPicker"],
+    "everywhere": ["dlgMain"], "scan": ["ScanPage"], "kept": ["KeptCopiesDialog"], "folders": ["FolderPicker"],
     "progress": ["dlgScnPrgrs", "UnreadFilesDialog"], "prompt": ["dlgVirFnd"], "options": ["SettingsPage"],
     "reports": ["ReportsPage"], "report": ["dlgReport", "FindBar"], "update": ["UpdatePage", "dlgUpdate"],
     "internet": ["dlgIntSet"], "schedule": ["SchedulePage"], "wizard": ["dlgschedulescan"],
@@ -34,38 +34,48 @@ def missing_messages(sources):
     manual = sources / "doc" / "html"
     english = manual_pages.Page(manual, "messages.htm").terms()
     german = manual_pages.Page(manual, "de/messages.htm").terms()
-    table = shown_messages.translations(sources / "translations" / "zqscan_de.ts")
+    tables = _tables(sources)
     messages, faults = shown_messages.collect(sources)
     for message in messages:
-        faults += _faults_of_message(message, english, german, table)
+        faults += _faults_of_message(message, english, german, tables)
     return list(dict.fromkeys(faults))  # several boxes may have one text
 
 
-def _faults_of_message(message, english, german, table):
+def _tables(sources):
+    return {language: shown_messages.translations(sources / "translations" / f"zqscan_{language}.ts")
+            for language in ("en", "de")}
+
+
+def _forms(message, table):
+    """What a person sees of a message: more than one text where it counts something."""
+    return table.get((message.context, message.text), message.text).split(shown_messages.FORMS)
+
+
+def _faults_of_message(message, english, german, tables):
     if message.context is None:  # shown as it is in every language
         pattern = shown_messages.pattern(message.text)
         return [f"{message.place}: {message.text!r} is not in {page}messages.htm"
                 for page, terms in (("", english), ("de/", german)) if not any(map(pattern.search, terms))]
-    translated = table.get((message.context, message.text))
-    if translated is None:
+    if (message.context, message.text) not in tables["de"]:
         return [f"{message.place}: {message.text!r} has no translation in {message.context}"]
     return [f"{message.place}: {text!r} is not in {page}messages.htm"
-            for page, terms, text in (("", english, message.text), ("de/", german, translated))
+            for page, terms, language in (("", english, "en"), ("de/", german, "de"))
+            for text in _forms(message, tables[language])
             if not any(map(shown_messages.pattern(text).fullmatch, terms))]
 
 
 def stale_entries(sources):
     """Entries for what the program does not say any more."""
-    table = shown_messages.translations(sources / "translations" / "zqscan_de.ts")
+    tables = _tables(sources)
     messages, _ = shown_messages.collect(sources)
     faults = []
     for language, prefix in manual_pages.LANGUAGES.items():
         known = [shown_messages.pattern(reason) for reason in shown_messages.unread_reasons(sources)]
         for message in messages:
-            text = table.get((message.context, message.text), message.text) if language == "de" else message.text
-            pattern = shown_messages.pattern(text)
-            # What is not translated may be put together of several.
-            known.append(pattern if message.context else re.compile(pattern.pattern + "(?: .*)?"))
+            for text in _forms(message, tables[language]):
+                pattern = shown_messages.pattern(text)
+                # What is not translated may be put together of several.
+                known.append(pattern if message.context else re.compile(pattern.pattern + "(?: .*)?"))
         page = manual_pages.Page(sources / "doc" / "html", prefix + "messages.htm")
         faults += [f"{page.name}: the program does not say {term!r}" for term in _judged_terms(page, sources)
                    if not any(pattern.fullmatch(term) for pattern in known)]

@@ -8,7 +8,7 @@ import pathlib
 import re
 import xml.etree.ElementTree as ElementTree
 
-ROOMS = ("app", "reports", "scan", "update", "widgets", "schedule", "help")
+ROOMS = ("app", "reports", "scan", "update", "widgets", "schedule", "help", "kept", "overview")
 
 # The house's own boxes; their sources hold no text.
 BOXES = re.compile(
@@ -26,6 +26,8 @@ MADE_ELSEWHERE = {
     "ScheduleTexts::FolderRefused(": ["ScheduleTexts::FolderRefused"],
     "LeftOutText(": ["FolderPicker::LeftOutText", "dlgDir::LeftOutText"],
     "InvalidText(": ["dlgIntSet::InvalidText"],
+    "TooLong(": ["ScanPage::TooLong"],
+    "result.problem": ["VaultCommand::Start"],
     "texts.empty": ["UpdatePage::TakeRecord"],
     "texts.invalid": ["UpdatePage::TakeRecord"],
     "ibrary.Error()": None,
@@ -35,7 +37,7 @@ MADE_ELSEWHERE = {
 # What says how things stand without a box: each text of these functions and classes.
 LINES = ("ConnectionTest::", "ScanNote::", "ScheduleTexts::", "ReportsPage::Say", "UnreadFilesDialog::Explain",
          "DefinitionsStatus::Definitions", "DefinitionsStatus::LastUpdate", "DefinitionsStatus::Result",
-         "dlgUpdate::")
+         "dlgUpdate::", "OverviewLines::", "KeptCopiesDialog::SayHowMany")
 
 # Texts in the functions above that are no message, each with the reason.
 NO_MESSAGE = {
@@ -44,6 +46,8 @@ NO_MESSAGE = {
     "Corvane Settings": "a title",
     "Critical!": "a title",
     "File error": "a title",
+    "Kept copies": "a title",
+    "and %n more": "ends a list of files",
     "Internet settings": "a title",
     "Rapid Update": "a title",
     "Schedule Scan": "a title",
@@ -189,15 +193,21 @@ def _texts_of(arguments):
 
 
 def _says_something(text):
-    return len(re.findall(r"\w{2,}", re.sub(r"%\d", "", text))) >= 1 and not text.startswith(("/home/", "/run/"))
+    return len(re.findall(r"\w{2,}", re.sub(r"%\d|%n", "", text))) >= 1 and not text.startswith(("/home/", "/run/"))
+
+
+# Between the forms of a text that is said of one and of several.
+FORMS = "\x1e"
 
 
 def translations(file):
-    """(context, text) to the text in the language of a catalogue."""
+    """(context, text) to the text in the language of a catalogue, with all its forms."""
     table = {}
     for context in ElementTree.parse(file).getroot().iter("context"):
         for message in context.iter("message"):
-            table[context.find("name").text, message.find("source").text] = message.find("translation").text
+            translation = message.find("translation")
+            forms = [form.text for form in translation.iter("numerusform")] or [translation.text or ""]
+            table[context.find("name").text, message.find("source").text] = FORMS.join(forms)
     return table
 
 
@@ -207,9 +217,10 @@ def unread_reasons(root):
     for place in ("product/scanning/unread_reasons.h", "product/scanapi/host_session.cpp",
                   "product/scanapi/scan_pool.cpp", "product/scanapi/pending_scan.cpp",
                   "product/scanapi/worker_link.cpp", "product/scanapi/conversation.cpp",
-                  "product/scanapi/clamd_backend.cpp"):
+                  "product/scanapi/clamd_backend.cpp", "product/scanapi/target_file.cpp",
+                  "product/scanapi/target_file.h"):
         source = _without_comments((pathlib.Path(root) / place).read_text(encoding="utf-8"))
-        found = re.findall(rf"(?:k\w+(?:\[\])? = |FinishUnread\(|reason = |return |\? )({STRING})", source)
+        found = re.findall(rf"(?:k\w+(?:\[\])? = |m_whyClosed = |FinishUnread\(|reason = |return |\? )({STRING})", source)
         reasons += [text for text in map(_value, found) if text.islower() and not text.endswith(" ")]
         # Of a clamd; what it said itself follows a blank.
         reasons += [f"clamd {text}%1" if text.endswith(" ") else f"clamd {text}"
@@ -223,5 +234,5 @@ def normal(text):
 
 def pattern(text):
     """What matches a message in the manual, where its parts that vary stand as other words."""
-    parts = [re.escape(normal(part)) for part in re.split(r"%\d", text)]
+    parts = [re.escape(normal(part)) for part in re.split(r"%\d|%n", text)]
     return re.compile(r"\s?\S.{0,80}?".join(parts) if len(parts) > 1 else parts[0])
