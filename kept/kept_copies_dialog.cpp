@@ -32,10 +32,12 @@ constexpr qsizetype kMostNamed = 10;
 KeptCopiesDialog::KeptCopiesDialog(QWidget* parent, const QString& program)
     : QDialog(parent), m_ui(std::make_unique<Ui::KeptCopiesDialog>()), m_command(nullptr, program) {
     m_ui->setupUi(this);
+    // Names share what dates, sizes and owners leave them.
     QHeaderView* header = m_ui->lstKept->header();
-    header->resizeSection(kPath, width() * 2 / 5);
-    header->resizeSection(kVirus, width() / 5);
-    header->resizeSection(kKept, width() / 5);
+    header->setSectionResizeMode(QHeaderView::ResizeToContents);
+    header->setSectionResizeMode(kPath, QHeaderView::Stretch);
+    header->setSectionResizeMode(kVirus, QHeaderView::Interactive);
+    header->resizeSection(kVirus, width() / 4);
     connect(&m_command, &VaultCommand::Finished, this, &KeptCopiesDialog::Take);
     connect(m_ui->edtSearch, &QLineEdit::textChanged, this, &KeptCopiesDialog::Filter);
     connect(m_ui->lstKept, &QTreeWidget::itemSelectionChanged, this,
