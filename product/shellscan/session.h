@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/timed_mutex.h"
 #include "product/shellscan/path_sources.h"
 #include "product/shellscan/progress_bar.h"
 #include "product/shellscan/run_writer.h"
@@ -70,8 +71,8 @@ private:
     ProgressBar* m_bar = nullptr;
     bool m_tellsUnread = true;
 
-    std::timed_mutex m_replying;  // held while the engine is answered
-    std::timed_mutex m_telling;   // guards all that follows
+    common::TimedMutex m_replying;  // held while the engine is answered
+    common::TimedMutex m_telling;   // guards all that follows
     bool m_hasBegun = false;
     bool m_isOver = false;
     bool m_isInPath = false;    // a section of the report is not ended yet
@@ -80,8 +81,8 @@ private:
     std::string m_problem;
     // What Finish() holds from then on: a scan that goes on tells nothing more, and nothing more is
     // done to a file.
-    std::unique_lock<std::timed_mutex> m_endReplying;
-    std::unique_lock<std::timed_mutex> m_endTelling;
+    std::unique_lock<common::TimedMutex> m_endReplying;
+    std::unique_lock<common::TimedMutex> m_endTelling;
 
     std::atomic<std::uint64_t> m_done = 0;
     std::atomic<bool> m_isCounted = false;
