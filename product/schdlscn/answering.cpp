@@ -36,6 +36,20 @@ ScheduleError List(TaskList& list, uid_t user, std::vector<Task>& tasks) {
     return error;
 }
 
+/// Without a service nothing runs: what is noted as begun and not as ended was broken off.
+ScheduleError State(TaskList& list, const std::string& name, uid_t user,
+                    std::optional<TaskState>& state) {
+    KeptTask kept;
+    const ScheduleError error = name.empty() ? kScheduleOk : list.Get(name, user, kept);
+    if (error == kScheduleOk) {
+        state = TaskState{.last = std::move(kept.last)};
+        if (state->last.start != 0 && state->last.end == 0) {
+            state->last.result = kScheduleRunInterrupted;
+        }
+    }
+    return error;
+}
+
 }  // namespace
 
 Answer AnswerRequest(TaskList& list, const Request& request, uid_t user, const Moment& moment) {
@@ -58,6 +72,12 @@ Answer AnswerRequest(TaskList& list, const Request& request, uid_t user, const M
             break;
         case Request::Kind::kList:
             answer.error = List(list, user, answer.tasks);
+            break;
+        case Request::Kind::kState:
+            answer.error = State(list, request.task.name, user, answer.state);
+            break;
+        case Request::Kind::kRun:
+            answer.error = kScheduleServiceSilent;
             break;
     }
     return answer;

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <poll.h>
 #include <sys/socket.h>
+#include <thread>
 
 #include "common/file_descriptor.h"
 #include "common/retrying.h"
@@ -17,6 +18,7 @@ using Clock = std::chrono::steady_clock;
 using updturl::LineReader;
 
 constexpr char kServiceUser[] = "root";
+constexpr std::chrono::milliseconds kTimeInQueue(20);
 
 /// Waits until the socket can be used. False when time is up.
 bool WaitFor(int socket, short events, Clock::time_point deadline) {
@@ -50,6 +52,24 @@ bool Send(int socket, std::string_view text, Clock::time_point deadline) {
     return true;
 }
 
+/// Connects as soon as there is room among those who wait. The reason is in errno.
+common::FileDescriptor Connect(const std::string& path, Clock::time_point deadline) {
+    std::string reason;
+    for (;;) {
+        common::FileDescriptor socket = updturl::ConnectToService(path, kServiceUser, reason);
+        if (socket || errno != EAGAIN || Clock::now() + kTimeInQueue >= deadline) {
+            return socket;
+        }
+        std::this_thread::sleep_for(kTimeInQueue);
+    }
+}
+
+/// Whether a failure to connect means that there is no service: one that is busy, or that this
+/// process lacks the means to reach, may be at work on the list.
+bool IsNoService(int error) {
+    return error == ENOENT || error == ENOTDIR || error == ECONNREFUSED || error == EPERM;
+}
+
 std::optional<Answer> Receive(int socket, Clock::time_point deadline) {
     LineReader lines;
     AnswerReader reader;
@@ -77,16 +97,15 @@ std::optional<Answer> Receive(int socket, Clock::time_point deadline) {
 std::optional<Answer> AskService(const std::string& path, const Request& request,
                                  std::chrono::milliseconds limit) {
     const Clock::time_point deadline = Clock::now() + limit;
-    std::string reason;
-    const common::FileDescriptor socket = updturl::ConnectToService(path, kServiceUser, reason);
-    if (!socket) {
+    const common::FileDescriptor socket = Connect(path, deadline);
+    if (!socket && IsNoService(errno)) {
         return std::nullopt;
     }
     std::optional<Answer> answer;
-    if (Send(socket.Get(), RequestText(request), deadline)) {
+    if (socket && Send(socket.Get(), RequestText(request), deadline)) {
         answer = Receive(socket.Get(), deadline);
     }
-    return answer ? std::move(answer) : Answer{kScheduleServiceSilent, {}};
+    return answer ? std::move(answer) : Answer{.error = kScheduleServiceSilent};
 }
 
 }  // namespace schdlscn

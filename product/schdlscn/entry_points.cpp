@@ -24,7 +24,7 @@ Answer Ask(const std::string& taskList, const Request& request) {
         return *std::move(answer);
     }
     if (::geteuid() != 0) {
-        return {kScheduleServiceSilent, {}};
+        return {.error = kScheduleServiceSilent};
     }
     TaskList list(taskList);
     return AnswerRequest(list, request, 0, ReadMoment());
@@ -93,6 +93,34 @@ ScheduleError List(const std::string& taskList, tagSCHEDULE_SCAN_ARRAY& tasks, u
     }
     tasks = entries.array;
     entries.array = {};
+    return kScheduleOk;
+}
+
+tagSCHEDULE_TASK_STATE RecordOf(const TaskState& state) {
+    tagSCHEDULE_TASK_STATE record{};
+    record.size = sizeof record;
+    record.flags = state.flags;
+    record.nextRun = state.nextRun;
+    record.lastStart = state.last.start;
+    record.lastEnd = state.last.end;
+    record.lastResult = static_cast<std::uint32_t>(state.last.result);
+    record.lastReason = static_cast<std::uint32_t>(state.last.reason);
+    record.infected = static_cast<std::uint32_t>(state.last.infected);
+    record.unread = static_cast<std::uint32_t>(state.last.unread);
+    common::CopyToField(record.report, state.last.report);
+    common::CopyToField(record.detail, state.last.detail);
+    return record;
+}
+
+ScheduleError State(const std::string& taskList, const char* name, tagSCHEDULE_TASK_STATE& state) {
+    const Answer answer = Ask(taskList, RequestFor(Request::Kind::kState, name));
+    if (answer.error != kScheduleOk) {
+        return answer.error;
+    }
+    if (!answer.state) {
+        return kScheduleServiceSilent;
+    }
+    state = RecordOf(*answer.state);
     return kScheduleOk;
 }
 
@@ -179,5 +207,24 @@ SCHDLSCN_EXPORT bool DeleteScheduleScanTask(const char* taskList, const char* na
                    ? kScheduleBadRecord
                    : schdlscn::Ask(taskList, schdlscn::RequestFor(Request::Kind::kDelete, name))
                          .error;
+    });
+}
+
+SCHDLSCN_EXPORT bool GetScheduleTaskState(const char* taskList, const char* name,
+                                          unsigned int /*user*/, tagSCHEDULE_TASK_STATE* state,
+                                          unsigned int* error) {
+    return schdlscn::Finish(error, [&] {
+        return taskList == nullptr || name == nullptr || state == nullptr
+                   ? kScheduleBadRecord
+                   : schdlscn::State(taskList, name, *state);
+    });
+}
+
+SCHDLSCN_EXPORT bool RunScheduleTaskNow(const char* taskList, const char* name,
+                                        unsigned int /*user*/, unsigned int* error) {
+    return schdlscn::Finish(error, [&] {
+        return taskList == nullptr || name == nullptr
+                   ? kScheduleBadRecord
+                   : schdlscn::Ask(taskList, schdlscn::RequestFor(Request::Kind::kRun, name)).error;
     });
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <syslog.h>
 
+#include "product/schdlscn/next_turn.h"
+
 namespace schdlscn {
 
 namespace {
@@ -10,72 +12,14 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::seconds;
 using std::chrono::sys_seconds;
-using timetable::Due;
 
 constexpr std::size_t kMostAtOnce = 2;
 constexpr seconds kLongest = 24h;
-/// What is due longer than this was missed.
-constexpr seconds kLate = 60s;
 /// How long the machine and its user have for themselves before what was missed is made up for.
 constexpr seconds kQuiet = 120s;
 /// When the list cannot be used, or a run does not end.
 constexpr seconds kTryAgain = 60s;
 constexpr seconds kTimeToEnd = 10s;
-
-std::int64_t CountOf(sys_seconds moment) {
-    return moment.time_since_epoch().count();
-}
-
-std::chrono::local_days DayOf(std::int64_t day) {
-    return std::chrono::local_days(std::chrono::days(day));
-}
-
-/// What is due next of a task, and why when it is due now.
-struct Next {
-    Due due;
-    ScheduleReason reason;
-};
-
-std::optional<Next> NextOf(const KeptTask& kept, const Moment& moment) {
-    const timetable::Plan plan = PlanOf(kept.task, DayOf(kept.madeDay));
-    const bool isAtBoot = plan.start == timetable::Plan::Start::kAtBoot;
-    std::optional<Due> due;
-    sys_seconds first;
-    if (isAtBoot) {
-        timetable::Boot boot{moment.now - moment.sinceBoot, std::nullopt};
-        if (kept.settled.boot == moment.boot && kept.settled.inBoot) {
-            boot.settled = seconds(*kept.settled.inBoot);
-        }
-        due = NextRunOfBoot(plan, boot, moment.now, moment.zone);
-        first = boot.moment;
-    } else {
-        timetable::Past past{sys_seconds(seconds(kept.settled.until)), std::nullopt};
-        if (kept.settled.day) {
-            past.day = DayOf(*kept.settled.day);
-        }
-        due = NextRun(plan, past, moment.now, moment.zone);
-        first = due ? moment.zone.FirstMomentOf(due->day + plan.time) : sys_seconds();
-    }
-    if (!due) {
-        return std::nullopt;
-    }
-    ScheduleReason reason = isAtBoot ? kScheduleReasonBoot : kScheduleReasonDue;
-    if (due->moment != first) {
-        reason = kScheduleReasonRepeat;
-    }
-    if (reason != kScheduleReasonBoot && moment.now - due->moment > kLate) {
-        reason = kScheduleReasonMissed;
-    }
-    return Next{*due, reason};
-}
-
-Settled SettledBy(const Due& due, const Moment& moment) {
-    Settled settled = moment.AllSettled();
-    settled.until = CountOf(due.moment);
-    settled.day = due.day.time_since_epoch().count();
-    settled.inBoot = (due.moment - (moment.now - moment.sinceBoot)).count();
-    return settled;
-}
 
 }  // namespace
 
@@ -94,7 +38,7 @@ void Planner::MarkInterrupted(const Moment& moment) {
             continue;
         }
         LastRun last = kept.last;
-        last.end = CountOf(moment.now);
+        last.end = SecondsOf(moment.now);
         last.result = kScheduleRunInterrupted;
         last.detail = "the scheduler was ended during the scan";
         if (m_list.Note(kept.id, last) != kScheduleOk) {
@@ -111,6 +55,10 @@ bool Planner::ReadTasks() {
             return false;
         }
         m_isStale = false;
+        std::erase_if(m_asked, [&](const auto& asked) {
+            return std::none_of(m_tasks.begin(), m_tasks.end(),
+                                [&](const KeptTask& kept) { return kept.id == asked.first; });
+        });
     }
     return true;
 }
@@ -163,25 +111,79 @@ std::optional<sys_seconds> Planner::Look(const Moment& moment) {
     return m_wake;
 }
 
-/// What is to be run of a task now. For what has to wait for its time, that is noted.
-std::optional<Planner::Turn> Planner::TurnOf(const KeptTask& task, const Moment& moment) {
-    if (IsRunning(task.id)) {
-        return std::nullopt;
-    }
+/// What is to be run of a task now, or later: when it may be and why.
+std::optional<Planner::Turn> Planner::NextTurnOf(const KeptTask& task, const Moment& moment) const {
     const auto next = NextOf(task, moment);
     if (!next) {
         return std::nullopt;
     }
-    if (next->due.moment > moment.now) {
-        WakeAt(next->due.moment);
-        return std::nullopt;
-    }
+    Turn turn{&task, next->due.moment, next->reason, SettledBy(next->due, moment)};
     const seconds quiet = m_back + kQuiet - moment.sinceBoot;
     if (next->reason == kScheduleReasonMissed && quiet > 0s) {
-        WakeAt(moment.now + quiet);
+        turn.from = moment.now + quiet;
+    }
+    return turn;
+}
+
+/// What is to be run of a task now. For what has to wait for its time, that is noted. What is due
+/// comes before what was asked for, and does for both.
+std::optional<Planner::Turn> Planner::TurnOf(const KeptTask& task, const Moment& moment) {
+    if (IsRunning(task.id)) {
         return std::nullopt;
     }
-    return Turn{&task, next->due, next->reason};
+    auto next = NextTurnOf(task, moment);
+    if (next && next->from <= moment.now) {
+        return next;
+    }
+    if (next) {
+        WakeAt(next->from);
+    }
+    const auto asked = m_asked.find(task.id);
+    return asked == m_asked.end()
+               ? std::nullopt
+               : std::optional(Turn{&task, asked->second, kScheduleReasonAsked, task.settled});
+}
+
+ScheduleError Planner::RunSoon(const std::string& name, uid_t user, const Moment& moment) {
+    KeptTask kept;
+    if (const ScheduleError error = m_list.Get(name, user, kept); error != kScheduleOk) {
+        return error;
+    }
+    if ((FlagsOf(kept, moment) & (kScheduleTaskRuns | kScheduleTaskWaits)) != 0) {
+        return kScheduleAlreadyRunning;
+    }
+    m_asked[kept.id] = moment.now;
+    return kScheduleOk;
+}
+
+std::uint32_t Planner::FlagsOf(const KeptTask& task, const Moment& moment) const {
+    std::uint32_t flags = kScheduleServiceRuns;
+    if (IsRunning(task.id)) {
+        flags |= kScheduleTaskRuns;
+    }
+    const auto next = NextTurnOf(task, moment);
+    if ((next && next->from <= moment.now) || m_asked.count(task.id) != 0) {
+        flags |= kScheduleTaskWaits;
+    }
+    return flags;
+}
+
+ScheduleError Planner::Tell(const std::string& name, uid_t user, const Moment& moment,
+                            TaskState& state) const {
+    state = {.flags = kScheduleServiceRuns};
+    if (name.empty()) {
+        return kScheduleOk;
+    }
+    KeptTask kept;
+    if (const ScheduleError error = m_list.Get(name, user, kept); error != kScheduleOk) {
+        return error;
+    }
+    state.flags = FlagsOf(kept, moment);
+    state.last = kept.last;
+    if (const auto next = NextTurnOf(kept, moment); next && next->from > moment.now) {
+        state.nextRun = SecondsOf(next->from);
+    }
+    return kScheduleOk;
 }
 
 /// Users whose last turn is longest ago come first; of one user, what was due first.
@@ -190,7 +192,7 @@ void Planner::BeginAll(std::vector<Turn> turns, const Moment& moment) {
         const auto isBefore = [&](const Turn& one, const Turn& other) {
             const auto oneTurn = m_lastTurn[one.task->task.owner];
             const auto otherTurn = m_lastTurn[other.task->task.owner];
-            return oneTurn != otherTurn ? oneTurn < otherTurn : one.due.moment < other.due.moment;
+            return oneTurn != otherTurn ? oneTurn < otherTurn : one.from < other.from;
         };
         std::erase_if(turns, [&](const Turn& turn) { return !IsFree(turn.task->task.owner); });
         const auto next = std::min_element(turns.begin(), turns.end(), isBefore);
@@ -210,14 +212,15 @@ void Planner::BeginAll(std::vector<Turn> turns, const Moment& moment) {
 bool Planner::Begin(const Turn& turn, const Moment& moment) {
     Running running;
     running.task = *turn.task;
-    running.last.start = CountOf(moment.now);
+    running.last.start = SecondsOf(moment.now);
     running.last.reason = static_cast<int>(turn.reason);
     running.begun = moment.sinceBoot;
-    if (m_list.Note(running.task.id, running.last, SettledBy(turn.due, moment)) != kScheduleOk) {
+    if (m_list.Note(running.task.id, running.last, turn.settled) != kScheduleOk) {
         ::syslog(LOG_ERR, "the list of tasks cannot be written: no scan is begun");
         return false;
     }
     m_isStale = true;
+    m_asked.erase(running.task.id);
     m_lastTurn[running.task.task.owner] = ++m_turns;
     running.run = m_launcher.Start(running.task, turn.reason);
     if (const auto outcome = running.run->Ended()) {
@@ -250,7 +253,7 @@ void Planner::Collect(const Moment& moment) {
 
 void Planner::Finish(Running& running, const Outcome& outcome, const Moment& moment) {
     LastRun last = running.last;
-    last.end = CountOf(moment.now);
+    last.end = SecondsOf(moment.now);
     last.result = static_cast<int>(running.isTooLong ? kScheduleRunTookTooLong : outcome.result);
     last.infected = outcome.infected;
     last.unread = outcome.unread;

@@ -9,6 +9,7 @@
 
 #include "product/schdlscn/moment.h"
 #include "product/schdlscn/task_list.h"
+#include "product/schdlscn/wire.h"
 
 namespace schdlscn {
 
@@ -63,6 +64,14 @@ public:
     /// that.
     std::optional<std::chrono::sys_seconds> Look(const Moment& moment);
 
+    /// Has a task that `user` may see run when its turn comes, by the next Look(). When it is due
+    /// next does not change. kScheduleAlreadyRunning for one that runs or waits already.
+    ScheduleError RunSoon(const std::string& name, uid_t user, const Moment& moment);
+
+    /// How a task that `user` may see stands; of an empty name, that there is a service.
+    ScheduleError Tell(const std::string& name, uid_t user, const Moment& moment,
+                       TaskState& state) const;
+
     /// The list has changed.
     void Reload() { m_isStale = true; }
 
@@ -81,11 +90,12 @@ private:
         std::unique_ptr<Run> run;
     };
 
-    /// Something to be run now.
+    /// Something to be run.
     struct Turn {
         const KeptTask* task;
-        timetable::Due due;
+        std::chrono::sys_seconds from;  ///< not before that
         ScheduleReason reason;
+        Settled settled;  ///< what is settled by it
     };
 
     void NoticeSleep(const Moment& moment);
@@ -93,6 +103,8 @@ private:
     bool ReadTasks();
     void Collect(const Moment& moment);
     void Finish(Running& running, const Outcome& outcome, const Moment& moment);
+    [[nodiscard]] std::optional<Turn> NextTurnOf(const KeptTask& task, const Moment& moment) const;
+    [[nodiscard]] std::uint32_t FlagsOf(const KeptTask& task, const Moment& moment) const;
     [[nodiscard]] std::optional<Turn> TurnOf(const KeptTask& task, const Moment& moment);
     [[nodiscard]] bool IsFree(uid_t user) const;
     [[nodiscard]] bool IsRunning(std::int64_t id) const;
@@ -108,6 +120,8 @@ private:
     std::chrono::seconds m_back;  ///< since when the service is there, by the time since the start
     std::chrono::seconds m_asleep;  ///< how long the machine has slept up to now
     std::uint64_t m_turns = 0;
+    /// What somebody wants to have run now, and since when; forgotten with this process.
+    std::map<std::int64_t, std::chrono::sys_seconds> m_asked;
     std::map<uid_t, std::uint64_t> m_lastTurn;  ///< of each user; a lower one comes first
     std::optional<std::chrono::sys_seconds> m_wake;
 };

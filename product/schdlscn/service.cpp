@@ -24,6 +24,15 @@ bool Changes(Request::Kind kind) {
            kind == Request::Kind::kDelete;
 }
 
+/// Nothing of a task is told to whom it is refused.
+Answer StateAnswer(ScheduleError error, TaskState state) {
+    Answer answer{.error = error};
+    if (error == kScheduleOk) {
+        answer.state = std::move(state);
+    }
+    return answer;
+}
+
 short EventsOf(const Caller& caller) {
     return static_cast<short>(caller.HasUnsent() ? POLLIN | POLLOUT : POLLIN);
 }
@@ -93,13 +102,28 @@ void Service::Hear(Caller& caller) {
     if (!request) {
         return;
     }
-    const Answer answer = AnswerRequest(m_list, *request, caller.User(), m_clock.Read());
+    const Answer answer = AnswerTo(*request, caller.User());
     if (answer.error == kScheduleOk && Changes(request->kind)) {
         ::syslog(LOG_INFO, "user %u has changed the list of tasks", caller.User());
         m_planner.Reload();
         m_mustLook = true;
     }
     caller.Say(AnswerText(answer));
+}
+
+Answer Service::AnswerTo(const Request& request, uid_t user) {
+    const Moment moment = m_clock.Read();
+    if (request.kind == Request::Kind::kState) {
+        TaskState state;
+        const ScheduleError error = m_planner.Tell(request.task.name, user, moment, state);
+        return StateAnswer(error, std::move(state));
+    }
+    if (request.kind == Request::Kind::kRun) {
+        const ScheduleError error = m_planner.RunSoon(request.task.name, user, moment);
+        m_mustLook = m_mustLook || error == kScheduleOk;
+        return {.error = error};
+    }
+    return AnswerRequest(m_list, request, user, moment);
 }
 
 void Service::Accept() {

@@ -43,6 +43,7 @@ private:
     bool Wait(int endDescriptor);
     void Accept();
     void Hear(Caller& caller);
+    Answer AnswerTo(const Request& request, uid_t user);
     void DropGone();
 
     common::FileDescriptor m_listening;

@@ -12,20 +12,6 @@
 
 namespace schdlscn {
 
-/// How the last run of a task went. Times are seconds since 1970, 0 for none.
-struct LastRun {
-    std::int64_t start = 0;
-    std::int64_t end = 0;  ///< 0 while it runs
-    int result = kScheduleNeverRun;
-    int reason = kScheduleReasonNone;
-    std::int64_t infected = 0;
-    std::int64_t unread = 0;
-    std::string report = {};  ///< a plain name
-    std::string detail = {};
-
-    friend bool operator==(const LastRun&, const LastRun&) = default;
-};
-
 /// Up to where the runs of a task are settled.
 struct Settled {
     std::int64_t until = 0;                   ///< seconds since 1970

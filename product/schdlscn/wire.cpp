@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::string_view kEnd = "end";
 constexpr std::string_view kTask = "task";
+constexpr std::string_view kState = "state";
 constexpr std::string_view kName = "name=";
 constexpr std::string_view kOwner = "owner=";
 constexpr std::string_view kFolder = "folder=";
@@ -27,6 +28,7 @@ constexpr std::array kWords{
     Word{"check-name", Request::Kind::kCheckName}, Word{"add", Request::Kind::kAdd},
     Word{"modify", Request::Kind::kModify},        Word{"get", Request::Kind::kGet},
     Word{"delete", Request::Kind::kDelete},        Word{"list", Request::Kind::kList},
+    Word{"state", Request::Kind::kState},          Word{"run", Request::Kind::kRun},
 };
 
 struct NumberField {
@@ -99,6 +101,64 @@ bool TakeNumber(std::string_view line, std::string_view key, Number& number) {
     return error == std::errc() && stop == end && std::to_string(number) == *value;
 }
 
+constexpr std::string_view kFlags = "flags=";
+constexpr std::string_view kNextRun = "next-run=";
+constexpr std::string_view kLastStart = "last-start=";
+constexpr std::string_view kLastEnd = "last-end=";
+constexpr std::string_view kLastResult = "last-result=";
+constexpr std::string_view kLastReason = "last-reason=";
+constexpr std::string_view kInfected = "infected=";
+constexpr std::string_view kUnread = "unread=";
+constexpr std::string_view kReport = "report=";
+constexpr std::string_view kDetail = "detail=";
+constexpr std::size_t kLinesOfState = 10;
+// What fits into the record of a state, less its terminator.
+constexpr std::size_t kMostOfText = sizeof tagSCHEDULE_TASK_STATE::report - 1;
+static_assert(sizeof tagSCHEDULE_TASK_STATE::detail == kMostOfText + 1);
+
+void AppendState(std::string& text, const TaskState& state) {
+    const LastRun& last = state.last;
+    Append(text, kFlags, std::to_string(state.flags));
+    Append(text, kNextRun, std::to_string(state.nextRun));
+    Append(text, kLastStart, std::to_string(last.start));
+    Append(text, kLastEnd, std::to_string(last.end));
+    Append(text, kLastResult, std::to_string(last.result));
+    Append(text, kLastReason, std::to_string(last.reason));
+    Append(text, kInfected, std::to_string(last.infected));
+    Append(text, kUnread, std::to_string(last.unread));
+    Append(text, kReport, common::PercentEncoded(last.report.substr(0, kMostOfText)));
+    Append(text, kDetail, common::PercentEncoded(last.detail.substr(0, kMostOfText)));
+}
+
+/// One line of a state, by its place.
+bool TakeOfState(std::size_t place, std::string_view line, TaskState& state) {
+    LastRun& last = state.last;
+    switch (place) {
+        case 0:
+            return TakeNumber(line, kFlags, state.flags);
+        case 1:
+            return TakeNumber(line, kNextRun, state.nextRun);
+        case 2:
+            return TakeNumber(line, kLastStart, last.start);
+        case 3:
+            return TakeNumber(line, kLastEnd, last.end);
+        case 4:
+            return TakeNumber(line, kLastResult, last.result);
+        case 5:
+            return TakeNumber(line, kLastReason, last.reason);
+        case 6:
+            return TakeNumber(line, kInfected, last.infected);
+        case 7:
+            return TakeNumber(line, kUnread, last.unread);
+        case 8:
+            return TakeText(line, kReport, kMostOfText, last.report);
+        case 9:
+            return TakeText(line, kDetail, kMostOfText, last.detail);
+        default:
+            return false;
+    }
+}
+
 }  // namespace
 
 std::string RequestText(const Request& request) {
@@ -121,6 +181,10 @@ std::string AnswerText(const Answer& answer) {
     for (const Task& task : answer.tasks) {
         Append(text, kTask, "");
         AppendTask(text, task);
+    }
+    if (answer.state) {
+        Append(text, kState, "");
+        AppendState(text, *answer.state);
     }
     Append(text, kEnd, "");
     return text;
@@ -151,6 +215,14 @@ bool TaskReader::Take(std::string_view line) {
 
 bool TaskReader::IsWhole() const {
     return m_lines >= kLinesBeforeFolders;
+}
+
+bool StateReader::Take(std::string_view line) {
+    return TakeOfState(m_lines++, line, m_taken);
+}
+
+bool StateReader::IsWhole() const {
+    return m_lines == kLinesOfState;
 }
 
 Reading RequestReader::Begin(std::string_view line) {
@@ -191,28 +263,59 @@ Reading RequestReader::Take(std::string_view line) {
     return m_state;
 }
 
-Reading AnswerReader::Take(std::string_view line) {
-    if (m_state != Reading::kMore) {
-        return m_state = Reading::kRefused;
+bool AnswerReader::TakeError(std::string_view line) {
+    unsigned int error = 0;
+    m_hasError = TakeNumber(line, kError, error) && error <= kMostOfErrors;
+    m_answer.error = static_cast<ScheduleError>(error);
+    return m_hasError;
+}
+
+/// What came before is whole, or nothing did.
+bool AnswerReader::FinishPart() {
+    if (m_stateOfTask) {
+        m_answer.state = std::move(m_stateOfTask->Taken());
+        return m_stateOfTask->IsWhole();
     }
-    if (!m_hasError) {
-        unsigned int error = 0;
-        m_hasError = TakeNumber(line, kError, error) && error <= kMostOfErrors;
-        m_answer.error = static_cast<ScheduleError>(error);
-        return m_state = m_hasError ? Reading::kMore : Reading::kRefused;
+    if (!m_task) {
+        return true;
     }
-    const bool isBoundary = line == kTask || line == kEnd;
-    if (!isBoundary) {
-        return m_state = m_task && m_task->Take(line) ? Reading::kMore : Reading::kRefused;
-    }
-    if (m_task) {
-        if (!m_task->IsWhole()) {
-            return m_state = Reading::kRefused;
-        }
-        m_answer.tasks.push_back(std::move(m_task->Taken()));
-    }
+    m_answer.tasks.push_back(std::move(m_task->Taken()));
+    return m_task->IsWhole();
+}
+
+bool AnswerReader::BeginTask() {
+    const bool isRight = !m_stateOfTask && FinishPart();
     m_task.emplace();
-    return m_state = line == kEnd ? Reading::kWhole : Reading::kMore;
+    return isRight;
+}
+
+/// There is one at most, and no task beside it.
+bool AnswerReader::BeginState() {
+    const bool isRight = !m_task && !m_stateOfTask;
+    m_stateOfTask.emplace();
+    return isRight;
+}
+
+Reading AnswerReader::Take(std::string_view line) {
+    bool isRight = m_state == Reading::kMore;
+    const bool isEnd = m_hasError && line == kEnd;
+    if (!isRight) {
+        // Nothing may come behind the end.
+    } else if (!m_hasError) {
+        isRight = TakeError(line);
+    } else if (isEnd) {
+        isRight = FinishPart();
+    } else if (line == kTask) {
+        isRight = BeginTask();
+    } else if (line == kState) {
+        isRight = BeginState();
+    } else if (m_stateOfTask) {
+        isRight = m_stateOfTask->Take(line);
+    } else {
+        isRight = m_task && m_task->Take(line);
+    }
+    const Reading read = isEnd ? Reading::kWhole : Reading::kMore;
+    return m_state = isRight ? read : Reading::kRefused;
 }
 
 }  // namespace schdlscn

@@ -18,20 +18,32 @@
 //     folder=/home                               task
 //     folder=/srv/%C3%A4                         ...
 //     end                                        end
+//
+// How a task stands follows "state" in the same way.
 
 namespace schdlscn {
 
 struct Request {
-    enum class Kind { kCheckName, kAdd, kModify, kGet, kDelete, kList };
+    enum class Kind { kCheckName, kAdd, kModify, kGet, kDelete, kList, kState, kRun };
 
     Kind kind = Kind::kList;
-    /// Of kAdd and kModify the task, of all others but kList only its name.
+    /// Of kAdd and kModify the task, of all others but kList only its name; kState may have none.
     Task task;
+};
+
+/// How a task stands, or without one the service alone.
+struct TaskState {
+    std::uint32_t flags = 0;   ///< ScheduleStateFlag bits
+    std::int64_t nextRun = 0;  ///< seconds since 1970; 0 when it is not known or there is none
+    LastRun last = {};
+
+    friend bool operator==(const TaskState&, const TaskState&) = default;
 };
 
 struct Answer {
     ScheduleError error = kScheduleOk;
-    std::vector<Task> tasks;
+    std::vector<Task> tasks = {};
+    std::optional<TaskState> state = {};  ///< of kState
 };
 
 /// More than any request has, in bytes.
@@ -60,6 +72,19 @@ private:
     std::size_t m_lines = 0;
 };
 
+/// Reads the lines of a state.
+class StateReader {
+public:
+    /// False for a line that is not the next one of a state.
+    bool Take(std::string_view line);
+    [[nodiscard]] bool IsWhole() const;
+    [[nodiscard]] TaskState& Taken() { return m_taken; }
+
+private:
+    TaskState m_taken;
+    std::size_t m_lines = 0;
+};
+
 /// Reads a request. Give it lines without their newlines until it wants no more.
 class RequestReader {
 public:
@@ -84,9 +109,15 @@ public:
     [[nodiscard]] const Answer& Taken() const { return m_answer; }
 
 private:
+    bool TakeError(std::string_view line);
+    bool BeginTask();
+    bool BeginState();
+    bool FinishPart();
+
     Reading m_state = Reading::kMore;
     bool m_hasError = false;
     std::optional<TaskReader> m_task;
+    std::optional<StateReader> m_stateOfTask;
     Answer m_answer;
 };
 

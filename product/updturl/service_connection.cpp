@@ -32,11 +32,16 @@ common::FileDescriptor ConnectToService(const std::string& path, const char* use
     address.sun_family = AF_UNIX;
     if (!common::CopyToField(address.sun_path, path) ||
         ::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        reason = std::strerror(errno);
+        const int error = errno;
+        reason = std::strerror(error);
+        socket.Reset();
+        errno = error;
         return {};
     }
     if (!IsListenedToBy(socket.Get(), user)) {
         reason = "it is not the service that listens on " + path;
+        socket.Reset();
+        errno = EPERM;
         return {};
     }
     return socket;

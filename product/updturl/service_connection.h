@@ -19,9 +19,10 @@ inline constexpr char kServiceUser[] = "corvane";
 /// The user that downloads.
 inline constexpr char kFetchUser[] = "corvane-fetch";
 
-/// Connects to whoever listens on `path`. Not open, with why in `reason`, where nobody listens, and
-/// where neither root nor `user` does: another user could otherwise say that the machine is up to
-/// date. Does not wait. Any thread.
+/// Connects to whoever listens on `path`. Not open, with why in `reason` and errno, where nobody
+/// listens, where too many wait already (EAGAIN), and where neither root nor `user` listens
+/// (EPERM): another user could otherwise say that the machine is up to date. Does not wait. Any
+/// thread.
 common::FileDescriptor ConnectToService(const std::string& path, const char* user,
                                         std::string& reason);
 

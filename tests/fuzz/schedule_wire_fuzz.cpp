@@ -54,8 +54,9 @@ bool IsText(std::string_view line, std::string_view key, std::size_t most) {
     return length <= most;
 }
 
+/// What is beyond the range of its type comes back from strtoll() as another number.
 bool IsNumber(std::string_view line, std::string_view key, long long least, long long most) {
-    if (line.substr(0, key.size()) != key || line.size() > key.size() + 12) {
+    if (line.substr(0, key.size()) != key || line.size() > key.size() + 20) {
         return false;
     }
     const std::string text(line.substr(key.size()));
@@ -105,13 +106,45 @@ bool IsRequest(const std::vector<std::string_view>& lines) {
     if (word == "list") {
         return lines.size() == 2;
     }
-    const bool isNamed = word == "check-name" || word == "get" || word == "delete";
+    const bool isNamed = word == "check-name" || word == "get" || word == "delete" ||
+                         word == "state" || word == "run";
     return isNamed && lines.size() == 3 && IsText(lines[1], "name=", 256);
+}
+
+/// Whether these lines are a state's.
+bool IsState(const std::vector<std::string_view>& lines, std::size_t begin, std::size_t end) {
+    constexpr long long kInt = 2147483647;
+    constexpr long long kLong = 9223372036854775807;
+    struct Range {
+        std::string_view key;
+        long long least;
+        long long most;
+    };
+    constexpr std::array<Range, 8> kRanges{{{"flags=", 0, 4294967295},
+                                            {"next-run=", -kLong - 1, kLong},
+                                            {"last-start=", -kLong - 1, kLong},
+                                            {"last-end=", -kLong - 1, kLong},
+                                            {"last-result=", -kInt - 1, kInt},
+                                            {"last-reason=", -kInt - 1, kInt},
+                                            {"infected=", -kLong - 1, kLong},
+                                            {"unread=", -kLong - 1, kLong}}};
+    if (end - begin != kRanges.size() + 2) {
+        return false;
+    }
+    for (std::size_t i = 0; i < kRanges.size(); ++i) {
+        if (!IsNumber(lines[begin + i], kRanges[i].key, kRanges[i].least, kRanges[i].most)) {
+            return false;
+        }
+    }
+    return IsText(lines[end - 2], "report=", 255) && IsText(lines[end - 1], "detail=", 255);
 }
 
 bool IsAnswer(const std::vector<std::string_view>& lines) {
     if (lines.size() < 2 || lines.back() != "end" || !IsNumber(lines.front(), "error=", 0, 9999)) {
         return false;
+    }
+    if (lines[1] == "state") {
+        return IsState(lines, 2, lines.size() - 1);
     }
     std::size_t begin = 1;
     while (begin < lines.size() - 1) {
@@ -161,9 +194,10 @@ void CheckAnswer(const std::vector<std::string_view>& lines) {
     const std::string text = AnswerText(reader.Taken());
     AnswerReader again;
     Require(IsWhole(again, LinesOf(text)), "an answer that was written is refused");
-    Require(
-        again.Taken().error == reader.Taken().error && again.Taken().tasks == reader.Taken().tasks,
-        "the answer written and read again is another");
+    Require(again.Taken().error == reader.Taken().error &&
+                again.Taken().tasks == reader.Taken().tasks &&
+                again.Taken().state == reader.Taken().state,
+            "the answer written and read again is another");
 }
 
 /// What a scanner says has each of these keys once, and a number behind it.

@@ -95,6 +95,20 @@ std::string List(uid_t user) {
     return all;
 }
 
+unsigned int State(const std::string& name, tagSCHEDULE_TASK_STATE& state) {
+    unsigned int error = 4711;
+    const bool isDone = Symbol<PFNGETSCHEDULETASKSTATE>(kGetScheduleTaskState)(
+        kList.c_str(), name.c_str(), ::getuid(), &state, &error);
+    return isDone == (error == 0) ? error : 9999;
+}
+
+unsigned int RunNow(const std::string& name) {
+    unsigned int error = 4711;
+    const bool isDone = Symbol<PFNRUNSCHEDULETASKNOW>(kRunScheduleTaskNow)(
+        kList.c_str(), name.c_str(), ::getuid(), &error);
+    return isDone == (error == 0) ? error : 9999;
+}
+
 unsigned int CheckFolder(const std::string& path) {
     unsigned int error = 4711;
     const bool isRight =
@@ -193,6 +207,108 @@ TEST_F(ScheduleLibraryTest, WithoutTheServiceRootDoesItAndOthersHearThatThereIsN
     EXPECT_EQ(List(0), "");
 }
 
+std::string BytesOf(const tagSCHEDULE_TASK_STATE& state) {
+    return {reinterpret_cast<const char*>(&state), sizeof state};
+}
+
+TEST_F(ScheduleLibraryTest, HowATaskStandsIsToldToItsOwnerAndRoot) {
+    const SchedulerService service;
+    ASSERT_EQ(AsUser(kDaemon, [] { return Add("mine") == 0 ? 0 : 1; }), 0);
+    EXPECT_EQ(AsUser(kDaemon,
+                     [] {
+                         tagSCHEDULE_TASK_STATE state;
+                         std::memset(&state, 0xFF, sizeof state);
+                         EXPECT_EQ(State("mine", state), 0U);
+                         EXPECT_EQ(state.size, 576U);
+                         EXPECT_EQ(state.flags, kScheduleServiceRuns);
+                         EXPECT_GT(state.nextRun, ::time(nullptr));
+                         state.nextRun = 0;
+                         state.size = 0;
+                         state.flags = 0;
+                         EXPECT_EQ(BytesOf(state), std::string(576, '\0')) << "filled in whole";
+                         EXPECT_EQ(RunNow("mine"), 0U);
+                         EXPECT_EQ(RunNow("mine"), 1108U);
+                         EXPECT_EQ(State("mine", state), 0U);
+                         EXPECT_EQ(state.flags, kScheduleServiceRuns | kScheduleTaskRuns);
+                         EXPECT_EQ(state.lastReason, kScheduleReasonAsked);
+                         EXPECT_GT(state.lastStart, ::time(nullptr) - 600);
+                         EXPECT_LE(state.lastStart, ::time(nullptr));
+                         EXPECT_EQ(state.lastEnd, 0);
+                         return testing::Test::HasFailure() ? 1 : 0;
+                     }),
+              0);
+    EXPECT_EQ(AsUser(kBin,
+                     [] {
+                         tagSCHEDULE_TASK_STATE state{};
+                         EXPECT_EQ(State("mine", state), 1104U);
+                         EXPECT_EQ(BytesOf(state), std::string(576, '\0'));
+                         EXPECT_EQ(RunNow("mine"), 1104U);
+                         EXPECT_EQ(State("", state), 0U);
+                         EXPECT_EQ(state.flags, kScheduleServiceRuns);
+                         EXPECT_EQ(state.nextRun, 0);
+                         return testing::Test::HasFailure() ? 1 : 0;
+                     }),
+              0);
+    tagSCHEDULE_TASK_STATE state{};
+    EXPECT_EQ(State("mine", state), 0U);
+    EXPECT_EQ(RunNow("mine"), 1108U);
+    EXPECT_EQ(State("none", state), 1104U);
+}
+
+// Root's own eyes see what is in the list, and that nothing runs.
+TEST_F(ScheduleLibraryTest, WithoutTheServiceRootIsToldWhatIsInTheList) {
+    ASSERT_EQ(Add("roots"), 0U);
+    tagSCHEDULE_TASK_STATE state{};
+    EXPECT_EQ(State("", state), 0U);
+    EXPECT_EQ(state.size, 576U);
+    EXPECT_EQ(state.flags, 0U);
+    EXPECT_EQ(State("roots", state), 0U);
+    EXPECT_EQ(state.flags, 0U);
+    EXPECT_EQ(state.nextRun, 0);
+    EXPECT_EQ(State("none", state), 1104U);
+    EXPECT_EQ(RunNow("roots"), 1103U);
+    {
+        schdlscn::TaskList list(kList);
+        schdlscn::KeptTask kept;
+        ASSERT_EQ(list.Get("roots", 0, kept), kScheduleOk);
+        ASSERT_EQ(list.Note(kept.id, {.start = 1'700'000'000,
+                                      .end = 1'700'000'060,
+                                      .result = kScheduleRunFound,
+                                      .reason = kScheduleReasonMissed,
+                                      .infected = 3,
+                                      .unread = 4,
+                                      .report = "schd0001.rpt",
+                                      .detail = "words"}),
+                  kScheduleOk);
+    }
+    EXPECT_EQ(State("roots", state), 0U);
+    EXPECT_EQ(state.lastStart, 1'700'000'000);
+    EXPECT_EQ(state.lastEnd, 1'700'000'060);
+    EXPECT_EQ(state.lastResult, 2U);
+    EXPECT_EQ(state.lastReason, 2U);
+    EXPECT_EQ(state.infected, 3U);
+    EXPECT_EQ(state.unread, 4U);
+    EXPECT_STREQ(state.report, "schd0001.rpt");
+    EXPECT_STREQ(state.detail, "words");
+    {
+        schdlscn::TaskList list(kList);
+        schdlscn::KeptTask kept;
+        ASSERT_EQ(list.Get("roots", 0, kept), kScheduleOk);
+        ASSERT_EQ(list.Note(kept.id, {.start = 1'800'000'000}), kScheduleOk);
+    }
+    EXPECT_EQ(State("roots", state), 0U);
+    EXPECT_EQ(state.lastResult, 5U) << "it was broken off with the service";
+    EXPECT_EQ(AsUser(kDaemon,
+                     [] {
+                         tagSCHEDULE_TASK_STATE none{};
+                         EXPECT_EQ(State("", none), 1103U);
+                         EXPECT_EQ(State("roots", none), 1103U);
+                         EXPECT_EQ(RunNow("roots"), 1103U);
+                         return testing::Test::HasFailure() ? 1 : 0;
+                     }),
+              0);
+}
+
 // Listens at the place of the service and says nothing.
 common::FileDescriptor ListenSilently() {
     std::filesystem::create_directories("/run/corvane");
@@ -209,6 +325,28 @@ TEST_F(ScheduleLibraryTest, AServiceThatIsSilentIsWaitedForTwoSeconds) {
     EXPECT_GE(waited, 1900ms);
     EXPECT_LT(waited, 10s);
     EXPECT_FALSE(Exists(kList));
+}
+
+// Nobody can be asked, but somebody is there: the list is the service's.
+TEST_F(ScheduleLibraryTest, RootWritesNothingItselfWhileTooManyWaitForTheService) {
+    const common::FileDescriptor silent = ListenSilently();
+    ASSERT_TRUE(silent);
+    std::vector<common::FileDescriptor> waiting;
+    waiting.reserve(1000);
+    do {
+        waiting.push_back(ConnectAtOnce());
+        ASSERT_LT(waiting.size(), 1000U);
+    } while (waiting.back());
+    EXPECT_EQ(Add("any"), 1103U);
+    EXPECT_FALSE(Exists(kList));
+    // As soon as there is room it is asked again.
+    std::thread room([&] {
+        const common::FileDescriptor first(::accept(silent.Get(), nullptr, nullptr));
+        EXPECT_TRUE(first);
+    });
+    EXPECT_EQ(List(0), "1103");
+    room.join();
+    EXPECT_FALSE(ConnectAtOnce()) << "the place that became free was taken";
 }
 
 TEST_F(ScheduleLibraryTest, NobodyElsesServiceIsBelieved) {
@@ -286,13 +424,24 @@ TEST_F(ScheduleLibraryTest, WithoutItsArgumentsNothingIsDone) {
         kList.c_str(), nullptr, 0, &error));
     EXPECT_FALSE(Symbol<PFNDELETESCHEDULESCANTASK>(kDeleteScheduleScanTask)(kList.c_str(), nullptr,
                                                                             0, &error));
+    tagSCHEDULE_TASK_STATE state{};
+    EXPECT_FALSE(Symbol<PFNGETSCHEDULETASKSTATE>(kGetScheduleTaskState)(kList.c_str(), nullptr, 0,
+                                                                        &state, &error));
+    EXPECT_FALSE(Symbol<PFNGETSCHEDULETASKSTATE>(kGetScheduleTaskState)(kList.c_str(), "a", 0,
+                                                                        nullptr, &error));
+    EXPECT_FALSE(
+        Symbol<PFNGETSCHEDULETASKSTATE>(kGetScheduleTaskState)(nullptr, "a", 0, &state, &error));
+    EXPECT_FALSE(
+        Symbol<PFNRUNSCHEDULETASKNOW>(kRunScheduleTaskNow)(kList.c_str(), nullptr, 0, &error));
+    EXPECT_FALSE(Symbol<PFNRUNSCHEDULETASKNOW>(kRunScheduleTaskNow)(nullptr, "a", 0, &error));
+    EXPECT_EQ(error, 1106U);
     EXPECT_FALSE(Exists(kList));
     // The code is not asked for.
     EXPECT_TRUE(Symbol<PFNVALIDATEDIRECTORYPATH>(kValidateDirectoryPath)("/", nullptr));
     EXPECT_FALSE(Symbol<PFNVALIDATEDIRECTORYPATH>(kValidateDirectoryPath)("x", nullptr));
 }
 
-TEST_F(ScheduleLibraryTest, ItShowsItsSevenEntryPointsOnly) {
+TEST_F(ScheduleLibraryTest, ItShowsItsNineEntryPointsOnly) {
     FILE* const names =
         ::popen("nm -D --defined-only " SCHDLSCN_LIBRARY " | sed 's/.* //' | sort", "r");
     ASSERT_NE(names, nullptr);
@@ -304,8 +453,8 @@ TEST_F(ScheduleLibraryTest, ItShowsItsSevenEntryPointsOnly) {
     ::pclose(names);
     EXPECT_EQ(all,
               "AddScheduleScanTask\nDeleteScheduleScanTask\nGetScheduleScanTaskDetails\n"
-              "ModifyScheduleScanTask\nReadScheduleScanTaskList\nValidateDirectoryPath\n"
-              "ValidateTaskName\n");
+              "GetScheduleTaskState\nModifyScheduleScanTask\nReadScheduleScanTaskList\n"
+              "RunScheduleTaskNow\nValidateDirectoryPath\nValidateTaskName\n");
 }
 
 // What somebody says at the socket who is no library of ours.

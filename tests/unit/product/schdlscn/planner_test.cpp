@@ -26,6 +26,7 @@ constexpr char kDue[] = " 1";
 constexpr char kMissed[] = " 2";
 constexpr char kBoot[] = " 3";
 constexpr char kRepeat[] = " 4";
+constexpr char kAsked[] = " 5";
 
 class PlannerTest : public testing::Test {
 protected:
@@ -81,6 +82,18 @@ protected:
         EXPECT_EQ(m_list.Get(name, 0, kept), kScheduleOk);
         return kept.last;
     }
+
+    ScheduleError RunSoon(const std::string& name, uid_t user) {
+        return m_planner->RunSoon(name, user, m_moment);
+    }
+
+    TaskState Tell(const std::string& name, uid_t user = 0) {
+        TaskState state;
+        EXPECT_EQ(m_planner->Tell(name, user, m_moment, state), kScheduleOk);
+        return state;
+    }
+
+    static std::int64_t CountOf(sys_seconds moment) { return moment.time_since_epoch().count(); }
 
     static constexpr sys_seconds kMonday = sys_days(std::chrono::year(2026) / 11 / 23) + 8h;
     static constexpr sys_seconds kMidnight = sys_days(std::chrono::year(2026) / 11 / 23);
@@ -311,6 +324,148 @@ TEST_F(PlannerTest, ATaskThatIsDeletedWhileItRunsEndsQuietly) {
     EXPECT_EQ(Look(), Strings{});
     EXPECT_EQ(m_wake, std::nullopt);
     EXPECT_EQ(m_launcher.running, Strings{});
+}
+
+// ---- What is asked for
+
+constexpr std::uint32_t kServes = kScheduleServiceRuns;
+constexpr std::uint32_t kRuns = kScheduleServiceRuns | kScheduleTaskRuns;
+constexpr std::uint32_t kWaits = kScheduleServiceRuns | kScheduleTaskWaits;
+
+TEST_F(PlannerTest, WhatIsAskedForRunsNowAndIsDueAsBefore) {
+    Add("a", kAnna, 10h);
+    Look();
+    EXPECT_EQ(RunSoon("a", kAnna), kScheduleOk);
+    EXPECT_EQ(Look(), (Strings{std::string("a") + kAsked}));
+    EXPECT_EQ(Last("a").reason, kScheduleReasonAsked);
+    EXPECT_EQ(Last("a").start, CountOf(kMonday));
+    EXPECT_EQ(Tell("a").nextRun, CountOf(kMidnight + 10h));
+    m_launcher.End("a");
+    EXPECT_EQ(Look(), Strings{});
+    EXPECT_EQ(m_wake, kMidnight + 10h);
+    EXPECT_EQ(LookAt(kMidnight + 10h), (Strings{std::string("a") + kDue}));
+}
+
+TEST_F(PlannerTest, WhatRunsOrWaitsIsNotRunTwice) {
+    Add("a", kAnna, 10h);
+    Add("b", kAnna, 11h);
+    Look();
+    EXPECT_EQ(RunSoon("a", kAnna), kScheduleOk);
+    EXPECT_EQ(RunSoon("a", kAnna), kScheduleAlreadyRunning);
+    EXPECT_EQ(Look(), (Strings{std::string("a") + kAsked}));
+    EXPECT_EQ(RunSoon("a", kAnna), kScheduleAlreadyRunning);
+    // One of a user at a time.
+    EXPECT_EQ(RunSoon("b", kAnna), kScheduleOk);
+    EXPECT_EQ(Look(), Strings{});
+    EXPECT_EQ(RunSoon("b", kAnna), kScheduleAlreadyRunning);
+    m_launcher.End("a");
+    EXPECT_EQ(Look(), (Strings{std::string("b") + kAsked}));
+    m_launcher.End("b");
+    EXPECT_EQ(Look(), Strings{});
+}
+
+TEST_F(PlannerTest, TwoAtOnceAlsoWhenTheyAreAskedFor) {
+    Add("a", kAnna, 10h);
+    Add("b", kBert, 10h);
+    Add("c", kCarl, 10h);
+    Look();
+    EXPECT_EQ(RunSoon("a", kAnna), kScheduleOk);
+    EXPECT_EQ(RunSoon("b", kBert), kScheduleOk);
+    EXPECT_EQ(RunSoon("c", 0), kScheduleOk);
+    EXPECT_EQ(Look(), (Strings{std::string("a") + kAsked, std::string("b") + kAsked}));
+    EXPECT_EQ(Tell("c").flags, kWaits);
+}
+
+TEST_F(PlannerTest, WhatBecomesDueWhileItWaitsForItsTurnRunsOnce) {
+    Add("a", kAnna, 10h);
+    Add("b", kAnna, 11h);
+    Look();
+    EXPECT_EQ(RunSoon("b", kAnna), kScheduleOk);
+    EXPECT_EQ(RunSoon("a", kAnna), kScheduleOk);
+    EXPECT_EQ(Look().size(), 1U);
+    const bool isBFirst = Tell("b").flags == kRuns;
+    m_launcher.End(isBFirst ? "b" : "a");
+    EXPECT_EQ(Look().size(), 1U);
+    m_launcher.End(isBFirst ? "a" : "b");
+    Look();
+    // Asked for behind a long run of the same user, and due before that has ended.
+    EXPECT_EQ(RunSoon("b", kAnna), kScheduleOk);
+    Look();
+    EXPECT_EQ(RunSoon("a", kAnna), kScheduleOk);
+    EXPECT_EQ(LookAt(kMidnight + 10h), Strings{});
+    m_launcher.End("b");
+    EXPECT_EQ(LookAt(kMidnight + 10h + 30s), (Strings{std::string("a") + kDue}));
+    m_launcher.End("a");
+    EXPECT_EQ(Look(), Strings{});
+    EXPECT_EQ(m_wake, kMidnight + 11h);
+}
+
+TEST_F(PlannerTest, WhatIsAskedForAndDeletedIsForgotten) {
+    Add("a", kAnna, 10h);
+    Add("b", kAnna, 11h);
+    Look();
+    EXPECT_EQ(RunSoon("a", kAnna), kScheduleOk);
+    Look();
+    EXPECT_EQ(RunSoon("b", kAnna), kScheduleOk);
+    ASSERT_EQ(m_list.Delete("b", kAnna), kScheduleOk);
+    m_planner->Reload();
+    m_launcher.End("a");
+    EXPECT_EQ(Look(), Strings{});
+}
+
+TEST_F(PlannerTest, ATaskIsOnlyItsOwnersToAskAbout) {
+    Add("a", kAnna, 10h);
+    Look();
+    TaskState state;
+    EXPECT_EQ(m_planner->Tell("a", kBert, m_moment, state), kScheduleNoSuchTask);
+    EXPECT_EQ(state, TaskState{.flags = kServes});
+    EXPECT_EQ(m_planner->Tell("b", kAnna, m_moment, state), kScheduleNoSuchTask);
+    EXPECT_EQ(RunSoon("a", kBert), kScheduleNoSuchTask);
+    EXPECT_EQ(RunSoon("", kAnna), kScheduleNoSuchTask);
+    EXPECT_EQ(Look(), Strings{});
+    EXPECT_EQ(Tell("", kBert), TaskState{.flags = kServes});
+    EXPECT_EQ(Tell("a", kAnna).flags, kServes);
+}
+
+TEST_F(PlannerTest, HowATaskStandsIsTold) {
+    Add("a", kAnna, 10h);
+    Look();
+    EXPECT_EQ(Tell("a"), (TaskState{.flags = kServes, .nextRun = CountOf(kMidnight + 10h)}));
+    LookAt(kMidnight + 10h);
+    TaskState state = Tell("a");
+    EXPECT_EQ(state.flags, kRuns);
+    EXPECT_EQ(state.nextRun, CountOf(kMidnight + 34h));
+    EXPECT_EQ(state.last.start, CountOf(kMidnight + 10h));
+    EXPECT_EQ(state.last.end, 0);
+    EXPECT_EQ(state.last.reason, kScheduleReasonDue);
+    m_launcher.End("a", {kScheduleRunFound, 3, 4, "schd1234.rpt", "words"});
+    LookAt(kMidnight + 10h + 5min);
+    state = Tell("a");
+    EXPECT_EQ(state.flags, kServes);
+    EXPECT_EQ(state.last, Last("a"));
+    EXPECT_EQ(state.last.infected, 3);
+}
+
+// It has been missed: until the machine has had its quiet, it runs later.
+TEST_F(PlannerTest, WhatWasMissedIsToldToRunSoon) {
+    Add("a", kAnna, 10h);
+    m_moment.now = kMidnight + 12h;
+    m_moment.sinceBoot += 4h;
+    Begin();
+    Look();
+    EXPECT_EQ(Tell("a").flags, kServes);
+    EXPECT_EQ(Tell("a").nextRun, CountOf(kMidnight + 12h + 2min));
+    // Asked for before that, it is made up for later all the same.
+    EXPECT_EQ(RunSoon("a", kAnna), kScheduleOk);
+    EXPECT_EQ(Look(), (Strings{std::string("a") + kAsked}));
+    m_launcher.End("a");
+    EXPECT_EQ(LookAt(kMidnight + 12h + 2min), (Strings{std::string("a") + kMissed}));
+}
+
+TEST_F(PlannerTest, WhatStartsWithTheMachineHasNoNextTimeThatIsKnown) {
+    Add("a", kAnna, 0h, 0, kScheduleAtFirstBoot);
+    Look();
+    EXPECT_EQ(Tell("a"), TaskState{.flags = kServes});
 }
 
 }  // namespace

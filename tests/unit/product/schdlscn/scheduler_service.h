@@ -40,8 +40,8 @@ inline int ServeUntilEnded() {
     return 0;
 }
 
-inline common::FileDescriptor Connect() {
-    common::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+inline common::FileDescriptor Connect(int flags = 0) {
+    common::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     common::CopyToField(address.sun_path, schdlscn::kServiceSocket);
@@ -49,6 +49,11 @@ inline common::FileDescriptor Connect() {
         socket.Reset();
     }
     return socket;
+}
+
+/// Not open when too many wait already.
+inline common::FileDescriptor ConnectAtOnce() {
+    return Connect(SOCK_NONBLOCK);
 }
 
 class SchedulerService {

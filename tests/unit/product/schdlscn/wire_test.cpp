@@ -60,6 +60,9 @@ TEST(ScheduleWireTest, RequestsAreWrittenAndRead) {
         {Named(Kind::kGet, "a"), "get\nname=a\nend\n"},
         {Named(Kind::kDelete, "a"), "delete\nname=a\nend\n"},
         {{Kind::kList, {}}, "list\nend\n"},
+        {Named(Kind::kState, "a"), "state\nname=a\nend\n"},
+        {Named(Kind::kState, ""), "state\nname=\nend\n"},
+        {Named(Kind::kRun, "a"), "run\nname=a\nend\n"},
     };
     for (const auto& [request, text] : requests) {
         EXPECT_EQ(RequestText(request), text);
@@ -84,6 +87,79 @@ TEST(ScheduleWireTest, AnswersAreWrittenAndRead) {
     EXPECT_EQ(reader.Taken().tasks, answer.tasks);
     EXPECT_EQ(AnswerText({}), "error=0\nend\n");
     EXPECT_EQ(ReadAnswer("error=0\nend\n"), Reading::kWhole);
+}
+
+constexpr char kStateLines[] =
+    "flags=3\nnext-run=1795608000\nlast-start=1795521600\nlast-end=1795521660\nlast-result=2\n"
+    "last-reason=5\ninfected=7\nunread=8\nreport=schd0001.rpt\ndetail=no%0A%C3%A4 room\n";
+
+TaskState AState() {
+    return {.flags = 3,
+            .nextRun = 1795608000,
+            .last = {.start = 1795521600,
+                     .end = 1795521660,
+                     .result = 2,
+                     .reason = 5,
+                     .infected = 7,
+                     .unread = 8,
+                     .report = "schd0001.rpt",
+                     .detail = "no\n\xC3\xA4 room"}};
+}
+
+TEST(ScheduleWireTest, AStateIsWrittenAndRead) {
+    const std::string text = AnswerText({.state = AState()});
+    EXPECT_EQ(text, std::string("error=0\nstate\n") + kStateLines + "end\n");
+    AnswerReader reader;
+    ASSERT_EQ(Read(text, reader), Reading::kWhole);
+    EXPECT_EQ(reader.Taken().state, AState());
+    EXPECT_TRUE(reader.Taken().tasks.empty());
+}
+
+TEST(ScheduleWireTest, NoLineOfAStateMayBeMissingDoubledOrChanged) {
+    std::vector<std::string> lines;
+    std::istringstream all(kStateLines);
+    for (std::string line; std::getline(all, line);) {
+        lines.push_back(line);
+    }
+    ASSERT_EQ(lines.size(), 10U);
+    const std::string begin = "error=0\nstate\n";
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        std::string missing = begin;
+        std::string doubled = begin;
+        std::string changed = begin;
+        for (std::size_t j = 0; j < lines.size(); ++j) {
+            missing += i == j ? "" : lines[j] + "\n";
+            doubled += lines[j] + "\n" + (i == j ? lines[j] + "\n" : "");
+            changed += i == j ? "x" + lines[j] + "\n" : lines[j] + "\n";
+        }
+        EXPECT_EQ(ReadAnswer(missing + "end\n"), Reading::kRefused) << i;
+        EXPECT_EQ(ReadAnswer(doubled + "end\n"), Reading::kRefused) << i;
+        EXPECT_EQ(ReadAnswer(changed + "end\n"), Reading::kRefused) << i;
+    }
+    const std::string whole = begin + kStateLines;
+    EXPECT_EQ(ReadAnswer(whole), Reading::kMore);
+    EXPECT_EQ(ReadAnswer(whole + "state\n" + kStateLines + "end\n"), Reading::kRefused);
+    EXPECT_EQ(ReadAnswer(whole + "task\n" + kTaskLines + "end\n"), Reading::kRefused);
+    EXPECT_EQ(
+        ReadAnswer(std::string("error=0\ntask\n") + kTaskLines + "state\n" + kStateLines + "end\n"),
+        Reading::kRefused);
+}
+
+// Nothing longer than its field in the record is sent.
+TEST(ScheduleWireTest, TextsOfAStateAreCutToTheirFields) {
+    TaskState state = AState();
+    state.last.report.assign(300, 'r');
+    state.last.detail.assign(300, 'd');
+    AnswerReader reader;
+    ASSERT_EQ(Read(AnswerText({.state = state}), reader), Reading::kWhole);
+    EXPECT_EQ(reader.Taken().state->last.report, std::string(255, 'r'));
+    EXPECT_EQ(reader.Taken().state->last.detail, std::string(255, 'd'));
+    EXPECT_EQ(
+        ReadAnswer(
+            std::string("error=0\nstate\n") +
+            std::string(kStateLines).substr(0, std::string_view(kStateLines).find("detail=")) +
+            "detail=" + std::string(256, 'd') + "\nend\n"),
+        Reading::kRefused);
 }
 
 TEST(ScheduleWireTest, ATextThatIsCutIsNotWhole) {
@@ -142,15 +218,15 @@ TEST(ScheduleWireTest, NumbersStandAsTheyAreWritten) {
 }
 
 TEST(ScheduleWireTest, WhatIsNoRequestIsRefused) {
-    for (const char* text :
-         {"", "add ", "ADD", "x\nend", "list\nname=a\nend", "get\nend", "get\nname=a\nname=a\nend",
-          "get\nname=%\nend", "get\nname=a\tb\nend", "get\nname=%00\nend", "add\nend",
-          "get\nfolder=/\nend", "end", "list\nend\nlist", "list\nend\nend"}) {
+    for (const char* text : {"", "add ", "ADD", "x\nend", "list\nname=a\nend", "get\nend",
+                             "get\nname=a\nname=a\nend", "get\nname=%\nend", "get\nname=a\tb\nend",
+                             "get\nname=%00\nend", "add\nend", "get\nfolder=/\nend", "state\nend",
+                             "run\nend", "end", "list\nend\nlist", "list\nend\nend"}) {
         EXPECT_EQ(ReadRequest(std::string(text) + "\n"), Reading::kRefused) << text;
     }
-    for (const char* text :
-         {"", "end", "error=", "error=-1", "error=10000", "error=0\nerror=0", "error=0\nname=a",
-          "error=0\ntask\nend", "error=0\ntask\ntask", "error=0\nend\nend"}) {
+    for (const char* text : {"", "end", "error=", "error=-1", "error=10000", "error=0\nerror=0",
+                             "error=0\nname=a", "error=0\ntask\nend", "error=0\ntask\ntask",
+                             "error=0\nend\nend", "state", "error=0\nstate\nend"}) {
         EXPECT_EQ(ReadAnswer(std::string(text) + "\n"), Reading::kRefused) << text;
     }
 }
