@@ -142,7 +142,10 @@ OwnedProcess::~OwnedProcess() {
 
 bool OwnedProcess::Start(const Owner& owner, std::vector<std::string> words,
                          const GivenFiles& files) {
-    std::vector<std::string> environment{"PATH=/usr/bin:/bin", "LANG=C.UTF-8", "HOME=" + owner.home,
+    // The labels of a report are looked up in the locale of the environment. This one every machine
+    // has; which catalogue is read in it, the other variable says.
+    std::vector<std::string> environment{"PATH=/usr/bin:/bin", "LANG=C.UTF-8",
+                                         "LANGUAGE=en",        "HOME=" + owner.home,
                                          "USER=" + owner.name, "LOGNAME=" + owner.name};
     const std::vector<char*> wordPointers = Pointers(words);
     const std::vector<char*> environmentPointers = Pointers(environment);

@@ -96,7 +96,7 @@ TEST_F(ScanLauncherTest, AScanIsItsOwnersAndGivesWay) {
     EXPECT_THAT(said, HasSubstr("SigBlk:\t0000000000000000\n"));
     EXPECT_THAT(said, HasSubstr("SigIgn:\t0000000000000000\n"));
     EXPECT_THAT(said, HasSubstr("leads 1\nfd 3\nfd 4\nHOME="));
-    EXPECT_THAT(said, HasSubstr("HOME=/usr/sbin\nLANG=C.UTF-8\nLOGNAME=daemon\n"
+    EXPECT_THAT(said, HasSubstr("HOME=/usr/sbin\nLANG=C.UTF-8\nLANGUAGE=en\nLOGNAME=daemon\n"
                                 "PATH=/usr/bin:/bin\nUSER=daemon\n"));
     EXPECT_THAT(said, HasSubstr("report 1 600\n"));
 }

@@ -1,15 +1,9 @@
 #include <chrono>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/eventfd.h>
-#include <sys/mman.h>
-#include <sys/resource.h>
 
-#include "product/schdlscn/answering.h"
-#include "product/schdlscn/scan_launcher.h"
-#include "product/serving/end_watch.h"
 #include "tests/unit/product/schdlscn/a_task.h"
-#include "tests/unit/product/schdlscn/scheduler_service.h"
+#include "tests/unit/product/schdlscn/shifted_service.h"
 
 // The whole service: a user plans a scan through the socket, the clock is put forward, and the scan
 // runs as that user. The scanner is a script that says who it is.
@@ -23,39 +17,6 @@ using std::chrono::seconds;
 constexpr uid_t kDaemon = 1;
 constexpr uid_t kBin = 2;
 
-/// What the test and the service share.
-struct Shared {
-    std::atomic<std::int64_t> ahead;  ///< of the machine's clocks, in seconds
-    std::atomic<std::int64_t> wake;   ///< when the service wants to be woken, 0 for never
-    std::atomic<int> looks;           ///< how often it has said so
-};
-
-class ShiftedClock : public Clock {
-public:
-    ShiftedClock(Shared& shared, int bell) : m_shared(shared), m_bell(bell) {}
-
-    Moment Read() override {
-        Moment moment = ReadMoment();
-        const seconds ahead(m_shared.ahead.load());
-        moment.now += ahead;
-        moment.sinceBoot += ahead;
-        return moment;
-    }
-    [[nodiscard]] int Descriptor() const override { return m_bell; }
-    void Heard() override {
-        std::uint64_t count = 0;
-        (void)!::read(m_bell, &count, sizeof count);
-    }
-    void WakeAt(std::optional<std::chrono::sys_seconds> moment) override {
-        m_shared.wake = moment ? moment->time_since_epoch().count() : 0;
-        ++m_shared.looks;
-    }
-
-private:
-    Shared& m_shared;
-    int m_bell;
-};
-
 class ScheduleServiceTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -63,15 +24,10 @@ protected:
             GTEST_SKIP() << "needs a root of its own";
         }
         ::chmod(m_scratch.Path().c_str(), 0755);
-        std::filesystem::create_directories("/run/corvane");
         std::filesystem::remove_all(m_reports);
         std::filesystem::create_directories(m_reports);
         ::chmod(m_reports.c_str(), 01777);
         std::filesystem::remove(m_list);
-        m_shared = static_cast<Shared*>(::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE,
-                                               MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-        ASSERT_NE(m_shared, MAP_FAILED);
-        m_bell.Reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
         WriteFile(m_program,
                   "#!/bin/bash\n"
                   "echo \"$(id -u) ${*: -2}\" >&3\n"
@@ -79,46 +35,16 @@ protected:
         ::chmod(m_program.c_str(), 0755);
     }
 
-    void TearDown() override {
-        End(SIGTERM);
-        if (m_shared != nullptr) {
-            ::munmap(m_shared, sizeof(Shared));
-        }
-    }
-
-    void Begin() {
-        std::filesystem::remove(kServiceSocket);
-        m_service = StartChild([&] {
-            const common::FileDescriptor end = serving::WatchForEnd();
-            ShiftedClock clock(*m_shared, m_bell.Get());
-            ScanLauncher launcher(m_program, m_reports);
-            Service service(serving::Listen(kServiceSocket), m_list, clock, launcher);
-            service.Serve(end.Get());
-            return 0;
-        });
-        ASSERT_TRUE(WaitUntil([] { return Connect().IsOpen(); }, 60s));
-    }
-
-    void End(int signal) {
-        if (m_service != 0) {
-            ::kill(m_service, signal);
-            JoinChild(m_service);
-            m_service = 0;
-        }
-    }
-
-    void PutForward(seconds ahead) {
-        m_shared->ahead += ahead.count();
-        const std::uint64_t one = 1;
-        ASSERT_EQ(::write(m_bell.Get(), &one, sizeof one), 8);
-    }
+    void Begin() { m_service.Begin(m_program); }
+    void End(int signal) { m_service.End(signal); }
+    void PutForward(seconds ahead) { m_service.PutForward(ahead); }
 
     // A user plans a daily scan, due in ten minutes.
     void Plan(uid_t user, const std::string& name) {
         ASSERT_EQ(AsUser(user,
                          [&] {
                              Moment moment = ReadMoment();
-                             moment.now += seconds(m_shared->ahead.load()) + 10min;
+                             moment.now += m_service.Ahead() + 10min;
                              const auto local = moment.zone.LocalOf(moment.now);
                              const auto time = local - std::chrono::floor<std::chrono::days>(local);
                              Task task = ATask(name);
@@ -155,9 +81,7 @@ protected:
     std::string m_program = m_scratch / "corvane-scan";
     std::string m_reports = common::InProductDirectory("reports/");
     std::string m_list = common::InProductDirectory(kScheduleTaskList);
-    Shared* m_shared = nullptr;
-    common::FileDescriptor m_bell;
-    pid_t m_service = 0;
+    ShiftedService m_service;
 };
 
 TEST_F(ScheduleServiceTest, APlannedScanRunsAtItsTimeAsItsOwner) {
@@ -184,7 +108,7 @@ TEST_F(ScheduleServiceTest, AScanThatWasMissedRunsTwoMinutesAfterTheServiceIsBac
     End(SIGKILL);
     PutForward(3h);
     Begin();
-    ASSERT_TRUE(WaitUntil([&] { return m_shared->wake.load() != 0; }, 60s));
+    ASSERT_TRUE(WaitUntil([&] { return m_service.Wake() != 0; }, 60s));
     EXPECT_EQ(Last("mine").start, 0);
     PutForward(2min);
     ASSERT_TRUE(HasEnded("mine"));
@@ -248,7 +172,7 @@ TEST_F(ScheduleServiceTest, AThousandTasksWakeItOnlyWhenOneIsDue) {
         }
     }
     Begin();
-    ASSERT_TRUE(WaitUntil([&] { return m_shared->looks.load() == 1; }, 60s));
+    ASSERT_TRUE(WaitUntil([&] { return m_service.Looks() == 1; }, 60s));
     const auto begin = std::chrono::steady_clock::now();
     const auto answer = AskService(kServiceSocket, {Request::Kind::kList, {}}, 30s);
     const auto taken = std::chrono::steady_clock::now() - begin;
@@ -256,8 +180,8 @@ TEST_F(ScheduleServiceTest, AThousandTasksWakeItOnlyWhenOneIsDue) {
     EXPECT_EQ(answer->tasks.size(), 1000U);
     RecordProperty("listing_ms", std::to_string(taken / 1ms));
     // Nothing to do for almost two hours.
-    EXPECT_GE(m_shared->wake.load(), (moment.now + 119min).time_since_epoch().count());
-    EXPECT_EQ(m_shared->looks.load(), 1);
+    EXPECT_GE(m_service.Wake(), (moment.now + 119min).time_since_epoch().count());
+    EXPECT_EQ(m_service.Looks(), 1);
 }
 
 }  // namespace
