@@ -45,6 +45,7 @@ ScheduleError State(TaskList& list, const std::string& name, uid_t user,
         state = TaskState{.last = std::move(kept.last)};
         if (state->last.start != 0 && state->last.end == 0) {
             state->last.result = kScheduleRunInterrupted;
+            state->last.report.clear();  // the service puts it in order when it begins
         }
     }
     return error;

@@ -40,6 +40,7 @@ void Planner::MarkInterrupted(const Moment& moment) {
         LastRun last = kept.last;
         last.end = SecondsOf(moment.now);
         last.result = kScheduleRunInterrupted;
+        last.report = m_launcher.Recover(kept);
         last.detail = "the scheduler was ended during the scan";
         if (m_list.Note(kept.id, last) != kScheduleOk) {
             ::syslog(LOG_ERR, "the list of tasks cannot be written");
@@ -180,6 +181,9 @@ ScheduleError Planner::Tell(const std::string& name, uid_t user, const Moment& m
     }
     state.flags = FlagsOf(kept, moment);
     state.last = kept.last;
+    if (kept.last.end == 0) {
+        state.last.report.clear();  // it is not written yet
+    }
     if (const auto next = NextTurnOf(kept, moment); next && next->from > moment.now) {
         state.nextRun = SecondsOf(next->from);
     }
@@ -207,13 +211,14 @@ void Planner::BeginAll(std::vector<Turn> turns, const Moment& moment) {
     }
 }
 
-/// That it has begun is on the disk before it begins: killed in between, it is told as interrupted,
-/// and is not run twice.
+/// That it has begun, and with which report, is on the disk before it begins: killed in between, it
+/// is told as interrupted, is not run twice, and its report is found.
 bool Planner::Begin(const Turn& turn, const Moment& moment) {
     Running running;
     running.task = *turn.task;
     running.last.start = SecondsOf(moment.now);
     running.last.reason = static_cast<int>(turn.reason);
+    running.last.report = m_launcher.NameReport();
     running.begun = moment.sinceBoot;
     if (m_list.Note(running.task.id, running.last, turn.settled) != kScheduleOk) {
         ::syslog(LOG_ERR, "the list of tasks cannot be written: no scan is begun");
@@ -222,7 +227,7 @@ bool Planner::Begin(const Turn& turn, const Moment& moment) {
     m_isStale = true;
     m_asked.erase(running.task.id);
     m_lastTurn[running.task.task.owner] = ++m_turns;
-    running.run = m_launcher.Start(running.task, turn.reason);
+    running.run = m_launcher.Start(running.task, turn.reason, running.last.report);
     if (const auto outcome = running.run->Ended()) {
         Finish(running, *outcome, moment);
         WakeAt(moment.now);

@@ -48,8 +48,14 @@ public:
     Launcher(const Launcher&) = delete;
     Launcher& operator=(const Launcher&) = delete;
 
-    /// Begins a run of the task for that reason; never null.
-    virtual std::unique_ptr<Run> Start(const KeptTask& task, ScheduleReason reason) = 0;
+    /// What the report of the next run is to be called; empty when there can be none.
+    virtual std::string NameReport() = 0;
+    /// Begins a run of the task for that reason, with a new report of that name; never null.
+    virtual std::unique_ptr<Run> Start(const KeptTask& task, ScheduleReason reason,
+                                       const std::string& report) = 0;
+    /// Puts in order what the last run of the task has left, whose end nobody saw. Result: the name
+    /// of its report; empty without one.
+    virtual std::string Recover(const KeptTask& task) = 0;
 };
 
 /// Has tasks run when they are due: one at a time for a user, two at once, users in turn, each for

@@ -4,21 +4,18 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <ctime>
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include "common/escaped_text.h"
 #include "common/io.h"
-#include "common/text_field.h"
+#include "product/schdlscn/kept_report.h"
 #include "product/schdlscn/new_report.h"
 #include "product/schdlscn/owned_process.h"
 #include "product/schdlscn/result_line.h"
-#include "reports/files/scheduled_index.h"
 
 namespace schdlscn {
 
@@ -28,7 +25,6 @@ constexpr std::size_t kMostSaid = 4096;
 constexpr std::size_t kMostDetail = 255;
 // Milliseconds. Two of them are less than what a script that stops the service waits for.
 constexpr int kTimeToEnd = 700;
-constexpr mode_t kReportMode = 0644;
 constexpr char kMissedNote[] =
     "This scan was due earlier, while it could not run, and is made up for.";
 
@@ -82,32 +78,13 @@ std::string DetailOf(const std::string& said) {
     return detail;
 }
 
-std::string Join(const std::vector<std::string>& folders) {
-    std::string joined;
-    for (const std::string& folder : folders) {
-        joined += (joined.empty() ? "" : ";") + folder;
-    }
-    return joined;
-}
-
-std::string LocalTime(std::time_t moment) {
-    ::tzset();
-    std::tm local{};
-    ::localtime_r(&moment, &local);
-    std::array<char, 64> text{};
-    const std::size_t size = std::strftime(text.data(), text.size(), "%d %b, %Y, %r", &local);
-    return {text.data(), size};
-}
-
 class ScanRun : public Run {
 public:
-    ScanRun(const Task& task, std::string folder) : m_task(task), m_folder(std::move(folder)) {}
+    ScanRun(const Task& task, ReportFile report) : m_task(task), m_report(std::move(report)) {}
 
     /// Whether it has begun; the reason is in errno.
-    bool Begin(const Owner& owner, std::vector<std::string> words, common::FileDescriptor report,
-               std::string name) {
-        m_report = std::move(report);
-        m_name = std::move(name);
+    bool Begin(const Owner& owner, std::vector<std::string> words, common::FileDescriptor file) {
+        m_file = std::move(file);
         Pipe result = MakePipe();
         Pipe errors = MakePipe();
         if (!result.read || !errors.read) {
@@ -116,7 +93,7 @@ public:
         m_result = std::move(result.read);
         m_errors = std::move(errors.read);
         return m_process.Start(owner, std::move(words),
-                               {m_report.Get(), result.write.Get(), errors.write.Get()});
+                               {m_file.Get(), result.write.Get(), errors.write.Get()});
     }
 
     [[nodiscard]] int Descriptor() const override { return m_process.Descriptor(); }
@@ -148,7 +125,9 @@ private:
 
     Outcome OutcomeOf(int status) {
         Outcome outcome = ResultOf(status);
-        outcome.report = KeepReport();
+        if (KeepReport(m_report, m_file, m_task)) {
+            outcome.report = m_report.name;
+        }
         return outcome;
     }
 
@@ -173,29 +152,9 @@ private:
         return outcome;
     }
 
-    /// Lists the report; one that nothing was written to is no report.
-    std::string KeepReport() {
-        struct stat status {};
-        if (::fstat(m_report.Get(), &status) != 0 || status.st_size == 0) {
-            (void)::unlink((m_folder + m_name).c_str());
-            return {};
-        }
-        (void)::fchmod(m_report.Get(), kReportMode);
-        tagReportIndexEntry entry{};
-        common::CopyToUnterminatedField(entry.dateTime, LocalTime(std::time(nullptr)));
-        common::CopyToUnterminatedField(entry.scanned, Join(m_task.folders));
-        common::CopyToField(entry.reportPath, m_folder + m_name);
-        entry.userId = m_task.owner;
-        if (!reports::AppendScheduledEntry(&entry)) {
-            ::syslog(LOG_ERR, "%s cannot be listed", m_name.c_str());
-        }
-        return m_name;
-    }
-
     Task m_task;
-    std::string m_folder;
-    std::string m_name;
-    common::FileDescriptor m_report;
+    ReportFile m_report;
+    common::FileDescriptor m_file;
     common::FileDescriptor m_result;
     common::FileDescriptor m_errors;
     OwnedProcess m_process;
@@ -234,29 +193,45 @@ std::vector<std::string> ScannerWords(const std::string& program, const Task& ta
     return words;
 }
 
-std::unique_ptr<Run> ScanLauncher::Start(const KeptTask& kept, ScheduleReason reason) {
+common::FileDescriptor ScanLauncher::OpenFolder() const {
+    return common::FileDescriptor(
+        ::open(m_reports.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+std::string ScanLauncher::NameReport() {
+    const common::FileDescriptor folder = OpenFolder();
+    return folder ? FreeReportName(folder.Get()) : std::string();
+}
+
+std::unique_ptr<Run> ScanLauncher::Start(const KeptTask& kept, ScheduleReason reason,
+                                         const std::string& report) {
     const auto owner = OwnerOf(kept.task.owner, kept.ownerName);
     if (!owner) {
         return Failed(kScheduleRunNoOwner, "the user " + kept.ownerName + " is not there any more");
     }
-    const common::FileDescriptor folder(
-        ::open(m_reports.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    std::string name;
-    common::FileDescriptor report =
-        folder ? MakeReport(folder.Get(), owner->uid, owner->gid, name) : common::FileDescriptor();
-    if (!report) {
+    const common::FileDescriptor folder = OpenFolder();
+    common::FileDescriptor file;
+    if (folder && report.empty()) {
+        errno = EEXIST;
+    } else if (folder) {
+        file = MakeReport(folder.Get(), owner->uid, owner->gid, report);
+    }
+    if (!file) {
         return Failed(kScheduleRunNoReport,
                       std::string("no report can be made: ") + std::strerror(errno));
     }
-    auto run = std::make_unique<ScanRun>(kept.task, m_reports);
-    const std::string reportName = name;
-    if (!run->Begin(*owner, ScannerWords(m_program, kept.task, reason), std::move(report),
-                    std::move(name))) {
+    auto run = std::make_unique<ScanRun>(kept.task, ReportFile{m_reports, report});
+    if (!run->Begin(*owner, ScannerWords(m_program, kept.task, reason), std::move(file))) {
         const int error = errno;
-        (void)::unlinkat(folder.Get(), reportName.c_str(), 0);
+        (void)RemoveReport(folder.Get(), owner->uid, report);
         return Failed(kScheduleRunNotStarted, std::strerror(error));
     }
     return run;
+}
+
+std::string ScanLauncher::Recover(const KeptTask& kept) {
+    const std::string& name = kept.last.report;
+    return !name.empty() && KeepLeftReport({m_reports, name}, kept.task) ? name : std::string();
 }
 
 }  // namespace schdlscn

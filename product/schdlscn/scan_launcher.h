@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "common/file_descriptor.h"
 #include "product/schdlscn/planner.h"
 
 namespace schdlscn {
@@ -14,9 +15,14 @@ public:
     ScanLauncher(std::string program, std::string reports)
         : m_program(std::move(program)), m_reports(std::move(reports)) {}
 
-    std::unique_ptr<Run> Start(const KeptTask& task, ScheduleReason reason) override;
+    std::string NameReport() override;
+    std::unique_ptr<Run> Start(const KeptTask& task, ScheduleReason reason,
+                               const std::string& report) override;
+    std::string Recover(const KeptTask& task) override;
 
 private:
+    [[nodiscard]] common::FileDescriptor OpenFolder() const;
+
     std::string m_program;
     std::string m_reports;
 };

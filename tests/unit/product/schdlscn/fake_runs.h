@@ -11,10 +11,17 @@
 
 class FakeLauncher : public schdlscn::Launcher {
 public:
-    std::unique_ptr<schdlscn::Run> Start(const schdlscn::KeptTask& task,
-                                         ScheduleReason reason) override {
+    std::string NameReport() override { return "schd0042.rpt"; }
+    std::unique_ptr<schdlscn::Run> Start(const schdlscn::KeptTask& task, ScheduleReason reason,
+                                         const std::string& report) override {
+        reports.push_back(report);
         begun.push_back(task.task.name + " " + std::to_string(reason));
         return std::make_unique<FakeRun>(*this, task.task.name);
+    }
+
+    std::string Recover(const schdlscn::KeptTask& task) override {
+        recovered.push_back(task.task.name + " " + task.last.report);
+        return "schd0043.rpt";
     }
 
     /// The run of that task ends.
@@ -22,8 +29,10 @@ public:
         outcomes[name] = std::move(outcome);
     }
 
-    std::vector<std::string> begun;    ///< name and reason
-    std::vector<std::string> stopped;  ///< names
+    std::vector<std::string> begun;      ///< name and reason
+    std::vector<std::string> reports;    ///< of the runs that have begun
+    std::vector<std::string> recovered;  ///< name, and report as it was noted
+    std::vector<std::string> stopped;    ///< names
     std::map<std::string, schdlscn::Outcome> outcomes;
     std::vector<std::string> running;
 

@@ -294,10 +294,12 @@ TEST_F(ScheduleLibraryTest, WithoutTheServiceRootIsToldWhatIsInTheList) {
         schdlscn::TaskList list(kList);
         schdlscn::KeptTask kept;
         ASSERT_EQ(list.Get("roots", 0, kept), kScheduleOk);
-        ASSERT_EQ(list.Note(kept.id, {.start = 1'800'000'000}), kScheduleOk);
+        ASSERT_EQ(list.Note(kept.id, {.start = 1'800'000'000, .report = "schd0002.rpt"}),
+                  kScheduleOk);
     }
     EXPECT_EQ(State("roots", state), 0U);
     EXPECT_EQ(state.lastResult, 5U) << "it was broken off with the service";
+    EXPECT_STREQ(state.report, "") << "and its report is not in order";
     EXPECT_EQ(AsUser(kDaemon,
                      [] {
                          tagSCHEDULE_TASK_STATE none{};

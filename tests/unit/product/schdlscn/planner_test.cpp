@@ -285,9 +285,16 @@ TEST_F(PlannerTest, ARunEndsAfterADay) {
 TEST_F(PlannerTest, WhatWasRunningWhenTheServiceWasKilledWasInterrupted) {
     Add("a", kAnna, 10h);
     LookAt(kMidnight + 10h);
+    EXPECT_EQ(Last("a").report, "schd0042.rpt") << "so that it can be found again";
+    EXPECT_EQ(m_launcher.reports, Strings{"schd0042.rpt"});
+    EXPECT_EQ(Tell("a").last.report, "") << "it is not written yet";
+    EXPECT_EQ(m_launcher.recovered, Strings{});
     Begin();
+    EXPECT_EQ(m_launcher.recovered, Strings{"a schd0042.rpt"});
     EXPECT_EQ(LookAt(kMidnight + 10h + 5min), Strings{});
     EXPECT_EQ(Last("a").result, kScheduleRunInterrupted);
+    EXPECT_EQ(Last("a").report, "schd0043.rpt");
+    EXPECT_EQ(Tell("a").last.report, "schd0043.rpt");
     EXPECT_EQ(Last("a").start, (kMidnight + 10h).time_since_epoch().count());
     EXPECT_NE(Last("a").end, 0);
     EXPECT_EQ(m_wake, kMidnight + 34h);

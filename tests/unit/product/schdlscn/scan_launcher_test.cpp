@@ -6,7 +6,7 @@
 #include <poll.h>
 
 #include "common/paths.h"
-#include "product/schdlscn/new_report.h"
+#include "reports/files/scheduled_index.h"
 #include "tests/support/scratch.h"
 #include "tests/unit/product/schdlscn/a_task.h"
 
@@ -43,7 +43,7 @@ protected:
         kept.task.owner = user;
         kept.ownerName = name;
         ScanLauncher launcher(m_program, m_reports);
-        return launcher.Start(kept, reason);
+        return launcher.Start(kept, reason, launcher.NameReport());
     }
 
     static Outcome WaitFor(schdlscn::Run& run) {
@@ -156,7 +156,7 @@ TEST_F(ScanLauncherTest, WithoutAScannerNothingIsLeft) {
     kept.task.owner = kDaemon;
     kept.ownerName = "daemon";
     ScanLauncher launcher(m_scratch / "none", m_reports);
-    const auto run = launcher.Start(kept, kScheduleReasonDue);
+    const auto run = launcher.Start(kept, kScheduleReasonDue, "schd0001.rpt");
     const Outcome outcome = WaitFor(*run);
     EXPECT_EQ(outcome.result, kScheduleRunNotStarted);
     EXPECT_EQ(outcome.detail, m_scratch / "none: No such file or directory");
@@ -207,6 +207,88 @@ TEST_F(ScanLauncherTest, NamesThatSomebodyHasTakenAreLeftAlone) {
     const auto outcome = Start("exit 0")->Ended();
     ASSERT_TRUE(outcome);
     EXPECT_EQ(outcome->result, kScheduleRunNoReport);
+    EXPECT_EQ(outcome->detail, "no report can be made: File exists");
+}
+
+// What a run has left that ended with the service.
+class LeftReportTest : public ScanLauncherTest {
+protected:
+    std::string Recover(const std::string& name = "schd0007.rpt") {
+        KeptTask kept;
+        kept.task = ATask();
+        kept.task.owner = kDaemon;
+        kept.last.report = name;
+        return ScanLauncher(m_program, m_reports).Recover(kept);
+    }
+
+    void Leave(const std::string& text, uid_t owner = kDaemon) const {
+        WriteFile(m_left, text);
+        ::chmod(m_left.c_str(), 0600);
+        ASSERT_EQ(::chown(m_left.c_str(), owner, owner), 0);
+    }
+
+    // The owners and paths on the list.
+    static std::vector<std::pair<unsigned int, std::string>> Listed() {
+        std::vector<tagReportIndexEntry> entries;
+        unsigned int error = 0;
+        (void)ReadIndexEntry(1001, entries, 0, &error);
+        std::vector<std::pair<unsigned int, std::string>> listed;
+        for (const tagReportIndexEntry& entry : entries) {
+            listed.emplace_back(entry.userId, entry.reportPath);
+        }
+        return listed;
+    }
+
+    const std::string m_left = m_reports + "schd0007.rpt";
+};
+
+TEST_F(LeftReportTest, WhatWasWrittenIsListedOnce) {
+    Leave("half\n");
+    EXPECT_EQ(Recover(), "schd0007.rpt");
+    EXPECT_THAT(Listed(), ElementsAre(std::pair(kDaemon, m_left)));
+    EXPECT_EQ(ModeOf(m_left), 0644U);
+    EXPECT_EQ(ReadFile(m_left), "half\n");
+    // The service was killed again before it had noted that.
+    EXPECT_EQ(Recover(), "schd0007.rpt");
+    EXPECT_THAT(Listed(), ElementsAre(std::pair(kDaemon, m_left)));
+}
+
+TEST_F(LeftReportTest, OneThatNothingWasWrittenToIsRemoved) {
+    Leave("");
+    EXPECT_EQ(Recover(), "");
+    EXPECT_FALSE(Exists(m_left));
+    EXPECT_THAT(Listed(), ElementsAre());
+}
+
+TEST_F(LeftReportTest, OneThatWasNeverMadeIsNone) {
+    EXPECT_EQ(Recover(), "");
+    EXPECT_EQ(Recover(""), "");
+    EXPECT_THAT(Listed(), ElementsAre());
+}
+
+// In its place, meanwhile.
+TEST_F(LeftReportTest, WhatIsNotTheOwnersIsLeftAlone) {
+    Leave("another's\n", 2);
+    EXPECT_EQ(Recover(), "");
+    EXPECT_EQ(ModeOf(m_left), 0600U);
+    ::chmod(m_left.c_str(), 0666);
+    EXPECT_EQ(Recover(), "");
+    EXPECT_EQ(ModeOf(m_left), 0666U);
+    Leave("", 2);
+    ::chmod(m_left.c_str(), 0666);
+    EXPECT_EQ(Recover(), "");
+    EXPECT_TRUE(Exists(m_left));
+    fs::remove(m_left);
+    WriteFile(m_scratch / "victim", "precious");
+    ::chmod((m_scratch / "victim").c_str(), 0600);
+    ASSERT_EQ(::chown((m_scratch / "victim").c_str(), kDaemon, kDaemon), 0);
+    fs::create_symlink(m_scratch / "victim", m_left);
+    EXPECT_EQ(Recover(), "");
+    EXPECT_EQ(ModeOf(m_scratch / "victim"), 0600U);
+    fs::remove(m_left);
+    ASSERT_EQ(::mkfifo(m_left.c_str(), 0666), 0);
+    EXPECT_EQ(Recover(), "");
+    EXPECT_THAT(Listed(), ElementsAre());
 }
 
 TEST_F(ScanLauncherTest, AskedToEndItMayAndAskedAgainItMust) {

@@ -125,12 +125,19 @@ TEST_F(ScheduleServiceTest, AServiceThatIsKilledDuringAScanCarriesOn) {
     Plan(kDaemon, "mine");
     PutForward(10min + 5s);
     ASSERT_TRUE(WaitUntil([&] { return Last("mine").start != 0; }, 60s));
+    const std::string report = m_reports + Last("mine").report;
+    ASSERT_TRUE(WaitUntil([&] { return ReadFile(report) == "begun\n"; }, 60s));
     End(SIGKILL);
     EXPECT_EQ(Last("mine").end, 0);
+    EXPECT_EQ(ModeOf(report), 0600U);
     Begin();
     ASSERT_TRUE(HasEnded("mine"));
     const LastRun interrupted = Last("mine");
     EXPECT_EQ(interrupted.result, kScheduleRunInterrupted);
+    EXPECT_EQ(interrupted.detail, "the scheduler was ended during the scan");
+    EXPECT_EQ(m_reports + interrupted.report, report);
+    EXPECT_EQ(ModeOf(report), 0644U);
+    EXPECT_EQ(ReadFile(m_reports + "schdmain.rpt").size(), 19U + 1316U) << "it is listed";
     // And the next day's is made.
     WriteFile(gate, "");
     PutForward(24h);
