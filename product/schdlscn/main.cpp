@@ -22,6 +22,7 @@ enum ExitStatus { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
 
 constexpr char kProgramName[] = "corvane-scan";
 constexpr char kReports[] = "reports/";
+constexpr char kNotifierName[] = "corvane-notify";
 
 }  // namespace
 
@@ -46,7 +47,8 @@ int main(int argc, char**) {
         return kExitFailed;
     }
     schdlscn::ScanLauncher launcher(common::InProductDirectory(kProgramName),
-                                    common::InProductDirectory(kReports));
+                                    common::InProductDirectory(kReports),
+                                    common::InProductDirectory(kNotifierName));
     schdlscn::Service service(std::move(listening), common::InProductDirectory(kScheduleTaskList),
                               clock, launcher);
     service.Serve(end.Get());

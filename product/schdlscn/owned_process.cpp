@@ -141,12 +141,13 @@ OwnedProcess::~OwnedProcess() {
 }
 
 bool OwnedProcess::Start(const Owner& owner, std::vector<std::string> words,
-                         const GivenFiles& files) {
+                         const GivenFiles& files, const std::vector<std::string>& variables) {
     // The labels of a report are looked up in the locale of the environment. This one every machine
     // has; which catalogue is read in it, the other variable says.
     std::vector<std::string> environment{"PATH=/usr/bin:/bin", "LANG=C.UTF-8",
                                          "LANGUAGE=en",        "HOME=" + owner.home,
                                          "USER=" + owner.name, "LOGNAME=" + owner.name};
+    environment.insert(environment.end(), variables.begin(), variables.end());
     const std::vector<char*> wordPointers = Pointers(words);
     const std::vector<char*> environmentPointers = Pointers(environment);
     const pid_t parent = ::getpid();

@@ -37,9 +37,11 @@ public:
     OwnedProcess(const OwnedProcess&) = delete;
     OwnedProcess& operator=(const OwnedProcess&) = delete;
 
-    /// For a process of one thread, root or the owner. False with the reason in errno. A program
+    /// Executes words[0], with these variables besides those that every program needs. For a
+    /// process of one thread, root or the owner. False with the reason in errno. A program
     /// that cannot be executed says so to `errors`, and ends with kNotExecuted.
-    bool Start(const Owner& owner, std::vector<std::string> words, const GivenFiles& files);
+    bool Start(const Owner& owner, std::vector<std::string> words, const GivenFiles& files,
+               const std::vector<std::string>& variables = {});
 
     static constexpr int kNotExecuted = 126;
 

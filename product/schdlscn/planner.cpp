@@ -45,6 +45,7 @@ void Planner::MarkInterrupted(const Moment& moment) {
         if (m_list.Note(kept.id, last) != kScheduleOk) {
             ::syslog(LOG_ERR, "the list of tasks cannot be written");
         }
+        Tell(kept, last);
     }
     m_isStale = true;
 }
@@ -79,6 +80,9 @@ std::vector<int> Planner::Descriptors() const {
     std::vector<int> descriptors;
     for (const Running& running : m_running) {
         descriptors.push_back(running.run->Descriptor());
+    }
+    for (const auto& notice : m_notices) {
+        descriptors.push_back(notice->Descriptor());
     }
     return descriptors;
 }
@@ -229,7 +233,7 @@ bool Planner::Begin(const Turn& turn, const Moment& moment) {
     m_lastTurn[running.task.task.owner] = ++m_turns;
     running.run = m_launcher.Start(running.task, turn.reason, running.last.report);
     if (const auto outcome = running.run->Ended()) {
-        Finish(running, *outcome, moment);
+        Tell(running.task, Finish(running, *outcome, moment));
         WakeAt(moment.now);
         return true;
     }
@@ -242,7 +246,7 @@ bool Planner::Begin(const Turn& turn, const Moment& moment) {
 void Planner::Collect(const Moment& moment) {
     for (Running& running : m_running) {
         if (const auto outcome = running.run->Ended()) {
-            Finish(running, *outcome, moment);
+            Tell(running.task, Finish(running, *outcome, moment));
             running.run.reset();
             continue;
         }
@@ -254,9 +258,16 @@ void Planner::Collect(const Moment& moment) {
         WakeAt(moment.now + (left > 0s ? left : kTimeToEnd));
     }
     std::erase_if(m_running, [](const Running& running) { return running.run == nullptr; });
+    std::erase_if(m_notices, [](const auto& notice) { return notice->HasEnded(); });
 }
 
-void Planner::Finish(Running& running, const Outcome& outcome, const Moment& moment) {
+void Planner::Tell(const KeptTask& task, const LastRun& last) {
+    if (auto notice = m_launcher.Tell(task, last)) {
+        m_notices.push_back(std::move(notice));
+    }
+}
+
+LastRun Planner::Finish(Running& running, const Outcome& outcome, const Moment& moment) {
     LastRun last = running.last;
     last.end = SecondsOf(moment.now);
     last.result = static_cast<int>(running.isTooLong ? kScheduleRunTookTooLong : outcome.result);
@@ -268,6 +279,7 @@ void Planner::Finish(Running& running, const Outcome& outcome, const Moment& mom
         ::syslog(LOG_ERR, "the list of tasks cannot be written: how a scan ended is not kept");
     }
     m_isStale = true;
+    return last;
 }
 
 void Planner::StopAll(const Moment& moment) {
@@ -278,9 +290,11 @@ void Planner::StopAll(const Moment& moment) {
         Outcome outcome = running.run->EndNow();
         outcome.result = kScheduleRunInterrupted;
         outcome.detail = "the scheduler was stopped";
-        Finish(running, outcome, moment);
+        // Nobody is told: the machine is shut down, or whoever stops the service knows.
+        (void)Finish(running, outcome, moment);
     }
     m_running.clear();
+    m_notices.clear();
 }
 
 }  // namespace schdlscn

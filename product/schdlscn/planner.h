@@ -40,6 +40,19 @@ public:
     virtual Outcome EndNow() = 0;
 };
 
+/// Somebody who is being told how a run ended. Ends by itself, and at once with this object.
+class Notice {
+public:
+    Notice() = default;
+    virtual ~Notice() = default;
+    Notice(const Notice&) = delete;
+    Notice& operator=(const Notice&) = delete;
+
+    /// Becomes readable when it has ended.
+    [[nodiscard]] virtual int Descriptor() const = 0;
+    virtual bool HasEnded() = 0;
+};
+
 /// How runs are begun.
 class Launcher {
 public:
@@ -56,6 +69,9 @@ public:
     /// Puts in order what the last run of the task has left, whose end nobody saw. Result: the name
     /// of its report; empty without one.
     virtual std::string Recover(const KeptTask& task) = 0;
+    /// Lets the owner of the task know how its run ended, when that is worth it. Does not wait;
+    /// null when there is nothing to be told, or nobody.
+    virtual std::unique_ptr<Notice> Tell(const KeptTask& task, const LastRun& last) = 0;
 };
 
 /// Has tasks run when they are due: one at a time for a user, two at once, users in turn, each for
@@ -81,7 +97,7 @@ public:
     /// The list has changed.
     void Reload() { m_isStale = true; }
 
-    /// Readable when a run has ended.
+    /// Readable when a run, or the telling of one, has ended.
     [[nodiscard]] std::vector<int> Descriptors() const;
 
     /// Ends all runs and notes that they were interrupted.
@@ -108,7 +124,8 @@ private:
     void MarkInterrupted(const Moment& moment);
     bool ReadTasks();
     void Collect(const Moment& moment);
-    void Finish(Running& running, const Outcome& outcome, const Moment& moment);
+    LastRun Finish(Running& running, const Outcome& outcome, const Moment& moment);
+    void Tell(const KeptTask& task, const LastRun& last);
     [[nodiscard]] std::optional<Turn> NextTurnOf(const KeptTask& task, const Moment& moment) const;
     [[nodiscard]] std::uint32_t FlagsOf(const KeptTask& task, const Moment& moment) const;
     [[nodiscard]] std::optional<Turn> TurnOf(const KeptTask& task, const Moment& moment);
@@ -123,6 +140,7 @@ private:
     bool m_isStale = true;
     std::vector<KeptTask> m_tasks;
     std::vector<Running> m_running;
+    std::vector<std::unique_ptr<Notice>> m_notices;
     std::chrono::seconds m_back;  ///< since when the service is there, by the time since the start
     std::chrono::seconds m_asleep;  ///< how long the machine has slept up to now
     std::uint64_t m_turns = 0;

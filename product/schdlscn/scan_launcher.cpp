@@ -14,6 +14,7 @@
 #include "common/io.h"
 #include "product/schdlscn/kept_report.h"
 #include "product/schdlscn/new_report.h"
+#include "product/schdlscn/notice.h"
 #include "product/schdlscn/owned_process.h"
 #include "product/schdlscn/result_line.h"
 
@@ -232,6 +233,11 @@ std::unique_ptr<Run> ScanLauncher::Start(const KeptTask& kept, ScheduleReason re
 std::string ScanLauncher::Recover(const KeptTask& kept) {
     const std::string& name = kept.last.report;
     return !name.empty() && KeepLeftReport({m_reports, name}, kept.task) ? name : std::string();
+}
+
+std::unique_ptr<Notice> ScanLauncher::Tell(const KeptTask& task, const LastRun& last) {
+    const auto notification = NoticeOf(task.task, last);
+    return notification ? ShowNotice(m_notifier, task, *notification) : nullptr;
 }
 
 }  // namespace schdlscn

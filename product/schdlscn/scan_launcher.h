@@ -11,20 +11,25 @@ namespace schdlscn {
 /// in a process of one.
 class ScanLauncher : public Launcher {
 public:
-    /// `program` scans; `reports` is the folder of the reports, "/" at its end.
-    ScanLauncher(std::string program, std::string reports)
-        : m_program(std::move(program)), m_reports(std::move(reports)) {}
+    /// `program` scans; `reports` is the folder of the reports, "/" at its end; `notifier` is
+    /// executed as a task's owner with a title and a text to show.
+    ScanLauncher(std::string program, std::string reports, std::string notifier)
+        : m_program(std::move(program)),
+          m_reports(std::move(reports)),
+          m_notifier(std::move(notifier)) {}
 
     std::string NameReport() override;
     std::unique_ptr<Run> Start(const KeptTask& task, ScheduleReason reason,
                                const std::string& report) override;
     std::string Recover(const KeptTask& task) override;
+    std::unique_ptr<Notice> Tell(const KeptTask& task, const LastRun& last) override;
 
 private:
     [[nodiscard]] common::FileDescriptor OpenFolder() const;
 
     std::string m_program;
     std::string m_reports;
+    std::string m_notifier;
 };
 
 /// The arguments of the program for a task.

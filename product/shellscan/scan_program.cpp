@@ -207,7 +207,7 @@ int ScanProgram(const Options& options) {
     }
     // Who stopped it knows.
     if (options.notifies && (!session.Summary().isInterrupted || status == kExitFailed)) {
-        ShowNotification(NotificationOf(session.Summary(), subject, session.Problem()));
+        notifying::ShowNotification(NotificationOf(session.Summary(), subject, session.Problem()));
     }
     if (!isOver) {
         ::_exit(status);  // a thread that hangs may still look at all that would go now

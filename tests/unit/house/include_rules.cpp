@@ -41,7 +41,7 @@ const std::map<std::string, int, std::less<>> kSharedOfProduct = {
     {"product/signed_index", 0}, {"product/vault", 1},     {"product/definitions", 1},
     {"product/fetch", 2},        {"product/updturl", 3},   {"product/scanning", 2},
     {"product/scanwire", 3},     {"product/confining", 0}, {"product/timetable", 0},
-    {"product/serving", 0},
+    {"product/serving", 0},      {"product/notifying", 0},
 };
 
 struct Include {

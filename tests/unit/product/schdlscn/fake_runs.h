@@ -24,6 +24,12 @@ public:
         return "schd0043.rpt";
     }
 
+    std::unique_ptr<schdlscn::Notice> Tell(const schdlscn::KeptTask& task,
+                                           const schdlscn::LastRun& last) override {
+        told.push_back(task.task.name + " " + std::to_string(last.result) + " " + last.report);
+        return std::make_unique<FakeNotice>(*this);
+    }
+
     /// The run of that task ends.
     void End(const std::string& name, schdlscn::Outcome outcome = {.result = kScheduleRunClean}) {
         outcomes[name] = std::move(outcome);
@@ -32,11 +38,28 @@ public:
     std::vector<std::string> begun;      ///< name and reason
     std::vector<std::string> reports;    ///< of the runs that have begun
     std::vector<std::string> recovered;  ///< name, and report as it was noted
-    std::vector<std::string> stopped;    ///< names
+    std::vector<std::string> told;       ///< name, result and report
+    int notices = 0;                     ///< under way
+    bool areNoticesOver = false;
+    std::vector<std::string> stopped;  ///< names
     std::map<std::string, schdlscn::Outcome> outcomes;
     std::vector<std::string> running;
 
 private:
+    class FakeNotice : public schdlscn::Notice {
+    public:
+        explicit FakeNotice(FakeLauncher& owner) : m_owner(owner) { ++m_owner.notices; }
+        ~FakeNotice() override { --m_owner.notices; }
+        FakeNotice(const FakeNotice&) = delete;
+        FakeNotice& operator=(const FakeNotice&) = delete;
+
+        [[nodiscard]] int Descriptor() const override { return 4711; }
+        bool HasEnded() override { return m_owner.areNoticesOver; }
+
+    private:
+        FakeLauncher& m_owner;
+    };
+
     class FakeRun : public schdlscn::Run {
     public:
         FakeRun(FakeLauncher& owner, std::string name) : m_owner(owner), m_name(std::move(name)) {

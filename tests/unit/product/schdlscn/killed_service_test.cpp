@@ -10,8 +10,7 @@
 
 // The service, killed at each call by which it changes something: while a task is run, added,
 // changed and deleted. A service that is started afterwards finds the list whole and puts in order
-// what was left; no run is made twice, and none is forgotten. CORVANE_EVERY_POINT=1 takes all
-// calls.
+// what was left; no run is made twice, and none is forgotten.
 
 namespace {
 
@@ -99,7 +98,7 @@ protected:
     // The next service does what it finds to do.
     void StartAnew() const {
         TaskList list(m_list);
-        ScanLauncher launcher(m_scanner, kReports);
+        ScanLauncher launcher(m_scanner, kReports, "/nowhere");
         const Moment moment = ServedMoment(std::chrono::hours(3));
         Planner planner(list, launcher, ServedMoment(std::chrono::hours(1)));
         planner.Look(moment);

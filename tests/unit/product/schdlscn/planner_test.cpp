@@ -475,4 +475,36 @@ TEST_F(PlannerTest, WhatStartsWithTheMachineHasNoNextTimeThatIsKnown) {
     EXPECT_EQ(Tell("a"), TaskState{.flags = kServes});
 }
 
+TEST_F(PlannerTest, TheOwnerIsToldHowARunEnded) {
+    Add("a", kAnna, 10h);
+    LookAt(kMidnight + 10h);
+    EXPECT_EQ(m_launcher.told, Strings{});
+    m_launcher.End("a", {kScheduleRunFound, 3, 4, "schd1234.rpt", "words"});
+    Look();
+    EXPECT_EQ(m_launcher.told, Strings{"a 2 schd1234.rpt"});
+    EXPECT_EQ(m_launcher.notices, 1) << "it is not waited for";
+    EXPECT_EQ(m_planner->Descriptors(), std::vector<int>{4711});
+    m_launcher.areNoticesOver = true;
+    Look();
+    EXPECT_EQ(m_launcher.notices, 0);
+    EXPECT_EQ(m_planner->Descriptors(), std::vector<int>{});
+}
+
+TEST_F(PlannerTest, TheOwnerIsToldOfWhatDidNotBeginAndOfWhatWasBrokenOff) {
+    Add("a", kAnna, 10h);
+    m_launcher.End("a", {kScheduleRunNoReport});
+    LookAt(kMidnight + 10h);
+    EXPECT_EQ(m_launcher.told, Strings{"a 8 "});
+    LookAt(kMidnight + 34h);
+    Begin();
+    EXPECT_EQ(m_launcher.told, (Strings{"a 8 ", "a 5 schd0043.rpt"}));
+}
+
+TEST_F(PlannerTest, NobodyIsToldOfARunThatEndsWithTheService) {
+    Add("a", kAnna, 10h);
+    LookAt(kMidnight + 10h);
+    m_planner->StopAll(m_moment);
+    EXPECT_EQ(m_launcher.told, Strings{});
+}
+
 }  // namespace

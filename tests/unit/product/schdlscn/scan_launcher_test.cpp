@@ -42,7 +42,7 @@ protected:
         kept.task = ATask();
         kept.task.owner = user;
         kept.ownerName = name;
-        ScanLauncher launcher(m_program, m_reports);
+        ScanLauncher launcher(m_program, m_reports, "/nowhere");
         return launcher.Start(kept, reason, launcher.NameReport());
     }
 
@@ -155,7 +155,7 @@ TEST_F(ScanLauncherTest, WithoutAScannerNothingIsLeft) {
     kept.task = ATask();
     kept.task.owner = kDaemon;
     kept.ownerName = "daemon";
-    ScanLauncher launcher(m_scratch / "none", m_reports);
+    ScanLauncher launcher(m_scratch / "none", m_reports, "/nowhere");
     const auto run = launcher.Start(kept, kScheduleReasonDue, "schd0001.rpt");
     const Outcome outcome = WaitFor(*run);
     EXPECT_EQ(outcome.result, kScheduleRunNotStarted);
@@ -218,7 +218,7 @@ protected:
         kept.task = ATask();
         kept.task.owner = kDaemon;
         kept.last.report = name;
-        return ScanLauncher(m_program, m_reports).Recover(kept);
+        return ScanLauncher(m_program, m_reports, "/nowhere").Recover(kept);
     }
 
     void Leave(const std::string& text, uid_t owner = kDaemon) const {

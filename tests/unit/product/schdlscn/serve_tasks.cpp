@@ -81,7 +81,7 @@ int main(int argc, char** argv) {
     }
     ::close(end[1]);
     FixedClock clock;
-    ScanLauncher launcher(argv[2], common::InProductDirectory("reports/"));
+    ScanLauncher launcher(argv[2], common::InProductDirectory("reports/"), "/nowhere");
     Service scheduler(std::move(listening), common::InProductDirectory(kScheduleTaskList), clock,
                       launcher);
     scheduler.Serve(end[0]);

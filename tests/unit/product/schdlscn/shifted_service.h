@@ -68,7 +68,8 @@ public:
         m_process = StartChild([&] {
             const common::FileDescriptor end = serving::WatchForEnd();
             ShiftedClock clock(*m_shared, m_bell.Get());
-            schdlscn::ScanLauncher launcher(program, common::InProductDirectory("reports/"));
+            schdlscn::ScanLauncher launcher(program, common::InProductDirectory("reports/"),
+                                            common::InProductDirectory("corvane-notify"));
             schdlscn::Service service(serving::Listen(schdlscn::kServiceSocket),
                                       common::InProductDirectory(kScheduleTaskList), clock,
                                       launcher);
