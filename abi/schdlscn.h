@@ -163,6 +163,7 @@ enum ScheduleError : unsigned int {
     kScheduleBadRecord = 1106,         ///< a field of the record is out of its range
     kScheduleListUnusable = 1107,      ///< the list cannot be read or written: full disk, damage
     kScheduleAlreadyRunning = 1108,    ///< the task is being scanned or waits for its turn
+    kScheduleNoSuchReport = 1109,      ///< none of this name that is the user's
 };
 
 // The entry points that must be there. All give true for success. `taskList` is the path of
@@ -281,3 +282,13 @@ using PFNRUNSCHEDULETASKNOW = bool (*)(const char* taskList, const char* name, u
 
 inline constexpr char kGetScheduleTaskState[] = "GetScheduleTaskState";
 inline constexpr char kRunScheduleTaskNow[] = "RunScheduleTaskNow";
+
+// ---- Another one that a library may have.
+
+/// Has the service delete the report `report`, a plain name in "reports/", and its record in the
+/// index, which is root's: one of who calls, root's any. Everybody else's records stay. Without the
+/// service it is false with kScheduleServiceSilent.
+using PFNDELETESCHEDULEREPORT = bool (*)(const char* report, unsigned int user,
+                                         unsigned int* error);
+
+inline constexpr char kDeleteScheduleReport[] = "DeleteScheduleReport";

@@ -16,7 +16,7 @@
 #include "common/text_field.h"
 #include "reports/dlg_report.h"
 #include "reports/files/current_report.h"
-#include "reports/files/scheduled_index.h"
+#include "reports/files/scheduled_removal.h"
 #include "widgets/display_name.h"
 #include "widgets/messages.h"
 #include "widgets/name_label.h"
@@ -173,9 +173,7 @@ void ReportsPage::DeleteSelected() {
 }
 
 bool ReportsPage::DeleteScheduledReport(const QTreeWidgetItem* row) {
-    unsigned int err = kIndexOk;
-    if (DeleteReportForFile(reports::kScheduledIndexKind, ColumnBytes(row, kReport).c_str(),
-                            getuid(), &err)) {
+    if (reports::RemoveScheduledReport(ColumnBytes(row, kReport), getuid())) {
         return true;
     }
     ShowWarning(this, tr("Schedule Scan"), tr("Error in report delete."));

@@ -78,6 +78,7 @@ Answer AnswerRequest(TaskList& list, const Request& request, uid_t user, const M
             answer.error = State(list, request.task.name, user, answer.state);
             break;
         case Request::Kind::kRun:
+        case Request::Kind::kDeleteReport:
             answer.error = kScheduleServiceSilent;
             break;
     }

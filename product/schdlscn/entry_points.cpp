@@ -228,3 +228,14 @@ SCHDLSCN_EXPORT bool RunScheduleTaskNow(const char* taskList, const char* name,
                    : schdlscn::Ask(taskList, schdlscn::RequestFor(Request::Kind::kRun, name)).error;
     });
 }
+
+SCHDLSCN_EXPORT bool DeleteScheduleReport(const char* report, unsigned int /*user*/,
+                                          unsigned int* error) {
+    return schdlscn::Finish(error, [&] {
+        return report == nullptr
+                   ? kScheduleBadRecord
+                   : schdlscn::Ask(common::InProductDirectory(kScheduleTaskList),
+                                   schdlscn::RequestFor(Request::Kind::kDeleteReport, report))
+                         .error;
+    });
+}

@@ -100,4 +100,28 @@ bool KeepLeftReport(const ReportFile& report, const Task& task) {
     return true;
 }
 
+ScheduleError DeleteReport(const ReportFile& report, uid_t user) {
+    if (report.name.empty() || report.name.find('/') != std::string::npos) {
+        return kScheduleNoSuchReport;
+    }
+    std::vector<tagReportIndexEntry> entries;
+    unsigned int error = kIndexOk;
+    if (!ReadIndexEntry(reports::kScheduledIndexKind, entries, 0, &error)) {
+        return error == kIndexMissing ? kScheduleNoSuchReport : kScheduleListUnusable;
+    }
+    const auto found = std::find_if(entries.begin(), entries.end(), [&](const auto& entry) {
+        return (user == 0 || entry.userId == user) &&
+               common::FieldText(entry.reportPath) == report.folder + report.name;
+    });
+    if (found == entries.end()) {
+        return kScheduleNoSuchReport;
+    }
+    if (const common::FileDescriptor folder = OpenFolder(report)) {
+        (void)RemoveReport(folder.Get(), found->userId, report.name);
+    }
+    entries.erase(found);
+    return WriteIndexEntry(reports::kScheduledIndexKind, entries, &error) ? kScheduleOk
+                                                                          : kScheduleListUnusable;
+}
+
 }  // namespace schdlscn

@@ -21,4 +21,9 @@ bool KeepReport(const ReportFile& report, const common::FileDescriptor& file, co
 /// The same of a report that a run has left whose end nobody saw, unless it is on the list already.
 bool KeepLeftReport(const ReportFile& report, const Task& task);
 
+/// Deletes the report and its record, when the list of reports has one of `user`'s, or anybody's
+/// for root. All other records stay. The file goes with its owner's rights: what else has that name
+/// now is left alone.
+ScheduleError DeleteReport(const ReportFile& report, uid_t user);
+
 }  // namespace schdlscn

@@ -72,6 +72,8 @@ public:
     /// Lets the owner of the task know how its run ended, when that is worth it. Does not wait;
     /// null when there is nothing to be told, or nobody.
     virtual std::unique_ptr<Notice> Tell(const KeptTask& task, const LastRun& last) = 0;
+    /// Deletes a report that a run has left, `user`'s own, and for root anybody's.
+    virtual ScheduleError DeleteReport(const std::string& report, uid_t user) = 0;
 };
 
 /// Has tasks run when they are due: one at a time for a user, two at once, users in turn, each for

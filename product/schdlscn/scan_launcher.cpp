@@ -12,7 +12,6 @@
 
 #include "common/escaped_text.h"
 #include "common/io.h"
-#include "product/schdlscn/kept_report.h"
 #include "product/schdlscn/new_report.h"
 #include "product/schdlscn/notice.h"
 #include "product/schdlscn/owned_process.h"

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "common/file_descriptor.h"
+#include "product/schdlscn/kept_report.h"
 #include "product/schdlscn/planner.h"
 
 namespace schdlscn {
@@ -23,6 +24,9 @@ public:
                                const std::string& report) override;
     std::string Recover(const KeptTask& task) override;
     std::unique_ptr<Notice> Tell(const KeptTask& task, const LastRun& last) override;
+    ScheduleError DeleteReport(const std::string& report, uid_t user) override {
+        return schdlscn::DeleteReport({m_reports, report}, user);
+    }
 
 private:
     [[nodiscard]] common::FileDescriptor OpenFolder() const;

@@ -44,6 +44,7 @@ Service::Service(common::FileDescriptor listening, std::string taskList, Clock& 
     : m_listening(std::move(listening)),
       m_list(std::move(taskList)),
       m_clock(clock),
+      m_launcher(launcher),
       m_planner(m_list, launcher, clock.Read()) {}
 
 void Service::Serve(int endDescriptor) {
@@ -122,6 +123,9 @@ Answer Service::AnswerTo(const Request& request, uid_t user) {
         const ScheduleError error = m_planner.RunSoon(request.task.name, user, moment);
         m_mustLook = m_mustLook || error == kScheduleOk;
         return {.error = error};
+    }
+    if (request.kind == Request::Kind::kDeleteReport) {
+        return {.error = m_launcher.DeleteReport(request.task.name, user)};
     }
     return AnswerRequest(m_list, request, user, moment);
 }

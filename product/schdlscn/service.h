@@ -49,6 +49,7 @@ private:
     common::FileDescriptor m_listening;
     TaskList m_list;
     Clock& m_clock;
+    Launcher& m_launcher;
     Planner m_planner;
     Callers m_callers;
     bool m_mustLook = true;

@@ -25,10 +25,15 @@ struct Word {
 };
 
 constexpr std::array kWords{
-    Word{"check-name", Request::Kind::kCheckName}, Word{"add", Request::Kind::kAdd},
-    Word{"modify", Request::Kind::kModify},        Word{"get", Request::Kind::kGet},
-    Word{"delete", Request::Kind::kDelete},        Word{"list", Request::Kind::kList},
-    Word{"state", Request::Kind::kState},          Word{"run", Request::Kind::kRun},
+    Word{"check-name", Request::Kind::kCheckName},
+    Word{"add", Request::Kind::kAdd},
+    Word{"modify", Request::Kind::kModify},
+    Word{"get", Request::Kind::kGet},
+    Word{"delete", Request::Kind::kDelete},
+    Word{"list", Request::Kind::kList},
+    Word{"state", Request::Kind::kState},
+    Word{"run", Request::Kind::kRun},
+    Word{"delete-report", Request::Kind::kDeleteReport},
 };
 
 struct NumberField {

@@ -24,10 +24,21 @@
 namespace schdlscn {
 
 struct Request {
-    enum class Kind { kCheckName, kAdd, kModify, kGet, kDelete, kList, kState, kRun };
+    enum class Kind {
+        kCheckName,
+        kAdd,
+        kModify,
+        kGet,
+        kDelete,
+        kList,
+        kState,
+        kRun,
+        kDeleteReport
+    };
 
     Kind kind = Kind::kList;
-    /// Of kAdd and kModify the task, of all others but kList only its name; kState may have none.
+    /// Of kAdd and kModify the task, of all others but kList only its name; kState may have none,
+    /// and of kDeleteReport it is that of the report.
     Task task;
 };
 

@@ -107,7 +107,7 @@ bool IsRequest(const std::vector<std::string_view>& lines) {
         return lines.size() == 2;
     }
     const bool isNamed = word == "check-name" || word == "get" || word == "delete" ||
-                         word == "state" || word == "run";
+                         word == "state" || word == "run" || word == "delete-report";
     return isNamed && lines.size() == 3 && IsText(lines[1], "name=", 256);
 }
 

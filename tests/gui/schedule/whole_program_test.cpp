@@ -20,6 +20,7 @@
 #include "schedule/schedule_page.h"
 #include "tests/support/find_widget.h"
 #include "tests/support/modal_driver.h"
+#include "tests/support/scheduled_reports.h"
 #include "tests/unit/product/schdlscn/shifted_service.h"
 #include "widgets/dlg_dir.h"
 
@@ -204,6 +205,38 @@ TEST_F(ScheduledScan, MadeInTheWizardItsReportStandsInTheList) {
         EXPECT_THAT(report, Not(HasSubstr(key)));
     }
     EXPECT_TRUE(Exists(m_tree + "/infected")) << "it was to be reported only";
+}
+
+TEST_F(ScheduledScan, ItsReportIsDeletedByItsOwner) {
+    MakeTask("Homes", m_tree);
+    const auto page = OpenPage();
+    PutForwardToNextRun("Homes");
+    LastRunOnceItSays(*page, "1 infected file");
+    const auto rows = Listed(kDaemon);
+    ASSERT_EQ(rows.size(), 1U);
+    const std::string report = rows.front().second;
+    const std::string others = AddScheduledReport("schd9999.rpt", kBin, "date");
+    const auto remove = [&] {
+        const AsOwner owner(kDaemon);
+        ReportsPage reports;
+        reports.Fill();
+        reports.List()->setCurrentItem(reports.List()->topLevelItem(0));
+        reports.DeleteSelected();
+        return reports.List()->topLevelItemCount();
+    };
+    m_service.End(SIGTERM);
+    {
+        ModalDriver user;
+        user.ExpectMessage(QMessageBox::Warning, "Schedule Scan", "Error in report delete.");
+        EXPECT_EQ(remove(), 1);
+    }
+    EXPECT_TRUE(Exists(report)) << "nothing is deleted by halves";
+    m_service.Begin(m_scanner);
+    EXPECT_EQ(remove(), 0);
+    EXPECT_FALSE(Exists(report));
+    EXPECT_TRUE(Listed(kDaemon).empty());
+    EXPECT_EQ(Listed(kBin).size(), 1U);
+    EXPECT_TRUE(Exists(others));
 }
 
 TEST_F(ScheduledScan, ItIsMadeAlsoByAServiceThatWasStartedAnew) {

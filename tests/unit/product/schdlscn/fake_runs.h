@@ -30,6 +30,10 @@ public:
         return std::make_unique<FakeNotice>(*this);
     }
 
+    ScheduleError DeleteReport(const std::string& report, uid_t user) override {
+        return report == "schd0001.rpt" && user == 1 ? kScheduleOk : kScheduleNoSuchReport;
+    }
+
     /// The run of that task ends.
     void End(const std::string& name, schdlscn::Outcome outcome = {.result = kScheduleRunClean}) {
         outcomes[name] = std::move(outcome);

@@ -255,6 +255,22 @@ TEST_F(ScheduleLibraryTest, HowATaskStandsIsToldToItsOwnerAndRoot) {
     EXPECT_EQ(State("none", state), 1104U);
 }
 
+unsigned int DeleteReport(const char* name) {
+    unsigned int error = 4711;
+    const bool isDone =
+        Symbol<PFNDELETESCHEDULEREPORT>(kDeleteScheduleReport)(name, ::getuid(), &error);
+    return isDone == (error == 0) ? error : 9999;
+}
+
+TEST_F(ScheduleLibraryTest, AReportIsDeletedByTheServiceForWhoAsks) {
+    EXPECT_EQ(DeleteReport(nullptr), 1106U);
+    EXPECT_EQ(DeleteReport("schd0001.rpt"), 1103U) << "there is no service";
+    const SchedulerService service;
+    EXPECT_EQ(AsUser(kDaemon, [] { return DeleteReport("schd0001.rpt") == 0 ? 0 : 1; }), 0);
+    EXPECT_EQ(AsUser(kDaemon, [] { return DeleteReport("schd0002.rpt") == 1109 ? 0 : 1; }), 0);
+    EXPECT_EQ(AsUser(kBin, [] { return DeleteReport("schd0001.rpt") == 1109 ? 0 : 1; }), 0);
+}
+
 // Root's own eyes see what is in the list, and that nothing runs.
 TEST_F(ScheduleLibraryTest, WithoutTheServiceRootIsToldWhatIsInTheList) {
     ASSERT_EQ(Add("roots"), 0U);
@@ -443,7 +459,7 @@ TEST_F(ScheduleLibraryTest, WithoutItsArgumentsNothingIsDone) {
     EXPECT_FALSE(Symbol<PFNVALIDATEDIRECTORYPATH>(kValidateDirectoryPath)("x", nullptr));
 }
 
-TEST_F(ScheduleLibraryTest, ItShowsItsNineEntryPointsOnly) {
+TEST_F(ScheduleLibraryTest, ItShowsItsTenEntryPointsOnly) {
     FILE* const names =
         ::popen("nm -D --defined-only " SCHDLSCN_LIBRARY " | sed 's/.* //' | sort", "r");
     ASSERT_NE(names, nullptr);
@@ -454,7 +470,8 @@ TEST_F(ScheduleLibraryTest, ItShowsItsNineEntryPointsOnly) {
     }
     ::pclose(names);
     EXPECT_EQ(all,
-              "AddScheduleScanTask\nDeleteScheduleScanTask\nGetScheduleScanTaskDetails\n"
+              "AddScheduleScanTask\nDeleteScheduleReport\nDeleteScheduleScanTask\nGetScheduleScanTa"
+              "skDetails\n"
               "GetScheduleTaskState\nModifyScheduleScanTask\nReadScheduleScanTaskList\n"
               "RunScheduleTaskNow\nValidateDirectoryPath\nValidateTaskName\n");
 }

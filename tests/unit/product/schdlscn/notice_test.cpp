@@ -1,5 +1,6 @@
 #include "product/schdlscn/notice.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -53,6 +54,12 @@ TEST(ScheduleNoticeTest, WhatOthersHaveChosenIsNoMarkup) {
         Body("<b>&\xC3\xA4", {.result = kScheduleRunNotStarted, .detail = "<a href='x'>"}),
         "A scheduled scan failed|The scheduled scan \"&lt;b&gt;&amp;\xC3\xA4\": the scanner could "
         "not work: &lt;a href='x'&gt;.");
+}
+
+TEST(ScheduleNoticeTest, TheProgramWantsATitleAndAText) {
+    const int status = std::system(NOTIFIER " title 2>/dev/null");
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 2);
 }
 
 class OnTheOwnersDesktop : public testing::Test {

@@ -6,6 +6,7 @@
 #include <poll.h>
 
 #include "common/paths.h"
+#include "common/text_field.h"
 #include "reports/files/scheduled_index.h"
 #include "tests/support/scratch.h"
 #include "tests/unit/product/schdlscn/a_task.h"
@@ -264,6 +265,87 @@ TEST_F(LeftReportTest, OneThatWasNeverMadeIsNone) {
     EXPECT_EQ(Recover(), "");
     EXPECT_EQ(Recover(""), "");
     EXPECT_THAT(Listed(), ElementsAre());
+}
+
+// Deleting reports, for whom they belong to.
+class DeletedReportTest : public LeftReportTest {
+protected:
+    // A report on the list.
+    std::string List(const std::string& name, uid_t owner) const {
+        std::string path = m_reports + name;
+        WriteFile(path, "words");
+        EXPECT_EQ(::chown(path.c_str(), owner, owner), 0);
+        tagReportIndexEntry entry{};
+        common::CopyToField(entry.reportPath, path);
+        entry.userId = owner;
+        EXPECT_TRUE(reports::AppendScheduledEntry(&entry));
+        return path;
+    }
+
+    ScheduleError Delete(const std::string& name, uid_t user) const {
+        return ScanLauncher(m_program, m_reports, "/nowhere").DeleteReport(name, user);
+    }
+};
+
+constexpr uid_t kBin = 2;
+
+TEST_F(DeletedReportTest, OnesOwnGoesAndEverythingElseStays) {
+    const std::string others = List("schd0001.rpt", kBin);
+    const std::string mine = List("schd0002.rpt", kDaemon);
+    const std::string second = List("schd0003.rpt", kDaemon);
+    EXPECT_EQ(Delete("schd0002.rpt", kDaemon), kScheduleOk);
+    EXPECT_FALSE(Exists(mine));
+    EXPECT_TRUE(Exists(others));
+    EXPECT_TRUE(Exists(second));
+    EXPECT_THAT(Listed(), ElementsAre(std::pair(kBin, others), std::pair(kDaemon, second)));
+    EXPECT_EQ(ModeOf(m_reports + "schdmain.rpt"), 0644U);
+    EXPECT_EQ(Delete("schd0002.rpt", kDaemon), kScheduleNoSuchReport);
+}
+
+TEST_F(DeletedReportTest, AnotherUsersStays) {
+    const std::string others = List("schd0001.rpt", kBin);
+    EXPECT_EQ(Delete("schd0001.rpt", kDaemon), kScheduleNoSuchReport);
+    EXPECT_TRUE(Exists(others));
+    EXPECT_EQ(Listed().size(), 1U);
+    EXPECT_EQ(Delete("schd0001.rpt", 0), kScheduleOk) << "root's are everybody's";
+    EXPECT_FALSE(Exists(others));
+    EXPECT_EQ(Listed().size(), 0U);
+}
+
+TEST_F(DeletedReportTest, WhatIsNoPlainNameOfAListedReportIsNone) {
+    const std::string victim = List("schd0001.rpt", kDaemon);
+    WriteFile(m_reports + "notes", "words");
+    ASSERT_EQ(::chown((m_reports + "notes").c_str(), kDaemon, kDaemon), 0);
+    for (const std::string& name :
+         {std::string(), std::string("."), std::string(".."), std::string("schdmain.rpt"),
+          std::string("notes"), std::string("/etc/passwd"), std::string("../reports/schd0001.rpt"),
+          std::string("./schd0001.rpt"), victim, std::string("schd0001.rpt/")}) {
+        EXPECT_EQ(Delete(name, kDaemon), kScheduleNoSuchReport) << name;
+    }
+    EXPECT_TRUE(Exists(victim));
+    EXPECT_TRUE(Exists(m_reports + "notes"));
+    EXPECT_EQ(Listed().size(), 1U);
+}
+
+// What a record calls a report is not removed when somebody else has put it there, whoever asks.
+TEST_F(DeletedReportTest, WhatBelongsToAnotherUserNowStaysOnTheDisk) {
+    const std::string path = List("schd0001.rpt", kDaemon);
+    ASSERT_EQ(::chown(path.c_str(), kBin, kBin), 0);
+    EXPECT_EQ(Delete("schd0001.rpt", kDaemon), kScheduleOk);
+    EXPECT_TRUE(Exists(path));
+    EXPECT_EQ(Listed().size(), 0U);
+}
+
+TEST_F(DeletedReportTest, OneThatIsGoneLeavesTheList) {
+    fs::remove(List("schd0001.rpt", kDaemon));
+    EXPECT_EQ(Delete("schd0001.rpt", kDaemon), kScheduleOk);
+    EXPECT_EQ(Listed().size(), 0U);
+}
+
+TEST_F(DeletedReportTest, WithoutAnIndexThereIsNone) {
+    EXPECT_EQ(Delete("schd0001.rpt", kDaemon), kScheduleNoSuchReport);
+    WriteFile(m_reports + "schdmain.rpt", "no index");
+    EXPECT_EQ(Delete("schd0001.rpt", kDaemon), kScheduleListUnusable);
 }
 
 // In its place, meanwhile.

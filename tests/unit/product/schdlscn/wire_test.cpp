@@ -63,6 +63,7 @@ TEST(ScheduleWireTest, RequestsAreWrittenAndRead) {
         {Named(Kind::kState, "a"), "state\nname=a\nend\n"},
         {Named(Kind::kState, ""), "state\nname=\nend\n"},
         {Named(Kind::kRun, "a"), "run\nname=a\nend\n"},
+        {Named(Kind::kDeleteReport, "a"), "delete-report\nname=a\nend\n"},
     };
     for (const auto& [request, text] : requests) {
         EXPECT_EQ(RequestText(request), text);
