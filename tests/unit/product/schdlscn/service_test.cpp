@@ -1,6 +1,7 @@
 #include <chrono>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <map>
 
 #include "tests/unit/product/schdlscn/a_task.h"
 #include "tests/unit/product/schdlscn/shifted_service.h"
@@ -189,6 +190,86 @@ TEST_F(ScheduleServiceTest, AThousandTasksWakeItOnlyWhenOneIsDue) {
     // Nothing to do for almost two hours.
     EXPECT_GE(m_service.Wake(), (moment.now + 119min).time_since_epoch().count());
     EXPECT_EQ(m_service.Looks(), 1);
+}
+
+// Ten users that every machine has, all at once.
+TEST_F(ScheduleServiceTest, TenUsersPlanTheirTasksAtOnce) {
+    constexpr uid_t kFirst = 1;
+    constexpr uid_t kLast = 10;
+    Begin();
+    const auto nameOf = [](uid_t user, int number) {
+        return "task " + std::to_string(number) + " of " + std::to_string(user);
+    };
+    std::vector<pid_t> users;
+    for (uid_t user = kFirst; user <= kLast; ++user) {
+        users.push_back(StartChild([&] {
+            return AsUser(user, [&] {
+                const auto ask = [](Request request) {
+                    const auto answer = AskService(kServiceSocket, request, 300s);
+                    EXPECT_TRUE(answer);
+                    return answer.value_or(Answer{.error = kScheduleServiceSilent});
+                };
+                for (int i = 0; i < 100; ++i) {
+                    EXPECT_EQ(ask({Request::Kind::kAdd, ATask(nameOf(user, i))}).error, 0U);
+                }
+                EXPECT_EQ(ask({Request::Kind::kAdd, ATask(nameOf(user, 100))}).error,
+                          kScheduleTooManyTasks);
+                EXPECT_EQ(ask({Request::Kind::kList, {}}).tasks.size(), 100U);
+                return testing::Test::HasFailure() ? 1 : 0;
+            });
+        }));
+    }
+    for (const pid_t user : users) {
+        EXPECT_EQ(JoinChild(user), 0);
+    }
+    TaskList list(m_list);
+    std::vector<KeptTask> all;
+    ASSERT_EQ(list.List(0, all), kScheduleOk);
+    EXPECT_EQ(all.size(), 1000U);
+    std::map<uid_t, std::vector<std::string>> ofUser;
+    for (const KeptTask& kept : all) {
+        ofUser[kept.task.owner].push_back(kept.task.name);
+    }
+    EXPECT_EQ(ofUser.size(), 10U);
+    for (const auto& [user, names] : ofUser) {
+        EXPECT_EQ(names.size(), 100U);
+        EXPECT_EQ(names.front(), nameOf(user, 0));
+        EXPECT_EQ(names.back(), nameOf(user, 99));
+    }
+}
+
+// What a user can do to the list of reports, beside the service: nothing.
+TEST_F(ScheduleServiceTest, TheListOfReportsIsTheServicesAlone) {
+    WriteFile(m_reports + "schdmain.rpt", std::string(19, '\0'));
+    ::chmod((m_reports + "schdmain.rpt").c_str(), 0644);
+    Begin();
+    Plan(kDaemon, "mine");
+    PutForward(10min + 5s);
+    ASSERT_TRUE(HasEnded("mine"));
+    const std::string index = m_reports + "schdmain.rpt";
+    const std::string report = m_reports + Last("mine").report;
+    const std::string before = ReadFile(index);
+    EXPECT_EQ(before.size(), 19U + 1316U);
+    for (const uid_t user : {kDaemon, kBin}) {
+        EXPECT_EQ(AsUser(user,
+                         [&] {
+                             EXPECT_NE(::access(index.c_str(), W_OK), 0);
+                             EXPECT_NE(::unlink(index.c_str()), 0);
+                             EXPECT_NE(::rename(index.c_str(), (index + "x").c_str()), 0);
+                             EXPECT_NE(::truncate(index.c_str(), 0), 0);
+                             EXPECT_NE(::chmod(index.c_str(), 0666), 0);
+                             return testing::Test::HasFailure() ? 1 : 0;
+                         }),
+                  0);
+    }
+    EXPECT_EQ(AsUser(kBin,
+                     [&] {
+                         EXPECT_NE(::access(report.c_str(), W_OK), 0);
+                         EXPECT_NE(::unlink(report.c_str()), 0);
+                         return testing::Test::HasFailure() ? 1 : 0;
+                     }),
+              0);
+    EXPECT_EQ(ReadFile(index), before);
 }
 
 }  // namespace
