@@ -88,6 +88,7 @@ for part in man/man1/corvane-scan.1.gz bash-completion/completions/corvane-scan 
     caja-python/extensions/corvane-scan.py doc/corvane/README.file-managers; do
     Expect "what comes with it: $part" "/usr/share/$part" "$(dpkg -L corvane | grep -F "/usr/share/$part")"
 done
+Expect "what tells people on their desktops" "$kProductDir/corvane-notify" "$(dpkg -L corvane | grep -F corvane-notify)"
 Expect "no record in the virus log" "[]" "$(corvane-virlog --format json 2>/dev/null)"
 Expect "no settings password" "No settings password is set." "$(corvane-admin status)"
 
