@@ -232,6 +232,7 @@ TEST_F(ScheduledScan, ItsReportIsDeletedByItsOwner) {
     }
     EXPECT_TRUE(Exists(report)) << "nothing is deleted by halves";
     m_service.Begin(m_scanner);
+    const ModalDriver nothingIsSaid;
     EXPECT_EQ(remove(), 0);
     EXPECT_FALSE(Exists(report));
     EXPECT_TRUE(Listed(kDaemon).empty());
