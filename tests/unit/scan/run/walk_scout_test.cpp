@@ -190,6 +190,9 @@ TEST_F(WalkScoutTest, TellsOfTheFilesOfAList) {
     EXPECT_THAT(seen.told, ElementsAreArray(seen.opened.begin() + 1, seen.opened.end()));
     EXPECT_EQ(seen.mostAhead, 384U + 1);
     EXPECT_LT(seen.toldAtOnce.size(), 60U) << "some at a time, not one by one";
+    for (const Paths& files : seen.toldAtOnce) {
+        EXPECT_LE(files.size(), 32U);
+    }
     EXPECT_EQ(m_engine.Calls().back(), "ZqFilesAhead 0");
 }
 
