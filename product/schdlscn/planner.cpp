@@ -25,14 +25,16 @@ constexpr seconds kTimeToEnd = 10s;
 
 Planner::Planner(TaskList& list, Launcher& launcher, const Moment& moment)
     : m_list(list), m_launcher(launcher), m_back(moment.sinceBoot), m_asleep(moment.asleep) {
-    MarkInterrupted(moment);
+    m_isSettled = MarkInterrupted(moment);
 }
 
-/// Nobody is left who could say how they ended.
-void Planner::MarkInterrupted(const Moment& moment) {
+/// Nobody is left who could say how they ended. False when the list could not be read or written:
+/// before all of it is noted nothing is run.
+bool Planner::MarkInterrupted(const Moment& moment) {
     if (!ReadTasks()) {
-        return;
+        return false;
     }
+    m_isStale = true;
     for (const KeptTask& kept : m_tasks) {
         if (kept.last.start == 0 || kept.last.end != 0) {
             continue;
@@ -44,10 +46,11 @@ void Planner::MarkInterrupted(const Moment& moment) {
         last.detail = "the scheduler was ended during the scan";
         if (m_list.Note(kept.id, last) != kScheduleOk) {
             ::syslog(LOG_ERR, "the list of tasks cannot be written");
+            return false;
         }
         Tell(kept, last);
     }
-    m_isStale = true;
+    return true;
 }
 
 bool Planner::ReadTasks() {
@@ -102,7 +105,8 @@ std::optional<sys_seconds> Planner::Look(const Moment& moment) {
     m_wake.reset();
     NoticeSleep(moment);
     Collect(moment);
-    if (!ReadTasks()) {
+    m_isSettled = m_isSettled || MarkInterrupted(moment);
+    if (!m_isSettled || !ReadTasks()) {
         WakeAt(moment.now + kTryAgain);
         return m_wake;
     }

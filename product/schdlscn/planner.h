@@ -123,7 +123,7 @@ private:
     };
 
     void NoticeSleep(const Moment& moment);
-    void MarkInterrupted(const Moment& moment);
+    bool MarkInterrupted(const Moment& moment);
     bool ReadTasks();
     void Collect(const Moment& moment);
     LastRun Finish(Running& running, const Outcome& outcome, const Moment& moment);
@@ -139,6 +139,7 @@ private:
 
     TaskList& m_list;
     Launcher& m_launcher;
+    bool m_isSettled = false;  ///< what was broken off with the planner before
     bool m_isStale = true;
     std::vector<KeptTask> m_tasks;
     std::vector<Running> m_running;

@@ -20,6 +20,11 @@ class ScanningVisitor : public WalkVisitor {
 public:
     ScanningVisitor(ScanRun& run, WalkScout& scout) : m_run(run), m_scout(scout) {}
 
+    void OnListedFile(const char* path) {
+        m_scout.BeforeListedFile(path);
+        m_run.ScanFile(path);
+    }
+
     bool GoOn(const char* directory) override {
         if (!m_run.Stop().IsSet()) {
             return true;
@@ -131,7 +136,7 @@ void ScanRun::ScanPaths(std::span<const char* const> tops) {
         const char* const top = tops.front();
         tops = tops.subspan(1);
         Tell({kEvtPathStarted, top});
-        scout.SetPathsBehind(tops);
+        scout.SetPathsBehind(tops, !m_mixedPaths.empty());
         const std::uint32_t result = ScanTop(top, scout);
         Tell({kEvtPathDone, top});
         if (result == kWalkStopped) {
@@ -148,7 +153,7 @@ std::uint32_t ScanRun::ScanTop(const char* top, WalkScout& scout) {
     if (!visitor.GoOn(top)) {
         return kWalkStopped;
     }
-    ScanFile(top);
+    visitor.OnListedFile(top);
     return visitor.GoOn(top) ? kWalkDone : kWalkStopped;
 }
 

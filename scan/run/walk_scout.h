@@ -5,6 +5,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "scan/run/read_ahead.h"
@@ -30,19 +31,27 @@ public:
     WalkScout(const WalkScout&) = delete;
     WalkScout& operator=(const WalkScout&) = delete;
 
-    /// Before the walk of a path: `next` are those that are scanned after it.
-    void SetPathsBehind(std::span<const char* const> next) { m_behind = next; }
+    /// Before the walk of a path: `next` are those that are scanned after it. Files among them are
+    /// scanned, too, when `hasFiles`.
+    void SetPathsBehind(std::span<const char* const> next, bool hasFiles) {
+        m_behind = next;
+        m_hasFiles = hasFiles;
+    }
 
     /// Before the file at which the cursor of the walk stands is scanned.
     void BeforeFile(const TreeCursor& walk);
+    /// Before the path of SetPathsBehind(), which is a file, is scanned.
+    void BeforeListedFile(const char* path);
 
     /// The walk may end here: nothing told counts any more. Should it go on, so does this.
     void Forget();
 
 private:
+    [[nodiscard]] bool MustStartAt(const char* path);
     void GoAhead();
     bool StartNextPath();
     void Take();
+    void TakeListed(std::string_view path);
     void Tell();
 
     ScanEngine& m_engine;
@@ -52,6 +61,7 @@ private:
     TreeCursor m_cursor;
     std::span<const char* const> m_behind;  // the walk's path
     std::span<const char* const> m_next;    // what m_cursor goes through after its own tree
+    bool m_hasFiles = false;                // among those
     std::deque<std::size_t> m_told;         // digests of the paths that are still to come
     std::size_t m_missed = 0;               // files of the walk since the last that had been told
     bool m_hasTold = false;

@@ -232,11 +232,32 @@ TEST_F(ScheduledScan, ItsReportIsDeletedByItsOwner) {
     }
     EXPECT_TRUE(Exists(report)) << "nothing is deleted by halves";
     m_service.Begin(m_scanner);
+    const ModalDriver nothingIsSaid;
     EXPECT_EQ(remove(), 0);
     EXPECT_FALSE(Exists(report));
     EXPECT_TRUE(Listed(kDaemon).empty());
     EXPECT_EQ(Listed(kBin).size(), 1U);
     EXPECT_TRUE(Exists(others));
+}
+
+// A record names a file anywhere: no report of the same name is taken for it.
+TEST_F(ScheduledScan, ARecordThatLeadsElsewhereDeletesNothing) {
+    const std::string report = AddScheduledReport("schd0001.rpt", kDaemon, "date");
+    ASSERT_EQ(::chown(report.c_str(), kDaemon, kDaemon), 0);
+    const tagReportIndexEntry elsewhere =
+        ScheduledEntry("/elsewhere/schd0001.rpt", kDaemon, "date");
+    ASSERT_TRUE(reports::AppendScheduledEntry(&elsewhere));
+    {
+        const AsOwner owner(kDaemon);
+        ReportsPage page;
+        page.Fill();
+        page.List()->setCurrentItem(page.List()->topLevelItem(1));
+        ModalDriver user;
+        user.ExpectMessage(QMessageBox::Warning, "Schedule Scan", "Error in report delete.");
+        page.DeleteSelected();
+    }
+    EXPECT_TRUE(Exists(report));
+    EXPECT_EQ(Listed(kDaemon).size(), 2U);
 }
 
 TEST_F(ScheduledScan, ItIsMadeAlsoByAServiceThatWasStartedAnew) {

@@ -300,6 +300,25 @@ TEST_F(PlannerTest, WhatWasRunningWhenTheServiceWasKilledWasInterrupted) {
     EXPECT_EQ(m_wake, kMidnight + 34h);
 }
 
+// The disk may come to its senses only after the service has begun.
+TEST_F(PlannerTest, WhatWasInterruptedIsNotedAsSoonAsTheListCanBeUsed) {
+    Add("a", kAnna, 10h);
+    LookAt(kMidnight + 10h);
+    const std::string path = m_scratch / "tsklst.inf";
+    ::chmod(path.c_str(), 0666);  // others may write it: it is not believed
+    TaskList list(path);
+    Planner planner(list, m_launcher, m_moment);
+    EXPECT_EQ(planner.Look(m_moment), m_moment.now + 1min);
+    EXPECT_EQ(m_launcher.recovered, Strings{});
+    ::chmod(path.c_str(), 0600);
+    EXPECT_EQ(planner.Look(m_moment), kMidnight + 34h);
+    EXPECT_EQ(m_launcher.recovered, Strings{"a schd0042.rpt"});
+    EXPECT_EQ(Last("a").result, kScheduleRunInterrupted);
+    EXPECT_EQ(m_launcher.told, Strings{"a 5 schd0043.rpt"});
+    planner.Look(m_moment);
+    EXPECT_EQ(m_launcher.recovered.size(), 1U);
+}
+
 TEST_F(PlannerTest, WhatRunsWhenTheServiceStopsWasInterrupted) {
     Add("a", kAnna, 10h);
     LookAt(kMidnight + 10h);

@@ -165,6 +165,72 @@ TEST_F(WalkScoutTest, StaysSomeHundredsAheadInAFolderOfAnySize) {
     EXPECT_LT(seen.toldAtOnce.size(), 1500U / 16) << "some at a time, not one by one";
 }
 
+// A list of files, and of folders among them.
+TEST_F(WalkScoutTest, TellsOfTheFilesOfAList) {
+    WriteFiles(m_top, 3);
+    WriteFiles(m_top + "/a", 50);
+    WriteFiles(m_top + "/b", 500);
+    WriteFiles(m_top + "/folder", 40);
+    Paths list;
+    for (int i = 0; i < 50; ++i) {
+        list.push_back(m_top + "/a/f" + std::to_string(i));
+    }
+    list.push_back(m_top + "/folder");
+    for (int i = 0; i < 500; ++i) {
+        list.push_back(m_top + "/b/f" + std::to_string(i));
+        if (i % 100 == 0) {
+            list.push_back(m_top + "/f" + std::to_string(i / 200));
+        }
+    }
+    m_run.SetMixedPaths(list);
+    ASSERT_TRUE(StartEngine(""));
+    Scan();
+    const Seen seen = Read(m_engine.Calls());
+    ASSERT_THAT(seen.opened, SizeIs(50 + 40 + 500 + 5));
+    EXPECT_THAT(seen.told, ElementsAreArray(seen.opened.begin() + 1, seen.opened.end()));
+    EXPECT_EQ(seen.mostAhead, 384U + 1);
+    EXPECT_LT(seen.toldAtOnce.size(), 60U) << "some at a time, not one by one";
+    for (const Paths& files : seen.toldAtOnce) {
+        EXPECT_LE(files.size(), 32U);
+    }
+    EXPECT_EQ(m_engine.Calls().back(), "ZqFilesAhead 0");
+}
+
+// The engine puts a path together from the folder's and the file's name.
+TEST_F(WalkScoutTest, OfAListIsToldOnlyWhatTheEngineWillFindAgain) {
+    WriteFiles(m_top, 4);
+    MakeFifo(m_top + "/fifo");
+    MakeLink("f1", m_top + "/link");
+    m_run.SetMixedPaths({m_top + "/f0", m_top + "//f1", m_top + "/./f2", m_top + "/fifo",
+                         m_top + "/link", m_top + "/missing", m_top + "/f3"});
+    ASSERT_TRUE(StartEngine(""));
+    Scan();
+    EXPECT_THAT(Read(m_engine.Calls()).told, ElementsAre(m_top + "/./f2", m_top + "/f3"));
+}
+
+TEST_F(WalkScoutTest, AStopOfAListForgetsAndARefusedOneTellsAgain) {
+    WriteFiles(m_top, 100);
+    Paths list;
+    for (int i = 0; i < 100; ++i) {
+        list.push_back(m_top + "/f" + std::to_string(i));
+    }
+    m_run.SetMixedPaths(list);
+    int scanned = 0;
+    m_onStep = [&](const scan::ScanStep& step) {
+        if (step.type == kEvtScanningFile && ++scanned == 10) {
+            m_run.Stop().Set();
+        }
+    };
+    m_onQuestion = [&](const scan::ScanStep& /*question*/) { m_run.Stop().Clear(); };
+    ASSERT_TRUE(StartEngine(""));
+    Scan();
+    const Seen seen = Read(m_engine.Calls());
+    ASSERT_THAT(seen.opened, SizeIs(100));
+    EXPECT_EQ(seen.forgotten, 2U);
+    ASSERT_THAT(seen.told, SizeIs(99 + 89));
+    EXPECT_TRUE(std::equal(seen.told.begin() + 99, seen.told.end(), seen.opened.begin() + 11));
+}
+
 TEST_F(WalkScoutTest, FindsTheFilesAmongManyEmptyFolders) {
     // No folder's files are within the reach of one look, so every one is where it begins anew.
     for (int i = 0; i < 1400; ++i) {
