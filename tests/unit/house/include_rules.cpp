@@ -25,6 +25,7 @@ const std::map<std::string, Room, std::less<>> kRooms = {
     {"reports/virus_log", {.floor = 2, .hasQt = false}},
     {"update/files", {.floor = 2, .hasQt = false}},
     {"widgets", {.floor = 2, .hasQt = true}},
+    {"help/files", {.floor = 3, .hasQt = false}},
     {"scan/run", {.floor = 3, .hasQt = false}},
     {"update/run", {.floor = 3, .hasQt = false}},
     {"reports", {.floor = 3, .hasQt = true}},

@@ -97,17 +97,21 @@ TEST_F(MadeUpTree, AProductFolderUsesAnyRoomWithoutQtAndNoOtherProductFolder) {
     Write("reports/files/f.h");
     Write("reports/virus_log/v.h");
     Write("update/files/u.h");
+    Write("help/files/h.h");
+    Write("help/dlg.h");
     Write("product/two/q.h");
     Write("product/one/fine.cpp",
           "#include \"abi/a.h\"\n#include \"common/c.h\"\n#include \"scan/run/r.h\"\n"
           "#include \"reports/files/f.h\"\n#include \"reports/virus_log/v.h\"\n"
-          "#include \"update/files/u.h\"\n");
+          "#include \"update/files/u.h\"\n#include \"help/files/h.h\"\n");
+    Write("help/files/h.cpp", "#include \"reports/files/f.h\"\n#include \"help/dlg.h\"\n");
     Write("product/one/p.cpp", "#include \"scan/s.h\"\n#include \"product/two/q.h\"\n");
     Write("app/a.cpp", "#include \"product/two/q.h\"\n");
     EXPECT_THAT(
         Broken(),
         ElementsAre("app/a.cpp includes product/two/q.h: the product's libraries are loaded at run "
                     "time, never built in",
+                    "help/files/h.cpp includes help/dlg.h: a room without Qt uses no room with it",
                     "product/one/p.cpp includes product/two/q.h: each folder of product stands for "
                     "itself",
                     "product/one/p.cpp includes scan/s.h: a room without Qt uses no room with it"));
