@@ -257,6 +257,17 @@
     </message>
 </context>
 <context>
+    <name>HelpPage</name>
+    <message>
+        <source>This page cannot be read:</source>
+        <translation>Diese Seite kann nicht gelesen werden:</translation>
+    </message>
+    <message>
+        <source>This file is too long to be shown in here:</source>
+        <translation>Diese Datei ist zu lang, um hier gezeigt zu werden:</translation>
+    </message>
+</context>
+<context>
     <name>Messages</name>
     <message>
         <source>&amp;Yes</source>
@@ -1304,6 +1315,211 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     <message>
         <source>Add the ticked folders</source>
         <translation>Die angekreuzten Ordner hinzufügen</translation>
+    </message>
+</context>
+<context>
+    <name>dlgHelp</name>
+    <message>
+        <source>&amp;Page:</source>
+        <translation>&amp;Seite:</translation>
+    </message>
+    <message>
+        <source>Page</source>
+        <translation>Seite</translation>
+    </message>
+    <message>
+        <source>The file of this page; type another and press Return</source>
+        <translation>Die Datei dieser Seite; geben Sie eine andere ein und drücken Sie die Eingabetaste</translation>
+    </message>
+    <message>
+        <source>Help page</source>
+        <translation>Hilfeseite</translation>
+    </message>
+    <message>
+        <source>The page; Tab goes from link to link, Return follows one</source>
+        <translation>Die Seite; Tab führt von Verweis zu Verweis, die Eingabetaste folgt einem</translation>
+    </message>
+    <message>
+        <source>&amp;File</source>
+        <translation>&amp;Datei</translation>
+    </message>
+    <message>
+        <source>&amp;Go</source>
+        <translation>&amp;Gehe zu</translation>
+    </message>
+    <message>
+        <source>Hi&amp;story</source>
+        <translation>&amp;Verlauf</translation>
+    </message>
+    <message>
+        <source>&amp;Bookmarks</source>
+        <translation>&amp;Lesezeichen</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>&amp;Hilfe</translation>
+    </message>
+    <message>
+        <source>Tool bar</source>
+        <translation>Werkzeugleiste</translation>
+    </message>
+    <message>
+        <source>&amp;New Window</source>
+        <translation>&amp;Neues Fenster</translation>
+    </message>
+    <message>
+        <source>One more viewer on this page (Ctrl+N)</source>
+        <translation>Diese Seite in einem weiteren Fenster (Ctrl+N)</translation>
+    </message>
+    <message>
+        <source>Ctrl+N</source>
+        <translation>Ctrl+N</translation>
+    </message>
+    <message>
+        <source>&amp;Open...</source>
+        <translation>Ö&amp;ffnen ...</translation>
+    </message>
+    <message>
+        <source>Show a file (Ctrl+O)</source>
+        <translation>Eine Datei zeigen (Ctrl+O)</translation>
+    </message>
+    <message>
+        <source>Ctrl+O</source>
+        <translation>Ctrl+O</translation>
+    </message>
+    <message>
+        <source>&amp;Print...</source>
+        <translation>&amp;Drucken ...</translation>
+    </message>
+    <message>
+        <source>Print this page (Ctrl+P)</source>
+        <translation>Diese Seite drucken (Ctrl+P)</translation>
+    </message>
+    <message>
+        <source>Ctrl+P</source>
+        <translation>Ctrl+P</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>&amp;Schließen</translation>
+    </message>
+    <message>
+        <source>Close the viewer (Ctrl+W)</source>
+        <translation>Das Fenster schließen (Ctrl+W)</translation>
+    </message>
+    <message>
+        <source>Ctrl+W</source>
+        <translation>Ctrl+W</translation>
+    </message>
+    <message>
+        <source>&amp;Back</source>
+        <translation>&amp;Zurück</translation>
+    </message>
+    <message>
+        <source>The page before (Alt+Left)</source>
+        <translation>Die Seite davor (Alt+Left)</translation>
+    </message>
+    <message>
+        <source>Alt+Left</source>
+        <translation>Alt+Left</translation>
+    </message>
+    <message>
+        <source>&amp;Forward</source>
+        <translation>&amp;Vor</translation>
+    </message>
+    <message>
+        <source>The page after (Alt+Right)</source>
+        <translation>Die Seite danach (Alt+Right)</translation>
+    </message>
+    <message>
+        <source>Alt+Right</source>
+        <translation>Alt+Right</translation>
+    </message>
+    <message>
+        <source>&amp;Home</source>
+        <translation>&amp;Startseite</translation>
+    </message>
+    <message>
+        <source>The first page of the help (Alt+Home)</source>
+        <translation>Die erste Seite der Hilfe (Alt+Home)</translation>
+    </message>
+    <message>
+        <source>Alt+Home</source>
+        <translation>Alt+Home</translation>
+    </message>
+    <message>
+        <source>&amp;Add Bookmark</source>
+        <translation>&amp;Lesezeichen setzen</translation>
+    </message>
+    <message>
+        <source>Add this page to the bookmarks (Ctrl+D)</source>
+        <translation>Für diese Seite ein Lesezeichen setzen (Ctrl+D)</translation>
+    </message>
+    <message>
+        <source>Ctrl+D</source>
+        <translation>Ctrl+D</translation>
+    </message>
+    <message>
+        <source>&amp;About the Help Viewer</source>
+        <translation>Ü&amp;ber die Hilfe</translation>
+    </message>
+    <message>
+        <source>What this window is</source>
+        <translation>Was dieses Fenster ist</translation>
+    </message>
+    <message>
+        <source>%1 is not opened in here. Copy the address and open it in your browser.</source>
+        <translation>%1 wird hier nicht geöffnet. Kopieren Sie die Adresse und öffnen Sie sie in Ihrem Browser.</translation>
+    </message>
+    <message>
+        <source>%1 lies outside the folder of this page. Open it with Ctrl+O.</source>
+        <translation>%1 liegt außerhalb des Ordners dieser Seite. Öffnen Sie die Datei mit Ctrl+O.</translation>
+    </message>
+    <message>
+        <source>Corvane Main help viewer</source>
+        <translation>Hilfe zu Corvane</translation>
+    </message>
+    <message>
+        <source>Open page</source>
+        <translation>Seite öffnen</translation>
+    </message>
+    <message>
+        <source>Pages (*.htm *.html)</source>
+        <translation>Seiten (*.htm *.html)</translation>
+    </message>
+    <message>
+        <source>All Files (*)</source>
+        <translation>Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>This page is among the bookmarks already.</source>
+        <translation>Diese Seite ist schon unter den Lesezeichen.</translation>
+    </message>
+    <message>
+        <source>The page is among the bookmarks now.</source>
+        <translation>Die Seite ist jetzt unter den Lesezeichen.</translation>
+    </message>
+    <message>
+        <source>The bookmark goes away with this window: the file of bookmarks cannot be written.</source>
+        <translation>Das Lesezeichen vergeht mit diesem Fenster: Die Datei der Lesezeichen kann nicht geschrieben werden.</translation>
+    </message>
+    <message>
+        <source>Unable to print the page.
+Check the printer, or the room for the file that is printed to.</source>
+        <translation>Die Seite kann nicht gedruckt werden.
+Prüfen Sie den Drucker oder den Platz für die Datei, in die gedruckt wird.</translation>
+    </message>
+    <message>
+        <source>About the help viewer</source>
+        <translation>Über die Hilfe</translation>
+    </message>
+    <message>
+        <source>The help viewer of Corvane Endpoint Protection.
+
+It shows pages of this machine and loads nothing from the network.</source>
+        <translation>Die Hilfe zu Corvane Endpoint Protection.
+
+Sie zeigt Seiten dieses Rechners und lädt nichts aus dem Netz.</translation>
     </message>
 </context>
 <context>

@@ -257,6 +257,17 @@
     </message>
 </context>
 <context>
+    <name>HelpPage</name>
+    <message>
+        <source>This page cannot be read:</source>
+        <translation>This page cannot be read:</translation>
+    </message>
+    <message>
+        <source>This file is too long to be shown in here:</source>
+        <translation>This file is too long to be shown in here:</translation>
+    </message>
+</context>
+<context>
     <name>Messages</name>
     <message>
         <source>&amp;Yes</source>
@@ -1304,6 +1315,211 @@ cannot be reached by this name. Rename it, or choose another one.</translation>
     <message>
         <source>Add the ticked folders</source>
         <translation>Add the ticked folders</translation>
+    </message>
+</context>
+<context>
+    <name>dlgHelp</name>
+    <message>
+        <source>&amp;Page:</source>
+        <translation>&amp;Page:</translation>
+    </message>
+    <message>
+        <source>Page</source>
+        <translation>Page</translation>
+    </message>
+    <message>
+        <source>The file of this page; type another and press Return</source>
+        <translation>The file of this page; type another and press Return</translation>
+    </message>
+    <message>
+        <source>Help page</source>
+        <translation>Help page</translation>
+    </message>
+    <message>
+        <source>The page; Tab goes from link to link, Return follows one</source>
+        <translation>The page; Tab goes from link to link, Return follows one</translation>
+    </message>
+    <message>
+        <source>&amp;File</source>
+        <translation>&amp;File</translation>
+    </message>
+    <message>
+        <source>&amp;Go</source>
+        <translation>&amp;Go</translation>
+    </message>
+    <message>
+        <source>Hi&amp;story</source>
+        <translation>Hi&amp;story</translation>
+    </message>
+    <message>
+        <source>&amp;Bookmarks</source>
+        <translation>&amp;Bookmarks</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>&amp;Help</translation>
+    </message>
+    <message>
+        <source>Tool bar</source>
+        <translation>Tool bar</translation>
+    </message>
+    <message>
+        <source>&amp;New Window</source>
+        <translation>&amp;New Window</translation>
+    </message>
+    <message>
+        <source>One more viewer on this page (Ctrl+N)</source>
+        <translation>One more viewer on this page (Ctrl+N)</translation>
+    </message>
+    <message>
+        <source>Ctrl+N</source>
+        <translation>Ctrl+N</translation>
+    </message>
+    <message>
+        <source>&amp;Open...</source>
+        <translation>&amp;Open...</translation>
+    </message>
+    <message>
+        <source>Show a file (Ctrl+O)</source>
+        <translation>Show a file (Ctrl+O)</translation>
+    </message>
+    <message>
+        <source>Ctrl+O</source>
+        <translation>Ctrl+O</translation>
+    </message>
+    <message>
+        <source>&amp;Print...</source>
+        <translation>&amp;Print...</translation>
+    </message>
+    <message>
+        <source>Print this page (Ctrl+P)</source>
+        <translation>Print this page (Ctrl+P)</translation>
+    </message>
+    <message>
+        <source>Ctrl+P</source>
+        <translation>Ctrl+P</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>&amp;Close</translation>
+    </message>
+    <message>
+        <source>Close the viewer (Ctrl+W)</source>
+        <translation>Close the viewer (Ctrl+W)</translation>
+    </message>
+    <message>
+        <source>Ctrl+W</source>
+        <translation>Ctrl+W</translation>
+    </message>
+    <message>
+        <source>&amp;Back</source>
+        <translation>&amp;Back</translation>
+    </message>
+    <message>
+        <source>The page before (Alt+Left)</source>
+        <translation>The page before (Alt+Left)</translation>
+    </message>
+    <message>
+        <source>Alt+Left</source>
+        <translation>Alt+Left</translation>
+    </message>
+    <message>
+        <source>&amp;Forward</source>
+        <translation>&amp;Forward</translation>
+    </message>
+    <message>
+        <source>The page after (Alt+Right)</source>
+        <translation>The page after (Alt+Right)</translation>
+    </message>
+    <message>
+        <source>Alt+Right</source>
+        <translation>Alt+Right</translation>
+    </message>
+    <message>
+        <source>&amp;Home</source>
+        <translation>&amp;Home</translation>
+    </message>
+    <message>
+        <source>The first page of the help (Alt+Home)</source>
+        <translation>The first page of the help (Alt+Home)</translation>
+    </message>
+    <message>
+        <source>Alt+Home</source>
+        <translation>Alt+Home</translation>
+    </message>
+    <message>
+        <source>&amp;Add Bookmark</source>
+        <translation>&amp;Add Bookmark</translation>
+    </message>
+    <message>
+        <source>Add this page to the bookmarks (Ctrl+D)</source>
+        <translation>Add this page to the bookmarks (Ctrl+D)</translation>
+    </message>
+    <message>
+        <source>Ctrl+D</source>
+        <translation>Ctrl+D</translation>
+    </message>
+    <message>
+        <source>&amp;About the Help Viewer</source>
+        <translation>&amp;About the Help Viewer</translation>
+    </message>
+    <message>
+        <source>What this window is</source>
+        <translation>What this window is</translation>
+    </message>
+    <message>
+        <source>%1 is not opened in here. Copy the address and open it in your browser.</source>
+        <translation>%1 is not opened in here. Copy the address and open it in your browser.</translation>
+    </message>
+    <message>
+        <source>%1 lies outside the folder of this page. Open it with Ctrl+O.</source>
+        <translation>%1 lies outside the folder of this page. Open it with Ctrl+O.</translation>
+    </message>
+    <message>
+        <source>Corvane Main help viewer</source>
+        <translation>Corvane Main help viewer</translation>
+    </message>
+    <message>
+        <source>Open page</source>
+        <translation>Open page</translation>
+    </message>
+    <message>
+        <source>Pages (*.htm *.html)</source>
+        <translation>Pages (*.htm *.html)</translation>
+    </message>
+    <message>
+        <source>All Files (*)</source>
+        <translation>All Files (*)</translation>
+    </message>
+    <message>
+        <source>This page is among the bookmarks already.</source>
+        <translation>This page is among the bookmarks already.</translation>
+    </message>
+    <message>
+        <source>The page is among the bookmarks now.</source>
+        <translation>The page is among the bookmarks now.</translation>
+    </message>
+    <message>
+        <source>The bookmark goes away with this window: the file of bookmarks cannot be written.</source>
+        <translation>The bookmark goes away with this window: the file of bookmarks cannot be written.</translation>
+    </message>
+    <message>
+        <source>Unable to print the page.
+Check the printer, or the room for the file that is printed to.</source>
+        <translation>Unable to print the page.
+Check the printer, or the room for the file that is printed to.</translation>
+    </message>
+    <message>
+        <source>About the help viewer</source>
+        <translation>About the help viewer</translation>
+    </message>
+    <message>
+        <source>The help viewer of Corvane Endpoint Protection.
+
+It shows pages of this machine and loads nothing from the network.</source>
+        <translation>The help viewer of Corvane Endpoint Protection.
+
+It shows pages of this machine and loads nothing from the network.</translation>
     </message>
 </context>
 <context>

@@ -12,7 +12,7 @@ failures=0
 for translation in "$sources"/translations/zqscan_*.ts; do
     name=${translation##*/}
     cp "$translation" "$copies/$name"
-    (cd "$sources" && "$lupdate" -silent -locations none app reports scan update widgets schedule \
+    (cd "$sources" && "$lupdate" -silent -locations none app reports scan update widgets schedule help \
         -ts "$copies/$name") 2>"$copies/messages" || {
         cat "$copies/messages" >&2
         exit 1
