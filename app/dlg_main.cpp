@@ -1,13 +1,18 @@
 #include "app/dlg_main.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCursor>
 #include <QKeyEvent>
+#include <QShortcut>
 #include <QTreeWidget>
 
 #include "ui_dlg_main.h"
 
+#include "common/engine_version.h"
 #include "common/scan_options_file.h"
+#include "help/dlg_help.h"
+#include "help/manual.h"
 #include "update/update_now.h"
 #include "widgets/messages.h"
 
@@ -17,11 +22,14 @@ dlgMain::dlgMain() : m_ui(std::make_unique<Ui::dlgMain>()) {
     m_ui->divider->setForegroundRole(QPalette::Mid);
     ConnectButtons();
     ConnectPages();
+    connect(new QShortcut(QKeySequence(Qt::Key_F1), this), &QShortcut::activated, this,
+            &dlgMain::ExplainPage);
     MarkCurrentPage();
     init();
 }
 
 dlgMain::~dlgMain() {
+    delete m_viewer;
     destroy();
 }
 
@@ -51,6 +59,7 @@ void dlgMain::ConnectPages() {
 
     ConnectUpdatePage();
     ConnectSchedulePage();
+    connect(m_ui->aboutPage, &AboutPage::UrlClicked, this, &dlgMain::OnUrlClicked);
 
     const ReportsPage* reports = m_ui->reportsPage;
     connect(reports, &ReportsPage::KindChosen, this, &dlgMain::OnReportToggle);
@@ -209,11 +218,15 @@ void dlgMain::OnSchClick() {
 void dlgMain::OnAbtClick() {
     if (SaveOrNot() && ApplyNetSettingsOrNot()) {
         ShowPage(kAboutPage);
+        m_ui->aboutPage->ShowVersion(common::EngineVersion());
     }
 }
 
 void dlgMain::closeEvent(QCloseEvent* event) {
     event->setAccepted(SettlePages());
+    if (event->isAccepted()) {
+        CloseViewers();
+    }
 }
 
 bool dlgMain::eventFilter(QObject* watched, QEvent* event) {
@@ -347,18 +360,68 @@ void dlgMain::OnSchScnRwDblClick(QTreeWidgetItem* row, const QPoint& /*position*
     m_ui->schedulePage->ChangeRow(row);
 }
 
-// ---- Slots whose pages are not there yet
+// ---- Help and the about page
+
+dlgHelp& dlgMain::Viewer() {
+    if (m_viewer == nullptr) {
+        m_viewer = new dlgHelp(ManualHome(), tr("Corvane Main help viewer"));
+    }
+    return *m_viewer;
+}
+
+void dlgMain::ShowViewer() {
+    dlgHelp& viewer = Viewer();
+    viewer.setWindowState(viewer.windowState() & ~Qt::WindowMinimized);
+    viewer.show();
+    viewer.raise();
+    viewer.activateWindow();
+}
+
+// The others were opened from the first one. Nobody could start the program again while one of them
+// kept it alive.
+void dlgMain::CloseViewers() {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (auto* viewer = qobject_cast<dlgHelp*>(window)) {
+            viewer->close();
+        }
+    }
+    delete m_viewer;
+}
 
 void dlgMain::OnHelpClick() {
-    SayNotThereYet();
-}
-void dlgMain::OnUrlClicked() {
-    SayNotThereYet();
+    ShowViewer();
 }
 
-void dlgMain::SayNotThereYet() {
-    ShowInformation(this, QStringLiteral("Corvane"),
-                    tr("This is not there yet. It comes with a later version of Corvane."));
+void dlgMain::ExplainPage() {
+    const char* page = "home.htm";
+    switch (m_ui->pages->currentIndex()) {
+        case kScanPage:
+            page = "scanning.htm";
+            break;
+        case kSettingsPage:
+            page = "settings.htm";
+            break;
+        case kReportsPage:
+            page = "reports.htm";
+            break;
+        case kUpdatePage:
+            page = "updates.htm";
+            break;
+        case kAboutPage:
+            page = "about.htm";
+            break;
+        case kSchedulePage:
+            page = "schedules.htm";
+            break;
+        default:
+            break;
+    }
+    Viewer().DisplayHelp(ManualPage(page));
+    ShowViewer();
+}
+
+void dlgMain::OnUrlClicked() {
+    m_ui->aboutPage->OpenWebSite();
 }
 
 // ---- Texts

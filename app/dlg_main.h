@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include <QPointer>
 #include <QWidget>
 
 #include "common/scan_settings.h"
@@ -10,6 +11,7 @@
 
 class QSplashScreen;
 class QTreeWidgetItem;
+class dlgHelp;
 
 namespace Ui {
 class dlgMain;
@@ -109,8 +111,15 @@ private:
     bool SettlePages();
     void ShowPage(Page page);
     void MarkCurrentPage();
-    void SayNotThereYet();
+
+    /// The window's help viewer, made anew when its user has closed it.
+    dlgHelp& Viewer();
+    void ShowViewer();
+    /// Opens the help on the page about the page that is shown.
+    void ExplainPage();
+    void CloseViewers();
 
     std::unique_ptr<Ui::dlgMain> m_ui;
     PasswordLock m_passwordLock;
+    QPointer<dlgHelp> m_viewer;  // it deletes itself when it is closed
 };

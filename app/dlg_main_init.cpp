@@ -16,6 +16,7 @@
 #include "common/locks.h"
 #include "common/paths.h"
 #include "common/run_state.h"
+#include "help/dlg_help.h"
 #include "reports/files/report_index.h"
 #include "scan/scanner.h"
 #include "widgets/messages.h"
@@ -46,6 +47,7 @@ void dlgMain::init() {
     }
     auto splash = std::make_unique<QSplashScreen>(pixmap);
 
+    (void)Viewer();
     CentreOnDesktop();
     splash->show();
 
@@ -85,6 +87,7 @@ void dlgMain::MakeReportIndexes(std::unique_ptr<QSplashScreen>& splash) {
             ShowCritical(
                 this, QStringLiteral("Corvane"),
                 tr("Unable to open Report File. \n Close all the application and try again"));
+            delete m_viewer;
             splash.reset();
             destroy();
             EndProcess();

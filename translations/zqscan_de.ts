@@ -2,6 +2,79 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE" sourcelanguage="en">
 <context>
+    <name>AboutPage</name>
+    <message>
+        <source>About</source>
+        <translation>Über Corvane</translation>
+    </message>
+    <message>
+        <source>Corvane Endpoint Protection</source>
+        <translation>Corvane Endpoint Protection</translation>
+    </message>
+    <message>
+        <source>Scan engine version</source>
+        <translation>Version des Virenscanners</translation>
+    </message>
+    <message>
+        <source>Virus database date</source>
+        <translation>Datum der Virendatenbank</translation>
+    </message>
+    <message>
+        <source>Web site of the maker</source>
+        <translation>Webseite des Herstellers</translation>
+    </message>
+    <message>
+        <source>Open the web site with Mozilla (Alt+M)</source>
+        <translation>Die Webseite mit Mozilla öffnen (Alt+M)</translation>
+    </message>
+    <message>
+        <source>Open the web site with Mozilla</source>
+        <translation>Die Webseite mit Mozilla öffnen</translation>
+    </message>
+    <message>
+        <source>Open with &amp;Mozilla</source>
+        <translation>Mit &amp;Mozilla öffnen</translation>
+    </message>
+    <message>
+        <source>Alt+M</source>
+        <translation>Alt+M</translation>
+    </message>
+    <message>
+        <source>Open the web site with the browser of this desktop (Alt+W)</source>
+        <translation>Die Webseite mit dem Browser dieses Desktops öffnen (Alt+W)</translation>
+    </message>
+    <message>
+        <source>Open the web site with the browser of this desktop</source>
+        <translation>Die Webseite mit dem Browser dieses Desktops öffnen</translation>
+    </message>
+    <message>
+        <source>Open with your bro&amp;wser</source>
+        <translation>Mit Ihrem Bro&amp;wser öffnen</translation>
+    </message>
+    <message>
+        <source>Alt+W</source>
+        <translation>Alt+W</translation>
+    </message>
+    <message>
+        <source>:  not known</source>
+        <translation>:  nicht bekannt</translation>
+    </message>
+    <message>
+        <source>Critical!</source>
+        <translation>Schwerer Fehler!</translation>
+    </message>
+    <message>
+        <source>Web Browser reports an error!</source>
+        <translation>Der Webbrowser meldet einen Fehler!</translation>
+    </message>
+    <message>
+        <source>The desktop has opened no browser.
+Copy the address into one.</source>
+        <translation>Der Desktop hat keinen Browser geöffnet.
+Kopieren Sie die Adresse in einen.</translation>
+    </message>
+</context>
+<context>
     <name>ConnectionTest</name>
     <message>
         <source>There was no answer in time; the test was ended.</source>
@@ -268,6 +341,14 @@
     </message>
 </context>
 <context>
+    <name>Manual</name>
+    <message>
+        <source>doc/html/</source>
+        <extracomment>The folder of the manual in this language, as &quot;doc/html/de/&quot;.</extracomment>
+        <translation>doc/html/de/</translation>
+    </message>
+</context>
+<context>
     <name>Messages</name>
     <message>
         <source>&amp;Yes</source>
@@ -298,13 +379,6 @@
     <message>
         <source>Invalid password</source>
         <translation>Ungültiges Passwort</translation>
-    </message>
-</context>
-<context>
-    <name>PlaceholderPage</name>
-    <message>
-        <source>This page is not there yet. It comes with a later version of Corvane.</source>
-        <translation>Diese Seite gibt es noch nicht. Sie kommt mit einer späteren Version von Corvane.</translation>
     </message>
 </context>
 <context>
@@ -1320,10 +1394,6 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
 <context>
     <name>dlgHelp</name>
     <message>
-        <source>&amp;Page:</source>
-        <translation>&amp;Seite:</translation>
-    </message>
-    <message>
         <source>Page</source>
         <translation>Seite</translation>
     </message>
@@ -1520,6 +1590,10 @@ It shows pages of this machine and loads nothing from the network.</source>
         <translation>Die Hilfe zu Corvane Endpoint Protection.
 
 Sie zeigt Seiten dieses Rechners und lädt nichts aus dem Netz.</translation>
+    </message>
+    <message>
+        <source>&amp;Page:</source>
+        <translation>&amp;Seite:</translation>
     </message>
 </context>
 <context>
@@ -1828,10 +1902,6 @@ Sie zeigt Seiten dieses Rechners und lädt nichts aus dem Netz.</translation>
         <translation>Sollen die Änderungen gespeichert werden?</translation>
     </message>
     <message>
-        <source>This is not there yet. It comes with a later version of Corvane.</source>
-        <translation>Das gibt es noch nicht. Es kommt mit einer späteren Version von Corvane.</translation>
-    </message>
-    <message>
         <source>Loading... Scan Option Settings</source>
         <translation>Laden … Scan-Einstellungen</translation>
     </message>
@@ -1860,6 +1930,10 @@ Sie zeigt Seiten dieses Rechners und lädt nichts aus dem Netz.</translation>
     <message>
         <source>Unable to unload Scan API Library</source>
         <translation>Die Bibliothek des Virenscanners kann nicht entladen werden</translation>
+    </message>
+    <message>
+        <source>Corvane Main help viewer</source>
+        <translation>Hilfe zu Corvane</translation>
     </message>
 </context>
 <context>

@@ -2,6 +2,79 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en_US" sourcelanguage="en">
 <context>
+    <name>AboutPage</name>
+    <message>
+        <source>About</source>
+        <translation>About</translation>
+    </message>
+    <message>
+        <source>Corvane Endpoint Protection</source>
+        <translation>Corvane Endpoint Protection</translation>
+    </message>
+    <message>
+        <source>Scan engine version</source>
+        <translation>Scan engine version</translation>
+    </message>
+    <message>
+        <source>Virus database date</source>
+        <translation>Virus database date</translation>
+    </message>
+    <message>
+        <source>Web site of the maker</source>
+        <translation>Web site of the maker</translation>
+    </message>
+    <message>
+        <source>Open the web site with Mozilla (Alt+M)</source>
+        <translation>Open the web site with Mozilla (Alt+M)</translation>
+    </message>
+    <message>
+        <source>Open the web site with Mozilla</source>
+        <translation>Open the web site with Mozilla</translation>
+    </message>
+    <message>
+        <source>Open with &amp;Mozilla</source>
+        <translation>Open with &amp;Mozilla</translation>
+    </message>
+    <message>
+        <source>Alt+M</source>
+        <translation>Alt+M</translation>
+    </message>
+    <message>
+        <source>Open the web site with the browser of this desktop (Alt+W)</source>
+        <translation>Open the web site with the browser of this desktop (Alt+W)</translation>
+    </message>
+    <message>
+        <source>Open the web site with the browser of this desktop</source>
+        <translation>Open the web site with the browser of this desktop</translation>
+    </message>
+    <message>
+        <source>Open with your bro&amp;wser</source>
+        <translation>Open with your bro&amp;wser</translation>
+    </message>
+    <message>
+        <source>Alt+W</source>
+        <translation>Alt+W</translation>
+    </message>
+    <message>
+        <source>:  not known</source>
+        <translation>:  not known</translation>
+    </message>
+    <message>
+        <source>Critical!</source>
+        <translation>Critical!</translation>
+    </message>
+    <message>
+        <source>Web Browser reports an error!</source>
+        <translation>Web Browser reports an error!</translation>
+    </message>
+    <message>
+        <source>The desktop has opened no browser.
+Copy the address into one.</source>
+        <translation>The desktop has opened no browser.
+Copy the address into one.</translation>
+    </message>
+</context>
+<context>
     <name>ConnectionTest</name>
     <message>
         <source>There was no answer in time; the test was ended.</source>
@@ -268,6 +341,14 @@
     </message>
 </context>
 <context>
+    <name>Manual</name>
+    <message>
+        <source>doc/html/</source>
+        <extracomment>The folder of the manual in this language, as &quot;doc/html/de/&quot;.</extracomment>
+        <translation>doc/html/</translation>
+    </message>
+</context>
+<context>
     <name>Messages</name>
     <message>
         <source>&amp;Yes</source>
@@ -298,13 +379,6 @@
     <message>
         <source>Invalid password</source>
         <translation>Invalid password</translation>
-    </message>
-</context>
-<context>
-    <name>PlaceholderPage</name>
-    <message>
-        <source>This page is not there yet. It comes with a later version of Corvane.</source>
-        <translation>This page is not there yet. It comes with a later version of Corvane.</translation>
     </message>
 </context>
 <context>
@@ -1320,10 +1394,6 @@ cannot be reached by this name. Rename it, or choose another one.</translation>
 <context>
     <name>dlgHelp</name>
     <message>
-        <source>&amp;Page:</source>
-        <translation>&amp;Page:</translation>
-    </message>
-    <message>
         <source>Page</source>
         <translation>Page</translation>
     </message>
@@ -1520,6 +1590,10 @@ It shows pages of this machine and loads nothing from the network.</source>
         <translation>The help viewer of Corvane Endpoint Protection.
 
 It shows pages of this machine and loads nothing from the network.</translation>
+    </message>
+    <message>
+        <source>&amp;Page:</source>
+        <translation>&amp;Page:</translation>
     </message>
 </context>
 <context>
@@ -1828,10 +1902,6 @@ It shows pages of this machine and loads nothing from the network.</translation>
         <translation>Do you want to save the changes?</translation>
     </message>
     <message>
-        <source>This is not there yet. It comes with a later version of Corvane.</source>
-        <translation>This is not there yet. It comes with a later version of Corvane.</translation>
-    </message>
-    <message>
         <source>Loading... Scan Option Settings</source>
         <translation>Loading... Scan Option Settings</translation>
     </message>
@@ -1860,6 +1930,10 @@ It shows pages of this machine and loads nothing from the network.</translation>
     <message>
         <source>Unable to unload Scan API Library</source>
         <translation>Unable to unload Scan API Library</translation>
+    </message>
+    <message>
+        <source>Corvane Main help viewer</source>
+        <translation>Corvane Main help viewer</translation>
     </message>
 </context>
 <context>
