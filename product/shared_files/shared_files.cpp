@@ -62,6 +62,11 @@ bool WriteIndex(int fd) {
     return common::WriteAll(fd, common::BytesOf(reports::kEmptyReportIndex));
 }
 
+// The head of an index of scheduled scans without a record, and a list of no bookmarks.
+constexpr std::int32_t kScheduledHeaderSize = 19;
+constexpr std::int32_t kEmptyListSize = 4;
+constexpr char kZeros[kScheduledHeaderSize]{};
+
 bool WriteNothing(int) {
     return true;
 }
@@ -82,6 +87,9 @@ constexpr SharedFile kProgramFiles[] = {
     // Its reader opens it for writing too.
     {update::kAdminLinkFileName, kReadable, sizeof(tagADMNURLRECORD), WriteAdminLinks, kUpdater},
     {"updt.lck", kShared, 0, WriteNothing},
+    // The help viewer's. Nobody but root could make it.
+    {".bookmarks", kShared, kEmptyListSize,
+     [](int fd) { return common::WriteAll(fd, std::string_view(kZeros, kEmptyListSize)); }},
     {"section.ini", kReadable, 1, [](int fd) { return common::WriteAll(fd, kLogLimits); }},
 };
 
@@ -104,10 +112,7 @@ constexpr SharedFile kPackageFiles[] = {
      [](int fd) { return common::WriteAll(fd, common::BytesOf(kDatabaseVersion)); }, kUpdater},
 };
 
-// The head of the index of scheduled scans, without a record.
 constexpr char kScheduledIndexName[] = "schdmain.rpt";
-constexpr std::int32_t kScheduledHeaderSize = 19;
-constexpr char kZeros[kScheduledHeaderSize]{};
 
 constexpr SharedFile kReportsFiles[] = {
     {virus_log::kMainFile, kShared, sizeof(tagVIRMAIN), RestoreMainFileHeader},

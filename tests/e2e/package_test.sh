@@ -25,7 +25,7 @@ Expect "only the owner may write what it brings" "" \
 
 Modes() {
     (cd "$kProductDir" && stat -c '%a %U %n' zqscn.opt zqupdate.opt zqinet.opt updlink.dat admnlink.dat \
-        updt.lck main.rpt updt.rpt defs/package/scanver.cnf section.ini reports tmp reports/VirMain.dat reports/VirRcONE.dat \
+        updt.lck .bookmarks main.rpt updt.rpt defs/package/scanver.cnf section.ini reports tmp reports/VirMain.dat reports/VirRcONE.dat \
         reports/RecOffset.dat reports/schdmain.rpt settings.db download defs updturl.keys updturl.keys/README scansts.so)
 }
 
@@ -36,6 +36,7 @@ Expect "modes and owners" "666 root zqscn.opt
 644 root updlink.dat
 644 corvane admnlink.dat
 666 root updt.lck
+666 root .bookmarks
 666 root main.rpt
 666 root updt.rpt
 644 corvane defs/package/scanver.cnf

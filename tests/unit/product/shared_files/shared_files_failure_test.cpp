@@ -69,7 +69,7 @@ private:
 };
 
 TEST_F(SharedFilesFullDisk, LeavesNoneHalfMadeAndTheNextRunMakesTheRest) {
-    constexpr int kWithContent = 11;
+    constexpr int kWithContent = 12;
     for (const bool wereThere : {false, true}) {
         for (int pages = 0; pages <= kWithContent; ++pages) {
             SCOPED_TRACE(std::to_string(pages) + (wereThere ? " repaired" : " made"));

@@ -46,6 +46,7 @@ inline const std::vector<ExpectedFile> kFiles = {
      0644, 6},
     {"admnlink.dat", kAdminHead + std::string(526, '\0'), 0644, 554},
     {"updt.lck", "", 0666, 0},
+    {".bookmarks", std::string(4, '\0'), 0666, 4},
     {"section.ini", "[LOGLIMIT]\nMAXLIMIT = 10000\nLIMIT = 5000\n", 0644, 1},
     {"reports/VirMain.dat", std::string("\0\0\0\0VirRcONE.dat", 16) + std::string(88, '\0'), 0666,
      104},
