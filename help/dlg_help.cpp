@@ -20,6 +20,7 @@
 #include "help/page_printer.h"
 #include "widgets/display_name.h"
 #include "widgets/messages.h"
+#include "widgets/name_label.h"
 
 namespace {
 
@@ -117,6 +118,9 @@ void dlgHelp::ConnectBrowser() {
     connect(m_ui->browser, &QTextBrowser::highlighted, this,
             [this](const QUrl& link) { checkForUrl(link.toString()); });
     connect(m_ui->browser, &HelpBrowser::LinkRefused, this, &dlgHelp::SayRefused);
+    // A narrow window shows only the beginning.
+    connect(m_ui->statusBar, &QStatusBar::messageChanged, this,
+            [this](const QString& text) { m_ui->statusBar->setToolTip(PlainToolTip(text)); });
 }
 
 // ---- Pages

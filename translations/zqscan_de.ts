@@ -1439,7 +1439,7 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     </message>
     <message>
         <source>One more viewer on this page (Ctrl+N)</source>
-        <translation>Diese Seite in einem weiteren Fenster (Ctrl+N)</translation>
+        <translation>Diese Seite in einem weiteren Fenster (Strg+N)</translation>
     </message>
     <message>
         <source>Ctrl+N</source>
@@ -1451,7 +1451,7 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     </message>
     <message>
         <source>Show a file (Ctrl+O)</source>
-        <translation>Eine Datei zeigen (Ctrl+O)</translation>
+        <translation>Eine Datei zeigen (Strg+O)</translation>
     </message>
     <message>
         <source>Ctrl+O</source>
@@ -1463,7 +1463,7 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     </message>
     <message>
         <source>Print this page (Ctrl+P)</source>
-        <translation>Diese Seite drucken (Ctrl+P)</translation>
+        <translation>Diese Seite drucken (Strg+P)</translation>
     </message>
     <message>
         <source>Ctrl+P</source>
@@ -1475,7 +1475,7 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     </message>
     <message>
         <source>Close the viewer (Ctrl+W)</source>
-        <translation>Das Fenster schließen (Ctrl+W)</translation>
+        <translation>Das Fenster schließen (Strg+W)</translation>
     </message>
     <message>
         <source>Ctrl+W</source>
@@ -1487,7 +1487,7 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     </message>
     <message>
         <source>The page before (Alt+Left)</source>
-        <translation>Die Seite davor (Alt+Left)</translation>
+        <translation>Die Seite davor (Alt+Links)</translation>
     </message>
     <message>
         <source>Alt+Left</source>
@@ -1499,7 +1499,7 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     </message>
     <message>
         <source>The page after (Alt+Right)</source>
-        <translation>Die Seite danach (Alt+Right)</translation>
+        <translation>Die Seite danach (Alt+Rechts)</translation>
     </message>
     <message>
         <source>Alt+Right</source>
@@ -1511,7 +1511,7 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     </message>
     <message>
         <source>The first page of the help (Alt+Home)</source>
-        <translation>Die erste Seite der Hilfe (Alt+Home)</translation>
+        <translation>Die erste Seite der Hilfe (Alt+Pos1)</translation>
     </message>
     <message>
         <source>Alt+Home</source>
@@ -1523,7 +1523,7 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     </message>
     <message>
         <source>Add this page to the bookmarks (Ctrl+D)</source>
-        <translation>Für diese Seite ein Lesezeichen setzen (Ctrl+D)</translation>
+        <translation>Für diese Seite ein Lesezeichen setzen (Strg+D)</translation>
     </message>
     <message>
         <source>Ctrl+D</source>
@@ -1543,7 +1543,7 @@ ist unter diesem Namen nicht erreichbar. Benennen Sie ihn um, oder wählen Sie e
     </message>
     <message>
         <source>%1 lies outside the folder of this page. Open it with Ctrl+O.</source>
-        <translation>%1 liegt außerhalb des Ordners dieser Seite. Öffnen Sie die Datei mit Ctrl+O.</translation>
+        <translation>%1 liegt außerhalb des Ordners dieser Seite. Öffnen Sie die Datei mit Strg+O.</translation>
     </message>
     <message>
         <source>Corvane Main help viewer</source>

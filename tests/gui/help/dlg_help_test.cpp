@@ -140,6 +140,8 @@ TEST_F(DlgHelpTest, ALinkOutOfTheFolderIsRefusedAndSaid) {
     Open();
     Follow("../../../outside/page.htm");
     EXPECT_EQ(m_viewer->windowTitle(), "Home of the help");
+    EXPECT_THAT(Find<QStatusBar>("statusBar").toolTip().toStdString(),
+                HasSubstr("Open it with Ctrl+O."));
     EXPECT_EQ(Status(), (m_scratch / "outside/page.htm") +
                             " lies outside the folder of this page. Open it with Ctrl+O.");
 }
