@@ -22,6 +22,7 @@
 #include "widgets/display_name.h"
 #include "widgets/messages.h"
 #include "widgets/name_label.h"
+#include "widgets/whats_this_key.h"
 
 namespace {
 
@@ -37,6 +38,7 @@ dlgReport::dlgReport(QWidget* parent)
       m_ui(std::make_unique<Ui::dlgReport>()),
       m_kind(static_cast<ReportKind>(g_siRptKind)) {
     m_ui->setupUi(this);
+    ExplainOnF1(*this);
     setWindowFlag(Qt::WindowMaximizeButtonHint);
     m_findBar = new FindBar(m_ui->edtViewRpt, this);
     m_ui->layout->insertWidget(m_ui->layout->indexOf(m_ui->edtViewRpt) + 1, m_findBar);

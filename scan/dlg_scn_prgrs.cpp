@@ -23,6 +23,7 @@
 #include "scan/scan_thread.h"
 #include "scan/unread_files_dialog.h"
 #include "widgets/messages.h"
+#include "widgets/whats_this_key.h"
 
 namespace {
 
@@ -52,6 +53,7 @@ QString AnimationFile(qreal pixelRatio) {
 dlgScnPrgrs::dlgScnPrgrs(QWidget* parent, const char* name, bool modal, Qt::WindowFlags flags)
     : ScanDialog(parent, flags), m_ui(std::make_unique<Ui::dlgScnPrgrs>()) {
     m_ui->setupUi(this);
+    ExplainOnF1(*this);
     if (name != nullptr) {
         setObjectName(QString::fromUtf8(name));
     }

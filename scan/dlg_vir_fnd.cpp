@@ -9,6 +9,7 @@
 #include "common/run_state.h"
 #include "common/text_field.h"
 #include "widgets/display_name.h"
+#include "widgets/whats_this_key.h"
 
 namespace {
 
@@ -22,6 +23,7 @@ constexpr int kPresetItem = 1;  // for a choice that is no item
 dlgVirFnd::dlgVirFnd(QWidget* parent, const char* name, bool modal, Qt::WindowFlags flags)
     : QDialog(parent, flags), m_ui(std::make_unique<Ui::dlgVirFnd>()) {
     m_ui->setupUi(this);
+    ExplainOnF1(*this);
     if (name != nullptr) {
         setObjectName(QString::fromUtf8(name));
     }

@@ -10,6 +10,7 @@
 
 #include "widgets/display_name.h"
 #include "widgets/name_label.h"
+#include "widgets/whats_this_key.h"
 
 namespace {
 
@@ -20,6 +21,7 @@ enum Column { kFile, kReason };
 UnreadFilesDialog::UnreadFilesDialog(const scan::UnreadFiles& files, QWidget* parent)
     : QDialog(parent), m_ui(std::make_unique<Ui::UnreadFilesDialog>()) {
     m_ui->setupUi(this);
+    ExplainOnF1(*this);
     Explain(files);
     Fill(files);
     m_ui->lstUnread->header()->resizeSection(kFile, width() / 2);

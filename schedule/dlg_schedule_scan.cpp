@@ -15,6 +15,7 @@
 #include "widgets/dlg_dir.h"
 #include "widgets/messages.h"
 #include "widgets/name_label.h"
+#include "widgets/whats_this_key.h"
 
 int iEditMode = kScheduleNew;
 tagSCHEDULE_SCAN_ENTRY* g_pPScheduleScanEntry = nullptr;
@@ -53,6 +54,7 @@ dlgschedulescan::dlgschedulescan(QWidget* parent)
     iEditMode = kScheduleNew;
     g_pPScheduleScanEntry = &m_entry.record;
     m_ui->setupUi(this);
+    ExplainOnF1(*this);
     ConnectControls();
     SetButtonTexts();
     init();

@@ -328,6 +328,10 @@ Kopieren Sie die Adresse in einen.</translation>
         <source>%1 inside closed folders.</source>
         <translation>%1 davon in zugeklappten Ordnern.</translation>
     </message>
+    <message>
+        <source>Tick the folders that are wanted. The arrow keys go through them and open them; Space ticks one with all that is in it.</source>
+        <translation>Haken Sie die gewünschten Ordner an. Die Pfeiltasten führen durch sie und öffnen sie; die Leertaste hakt einen mit allem an, was darin liegt.</translation>
+    </message>
 </context>
 <context>
     <name>HelpPage</name>
@@ -379,6 +383,10 @@ Kopieren Sie die Adresse in einen.</translation>
     <message>
         <source>Invalid password</source>
         <translation>Ungültiges Passwort</translation>
+    </message>
+    <message>
+        <source>An administrator has put a password before this page. Only an administrator can tell it, or set another one.</source>
+        <translation>Ein Administrator hat diese Seite mit einem Passwort geschützt. Nur ein Administrator kann es nennen oder ein anderes setzen.</translation>
     </message>
 </context>
 <context>
@@ -1095,6 +1103,10 @@ ist länger als 255 Bytes. Es wurde nichts gescannt; um sie zu scannen, bitte ei
         <source>The first %1 of %2 are listed.</source>
         <translation>Die ersten %1 von %2 sind aufgelistet.</translation>
     </message>
+    <message>
+        <source>These files were not read, or not to their end, each for the reason beside it. Whether a virus is in them is not known.</source>
+        <translation>Diese Dateien wurden nicht oder nicht bis zum Ende gelesen, jede aus dem Grund daneben. Ob sie einen Virus enthalten, ist nicht bekannt.</translation>
+    </message>
 </context>
 <context>
     <name>UpdateNow</name>
@@ -1758,6 +1770,18 @@ Sie zeigt Seiten dieses Rechners und lädt nichts aus dem Netz.</translation>
         <source>Provide the valid proxy server configuration</source>
         <translation>Geben Sie eine gültige Proxy-Konfiguration an</translation>
     </message>
+    <message>
+        <source>For computers that reach the Internet only through a proxy server. Whoever runs your network knows its address. Test tries the connection and stores nothing.</source>
+        <translation>Für Rechner, die das Internet nur über einen Proxyserver erreichen. Wer Ihr Netz betreut, kennt seine Adresse. Der Test probiert die Verbindung aus und speichert nichts.</translation>
+    </message>
+    <message>
+        <source>The name or the address of the server. For a SOCKS5 server write socks5:// before it.</source>
+        <translation>Der Name oder die Adresse des Servers. Für einen SOCKS5-Server schreiben Sie socks5:// davor.</translation>
+    </message>
+    <message>
+        <source>It is stored as it is, where every user of this computer can read it. Use one that opens nothing else.</source>
+        <translation>Es wird so gespeichert, wie es ist, und jeder Benutzer dieses Rechners kann es lesen. Nehmen Sie eines, das sonst nichts öffnet.</translation>
+    </message>
 </context>
 <context>
     <name>dlgMain</name>
@@ -2076,6 +2100,10 @@ Prüfen Sie den Drucker oder den Platz für die Datei, in die gedruckt wird.</tr
         <source>What the file held before is lost.</source>
         <translation>Der bisherige Inhalt der Datei ist verloren.</translation>
     </message>
+    <message>
+        <source>The report as it was written. Ctrl+F finds a text in it. Prev and Next show the reports before and after it in the list.</source>
+        <translation>Der Bericht, wie er geschrieben wurde. Mit Strg+F wird darin gesucht. Die beiden ersten Schaltflächen zeigen die Berichte davor und danach in der Liste.</translation>
+    </message>
 </context>
 <context>
     <name>dlgScnPrgrs</name>
@@ -2179,6 +2207,10 @@ Prüfen Sie den Drucker oder den Platz für die Datei, in die gedruckt wird.</tr
         <source>Do you want to stop scan?</source>
         <translation>Soll der Scan angehalten werden?</translation>
     </message>
+    <message>
+        <source>What the scan is at and what it has found so far. Stop Scan asks first. At the end, View Report shows all that was found and done.</source>
+        <translation>Wobei der Scan gerade ist und was er bisher gefunden hat. Das Beenden fragt vorher nach. Am Ende zeigt der Bericht alles, was gefunden und getan wurde.</translation>
+    </message>
 </context>
 <context>
     <name>dlgUpdate</name>
@@ -2225,6 +2257,10 @@ Prüfen Sie den Drucker oder den Platz für die Datei, in die gedruckt wird.</tr
     <message>
         <source>Updating Corvane Engine</source>
         <translation>Der Corvane-Scanner wird aktualisiert</translation>
+    </message>
+    <message>
+        <source>New virus definitions are being loaded. Until they are switched to, Stop ends the update, and the old ones stay in use.</source>
+        <translation>Neue Virendefinitionen werden geladen. Bis auf sie umgeschaltet wird, kann das Update beendet werden, und die alten bleiben in Gebrauch.</translation>
     </message>
 </context>
 <context>
@@ -2296,6 +2332,18 @@ Prüfen Sie den Drucker oder den Platz für die Datei, in die gedruckt wird.</tr
     <message>
         <source>Cancel (Alt+C)</source>
         <translation>Abbrechen (Alt+C)</translation>
+    </message>
+    <message>
+        <source>A virus was found in this file, and the scan waits for you. Cancel leaves the file and asks whether the scan is to stop.</source>
+        <translation>In dieser Datei wurde ein Virus gefunden, und der Scan wartet auf Sie. Mit „Abbrechen“ bleibt die Datei, und Sie werden gefragt, ob der Scan enden soll.</translation>
+    </message>
+    <message>
+        <source>Delete removes the file and keeps a copy. Skip leaves the file where it is. Files cannot be repaired: Repair only leaves the file, too.</source>
+        <translation>Beim Löschen wird die Datei entfernt und eine Kopie aufgehoben. Beim Übergehen bleibt die Datei, wo sie ist. Dateien können nicht repariert werden: Wer nur reparieren lässt, behält die Datei auch.</translation>
+    </message>
+    <message>
+        <source>When this is ticked, your answer holds for every further file of this scan, and you are not asked again.</source>
+        <translation>Ist dies angehakt, so gilt Ihre Antwort für jede weitere Datei dieses Scans, und Sie werden nicht mehr gefragt.</translation>
     </message>
 </context>
 <context>
@@ -2679,6 +2727,46 @@ Prüfen Sie den Drucker oder den Platz für die Datei, in die gedruckt wird.</tr
     <message>
         <source>%1 Hrs</source>
         <translation>%1 Std.</translation>
+    </message>
+    <message>
+        <source>Give the scheduled scan a name, and add the files and folders that it is to go through.</source>
+        <translation>Geben Sie der geplanten Prüfung einen Namen, und fügen Sie die Dateien und Ordner hinzu, die sie durchgehen soll.</translation>
+    </message>
+    <message>
+        <source>When the scheduled scan runs, how thoroughly it looks, and what it does with an infected file.</source>
+        <translation>Wann die geplante Prüfung läuft, wie gründlich sie sucht und was sie mit einer infizierten Datei tut.</translation>
+    </message>
+    <message>
+        <source>With 2, a daily scan runs every other day and a weekly one every other week.</source>
+        <translation>Mit 2 läuft eine tägliche Prüfung jeden zweiten Tag und eine wöchentliche jede zweite Woche.</translation>
+    </message>
+    <message>
+        <source>The scan runs once on each of its days, when the computer is first started on it.</source>
+        <translation>Die Prüfung läuft an jedem ihrer Tage einmal, wenn der Rechner zum ersten Mal gestartet wird.</translation>
+    </message>
+    <message>
+        <source>Potentially unwanted programs are reported, too.</source>
+        <translation>Auch möglicherweise unerwünschte Programme werden gemeldet.</translation>
+    </message>
+    <message>
+        <source>What is in archives is scanned. Without it a virus in an archive is not found.</source>
+        <translation>Was in Archiven liegt, wird geprüft. Sonst wird ein Virus in einem Archiv nicht gefunden.</translation>
+    </message>
+    <message>
+        <source>Clean files of unknown kind are counted as such. What is found is the same with and without it.</source>
+        <translation>Saubere Dateien unbekannter Art werden als solche gezählt. Gefunden wird mit und ohne dies dasselbe.</translation>
+    </message>
+    <message>
+        <source>Packed programs are taken apart. Without it less is found in them.</source>
+        <translation>Gepackte Programme werden zerlegt. Sonst wird in ihnen weniger gefunden.</translation>
+    </message>
+    <message>
+        <source>What the scan does with an infected file. Nobody is there to be asked.</source>
+        <translation>Was die Prüfung mit einer infizierten Datei tut. Es ist niemand da, der gefragt werden könnte.</translation>
+    </message>
+    <message>
+        <source>This is what was chosen. Back leads to what is to be changed; Finish keeps it.</source>
+        <translation>Das haben Sie gewählt. Sie können zurückgehen und es ändern, oder die Prüfung mit der letzten Schaltfläche behalten.</translation>
     </message>
 </context>
 </TS>

@@ -328,6 +328,10 @@ Copy the address into one.</translation>
         <source>%1 inside closed folders.</source>
         <translation>%1 inside closed folders.</translation>
     </message>
+    <message>
+        <source>Tick the folders that are wanted. The arrow keys go through them and open them; Space ticks one with all that is in it.</source>
+        <translation>Tick the folders that are wanted. The arrow keys go through them and open them; Space ticks one with all that is in it.</translation>
+    </message>
 </context>
 <context>
     <name>HelpPage</name>
@@ -379,6 +383,10 @@ Copy the address into one.</translation>
     <message>
         <source>Invalid password</source>
         <translation>Invalid password</translation>
+    </message>
+    <message>
+        <source>An administrator has put a password before this page. Only an administrator can tell it, or set another one.</source>
+        <translation>An administrator has put a password before this page. Only an administrator can tell it, or set another one.</translation>
     </message>
 </context>
 <context>
@@ -1095,6 +1103,10 @@ is longer than 255 bytes. Nothing was scanned; to scan it, scan a folder above i
         <source>The first %1 of %2 are listed.</source>
         <translation>The first %1 of %2 are listed.</translation>
     </message>
+    <message>
+        <source>These files were not read, or not to their end, each for the reason beside it. Whether a virus is in them is not known.</source>
+        <translation>These files were not read, or not to their end, each for the reason beside it. Whether a virus is in them is not known.</translation>
+    </message>
 </context>
 <context>
     <name>UpdateNow</name>
@@ -1758,6 +1770,18 @@ It shows pages of this machine and loads nothing from the network.</translation>
         <source>Provide the valid proxy server configuration</source>
         <translation>Provide the valid proxy server configuration</translation>
     </message>
+    <message>
+        <source>For computers that reach the Internet only through a proxy server. Whoever runs your network knows its address. Test tries the connection and stores nothing.</source>
+        <translation>For computers that reach the Internet only through a proxy server. Whoever runs your network knows its address. Test tries the connection and stores nothing.</translation>
+    </message>
+    <message>
+        <source>The name or the address of the server. For a SOCKS5 server write socks5:// before it.</source>
+        <translation>The name or the address of the server. For a SOCKS5 server write socks5:// before it.</translation>
+    </message>
+    <message>
+        <source>It is stored as it is, where every user of this computer can read it. Use one that opens nothing else.</source>
+        <translation>It is stored as it is, where every user of this computer can read it. Use one that opens nothing else.</translation>
+    </message>
 </context>
 <context>
     <name>dlgMain</name>
@@ -2076,6 +2100,10 @@ Check the printer, or the room for the file that is printed to.</translation>
         <source>What the file held before is lost.</source>
         <translation>What the file held before is lost.</translation>
     </message>
+    <message>
+        <source>The report as it was written. Ctrl+F finds a text in it. Prev and Next show the reports before and after it in the list.</source>
+        <translation>The report as it was written. Ctrl+F finds a text in it. Prev and Next show the reports before and after it in the list.</translation>
+    </message>
 </context>
 <context>
     <name>dlgScnPrgrs</name>
@@ -2179,6 +2207,10 @@ Check the printer, or the room for the file that is printed to.</translation>
         <source>&amp;Not read: %1...</source>
         <translation>&amp;Not read: %1...</translation>
     </message>
+    <message>
+        <source>What the scan is at and what it has found so far. Stop Scan asks first. At the end, View Report shows all that was found and done.</source>
+        <translation>What the scan is at and what it has found so far. Stop Scan asks first. At the end, View Report shows all that was found and done.</translation>
+    </message>
 </context>
 <context>
     <name>dlgUpdate</name>
@@ -2225,6 +2257,10 @@ Check the printer, or the room for the file that is printed to.</translation>
     <message>
         <source>Updating Corvane Engine</source>
         <translation>Updating Corvane Engine</translation>
+    </message>
+    <message>
+        <source>New virus definitions are being loaded. Until they are switched to, Stop ends the update, and the old ones stay in use.</source>
+        <translation>New virus definitions are being loaded. Until they are switched to, Stop ends the update, and the old ones stay in use.</translation>
     </message>
 </context>
 <context>
@@ -2296,6 +2332,18 @@ Check the printer, or the room for the file that is printed to.</translation>
     <message>
         <source>Cancel (Alt+C)</source>
         <translation>Cancel (Alt+C)</translation>
+    </message>
+    <message>
+        <source>A virus was found in this file, and the scan waits for you. Cancel leaves the file and asks whether the scan is to stop.</source>
+        <translation>A virus was found in this file, and the scan waits for you. Cancel leaves the file and asks whether the scan is to stop.</translation>
+    </message>
+    <message>
+        <source>Delete removes the file and keeps a copy. Skip leaves the file where it is. Files cannot be repaired: Repair only leaves the file, too.</source>
+        <translation>Delete removes the file and keeps a copy. Skip leaves the file where it is. Files cannot be repaired: Repair only leaves the file, too.</translation>
+    </message>
+    <message>
+        <source>When this is ticked, your answer holds for every further file of this scan, and you are not asked again.</source>
+        <translation>When this is ticked, your answer holds for every further file of this scan, and you are not asked again.</translation>
     </message>
 </context>
 <context>
@@ -2679,6 +2727,46 @@ Check the printer, or the room for the file that is printed to.</translation>
     <message>
         <source>%1 Hrs</source>
         <translation>%1 Hrs</translation>
+    </message>
+    <message>
+        <source>Give the scheduled scan a name, and add the files and folders that it is to go through.</source>
+        <translation>Give the scheduled scan a name, and add the files and folders that it is to go through.</translation>
+    </message>
+    <message>
+        <source>When the scheduled scan runs, how thoroughly it looks, and what it does with an infected file.</source>
+        <translation>When the scheduled scan runs, how thoroughly it looks, and what it does with an infected file.</translation>
+    </message>
+    <message>
+        <source>With 2, a daily scan runs every other day and a weekly one every other week.</source>
+        <translation>With 2, a daily scan runs every other day and a weekly one every other week.</translation>
+    </message>
+    <message>
+        <source>The scan runs once on each of its days, when the computer is first started on it.</source>
+        <translation>The scan runs once on each of its days, when the computer is first started on it.</translation>
+    </message>
+    <message>
+        <source>Potentially unwanted programs are reported, too.</source>
+        <translation>Potentially unwanted programs are reported, too.</translation>
+    </message>
+    <message>
+        <source>What is in archives is scanned. Without it a virus in an archive is not found.</source>
+        <translation>What is in archives is scanned. Without it a virus in an archive is not found.</translation>
+    </message>
+    <message>
+        <source>Clean files of unknown kind are counted as such. What is found is the same with and without it.</source>
+        <translation>Clean files of unknown kind are counted as such. What is found is the same with and without it.</translation>
+    </message>
+    <message>
+        <source>Packed programs are taken apart. Without it less is found in them.</source>
+        <translation>Packed programs are taken apart. Without it less is found in them.</translation>
+    </message>
+    <message>
+        <source>What the scan does with an infected file. Nobody is there to be asked.</source>
+        <translation>What the scan does with an infected file. Nobody is there to be asked.</translation>
+    </message>
+    <message>
+        <source>This is what was chosen. Back leads to what is to be changed; Finish keeps it.</source>
+        <translation>This is what was chosen. Back leads to what is to be changed; Finish keeps it.</translation>
     </message>
 </context>
 </TS>

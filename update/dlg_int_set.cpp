@@ -15,6 +15,7 @@
 #include "update/files/connection_request.h"
 #include "update/files/internet_settings.h"
 #include "widgets/messages.h"
+#include "widgets/whats_this_key.h"
 
 namespace {
 
@@ -39,6 +40,7 @@ std::string_view Fitting(std::string_view text, std::size_t size) {
 
 dlgIntSet::dlgIntSet(QWidget* parent) : QDialog(parent), m_ui(std::make_unique<Ui::dlgIntSet>()) {
     m_ui->setupUi(this);
+    ExplainOnF1(*this);
     connect(m_ui->chkUseProxy, &QCheckBox::toggled, this, &dlgIntSet::OnInternetConnChkd);
     connect(m_ui->chkAuthentication, &QCheckBox::toggled, this, &dlgIntSet::OnAuthenticationChked);
     connect(m_ui->btnTest, &QPushButton::clicked, this, &dlgIntSet::OnTestClick);

@@ -14,6 +14,7 @@
 #include "update/upd_thrd.h"
 #include "widgets/display_name.h"
 #include "widgets/name_label.h"
+#include "widgets/whats_this_key.h"
 
 namespace {
 
@@ -48,6 +49,7 @@ QString NameStatus(const tagUPDATEINFO& info) {
 dlgUpdate::dlgUpdate(QWidget* parent, const char* name, bool modal, Qt::WindowFlags flags)
     : UpdateDialog(parent, flags), m_ui(std::make_unique<Ui::dlgUpdate>()) {
     m_ui->setupUi(this);
+    ExplainOnF1(*this);
     if (name != nullptr) {
         setObjectName(QString::fromUtf8(name));
     }

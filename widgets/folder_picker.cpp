@@ -20,6 +20,7 @@
 #include "widgets/messages.h"
 #include "widgets/state_chk_lst_view.h"
 #include "widgets/ticked_folders.h"
+#include "widgets/whats_this_key.h"
 
 QIcon folderClosed;
 QIcon folderOpen;
@@ -77,6 +78,7 @@ std::filesystem::path HomeFolder() {
 FolderPicker::FolderPicker(QWidget* parent, FolderListing listing)
     : QDialog(parent), m_ui(std::make_unique<Ui::FolderPicker>()), m_listing(std::move(listing)) {
     m_ui->setupUi(this);
+    ExplainOnF1(*this);
     QTreeWidget* tree = m_ui->folderTree;
     tree->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
     tree->setItemDelegate(new FolderItemDelegate(tree));

@@ -10,6 +10,7 @@
 #include "common/paths.h"
 #include "widgets/messages.h"
 #include "widgets/secret_text.h"
+#include "widgets/whats_this_key.h"
 
 namespace {
 
@@ -32,6 +33,10 @@ public:
         dialog.setWindowTitle(kTitle);
         dialog.setLabelText(label);
         dialog.setTextEchoMode(QLineEdit::Password);
+        dialog.setWhatsThis(
+            PasswordLock::tr("An administrator has put a password before this page. Only an "
+                             "administrator can tell it, or set another one."));
+        ExplainOnF1(dialog);
         const bool isConfirmed = dialog.exec() == QDialog::Accepted;
         m_text = dialog.textValue();  // shares the characters with the dialog and its line
         return isConfirmed;
