@@ -146,7 +146,8 @@ void dlgHelp::checkForUrl(const QString& text) {
         return;
     }
     m_ui->statusBar->showMessage(
-        tr("%1 is not opened in here. Copy the address and open it in your browser.").arg(text));
+        tr("%1 is not opened in here. Copy the address and open it in your browser.")
+            .arg(DisplayName(text.toStdString())));
 }
 
 void dlgHelp::SayRefused(const QUrl& link) {

@@ -1,15 +1,13 @@
 #include "help/help_browser.h"
 
 #include <algorithm>
-#include <fcntl.h>
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QImage>
 #include <QTextDocument>
 
-#include "common/regular_file.h"
+#include "help/bounded_file.h"
 #include "help/page_text.h"
 
 namespace {
@@ -30,15 +28,10 @@ bool IsBelow(const QString& path, const QString& folder) {
     return path.startsWith(folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/'));
 }
 
+// The path is a real one: what has become a link since is not followed.
 QByteArray Bytes(const QString& path) {
-    const common::FileDescriptor file = common::OpenRegularFile(
-        QFile::encodeName(path).constData(), O_RDONLY, common::Links::kNoSymbolic);
-    QFile reader;
-    if (!file || !reader.open(file.Get(), QIODevice::ReadOnly, QFileDevice::DontCloseHandle)) {
-        return {};
-    }
-    QByteArray bytes = reader.read(kMaxResourceSize + 1);
-    return bytes.size() > kMaxResourceSize ? QByteArray() : bytes;
+    const auto bytes = ReadAtMost(path, kMaxResourceSize, common::Links::kNoSymbolic);
+    return bytes && bytes->size() <= kMaxResourceSize ? *bytes : QByteArray();
 }
 
 // Something must stand for a picture that is not shown: of nothing, the toolkit would open the file

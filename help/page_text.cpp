@@ -1,13 +1,10 @@
 #include "help/page_text.h"
 
-#include <fcntl.h>
-#include <optional>
-
 #include <QCoreApplication>
 #include <QFile>
 #include <QStringDecoder>
 
-#include "common/regular_file.h"
+#include "help/bounded_file.h"
 #include "widgets/display_name.h"
 
 namespace {
@@ -15,24 +12,6 @@ namespace {
 bool IsMarkup(const QString& path) {
     return path.endsWith(QLatin1String(".htm"), Qt::CaseInsensitive) ||
            path.endsWith(QLatin1String(".html"), Qt::CaseInsensitive);
-}
-
-// Nothing when it cannot be read; one byte more than kMaxPageSize when it is too long.
-std::optional<QByteArray> Bytes(const QString& path) {
-    const common::FileDescriptor file = common::OpenRegularFile(QFile::encodeName(path).constData(),
-                                                                O_RDONLY, common::Links::kFollow);
-    if (!file) {
-        return std::nullopt;
-    }
-    QFile reader;
-    if (!reader.open(file.Get(), QIODevice::ReadOnly, QFileDevice::DontCloseHandle)) {
-        return std::nullopt;
-    }
-    QByteArray bytes = reader.read(kMaxPageSize + 1);
-    if (reader.error() != QFileDevice::NoError) {
-        return std::nullopt;
-    }
-    return bytes;
 }
 
 QString Reason(const QString& path, const QString& reason) {
@@ -44,7 +23,7 @@ QString Reason(const QString& path, const QString& reason) {
 }  // namespace
 
 QString ReadPage(const QString& path) {
-    const auto bytes = Bytes(path);
+    const auto bytes = ReadAtMost(path, kMaxPageSize, common::Links::kFollow);
     if (!bytes) {
         return Reason(path, QCoreApplication::translate("HelpPage", "This page cannot be read:"));
     }

@@ -18,6 +18,7 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 TEST_F(DlgHelpTest, HasItsSlots) {
     for (const char* slot :
@@ -134,6 +135,8 @@ TEST_F(DlgHelpTest, ALinkUnderThePointerIsLookedAtBeforeItIsFollowed) {
     EXPECT_THAT(Status(), HasSubstr("https://www.corvane.example is not opened in here."));
     emit Browser().highlighted(QUrl());
     EXPECT_EQ(Status(), "");
+    m_viewer->checkForUrl(QStringLiteral("https://corvane.example/\u202Egpj.exe"));
+    EXPECT_THAT(Status(), StartsWith("https://corvane.example/\\u202Egpj.exe is not opened"));
 }
 
 TEST_F(DlgHelpTest, ALinkOutOfTheFolderIsRefusedAndSaid) {
