@@ -27,7 +27,6 @@
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 namespace fs = std::filesystem;

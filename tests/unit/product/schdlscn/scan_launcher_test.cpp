@@ -234,6 +234,7 @@ protected:
         unsigned int error = 0;
         (void)ReadIndexEntry(1001, entries, 0, &error);
         std::vector<std::pair<unsigned int, std::string>> listed;
+        listed.reserve(entries.size());
         for (const tagReportIndexEntry& entry : entries) {
             listed.emplace_back(entry.userId, entry.reportPath);
         }

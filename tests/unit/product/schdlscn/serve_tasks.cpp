@@ -20,7 +20,7 @@ using namespace schdlscn;
 class FixedClock : public Clock {
 public:
     Moment Read() override {
-        const Moment moment = ServedMoment(m_sinceBoot);
+        Moment moment = ServedMoment(m_sinceBoot);
         m_sinceBoot = std::chrono::hours(2);
         return moment;
     }

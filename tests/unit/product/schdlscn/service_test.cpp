@@ -204,7 +204,7 @@ TEST_F(ScheduleServiceTest, TenUsersPlanTheirTasksAtOnce) {
     for (uid_t user = kFirst; user <= kLast; ++user) {
         users.push_back(StartChild([&] {
             return AsUser(user, [&] {
-                const auto ask = [](Request request) {
+                const auto ask = [](const Request& request) {
                     const auto answer = AskService(kServiceSocket, request, 300s);
                     EXPECT_TRUE(answer);
                     return answer.value_or(Answer{.error = kScheduleServiceSilent});
