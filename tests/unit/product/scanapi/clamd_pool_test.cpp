@@ -10,6 +10,7 @@ namespace {
 
 using namespace std::string_literals;
 using scanapi::ScanPool;
+using scanapi::Urgency;
 using ::testing::HasSubstr;
 
 constexpr std::string_view kArchive = "PK\x03\x04 and so on";
@@ -97,12 +98,42 @@ TEST_F(ClamdPoolTest, AStopEndsWhatItIsAtAndWhatWaits) {
     const auto first = Submit("clean-1", "some text");
     ASSERT_TRUE(WaitUntil([&] { return isAsked.load(); }));
     const auto second = Submit("clean-2", "some text");
+    const auto third = Submit("clean-3", "some text", Urgency::kAhead);
     m_pool->Stop();
     EXPECT_EQ(Text(Await(*first).outcome), "stopped");
     EXPECT_EQ(Text(Await(*second).outcome), "stopped");
+    EXPECT_EQ(Text(Await(*third).outcome), "stopped");
     EXPECT_TRUE(WaitUntil([&] { return isLeft.load(); }));
     EXPECT_EQ(Starts(), 0U);
-    EXPECT_EQ(Scan("clean-3", "some text"), "stopped");
+    EXPECT_EQ(Scan("clean-4", "some text"), "stopped");
+}
+
+TEST_F(ClamdPoolTest, WhatTheProgramWaitsForComesBeforeWhatIsScannedAhead) {
+    std::atomic<bool> isAsked = false;
+    std::atomic<bool> isLetGo = false;
+    std::string asked;
+    {
+        const FakeClamd fake(m_socket, {[&](int socket) {
+                                 FakeClamd::TakeRequest(socket);
+                                 isAsked = true;
+                                 EXPECT_TRUE(WaitUntil([&] { return isLetGo.load(); }));
+                                 FakeClamd::Say(socket, "1: fd[9]: OK\0"s);
+                                 asked += FakeClamd::TakeRequest(socket, false);
+                                 FakeClamd::Say(socket, "2: fd[9]: OK\0"s);
+                                 asked += FakeClamd::TakeRequest(socket, false);
+                                 FakeClamd::Say(socket, "3: fd[9]: OK\0"s);
+                             }});
+        StartWithClamd();
+        const auto first = Submit("clean-1", "some text");
+        ASSERT_TRUE(WaitUntil([&] { return isAsked.load(); }));
+        const auto ahead = Submit("clean-2", "ahead of it", Urgency::kAhead);
+        const auto now = Submit("clean-3", "now at once");
+        isLetGo = true;
+        EXPECT_EQ(Text(Await(*first).outcome), "clean");
+        EXPECT_EQ(Text(Await(*now).outcome), "clean");
+        EXPECT_EQ(Text(Await(*ahead).outcome), "clean");
+    }
+    EXPECT_EQ(asked, "now aahead");
 }
 
 TEST_F(ClamdPoolTest, WhatNobodyWaitsForIsBrokenOff) {

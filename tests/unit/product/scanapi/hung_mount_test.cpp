@@ -7,6 +7,7 @@
 #include "product/scanapi/local_file_systems.h"
 #include "product/scanapi/mounts.h"
 #include "tests/support/served_files.h"
+#include "tests/unit/product/scanapi/fake_clamd.h"
 #include "tests/unit/product/scanapi/pool_fixture.h"
 
 namespace {
@@ -44,7 +45,8 @@ TEST(LocalFileSystems, AreToldByTheirLineInTheTable) {
 }
 
 TEST(LocalFileSystems, ALineIsFoundByItsNumber) {
-    const std::string table = "1 2 a\n12 3 b\n2 4 c";
+    const std::string table = "123 9 d\n1 2 a\n12 3 b\n2 4 c";
+    EXPECT_EQ(scanapi::LineOfMount(table, "1"), "1 2 a");
     EXPECT_EQ(scanapi::LineOfMount(table, "12"), "12 3 b");
     EXPECT_EQ(scanapi::LineOfMount(table, "2"), "2 4 c");
     EXPECT_EQ(scanapi::LineOfMount(table, "3"), "");
@@ -96,6 +98,21 @@ TEST_F(HungMount, ItsFilesAreScanned) {
     const auto served = m_pool->Submit(OpenServed("size-1"), {}, Urgency::kNow);
     EXPECT_EQ(Text(Await(*served).outcome), "virus: 8");
     EXPECT_EQ(m_server->Reads(), 1);
+}
+
+// The thread that shows a file reads it, and would wait.
+TEST_F(HungMount, ItsFilesAreNotShownToAClamd) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "the settings of a clamd are believed of root only";
+    }
+    const std::string socket = m_folder / "socket";
+    WriteFile(m_folder / "clamd.conf", "LocalSocket " + socket + "\n");
+    m_settings.clamd = {.isOn = true, .config = m_folder / "clamd.conf"};
+    const FakeClamd fake(socket, {FakeClamd::Answering("1: fd[9]: OK\0"s)});
+    Start();
+    const auto served = m_pool->Submit(OpenServed("size-1"), {}, Urgency::kNow);
+    EXPECT_EQ(Text(Await(*served).outcome), "virus: 8");
+    EXPECT_EQ(Scan("virus-2", "some text"), "clean") << "by the clamd";
 }
 
 TEST_F(HungMount, AReadThatHangsKeepsNobodyElseWaiting) {

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "product/scanapi/host_process.h"
+#include "product/scanwire/host_messages.h"
 #include "tests/support/quickest.h"
 #include "tests/unit/product/scanapi/pool_fixture.h"
 
@@ -136,6 +137,20 @@ TEST_F(PoolHostTest, WhatTheHostSaysCannotForgeALineOfTheLog) {
     Start();
     ASSERT_TRUE(m_pool->WaitFor(milliseconds(10'000)));
     EXPECT_EQ(Log(), "scanapi: one\\u{000d}scanapi: two\\u{001b}[2J\n");
+}
+
+// As services do: what the host is given must not lie where its own descriptors go.
+TEST_F(PoolHostTest, AProgramMayHaveClosedItsFirstDescriptors) {
+    EXPECT_EQ(InChild([this] {
+                  for (int descriptor = 0; descriptor <= scanwire::kControlDescriptor;
+                       ++descriptor) {
+                      (void)::close(descriptor);
+                  }
+                  ScanPool pool({}, m_settings);
+                  pool.Start();
+                  return pool.WaitFor(milliseconds(10'000)) && pool.IsLoaded() ? 0 : 1;
+              }),
+              0);
 }
 
 // A machine lacks the same for every host.
