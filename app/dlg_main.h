@@ -7,6 +7,7 @@
 
 #include "common/scan_settings.h"
 #include "update/files/update_options.h"
+#include "widgets/masked_typing.h"
 #include "widgets/password_lock.h"
 
 class QSplashScreen;
@@ -124,6 +125,7 @@ private:
     void CloseViewers();
 
     std::unique_ptr<Ui::dlgMain> m_ui;
+    const MaskedTyping m_maskedTyping;
     PasswordLock m_passwordLock;
     QPointer<dlgHelp> m_viewer;  // it deletes itself when it is closed
 };

@@ -11,7 +11,6 @@
 #include "common/log.h"
 #include "common/run_state.h"
 #include "scan/run/descriptor_limit.h"
-#include "widgets/masked_typing.h"
 
 int main(int argc, char** argv) {
     RegisterWithOnAccessService();
@@ -37,7 +36,6 @@ int main(int argc, char** argv) {
         application = std::make_unique<QApplication>(argc, argv);
     }
     SetApplicationStyle();
-    const MaskedTyping maskedTyping;
 
     if (!RecordApplicationDirectory()) {
         Unregfromonlineprot(g_pCurrproc_pid);

@@ -8,7 +8,6 @@
 #include "tests/gui/app/window_fixture.h"
 #include "tests/support/expected_questions.h"
 #include "tests/support/screen_reader.h"
-#include "widgets/masked_typing.h"
 
 namespace {
 
@@ -140,7 +139,6 @@ TEST_F(Password, Accepted) {
 TEST_F(Password, IsNotTalkedAboutWhileItIsTyped) {
     SetDatabaseAnswers(kAccepted);
     Open();
-    const MaskedTyping masked;
     ScreenReader reader;
     ModalDriver user;
     user.Expect([](QDialog* dialog) {
