@@ -29,10 +29,9 @@ void dlgMain::ShowViewer() {
 void dlgMain::CloseViewers() {
     for (QWidget* window : QApplication::topLevelWidgets()) {
         if (auto* viewer = qobject_cast<dlgHelp*>(window)) {
-            viewer->close();
+            viewer->close();  // and with that it goes away
         }
     }
-    delete m_viewer;
 }
 
 void dlgMain::OnHelpClick() {

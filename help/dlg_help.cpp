@@ -50,6 +50,29 @@ bool IsForeignAddress(const QString& text) {
     return url.isValid() && url.scheme().size() > 1 && !IsOfThisMachine(url);
 }
 
+/// Keeps a viewer while it asks its user something: it can be closed meanwhile, as when the program
+/// quits, and goes away only when nothing of it runs any more.
+class Asking {
+public:
+    explicit Asking(dlgHelp& viewer) : m_viewer(viewer), m_wasShown(!viewer.isHidden()) {
+        m_viewer.setAttribute(Qt::WA_DeleteOnClose, false);
+    }
+    ~Asking() {
+        m_viewer.setAttribute(Qt::WA_DeleteOnClose);
+        if (m_wasShown && m_viewer.isHidden()) {
+            m_viewer.deleteLater();
+        }
+    }
+    Asking(const Asking&) = delete;
+    Asking& operator=(const Asking&) = delete;
+    Asking(Asking&&) = delete;
+    Asking& operator=(Asking&&) = delete;
+
+private:
+    dlgHelp& m_viewer;
+    bool m_wasShown;
+};
+
 }  // namespace
 
 dlgHelp::dlgHelp(const QString& home, QWidget* parent, const char* name)
@@ -187,6 +210,7 @@ void dlgHelp::ShowCaption() {
 }
 
 void dlgHelp::openFile() {
+    const Asking asking(*this);
     const QString file =
         QFileDialog::getOpenFileName(this, tr("Open page"), QFileInfo(CurrentPath()).path(),
                                      tr("Pages (*.htm *.html)") + ";;" + tr("All Files (*)"));
@@ -264,6 +288,7 @@ void dlgHelp::closeEvent(QCloseEvent* event) {
 // ---- Printing and the rest
 
 void dlgHelp::print() {
+    const Asking asking(*this);
     QPrinter printer(QPrinter::HighResolution);
     printer.setFullPage(true);
     QPrintDialog dialog(&printer, this);
@@ -275,6 +300,7 @@ void dlgHelp::print() {
 }
 
 void dlgHelp::about() {
+    const Asking asking(*this);
     ShowInformation(this, tr("About the help viewer"),
                     tr("The help viewer of Corvane Endpoint Protection.\n\nIt shows pages of this "
                        "machine and loads nothing from the network."));

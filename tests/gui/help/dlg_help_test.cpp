@@ -185,6 +185,23 @@ TEST_F(DlgHelpTest, SaysWhatItIs) {
     Trigger("actAbout");
 }
 
+// As when the program quits meanwhile.
+TEST_F(DlgHelpTest, ClosedWhileItAsksItGoesWhenThatIsOver) {
+    for (const char* action : {"actOpen", "actPrint", "actAbout"}) {
+        Open();
+        ModalDriver user;
+        user.Expect([this](QDialog* dialog) {
+            EXPECT_TRUE(m_viewer->close());
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            EXPECT_NE(m_viewer, nullptr) << "what asks still needs it";
+            dialog->reject();
+        });
+        Trigger(action);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        EXPECT_EQ(m_viewer, nullptr) << action;
+    }
+}
+
 TEST_F(DlgHelpTest, ANewWindowShowsTheSamePageAndSharesTheBookmarks) {
     Open();
     m_viewer->DisplayHelp(Path("app/doc/html/scanning.htm"));
