@@ -23,22 +23,22 @@ void DrawLines(QPainter& painter, const QPolygonF& points) {
 void DrawTick(QPainter& painter) {
     painter.setBrush(kGreen);
     painter.drawEllipse(QRectF(1, 1, 14, 14));
-    DrawLines(painter, QPolygonF({{4.7, 8.4}, {7.1, 10.8}, {11.3, 5.6}}));
+    DrawLines(painter, QPolygonF(QList<QPointF>{{4.7, 8.4}, {7.1, 10.8}, {11.3, 5.6}}));
 }
 
 void DrawTriangle(QPainter& painter) {
     painter.setBrush(kAmber);
-    painter.drawPolygon(QPolygonF({{8, 0.8}, {15.6, 14.6}, {0.4, 14.6}}));
-    DrawLines(painter, QPolygonF({{8, 5.8}, {8, 9.2}}));
-    DrawLines(painter, QPolygonF({{8, 12.2}, {8, 12.21}}));
+    painter.drawPolygon(QPolygonF(QList<QPointF>{{8, 0.8}, {15.6, 14.6}, {0.4, 14.6}}));
+    DrawLines(painter, QPolygonF(QList<QPointF>{{8, 5.8}, {8, 9.2}}));
+    DrawLines(painter, QPolygonF(QList<QPointF>{{8, 12.2}, {8, 12.21}}));
 }
 
 void DrawOctagon(QPainter& painter) {
     painter.setBrush(kRed);
-    painter.drawPolygon(
-        QPolygonF({{5, 1}, {11, 1}, {15, 5}, {15, 11}, {11, 15}, {5, 15}, {1, 11}, {1, 5}}));
-    DrawLines(painter, QPolygonF({{5.4, 5.4}, {10.6, 10.6}}));
-    DrawLines(painter, QPolygonF({{10.6, 5.4}, {5.4, 10.6}}));
+    painter.drawPolygon(QPolygonF(
+        QList<QPointF>{{5, 1}, {11, 1}, {15, 5}, {15, 11}, {11, 15}, {5, 15}, {1, 11}, {1, 5}}));
+    DrawLines(painter, QPolygonF(QList<QPointF>{{5.4, 5.4}, {10.6, 10.6}}));
+    DrawLines(painter, QPolygonF(QList<QPointF>{{10.6, 5.4}, {5.4, 10.6}}));
 }
 
 void DrawRing(QPainter& painter) {

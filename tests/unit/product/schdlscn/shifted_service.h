@@ -65,6 +65,7 @@ public:
     void Begin(const std::string& program) {
         std::filesystem::create_directories("/run/corvane");
         std::filesystem::remove(schdlscn::kServiceSocket);
+        m_shared->wake = 0;  // what an earlier service wanted says nothing about this one
         m_process = StartChild([&] {
             const common::FileDescriptor end = serving::WatchForEnd();
             ShiftedClock clock(*m_shared, m_bell.Get());
