@@ -21,7 +21,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 TEST_F(ScanStart, FolderChoiceCancelled) {
