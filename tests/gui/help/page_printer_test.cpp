@@ -14,8 +14,6 @@
 
 namespace {
 
-using ::testing::HasSubstr;
-
 constexpr double kPoints = 72 / 2.54;  // of a centimetre
 constexpr double kPaperWidth = 21.0 * kPoints;
 constexpr double kPaperHeight = 29.7 * kPoints;

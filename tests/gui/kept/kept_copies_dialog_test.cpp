@@ -98,7 +98,7 @@ protected:
     std::string State() { return Find<QLabel>("lblState").text().toStdString(); }
     /// What the vault was asked for since the last time.
     std::string Calls() const {
-        const std::string calls = ReadFile(m_folder / "calls");
+        std::string calls = ReadFile(m_folder / "calls");
         std::filesystem::remove(m_folder / "calls");
         return calls;
     }

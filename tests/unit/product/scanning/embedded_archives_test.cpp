@@ -35,16 +35,14 @@ const std::string kSquashfs =
 const std::string kZip = "PK\x03\x04\x14\0\0\0\0\0"s + std::string(16, '\0') + "\x01\0\0\0nx"s;
 
 TEST(EmbeddedArchivesTest, ArchivesAreFoundInAnyData) {
-    for (const std::string start : {"MZ program",
-                                    "\x7f"
-                                    "ELF program",
-                                    "#!/bin/sh\n", "a text ", "\xff\xd8 an image"}) {
+    for (const std::string start :
+         {"MZ program", "\177ELF program", "#!/bin/sh\n", "a text ", "\xff\xd8 an image"}) {
         const std::size_t n = start.size();
-        EXPECT_THAT(Find(start + kSevenZip + kOldRar),
+        EXPECT_THAT(Find(std::string(start).append(kSevenZip).append(kOldRar)),
                     ElementsAre(Pair(ContainerKind::SevenZip, n),
                                 Pair(ContainerKind::Rar, n + kSevenZip.size())))
             << start;
-        EXPECT_THAT(Find(start + kCab + kSquashfs),
+        EXPECT_THAT(Find(std::string(start).append(kCab).append(kSquashfs)),
                     ElementsAre(Pair(ContainerKind::Cab, n),
                                 Pair(ContainerKind::NoReader, n + kCab.size())))
             << start;
@@ -102,7 +100,8 @@ TEST(EmbeddedArchivesTest, FirstBytesAloneAreNoArchive) {
 
 TEST(EmbeddedArchivesTest, ZipFilesAreFoundInProgramsAndScriptsOrAtWish) {
     for (const std::string start : {"MZ program", "#!/bin/sh\n"}) {
-        EXPECT_THAT(Find(start + kZip + kZip), ElementsAre(Pair(ContainerKind::Zip, start.size())));
+        EXPECT_THAT(Find(std::string(start).append(kZip).append(kZip)),
+                    ElementsAre(Pair(ContainerKind::Zip, start.size())));
     }
     EXPECT_THAT(Find("a text " + kZip), IsEmpty());
     EXPECT_THAT(Find("a text " + kZip, true), ElementsAre(Pair(ContainerKind::Zip, 7)));

@@ -126,9 +126,12 @@ TEST_F(InsideTest, EachArchiveWithinOtherDataIsRead) {
     for (const char* const kind : {"RAR 4, stored", "RAR 5, stored", "7z, bzip2", "cab"}) {
         const std::string good = MakeSample(kind, false);
         const std::string bad = MakeSample(kind, true);
-        EXPECT_EQ(Verdict("some text\n" + good + "and more " + good + "the end"), "clean") << kind;
-        EXPECT_EQ(Verdict("some text\n" + good + "and more " + bad + "the end"), "infected")
-            << kind;
+        const auto within = [&good](const std::string& second) {
+            return std::string("some text\n").append(good).append("and more ").append(second) +
+                   "the end";
+        };
+        EXPECT_EQ(Verdict(within(good)), "clean") << kind;
+        EXPECT_EQ(Verdict(within(bad)), "infected") << kind;
         auto quiet = SampleScanner::kAll;
         quiet.archives = false;
         EXPECT_EQ(Verdict("some text\n" + good.substr(0, good.size() / 2), quiet), "clean") << kind;
