@@ -1,5 +1,5 @@
 #include "tests/gui/update/update_fixture.h"
-#include "tests/unit/scan/failing_new.h"
+#include "tests/support/failing_new.h"
 #include "update/upd_thrd.h"
 
 namespace {

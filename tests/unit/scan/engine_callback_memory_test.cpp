@@ -5,7 +5,7 @@
 #include "scan/engine_callback.h"
 #include "scan/run/detection_filters.h"
 #include "scan/scanner.h"
-#include "tests/unit/scan/failing_new.h"
+#include "tests/support/failing_new.h"
 #include "tests/unit/scan/recording_dialog.h"
 
 namespace {

@@ -1,47 +1,11 @@
 // What the engine says when the program has no memory left: that the file was not read, each time.
 
 #include <array>
-#include <cstdlib>
-#include <new>
 
 #include "common/text_field.h"
+#include "tests/support/failing_new.h"
 #include "tests/unit/product/scanapi/archives.h"
 #include "tests/unit/product/scanapi/loaded_engine.h"
-
-namespace {
-
-// How many requests of this thread are still granted; below 0 all.
-thread_local int left = -1;
-
-void* Allocate(std::size_t size) {
-    void* memory = left == 0 ? nullptr : std::malloc(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    left -= left > 0 ? 1 : 0;
-    return memory;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return Allocate(size);
-}
-void* operator new[](std::size_t size) {
-    return Allocate(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
@@ -68,9 +32,9 @@ protected:
         Heard heard;
         std::uint64_t handle = 0;
         EXPECT_EQ(m_library.openFile(path.c_str(), &handle), 1);
-        left = granted;
+        SetRequestsGranted(granted);
         m_library.scanFile(handle, &heard);
-        left = -1;
+        SetRequestsGranted(-1);
         m_library.closeFile(&handle);
         return heard;
     }

@@ -1,4 +1,4 @@
-#include "tests/unit/scan/failing_new.h"
+#include "tests/support/failing_new.h"
 
 #include <cstddef>
 #include <cstdlib>
@@ -6,13 +6,15 @@
 
 namespace {
 
-thread_local bool outOfMemory = false;
+// How many requests of this thread are still granted; below 0 all.
+thread_local int left = -1;
 
 void* Allocate(std::size_t size) {
-    void* memory = outOfMemory ? nullptr : std::malloc(size);
+    void* memory = left == 0 ? nullptr : std::malloc(size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
+    left -= left > 0 ? 1 : 0;
     return memory;
 }
 
@@ -38,5 +40,9 @@ void operator delete[](void* memory, std::size_t) noexcept {
 }
 
 void SetOutOfMemory(bool on) {
-    outOfMemory = on;
+    left = on ? 0 : -1;
+}
+
+void SetRequestsGranted(int granted) {
+    left = granted;
 }
