@@ -18,9 +18,10 @@ inline std::uint64_t LittleEndian(std::string_view text, std::size_t offset, std
     return value;
 }
 
-/// Where `what` begins in `text` at `from` or later, or npos. Several times as fast as find().
+/// Where `what`, which is not empty, begins in `text` at `from` or later, or npos. Several times as
+/// fast as find().
 inline std::size_t FindBytes(std::string_view text, std::string_view what, std::size_t from) {
-    if (from > text.size()) {
+    if (from > text.size() || text.size() - from < what.size()) {
         return std::string_view::npos;
     }
     const void* found = memmem(text.data() + from, text.size() - from, what.data(), what.size());
